@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <span>
+#include <sys/types.h>
+
+#include "core/FileSnapshot.h"
+
+struct stat;
+
+namespace tallyfold {
+
+/// The operating system's file calls, one to one, so that a test can put faults between the program and the system.
+/// Every file access of the program goes through `current()`.
+class SystemCalls {
+ public:
+  virtual ~SystemCalls() = default;
+
+  virtual int open(const char* path, int flags, mode_t mode);
+  virtual int close(int descriptor);
+  virtual ssize_t read(int descriptor, void* bytes, std::size_t count);
+  virtual ssize_t write(int descriptor, const void* bytes, std::size_t count);
+  virtual int fstat(int descriptor, struct stat* status);
+  virtual int stat(const char* path, struct stat* status);
+  virtual int lstat(const char* path, struct stat* status);
+  virtual int rename(const char* source, const char* destination);
+
+  static SystemCalls& current();
+
+  /// Installs `calls` for the whole process, or the real ones for null. The caller keeps ownership and must put the
+  /// real ones back before it dies, when no other thread uses files.
+  static void replace(SystemCalls* calls);
+};
+
+/// Owns one open descriptor. Every call is retried when a signal interrupts it; every failure is a std::system_error
+/// with the system's error number, so a read error is never taken for the end of a file. Not thread-safe.
+class FileHandle {
+ public:
+  /// Always adds O_CLOEXEC. EINVAL when the path contains a NUL.
+  static FileHandle open(const std::filesystem::path& path, int flags, mode_t mode = 0);
+
+  FileHandle(FileHandle&& other) noexcept;
+  FileHandle& operator=(FileHandle&& other) noexcept;
+  FileHandle(const FileHandle&) = delete;
+  FileHandle& operator=(const FileHandle&) = delete;
+  ~FileHandle();
+
+  /// One read. Returns how many bytes came, 0 only at the end of the file (or for an empty span).
+  std::size_t read(std::span<std::byte> bytes);
+
+  /// Writes everything, in as many calls as the system wants.
+  void write(std::span<const std::byte> bytes);
+
+  [[nodiscard]] FileSnapshot snapshot() const;
+
+  /// Closes now and reports a failure of the close, which on some file systems is where a failed write shows.
+  /// The destructor closes silently.
+  void close();
+
+ private:
+  explicit FileHandle(int descriptor) : descriptor_(descriptor) {}
+
+  int descriptor_ = -1;
+};
+
+/// Snapshot of what a path leads to, following symbolic links. std::system_error as above.
+FileSnapshot snapshotOfPath(const std::filesystem::path& path);
+
+/// rename(2). std::system_error with the error number.
+void renameFile(const std::filesystem::path& source, const std::filesystem::path& destination);
+
+}  // namespace tallyfold

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stop_token>
+#include <utility>
+#include <vector>
+
+#include "core/DigestMap.h"
+#include "core/FileHandle.h"
+#include "core/FileSnapshot.h"
+#include "core/HashAlgorithm.h"
+#include "core/Uuid.h"
+
+namespace tallyfold {
+
+/// A point in time, since 1970-01-01 UTC. Seconds and nanoseconds stay apart so that no second is lost to rounding.
+struct Timestamp {
+  std::int64_t seconds = 0;
+  std::int64_t nanoseconds = 0;
+
+  bool operator==(const Timestamp&) const = default;
+};
+
+/// The digests of one stable version of one regular file.
+struct FileHashResult {
+  Uuid id;
+  std::filesystem::path url;  ///< As the caller passed it: bytes, not text.
+  std::int64_t fileSize = 0;  ///< Bytes.
+  Timestamp modifiedAt;
+  DigestMap hashes;     ///< Exactly the selected algorithms.
+  double duration = 0;  ///< Seconds, from the first read to the last check.
+
+  bool operator==(const FileHashResult&) const = default;
+};
+
+/// Results as the model and the report share them: immutable, in the order in which the files finished.
+using FileHashResults = std::vector<std::shared_ptr<const FileHashResult>>;
+
+/// Fraction done, 0 to 1. Called on the thread that does the work.
+using ProgressCallback = std::function<void(double)>;
+
+/// Hashing and comparing files. Stateless: every operation may run on any number of threads at once. Failures are
+/// HashServiceError, std::system_error with the system's error number, BLAKE3Stream::Error, or CancellationError when
+/// `cancellation` was requested; there is never a partial result.
+namespace HashService {
+
+/// Bytes read, and held, at a time.
+inline constexpr std::int64_t chunkSize = 8'388'608;
+
+/// Calculates all `algorithms` in one sequential pass over the file at `url`, following symbolic links.
+/// A file that is replaced, truncated, extended or rewritten meanwhile fails with `fileChangedDuringRead`.
+/// `progress` grows strictly, stays below 1 while reading and is 1 exactly once, at the end of a successful call.
+/// Cancellation is seen within one chunk.
+FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,
+                        const std::stop_token& cancellation, const ProgressCallback& progress);
+
+FileSnapshot fileSnapshot(const std::filesystem::path& url);
+FileSnapshot fileSnapshot(const FileHandle& handle);
+
+/// Opens a regular file, never blocking on a pipe or device, and makes sure that what was opened is what was looked at.
+std::pair<FileHandle, FileSnapshot> openRegularFileForReading(const std::filesystem::path& url);
+
+/// Fails unless the open file is still the version `initial` and `url` still leads to it.
+void validateUnchanged(const FileHandle& handle, const std::filesystem::path& url, const FileSnapshot& initial);
+
+/// Fills `bytes` as far as the file goes and returns how much that was; 0 at the end of the file.
+std::size_t readExactChunk(FileHandle& handle, std::span<std::byte> bytes, const std::stop_token& cancellation);
+
+/// Bytes between two progress reports for a file of `size` bytes.
+std::int64_t progressStep(std::int64_t size);
+
+}  // namespace HashService
+
+}  // namespace tallyfold
