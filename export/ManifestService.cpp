@@ -1,0 +1,178 @@
+#include "export/ManifestService.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <optional>
+#include <stdlib.h>
+#include <string>
+#include <sys/stat.h>
+#include <system_error>
+
+#include "core/Errors.h"
+#include "core/Uuid.h"
+#include "export/BufferedFileWriter.h"
+#include "export/ManifestRecord.h"
+
+namespace tallyfold {
+
+namespace fs = std::filesystem;
+
+const char* ManifestServiceError::what() const noexcept { return "The report could not be written."; }
+
+namespace ManifestService {
+
+namespace {
+
+/// As many as the kernel follows (path_resolution(7)).
+constexpr int maximumLinks = 40;
+
+void checkCancellation(const std::stop_token& cancellation) {
+  if (cancellation.stop_requested()) throw CancellationError();
+}
+
+/// A private, hidden, empty folder beside a file, removed with everything in it.
+class ReplacementFolder {
+ public:
+  explicit ReplacementFolder(const fs::path& neighbour) {
+    std::string pattern = neighbour.parent_path() / ".tallyfold-XXXXXX";
+    if (mkdtemp(pattern.data()) == nullptr) throw std::system_error(errno, std::generic_category());
+    path_ = pattern;
+  }
+  ~ReplacementFolder() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+  }
+  ReplacementFolder(const ReplacementFolder&) = delete;
+  ReplacementFolder& operator=(const ReplacementFolder&) = delete;
+
+  [[nodiscard]] const fs::path& path() const { return path_; }
+
+ private:
+  fs::path path_;
+};
+
+/// The path at the end of the chain of links that starts at `path`, whether or not there is a file.
+fs::path followLinks(fs::path path) {
+  for (int links = 0; links < maximumLinks; ++links) {
+    std::error_code notALink;
+    const fs::path target = fs::read_symlink(path, notALink);
+    if (notALink) return path;
+    path = path.parent_path() / target;
+  }
+  throw std::system_error(ELOOP, std::generic_category());
+}
+
+std::optional<fs::perms> permissionsOfRegularFile(const fs::path& path) {
+  std::error_code ignored;
+  const fs::file_status status = fs::status(path, ignored);
+  if (!fs::is_regular_file(status)) return std::nullopt;
+  return status.permissions() & fs::perms::all;
+}
+
+FileHandle createFile(const fs::path& path) {
+  try {
+    return FileHandle::open(path, O_WRONLY | O_CREAT | O_EXCL, 0666);
+  } catch (const std::system_error&) {
+    throw ManifestServiceError(ManifestServiceError::Case::fileWriteUnknown);
+  }
+}
+
+void appendQuoted(std::string& text, std::string_view field) {
+  text += '"';
+  for (const char character : field) {
+    if (character == '"') text += '"';
+    text += character;
+  }
+  text += '"';
+}
+
+void appendPlainText(BufferedFileWriter& writer, const FileHashResult& result) {
+  const std::string path = reportedPath(result.url);
+  for (const HashAlgorithm algorithm : result.hashes.algorithms()) {
+    writer.append(algorithm.rawValue());
+    writer.append("  ");
+    writer.append(*result.hashes.find(algorithm));
+    writer.append("  ");
+    writer.append(path);
+    writer.append("\n");
+  }
+}
+
+void appendCsv(BufferedFileWriter& writer, const FileHashResult& result) {
+  std::string path = "\n";
+  appendQuoted(path, reportedPath(result.url));
+  const std::string size = std::to_string(result.fileSize);
+  for (const HashAlgorithm algorithm : result.hashes.algorithms()) {
+    writer.append(path);
+    writer.append(",\"");
+    writer.append(algorithm.rawValue());
+    writer.append("\",");
+    writer.append(*result.hashes.find(algorithm));
+    writer.append(",");
+    writer.append(size);
+  }
+}
+
+void appendJson(BufferedFileWriter& writer, const FileHashResult& result, bool isFirst) {
+  std::string object;
+  if (!isFirst) object = ",\n";
+  ManifestRecord::from(result).appendJson(object);
+  writer.append(object);
+}
+
+}  // namespace
+
+std::string_view fileExtension(Format format) {
+  switch (format) {
+    case Format::plainText:
+      return "txt";
+    case Format::csv:
+      return "csv";
+    case Format::json:
+      return "json";
+  }
+  return {};
+}
+
+void write(const FileHashResults& results, Format format, const fs::path& destination,
+           const std::stop_token& cancellation) {
+  const fs::path file = followLinks(destination);
+  const ReplacementFolder folder(file);
+  const fs::path temporary = folder.path() / Uuid::random().string();
+  writeContents(results, format, createFile(temporary), cancellation);
+  checkCancellation(cancellation);
+  if (const auto permissions = permissionsOfRegularFile(file)) fs::permissions(temporary, *permissions);
+  atomicRename(temporary, file);
+}
+
+void writeContents(const FileHashResults& results, Format format, FileHandle handle,
+                   const std::stop_token& cancellation) {
+  BufferedFileWriter writer(handle);
+  if (format == Format::csv) writer.append("file,algorithm,hash,size_bytes");
+  if (format == Format::json) writer.append("[\n");
+  bool isFirst = true;
+  for (const auto& result : results) {
+    checkCancellation(cancellation);
+    switch (format) {
+      case Format::plainText:
+        appendPlainText(writer, *result);
+        break;
+      case Format::csv:
+        appendCsv(writer, *result);
+        break;
+      case Format::json:
+        appendJson(writer, *result, isFirst);
+        break;
+    }
+    isFirst = false;
+  }
+  if (format == Format::json) writer.append("\n]");
+  writer.flush();
+  handle.close();
+}
+
+void atomicRename(const fs::path& source, const fs::path& destination) { renameFile(source, destination); }
+
+}  // namespace ManifestService
+
+}  // namespace tallyfold

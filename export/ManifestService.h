@@ -1,0 +1,68 @@
+#pragma once
+
+#include <array>
+#include <exception>
+#include <filesystem>
+#include <stop_token>
+#include <string_view>
+
+#include "core/FileHandle.h"
+#include "core/HashService.h"
+
+namespace tallyfold {
+
+/// The failure of a report that has no error number of the system. `what()` is the sentence for the user.
+class ManifestServiceError : public std::exception {
+ public:
+  enum class Case { fileWriteUnknown };
+
+  explicit ManifestServiceError(Case value) : value_(value) {}
+  [[nodiscard]] Case value() const { return value_; }
+  [[nodiscard]] const char* what() const noexcept override;
+
+ private:
+  Case value_;
+};
+
+/// Reports of checksums. Stateless: every operation may run on any number of threads at once.
+///
+/// A report names files by `FileHashResult::url` as it is, so callers pass absolute ones. It is well-formed UTF-8
+/// whatever the names are made of: what is not UTF-8 in a name is shown as U+FFFD (see `reportedPath`), and every file
+/// keeps its rows. A line break in a name is escaped in JSON, quoted in CSV, and breaks the line in plain text.
+namespace ManifestService {
+
+enum class Format { plainText, csv, json };
+
+/// In the order of menus.
+constexpr std::array<Format, 3> allFormats() { return {Format::plainText, Format::csv, Format::json}; }
+
+/// "txt", "csv" or "json".
+std::string_view fileExtension(Format format);
+
+/// Saves a report as `destination`, or fails and leaves `destination` as it was. Others see the complete old file or
+/// the complete new report at every moment, also after a crash: the report is made, and forced to the disk, in a
+/// private hidden folder beside the destination, and then renamed. That folder is removed before the call ends, however
+/// it ends.
+///
+/// A symbolic link is followed and the file that it leads to is replaced (or made, if there is none yet): who saves
+/// through a link means that file, and would otherwise be left with an old report where others look for the new one.
+/// The new report has the permission bits of the file that it replaces, so that a private report stays private; a new
+/// file's follow the umask.
+///
+/// Failures: CancellationError when `cancellation` was requested before the report was complete; fileWriteUnknown when
+/// no file can be made in the folder; otherwise a std::system_error with the system's number (folder vanished or
+/// read-only, disk full, destination is a folder, ...).
+void write(const FileHashResults& results, Format format, const std::filesystem::path& destination,
+           const std::stop_token& cancellation);
+
+/// Writes a whole report to `handle` and closes it, on success and on failure alike. On success a regular file is also
+/// on the disk. Cancellation is seen before each result. After a failure the file holds some part of the report.
+void writeContents(const FileHashResults& results, Format format, FileHandle handle,
+                   const std::stop_token& cancellation);
+
+/// rename(2). std::system_error with the error number.
+void atomicRename(const std::filesystem::path& source, const std::filesystem::path& destination);
+
+}  // namespace ManifestService
+
+}  // namespace tallyfold
