@@ -21,6 +21,7 @@ class SystemCalls {
   virtual int close(int descriptor);
   virtual ssize_t read(int descriptor, void* bytes, std::size_t count);
   virtual ssize_t write(int descriptor, const void* bytes, std::size_t count);
+  virtual int fsync(int descriptor);
   virtual int fstat(int descriptor, struct stat* status);
   virtual int stat(const char* path, struct stat* status);
   virtual int lstat(const char* path, struct stat* status);
@@ -51,6 +52,9 @@ class FileHandle {
 
   /// Writes everything, in as many calls as the system wants.
   void write(std::span<const std::byte> bytes);
+
+  /// Returns when everything written is on the disk. Does nothing for what has no disk (a pipe, a terminal).
+  void sync();
 
   [[nodiscard]] FileSnapshot snapshot() const;
 
