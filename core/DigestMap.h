@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,6 +13,9 @@ namespace tallyfold {
 /// All digests share one string, so that 100,000 results of eight digests cost 100,000 allocations and not 800,000.
 class DigestMap {
  public:
+  /// Makes room for the digests of these algorithms, so that storing them allocates once.
+  void reserve(HashAlgorithmSet algorithms);
+
   /// Stores or replaces a digest. `hex` must have `algorithm.hexLength()` characters.
   void insert(HashAlgorithm algorithm, std::string_view hex);
 

@@ -1,0 +1,92 @@
+#include "core/UnicodeText.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <new>
+#include <unicode/bytestream.h>
+#include <unicode/casemap.h>
+#include <unicode/stringpiece.h>
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+namespace tallyfold {
+
+namespace {
+
+bool isASCII(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+constexpr bool isASCIIWhiteSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+// The macro narrows its own variables.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"
+/// The character at `position`, which moves behind it; negative for bytes that are not UTF-8.
+UChar32 nextCharacter(std::string_view text, std::size_t& position) {
+  UChar32 character = 0;
+  U8_NEXT(text.data(), position, text.size(), character);
+  return character;
+}
+#pragma GCC diagnostic pop
+
+using Mapping = void (*)(const char* locale, std::uint32_t options, icu::StringPiece text, icu::ByteSink& sink,
+                         icu::Edits* edits, UErrorCode& status);
+
+std::string mapped(std::string_view text, Mapping mapping) {
+  std::string result;
+  icu::StringByteSink<std::string> sink(&result);
+  const auto append = [&](std::string_view wellFormed) {
+    UErrorCode status = U_ZERO_ERROR;
+    mapping("", 0, {wellFormed.data(), static_cast<std::int32_t>(wellFormed.size())}, sink, nullptr, status);
+    if (U_FAILURE(status) != 0) throw std::bad_alloc();  // Nothing else can go wrong with well-formed text.
+  };
+  std::size_t runStart = 0;
+  for (std::size_t position = 0; position < text.size();) {
+    const std::size_t start = position;
+    if (nextCharacter(text, position) >= 0) continue;
+    append(text.substr(runStart, start - runStart));
+    result += text.substr(start, position - start);
+    runStart = position;
+  }
+  append(text.substr(runStart));
+  return result;
+}
+
+}  // namespace
+
+std::string lowerCased(std::string_view text) {
+  if (!isASCII(text)) return mapped(text, icu::CaseMap::utf8ToLower);
+  std::string result(text);
+  for (char& c : result) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return result;
+}
+
+std::string upperCased(std::string_view text) {
+  if (!isASCII(text)) return mapped(text, icu::CaseMap::utf8ToUpper);
+  std::string result(text);
+  for (char& c : result) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
+  return result;
+}
+
+std::string withoutWhiteSpace(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  if (isASCII(text)) {
+    std::remove_copy_if(text.begin(), text.end(), std::back_inserter(result), isASCIIWhiteSpace);
+    return result;
+  }
+  for (std::size_t position = 0; position < text.size();) {
+    const std::size_t start = position;
+    const UChar32 character = nextCharacter(text, position);
+    if (character < 0 || u_isUWhiteSpace(character) == 0) result += text.substr(start, position - start);
+  }
+  return result;
+}
+
+}  // namespace tallyfold
