@@ -90,10 +90,8 @@ void ManifestRecord::appendJson(std::string& text) const {
   for (const HashAlgorithm algorithm : algorithms) {
     const auto digest = hashes.find(algorithm);
     if (!digest) continue;
-    text.append(separator).append("      ");
-    appendJsonString(text, algorithm.rawValue());
-    text += " : ";
-    appendJsonString(text, *digest);
+    text.append(separator).append("      \"").append(algorithm.rawValue()).append("\" : \"");
+    text.append(*digest).append("\"");
     separator = ",\n";
   }
   // An empty object keeps one empty line between its braces, indented like every other line.

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <optional>
 #include <stdlib.h>
 #include <string>
 #include <sys/stat.h>
@@ -35,7 +34,7 @@ class ReplacementFolder {
  public:
   explicit ReplacementFolder(const fs::path& neighbour) {
     std::string pattern = neighbour.parent_path() / ".tallyfold-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) throw std::system_error(errno, std::generic_category());
+    if (mkdtemp(pattern.data()) == nullptr) throw std::system_error(errno, std::system_category());
     path_ = pattern;
   }
   ~ReplacementFolder() {
@@ -59,14 +58,17 @@ fs::path followLinks(fs::path path) {
     if (notALink) return path;
     path = path.parent_path() / target;
   }
-  throw std::system_error(ELOOP, std::generic_category());
+  throw std::system_error(ELOOP, std::system_category());
 }
 
-std::optional<fs::perms> permissionsOfRegularFile(const fs::path& path) {
+/// Gives `copy` the permission bits of `original` if that is a regular file. File systems without permissions report
+/// the same for all files and may refuse to set any, so equal ones are left alone.
+void copyPermissions(const fs::path& original, const fs::path& copy) {
   std::error_code ignored;
-  const fs::file_status status = fs::status(path, ignored);
-  if (!fs::is_regular_file(status)) return std::nullopt;
-  return status.permissions() & fs::perms::all;
+  const fs::file_status status = fs::status(original, ignored);
+  if (!fs::is_regular_file(status)) return;
+  const fs::perms wanted = status.permissions() & fs::perms::all;
+  if (wanted != fs::status(copy).permissions()) fs::permissions(copy, wanted);
 }
 
 FileHandle createFile(const fs::path& path) {
@@ -87,29 +89,26 @@ void appendQuoted(std::string& text, std::string_view field) {
 }
 
 void appendPlainText(BufferedFileWriter& writer, const FileHashResult& result) {
-  const std::string path = reportedPath(result.url);
+  const std::string lineEnd = "  " + reportedPath(result.url) + "\n";
   for (const HashAlgorithm algorithm : result.hashes.algorithms()) {
     writer.append(algorithm.rawValue());
     writer.append("  ");
     writer.append(*result.hashes.find(algorithm));
-    writer.append("  ");
-    writer.append(path);
-    writer.append("\n");
+    writer.append(lineEnd);
   }
 }
 
 void appendCsv(BufferedFileWriter& writer, const FileHashResult& result) {
-  std::string path = "\n";
-  appendQuoted(path, reportedPath(result.url));
-  const std::string size = std::to_string(result.fileSize);
+  std::string rowStart = "\n";
+  appendQuoted(rowStart, reportedPath(result.url));
+  rowStart += ",\"";
+  const std::string rowEnd = "," + std::to_string(result.fileSize);
   for (const HashAlgorithm algorithm : result.hashes.algorithms()) {
-    writer.append(path);
-    writer.append(",\"");
+    writer.append(rowStart);
     writer.append(algorithm.rawValue());
     writer.append("\",");
     writer.append(*result.hashes.find(algorithm));
-    writer.append(",");
-    writer.append(size);
+    writer.append(rowEnd);
   }
 }
 
@@ -141,7 +140,7 @@ void write(const FileHashResults& results, Format format, const fs::path& destin
   const fs::path temporary = folder.path() / Uuid::random().string();
   writeContents(results, format, createFile(temporary), cancellation);
   checkCancellation(cancellation);
-  if (const auto permissions = permissionsOfRegularFile(file)) fs::permissions(temporary, *permissions);
+  copyPermissions(file, temporary);
   atomicRename(temporary, file);
 }
 
@@ -168,6 +167,7 @@ void writeContents(const FileHashResults& results, Format format, FileHandle han
   }
   if (format == Format::json) writer.append("\n]");
   writer.flush();
+  handle.sync();
   handle.close();
 }
 

@@ -1,0 +1,259 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <limits>
+#include <random>
+#include <set>
+
+#include "export/BufferedFileWriter.h"
+#include "export/ManifestRecord.h"
+#include "tests/export/Reports.h"
+#include "tests/support/Process.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+using ManifestService::Format;
+using HA = HashAlgorithm;
+
+class ReportFormat : public testing::Test {
+ protected:
+  std::string reportOf(const FileHashResults& results, Format format) {
+    const std::filesystem::path path = folder_.path() / "report";
+    ManifestService::write(results, format, path, {});
+    return contentOf(path);
+  }
+
+  TemporaryFolder folder_;
+};
+
+TEST_F(ReportFormat, EveryByteIsAsPromised) {
+  const FileHashResults none;
+  const FileHashResults one{resultOf("/Users/a/x.txt", {HA::sha256, HA::blake3}, 0, {1714566896, 999'999'999})};
+  const FileHashResults two{resultOf("/a, \"b\".txt", {HA::crc32, HA::md5}, 9'007'199'254'740'993),
+                            resultOf("/tab\there\nand\\", {HA::sha1})};
+  const FileHashResults bare{resultOf("/bare", {}, 7)};
+  const std::string sha256(64, '4');
+  const std::string blake3(64, '7');
+  const std::string md5(32, '1');
+  const std::string sha1(40, '2');
+
+  struct Case {
+    const char* situation;
+    const FileHashResults& results;
+    Format format;
+    std::string bytes;
+  };
+  const std::vector<Case> cases{
+      {"no result, text", none, Format::plainText, ""},
+      {"no result, CSV", none, Format::csv, "file,algorithm,hash,size_bytes"},
+      {"no result, JSON", none, Format::json, "[\n\n]"},
+      {"one result, text", one, Format::plainText,
+       "SHA-256  " + sha256 + "  /Users/a/x.txt\nBLAKE3  " + blake3 + "  /Users/a/x.txt\n"},
+      {"one result, CSV", one, Format::csv,
+       "file,algorithm,hash,size_bytes\n\"/Users/a/x.txt\",\"SHA-256\"," + sha256 +
+           ",0\n\"/Users/a/x.txt\",\"BLAKE3\"," + blake3 + ",0"},
+      {"one result, JSON", one, Format::json,
+       "[\n  {\n    \"file\" : \"/Users/a/x.txt\",\n    \"hashes\" : {\n      \"BLAKE3\" : \"" + blake3 +
+           "\",\n      \"SHA-256\" : \"" + sha256 +
+           "\"\n    },\n    \"modifiedAt\" : \"2024-05-01T12:34:56Z\",\n    \"sizeBytes\" : 0\n  }\n]"},
+      {"names with quotes and line breaks, text", two, Format::plainText,
+       "MD5  " + md5 + "  /a, \"b\".txt\nCRC-32  88888888  /a, \"b\".txt\nSHA-1  " + sha1 + "  /tab\there\nand\\\n"},
+      {"names with quotes and line breaks, CSV", two, Format::csv,
+       "file,algorithm,hash,size_bytes\n\"/a, \"\"b\"\".txt\",\"MD5\"," + md5 +
+           ",9007199254740993\n\"/a, \"\"b\"\".txt\",\"CRC-32\",88888888,9007199254740993\n"
+           "\"/tab\there\nand\\\",\"SHA-1\"," +
+           sha1 + ",0"},
+      {"names with quotes and line breaks, JSON", two, Format::json,
+       "[\n  {\n    \"file\" : \"/a, \\\"b\\\".txt\",\n    \"hashes\" : {\n      \"CRC-32\" : \"88888888\",\n"
+       "      \"MD5\" : \"" +
+           md5 +
+           "\"\n    },\n    \"modifiedAt\" : \"1970-01-01T00:00:00Z\",\n    \"sizeBytes\" : 9007199254740993\n  },\n"
+           "  {\n    \"file\" : \"/tab\\there\\nand\\\\\",\n    \"hashes\" : {\n      \"SHA-1\" : \"" +
+           sha1 + "\"\n    },\n    \"modifiedAt\" : \"1970-01-01T00:00:00Z\",\n    \"sizeBytes\" : 0\n  }\n]"},
+      {"result without digests, text", bare, Format::plainText, ""},
+      {"result without digests, CSV", bare, Format::csv, "file,algorithm,hash,size_bytes"},
+  };
+  for (const Case& expected : cases) {
+    EXPECT_EQ(reportOf(expected.results, expected.format), expected.bytes) << expected.situation;
+  }
+}
+
+TEST_F(ReportFormat, AlgorithmsKeepCatalogueOrderInListsAndNameOrderInJson) {
+  const FileHashResults all{resultOf("/f", HashAlgorithmSet::all())};
+  const auto order = [](const std::string& report) {
+    std::multimap<std::size_t, std::string> found;
+    for (const HashAlgorithm algorithm : HashAlgorithm::allCases()) {
+      found.emplace(report.find(digest(algorithm, static_cast<char>('1' + algorithm))), algorithm.rawValue());
+    }
+    std::vector<std::string> names;
+    for (const auto& [position, name] : found) names.push_back(position == std::string::npos ? "missing" : name);
+    return names;
+  };
+  const std::vector<std::string> catalogue{"MD5",     "SHA-1",   "SHA-224", "SHA-256",
+                                           "SHA-384", "SHA-512", "BLAKE3",  "CRC-32"};
+  std::vector<std::string> sorted = catalogue;
+  std::ranges::sort(sorted);
+  EXPECT_EQ(order(reportOf(all, Format::plainText)), catalogue);
+  EXPECT_EQ(order(reportOf(all, Format::csv)), catalogue);
+  EXPECT_EQ(order(reportOf(all, Format::json)), sorted);
+}
+
+TEST(ManifestRecord, TimesThatRfc3339CannotSayAreLeftOut) {
+  constexpr auto never = std::numeric_limits<std::int64_t>::min();
+  constexpr auto always = std::numeric_limits<std::int64_t>::max();
+  const std::vector<std::pair<std::optional<Timestamp>, std::string>> cases{
+      {Timestamp{0, 0}, "1970-01-01T00:00:00Z"},
+      {Timestamp{-1, 500'000'000}, "1969-12-31T23:59:59Z"},
+      {Timestamp{951'827'696, 0}, "2000-02-29T12:34:56Z"},
+      {Timestamp{4'107'542'399, 999'999'999}, "2100-02-28T23:59:59Z"},
+      {Timestamp{-2'203'891'200, 0}, "1900-03-01T00:00:00Z"},
+      {Timestamp{253'402'300'799, 0}, "9999-12-31T23:59:59Z"},
+      {Timestamp{253'402'300'800, 0}, ""},
+      {Timestamp{-62'167'219'200, 0}, "0000-01-01T00:00:00Z"},
+      {Timestamp{-62'167'219'201, 0}, ""},
+      {Timestamp{never, 0}, ""},
+      {Timestamp{always, 999'999'999}, ""},
+      {std::nullopt, ""},
+  };
+  for (const auto& [time, expected] : cases) {
+    std::string text;
+    ManifestRecord{"/f", 1, time, {}}.appendJson(text);
+    const std::string line = expected.empty() ? "" : "    \"modifiedAt\" : \"" + expected + "\",\n";
+    EXPECT_EQ(text,
+              "  {\n    \"file\" : \"/f\",\n    \"hashes\" : {\n  \n    },\n" + line + "    \"sizeBytes\" : 1\n  }");
+  }
+}
+
+TEST(ManifestRecord, EveryControlCharacterIsEscaped) {
+  std::string name;
+  for (char c = 1; c < 0x21; ++c) name += c;
+  name += "/\x7F\u202E\U0001F600";
+  std::string text;
+  ManifestRecord{name, 0, std::nullopt, {}}.appendJson(text);
+  EXPECT_THAT(text, testing::HasSubstr(
+                        "\"\\u0001\\u0002\\u0003\\u0004\\u0005\\u0006\\u0007\\b\\t\\n\\u000b\\f\\r\\u000e\\u000f\\u0010"
+                        "\\u0011\\u0012\\u0013\\u0014\\u0015\\u0016\\u0017\\u0018\\u0019\\u001a\\u001b\\u001c\\u001d"
+                        "\\u001e\\u001f /\x7F\u202E\U0001F600\""));
+}
+
+TEST(ReportedPath, EachMaximalSubpartOfIllFormedUtf8BecomesOneReplacement) {
+  // The examples of Unicode 15, chapter 3.9, tables 3-8 to 3-11, and names as old archives leave them.
+  const std::vector<std::pair<std::string, std::string>> cases{
+      {"/plain", "/plain"},
+      {"/\u00FC\u6F22\U0001F4A9\u05D0\uFFFD\uFFFF", "/\u00FC\u6F22\U0001F4A9\u05D0\uFFFD\uFFFF"},
+      {"\xC0\xAF\xE0\x80\xBF\xF0\x81\x82\x41", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\x41"},
+      {"\xED\xA0\x80\xED\xBF\xBF\xED\xAF\x41", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\x41"},
+      {"\xF4\x91\x92\x93\xFF\x41\x80\xBF\x42", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\x41\uFFFD\uFFFD\x42"},
+      {"\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41", "\uFFFD\uFFFD\uFFFD\uFFFD\x41"},
+      {"/caf\xE9.txt", "/caf\uFFFD.txt"},
+      {"/cut\xE6\xBC", "/cut\uFFFD"},
+  };
+  for (const auto& [bytes, expected] : cases) EXPECT_EQ(reportedPath(bytes), expected) << testing::PrintToString(bytes);
+}
+
+// Python's csv and json modules read the three reports back, and its UTF-8 decoder says what the names must be.
+TEST_F(ReportFormat, OtherProgramsReadTheNamesBack) {
+  std::vector<std::string> names{"/",
+                                 "/a,b;c",
+                                 "/\"",
+                                 "/\"\"quoted\"\",\"x\"",
+                                 "/line\nbreak\r\nand\rreturn",
+                                 "/back\\slash\\n\\u0041",
+                                 "/ leading and trailing ",
+                                 "/=1+1",
+                                 "/\u202Egpj.exe",
+                                 "/\u05E9\u05DC\u05D5\u05DD/\u2028\u2029\u0085",
+                                 "/e\u0301 \u00E9",
+                                 "/caf\xE9",
+                                 "/" + std::string(255, '\xFF'),
+                                 "/" + std::string(4000, '"')};
+  // Bytes that begin, continue and break UTF-8 sequences, or mean something to one of the formats.
+  const std::string alphabet(
+      "aZ\",\\/\n\r\t\x01\x1F\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC2\xDF\xE0\xE1\xED\xEF\xF0\xF1\xF4\xF5\xFF");
+  std::mt19937 engine(20240501);
+  for (int i = 0; i < 3000; ++i) {
+    std::string name = "/";
+    for (auto length = engine() % 40; length > 0; --length) name += alphabet[engine() % alphabet.size()];
+    names.push_back(name);
+  }
+
+  FileHashResults results;
+  std::string raw;
+  for (const std::string& name : names) {
+    results.push_back(resultOf(name, {HA::md5, HA::crc32}, 12));
+    raw += name + '\0';
+  }
+  std::vector<std::string> command{"python3", "-c", R"(
+import csv, json, sys
+raw, text, table, records = sys.argv[1:]
+names = [name.decode("utf-8", "replace") for name in open(raw, "rb").read().split(b"\0")[:-1]]
+rows = [(name, algorithm, digest) for name in names for algorithm, digest in (("MD5", "1" * 32), ("CRC-32", "8" * 8))]
+def read(path): return open(path, encoding="utf-8", errors="strict", newline="")
+
+assert read(text).read() == "".join(f"{algorithm}  {digest}  {name}\n" for name, algorithm, digest in rows)
+assert list(csv.reader(read(table), strict=True)) == [["file", "algorithm", "hash", "size_bytes"]] + [
+    [name, algorithm, digest, "12"] for name, algorithm, digest in rows]
+assert json.load(read(records)) == [
+    {"file": name, "hashes": {"MD5": "1" * 32, "CRC-32": "8" * 8}, "modifiedAt": "1970-01-01T00:00:00Z", "sizeBytes": 12}
+    for name in names]
+print(len(names), "names")
+)",
+                                   folder_.file("names", raw)};
+  for (const Format format : ManifestService::allFormats()) {
+    const std::string_view extension = ManifestService::fileExtension(format);
+    command.push_back(folder_.file(extension, reportOf(results, format)));
+  }
+  EXPECT_EQ(outputOf(command), std::to_string(names.size()) + " names\n");
+}
+
+class WriteSizes : public SystemCalls {
+ public:
+  WriteSizes() { replace(this); }
+  ~WriteSizes() override { replace(nullptr); }
+
+  ssize_t write(int descriptor, const void* bytes, std::size_t count) override {
+    sizes.push_back(count);
+    return SystemCalls::write(descriptor, bytes, count);
+  }
+
+  std::vector<std::size_t> sizes;
+};
+
+TEST_F(ReportFormat, HundredThousandResultsGoOutInOneWritePer256KiB) {
+  const FileHashResults results = manyResults(100'000);
+  for (const Format format : ManifestService::allFormats()) {
+    WriteSizes calls;
+    const std::filesystem::path path = folder_.path() / "report";
+    ManifestService::write(results, format, path, {});
+    const std::uintmax_t size = file_size(path);
+    EXPECT_GT(size, 50'000'000U);
+    ASSERT_FALSE(calls.sizes.empty());
+    EXPECT_LE(calls.sizes.size(), size / BufferedFileWriter::flushThreshold + 1);
+    calls.sizes.pop_back();
+    EXPECT_THAT(calls.sizes, testing::Each(testing::AllOf(testing::Ge(BufferedFileWriter::flushThreshold),
+                                                          testing::Le(BufferedFileWriter::bufferReservation))));
+  }
+}
+
+TEST_F(ReportFormat, BufferIsWrittenOutAtItsThreshold) {
+  const std::filesystem::path path = folder_.path() / "bytes";
+  const std::string bytes = period251(BufferedFileWriter::flushThreshold);
+  WriteSizes calls;
+  FileHandle handle = FileHandle::open(path, O_WRONLY | O_CREAT, 0600);
+  BufferedFileWriter writer(handle);
+
+  writer.append(std::string_view(bytes).substr(1));
+  EXPECT_THAT(calls.sizes, testing::IsEmpty());
+  writer.append("x");
+  EXPECT_THAT(calls.sizes, testing::ElementsAre(bytes.size()));
+  writer.append(bytes + bytes);
+  EXPECT_THAT(calls.sizes, testing::ElementsAre(bytes.size(), 2 * bytes.size()));
+  writer.append("tail");
+  writer.flush();
+  EXPECT_EQ(contentOf(path), bytes.substr(1) + "x" + bytes + bytes + "tail");
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test

@@ -1,0 +1,341 @@
+#include <atomic>
+#include <cerrno>
+#include <fcntl.h>
+#include <functional>
+#include <gmock/gmock.h>
+#include <set>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+#include "core/Errors.h"
+#include "tests/export/Reports.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using ManifestService::Format;
+
+const std::string oldReport = "the report of yesterday\n";
+
+std::set<std::string> namesIn(const fs::path& folder) {
+  std::set<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder)) names.insert(entry.path().filename());
+  return names;
+}
+
+mode_t modeOf(const fs::path& path) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) != 0) throw std::system_error(errno, std::system_category());
+  return status.st_mode & 07777;
+}
+
+/// Does what the real calls do, unless a test puts something else in place, and counts the descriptors left open.
+class Calls : public SystemCalls {
+ public:
+  Calls() { replace(this); }
+  ~Calls() override { replace(nullptr); }
+
+  std::function<void()> beforeWrite = [] {};
+  std::function<void(const fs::path& source, const fs::path& destination)> beforeRename = [](auto&&...) {};
+  const char* file = nullptr;  ///< Opened in place of the file that the program asked for.
+  int openError = 0;
+  int fsyncError = 0;
+  int closeError = 0;
+  int renameError = 0;
+  int writes = 0;
+  int syncs = 0;
+  int descriptors = 0;
+
+  int open(const char* path, int flags, mode_t mode) override {
+    if (openError != 0) return failing(openError);
+    const int descriptor =
+        file != nullptr ? SystemCalls::open(file, O_WRONLY, 0) : SystemCalls::open(path, flags, mode);
+    if (descriptor >= 0) ++descriptors;
+    return descriptor;
+  }
+  ssize_t write(int descriptor, const void* bytes, std::size_t count) override {
+    ++writes;
+    beforeWrite();
+    return SystemCalls::write(descriptor, bytes, count);
+  }
+  int fsync(int descriptor) override {
+    ++syncs;
+    return fsyncError != 0 ? failing(fsyncError) : SystemCalls::fsync(descriptor);
+  }
+  int close(int descriptor) override {
+    --descriptors;
+    const int result = SystemCalls::close(descriptor);
+    return closeError != 0 ? failing(closeError) : result;
+  }
+  int rename(const char* source, const char* destination) override {
+    beforeRename(source, destination);
+    return renameError != 0 ? failing(renameError) : SystemCalls::rename(source, destination);
+  }
+
+ private:
+  static int failing(int number) {
+    errno = number;
+    return -1;
+  }
+};
+
+class ReportReplacement : public testing::Test {
+ protected:
+  static void write(const FileHashResults& results, const fs::path& destination, std::stop_token cancellation = {}) {
+    ManifestService::write(results, Format::plainText, destination, cancellation);
+  }
+
+  void expectNothingHappened() {
+    EXPECT_EQ(contentOf(report_), oldReport);
+    EXPECT_EQ(namesIn(folder_.path()), std::set<std::string>{"report.txt"});
+  }
+
+  /// Runs `write` and expects this error number, the old report, and nothing else in its folder.
+  void expectFailure(const FileHashResults& results, int number) {
+    try {
+      write(results, report_);
+      ADD_FAILURE() << "no error, expected " << number;
+    } catch (const std::system_error& error) {
+      EXPECT_EQ(error.code(), std::error_code(number, std::system_category()));
+    }
+    expectNothingHappened();
+  }
+
+  const FileHashResults few_ = manyResults(2);
+  const FileHashResults many_ = manyResults(2'000);  ///< Over 1 MiB as a report.
+  TemporaryFolder folder_;
+  fs::path report_ = folder_.file("report.txt", oldReport);
+};
+
+TEST_F(ReportReplacement, LongerReportIsReplacedWhole) {
+  write(many_, report_);
+  const std::string report = contentOf(report_);
+  EXPECT_GT(report.size(), 1'000'000U);
+  EXPECT_THAT(report, testing::EndsWith("/home/a/file 1999\n"));
+  write({resultOf("/f", {HashAlgorithm::crc32})}, report_);
+  EXPECT_EQ(contentOf(report_), "CRC-32  88888888  /f\n");
+  write({}, report_);
+  EXPECT_EQ(contentOf(report_), "");
+  EXPECT_EQ(namesIn(folder_.path()), std::set<std::string>{"report.txt"});
+}
+
+TEST_F(ReportReplacement, ReportIsMadeInAPrivateFolderBesideItAndSyncedBeforeItIsRenamed) {
+  const fs::path fresh = folder_.path() / "fresh.txt";
+  Calls calls;
+  int renames = 0;
+  calls.beforeRename = [&](const fs::path& source, const fs::path& destination) {
+    ++renames;
+    EXPECT_EQ(destination, fresh);
+    EXPECT_THAT(source.filename(), testing::Property(&fs::path::native, testing::SizeIs(36)));
+    EXPECT_THAT(source.parent_path().filename().native(), testing::StartsWith("."));
+    EXPECT_EQ(source.parent_path().parent_path(), folder_.path());
+    EXPECT_EQ(modeOf(source.parent_path()), mode_t{0700});
+    EXPECT_EQ(calls.syncs, 1);
+    EXPECT_EQ(calls.descriptors, 0);
+  };
+  write(few_, fresh);
+  EXPECT_EQ(renames, 1);
+  EXPECT_EQ(namesIn(folder_.path()), (std::set<std::string>{"fresh.txt", "report.txt"}));
+}
+
+TEST_F(ReportReplacement, PermissionsAreThoseOfTheReplacedFileOrOfTheUmask) {
+  const mode_t umaskBefore = umask(027);
+  write(few_, folder_.path() / "fresh.txt");
+  umask(umaskBefore);
+  EXPECT_EQ(modeOf(folder_.path() / "fresh.txt"), mode_t{0640});
+  for (const mode_t mode : {0600, 0666, 0444}) {
+    chmod(report_.c_str(), mode);
+    write(few_, report_);
+    EXPECT_EQ(modeOf(report_), mode);
+  }
+}
+
+TEST_F(ReportReplacement, FileBehindSymbolicLinksIsReplacedAndTheLinksStay) {
+  fs::create_directory(folder_.path() / "elsewhere");
+  const fs::path target = folder_.file("elsewhere/target.txt", oldReport);
+  fs::create_symlink("elsewhere/hop", folder_.path() / "relative");
+  fs::create_symlink(target, folder_.path() / "elsewhere/hop");
+  fs::create_symlink("elsewhere/new.txt", folder_.path() / "dangling");
+  fs::create_symlink("loop", folder_.path() / "loop");
+
+  write(few_, folder_.path() / "relative");
+  EXPECT_THAT(contentOf(target), testing::StartsWith("MD5  "));
+  write(few_, folder_.path() / "dangling");
+  EXPECT_EQ(contentOf(folder_.path() / "elsewhere/new.txt"), contentOf(target));
+  report_ = folder_.path() / "loop";
+  try {
+    write(few_, report_);
+    ADD_FAILURE() << "a loop of links was written to";
+  } catch (const std::system_error& error) {
+    EXPECT_EQ(error.code(), std::errc::too_many_symbolic_link_levels);
+  }
+  for (const char* link : {"relative", "elsewhere/hop", "dangling", "loop"}) {
+    EXPECT_TRUE(fs::is_symlink(folder_.path() / link)) << link;
+  }
+  EXPECT_EQ(namesIn(folder_.path()),
+            (std::set<std::string>{"dangling", "elsewhere", "loop", "relative", "report.txt"}));
+  EXPECT_EQ(namesIn(folder_.path() / "elsewhere"), (std::set<std::string>{"hop", "new.txt", "target.txt"}));
+}
+
+TEST_F(ReportReplacement, RelativeDestinationIsWritten) {
+  const fs::path before = fs::current_path();
+  fs::current_path(folder_.path());
+  write(few_, "report.txt");
+  fs::current_path(before);
+  EXPECT_THAT(contentOf(report_), testing::StartsWith("MD5  "));
+  EXPECT_EQ(namesIn(folder_.path()), std::set<std::string>{"report.txt"});
+}
+
+TEST_F(ReportReplacement, FailuresOfTheSystemLeaveTheOldReport) {
+  Calls calls;
+  calls.file = "/dev/full";
+  expectFailure(few_, ENOSPC);
+  expectFailure(many_, ENOSPC);
+  calls.file = nullptr;
+  calls.fsyncError = EIO;
+  expectFailure(few_, EIO);
+  calls.fsyncError = 0;
+  calls.closeError = EDQUOT;
+  expectFailure(few_, EDQUOT);
+  calls.closeError = 0;
+  calls.renameError = EXDEV;
+  expectFailure(few_, EXDEV);
+  EXPECT_EQ(calls.descriptors, 0);
+}
+
+TEST_F(ReportReplacement, FileSizeLimitLeavesTheOldReport) {
+  // With the signal ignored, a write over the limit first writes less and then fails.
+  const auto handlerBefore = signal(SIGXFSZ, SIG_IGN);
+  struct rlimit before {};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const struct rlimit limit { 700'000, before.rlim_max };
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+  expectFailure(many_, EFBIG);
+  setrlimit(RLIMIT_FSIZE, &before);
+  signal(SIGXFSZ, handlerBefore);
+}
+
+TEST_F(ReportReplacement, FileThatCannotBeCreatedIsTheUnknownWriteError) {
+  Calls calls;
+  calls.openError = EACCES;
+  try {
+    write(few_, report_);
+    ADD_FAILURE() << "no error";
+  } catch (const ManifestServiceError& error) {
+    EXPECT_EQ(error.value(), ManifestServiceError::Case::fileWriteUnknown);
+    EXPECT_EQ(errorDescription(std::current_exception()), "The report could not be written.");
+  }
+  expectNothingHappened();
+}
+
+TEST_F(ReportReplacement, ReadOnlyFolderLeavesTheOldReport) {
+  chmod(folder_.path().c_str(), 0555);
+  const bool isRoot = geteuid() == 0;  // For root no folder is read-only; for this one test it is nobody.
+  if (isRoot && seteuid(65534) != 0) GTEST_SKIP() << "root here cannot become another user";
+  expectFailure(few_, EACCES);
+  ASSERT_TRUE(!isRoot || seteuid(0) == 0);
+  chmod(folder_.path().c_str(), 0700);
+}
+
+TEST_F(ReportReplacement, VanishedFolderIsNotMadeAgain) {
+  const fs::path gone = folder_.path() / "gone";
+  const auto expectMissing = [&] {
+    try {
+      write(few_, gone / "report.txt");
+      ADD_FAILURE() << "no error";
+    } catch (const std::system_error& error) {
+      EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
+    }
+    EXPECT_FALSE(fs::exists(gone));
+  };
+  expectMissing();
+
+  fs::create_directory(gone);
+  Calls calls;
+  calls.beforeWrite = [&] { fs::remove_all(gone); };
+  expectMissing();
+  EXPECT_EQ(calls.writes, 1);
+  EXPECT_EQ(calls.descriptors, 0);
+}
+
+TEST_F(ReportReplacement, FolderIsNotReplaced) {
+  const fs::path destination = folder_.path() / "folder";
+  for (const bool isEmpty : {true, false}) {
+    fs::create_directory(destination);
+    if (!isEmpty) folder_.file("folder/kept", "kept");
+    EXPECT_THROW(write(few_, destination), std::system_error);
+    EXPECT_TRUE(fs::is_directory(destination));
+    EXPECT_EQ(namesIn(folder_.path()), (std::set<std::string>{"folder", "report.txt"}));
+  }
+  EXPECT_EQ(contentOf(destination / "kept"), "kept");
+}
+
+TEST_F(ReportReplacement, CancellationAtAnyTimeLeavesTheOldReport) {
+  std::stop_source before;
+  before.request_stop();
+  for (const FileHashResults* results : {&many_, &few_}) {
+    EXPECT_THROW(write(*results, report_, before.get_token()), CancellationError);
+    expectNothingHappened();
+  }
+  EXPECT_THROW(write({}, report_, before.get_token()), CancellationError);
+  expectNothingHappened();
+
+  Calls calls;
+  std::stop_source during;
+  calls.beforeWrite = [&] { during.request_stop(); };
+  EXPECT_THROW(write(many_, report_, during.get_token()), CancellationError);
+  expectNothingHappened();
+  EXPECT_EQ(calls.writes, 1);
+
+  std::stop_source atTheEnd;
+  calls.beforeWrite = [&] { atTheEnd.request_stop(); };
+  EXPECT_THROW(write(few_, report_, atTheEnd.get_token()), CancellationError);
+  expectNothingHappened();
+  EXPECT_EQ(calls.writes, 2);
+  EXPECT_EQ(calls.descriptors, 0);
+}
+
+TEST_F(ReportReplacement, DeviceWithoutADiskTakesAReport) {
+  EXPECT_NO_THROW(ManifestService::writeContents(few_, Format::json, FileHandle::open("/dev/null", O_WRONLY), {}));
+}
+
+TEST_F(ReportReplacement, ReadersSeeOnlyWholeReports) {
+  const fs::path path = folder_.path() / "shared.txt";
+  const FileHashResults shorter = manyResults(500);
+  write(many_, path);
+  const std::string longText = contentOf(path);
+  write(shorter, path);
+  const std::string shortText = contentOf(path);
+
+  std::atomic<bool> done = false;
+  std::atomic<int> reads = 0;
+  int mixtures = 0;
+  std::set<std::size_t> seen;
+  std::jthread reader([&] {
+    while (!done) {
+      const std::string text = contentOf(path);
+      if (text != longText && text != shortText) ++mixtures;
+      seen.insert(text.size());
+      ++reads;
+    }
+  });
+  for (int i = 0; i < 20; ++i) {
+    const int readsBefore = reads;
+    write(i % 2 == 0 ? many_ : shorter, path);
+    while (reads == readsBefore) std::this_thread::yield();
+  }
+  done = true;
+  reader.join();
+  EXPECT_EQ(mixtures, 0);
+  EXPECT_EQ(seen, (std::set<std::size_t>{shortText.size(), longText.size()}));
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test
