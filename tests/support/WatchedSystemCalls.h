@@ -1,0 +1,73 @@
+#pragma once
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <functional>
+#include <limits>
+#include <string_view>
+#include <sys/stat.h>
+#include <vector>
+
+#include "core/FileHandle.h"
+
+namespace tallyfold::test {
+
+/// Stands between the program and the system for as long as it lives. It counts the calls by which files are read, lets
+/// a test do something right before any of them, and can make them fail. For tests whose files are read by one thread.
+class WatchedSystemCalls : public SystemCalls {
+ public:
+  WatchedSystemCalls() { replace(this); }
+  ~WatchedSystemCalls() override { replace(nullptr); }
+  WatchedSystemCalls(const WatchedSystemCalls&) = delete;
+  WatchedSystemCalls& operator=(const WatchedSystemCalls&) = delete;
+
+  /// Runs right before a call ("open", "read", "fstat" or "stat"), given its name and its number among all calls,
+  /// from 1. When it returns an error number, the call fails with that number and the system is not asked.
+  std::function<int(std::string_view name, std::size_t number)> before = [](auto...) { return 0; };
+
+  /// No read returns more bytes than this.
+  std::size_t longestRead = std::numeric_limits<std::size_t>::max();
+
+  /// Names of all calls so far, in order.
+  std::vector<std::string_view> names;
+
+  /// Descriptors that were opened and not closed.
+  int stillOpen = 0;
+
+  int open(const char* path, int flags, mode_t mode) override {
+    if (isRefused("open")) return -1;
+    const int descriptor = SystemCalls::open(path, flags, mode);
+    if (descriptor >= 0) ++stillOpen;
+    return descriptor;
+  }
+
+  int close(int descriptor) override {
+    --stillOpen;
+    return SystemCalls::close(descriptor);
+  }
+
+  ssize_t read(int descriptor, void* bytes, std::size_t count) override {
+    if (isRefused("read")) return -1;
+    return SystemCalls::read(descriptor, bytes, std::min(count, longestRead));
+  }
+
+  int fstat(int descriptor, struct stat* status) override {
+    return isRefused("fstat") ? -1 : SystemCalls::fstat(descriptor, status);
+  }
+
+  int stat(const char* path, struct stat* status) override {
+    return isRefused("stat") ? -1 : SystemCalls::stat(path, status);
+  }
+
+ private:
+  bool isRefused(std::string_view name) {
+    names.push_back(name);
+    const int error = before(name, names.size());
+    if (error == 0) return false;
+    errno = error;
+    return true;
+  }
+};
+
+}  // namespace tallyfold::test
