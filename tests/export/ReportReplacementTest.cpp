@@ -87,7 +87,8 @@ class Calls : public SystemCalls {
 
 class ReportReplacement : public testing::Test {
  protected:
-  static void write(const FileHashResults& results, const fs::path& destination, std::stop_token cancellation = {}) {
+  static void write(const FileHashResults& results, const fs::path& destination,
+                    const std::stop_token& cancellation = {}) {
     ManifestService::write(results, Format::plainText, destination, cancellation);
   }
 
@@ -149,7 +150,7 @@ TEST_F(ReportReplacement, PermissionsAreThoseOfTheReplacedFileOrOfTheUmask) {
   write(few_, folder_.path() / "fresh.txt");
   umask(umaskBefore);
   EXPECT_EQ(modeOf(folder_.path() / "fresh.txt"), mode_t{0640});
-  for (const mode_t mode : {0600, 0666, 0444}) {
+  for (const mode_t mode : {0600U, 0666U, 0444U}) {
     chmod(report_.c_str(), mode);
     write(few_, report_);
     EXPECT_EQ(modeOf(report_), mode);
