@@ -89,7 +89,8 @@ void appendQuoted(std::string& text, std::string_view field) {
 }
 
 void appendPlainText(BufferedFileWriter& writer, const FileHashResult& result) {
-  const std::string lineEnd = "  " + reportedPath(result.url) + "\n";
+  std::string lineEnd = "  ";
+  lineEnd.append(reportedPath(result.url)).append("\n");
   for (const HashAlgorithm algorithm : result.hashes.algorithms()) {
     writer.append(algorithm.rawValue());
     writer.append("  ");
@@ -102,7 +103,8 @@ void appendCsv(BufferedFileWriter& writer, const FileHashResult& result) {
   std::string rowStart = "\n";
   appendQuoted(rowStart, reportedPath(result.url));
   rowStart += ",\"";
-  const std::string rowEnd = "," + std::to_string(result.fileSize);
+  std::string rowEnd = ",";
+  rowEnd += std::to_string(result.fileSize);
   for (const HashAlgorithm algorithm : result.hashes.algorithms()) {
     writer.append(rowStart);
     writer.append(algorithm.rawValue());

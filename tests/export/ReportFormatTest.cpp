@@ -166,8 +166,8 @@ TEST_F(ReportFormat, OtherProgramsReadTheNamesBack) {
                                  "/\u05E9\u05DC\u05D5\u05DD/\u2028\u2029\u0085",
                                  "/e\u0301 \u00E9",
                                  "/caf\xE9",
-                                 "/" + std::string(255, '\xFF'),
-                                 "/" + std::string(4000, '"')};
+                                 std::string("/").append(255, '\xFF'),
+                                 std::string("/").append(4000, '"')};
   // Bytes that begin, continue and break UTF-8 sequences, or mean something to one of the formats.
   const std::string alphabet(
       "aZ\",\\/\n\r\t\x01\x1F\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC2\xDF\xE0\xE1\xED\xEF\xF0\xF1\xF4\xF5\xFF");
