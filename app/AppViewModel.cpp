@@ -1,0 +1,93 @@
+#include "app/AppViewModel.h"
+
+#include <utility>
+
+#include <QVariantMap>
+
+namespace tallyfold {
+
+namespace {
+
+QStringList names(HashAlgorithmSet algorithms) {
+  QStringList list;
+  for (const HashAlgorithm algorithm : algorithms) {
+    const std::string_view name = algorithm.rawValue();
+    list.append(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())));
+  }
+  return list;
+}
+
+}  // namespace
+
+QVariantList AppViewModel::modes() {
+  QVariantList list;
+  for (const AppMode::Case mode : AppMode::allCases()) {
+    list.append(QVariantMap{{QStringLiteral("mode"), mode},
+                            {QStringLiteral("label"), AppMode::rawValue(mode)},
+                            {QStringLiteral("icon"), AppMode::iconName(mode)}});
+  }
+  return list;
+}
+
+QStringList AppViewModel::algorithmNames() { return names(HashAlgorithmSet::all()); }
+
+AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : QObject(parent), desktop_(desktop) {
+  connect(&jobs_, &FileJobListModel::countChanged, this, &AppViewModel::refusalsChanged);
+  connect(this, &AppViewModel::selectedAlgorithmsChanged, this, &AppViewModel::refusalsChanged);
+  connect(this, &AppViewModel::resultsChanged, this, &AppViewModel::refusalsChanged);
+  connect(this, &AppViewModel::isProcessingChanged, this, &AppViewModel::refusalsChanged);
+  connect(this, &AppViewModel::isExportingChanged, this, &AppViewModel::refusalsChanged);
+}
+
+AppViewModel::~AppViewModel() {
+  shutdown();
+  self_->reset();
+}
+
+void AppViewModel::setMode(AppMode::Case mode) {
+  if (std::exchange(mode_, mode) != mode) emit modeChanged();
+}
+
+QStringList AppViewModel::selectedAlgorithmNames() const { return names(selectedAlgorithms_); }
+
+void AppViewModel::setSelectedAlgorithms(HashAlgorithmSet algorithms) {
+  if (isProcessing_ || algorithms == selectedAlgorithms_) return;
+  selectedAlgorithms_ = algorithms;
+  emit selectedAlgorithmsChanged();
+}
+
+void AppViewModel::setAlgorithmSelected(const QString& name, bool isSelected) {
+  const auto algorithm = HashAlgorithm::init(name.toStdString());
+  if (!algorithm) return;
+  HashAlgorithmSet algorithms = selectedAlgorithms_;
+  if (isSelected) {
+    algorithms.insert(*algorithm);
+  } else {
+    algorithms.erase(*algorithm);
+  }
+  setSelectedAlgorithms(algorithms);
+}
+
+void AppViewModel::choosePreset(Preset preset) {
+  switch (preset) {
+    case Recommended:
+      return setSelectedAlgorithms(HashAlgorithm::recommended);
+    case Compatibility:
+      return setSelectedAlgorithms(HashAlgorithm::compatibility);
+    case AllAlgorithms:
+      return setSelectedAlgorithms(HashAlgorithmSet::all());
+  }
+}
+
+void AppViewModel::setErrorMessage(const QString& message) {
+  if (errorMessage_ == message) return;
+  errorMessage_ = message;
+  emit errorMessageChanged();
+}
+
+void AppViewModel::shutdown() {
+  cancelProcessing();
+  exportTask_.cancel();
+}
+
+}  // namespace tallyfold

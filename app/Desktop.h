@@ -1,0 +1,32 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QUrl>
+
+namespace tallyfold {
+
+/// What the model asks of the desktop around it. Called on the interface thread. Panels do not block: they call back on
+/// the interface thread when the user has confirmed, and not at all when the user cancels.
+class Desktop {
+ public:
+  virtual ~Desktop() = default;
+
+  /// Asks for any number of existing files.
+  virtual void chooseFiles(std::function<void(const QList<QUrl>&)> chosen) = 0;
+
+  /// Asks where to save a file, proposing `fileName`. Folders may be created in the panel.
+  virtual void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) = 0;
+
+  /// Replaces what is on the clipboard by plain text: UTF-8, or the very bytes of a path.
+  virtual void setPasteboard(const QByteArray& text) = 0;
+
+  /// Shows a file in the desktop's file browser.
+  virtual void revealInFileBrowser(const std::filesystem::path& path) = 0;
+};
+
+}  // namespace tallyfold

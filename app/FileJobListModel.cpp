@@ -1,0 +1,114 @@
+#include "app/FileJobListModel.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include <QVariantMap>
+
+#include "app/FileLocation.h"
+#include "app/Formats.h"
+
+namespace tallyfold {
+
+namespace {
+
+QString text(std::string_view utf8) { return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size())); }
+
+}  // namespace
+
+FileJobListModel::FileJobListModel(const ResultByJobID& results, QObject* parent)
+    : QAbstractListModel(parent), results_(results) {}
+
+int FileJobListModel::rowCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : count(); }
+
+QVariant FileJobListModel::data(const QModelIndex& index, int role) const {
+  if (!checkIndex(index, CheckIndexOption::IndexIsValid)) return {};
+  const FileJob& job = jobs_[static_cast<std::size_t>(index.row())];
+  switch (role) {
+    case JobIdRole:
+      return QVariant::fromValue(job.id);
+    case Qt::DisplayRole:
+    case NameRole:
+      return displayText(job.url->filename());
+    case FolderRole:
+      return displayText(job.url->parent_path());
+    case StateRole:
+      return static_cast<State>(job.state.index());
+    case ProgressRole: {
+      const auto* hashing = std::get_if<FileJob::Hashing>(&job.state);
+      return hashing == nullptr ? 0.0 : hashing->progress;
+    }
+    case MessageRole: {
+      const auto* failed = std::get_if<FileJob::Failed>(&job.state);
+      return failed == nullptr ? QString() : text(failed->message);
+    }
+    default:
+      break;
+  }
+
+  const auto found = results_.find(job.id);
+  if (found == results_.end()) return role == FactsRole ? QVariant(QString()) : QVariant(QVariantList());
+  const FileHashResult& result = *found->second;
+  if (role == FactsRole) return facts(result);
+  if (role != DigestsRole) return {};
+  QVariantList digests;
+  for (const HashAlgorithm algorithm : result.hashes.algorithms()) {
+    digests.append(QVariantMap{{QStringLiteral("algorithm"), text(algorithm.rawValue())},
+                               {QStringLiteral("digest"), text(*result.hashes.find(algorithm))}});
+  }
+  return digests;
+}
+
+QHash<int, QByteArray> FileJobListModel::roleNames() const {
+  return {{JobIdRole, "jobId"},       {NameRole, "name"},       {FolderRole, "folder"}, {StateRole, "state"},
+          {ProgressRole, "progress"}, {MessageRole, "message"}, {FactsRole, "facts"},   {DigestsRole, "digests"}};
+}
+
+Uuid FileJobListModel::idAt(int row) const {
+  return row >= 0 && row < count() ? jobs_[static_cast<std::size_t>(row)].id : Uuid();
+}
+
+void FileJobListModel::append(std::vector<FileJob> jobs) {
+  if (jobs.empty()) return;
+  beginInsertRows({}, count(), count() + static_cast<int>(jobs.size()) - 1);
+  jobs_.insert(jobs_.end(), std::make_move_iterator(jobs.begin()), std::make_move_iterator(jobs.end()));
+  endInsertRows();
+  emit countChanged();
+}
+
+void FileJobListModel::remove(std::size_t row) {
+  beginRemoveRows({}, static_cast<int>(row), static_cast<int>(row));
+  jobs_.erase(jobs_.begin() + static_cast<std::ptrdiff_t>(row));
+  endRemoveRows();
+  emit countChanged();
+}
+
+void FileJobListModel::clear() {
+  if (jobs_.empty()) return;
+  beginResetModel();
+  jobs_.clear();
+  endResetModel();
+  emit countChanged();
+}
+
+void FileJobListModel::setState(std::size_t row, FileJob::State state) {
+  const Batch batch(*this);
+  jobs_[row].state = std::move(state);
+  firstChanged_ = endChanged_ == 0 ? row : std::min(firstChanged_, row);
+  endChanged_ = std::max(endChanged_, row + 1);
+}
+
+QString FileJobListModel::facts(const FileHashResult& result) const {
+  return QStringLiteral("%1 · %2 · %3")
+      .arg(formattedByteCount(result.fileSize), compactDuration(result.duration),
+           formattedThroughput(static_cast<double>(result.fileSize) / result.duration));
+}
+
+void FileJobListModel::announceChanges() {
+  const std::size_t end = std::exchange(endChanged_, 0);
+  if (end == 0 || end > jobs_.size()) return;
+  emit dataChanged(index(static_cast<int>(firstChanged_)), index(static_cast<int>(end) - 1));
+}
+
+}  // namespace tallyfold

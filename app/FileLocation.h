@@ -1,0 +1,29 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+#include <QString>
+#include <QUrl>
+
+/// Between the URLs and texts of the desktop and the paths of the file system, which are bytes.
+namespace tallyfold {
+
+/// True when a URL's path is a folder's, that is, ends in a separator. Does not look at the file system.
+bool isDirectoryPath(const QUrl& url);
+
+/// The standardized path (absolute, without ".", ".." and doubled separators; links are not followed) of a file URL:
+/// the exact bytes, also those that are not UTF-8. None when `url` is not a file URL with an absolute path.
+std::optional<std::filesystem::path> fileLocation(const QUrl& url);
+
+/// The file URL of a path; bytes that are not UTF-8 are percent-encoded, so that `fileLocation` gives them back.
+QUrl fileUrl(const std::filesystem::path& path);
+
+/// A path as text for other programs and people. Bytes that are not UTF-8 become U+FFFD.
+QString textOf(const std::filesystem::path& path);
+
+/// A path, or a part of one, as one line that shows what is there: control characters and line breaks appear as their
+/// pictures, and the invisible characters that reorder text as "<U+202E>", so that no name can disguise itself.
+QString displayText(const std::filesystem::path& path);
+
+}  // namespace tallyfold

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QLocale>
+#include <QString>
+
+/// Numbers as the screens show them.
+namespace tallyfold {
+
+/// The user's locale; English where the system has only the "C" locale, which knows no grouping.
+QLocale userLocale();
+
+/// "18 ms" below one second, "1.00 s" from there on.
+QString compactDuration(double seconds);
+
+/// Bytes in decimal units as file browsers show them: "1 byte", "512 bytes", "4 KB", "4.2 MB", "1.25 GB".
+QString formattedByteCount(qint64 bytes);
+
+/// "233 MB/s". A dash when the speed is not a number of bytes, as for a file that took no measurable time.
+QString formattedThroughput(double bytesPerSecond);
+
+}  // namespace tallyfold

@@ -1,0 +1,6 @@
+#include "ui/TallyfoldApp.h"
+
+int main(int argc, char** argv) {
+  tallyfold::TallyfoldApp app(argc, argv);
+  return app.run();
+}

@@ -1,0 +1,102 @@
+import QtQuick
+import QtQuick.Window
+import TallyFold
+
+// The settings window. There is nothing to set: it says what the program is.
+Window {
+    id: panel
+
+    function open() {
+        x = transientParent.x + (transientParent.width - width) / 2;
+        y = transientParent.y + (transientParent.height - height) / 2;
+        show();
+        raise();
+        requestActivate();
+    }
+
+    objectName: "aboutPanel"
+    title: qsTr("Settings")
+    flags: Qt.Dialog
+    width: 420
+    height: content.implicitHeight + 2 * TallyTheme.space6
+    minimumWidth: width
+    maximumWidth: width
+    minimumHeight: height
+    maximumHeight: height
+    color: TallyTheme.backgroundBottom
+
+    TFBackground {
+        anchors.fill: parent
+    }
+
+    Column {
+        id: content
+
+        spacing: 10
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            verticalCenter: parent.verticalCenter
+            margins: TallyTheme.space6
+        }
+
+        TFText {
+            objectName: "aboutTitle"
+            text: "Tally Fold"
+            font.pixelSize: TallyTheme.titleSize
+            font.weight: Font.Bold
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+
+        TFText {
+            text: qsTr("Local checksum and file-integrity utility.")
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+
+        Rectangle {
+            width: parent.width
+            height: 1
+            color: TallyTheme.hairline
+        }
+
+        TFText {
+            text: qsTr("No telemetry. No network access required.")
+            color: TallyTheme.secondary
+            font.pixelSize: TallyTheme.captionSize
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+
+        TFButton {
+            objectName: "donationLink"
+            visible: DesktopSettings.donationUrl !== ""
+            text: qsTr("Support via Revolut")
+            icon: "heart"
+            onClicked: Qt.openUrlExternally(DesktopSettings.donationUrl)
+        }
+
+        TFButton {
+            objectName: "contactLink"
+            visible: DesktopSettings.contactLine !== "" && DesktopSettings.contactUrl !== ""
+            text: DesktopSettings.contactLine
+            isBorderless: true
+            onClicked: Qt.openUrlExternally(DesktopSettings.contactUrl)
+        }
+
+        TFText {
+            objectName: "contactText"
+            visible: DesktopSettings.contactLine !== "" && DesktopSettings.contactUrl === ""
+            text: DesktopSettings.contactLine
+            color: TallyTheme.secondary
+            font.pixelSize: TallyTheme.captionSize
+        }
+    }
+
+    Shortcut {
+        sequences: ["Esc", "Ctrl+W"]
+        onActivated: panel.close()
+    }
+}

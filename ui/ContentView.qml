@@ -1,0 +1,110 @@
+import QtQuick
+import QtQuick.Templates as T
+import QtQuick.Window
+import TallyFold
+
+// The window: the sidebar of modes and the screen of the selected one, both observers of the one model.
+Window {
+    id: root
+
+    required property AppViewModel viewModel
+
+    title: "Tally Fold"
+    minimumWidth: sidebar.T.SplitView.minimumWidth + detail.T.SplitView.minimumWidth
+    minimumHeight: 520
+    color: TallyTheme.backgroundBottom
+    visible: true
+    onClosing: viewModel.shutdown()
+
+    TFBackground {
+        anchors.fill: parent
+    }
+
+    StartupWindowConfigurator {}
+
+    T.SplitView {
+        id: split
+
+        anchors.fill: parent
+        orientation: Qt.Horizontal
+
+        handle: Item {
+            implicitWidth: 1
+
+            Rectangle {
+                anchors.fill: parent
+                color: T.SplitHandle.pressed || T.SplitHandle.hovered ? TallyTheme.accent : TallyTheme.hairline
+            }
+
+            // Easier to hit than it looks.
+            containmentMask: Item {
+                x: -TallyTheme.space1
+                width: 2 * TallyTheme.space1 + 1
+                height: split.height
+            }
+        }
+
+        Sidebar {
+            id: sidebar
+
+            T.SplitView.minimumWidth: 165
+            T.SplitView.preferredWidth: root.width < 900 ? 165 : 190
+            viewModel: root.viewModel
+            onSettingsRequested: about.open()
+        }
+
+        Item {
+            id: detail
+
+            T.SplitView.minimumWidth: 720
+            T.SplitView.fillWidth: true
+
+            FilesView {
+                anchors.fill: parent
+                viewModel: root.viewModel
+                visible: root.viewModel.mode === AppMode.Files
+            }
+
+            PlaceholderView {
+                anchors.fill: parent
+                viewModel: root.viewModel
+                visible: root.viewModel.mode !== AppMode.Files
+            }
+        }
+    }
+
+    TFErrorAlert {
+        message: root.viewModel.errorMessage
+        onDismissed: root.viewModel.errorMessage = ""
+    }
+
+    AboutPanel {
+        id: about
+
+        transientParent: root
+    }
+
+    Repeater {
+        model: root.viewModel.modes
+
+        Item {
+            required property int index
+            required property var modelData
+
+            Shortcut {
+                sequence: "Ctrl+" + (index + 1)
+                onActivated: root.viewModel.mode = modelData.mode
+            }
+        }
+    }
+
+    Shortcut {
+        sequence: "Ctrl+,"
+        onActivated: about.open()
+    }
+
+    Shortcut {
+        sequence: "Ctrl+Q"
+        onActivated: root.close()
+    }
+}

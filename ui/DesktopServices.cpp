@@ -1,0 +1,77 @@
+#include "ui/DesktopServices.h"
+
+#include <utility>
+
+#include <QClipboard>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFileDialog>
+#include <QGuiApplication>
+#include <QMimeData>
+
+#include "app/FileLocation.h"
+#include "ui/DropHandling.h"
+
+namespace tallyfold {
+
+namespace {
+
+// A panel that belongs to `window`, blocks only it, and deletes itself when it closes.
+QFileDialog* makePanel(QWindow* window) {
+  auto* panel = new QFileDialog;
+  panel->setAttribute(Qt::WA_DeleteOnClose);
+  panel->setWindowModality(Qt::WindowModal);
+  panel->winId();
+  if (panel->windowHandle() != nullptr) panel->windowHandle()->setTransientParent(window);
+  return panel;
+}
+
+}  // namespace
+
+void DesktopServices::chooseFiles(std::function<void(const QList<QUrl>&)> chosen) {
+  QFileDialog* panel = makePanel(window_);
+  panel->setObjectName(QStringLiteral("openPanel"));
+  panel->setWindowTitle(QFileDialog::tr("Choose Files"));
+  panel->setFileMode(QFileDialog::ExistingFiles);
+  QObject::connect(panel, &QDialog::accepted, panel,
+                   [panel, chosen = std::move(chosen)] { resolveFileURLs(panel->selectedUrls(), chosen); });
+  panel->open();
+}
+
+void DesktopServices::chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) {
+  QFileDialog* panel = makePanel(window_);
+  panel->setObjectName(QStringLiteral("savePanel"));
+  panel->setWindowTitle(QFileDialog::tr("Save Report"));
+  panel->setAcceptMode(QFileDialog::AcceptSave);
+  panel->setFileMode(QFileDialog::AnyFile);
+  panel->setDefaultSuffix(QFileInfo(fileName).suffix());
+  panel->selectFile(fileName);
+  QObject::connect(panel, &QDialog::accepted, panel,
+                   [panel, chosen = std::move(chosen)] { chosen(panel->selectedUrls().value(0)); });
+  panel->open();
+}
+
+void DesktopServices::setPasteboard(const QByteArray& text) {
+  // As bytes and not as a QString: a path need not be text.
+  auto* data = new QMimeData;
+  data->setData(QStringLiteral("text/plain"), text);
+  QGuiApplication::clipboard()->setMimeData(data);
+}
+
+void DesktopServices::revealInFileBrowser(const std::filesystem::path& path) {
+  QDBusMessage call = QDBusMessage::createMethodCall(
+      QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
+      QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+  call << QStringList{fileUrl(path).toString(QUrl::FullyEncoded)} << QString();
+  auto* answer = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call));
+  QObject::connect(answer, &QDBusPendingCallWatcher::finished, answer, [path](QDBusPendingCallWatcher* watcher) {
+    // No file browser on the bus: whatever opens folders on this desktop will do.
+    if (watcher->isError()) QDesktopServices::openUrl(fileUrl(path.parent_path()));
+    watcher->deleteLater();
+  });
+}
+
+}  // namespace tallyfold

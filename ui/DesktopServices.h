@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QPointer>
+#include <QWindow>
+
+#include "app/Desktop.h"
+
+namespace tallyfold {
+
+/// The desktop's own panels, clipboard and file browser.
+class DesktopServices : public Desktop {
+ public:
+  /// Panels belong to `window` from now on.
+  void setWindow(QWindow* window) { window_ = window; }
+
+  void chooseFiles(std::function<void(const QList<QUrl>&)> chosen) override;
+  void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) override;
+  void setPasteboard(const QByteArray& text) override;
+  void revealInFileBrowser(const std::filesystem::path& path) override;
+
+ private:
+  QPointer<QWindow> window_;
+};
+
+}  // namespace tallyfold

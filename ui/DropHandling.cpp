@@ -1,0 +1,113 @@
+#include "ui/DropHandling.h"
+
+#include <filesystem>
+#include <thread>
+#include <utility>
+
+#include <QCoreApplication>
+
+#include "app/FileLocation.h"
+
+namespace tallyfold {
+
+namespace {
+
+// Runs `task` on the interface thread. The mutex orders what the other thread wrote before what the interface thread
+// reads.
+void postToInterface(std::function<void()> task) {
+  struct Parcel {
+    std::mutex mutex;
+    std::function<void()> task;
+  };
+  auto parcel = std::make_shared<Parcel>();
+  {
+    const std::lock_guard lock(parcel->mutex);
+    parcel->task = std::move(task);
+  }
+  QMetaObject::invokeMethod(
+      QCoreApplication::instance(),
+      [parcel] {
+        std::function<void()> received;
+        {
+          const std::lock_guard lock(parcel->mutex);
+          received.swap(parcel->task);
+        }
+        received();
+      },
+      Qt::QueuedConnection);
+}
+
+// One drop whose items load on threads of their own. The last reference to it, whoever holds it, ends the drop.
+class DropGroup {
+ public:
+  explicit DropGroup(FilesCallback dropped) : dropped_(std::move(dropped)) {}
+  ~DropGroup() { resolveFileURLs(accumulator_.urls(), std::move(dropped_)); }
+  DropGroup(const DropGroup&) = delete;
+  DropGroup& operator=(const DropGroup&) = delete;
+
+  void complete(const QVariant& item) {
+    const QUrl url = droppedFileURL(item);
+    if (url.isLocalFile() && !isDirectoryPath(url)) accumulator_.append(url);
+  }
+
+ private:
+  FilesCallback dropped_;
+  DroppedURLAccumulator accumulator_;
+};
+
+}  // namespace
+
+void DroppedURLAccumulator::append(const QUrl& url) {
+  const std::lock_guard lock(mutex_);
+  urls_.append(url);
+}
+
+QList<QUrl> DroppedURLAccumulator::urls() const {
+  const std::lock_guard lock(mutex_);
+  return urls_;
+}
+
+QUrl droppedFileURL(const QVariant& item) {
+  switch (item.typeId()) {
+    case QMetaType::QUrl:
+      return item.toUrl();
+    case QMetaType::QByteArray:
+      return QUrl::fromEncoded(item.toByteArray(), QUrl::StrictMode);
+    case QMetaType::QString:
+      return QUrl(item.toString(), QUrl::StrictMode);
+    default:
+      return {};
+  }
+}
+
+QList<QUrl> filteredFileURLs(const QList<QUrl>& urls) {
+  QList<QUrl> files;
+  for (const QUrl& url : urls) {
+    if (url.isLocalFile() && !isDirectoryPath(url)) files.append(url);
+  }
+  return files;
+}
+
+QList<QUrl> markedFolders(QList<QUrl> urls) {
+  for (QUrl& url : urls) {
+    const auto path = fileLocation(url);
+    std::error_code unknown;
+    if (path && !isDirectoryPath(url) && std::filesystem::is_directory(*path, unknown)) url = fileUrl(*path / "");
+  }
+  return urls;
+}
+
+void resolveFileURLs(const QList<QUrl>& urls, FilesCallback dropped) {
+  if (urls.isEmpty()) return;
+  std::thread([urls = urls, dropped = std::move(dropped)]() mutable {
+    const QList<QUrl> files = filteredFileURLs(markedFolders(std::move(urls)));
+    if (!files.isEmpty()) postToInterface([files, dropped = std::move(dropped)] { dropped(files); });
+  }).detach();
+}
+
+void resolveBigSurFileURLs(const std::vector<std::shared_ptr<ItemProvider>>& items, FilesCallback dropped) {
+  const auto group = std::make_shared<DropGroup>(std::move(dropped));
+  for (const auto& item : items) item->loadItem([group](const QVariant& loaded) { group->complete(loaded); });
+}
+
+}  // namespace tallyfold

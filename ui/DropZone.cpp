@@ -1,0 +1,82 @@
+#include "ui/DropZone.h"
+
+#include <utility>
+
+#include <QMimeData>
+#include <QPointer>
+
+#include "ui/DropHandling.h"
+
+namespace tallyfold {
+
+namespace {
+
+// Types that carry one file URL each, from programs that do not offer a list of URLs.
+const QString mozillaUrl = QStringLiteral("text/x-moz-url-data");
+const QString plainText = QStringLiteral("text/plain");
+
+class LoadedItem : public ItemProvider {
+ public:
+  explicit LoadedItem(QVariant item) : item_(std::move(item)) {}
+  void loadItem(std::function<void(const QVariant&)> completion) override { completion(item_); }
+
+ private:
+  QVariant item_;
+};
+
+bool isUsable(const QMimeData& data) {
+  return data.hasUrls() || data.hasFormat(mozillaUrl) || data.hasFormat(plainText);
+}
+
+std::vector<std::shared_ptr<ItemProvider>> providers(const QMimeData& data) {
+  std::vector<std::shared_ptr<ItemProvider>> items;
+  if (data.hasFormat(mozillaUrl)) {
+    items.push_back(std::make_shared<LoadedItem>(data.data(mozillaUrl)));
+  } else {
+    for (const QString& line : data.text().split(u'\n', Qt::SkipEmptyParts)) {
+      items.push_back(std::make_shared<LoadedItem>(line.trimmed()));
+    }
+  }
+  return items;
+}
+
+}  // namespace
+
+DropZone::DropZone(QQuickItem* parent) : QQuickItem(parent) { setFlag(ItemAcceptsDrops); }
+
+void DropZone::dragEnterEvent(QDragEnterEvent* event) {
+  if (!isUsable(*event->mimeData())) return event->ignore();
+  setTargeted(true);
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
+}
+
+void DropZone::dragMoveEvent(QDragMoveEvent* event) {
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
+}
+
+void DropZone::dragLeaveEvent(QDragLeaveEvent* event) {
+  setTargeted(false);
+  event->accept();
+}
+
+void DropZone::dropEvent(QDropEvent* event) {
+  setTargeted(false);
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
+  const auto dropped = [zone = QPointer<DropZone>(this)](const QList<QUrl>& files) {
+    if (zone) emit zone->filesDropped(files);
+  };
+  if (event->mimeData()->hasUrls()) {
+    resolveFileURLs(event->mimeData()->urls(), dropped);
+  } else {
+    resolveBigSurFileURLs(providers(*event->mimeData()), dropped);
+  }
+}
+
+void DropZone::setTargeted(bool isTargeted) {
+  if (std::exchange(isTargeted_, isTargeted) != isTargeted) emit isTargetedChanged();
+}
+
+}  // namespace tallyfold

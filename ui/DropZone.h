@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QQuickItem>
+#include <QtQml/qqmlregistration.h>
+
+namespace tallyfold {
+
+/// The part of a screen that takes files dropped from other programs. Shows nothing itself.
+class DropZone : public QQuickItem {
+  Q_OBJECT
+  QML_ELEMENT
+  /// A drag that carries something usable hovers over it.
+  Q_PROPERTY(bool isTargeted READ isTargeted NOTIFY isTargetedChanged)
+
+ public:
+  explicit DropZone(QQuickItem* parent = nullptr);
+
+  [[nodiscard]] bool isTargeted() const { return isTargeted_; }
+
+ signals:
+  void isTargetedChanged();
+  /// Once for each accepted drop, with one file at least.
+  void filesDropped(const QList<QUrl>& files);
+
+ protected:
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dragMoveEvent(QDragMoveEvent* event) override;
+  void dragLeaveEvent(QDragLeaveEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
+
+ private:
+  void setTargeted(bool isTargeted);
+
+  bool isTargeted_ = false;
+};
+
+}  // namespace tallyfold

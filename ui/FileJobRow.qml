@@ -1,0 +1,271 @@
+import QtQuick
+import QtQuick.Templates as T
+import TallyFold
+
+// One queued file: what it is, where it stands, and its digests once they are there.
+T.ItemDelegate {
+    id: root
+
+    required property AppViewModel viewModel
+    required property int index
+    required property var jobId
+    required property string name
+    required property string folder
+    required property int state
+    required property real progress
+    required property string message
+    required property string facts
+    required property var digests
+    readonly property bool isSelected: ListView.isCurrentItem
+    readonly property bool hasFailed: state === FileJobListModel.Failed
+    readonly property string status: [qsTr("Queued"), qsTr("Hashing"), qsTr("Done"), qsTr("Failed")][state]
+
+    implicitHeight: content.implicitHeight + 1
+    padding: 0
+    hoverEnabled: true
+    focusPolicy: Qt.NoFocus
+    Accessible.role: Accessible.ListItem
+    Accessible.name: [name, status, message, facts].filter(part => part !== "").join(", ")
+    Accessible.selected: isSelected
+    onClicked: select()
+    onPressAndHold: showMenu()
+
+    function select() {
+        ListView.view.currentIndex = index;
+        ListView.view.forceActiveFocus(Qt.MouseFocusReason);
+    }
+
+    function showMenu() {
+        select();
+        menu.popup();
+    }
+
+    TapHandler {
+        acceptedButtons: Qt.RightButton
+        onTapped: root.showMenu()
+    }
+
+    contentItem: Column {
+        id: content
+
+        Item {
+            width: parent.width
+            height: TallyTheme.rowHeight
+
+            TFIcon {
+                id: icon
+
+                anchors.verticalCenter: parent.verticalCenter
+                x: TallyTheme.space4
+                name: "doc"
+                color: root.hasFailed ? TallyTheme.bad : TallyTheme.secondary
+            }
+
+            Column {
+                spacing: 2
+
+                anchors {
+                    left: icon.right
+                    right: status.left
+                    leftMargin: TallyTheme.space3
+                    rightMargin: TallyTheme.space4
+                    verticalCenter: parent.verticalCenter
+                }
+
+                TFText {
+                    id: nameText
+
+                    width: parent.width
+                    text: root.name
+                    elide: Text.ElideMiddle
+                    font.weight: Font.Medium
+                }
+
+                TFText {
+                    id: folderText
+
+                    width: parent.width
+                    text: root.facts === "" ? root.folder : root.folder + " · " + root.facts
+                    elide: Text.ElideMiddle
+                    color: TallyTheme.tertiary
+                    font.pixelSize: TallyTheme.captionSize
+                }
+            }
+
+            Row {
+                id: status
+
+                spacing: TallyTheme.space2
+
+                anchors {
+                    right: remove.left
+                    rightMargin: TallyTheme.space2
+                    verticalCenter: parent.verticalCenter
+                }
+
+                TFProgressBar {
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: root.state === FileJobListModel.Hashing
+                    value: root.progress
+                    Accessible.name: root.name
+                }
+
+                TFPercentText {
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: root.state === FileJobListModel.Hashing
+                    width: 36 * TallyTheme.textScale
+                    value: root.progress
+                }
+
+                TFIcon {
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: name !== ""
+                    name: ["clock", "", "checkmark.circle.fill", "exclamationmark.triangle.fill"][root.state]
+                    color: [TallyTheme.tertiary, TallyTheme.accent, TallyTheme.good, TallyTheme.bad][root.state]
+                }
+
+                TFText {
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: root.state !== FileJobListModel.Hashing
+                    text: root.status
+                    color: [TallyTheme.tertiary, TallyTheme.accent, TallyTheme.good, TallyTheme.bad][root.state]
+                    font.weight: Font.Medium
+                }
+            }
+
+            TFIconButton {
+                id: remove
+
+                name: qsTr("Remove")
+                icon: "xmark"
+                refusal: root.viewModel.queueRefusal
+                isTabStop: root.isSelected
+                onClicked: root.viewModel.removeJob(root.jobId)
+
+                anchors {
+                    right: parent.right
+                    rightMargin: TallyTheme.space3
+                    verticalCenter: parent.verticalCenter
+                }
+            }
+        }
+
+        TFText {
+            x: nameText.parent.x
+            width: parent.width - x - TallyTheme.space4
+            height: implicitHeight + TallyTheme.space3
+            visible: root.hasFailed
+            text: root.message
+            color: TallyTheme.bad
+            wrapMode: Text.Wrap
+            verticalAlignment: Text.AlignTop
+        }
+
+        Repeater {
+            model: root.digests
+
+            Item {
+                id: line
+
+                required property var modelData
+
+                width: content.width
+                height: Math.max(TallyTheme.smallControlHeight, digest.implicitHeight + 2 * digest.y)
+
+                TFText {
+                    id: algorithm
+
+                    x: nameText.parent.x
+                    width: 64 * TallyTheme.textScale
+                    height: TallyTheme.smallControlHeight
+                    text: line.modelData.algorithm
+                    color: TallyTheme.secondary
+                    font.pixelSize: TallyTheme.captionSize
+                    font.weight: Font.Medium
+                }
+
+                TFSelectableText {
+                    id: digest
+
+                    name: line.modelData.algorithm
+                    text: line.modelData.digest
+                    y: TallyTheme.space1 + 2
+
+                    anchors {
+                        left: algorithm.right
+                        right: copy.left
+                        rightMargin: TallyTheme.space2
+                    }
+                }
+
+                TFButton {
+                    id: copy
+
+                    objectName: "copy " + line.modelData.algorithm
+                    height: TallyTheme.smallControlHeight
+                    text: qsTr("Copy %1").arg(line.modelData.algorithm)
+                    isBorderless: true
+                    onClicked: root.viewModel.copyHash(root.jobId, line.modelData.algorithm)
+
+                    anchors {
+                        right: parent.right
+                        rightMargin: TallyTheme.space2
+                    }
+                }
+            }
+        }
+
+        Item {
+            width: 1
+            height: TallyTheme.space2
+            visible: root.digests.length > 0
+        }
+    }
+
+    background: Rectangle {
+        color: {
+            if (root.hasFailed)
+                return TallyTheme.tint(TallyTheme.bad);
+            return root.isSelected ? TallyTheme.raised : root.hovered ? TallyTheme.surface : "transparent";
+        }
+
+        Rectangle {
+            width: 2
+            height: parent.height
+            visible: root.isSelected
+            color: root.ListView.view && root.ListView.view.activeFocus ? TallyTheme.accent : TallyTheme.tertiary
+        }
+
+        Rectangle {
+            anchors.bottom: parent.bottom
+            width: parent.width
+            height: 1
+            color: TallyTheme.hairline
+        }
+    }
+
+    TFMenu {
+        id: menu
+
+        implicitWidth: 200 * TallyTheme.textScale
+
+        TFMenuItem {
+            text: qsTr("Reveal in Finder")
+            symbol: "magnifyingglass"
+            onTriggered: root.viewModel.reveal(root.jobId)
+        }
+
+        TFMenuItem {
+            text: qsTr("Copy path")
+            symbol: "doc.on.clipboard"
+            onTriggered: root.viewModel.copyPath(root.jobId)
+        }
+
+        TFMenuItem {
+            text: qsTr("Remove")
+            symbol: "xmark"
+            enabled: root.viewModel.queueRefusal === ""
+            onTriggered: root.viewModel.removeJob(root.jobId)
+        }
+    }
+}

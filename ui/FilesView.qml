@@ -1,0 +1,199 @@
+import QtQuick
+import QtQuick.Templates as T
+import TallyFold
+
+// Files mode: choose algorithms, drop files, watch them, take the digests away.
+FocusScope {
+    id: root
+
+    required property AppViewModel viewModel
+    readonly property bool hasJobs: viewModel.jobs.count > 0
+    readonly property int gutter: TallyTheme.space6
+
+    TFSectionHeader {
+        id: header
+
+        title: qsTr("File Hashing")
+        subtitle: qsTr("Calculate multiple checksums in a single local file pass.")
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: parent.top
+            margins: root.gutter
+        }
+    }
+
+    DropCard {
+        id: dropCard
+
+        readonly property real room: algorithms.y - y - TallyTheme.space3
+
+        y: header.y + header.height + TallyTheme.space4
+        height: root.hasJobs && !dropZone.isTargeted ? collapsedHeight : Math.min(expandedHeight, root.height / 3)
+        isCompact: root.hasJobs && !dropZone.isTargeted
+        isTargeted: dropZone.isTargeted
+        refusal: root.viewModel.queueRefusal
+        onChooseRequested: root.viewModel.chooseFiles()
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            leftMargin: root.gutter
+            rightMargin: root.gutter
+        }
+    }
+
+    AlgorithmsCard {
+        id: algorithms
+
+        viewModel: root.viewModel
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: dropCard.bottom
+            topMargin: TallyTheme.space3
+            leftMargin: root.gutter
+            rightMargin: root.gutter
+        }
+    }
+
+    TFGlassCard {
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: algorithms.bottom
+            bottom: bottomBar.top
+            topMargin: TallyTheme.space3
+            bottomMargin: TallyTheme.space3
+            leftMargin: root.gutter
+            rightMargin: root.gutter
+        }
+
+        ListView {
+            id: list
+
+            // The selected row, which the keyboard's commands act on.
+            readonly property var selectedId: count > 0 ? root.viewModel.jobs.idAt(currentIndex) : null
+            readonly property bool isSelectedFinished: currentItem !== null && currentItem.digests.length > 0
+
+            objectName: "jobList"
+            anchors.fill: parent
+            anchors.margins: 1
+            clip: true
+            activeFocusOnTab: count > 0
+            keyNavigationEnabled: true
+            boundsBehavior: Flickable.StopAtBounds
+            reuseItems: true
+            model: root.viewModel.jobs
+            highlightFollowsCurrentItem: true
+            highlightMoveDuration: 0
+            Accessible.role: Accessible.List
+            Accessible.name: qsTr("Files")
+            Keys.onPressed: event => {
+                const page = Math.max(1, Math.floor(height / TallyTheme.rowHeight) - 1);
+                const target = {
+                    [Qt.Key_Home]: 0,
+                    [Qt.Key_End]: count - 1,
+                    [Qt.Key_PageUp]: Math.max(0, currentIndex - page),
+                    [Qt.Key_PageDown]: Math.min(count - 1, currentIndex + page)
+                }[event.key];
+                event.accepted = target !== undefined;
+                if (event.accepted)
+                    currentIndex = target;
+            }
+
+            delegate: FileJobRow {
+                viewModel: root.viewModel
+                width: ListView.view.width
+            }
+
+            T.ScrollBar.vertical: TFScrollBar {}
+        }
+
+        Column {
+            anchors.centerIn: parent
+            visible: !root.hasJobs
+            spacing: TallyTheme.space2
+
+            TFIcon {
+                anchors.horizontalCenter: parent.horizontalCenter
+                name: "doc.on.doc"
+                size: 32
+                color: TallyTheme.tertiary
+            }
+
+            TFText {
+                objectName: "emptyList"
+                anchors.horizontalCenter: parent.horizontalCenter
+                text: qsTr("Files and their checksums will be listed here.")
+                color: TallyTheme.secondary
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+        }
+    }
+
+    FilesBottomBar {
+        id: bottomBar
+
+        viewModel: root.viewModel
+        selectedId: list.selectedId
+        isSelectedFinished: list.isSelectedFinished
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            bottom: parent.bottom
+            margins: root.gutter
+            bottomMargin: TallyTheme.space4
+        }
+    }
+
+    // Drops are taken anywhere on the screen; the card shows that they are.
+    DropZone {
+        id: dropZone
+
+        objectName: "dropZone"
+        anchors.fill: parent
+        z: -1
+        onFilesDropped: files => root.viewModel.addDroppedFiles(files)
+    }
+
+    Shortcut {
+        enabled: root.visible
+        sequence: StandardKey.Open
+        onActivated: root.viewModel.chooseFiles()
+    }
+
+    Shortcut {
+        enabled: root.visible
+        sequences: ["Ctrl+Return", "Ctrl+Enter"]
+        onActivated: root.viewModel.startProcessing()
+    }
+
+    Shortcut {
+        enabled: root.visible && root.viewModel.isProcessing
+        sequence: "Esc"
+        onActivated: root.viewModel.cancelProcessing()
+    }
+
+    Shortcut {
+        enabled: root.visible
+        sequence: "Ctrl+E"
+        onActivated: bottomBar.openExportMenu()
+    }
+
+    Shortcut {
+        enabled: root.visible && list.count > 0
+        sequence: "Delete"
+        onActivated: root.viewModel.removeJob(list.selectedId)
+    }
+
+    Shortcut {
+        enabled: root.visible && list.count > 0
+        sequences: [StandardKey.Copy]
+        onActivated: root.viewModel.copyAllHashes(list.selectedId)
+    }
+}

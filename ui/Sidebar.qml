@@ -1,0 +1,176 @@
+import QtQuick
+import QtQuick.Templates as T
+import QtQuick.Window
+import TallyFold
+
+// The modes, and below them the application menu.
+Item {
+    id: root
+
+    required property AppViewModel viewModel
+
+    signal settingsRequested
+
+    function isBusy(mode: int): bool {
+        return mode === AppMode.Files && (viewModel.isProcessing || viewModel.isExporting);
+    }
+
+    Row {
+        id: title
+
+        x: TallyTheme.space5
+        y: TallyTheme.space6
+        height: TallyTheme.controlHeight
+        spacing: TallyTheme.space2
+
+        TFIcon {
+            anchors.verticalCenter: parent.verticalCenter
+            name: "tallyfold"
+            size: 20
+        }
+
+        TFText {
+            anchors.verticalCenter: parent.verticalCenter
+            text: "Tally Fold"
+            font.pixelSize: TallyTheme.sectionSize
+            font.weight: Font.DemiBold
+        }
+    }
+
+    ListView {
+        id: list
+
+        objectName: "sidebar"
+        interactive: false
+        activeFocusOnTab: true
+        spacing: 2
+        model: root.viewModel.modes
+        currentIndex: root.viewModel.mode
+        keyNavigationEnabled: false
+        Accessible.role: Accessible.List
+        Accessible.name: qsTr("Modes")
+        Keys.onUpPressed: root.viewModel.mode = Math.max(0, currentIndex - 1)
+        Keys.onDownPressed: root.viewModel.mode = Math.min(count - 1, currentIndex + 1)
+
+        anchors {
+            top: title.bottom
+            topMargin: TallyTheme.space4
+            left: parent.left
+            right: parent.right
+            bottom: menuButton.top
+            leftMargin: TallyTheme.space3
+            rightMargin: TallyTheme.space3
+        }
+
+        delegate: T.ItemDelegate {
+            id: row
+
+            required property int index
+            required property var modelData
+            readonly property bool isSelected: ListView.isCurrentItem
+
+            objectName: "mode" + modelData.label
+            width: ListView.view.width
+            implicitHeight: label.implicitHeight + topPadding + bottomPadding + 10
+            topPadding: 5
+            bottomPadding: 5
+            hoverEnabled: true
+            focusPolicy: Qt.NoFocus
+            text: modelData.label
+            Accessible.role: Accessible.ListItem
+            Accessible.name: text + (root.isBusy(modelData.mode) ? ", " + qsTr("working") : "")
+            Accessible.selected: isSelected
+            onClicked: root.viewModel.mode = modelData.mode
+
+            contentItem: Item {
+                TFIcon {
+                    id: icon
+
+                    anchors.verticalCenter: parent.verticalCenter
+                    x: TallyTheme.space3
+                    name: row.modelData.icon
+                    color: row.isSelected ? TallyTheme.accent : TallyTheme.secondary
+                }
+
+                TFText {
+                    id: label
+
+                    text: row.text
+                    elide: Text.ElideRight
+                    color: row.isSelected ? TallyTheme.primary : TallyTheme.secondary
+                    font.pixelSize: TallyTheme.navigationSize
+                    font.weight: Font.Medium
+
+                    anchors {
+                        left: icon.right
+                        leftMargin: TallyTheme.space3
+                        right: spinner.left
+                        verticalCenter: parent.verticalCenter
+                    }
+                }
+
+                TFSpinner {
+                    id: spinner
+
+                    size: 14
+                    visible: root.isBusy(row.modelData.mode)
+
+                    anchors {
+                        right: parent.right
+                        rightMargin: TallyTheme.space3
+                        verticalCenter: parent.verticalCenter
+                    }
+                }
+            }
+
+            background: Rectangle {
+                radius: TallyTheme.controlRadius
+                color: row.isSelected ? TallyTheme.pressed : row.hovered ? TallyTheme.surface : "transparent"
+
+                TFFocusRing {
+                    visible: row.isSelected && list.activeFocus
+                    inset: -2
+                }
+            }
+        }
+    }
+
+    TFButton {
+        id: menuButton
+
+        objectName: "applicationMenu"
+        text: qsTr("Menu")
+        icon: "line.3.horizontal"
+        isBorderless: true
+        onClicked: menu.popup(menuButton, 0, -menu.implicitHeight - TallyTheme.space1)
+
+        anchors {
+            left: parent.left
+            bottom: parent.bottom
+            leftMargin: TallyTheme.space3
+            bottomMargin: TallyTheme.space4
+        }
+    }
+
+    TFMenu {
+        id: menu
+
+        implicitWidth: 200 * TallyTheme.textScale
+
+        TFMenuItem {
+            objectName: "settingsItem"
+            text: qsTr("Settings…")
+            symbol: "gearshape"
+            shortcutText: "Ctrl+,"
+            onTriggered: root.settingsRequested()
+        }
+
+        TFMenuItem {
+            objectName: "quitItem"
+            text: qsTr("Quit")
+            symbol: "power"
+            shortcutText: "Ctrl+Q"
+            onTriggered: root.Window.window.close()
+        }
+    }
+}

@@ -1,0 +1,123 @@
+import QtQuick
+import QtQuick.Templates as T
+import TallyFold
+
+// A push button. It stays where it is while it cannot be used, and says why in a tip.
+Item {
+    id: root
+
+    property string text
+    property string icon
+    property bool isProminent: false
+    property bool isBorderless: false
+    property bool opensMenu: false
+    // Why it cannot be pressed now; empty when it can.
+    property string refusal
+    property string tip
+    property string description
+    readonly property bool hasFocus: control.activeFocus
+    readonly property color foreground: isProminent ? TallyTheme.inkOnAccent : isBorderless ? TallyTheme.secondary : TallyTheme.primary
+
+    signal clicked
+
+    function press() {
+        if (control.enabled)
+            root.clicked();
+    }
+
+    function takeFocus() {
+        control.forceActiveFocus(Qt.TabFocusReason);
+    }
+
+    implicitWidth: control.implicitWidth
+    implicitHeight: TallyTheme.controlHeight
+
+    T.Button {
+        id: control
+
+        anchors.fill: parent
+        implicitWidth: contentItem.implicitWidth + leftPadding + rightPadding
+        leftPadding: root.isBorderless ? TallyTheme.space2 : TallyTheme.space3
+        rightPadding: leftPadding
+        enabled: root.refusal === ""
+        opacity: enabled ? 1 : TallyTheme.disabledOpacity
+        focusPolicy: Qt.StrongFocus
+        hoverEnabled: true
+        text: root.text
+        Accessible.name: root.text
+        Accessible.description: root.refusal !== "" ? root.refusal : root.description
+        Keys.onReturnPressed: click()
+        Keys.onEnterPressed: click()
+        onClicked: root.clicked()
+
+        contentItem: Item {
+            implicitWidth: row.implicitWidth
+            implicitHeight: row.implicitHeight
+
+            Row {
+                id: row
+
+                anchors.centerIn: parent
+                spacing: TallyTheme.space2
+
+                TFIcon {
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: root.icon !== ""
+                    name: root.icon
+                    color: root.foreground
+                }
+
+                TFText {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: root.text
+                    color: root.foreground
+                    font.weight: root.isProminent ? Font.DemiBold : Font.Medium
+                    font.pixelSize: root.isBorderless ? TallyTheme.captionSize : TallyTheme.bodySize
+                }
+
+                TFIcon {
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: root.opensMenu
+                    name: "chevron.down"
+                    size: 12
+                    color: root.foreground
+                }
+            }
+        }
+
+        background: Rectangle {
+            radius: TallyTheme.controlRadius
+            color: {
+                if (root.isProminent)
+                    return control.down ? TallyTheme.accentPressed : control.hovered ? TallyTheme.accentHover : TallyTheme.accent;
+                if (control.down)
+                    return TallyTheme.pressed;
+                if (control.hovered)
+                    return TallyTheme.raised;
+                return root.isBorderless ? "transparent" : TallyTheme.surface;
+            }
+            border.width: root.isProminent || root.isBorderless ? 0 : 1
+            border.color: TallyTheme.hairline
+
+            Behavior on color {
+                ColorAnimation {
+                    duration: TallyTheme.hoverDuration
+                    easing.type: Easing.OutCubic
+                }
+            }
+
+            TFFocusRing {
+                visible: control.visualFocus
+            }
+        }
+    }
+
+    HoverHandler {
+        id: hover
+    }
+
+    TFToolTip {
+        text: root.refusal !== "" ? root.refusal : root.tip
+        visible: hover.hovered && text !== ""
+    }
+}

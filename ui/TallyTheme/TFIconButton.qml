@@ -1,0 +1,62 @@
+import QtQuick
+import QtQuick.Templates as T
+import TallyFold
+
+// A borderless button that shows only an icon; its name is its tip.
+Item {
+    id: root
+
+    property string name
+    property string icon
+    property string refusal
+    property bool isTabStop: true
+
+    signal clicked
+
+    implicitWidth: TallyTheme.smallControlHeight
+    implicitHeight: TallyTheme.smallControlHeight
+
+    T.Button {
+        id: control
+
+        anchors.fill: parent
+        enabled: root.refusal === ""
+        opacity: enabled ? 1 : TallyTheme.disabledOpacity
+        focusPolicy: root.isTabStop ? Qt.StrongFocus : Qt.ClickFocus
+        hoverEnabled: true
+        text: root.name
+        Accessible.name: root.name
+        Accessible.description: root.refusal
+        Keys.onReturnPressed: click()
+        Keys.onEnterPressed: click()
+        onClicked: root.clicked()
+
+        contentItem: Item {
+            TFIcon {
+                anchors.centerIn: parent
+                name: root.icon
+                size: 14
+                color: control.hovered ? TallyTheme.primary : TallyTheme.tertiary
+            }
+        }
+
+        background: Rectangle {
+            radius: TallyTheme.controlRadius
+            color: control.down ? TallyTheme.pressed : control.hovered ? TallyTheme.raised : "transparent"
+
+            TFFocusRing {
+                visible: control.visualFocus
+                inset: -2
+            }
+        }
+    }
+
+    HoverHandler {
+        id: hover
+    }
+
+    TFToolTip {
+        text: root.refusal !== "" ? root.refusal : root.name
+        visible: hover.hovered
+    }
+}

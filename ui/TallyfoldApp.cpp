@@ -1,0 +1,91 @@
+#include "ui/TallyfoldApp.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+
+#include <QFont>
+#include <QIcon>
+#include <QOpenGLContext>
+#include <QPalette>
+#include <QQuickWindow>
+#include <QSessionManager>
+#include <QStyleFactory>
+
+#include "app/BackgroundTask.h"
+#include "ui/IconProvider.h"
+
+// Made by the build from the types that this floor registers.
+extern void qml_register_types_TallyFold();
+
+namespace tallyfold {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// A desktop with a face of its own has said so; a bare X server has only fontconfig's alias for "any".
+void chooseFont() {
+  QFont font = QApplication::font();
+  if (font.family() != QLatin1String("Sans Serif")) return;
+  font.setFamilies({QStringLiteral("Inter"), font.family()});
+  QApplication::setFont(font);
+}
+
+// The panels that the toolkit draws itself, where the desktop has none, are dark as the window is.
+void chooseDarkPalette() {
+  QPalette palette;
+  palette.setColor(QPalette::Window, QColor(0x171C2B));
+  palette.setColor(QPalette::Base, QColor(0x10141F));
+  palette.setColor(QPalette::AlternateBase, QColor(0x171C2B));
+  palette.setColor(QPalette::Button, QColor(0x242A3B));
+  palette.setColor(QPalette::ToolTipBase, QColor(0x242A3B));
+  for (const QPalette::ColorRole role :
+       {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText}) {
+    palette.setColor(role, QColor(0xE9EDF5));
+    palette.setColor(QPalette::Disabled, role, QColor(0x8590A8));
+  }
+  palette.setColor(QPalette::PlaceholderText, QColor(0x8590A8));
+  palette.setColor(QPalette::Highlight, QColor(0x8AB4FF));
+  palette.setColor(QPalette::HighlightedText, QColor(0x0B0E16));
+  palette.setColor(QPalette::Link, QColor(0x8AB4FF));
+  QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+  QApplication::setPalette(palette);
+}
+
+}  // namespace
+
+TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(argc, argv) {
+  // Past a limit on file sizes a write must fail like any other, and not end the program.
+  std::signal(SIGXFSZ, SIG_IGN);
+  QApplication::setApplicationName(QStringLiteral("tally-fold"));
+  QApplication::setApplicationDisplayName(QStringLiteral("Tally Fold"));
+  QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/tallyfold.svg")));
+  // The window is never brought back by the desktop's session.
+  QObject::connect(&application_, &QGuiApplication::saveStateRequest, &application_,
+                   [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); });
+  chooseFont();
+  chooseDarkPalette();
+
+  // A display without working OpenGL gets the same window, drawn by the processor.
+  if (QOpenGLContext context; !context.create()) QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+
+  qml_register_types_TallyFold();
+  engine_.addImportPath(QStringLiteral("qrc:/qml"));
+  engine_.addImageProvider(QStringLiteral("icons"), new IconProvider);
+  engine_.setInitialProperties({{QStringLiteral("viewModel"), QVariant::fromValue(&viewModel_)}});
+  engine_.load(QStringLiteral("qrc:/qml/TallyFold/ContentView.qml"));
+  window_ = engine_.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
+  if (window_ == nullptr) qFatal("The window could not be built.");
+  desktop_.setWindow(window_);
+}
+
+int TallyfoldApp::run() {
+  const int status = QApplication::exec();
+  viewModel_.shutdown();
+  // Every worker sees the cancellation within one chunk. One that hangs in a dead file system is left behind.
+  if (!BackgroundTask::waitForAll(900ms)) std::_Exit(status);
+  return status;
+}
+
+}  // namespace tallyfold
