@@ -96,10 +96,10 @@ TEST_F(HashFile, ProgressIsReportedOncePerChunk) {
 }
 
 TEST_F(HashFile, ProgressCountsBytesAndNotReads) {
-  const fs::path file = sparseFile(20 << 20);
+  const fs::path file = sparseFile(24 << 20);
   test::WatchedSystemCalls system;
-  system.longestRead = 3 << 20;  // A report is due 8 MiB after the last one: at 9 and 18.
-  EXPECT_THAT(progressOf(file), ElementsAre(0.45, 0.9, 1.0));
+  system.longestRead = 11 << 19;  // 5.5 MiB. A report is due 8 MiB after the one before: at 11 and 22, not at 16.5.
+  EXPECT_THAT(progressOf(file), ElementsAre(11.0 / 24, 22.0 / 24, 1.0));
 }
 
 TEST_F(HashFile, ProgressStepOfLargeFilesIsAHundredth) {
