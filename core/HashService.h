@@ -42,12 +42,12 @@ struct FileHashResult {
 /// Results as the model and the report share them: immutable, in the order in which the files finished.
 using FileHashResults = std::vector<std::shared_ptr<const FileHashResult>>;
 
-/// Fraction done, 0 to 1. Called on the thread that does the work.
+/// Fraction done, 0 to 1. Called on the thread that does the work. Never empty.
 using ProgressCallback = std::function<void(double)>;
 
 /// Hashing and comparing files. Stateless: every operation may run on any number of threads at once. Failures are
-/// HashServiceError, std::system_error with the system's error number, BLAKE3Stream::Error, or CancellationError when
-/// `cancellation` was requested; there is never a partial result.
+/// HashServiceError, std::system_error with the system's error number, those of creating a HashPipeline, or
+/// CancellationError when `cancellation` was requested; there is never a partial result.
 namespace HashService {
 
 /// Bytes read, and held, at a time.
