@@ -135,6 +135,7 @@ class AppViewModel : public QObject {
 
   [[nodiscard]] const FileJob* job(const Uuid& id) const;
   void rebuildJobIndex();
+  void discardResults();
   void applyReports(FileRun& run);
   void setProcessing(bool isProcessing);
   void setProgress(std::size_t processed, std::size_t total);

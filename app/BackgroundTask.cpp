@@ -61,9 +61,8 @@ void BackgroundTask::start(Priority priority, Work work, LastStep lastStep) {
     });
   };
 
-  LiveWorkers::shared().add(1);
   try {
-    std::thread([priority, context, work = std::move(work), finish]() mutable {
+    runDetached([priority, context, work = std::move(work), finish]() mutable {
       if (priority == Priority::utility) setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), utilityNiceness);
       std::exception_ptr failure;
       try {
@@ -75,10 +74,8 @@ void BackgroundTask::start(Priority priority, Work work, LastStep lastStep) {
       }
       work = nullptr;
       finish(std::move(failure));
-      LiveWorkers::shared().add(-1);
-    }).detach();
+    });
   } catch (...) {
-    LiveWorkers::shared().add(-1);
     finish(std::current_exception());
   }
 }
@@ -86,6 +83,20 @@ void BackgroundTask::start(Priority priority, Work work, LastStep lastStep) {
 void BackgroundTask::cancel() {
   generation_ = Uuid::random();
   if (run_ != nullptr) run_->cancellation.request_stop();
+}
+
+void BackgroundTask::runDetached(std::function<void()> job) {
+  LiveWorkers::shared().add(1);
+  try {
+    std::thread([job = std::move(job)]() mutable {
+      job();
+      job = nullptr;
+      LiveWorkers::shared().add(-1);
+    }).detach();
+  } catch (...) {
+    LiveWorkers::shared().add(-1);
+    throw;
+  }
 }
 
 bool BackgroundTask::waitForAll(std::chrono::milliseconds limit) {

@@ -5,6 +5,8 @@
 #include <functional>
 #include <memory>
 #include <stop_token>
+#include <tuple>
+#include <utility>
 
 #include "app/WeakAppViewModelReference.h"
 #include "core/Uuid.h"
@@ -55,6 +57,12 @@ class BackgroundTask {
   /// is running until its last step all the same.
   void cancel();
 
+  /// Destroys what takes long to destroy, such as the results of 100,000 files, away from the interface thread.
+  template <typename... Garbage>
+  static void dispose(Garbage... garbage) {
+    runDetached([box = std::make_shared<std::tuple<Garbage...>>(std::move(garbage)...)]() mutable { box.reset(); });
+  }
+
   /// Waits until no work is left on any thread, and says whether that was reached in time.
   static bool waitForAll(std::chrono::milliseconds limit);
 
@@ -62,6 +70,9 @@ class BackgroundTask {
   struct Run {
     std::stop_source cancellation;
   };
+
+  /// May throw std::system_error when there is no thread to be had.
+  static void runDetached(std::function<void()> job);
 
   std::shared_ptr<WeakAppViewModelReference> model_;
   std::shared_ptr<Run> run_;

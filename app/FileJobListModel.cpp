@@ -84,12 +84,14 @@ void FileJobListModel::remove(std::size_t row) {
   emit countChanged();
 }
 
-void FileJobListModel::clear() {
-  if (jobs_.empty()) return;
+std::vector<FileJob> FileJobListModel::takeAll() {
+  if (jobs_.empty()) return {};
   beginResetModel();
-  jobs_.clear();
+  std::vector<FileJob> all;
+  all.swap(jobs_);
   endResetModel();
   emit countChanged();
+  return all;
 }
 
 void FileJobListModel::setState(std::size_t row, FileJob::State state) {

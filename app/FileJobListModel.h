@@ -63,7 +63,8 @@ class FileJobListModel : public QAbstractListModel {
   /// Adds all of `jobs` in one change.
   void append(std::vector<FileJob> jobs);
   void remove(std::size_t row);
-  void clear();
+  /// Empties the list and returns what was in it.
+  std::vector<FileJob> takeAll();
   void setState(std::size_t row, FileJob::State state);
 
  signals:

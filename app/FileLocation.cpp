@@ -16,11 +16,15 @@ bool isLayoutControl(char16_t unit) {
 
 bool isDirectoryPath(const QUrl& url) { return url.path(QUrl::FullyEncoded).endsWith(u'/'); }
 
+bool isDirectoryPath(const std::filesystem::path& path) { return path.native().ends_with('/'); }
+
 std::optional<std::filesystem::path> fileLocation(const QUrl& url) {
   if (!url.isLocalFile()) return std::nullopt;
   const QByteArray bytes = QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toUtf8());
   if (!bytes.startsWith('/')) return std::nullopt;
-  return std::filesystem::path(bytes.toStdString()).lexically_normal();
+  std::filesystem::path path(bytes.toStdString());
+  // Most paths are in standard form already, which is quick to see.
+  return bytes.contains("//") || bytes.contains("/.") ? path.lexically_normal() : path;
 }
 
 QUrl fileUrl(const std::filesystem::path& path) {

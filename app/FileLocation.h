@@ -9,8 +9,9 @@
 /// Between the URLs and texts of the desktop and the paths of the file system, which are bytes.
 namespace tallyfold {
 
-/// True when a URL's path is a folder's, that is, ends in a separator. Does not look at the file system.
+/// True when a path is written as a folder's, that is, ends in a separator. Does not look at the file system.
 bool isDirectoryPath(const QUrl& url);
+bool isDirectoryPath(const std::filesystem::path& path);
 
 /// The standardized path (absolute, without ".", ".." and doubled separators; links are not followed) of a file URL:
 /// the exact bytes, also those that are not UTF-8. None when `url` is not a file URL with an absolute path.

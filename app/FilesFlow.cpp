@@ -72,9 +72,8 @@ void AppViewModel::addFiles(const QList<QUrl>& urls) {
   added.reserve(std::min(room, static_cast<std::size_t>(urls.size())));
   bool isEveryUrlExamined = true;
   for (const QUrl& url : urls) {
-    if (isDirectoryPath(url)) continue;
     auto location = fileLocation(url);
-    if (!location) continue;
+    if (!location || isDirectoryPath(*location)) continue;
     if (added.size() == room) {
       isEveryUrlExamined = false;
       break;
@@ -102,9 +101,7 @@ void AppViewModel::chooseFiles() {
 
 void AppViewModel::startProcessing() {
   if (!startRefusal().isEmpty()) return;
-  results_.clear();
-  resultByJobID_.clear();
-  emit resultsChanged();
+  discardResults();
   setErrorMessage({});
   setProcessing(true);
   setProgress(0, jobs_.jobs().size());
@@ -191,13 +188,14 @@ void AppViewModel::rebuildJobIndex() {
 void AppViewModel::clearFiles() {
   if (isExporting_) return;
   cancelProcessing();
-  jobIndexByID_.clear();
-  jobURLSet_.clear();
-  jobs_.clear();
-  results_.clear();
-  resultByJobID_.clear();
-  emit resultsChanged();
+  BackgroundTask::dispose(std::exchange(jobIndexByID_, {}), std::exchange(jobURLSet_, {}), jobs_.takeAll());
+  discardResults();
   setProgress(0, 0);
+}
+
+void AppViewModel::discardResults() {
+  BackgroundTask::dispose(std::exchange(results_, {}), std::exchange(resultByJobID_, {}));
+  emit resultsChanged();
 }
 
 std::shared_ptr<const FileHashResult> AppViewModel::result(const Uuid& id) const {

@@ -1,19 +1,55 @@
 #include "core/Uuid.h"
 
-#include <uuid/uuid.h>
+#include <cerrno>
+#include <span>
+#include <sys/random.h>
+#include <system_error>
+
+#include "core/HexEncoder.h"
 
 namespace tallyfold {
 
+namespace {
+
+// The system's randomness in bulk: a call for each id would make the model wait 200 ms for those of a full queue.
+class RandomBytes {
+ public:
+  void take(std::span<std::uint8_t> bytes) {
+    if (rest_.size() < bytes.size()) refill();
+    std::memcpy(bytes.data(), rest_.data(), bytes.size());
+    rest_ = rest_.subspan(bytes.size());
+  }
+
+ private:
+  void refill() {
+    std::size_t filled = 0;
+    while (filled < pool_.size()) {
+      const ssize_t count = getrandom(pool_.data() + filled, pool_.size() - filled, 0);
+      if (count < 0 && errno != EINTR) throw std::system_error(errno, std::generic_category());
+      if (count > 0) filled += static_cast<std::size_t>(count);
+    }
+    rest_ = pool_;
+  }
+
+  std::array<std::uint8_t, 4096> pool_{};
+  std::span<const std::uint8_t> rest_;
+};
+
+}  // namespace
+
 Uuid Uuid::random() {
+  thread_local RandomBytes source;
   Uuid id;
-  uuid_generate_random(id.bytes_.data());
+  source.take(id.bytes_);
+  id.bytes_[6] = static_cast<std::uint8_t>((id.bytes_[6] & 0x0F) | 0x40);
+  id.bytes_[8] = static_cast<std::uint8_t>((id.bytes_[8] & 0x3F) | 0x80);
   return id;
 }
 
 std::string Uuid::string() const {
-  std::array<char, UUID_STR_LEN> text{};
-  uuid_unparse_lower(bytes_.data(), text.data());
-  return text.data();
+  std::string text = HexEncoder::string(std::as_bytes(std::span(bytes_)));
+  for (const std::size_t position : {8U, 13U, 18U, 23U}) text.insert(position, 1, '-');
+  return text;
 }
 
 }  // namespace tallyfold
