@@ -1,19 +1,19 @@
-// The Files mode over many small files, through the model and without a screen: how long adding and a run take, how long the
-// interface thread was ever away from its event loop, and how much memory it all needed.
+// The Files mode over many small files, through the model and without a screen: how long adding and a run take, how
+// long the interface thread was ever away from its event loop, and how much memory it all needed.
 //
 //     files_mode_bench [FILES [BYTES]]        (100000 files of 4096 bytes when not given)
 
-#include <sys/resource.h>
-
-#include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QTimer>
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <sys/resource.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QTimer>
 
 #include "app/AppViewModel.h"
 #include "app/FileLocation.h"
@@ -81,7 +81,8 @@ int main(int argc, char** argv) {
     StallMeter meter;
     clock.start();
     model.addFiles(urls);
-    std::printf("%zu algorithms: added %d files in %lld ms; ", algorithms.size(), model.jobs()->count(), clock.elapsed());
+    std::printf("%zu algorithms: added %d files in %lld ms; ", algorithms.size(), model.jobs()->count(),
+                clock.elapsed());
     for (int run = 0; run < 2; ++run) {
       QCoreApplication::processEvents();
       meter.takeLongestMilliseconds();

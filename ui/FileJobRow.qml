@@ -20,6 +20,8 @@ T.ItemDelegate {
     readonly property bool hasFailed: state === FileJobListModel.Failed
     readonly property string status: [qsTr("Queued"), qsTr("Hashing"), qsTr("Done"), qsTr("Failed")][state]
 
+    signal menuRequested
+
     implicitHeight: content.implicitHeight + 1
     padding: 0
     hoverEnabled: true
@@ -37,7 +39,12 @@ T.ItemDelegate {
 
     function showMenu() {
         select();
-        menu.popup();
+        menuRequested();
+    }
+
+    // For the keyboard: the menu opens at the row, wherever the pointer is.
+    function showMenuBelowName() {
+        menu.popup(nameText, 0, nameText.height + TallyTheme.space1);
     }
 
     TapHandler {
@@ -75,6 +82,7 @@ T.ItemDelegate {
                 TFText {
                     id: nameText
 
+                    objectName: "name"
                     width: parent.width
                     text: root.name
                     elide: Text.ElideMiddle
@@ -136,6 +144,7 @@ T.ItemDelegate {
             TFIconButton {
                 id: remove
 
+                objectName: "remove"
                 name: qsTr("Remove")
                 icon: "xmark"
                 refusal: root.viewModel.queueRefusal
@@ -154,6 +163,7 @@ T.ItemDelegate {
             x: nameText.parent.x
             width: parent.width - x - TallyTheme.space4
             height: implicitHeight + TallyTheme.space3
+            objectName: "message"
             visible: root.hasFailed
             text: root.message
             color: TallyTheme.bad
@@ -162,12 +172,15 @@ T.ItemDelegate {
         }
 
         Repeater {
-            model: root.digests
+            // By number, so that a row that is used again for another file keeps its lines.
+            model: root.digests.length
 
             Item {
                 id: line
 
-                required property var modelData
+                required property int index
+                readonly property string algorithm: root.digests[index]?.algorithm ?? ""
+                readonly property string digest: root.digests[index]?.digest ?? ""
 
                 width: content.width
                 height: Math.max(TallyTheme.smallControlHeight, digest.implicitHeight + 2 * digest.y)
@@ -178,7 +191,7 @@ T.ItemDelegate {
                     x: nameText.parent.x
                     width: 64 * TallyTheme.textScale
                     height: TallyTheme.smallControlHeight
-                    text: line.modelData.algorithm
+                    text: line.algorithm
                     color: TallyTheme.secondary
                     font.pixelSize: TallyTheme.captionSize
                     font.weight: Font.Medium
@@ -187,8 +200,9 @@ T.ItemDelegate {
                 TFSelectableText {
                     id: digest
 
-                    name: line.modelData.algorithm
-                    text: line.modelData.digest
+                    objectName: "digest " + line.algorithm
+                    name: line.algorithm
+                    text: line.digest
                     y: TallyTheme.space1 + 2
 
                     anchors {
@@ -201,11 +215,11 @@ T.ItemDelegate {
                 TFButton {
                     id: copy
 
-                    objectName: "copy " + line.modelData.algorithm
+                    objectName: "copy " + line.algorithm
                     height: TallyTheme.smallControlHeight
-                    text: qsTr("Copy %1").arg(line.modelData.algorithm)
+                    text: qsTr("Copy %1").arg(line.algorithm)
                     isBorderless: true
-                    onClicked: root.viewModel.copyHash(root.jobId, line.modelData.algorithm)
+                    onClicked: root.viewModel.copyHash(root.jobId, line.algorithm)
 
                     anchors {
                         right: parent.right
@@ -241,31 +255,6 @@ T.ItemDelegate {
             width: parent.width
             height: 1
             color: TallyTheme.hairline
-        }
-    }
-
-    TFMenu {
-        id: menu
-
-        implicitWidth: 200 * TallyTheme.textScale
-
-        TFMenuItem {
-            text: qsTr("Reveal in Finder")
-            symbol: "magnifyingglass"
-            onTriggered: root.viewModel.reveal(root.jobId)
-        }
-
-        TFMenuItem {
-            text: qsTr("Copy path")
-            symbol: "doc.on.clipboard"
-            onTriggered: root.viewModel.copyPath(root.jobId)
-        }
-
-        TFMenuItem {
-            text: qsTr("Remove")
-            symbol: "xmark"
-            enabled: root.viewModel.queueRefusal === ""
-            onTriggered: root.viewModel.removeJob(root.jobId)
         }
     }
 }

@@ -91,6 +91,7 @@ FocusScope {
             highlightMoveDuration: 0
             Accessible.role: Accessible.List
             Accessible.name: qsTr("Files")
+            Keys.onMenuPressed: currentItem.showMenuBelowName()
             Keys.onPressed: event => {
                 const page = Math.max(1, Math.floor(height / TallyTheme.rowHeight) - 1);
                 const target = {
@@ -107,6 +108,7 @@ FocusScope {
             delegate: FileJobRow {
                 viewModel: root.viewModel
                 width: ListView.view.width
+                onMenuRequested: rowMenu.popup()
             }
 
             T.ScrollBar.vertical: TFScrollBar {}
@@ -132,6 +134,35 @@ FocusScope {
                 Accessible.role: Accessible.StaticText
                 Accessible.name: text
             }
+        }
+    }
+
+    // Acts on the selected row, which the request for it has selected.
+    TFMenu {
+        id: rowMenu
+
+        implicitWidth: 200 * TallyTheme.textScale
+
+        TFMenuItem {
+            objectName: "reveal"
+            text: qsTr("Reveal in Finder")
+            symbol: "magnifyingglass"
+            onTriggered: root.viewModel.reveal(list.selectedId)
+        }
+
+        TFMenuItem {
+            objectName: "copyPath"
+            text: qsTr("Copy path")
+            symbol: "doc.on.clipboard"
+            onTriggered: root.viewModel.copyPath(list.selectedId)
+        }
+
+        TFMenuItem {
+            objectName: "removeRow"
+            text: qsTr("Remove")
+            symbol: "xmark"
+            enabled: root.viewModel.queueRefusal === ""
+            onTriggered: root.viewModel.removeJob(list.selectedId)
         }
     }
 

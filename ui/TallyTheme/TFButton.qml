@@ -46,8 +46,8 @@ Item {
         text: root.text
         Accessible.name: root.text
         Accessible.description: root.refusal !== "" ? root.refusal : root.description
-        Keys.onReturnPressed: click()
-        Keys.onEnterPressed: click()
+        Keys.onReturnPressed: root.clicked()
+        Keys.onEnterPressed: root.clicked()
         onClicked: root.clicked()
 
         contentItem: Item {
@@ -60,11 +60,15 @@ Item {
                 anchors.centerIn: parent
                 spacing: TallyTheme.space2
 
-                TFIcon {
+                Loader {
                     anchors.verticalCenter: parent.verticalCenter
-                    visible: root.icon !== ""
-                    name: root.icon
-                    color: root.foreground
+                    active: root.icon !== ""
+                    visible: active
+
+                    sourceComponent: TFIcon {
+                        name: root.icon
+                        color: root.foreground
+                    }
                 }
 
                 TFText {
@@ -75,12 +79,16 @@ Item {
                     font.pixelSize: root.isBorderless ? TallyTheme.captionSize : TallyTheme.bodySize
                 }
 
-                TFIcon {
+                Loader {
                     anchors.verticalCenter: parent.verticalCenter
-                    visible: root.opensMenu
-                    name: "chevron.down"
-                    size: 12
-                    color: root.foreground
+                    active: root.opensMenu
+                    visible: active
+
+                    sourceComponent: TFIcon {
+                        name: "chevron.down"
+                        size: 12
+                        color: root.foreground
+                    }
                 }
             }
         }
@@ -106,8 +114,11 @@ Item {
                 }
             }
 
-            TFFocusRing {
-                visible: control.visualFocus
+            Loader {
+                anchors.fill: parent
+                active: control.visualFocus
+
+                sourceComponent: TFFocusRing {}
             }
         }
     }
@@ -116,8 +127,15 @@ Item {
         id: hover
     }
 
-    TFToolTip {
-        text: root.refusal !== "" ? root.refusal : root.tip
-        visible: hover.hovered && text !== ""
+    Loader {
+        anchors.fill: parent
+        active: hover.hovered && (root.refusal !== "" || root.tip !== "")
+
+        sourceComponent: Item {
+            TFToolTip {
+                text: root.refusal !== "" ? root.refusal : root.tip
+                visible: true
+            }
+        }
     }
 }

@@ -16,8 +16,13 @@ T.Button {
     Accessible.name: text
     Accessible.checkable: true
     Accessible.checked: checked
-    Keys.onReturnPressed: click()
-    Keys.onEnterPressed: click()
+    Keys.onReturnPressed: flip()
+    Keys.onEnterPressed: flip()
+
+    function flip() {
+        toggle();
+        toggled();
+    }
 
     contentItem: Item {
         Row {

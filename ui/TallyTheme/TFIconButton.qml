@@ -27,8 +27,8 @@ Item {
         text: root.name
         Accessible.name: root.name
         Accessible.description: root.refusal
-        Keys.onReturnPressed: click()
-        Keys.onEnterPressed: click()
+        Keys.onReturnPressed: root.clicked()
+        Keys.onEnterPressed: root.clicked()
         onClicked: root.clicked()
 
         contentItem: Item {
@@ -44,9 +44,13 @@ Item {
             radius: TallyTheme.controlRadius
             color: control.down ? TallyTheme.pressed : control.hovered ? TallyTheme.raised : "transparent"
 
-            TFFocusRing {
-                visible: control.visualFocus
-                inset: -2
+            Loader {
+                anchors.fill: parent
+                active: control.visualFocus
+
+                sourceComponent: TFFocusRing {
+                    inset: -2
+                }
             }
         }
     }
@@ -55,8 +59,15 @@ Item {
         id: hover
     }
 
-    TFToolTip {
-        text: root.refusal !== "" ? root.refusal : root.name
-        visible: hover.hovered
+    Loader {
+        anchors.fill: parent
+        active: hover.hovered
+
+        sourceComponent: Item {
+            TFToolTip {
+                text: root.refusal !== "" ? root.refusal : root.name
+                visible: true
+            }
+        }
     }
 }
