@@ -13,6 +13,7 @@
 #include <QPalette>
 #include <QQuickWindow>
 #include <QSessionManager>
+#include <QSettings>
 #include <QStyleFactory>
 
 #include "app/BackgroundTask.h"
@@ -80,6 +81,8 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(argc, argv) {
   // The window is never brought back by the desktop's session.
   QObject::connect(&application_, &QGuiApplication::saveStateRequest, &application_,
                    [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); });
+  // Nothing is kept between two runs; the toolkit's own file panels would store where they were last.
+  QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("/dev/null"));
   chooseFont();
   chooseDarkPalette();
 
