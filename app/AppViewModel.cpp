@@ -46,6 +46,7 @@ AppViewModel::~AppViewModel() {
 
 void AppViewModel::setMode(AppMode::Case mode) {
   if (std::exchange(mode_, mode) != mode) emit modeChanged();
+  if (mode == AppMode::Files) setUnseenOutcome(NoOutcome);
 }
 
 QStringList AppViewModel::selectedAlgorithmNames() const { return names(selectedAlgorithms_); }

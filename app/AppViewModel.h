@@ -40,6 +40,7 @@ class AppViewModel : public QObject {
   Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY isProcessingChanged)
   Q_PROPERTY(double overallProgress READ overallProgress NOTIFY overallProgressChanged)
   Q_PROPERTY(QString errorMessage READ errorMessage WRITE setErrorMessage NOTIFY errorMessageChanged)
+  Q_PROPERTY(Outcome unseenOutcome READ unseenOutcome NOTIFY unseenOutcomeChanged)
   Q_PROPERTY(bool isExporting READ isExporting NOTIFY isExportingChanged)
   // Why an operation would be refused now, as a sentence for a tooltip; empty when it would not.
   Q_PROPERTY(QString startRefusal READ startRefusal NOTIFY refusalsChanged)
@@ -52,6 +53,9 @@ class AppViewModel : public QObject {
   Q_ENUM(Preset)
   enum ReportFormat { Text, Csv, Json };
   Q_ENUM(ReportFormat)
+
+  enum Outcome { NoOutcome, AllWell, SomeFailed };
+  Q_ENUM(Outcome)
 
   static constexpr std::size_t queueLimit = 100'000;
 
@@ -85,6 +89,8 @@ class AppViewModel : public QObject {
   /// Empty when there is none.
   [[nodiscard]] QString errorMessage() const { return errorMessage_; }
   void setErrorMessage(const QString& message);
+  /// How the last run ended, while the user looked at another mode and has not come back since.
+  [[nodiscard]] Outcome unseenOutcome() const { return unseenOutcome_; }
   [[nodiscard]] bool isExporting() const { return isExporting_; }
 
   [[nodiscard]] QString startRefusal() const;
@@ -127,6 +133,7 @@ class AppViewModel : public QObject {
   void isProcessingChanged();
   void overallProgressChanged();
   void errorMessageChanged();
+  void unseenOutcomeChanged();
   void isExportingChanged();
   void refusalsChanged();
 
@@ -137,6 +144,7 @@ class AppViewModel : public QObject {
   void rebuildJobIndex();
   void discardResults();
   void applyReports(FileRun& run);
+  void setUnseenOutcome(Outcome outcome);
   void setProcessing(bool isProcessing);
   void setProgress(std::size_t processed, std::size_t total);
   void setExporting(bool isExporting);
@@ -151,6 +159,7 @@ class AppViewModel : public QObject {
   double overallProgress_ = 0;
   int processedCount_ = 0;
   QString errorMessage_;
+  Outcome unseenOutcome_ = NoOutcome;
   bool isExporting_ = false;
 
   ResultByJobID resultByJobID_;

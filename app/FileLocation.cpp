@@ -42,11 +42,7 @@ QString displayText(const std::filesystem::path& path) {
   shown.reserve(text.size());
   for (const QChar character : text) {
     const char16_t unit = character.unicode();
-    if (unit < 0x20) {
-      shown += QChar(static_cast<char16_t>(0x2400 + unit));
-    } else if (unit == 0x7F) {
-      shown += QChar(0x2421);
-    } else if (isLayoutControl(unit) || (unit >= 0x80 && unit < 0xA0)) {
+    if (unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || isLayoutControl(unit)) {
       shown += QStringLiteral("<U+%1>").arg(unit, 4, 16, QLatin1Char('0')).toUpper();
     } else {
       shown += character;

@@ -23,8 +23,8 @@ QUrl fileUrl(const std::filesystem::path& path);
 /// A path as text for other programs and people. Bytes that are not UTF-8 become U+FFFD.
 QString textOf(const std::filesystem::path& path);
 
-/// A path, or a part of one, as one line that shows what is there: control characters and line breaks appear as their
-/// pictures, and the invisible characters that reorder text as "<U+202E>", so that no name can disguise itself.
+/// A path, or a part of one, as one line that shows what is there: control characters, line breaks and the
+/// invisible characters that reorder text appear as "<U+202E>", so that no name can disguise itself.
 QString displayText(const std::filesystem::path& path);
 
 }  // namespace tallyfold

@@ -4,6 +4,8 @@
 #include <utility>
 #include <variant>
 
+#include <QPointer>
+
 #include "app/AppViewModel.h"
 #include "app/FileLocation.h"
 #include "app/Formats.h"
@@ -96,7 +98,9 @@ void AppViewModel::addDroppedFiles(const QList<QUrl>& urls) {
 
 void AppViewModel::chooseFiles() {
   if (!queueRefusal().isEmpty()) return;
-  desktop_.chooseFiles([this](const QList<QUrl>& urls) { addFiles(urls); });
+  desktop_.chooseFiles([this, alive = QPointer(this)](const QList<QUrl>& urls) {
+    if (alive) addFiles(urls);
+  });
 }
 
 void AppViewModel::startProcessing() {
@@ -122,6 +126,9 @@ void AppViewModel::startProcessing() {
       [](AppViewModel& model, const std::exception_ptr& failure) {
         if (failure) model.setErrorMessage(QString::fromStdString(errorDescription(failure)));
         model.setProcessing(false);
+        if (model.mode_ != AppMode::Files && model.overallProgress_ == 1) {
+          model.setUnseenOutcome(model.results_.size() == model.jobs_.jobs().size() ? AllWell : SomeFailed);
+        }
       });
 }
 
@@ -265,6 +272,10 @@ QString AppViewModel::clearRefusal() const {
   if (isExporting_) return tr("The list cannot change while a report is being saved.");
   if (jobs_.jobs().empty()) return tr("The list is empty.");
   return {};
+}
+
+void AppViewModel::setUnseenOutcome(Outcome outcome) {
+  if (std::exchange(unseenOutcome_, outcome) != outcome) emit unseenOutcomeChanged();
 }
 
 void AppViewModel::setProcessing(bool isProcessing) {

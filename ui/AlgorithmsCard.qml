@@ -6,6 +6,7 @@ TFGlassCard {
     id: root
 
     required property AppViewModel viewModel
+    property bool hasNote: true
 
     implicitHeight: content.implicitHeight + 2 * TallyTheme.space3
 
@@ -73,6 +74,7 @@ TFGlassCard {
 
         TFText {
             width: parent.width
+            visible: root.hasNote
             text: qsTr("All selected algorithms are calculated in one file pass.")
             color: TallyTheme.tertiary
             elide: Text.ElideRight

@@ -110,7 +110,7 @@ TFGlassCard {
             id: choose
 
             objectName: root.isCompact ? "chooseFiles" : ""
-            text: qsTr("Choose Files…")
+            text: qsTr("Choose…")
             tip: "Ctrl+O"
             refusal: root.refusal
             onClicked: root.chooseRequested()

@@ -20,6 +20,9 @@ T.ItemDelegate {
     readonly property bool hasFailed: state === FileJobListModel.Failed
     readonly property string status: [qsTr("Queued"), qsTr("Hashing"), qsTr("Done"), qsTr("Failed")][state]
 
+    // The widest copy button, and the space around it.
+    readonly property int copyColumnWidth: 104 * TallyTheme.textScale
+
     signal menuRequested
 
     implicitHeight: content.implicitHeight + 1
@@ -42,11 +45,6 @@ T.ItemDelegate {
         menuRequested();
     }
 
-    // For the keyboard: the menu opens at the row, wherever the pointer is.
-    function showMenuBelowName() {
-        menu.popup(nameText, 0, nameText.height + TallyTheme.space1);
-    }
-
     TapHandler {
         acceptedButtons: Qt.RightButton
         onTapped: root.showMenu()
@@ -63,7 +61,7 @@ T.ItemDelegate {
                 id: icon
 
                 anchors.verticalCenter: parent.verticalCenter
-                x: TallyTheme.space4
+                x: TallyTheme.space3
                 name: "doc"
                 color: root.hasFailed ? TallyTheme.bad : TallyTheme.secondary
             }
@@ -189,7 +187,7 @@ T.ItemDelegate {
                     id: algorithm
 
                     x: nameText.parent.x
-                    width: 64 * TallyTheme.textScale
+                    width: 58 * TallyTheme.textScale
                     height: TallyTheme.smallControlHeight
                     text: line.algorithm
                     color: TallyTheme.secondary
@@ -205,11 +203,8 @@ T.ItemDelegate {
                     text: line.digest
                     y: TallyTheme.space1 + 2
 
-                    anchors {
-                        left: algorithm.right
-                        right: copy.left
-                        rightMargin: TallyTheme.space2
-                    }
+                    anchors.left: algorithm.right
+                    width: Math.min(fullWidth, line.width - x - root.copyColumnWidth)
                 }
 
                 TFButton {
@@ -219,12 +214,11 @@ T.ItemDelegate {
                     height: TallyTheme.smallControlHeight
                     text: qsTr("Copy %1").arg(line.algorithm)
                     isBorderless: true
+                    isTabStop: root.isSelected
                     onClicked: root.viewModel.copyHash(root.jobId, line.algorithm)
 
-                    anchors {
-                        right: parent.right
-                        rightMargin: TallyTheme.space2
-                    }
+                    anchors.left: digest.right
+                    anchors.leftMargin: TallyTheme.space2
                 }
             }
         }
@@ -237,6 +231,7 @@ T.ItemDelegate {
     }
 
     background: Rectangle {
+        radius: TallyTheme.controlRadius
         color: {
             if (root.hasFailed)
                 return TallyTheme.tint(TallyTheme.bad);
@@ -244,16 +239,20 @@ T.ItemDelegate {
         }
 
         Rectangle {
-            width: 2
-            height: parent.height
+            y: TallyTheme.space2
+            width: 3
+            height: parent.height - 2 * y
+            radius: width / 2
             visible: root.isSelected
             color: root.ListView.view && root.ListView.view.activeFocus ? TallyTheme.accent : TallyTheme.tertiary
         }
 
         Rectangle {
+            x: TallyTheme.space4
             anchors.bottom: parent.bottom
-            width: parent.width
+            width: parent.width - 2 * x
             height: 1
+            visible: !root.isSelected && !root.hasFailed
             color: TallyTheme.hairline
         }
     }

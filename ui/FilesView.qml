@@ -8,6 +8,10 @@ FocusScope {
 
     required property AppViewModel viewModel
     readonly property bool hasJobs: viewModel.jobs.count > 0
+    // Behind an alert no key reaches it.
+    readonly property bool takesKeys: visible && viewModel.errorMessage === ""
+    // With little height, the list comes first.
+    readonly property bool isShort: height < 600
     readonly property int gutter: TallyTheme.space6
 
     TFSectionHeader {
@@ -21,15 +25,14 @@ FocusScope {
             right: parent.right
             top: parent.top
             margins: root.gutter
+            topMargin: root.isShort ? TallyTheme.space3 : root.gutter
         }
     }
 
     DropCard {
         id: dropCard
 
-        readonly property real room: algorithms.y - y - TallyTheme.space3
-
-        y: header.y + header.height + TallyTheme.space4
+        y: header.y + header.height + (root.isShort ? TallyTheme.space2 : TallyTheme.space4)
         height: root.hasJobs && !dropZone.isTargeted ? collapsedHeight : Math.min(expandedHeight, root.height / 3)
         isCompact: root.hasJobs && !dropZone.isTargeted
         isTargeted: dropZone.isTargeted
@@ -48,6 +51,7 @@ FocusScope {
         id: algorithms
 
         viewModel: root.viewModel
+        hasNote: !root.isShort
 
         anchors {
             left: parent.left
@@ -80,9 +84,11 @@ FocusScope {
 
             objectName: "jobList"
             anchors.fill: parent
-            anchors.margins: 1
+            anchors.margins: TallyTheme.space1 + 2
+            spacing: 1
             clip: true
-            activeFocusOnTab: count > 0
+            visible: count > 0
+            activeFocusOnTab: true
             keyNavigationEnabled: true
             boundsBehavior: Flickable.StopAtBounds
             reuseItems: true
@@ -91,7 +97,7 @@ FocusScope {
             highlightMoveDuration: 0
             Accessible.role: Accessible.List
             Accessible.name: qsTr("Files")
-            Keys.onMenuPressed: currentItem.showMenuBelowName()
+            Keys.onMenuPressed: rowMenu.popup(currentItem, TallyTheme.space8, TallyTheme.rowHeight)
             Keys.onPressed: event => {
                 const page = Math.max(1, Math.floor(height / TallyTheme.rowHeight) - 1);
                 const target = {
@@ -193,37 +199,37 @@ FocusScope {
     }
 
     Shortcut {
-        enabled: root.visible
+        enabled: root.takesKeys
         sequence: StandardKey.Open
         onActivated: root.viewModel.chooseFiles()
     }
 
     Shortcut {
-        enabled: root.visible
+        enabled: root.takesKeys
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
         onActivated: root.viewModel.startProcessing()
     }
 
     Shortcut {
-        enabled: root.visible && root.viewModel.isProcessing
+        enabled: root.takesKeys && root.viewModel.isProcessing
         sequence: "Esc"
         onActivated: root.viewModel.cancelProcessing()
     }
 
     Shortcut {
-        enabled: root.visible
+        enabled: root.takesKeys
         sequence: "Ctrl+E"
         onActivated: bottomBar.openExportMenu()
     }
 
     Shortcut {
-        enabled: root.visible && list.count > 0
+        enabled: root.takesKeys && list.count > 0
         sequence: "Delete"
         onActivated: root.viewModel.removeJob(list.selectedId)
     }
 
     Shortcut {
-        enabled: root.visible && list.count > 0
+        enabled: root.takesKeys && list.count > 0
         sequences: [StandardKey.Copy]
         onActivated: root.viewModel.copyAllHashes(list.selectedId)
     }

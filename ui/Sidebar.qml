@@ -11,6 +11,10 @@ Item {
 
     signal settingsRequested
 
+    function outcome(mode: int): int {
+        return mode === AppMode.Files ? viewModel.unseenOutcome : AppViewModel.NoOutcome;
+    }
+
     function isBusy(mode: int): bool {
         return mode === AppMode.Files && (viewModel.isProcessing || viewModel.isExporting);
     }
@@ -68,6 +72,8 @@ Item {
             required property int index
             required property var modelData
             readonly property bool isSelected: ListView.isCurrentItem
+            readonly property bool isBusy: root.isBusy(modelData.mode)
+            readonly property int outcome: root.outcome(modelData.mode)
 
             objectName: "mode" + modelData.label
             width: ListView.view.width
@@ -78,7 +84,7 @@ Item {
             focusPolicy: Qt.NoFocus
             text: modelData.label
             Accessible.role: Accessible.ListItem
-            Accessible.name: text + (root.isBusy(modelData.mode) ? ", " + qsTr("working") : "")
+            Accessible.name: [text, isBusy ? qsTr("working") : "", ["", qsTr("finished"), qsTr("finished with failures")][outcome]].filter(part => part !== "").join(", ")
             Accessible.selected: isSelected
             onClicked: root.viewModel.mode = modelData.mode
 
@@ -113,13 +119,21 @@ Item {
                     id: spinner
 
                     size: 14
-                    visible: root.isBusy(row.modelData.mode)
+                    visible: row.isBusy
 
                     anchors {
                         right: parent.right
                         rightMargin: TallyTheme.space3
                         verticalCenter: parent.verticalCenter
                     }
+                }
+
+                TFIcon {
+                    anchors.fill: spinner
+                    size: spinner.size
+                    visible: !row.isBusy && row.outcome !== AppViewModel.NoOutcome
+                    name: ["", "checkmark.circle.fill", "exclamationmark.triangle.fill"][row.outcome]
+                    color: row.outcome === AppViewModel.SomeFailed ? TallyTheme.bad : TallyTheme.good
                 }
             }
 

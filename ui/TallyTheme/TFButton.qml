@@ -11,6 +11,7 @@ Item {
     property bool isProminent: false
     property bool isBorderless: false
     property bool opensMenu: false
+    property bool isTabStop: true
     // Why it cannot be pressed now; empty when it can.
     property string refusal
     property string tip
@@ -41,7 +42,7 @@ Item {
         rightPadding: leftPadding
         enabled: root.refusal === ""
         opacity: enabled ? 1 : TallyTheme.disabledOpacity
-        focusPolicy: Qt.StrongFocus
+        focusPolicy: root.isTabStop ? Qt.StrongFocus : Qt.ClickFocus
         hoverEnabled: true
         text: root.text
         Accessible.name: root.text

@@ -9,6 +9,8 @@ Item {
     property string name
     property alias activatesOnTab: edit.activeFocusOnTab
     readonly property int groupsPerLine: Math.max(1, Math.floor(width / grouping.groupWidth))
+    // Wider lines than those of 64 digits are hard to follow.
+    readonly property int fullWidth: Math.ceil(8 * grouping.groupWidth) + 1
 
     implicitHeight: edit.contentHeight
 

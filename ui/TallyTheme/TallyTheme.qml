@@ -56,7 +56,7 @@ QtObject {
     readonly property int smallControlHeight: Math.round(28 * textScale)
     readonly property int rowHeight: Math.round(48 * textScale)
     readonly property int iconSize: 16
-    readonly property int digestGap: 5
+    readonly property int digestGap: 4
     readonly property real disabledOpacity: 0.4
 
     readonly property int hoverDuration: DesktopSettings.isMotionWanted ? 120 : 0
