@@ -20,7 +20,8 @@ Window {
         anchors.fill: parent
     }
 
-    StartupWindowConfigurator {}
+    StartupWindowConfigurator {
+    }
 
     T.SplitView {
         id: split

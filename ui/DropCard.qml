@@ -18,7 +18,7 @@ TFGlassCard {
     Accessible.role: Accessible.Grouping
     Accessible.name: title
 
-    Behavior on height {
+    Behavior on height  {
         NumberAnimation {
             duration: TallyTheme.hoverDuration
             easing.type: Easing.OutCubic

@@ -30,10 +30,14 @@ T.ItemDelegate {
     hoverEnabled: true
     focusPolicy: Qt.NoFocus
     Accessible.role: Accessible.ListItem
-    Accessible.name: [name, status, message, facts].filter(part => part !== "").join(", ")
+    Accessible.name: name + also(status) + also(message) + also(facts)
     Accessible.selected: isSelected
     onClicked: select()
     onPressAndHold: showMenu()
+
+    function also(part: string): string {
+        return part === "" ? "" : ", " + part;
+    }
 
     function select() {
         ListView.view.currentIndex = index;

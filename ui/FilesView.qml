@@ -80,7 +80,8 @@ FocusScope {
 
             // The selected row, which the keyboard's commands act on.
             readonly property var selectedId: count > 0 ? root.viewModel.jobs.idAt(currentIndex) : null
-            readonly property bool isSelectedFinished: currentItem !== null && currentItem.digests.length > 0
+            readonly property FileJobRow selectedRow: currentItem as FileJobRow
+            readonly property bool isSelectedFinished: selectedRow !== null && selectedRow.digests.length > 0
 
             objectName: "jobList"
             anchors.fill: parent
@@ -117,7 +118,8 @@ FocusScope {
                 onMenuRequested: rowMenu.popup()
             }
 
-            T.ScrollBar.vertical: TFScrollBar {}
+            T.ScrollBar.vertical: TFScrollBar {
+            }
         }
 
         Column {

@@ -84,7 +84,7 @@ Item {
             focusPolicy: Qt.NoFocus
             text: modelData.label
             Accessible.role: Accessible.ListItem
-            Accessible.name: [text, isBusy ? qsTr("working") : "", ["", qsTr("finished"), qsTr("finished with failures")][outcome]].filter(part => part !== "").join(", ")
+            Accessible.name: text + (isBusy ? qsTr(", working") : ["", qsTr(", finished"), qsTr(", finished with failures")][outcome])
             Accessible.selected: isSelected
             onClicked: root.viewModel.mode = modelData.mode
 

@@ -108,7 +108,7 @@ Item {
             border.width: root.isProminent || root.isBorderless ? 0 : 1
             border.color: TallyTheme.hairline
 
-            Behavior on color {
+            Behavior on color  {
                 ColorAnimation {
                     duration: TallyTheme.hoverDuration
                     easing.type: Easing.OutCubic
@@ -119,7 +119,8 @@ Item {
                 anchors.fill: parent
                 active: control.visualFocus
 
-                sourceComponent: TFFocusRing {}
+                sourceComponent: TFFocusRing {
+                }
             }
         }
     }

@@ -10,7 +10,7 @@ Rectangle {
     border.width: isTargeted ? 2 : 1
     border.color: isTargeted ? TallyTheme.accent : TallyTheme.hairline
 
-    Behavior on color {
+    Behavior on color  {
         ColorAnimation {
             duration: TallyTheme.hoverDuration
             easing.type: Easing.OutCubic

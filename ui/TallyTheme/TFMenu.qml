@@ -10,7 +10,8 @@ T.Menu {
     padding: TallyTheme.space1
     margins: TallyTheme.space2
     overlap: 1
-    delegate: TFMenuItem {}
+    delegate: TFMenuItem {
+    }
 
     contentItem: ListView {
         implicitHeight: contentHeight
