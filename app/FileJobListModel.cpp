@@ -43,15 +43,17 @@ QVariant FileJobListModel::data(const QModelIndex& index, int role) const {
       const auto* failed = std::get_if<FileJob::Failed>(&job.state);
       return failed == nullptr ? QString() : text(failed->message);
     }
-    default:
+    case FactsRole:
+    case DigestsRole:
       break;
+    default:
+      return {};
   }
 
   const auto found = results_.find(job.id);
   if (found == results_.end()) return role == FactsRole ? QVariant(QString()) : QVariant(QVariantList());
   const FileHashResult& result = *found->second;
   if (role == FactsRole) return facts(result);
-  if (role != DigestsRole) return {};
   QVariantList digests;
   for (const HashAlgorithm algorithm : result.hashes.algorithms()) {
     digests.append(QVariantMap{{QStringLiteral("algorithm"), text(algorithm.rawValue())},
