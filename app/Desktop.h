@@ -11,7 +11,8 @@
 namespace tallyfold {
 
 /// What the model asks of the desktop around it. Called on the interface thread. Panels do not block: they call back on
-/// the interface thread when the user has confirmed, and not at all when the user cancels.
+/// the interface thread when the user has confirmed, and not at all when the user cancels. The model may be gone by
+/// then.
 class Desktop {
  public:
   virtual ~Desktop() = default;

@@ -1,5 +1,7 @@
 #include <utility>
 
+#include <QPointer>
+
 #include "app/AppViewModel.h"
 #include "app/FileLocation.h"
 #include "core/Errors.h"
@@ -15,7 +17,8 @@ void AppViewModel::exportResults(ManifestService::Format format) {
   if (!exportRefusal().isEmpty()) return;
   const std::string_view extension = ManifestService::fileExtension(format);
   const QString proposal = QStringLiteral("checksums.") + QString::fromStdString(std::string(extension));
-  desktop_.chooseDestination(proposal, [this, format](const QUrl& url) {
+  desktop_.chooseDestination(proposal, [this, alive = QPointer(this), format](const QUrl& url) {
+    if (!alive) return;
     const auto destination = fileLocation(url);
     if (!destination || !exportRefusal().isEmpty()) return;
     setErrorMessage({});
