@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <stop_token>
+#include <system_error>
 #include <tuple>
 #include <utility>
 
@@ -60,7 +61,10 @@ class BackgroundTask {
   /// Destroys what takes long to destroy, such as the results of 100,000 files, away from the interface thread.
   template <typename... Garbage>
   static void dispose(Garbage... garbage) {
-    runDetached([box = std::make_shared<std::tuple<Garbage...>>(std::move(garbage)...)]() mutable { box.reset(); });
+    try {
+      runDetached([box = std::make_shared<std::tuple<Garbage...>>(std::move(garbage)...)]() mutable { box.reset(); });
+    } catch (const std::system_error&) {  // No thread to be had: it was destroyed here after all.
+    }
   }
 
   /// Waits until no work is left on any thread, and says whether that was reached in time.
