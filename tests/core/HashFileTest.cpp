@@ -31,7 +31,7 @@ class HashFile : public testing::Test {
  protected:
   /// A file of zero bytes that takes no space.
   [[nodiscard]] fs::path sparseFile(std::uintmax_t size) const {
-    const fs::path path = folder.file("sparse", "");
+    fs::path path = folder.file("sparse", "");
     fs::resize_file(path, size);
     return path;
   }
@@ -211,7 +211,7 @@ TEST_F(HashFile, ManyThreadsAtOnceDoNotDisturbEachOther) {
   };
   std::vector<std::vector<DigestMap>> together(threads);
   for (unsigned i = 0; i < 5; ++i) {
-    files.push_back(folder.file(std::to_string(i), test::randomBytes(100'000 * i, i)));
+    files.push_back(folder.file(std::to_string(i), test::randomBytes(std::size_t{100'000} * i, i)));
   }
   {
     std::vector<std::jthread> workers;

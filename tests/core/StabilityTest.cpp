@@ -50,11 +50,10 @@ class Stability : public testing::TestWithParam<Change> {
   /// ticks only every few milliseconds: a change in place within the tick of the one before has the same time, and no
   /// program can tell. Waits until the clock has moved on.
   fs::path settledFile(const test::TemporaryFolder& folder) {
-    const fs::path file = folder.file("file", content);
+    fs::path file = folder.file("file", content);
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (changeTimeOf(folder.file("probe", "x")) <= changeTimeOf(file)) {
-      if (std::chrono::steady_clock::now() > limit)
-        throw std::runtime_error("The clock of the file system stands still");
+      if (std::chrono::steady_clock::now() > limit) throw std::runtime_error("the clock stands still");
     }
     return file;
   }
