@@ -90,6 +90,11 @@ FocusScope {
             clip: true
             visible: count > 0
             activeFocusOnTab: true
+            // Tab comes to the row first, not to the button in it that had the keyboard last.
+            onActiveFocusChanged: {
+                if (!activeFocus && currentItem)
+                    currentItem.focus = true;
+            }
             keyNavigationEnabled: true
             boundsBehavior: Flickable.StopAtBounds
             reuseItems: true
@@ -196,6 +201,7 @@ FocusScope {
 
         objectName: "dropZone"
         anchors.fill: parent
+        enabled: root.viewModel.queueRefusal === ""
         z: -1
         onFilesDropped: files => root.viewModel.addDroppedFiles(files)
     }

@@ -110,7 +110,7 @@ Item {
                     anchors {
                         left: icon.right
                         leftMargin: TallyTheme.space3
-                        right: spinner.left
+                        right: row.isBusy || row.outcome !== AppViewModel.NoOutcome ? spinner.left : parent.right
                         verticalCenter: parent.verticalCenter
                     }
                 }
