@@ -1,0 +1,137 @@
+#include "tests/app/ModelTest.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using AddFiles = ModelTest;
+
+TEST_F(AddFiles, EachRegularLocationIsQueuedOnceInTheGivenOrder) {
+  struct Case {
+    const char* situation;
+    std::vector<const char*> urls;
+    std::vector<std::filesystem::path> expected;
+  };
+  const std::vector<Case> cases = {
+      {"in the given order", {"file:///t/b", "file:///t/a", "file:///t/c"}, {"/t/b", "/t/a", "/t/c"}},
+      {"a repeated file", {"file:///t/a", "file:///t/b", "file:///t/a"}, {"/t/a", "/t/b"}},
+      {"one file in many spellings",
+       {"file:///t/a", "file:///t/./a", "file:///t/x/../a", "file:///t//a", "file:////t/a", "file:///%74/%61"},
+       {"/t/a"}},
+      {"folders", {"file:///t/", "file:///t/a/", "file:///", "file:///t/.", "file:///t/a/..", "file:///t/%2E"}, {}},
+      {"a folder among files", {"file:///t/a", "file:///t/", "file:///t/b"}, {"/t/a", "/t/b"}},
+      {"not files", {"https://example.org/a", "/t/a", "a", "file:a", "file:", "", "mailto:a@example.org"}, {}},
+      {"names that are not UTF-8", {"file:///t/%FF", "file:///t/%FE", "file:///t/%FF"}, {"/t/\xFF", "/t/\xFE"}},
+      {"names with meaning in URLs", {"file:///t/%3F%23%25", "file:///t/a%0Ab"}, {"/t/?#%", "/t/a\nb"}},
+      {"upper and lower case", {"file:///t/A", "file:///t/a"}, {"/t/A", "/t/a"}},
+  };
+  for (const Case& test : cases) {
+    SCOPED_TRACE(test.situation);
+    model_->clearFiles();
+    QList<QUrl> urls;
+    for (const char* url : test.urls) urls.append(QUrl(QString::fromLatin1(url)));
+    model_->addFiles(urls);
+    EXPECT_EQ(paths(), test.expected);
+
+    const QSignalSpy changes(model_->jobs(), &FileJobListModel::rowsInserted);
+    model_->addFiles(urls);
+    EXPECT_EQ(paths(), test.expected);
+    EXPECT_EQ(changes.count(), 0);
+    EXPECT_EQ(model_->errorMessage(), QString());
+  }
+}
+
+TEST_F(AddFiles, HundredThousandJobsAreOneChangeOfTheList) {
+  const QSignalSpy changes(model_->jobs(), &FileJobListModel::rowsInserted);
+  model_->addFiles(vanishedFiles(100'000));
+  ASSERT_EQ(changes.count(), 1);
+  EXPECT_EQ(changes[0][1].toInt(), 0);
+  EXPECT_EQ(changes[0][2].toInt(), 99'999);
+  EXPECT_EQ(model_->errorMessage(), QString());
+
+  model_->copyPath(idAt(99'999));
+  EXPECT_EQ(desktop_.pasteboard, "/nowhere/99999");
+  model_->removeJob(idAt(50'000));
+  model_->copyPath(idAt(99'998));
+  EXPECT_EQ(desktop_.pasteboard, "/nowhere/99999");
+}
+
+TEST_F(AddFiles, QueueIsLimitedAndLosesNothingAtItsLimit) {
+  const QString message = QStringLiteral("The file queue is limited to 100,000 items.");
+  const QUrl folder(QStringLiteral("file:///t/"));
+  const QUrl page(QStringLiteral("https://example.org/"));
+  const QList<QUrl> first = vanishedFiles(99'999);
+  const QList<QUrl> more = vanishedFiles(4, QStringLiteral("/more/"));
+  model_->addFiles(first);
+  const Uuid firstID = idAt(0);
+
+  struct Step {
+    const char* situation;
+    QList<QUrl> urls;
+    int count;
+    bool isRefused;
+  };
+  const auto add = [&](const Step& step) {
+    SCOPED_TRACE(step.situation);
+    model_->setErrorMessage({});
+    model_->addFiles(step.urls);
+    EXPECT_EQ(model_->jobs()->count(), step.count);
+    EXPECT_EQ(model_->errorMessage(), step.isRefused ? message : QString());
+  };
+  add({"room for one, nothing new", {first[0], folder, page, first[99'998]}, 99'999, false});
+  add({"room for one, two new ones", {more[0], more[1]}, 100'000, true});
+  add({"no room, a new one", {more[2]}, 100'000, true});
+  add({"no room, a folder", {folder}, 100'000, true});
+  model_->removeJob(idAt(99'999));
+  add({"room for one, and what is no file after it", {more[2], folder, page}, 100'000, false});
+  model_->removeJob(idAt(99'999));
+  add({"room for one, the same twice", {more[3], more[3]}, 100'000, true});
+
+  EXPECT_EQ(idAt(0), firstID);
+  for (int row = 0; row < first.size(); ++row) {
+    ASSERT_EQ(model_->jobs()->jobs()[static_cast<std::size_t>(row)].url->native(), first[row].path().toStdString());
+  }
+  EXPECT_EQ(*model_->jobs()->jobs().back().url, "/more/3");
+}
+
+TEST_F(AddFiles, DropStartsARunOnlyWhenTheQueueGrew) {
+  const auto file = folder_.file("abc", "abc");
+  model_->addDroppedFiles({QUrl(QStringLiteral("file:///t/"))});
+  EXPECT_FALSE(model_->isProcessing());
+  add({file});
+  EXPECT_FALSE(model_->isProcessing());
+  model_->addDroppedFiles({urlOf(file)});
+  EXPECT_FALSE(model_->isProcessing());
+  model_->addDroppedFiles({urlOf(folder_.file("other", "abc"))});
+  EXPECT_TRUE(model_->isProcessing());
+  ASSERT_TRUE(runEnds());
+  EXPECT_THAT(states(), ElementsAre("complete", "complete"));
+}
+
+TEST_F(AddFiles, ChosenFilesAreQueuedWithoutARun) {
+  const auto file = folder_.file("abc", "abc");
+  model_->chooseFiles();
+  ASSERT_TRUE(desktop_.openPanel);
+  EXPECT_THAT(paths(), IsEmpty());
+  desktop_.confirmOpenPanel({urlOf(file)});
+  EXPECT_THAT(paths(), ElementsAre(file));
+  EXPECT_FALSE(model_->isProcessing());
+}
+
+TEST_F(AddFiles, FilesChosenWhenARunHasBegunAreRefused) {
+  const auto file = folder_.file("abc", "abc");
+  add({file});
+  model_->chooseFiles();
+  holdAt("read", 1);
+  model_->startProcessing();
+  ASSERT_TRUE(desktop_.openPanel);
+  desktop_.confirmOpenPanel({urlOf("/late")});
+  EXPECT_THAT(paths(), ElementsAre(file));
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test

@@ -1,0 +1,147 @@
+#include <sys/resource.h>
+
+#include "export/ManifestService.h"
+#include "tests/app/ModelTest.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace fs = std::filesystem;
+
+class Export : public ModelTest {
+ protected:
+  void SetUp() override {
+    model_->choosePreset(AppViewModel::AllAlgorithms);
+    add({folder_.file("b, \"c\"", "abc"), folder_.file("a", "")});
+    run();
+  }
+
+  void exportTo(const fs::path& destination, AppViewModel::ReportFormat format = AppViewModel::Csv) {
+    model_->exportResults(format);
+    ASSERT_TRUE(desktop_.savePanel);
+    EXPECT_FALSE(model_->isExporting());
+    desktop_.confirmSavePanel(urlOf(destination));
+    ASSERT_TRUE(model_->isExporting());
+  }
+  bool exportEnds() {
+    return reached([this] { return !model_->isExporting(); });
+  }
+
+  [[nodiscard]] std::vector<std::string> reports() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(reports_)) names.push_back(entry.path().filename());
+    return names;
+  }
+
+  const fs::path reports_ = [this] {
+    fs::create_directory(folder_.path() / "reports");
+    return folder_.path() / "reports";
+  }();
+};
+
+TEST_F(Export, ReportOfEachFormatIsSavedWhereTheUserSaid) {
+  struct Case {
+    AppViewModel::ReportFormat format;
+    ManifestService::Format written;
+    const char* name;
+  };
+  for (const Case& test : {Case{AppViewModel::Text, ManifestService::Format::plainText, "checksums.txt"},
+                           {AppViewModel::Csv, ManifestService::Format::csv, "checksums.csv"},
+                           {AppViewModel::Json, ManifestService::Format::json, "checksums.json"}}) {
+    SCOPED_TRACE(test.name);
+    const fs::path expected = folder_.path() / "expected";
+    ManifestService::write(model_->results(), test.written, expected, {});
+    exportTo(reports_ / test.name, test.format);
+    EXPECT_EQ(desktop_.proposedName, QLatin1String(test.name));
+    ASSERT_TRUE(exportEnds());
+    EXPECT_EQ(contentOf(reports_ / test.name), contentOf(expected));
+    EXPECT_EQ(model_->errorMessage(), QString());
+  }
+}
+
+TEST_F(Export, NothingIsSavedWithoutResultsOrADestination) {
+  model_->exportResults(AppViewModel::Json);
+  for (const char* url : {"", "https://example.org/report.json", "report.json"}) {
+    auto panel = desktop_.savePanel;
+    panel(QUrl(QString::fromLatin1(url)));
+    EXPECT_FALSE(model_->isExporting()) << url;
+  }
+  desktop_.savePanel = nullptr;
+  model_->clearFiles();
+  model_->exportResults(AppViewModel::Json);
+  EXPECT_FALSE(desktop_.savePanel);
+}
+
+TEST_F(Export, DestinationChosenWhenARunHasBegunIsRefused) {
+  model_->exportResults(AppViewModel::Json);
+  holdAt("read", 1);
+  model_->startProcessing();
+  desktop_.confirmSavePanel(urlOf(reports_ / "report"));
+  EXPECT_FALSE(model_->isExporting());
+  gate_.open();
+  ASSERT_TRUE(runEnds());
+  EXPECT_THAT(reports(), IsEmpty());
+}
+
+TEST_F(Export, FailureIsShownUntilTheNextExport) {
+  exportTo(reports_ / "vanished" / "report.csv");
+  ASSERT_TRUE(exportEnds());
+  EXPECT_EQ(model_->errorMessage(), QStringLiteral("No such file or directory"));
+  exportTo(reports_ / "report.csv");
+  EXPECT_EQ(model_->errorMessage(), QString());
+  ASSERT_TRUE(exportEnds());
+  EXPECT_EQ(model_->errorMessage(), QString());
+  EXPECT_THAT(reports(), ElementsAre("report.csv"));
+}
+
+TEST_F(Export, QueueStandsStillMeanwhile) {
+  int niceness = -1;
+  calls_.before = [&](std::string_view call, std::size_t) {
+    niceness = getpriority(PRIO_PROCESS, 0);
+    if (call == "open") gate_.pass();
+    return 0;
+  };
+  exportTo(reports_ / "report.csv");
+  ASSERT_TRUE(gate_.waitForArrival());
+  const auto before = paths();
+  model_->addFiles({urlOf("/more")});
+  model_->addDroppedFiles({urlOf("/more")});
+  model_->removeJob(idAt(0));
+  model_->clearFiles();
+  model_->startProcessing();
+  model_->chooseFiles();
+  model_->exportResults(AppViewModel::Text);
+  EXPECT_EQ(paths(), before);
+  EXPECT_THAT(states(), ElementsAre("complete", "complete"));
+  EXPECT_EQ(model_->results().size(), 2U);
+  EXPECT_FALSE(model_->isProcessing());
+  EXPECT_FALSE(desktop_.openPanel);
+  EXPECT_FALSE(desktop_.savePanel);
+
+  gate_.open();
+  ASSERT_TRUE(exportEnds());
+  EXPECT_GE(niceness, 10);
+  model_->removeJob(idAt(0));
+  EXPECT_THAT(paths(), ElementsAre(before[1]));
+}
+
+TEST_F(Export, ShutdownLeavesTheOldReportAndShowsNothing) {
+  const fs::path report = folder_.file("reports/report.csv", "old");
+  holdAt("open", 1);
+  exportTo(report);
+  ASSERT_TRUE(gate_.waitForArrival());
+  model_->shutdown();
+  gate_.open();
+  ASSERT_TRUE(exportEnds());
+  EXPECT_EQ(contentOf(report), "old");
+  EXPECT_THAT(reports(), ElementsAre("report.csv"));
+  EXPECT_EQ(model_->errorMessage(), QString());
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "app/Desktop.h"
+
+namespace tallyfold::test {
+
+/// A desktop whose user does what the test says, and that remembers what it was asked for.
+class FakeDesktop : public Desktop {
+ public:
+  std::optional<QByteArray> pasteboard;         ///< None until something was copied.
+  std::vector<std::filesystem::path> revealed;  ///< In the order of the requests.
+  QString proposedName;                         ///< Of the last save panel.
+
+  /// The panel that was opened last and is still open; empty when there is none.
+  std::function<void(const QList<QUrl>&)> openPanel;
+  std::function<void(const QUrl&)> savePanel;
+
+  void confirmOpenPanel(const QList<QUrl>& urls) { std::exchange(openPanel, nullptr)(urls); }
+  void confirmSavePanel(const QUrl& url) { std::exchange(savePanel, nullptr)(url); }
+
+  void chooseFiles(std::function<void(const QList<QUrl>&)> chosen) override { openPanel = std::move(chosen); }
+  void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) override {
+    proposedName = fileName;
+    savePanel = std::move(chosen);
+  }
+  void setPasteboard(const QByteArray& text) override { pasteboard = text; }
+  void revealInFileBrowser(const std::filesystem::path& path) override { revealed.push_back(path); }
+};
+
+}  // namespace tallyfold::test

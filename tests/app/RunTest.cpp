@@ -1,0 +1,334 @@
+#include <cerrno>
+#include <fstream>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include "tests/app/ModelTest.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace fs = std::filesystem;
+
+// FIPS 180-4 and RFC 1321 publish the digests of "abc"; b3sum and rhash agree on the other two.
+constexpr std::string_view sha256OfAbc = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+const QByteArray allDigestsOfAbc =
+    "MD5: 900150983cd24fb0d6963f7d28e17f72\n"
+    "SHA-1: a9993e364706816aba3e25717850c26c9cd0d89d\n"
+    "SHA-224: 23097d223405d8228642a477bda255b32aadbce4bda0b3f7e36c9da7\n"
+    "SHA-256: ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad\n"
+    "SHA-384: cb00753f45a35e8bb5a03d699ac65007272c32ab0eded1631a8b605a43ff5bed8086072ba1e7cc2358baeca134c825a7\n"
+    "SHA-512: ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a"
+    "2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f\n"
+    "BLAKE3: 6437b3ac38465133ffb63b75273a8db548c558465d79db03fd359c6cd5bd9d85\n"
+    "CRC-32: 352441c2";
+
+class Run : public ModelTest {
+ protected:
+  [[nodiscard]] std::string digestAt(int row, HashAlgorithm algorithm = HashAlgorithm::sha256) {
+    const auto result = model_->result(idAt(row));
+    return result == nullptr ? "none" : std::string(result->hashes.find(algorithm).value_or("none"));
+  }
+
+  /// A file of 20 MiB of zeros: its progress is reported at 40 % and at 80 %.
+  fs::path largeFile() {
+    const fs::path path = folder_.file("large", "");
+    fs::resize_file(path, 20 << 20);
+    return path;
+  }
+
+  /// Queues a small, a large and a small file, and holds a run right before the end of the large one.
+  void holdInMidRun() {
+    model_->setSelectedAlgorithms({HashAlgorithm::sha256});
+    add({folder_.file("first", "abc"), largeFile(), folder_.file("last", "abc")});
+    holdAt("read", 4);
+    model_->startProcessing();
+    ASSERT_TRUE(reached([this] { return states()[1] == "hashing 80%"; }));
+    ASSERT_TRUE(gate_.waitForArrival());
+  }
+};
+
+TEST_F(Run, ResultsComeInQueueOrderAndBelongToTheirRows) {
+  const std::vector<fs::path> files = {folder_.file("c", "abc"), folder_.file("a", ""), folder_.file("b", "abc")};
+  add(files);
+  EXPECT_THAT(states(), Each("queued"));
+  EXPECT_EQ(model_->overallProgress(), 0);
+  std::vector<double> progress;
+  QObject::connect(model_.get(), &AppViewModel::overallProgressChanged, model_.get(),
+                   [&] { progress.push_back(model_->overallProgress()); });
+  run();
+  EXPECT_THAT(states(), Each("complete"));
+  EXPECT_EQ(resultPaths(), files);
+  for (int row = 0; row < 3; ++row) EXPECT_EQ(model_->results()[static_cast<std::size_t>(row)]->id, idAt(row));
+  EXPECT_EQ(digestAt(0), sha256OfAbc);
+  EXPECT_EQ(digestAt(1), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+  EXPECT_EQ(digestAt(0, HashAlgorithm::md5), "none");
+  EXPECT_TRUE(std::ranges::is_sorted(progress));
+  EXPECT_EQ(progress.front(), 0);
+  EXPECT_EQ(progress.back(), 1);
+}
+
+TEST_F(Run, FailureMarksOnlyItsOwnRow) {
+  const fs::path good = folder_.file("good", "abc");
+  const fs::path vanished = folder_.file("vanished", "abc");
+  const fs::path pipe = folder_.path() / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const fs::path directory = folder_.path() / "directory";
+  fs::create_directory(directory);
+  const fs::path circle = folder_.path() / "circle";
+  fs::create_symlink(circle, circle);
+  const fs::path unreadable = folder_.file("unreadable", "abc");
+  const fs::path middle = folder_.file("middle", "abc");
+  const fs::path broken = folder_.file("broken", "abc");
+  const fs::path growing = folder_.file("growing", "abc");
+  const fs::path last = folder_.file("last", "abc");
+  add({good, vanished, pipe, directory, circle, unreadable, middle, broken, growing});
+  model_->addFiles({QUrl(QStringLiteral("file:///a%00b"))});
+  add({last});
+  fs::remove(vanished);
+
+  // What is not a regular file is never opened.
+  calls_.before = [&, opened = 0](std::string_view call, std::size_t) mutable {
+    if (call == "open") return ++opened == 2 ? EACCES : 0;
+    if (call == "read" && opened == 4) return EIO;
+    if (call == "read" && opened == 5) std::ofstream(growing, std::ios::app) << "d";
+    return 0;
+  };
+  run();
+  EXPECT_THAT(states(),
+              ElementsAre("complete", "No such file or directory", "The selected item is not a regular file.",
+                          "The selected item is not a regular file.", "Too many levels of symbolic links",
+                          "Permission denied", "complete", "Input/output error",
+                          "The file changed while it was being read. Run the operation again on a stable file.",
+                          "Invalid argument", "complete"));
+  EXPECT_THAT(resultPaths(), ElementsAre(good, middle, last));
+  EXPECT_EQ(model_->overallProgress(), 1);
+  EXPECT_EQ(model_->errorMessage(), QString());
+}
+
+TEST_F(Run, NothingStartsWithoutFilesOrAlgorithms) {
+  model_->startProcessing();
+  EXPECT_FALSE(model_->isProcessing());
+  add({folder_.file("abc", "abc")});
+  run();
+  model_->setErrorMessage(QStringLiteral("An older one."));
+  model_->setSelectedAlgorithms({});
+  model_->startProcessing();
+  EXPECT_FALSE(model_->isProcessing());
+  EXPECT_THAT(states(), ElementsAre("complete"));
+  EXPECT_EQ(model_->results().size(), 1U);
+  EXPECT_EQ(model_->errorMessage(), QStringLiteral("An older one."));
+}
+
+TEST_F(Run, WhatCannotRunInMidRunIsRefused) {
+  holdInMidRun();
+  const auto before = paths();
+  const auto statesBefore = states();
+  EXPECT_THAT(statesBefore, ElementsAre("complete", "hashing 80%", "queued"));
+  EXPECT_EQ(model_->overallProgress(), 1.0 / 3);
+  EXPECT_THAT(resultPaths(), ElementsAre(before[0]));
+
+  model_->addFiles({urlOf("/more")});
+  model_->addDroppedFiles({urlOf("/more")});
+  model_->removeJob(idAt(0));
+  model_->startProcessing();
+  model_->chooseFiles();
+  model_->exportResults(AppViewModel::Csv);
+  model_->choosePreset(AppViewModel::AllAlgorithms);
+  model_->setAlgorithmSelected(QStringLiteral("MD5"), true);
+  EXPECT_EQ(paths(), before);
+  EXPECT_EQ(states(), statesBefore);
+  EXPECT_FALSE(desktop_.openPanel);
+  EXPECT_FALSE(desktop_.savePanel);
+  EXPECT_THAT(model_->selectedAlgorithmNames(), ElementsAre(QStringLiteral("SHA-256")));
+}
+
+TEST_F(Run, ProgressOfAFileNeverGoesBack) {
+  holdInMidRun();
+  const QSignalSpy changes(model_->jobs(), &FileJobListModel::dataChanged);
+  for (const double progress : {0.2, -1.0, 0.8}) model_->updateJobProgress(idAt(1), progress);
+  EXPECT_EQ(states()[1], "hashing 80%");
+  model_->updateJobProgress(idAt(1), 7);
+  EXPECT_EQ(states()[1], "hashing 100%");
+  // Finished, not begun, unknown.
+  for (const Uuid& id : {idAt(0), idAt(2), Uuid::random()}) model_->updateJobProgress(id, 0.5);
+  EXPECT_THAT(states(), ElementsAre("complete", "hashing 100%", "queued"));
+}
+
+TEST_F(Run, CancelledRunKeepsWhatIsDoneAndTheNextOneBeginsAnew) {
+  holdInMidRun();
+  model_->cancelProcessing();
+  EXPECT_THAT(states(), ElementsAre("complete", "queued", "queued"));
+  EXPECT_TRUE(model_->isProcessing());
+  model_->startProcessing();
+  model_->updateJobProgress(idAt(1), 0.9);
+  EXPECT_THAT(states(), ElementsAre("complete", "queued", "queued"));
+
+  gate_.open();
+  ASSERT_TRUE(runEnds());
+  EXPECT_THAT(states(), ElementsAre("complete", "queued", "queued"));
+  EXPECT_THAT(resultPaths(), ElementsAre(paths()[0]));
+  EXPECT_EQ(model_->errorMessage(), QString());
+
+  folder_.file("first", "");
+  fs::remove(paths()[2]);
+  run();
+  EXPECT_THAT(states(), ElementsAre("complete", "complete", "No such file or directory"));
+  EXPECT_EQ(resultPaths(), (std::vector{paths()[0], paths()[1]}));
+  EXPECT_EQ(digestAt(0), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+}
+
+TEST_F(Run, NewsUnderwayWhenTheRunIsCancelledAreDropped) {
+  add({folder_.file("first", "abc"), folder_.file("second", "abc")});
+  holdAt("read", 2);
+  model_->startProcessing();
+  ASSERT_TRUE(gate_.waitForArrival());
+  model_->cancelProcessing();
+  gate_.open();
+  ASSERT_TRUE(runEnds());
+  EXPECT_THAT(states(), ElementsAre("queued", "queued"));
+  EXPECT_THAT(resultPaths(), IsEmpty());
+  EXPECT_EQ(model_->overallProgress(), 0);
+}
+
+TEST_F(Run, ClearedInMidRunStaysEmpty) {
+  holdInMidRun();
+  const auto files = paths();
+  model_->clearFiles();
+  const auto expectNothing = [&] {
+    EXPECT_THAT(paths(), IsEmpty());
+    EXPECT_THAT(resultPaths(), IsEmpty());
+    EXPECT_EQ(model_->overallProgress(), 0);
+  };
+  expectNothing();
+  add(files);
+  expectNothing();
+  gate_.open();
+  ASSERT_TRUE(runEnds());
+  expectNothing();
+  add(files);
+  run();
+  EXPECT_THAT(states(), Each("complete"));
+}
+
+TEST_F(Run, NewsOfAWholeRunAreOneChangeWhenTheInterfaceWasBusy) {
+  const int count = 10'000;
+  model_->addFiles(vanishedFiles(count));
+  model_->startProcessing();
+  ASSERT_TRUE(BackgroundTask::waitForAll(patience));
+  const QSignalSpy rows(model_->jobs(), &FileJobListModel::dataChanged);
+  const QSignalSpy progress(model_.get(), &AppViewModel::overallProgressChanged);
+  ASSERT_TRUE(runEnds());
+  ASSERT_EQ(rows.count(), 1);
+  EXPECT_EQ(rows[0][0].toModelIndex().row(), 0);
+  EXPECT_EQ(rows[0][1].toModelIndex().row(), count - 1);
+  EXPECT_EQ(progress.count(), 1);
+  EXPECT_EQ(model_->overallProgress(), 1);
+  EXPECT_THAT(states(), Each("No such file or directory"));
+}
+
+TEST_F(Run, WorkersOfARunAreNotSlowedDown) {
+  add({folder_.file("abc", "abc")});
+  int niceness = -1;
+  calls_.before = [&](auto...) {
+    niceness = getpriority(PRIO_PROCESS, 0);
+    return 0;
+  };
+  run();
+  EXPECT_EQ(niceness, getpriority(PRIO_PROCESS, 0));
+}
+
+TEST_F(Run, OutcomeIsKeptForWhoLooksAtAnotherMode) {
+  using Model = AppViewModel;
+  add({folder_.file("abc", "abc")});
+  run();
+  EXPECT_EQ(model_->unseenOutcome(), Model::NoOutcome);
+  model_->setMode(AppMode::Verify);
+  run();
+  EXPECT_EQ(model_->unseenOutcome(), Model::AllWell);
+  model_->addFiles(vanishedFiles(1));
+  run();
+  EXPECT_EQ(model_->unseenOutcome(), Model::SomeFailed);
+  model_->setMode(AppMode::Files);
+  EXPECT_EQ(model_->unseenOutcome(), Model::NoOutcome);
+}
+
+TEST_F(Run, RemovedJobIsGoneWithItsResult) {
+  const std::vector<fs::path> files = {folder_.file("a", "a"), folder_.file("b", "abc"), folder_.file("c", "abc")};
+  add(files);
+  model_->setSelectedAlgorithms({HashAlgorithm::sha256});
+  run();
+  const Uuid removed = idAt(0);
+  model_->removeJob(removed);
+  model_->removeJob(removed);
+  EXPECT_EQ(paths(), (std::vector{files[1], files[2]}));
+  EXPECT_EQ(resultPaths(), (std::vector{files[1], files[2]}));
+  EXPECT_EQ(model_->result(removed), nullptr);
+  model_->copyAllHashes(removed);
+  EXPECT_EQ(desktop_.pasteboard, std::nullopt);
+  EXPECT_EQ(digestAt(1), sha256OfAbc);
+
+  add({files[0]});
+  EXPECT_EQ(paths(), (std::vector{files[1], files[2], files[0]}));
+  EXPECT_NE(idAt(2), removed);
+  EXPECT_THAT(states(), ElementsAre("complete", "complete", "queued"));
+}
+
+TEST_F(Run, DigestsAreCopiedOnlyWhereThereIsAResult) {
+  add({folder_.file("abc", "abc"), folder_.path() / "vanished"});
+  const auto copyEverything = [&](const Uuid& id) {
+    model_->copyAllHashes(id);
+    model_->copyHash(id, QStringLiteral("SHA-256"));
+  };
+  copyEverything(idAt(0));
+  model_->choosePreset(AppViewModel::AllAlgorithms);
+  run();
+  copyEverything(idAt(1));
+  copyEverything(Uuid::random());
+  model_->copyHash(idAt(0), QStringLiteral("sha256"));
+  EXPECT_EQ(desktop_.pasteboard, std::nullopt);
+
+  model_->copyAllHashes(idAt(0));
+  EXPECT_EQ(desktop_.pasteboard, allDigestsOfAbc);
+  model_->copyHash(idAt(0), QStringLiteral("CRC-32"));
+  EXPECT_EQ(desktop_.pasteboard, "352441c2");
+
+  model_->setSelectedAlgorithms({HashAlgorithm::crc32});
+  run();
+  model_->copyHash(idAt(0), QStringLiteral("SHA-256"));
+  EXPECT_EQ(desktop_.pasteboard, "352441c2");
+}
+
+TEST_F(Run, PathIsCopiedAndRevealedByteForByte) {
+  for (const char* name : {"line\nbreak", "\xFF\xFE", "50%41",
+                           "\xE2\x80\xAE"
+                           "fdp.exe",
+                           "caf\xC3\xA9", "cafe\xCC\x81"}) {
+    SCOPED_TRACE(name);
+    const fs::path path = folder_.file(name, "abc");
+    model_->clearFiles();
+    model_->addFiles({QUrl::fromEncoded("file://" + QByteArray::fromStdString(path).toPercentEncoding("/"))});
+    ASSERT_EQ(paths(), std::vector{path});
+    model_->copyPath(idAt(0));
+    EXPECT_EQ(desktop_.pasteboard, QByteArray::fromStdString(path));
+    model_->reveal(idAt(0));
+    EXPECT_EQ(desktop_.revealed.back(), path);
+    run();
+    EXPECT_EQ(digestAt(0), sha256OfAbc);
+  }
+  const std::size_t revealed = desktop_.revealed.size();
+  desktop_.pasteboard.reset();
+  model_->copyPath(Uuid::random());
+  model_->reveal(Uuid::random());
+  EXPECT_EQ(desktop_.pasteboard, std::nullopt);
+  EXPECT_EQ(desktop_.revealed.size(), revealed);
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test
