@@ -7,6 +7,7 @@ TFGlassCard {
 
     required property AppViewModel viewModel
     property bool hasNote: true
+    readonly property string refusal: viewModel.isProcessing ? qsTr("The selection cannot change during a run.") : ""
 
     implicitHeight: content.implicitHeight + 2 * TallyTheme.space3
 
@@ -45,7 +46,7 @@ TFGlassCard {
                 text: qsTr("Presets")
                 icon: "slider.horizontal.3"
                 opensMenu: true
-                refusal: root.viewModel.isProcessing ? qsTr("The selection cannot change during a run.") : ""
+                refusal: root.refusal
                 onClicked: menu.popup(presets, presets.width - menu.width, presets.height + TallyTheme.space1)
             }
         }
@@ -62,12 +63,9 @@ TFGlassCard {
 
                     objectName: "algorithm " + modelData
                     text: modelData
-                    enabled: !root.viewModel.isProcessing
+                    refusal: root.refusal
                     checked: root.viewModel.selectedAlgorithms.includes(modelData)
-                    onToggled: {
-                        root.viewModel.setAlgorithmSelected(modelData, checked);
-                        checked = Qt.binding(() => root.viewModel.selectedAlgorithms.includes(modelData));
-                    }
+                    onToggled: isOn => root.viewModel.setAlgorithmSelected(modelData, isOn)
                 }
             }
         }

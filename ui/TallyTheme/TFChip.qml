@@ -2,58 +2,84 @@ import QtQuick
 import QtQuick.Templates as T
 import TallyFold
 
-// A toggle: filled with a check mark while it is on.
-T.Button {
-    id: control
+// A toggle: filled with a check mark while it is on. It shows what `checked` is bound to, and asks for a change of it.
+Item {
+    id: root
 
-    implicitWidth: row.implicitWidth + 2 * TallyTheme.space2
+    property string text
+    property bool checked: false
+    // Why it cannot be toggled now; empty when it can.
+    property string refusal
+
+    signal toggled(bool isOn)
+
+    implicitWidth: control.implicitWidth
     implicitHeight: TallyTheme.controlHeight
-    checkable: true
-    focusPolicy: Qt.StrongFocus
-    hoverEnabled: true
-    opacity: enabled ? 1 : TallyTheme.disabledOpacity
-    Accessible.role: Accessible.CheckBox
-    Accessible.name: text
-    Accessible.checkable: true
-    Accessible.checked: checked
-    Keys.onReturnPressed: flip()
-    Keys.onEnterPressed: flip()
 
-    function flip() {
-        toggle();
-        toggled();
-    }
+    T.Button {
+        id: control
 
-    contentItem: Item {
-        Row {
-            id: row
+        function flip() {
+            root.toggled(!root.checked);
+        }
 
-            anchors.centerIn: parent
-            spacing: TallyTheme.space1
+        anchors.fill: parent
+        implicitWidth: row.implicitWidth + 2 * TallyTheme.space2
+        enabled: root.refusal === ""
+        opacity: enabled ? 1 : TallyTheme.disabledOpacity
+        focusPolicy: Qt.StrongFocus
+        hoverEnabled: true
+        Accessible.role: Accessible.CheckBox
+        Accessible.name: root.text
+        Accessible.description: root.refusal
+        Accessible.checkable: true
+        Accessible.checked: root.checked
+        Accessible.onPressAction: flip()
+        Accessible.onToggleAction: flip()
+        Keys.onReturnPressed: flip()
+        Keys.onEnterPressed: flip()
+        onClicked: flip()
 
-            TFIcon {
-                anchors.verticalCenter: parent.verticalCenter
-                name: control.checked ? "checkmark" : "plus"
-                size: 11
-                color: control.checked ? TallyTheme.accent : TallyTheme.tertiary
+        contentItem: Item {
+            Row {
+                id: row
+
+                anchors.centerIn: parent
+                spacing: TallyTheme.space1
+
+                TFIcon {
+                    anchors.verticalCenter: parent.verticalCenter
+                    name: root.checked ? "checkmark" : "plus"
+                    size: 11
+                    color: root.checked ? TallyTheme.accent : TallyTheme.tertiary
+                }
+
+                TFText {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: root.text
+                    color: root.checked ? TallyTheme.primary : TallyTheme.secondary
+                    font.weight: Font.Medium
+                }
             }
+        }
 
-            TFText {
-                anchors.verticalCenter: parent.verticalCenter
-                text: control.text
-                color: control.checked ? TallyTheme.primary : TallyTheme.secondary
-                font.weight: Font.Medium
+        background: Rectangle {
+            radius: TallyTheme.controlRadius
+            color: control.down ? TallyTheme.pressed : root.checked ? TallyTheme.accentTint : control.hovered ? TallyTheme.raised : TallyTheme.surface
+            border.color: root.checked ? TallyTheme.accentEdge : TallyTheme.hairline
+
+            TFFocusRing {
+                visible: control.visualFocus
             }
         }
     }
 
-    background: Rectangle {
-        radius: TallyTheme.controlRadius
-        color: control.down ? TallyTheme.pressed : control.checked ? TallyTheme.accentTint : control.hovered ? TallyTheme.raised : TallyTheme.surface
-        border.color: control.checked ? TallyTheme.accentEdge : TallyTheme.hairline
+    HoverHandler {
+        id: hover
+    }
 
-        TFFocusRing {
-            visible: control.visualFocus
-        }
+    TFToolTip {
+        text: root.refusal
+        visible: hover.hovered && root.refusal !== ""
     }
 }
