@@ -41,7 +41,7 @@ T.ItemDelegate {
 
     function select() {
         ListView.view.currentIndex = index;
-        ListView.view.forceActiveFocus(Qt.MouseFocusReason);
+        forceActiveFocus(Qt.MouseFocusReason);
     }
 
     function showMenu() {

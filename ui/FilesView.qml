@@ -90,6 +90,13 @@ FocusScope {
             clip: true
             visible: count > 0
             activeFocusOnTab: true
+            // By itself the view keeps the index of a row that is gone, and selects nothing when rows come again.
+            onCountChanged: {
+                if (count === 0)
+                    currentIndex = -1;
+                else if (currentIndex < 0)
+                    currentIndex = 0;
+            }
             // Tab comes to the row first, not to the button in it that had the keyboard last.
             onActiveFocusChanged: {
                 if (!activeFocus && currentItem)
@@ -103,7 +110,10 @@ FocusScope {
             highlightMoveDuration: 0
             Accessible.role: Accessible.List
             Accessible.name: qsTr("Files")
-            Keys.onMenuPressed: rowMenu.popup(currentItem, TallyTheme.space8, TallyTheme.rowHeight)
+            Keys.onMenuPressed: {
+                const place = currentItem.mapToItem(root, TallyTheme.space8, TallyTheme.rowHeight);
+                rowMenu.popup(root, place.x, place.y);
+            }
             Keys.onPressed: event => {
                 const page = Math.max(1, Math.floor(height / TallyTheme.rowHeight) - 1);
                 const target = {

@@ -42,7 +42,7 @@ Item {
         rightPadding: leftPadding
         enabled: root.refusal === ""
         opacity: enabled ? 1 : TallyTheme.disabledOpacity
-        focusPolicy: root.isTabStop ? Qt.StrongFocus : Qt.ClickFocus
+        focusPolicy: root.isTabStop || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
         hoverEnabled: true
         text: root.text
         Accessible.name: root.text

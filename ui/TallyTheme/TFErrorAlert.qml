@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import QtQuick.Window
 import TallyFold
 
 // The one alert, shown while there is a message. Dismissing it is all that it offers.
@@ -7,6 +8,8 @@ T.Popup {
     id: alert
 
     property string message
+    // Had the keyboard, and gets it back.
+    property Item opener
 
     signal dismissed
 
@@ -19,7 +22,11 @@ T.Popup {
     focus: true
     visible: message !== ""
     closePolicy: T.Popup.CloseOnEscape
-    onClosed: dismissed()
+    onAboutToShow: opener = parent.Window.activeFocusItem
+    onClosed: {
+        dismissed();
+        opener?.forceActiveFocus(Qt.TabFocusReason);
+    }
     onOpened: button.takeFocus()
 
     T.Overlay.modal: Rectangle {

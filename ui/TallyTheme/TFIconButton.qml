@@ -22,7 +22,7 @@ Item {
         anchors.fill: parent
         enabled: root.refusal === ""
         opacity: enabled ? 1 : TallyTheme.disabledOpacity
-        focusPolicy: root.isTabStop ? Qt.StrongFocus : Qt.ClickFocus
+        focusPolicy: root.isTabStop || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
         hoverEnabled: true
         text: root.name
         Accessible.name: root.name

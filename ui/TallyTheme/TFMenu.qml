@@ -1,9 +1,14 @@
 import QtQuick
 import QtQuick.Templates as T
+import QtQuick.Window
 import TallyFold
 
 T.Menu {
     id: menu
+
+    // Had the keyboard, and gets it back, with the ring if it had one.
+    property Item opener
+    property int returnReason: Qt.PopupFocusReason
 
     implicitWidth: 320 * TallyTheme.textScale
     implicitHeight: contentItem.implicitHeight + topPadding + bottomPadding
@@ -12,6 +17,11 @@ T.Menu {
     overlap: 1
     delegate: TFMenuItem {
     }
+    onAboutToShow: {
+        opener = parent.Window.activeFocusItem;
+        returnReason = opener?.visualFocus ? Qt.TabFocusReason : Qt.PopupFocusReason;
+    }
+    onClosed: opener?.forceActiveFocus(returnReason)
 
     contentItem: ListView {
         implicitHeight: contentHeight
