@@ -1,0 +1,305 @@
+// The Files mode without a mouse.
+
+#include <gmock/gmock.h>
+
+#include <QAccessible>
+#include <QFileDialog>
+
+#include "tests/support/Process.h"
+#include "tests/ui/WindowFixture.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+constexpr std::string_view abc = "abc";
+const std::string sha256OfAbc = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+const std::string sha1OfAbc = "a9993e364706816aba3e25717850c26c9cd0d89d";
+
+class FilesKeyboardTest : public WindowFixture {
+ protected:
+  [[nodiscard]] std::string focusedName() const {
+    QQuickItem* item = window.activeFocusItem();
+    QAccessibleInterface* face = item == nullptr ? nullptr : QAccessible::queryAccessibleInterface(item);
+    // A row says more than its name.
+    return face == nullptr ? std::string() : face->text(QAccessible::Name).section(u',', 0, 0).toStdString();
+  }
+
+  // Pixels of the accent colour on and around the item with the keyboard that had another colour before.
+  [[nodiscard]] int newAccentPixels(const QImage& before) const {
+    const QImage now = window.grabWindow();
+    const QQuickItem& item = *window.activeFocusItem();
+    const QRect area = item.mapRectToScene(item.boundingRect()).toAlignedRect().adjusted(-6, -6, 6, 6) & now.rect();
+    int count = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+      for (int x = area.left(); x <= area.right(); ++x) {
+        if (now.pixelColor(x, y) == QColor(0x8AB4FF) && before.pixelColor(x, y) != QColor(0x8AB4FF)) ++count;
+      }
+    }
+    return count;
+  }
+
+  void tabTo(const std::string& name) {
+    std::string stops;
+    while (focusedName() != name) {
+      stops += focusedName() + ", ";
+      if (stops.size() > 400) throw std::runtime_error("Tab does not reach " + name + ", but " + stops);
+      tab({"Tab"});
+    }
+  }
+
+  void tab(std::initializer_list<const char*> keys) {
+    const QQuickItem* before = window.activeFocusItem();
+    driver.press(keys);
+    waitFor("the keyboard to move on from \"" + focusedName() + "\"",
+            [&] { return window.activeFocusItem() != before; });
+  }
+};
+
+TEST_F(FilesKeyboardTest, TabWalksThroughEveryControlInReadingOrderAndShowsWhereItIs) {
+  add({"a", "b"}, abc);
+  calculate();
+  window.contentItem()->forceActiveFocus();
+
+  const std::vector<std::string> order = {"Files",
+                                          "Menu",
+                                          "Choose…",
+                                          "Presets",
+                                          "MD5",
+                                          "SHA-1",
+                                          "SHA-224",
+                                          "SHA-256",
+                                          "SHA-384",
+                                          "SHA-512",
+                                          "BLAKE3",
+                                          "CRC-32",
+                                          "a",
+                                          "Remove",
+                                          "Copy SHA-256",
+                                          "Copy BLAKE3",
+                                          "Copy all checksums",
+                                          "Export…",
+                                          "Clear",
+                                          "Calculate"};
+  std::vector<std::string> walked;
+  for (std::size_t stop = 0; stop < order.size(); ++stop) {
+    const QImage before = window.grabWindow();
+    tab({"Tab"});
+    walked.push_back(focusedName());
+    waitFor("a focus ring on " + walked.back(), [&] { return newAccentPixels(before) >= 40; });
+  }
+  EXPECT_EQ(walked, order);
+
+  tab({"Tab"});
+  EXPECT_EQ(focusedName(), order.front());
+
+  // Backwards, the buttons of a row come after the row.
+  for (auto name = order.rbegin(); name != order.rend(); ++name) {
+    if (*name == "a") continue;
+    tab({"Shift_L", "Tab"});
+    EXPECT_EQ(focusedName(), *name);
+  }
+  tabTo("a");
+  tab({"Tab"});
+  driver.press({"Down"});
+  waitFor("the next row", [&] { return focusedName() == "b"; });
+}
+
+TEST_F(FilesKeyboardTest, FilesAreAddedCalculatedCopiedAndExported) {
+  const auto first = folder.file("first.txt", abc);
+  const auto second = folder.file("second, \"quoted\".txt", "");
+  driver.press({"Control_L", "o"});
+  driver.answerPanel("openPanel", "\"" + first.string() + "\"");
+  waitFor("the file", [&] { return model.jobs()->count() == 1; });
+  EXPECT_FALSE(model.isProcessing()) << "Choosing files starts no run";
+  add({second});
+  calculate();
+
+  driver.press({"Control_L", "c"});
+  waitFor("the checksums", [&] {
+    return driver.clipboard() ==
+           "SHA-256: " + sha256OfAbc + "\nBLAKE3: " + outputOf({"b3sum", "--no-names", first.string()}).substr(0, 64);
+  });
+
+  for (const auto& [downs, name] : {std::pair{1, "r.txt"}, {2, "r.csv"}, {3, "r.json"}}) {
+    driver.press({"Control_L", "e"});
+    driver.usableItem("exportText");
+    for (int i = 0; i < downs; ++i) driver.press({"Down"});
+    driver.press({"Return"});
+    driver.answerPanel("savePanel", folder.path() / name);
+    waitFor(name, [&] { return std::filesystem::exists(folder.path() / name) && !model.isExporting(); });
+  }
+  EXPECT_THAT(contentOf(folder.path() / "r.txt"), testing::StartsWith("SHA-256  " + sha256OfAbc));
+  EXPECT_THAT(contentOf(folder.path() / "r.csv"), testing::HasSubstr("second, \"\"quoted\"\".txt\",\"SHA-256\""));
+  EXPECT_THAT(contentOf(folder.path() / "r.json"), testing::HasSubstr("\"sizeBytes\" : 3"));
+  EXPECT_EQ(model.errorMessage(), "");
+}
+
+TEST_F(FilesKeyboardTest, AChoiceInThePanelIsNotTakenBeforeItIsConfirmed) {
+  driver.press({"Control_L", "o"});
+  const auto isOpen = [] { return Driver::panel("openPanel") != nullptr; };
+  waitFor("the panel", isOpen);
+  driver.focus(*Driver::panel("openPanel")->windowHandle());
+  driver.press({"Escape"});
+  waitFor("the panel to close", [&] { return !isOpen(); });
+  driver.focus(window);
+  EXPECT_EQ(model.jobs()->count(), 0);
+}
+
+TEST_F(FilesKeyboardTest, SpaceAndReturnToggleAlgorithms) {
+  const auto selects = [&](const char* name) { return model.selectedAlgorithmNames().contains(QLatin1String(name)); };
+  tabTo("SHA-1");
+  driver.press({"space"});
+  waitFor("SHA-1", [&] { return selects("SHA-1"); });
+  driver.press({"Return"});
+  waitFor("no SHA-1", [&] { return !selects("SHA-1"); });
+  tabTo("SHA-256");
+  driver.press({"Return"});
+  tabTo("BLAKE3");
+  driver.press({"space"});
+  waitFor("no algorithm", [&] { return model.selectedAlgorithms().empty(); });
+
+  add({"a"}, abc);
+  driver.press({"Control_L", "Return"});
+  tabTo("CRC-32");
+  driver.press({"space"});
+  waitFor("CRC-32", [&] { return selects("CRC-32"); });
+  EXPECT_EQ(state(0), FileJobListModel::Queued) << "Without an algorithm there is nothing to start";
+  calculate();
+  driver.press({"Control_L", "c"});
+  waitFor("the checksum", [&] { return driver.clipboard() == "CRC-32: 352441c2"; });
+}
+
+TEST_F(FilesKeyboardTest, MenusAreWorkedWithArrowsAndLeftWithEscape) {
+  tabTo("Presets");
+  driver.press({"space"});
+  driver.usableItem("presetAll");
+  driver.press({"Down"});
+  driver.press({"Down"});
+  driver.press({"Return"});
+  waitFor("the compatible set", [&] { return model.selectedAlgorithms() == HashAlgorithm::compatibility; });
+  waitFor("the keyboard to come back", [&] { return focusedName() == "Presets"; });
+
+  driver.press({"Return"});
+  driver.usableItem("presetAll");
+  driver.press({"Escape"});
+  waitFor("the menu to close", [&] { return driver.findItem("presetAll") == nullptr; });
+  EXPECT_TRUE(model.selectedAlgorithms() == HashAlgorithm::compatibility);
+
+  driver.press({"Control_L", "e"});
+  QCoreApplication::processEvents();
+  EXPECT_EQ(driver.findItem("exportText"), nullptr) << "There is nothing to export";
+}
+
+TEST_F(FilesKeyboardTest, EscapeCancelsARun) {
+  add({"first"}, abc);
+  add({endlessFile()});
+  driver.press({"Control_L", "Return"});
+  waitFor("the endless file", [&] { return state(1) == FileJobListModel::Hashing; });
+  for (const char* refused : {"Delete", "Return"}) driver.press({"Control_L", refused});
+  driver.press({"Delete"});
+  driver.press({"Control_L", "o"});
+  driver.press({"Escape"});
+  waitFor("the end of the run", [&] { return !model.isProcessing(); });
+  EXPECT_EQ(model.jobs()->count(), 2);
+  EXPECT_EQ(Driver::panel("openPanel"), nullptr);
+  EXPECT_EQ(state(0), FileJobListModel::Complete);
+  EXPECT_EQ(state(1), FileJobListModel::Queued);
+  EXPECT_EQ(model.errorMessage(), "");
+}
+
+TEST_F(FilesKeyboardTest, ArrowsMoveThroughTheListAndDeleteRemovesTheSelectedRow) {
+  std::vector<std::string> names;
+  for (int i = 10; i < 40; ++i) names.push_back("file" + std::to_string(i));
+  add(names, abc);
+  tabTo("file10");
+  const auto expectAfter = [&](const char* key, const QString& name) {
+    driver.press({key});
+    waitFor(name.toStdString() + " after " + key, [&] { return selectedName() == name; });
+  };
+  expectAfter("Down", "file11");
+  expectAfter("Down", "file12");
+  expectAfter("Up", "file11");
+  expectAfter("End", "file39");
+  EXPECT_TRUE(QRectF(0, 0, 1, driver.item("jobList")->height())
+                  .intersects(row(29)->mapRectToItem(driver.item("jobList"), row(29)->boundingRect())));
+  expectAfter("Down", "file39");
+  expectAfter("Home", "file10");
+  expectAfter("Up", "file10");
+  driver.press({"Next"});
+  waitFor("the next page", [&] { return selectedName() > "file11"; });
+  const QString farther = selectedName();
+  expectAfter("Prior", "file10");
+  EXPECT_LT(farther, "file30");
+
+  expectAfter("Delete", "file11");
+  EXPECT_EQ(model.jobs()->count(), 29);
+  expectAfter("End", "file39");
+  for (int last = 38; last >= 11; --last) expectAfter("Delete", QStringLiteral("file%1").arg(last));
+  expectAfter("Delete", "");
+  driver.press({"Delete"});
+  driver.press({"Control_L", "c"});
+  add({"again"}, abc);
+  EXPECT_EQ(selectedName(), "again");
+}
+
+TEST_F(FilesKeyboardTest, TheMenuKeyOpensTheMenuOfTheSelectedRow) {
+  add({"first", "second"}, abc);
+  tabTo("first");
+  driver.press({"Down"});
+  waitFor("the second file", [&] { return selectedName() == "second"; });
+  driver.press({"Menu"});
+  driver.usableItem("copyPath");
+  driver.press({"Down"});
+  driver.press({"Down"});
+  driver.press({"Return"});
+  waitFor("the path", [&] { return driver.clipboard() == (folder.path() / "second").string(); });
+}
+
+TEST_F(FilesKeyboardTest, ModesAndSettingsHaveKeys) {
+  const std::vector<std::pair<const char*, AppMode::Case>> keys = {{"2", AppMode::Text},
+                                                                   {"3", AppMode::Verify},
+                                                                   {"4", AppMode::Manifest},
+                                                                   {"5", AppMode::Compare},
+                                                                   {"1", AppMode::Files}};
+  for (const auto& [key, mode] : keys) {
+    driver.press({"Control_L", key});
+    waitFor(std::string("mode ") + key, [&, wanted = mode] { return model.mode() == wanted; });
+    EXPECT_EQ(driver.findItem("calculate") != nullptr, mode == AppMode::Files);
+  }
+
+  driver.press({"Control_L", "comma"});
+  QWindow* about = driver.usableItem("aboutTitle")->window();
+  driver.focus(*about);
+  EXPECT_EQ(about->width(), 420);
+  for (const char* line :
+       {"Tally Fold", "Local checksum and file-integrity utility.", "No telemetry. No network access required."}) {
+    EXPECT_NE(itemWithText(line), nullptr) << line;
+  }
+  EXPECT_EQ(driver.findItem("donationLink"), nullptr) << "No address, no link";
+  EXPECT_EQ(driver.findItem("contactLink"), nullptr);
+  EXPECT_EQ(driver.findItem("contactText"), nullptr);
+  driver.press({"Escape"});
+  waitFor("the settings to close", [&] { return !about->isVisible(); });
+}
+
+TEST_F(FilesKeyboardTest, KeysReachNothingBehindAnAlert) {
+  add({"first"}, abc);
+  model.setErrorMessage("Something went wrong.");
+  driver.usableItem("alertOk");
+  driver.press({"Delete"});
+  driver.press({"Control_L", "2"});
+  driver.press({"Control_L", "o"});
+  waitFor("the keyboard on OK", [&] { return focusedName() == "OK"; });
+  driver.press({"Return"});
+  waitFor("the alert to close", [&] { return driver.findItem("alertOk") == nullptr; });
+  EXPECT_EQ(model.errorMessage(), "");
+  EXPECT_EQ(model.jobs()->count(), 1);
+  EXPECT_EQ(state(0), FileJobListModel::Queued);
+  EXPECT_EQ(model.mode(), AppMode::Files);
+  EXPECT_EQ(Driver::panel("openPanel"), nullptr);
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test

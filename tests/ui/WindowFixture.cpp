@@ -1,0 +1,146 @@
+#include "tests/ui/WindowFixture.h"
+
+#include <chrono>
+#include <iostream>
+#include <utility>
+
+#include "app/BackgroundTask.h"
+#include "app/FileLocation.h"
+
+namespace tallyfold::test {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+QQuickItem* named(QQuickItem* root, const QString& objectName) {
+  for (QQuickItem* item : visibleItems(root)) {
+    if (item->objectName() == objectName) return item;
+  }
+  return nullptr;
+}
+
+std::vector<std::string> warnings;  // Since the last test; of the interface thread.
+
+void note(QtMsgType type, const QMessageLogContext&, const QString& message) {
+  std::cerr << message.toStdString() << std::endl;
+  if (type != QtDebugMsg && type != QtInfoMsg) warnings.push_back(message.toStdString());
+}
+
+}  // namespace
+
+std::vector<QQuickItem*> visibleItems(QQuickItem* root) {
+  std::vector<QQuickItem*> items;
+  if (!root->isVisible() || qFuzzyIsNull(root->opacity())) return items;
+  items.push_back(root);
+  for (QQuickItem* child : root->childItems()) {
+    const auto below = visibleItems(child);
+    items.insert(items.end(), below.begin(), below.end());
+  }
+  return items;
+}
+
+void WindowFixture::SetUp() {
+  for (QWindow* other : QGuiApplication::topLevelWindows()) {
+    if (other != &window) other->close();
+  }
+  model.setErrorMessage({});
+  model.clearFiles();
+  waitFor("the last run to end", [&] { return !model.isProcessing() && !model.isExporting(); });
+  model.choosePreset(AppViewModel::Recommended);
+  model.setMode(AppMode::Files);
+  window.resize(1000, 680);
+  driver.movePointer({1, 1});
+  driver.focus(window);
+  window.contentItem()->forceActiveFocus();
+}
+
+void WindowFixture::TearDown() {
+  for (const std::string& warning : std::exchange(warnings, {})) ADD_FAILURE() << warning;
+  if (!HasFailure()) return;
+  const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+  const fs::path picture =
+      fs::path(SCREENSHOT_FOLDER) / (std::string(test->test_suite_name()) + "." + test->name() + ".png");
+  fs::create_directories(picture.parent_path());
+  driver.screenshot(picture);
+  std::cout << "The screen is kept in " << picture << "\n";
+}
+
+void WindowFixture::add(const std::vector<fs::path>& files) {
+  QList<QUrl> urls;
+  for (const fs::path& file : files) urls.append(fileUrl(file));
+  model.addFiles(urls);
+}
+
+void WindowFixture::add(const std::vector<std::string>& names, std::string_view content) {
+  std::vector<fs::path> files;
+  for (const std::string& name : names) files.push_back(folder.file(name, content));
+  add(files);
+}
+
+void WindowFixture::calculate() {
+  driver.press({"Control_L", "Return"});
+  waitFor("the run to start", [&] { return model.isProcessing() || model.overallProgress() > 0; });
+  waitFor("the run to end", [&] { return !model.isProcessing(); });
+}
+
+fs::path WindowFixture::endlessFile() {
+  const fs::path file = folder.file("endless.img", "");
+  fs::resize_file(file, 256ULL << 30U);
+  return file;
+}
+
+QQuickItem* WindowFixture::row(int index) {
+  QQuickItem* found = nullptr;
+  waitFor("row " + std::to_string(index), [&] {
+    QQuickItem* list = driver.item(QStringLiteral("jobList"));
+    QMetaObject::invokeMethod(list, "forceLayout");
+    QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, found), Q_ARG(int, index));
+    return found != nullptr;
+  });
+  return found;
+}
+
+QQuickItem* WindowFixture::inRow(int index, const QString& objectName) {
+  QQuickItem* found = nullptr;
+  QPointF before(-1, -1);
+  waitFor(objectName.toStdString() + " to rest in row " + std::to_string(index), [&] {
+    found = named(row(index), objectName);
+    if (found == nullptr) return false;
+    const QPointF place = found->mapToGlobal(QPointF());
+    return std::exchange(before, place) == place;
+  });
+  return found;
+}
+
+QString WindowFixture::selectedName() const {
+  const int index = driver.item(QStringLiteral("jobList"))->property("currentIndex").toInt();
+  return model.jobs()->index(index).data(FileJobListModel::NameRole).toString();
+}
+
+FileJobListModel::State WindowFixture::state(int index) const {
+  return model.jobs()->index(index).data(FileJobListModel::StateRole).value<FileJobListModel::State>();
+}
+
+QQuickItem* WindowFixture::itemWithText(const QString& text) {
+  for (QWindow* each : QGuiApplication::topLevelWindows()) {
+    auto* scene = qobject_cast<QQuickWindow*>(each);
+    if (scene == nullptr || !scene->isVisible()) continue;
+    for (QQuickItem* item : visibleItems(scene->contentItem())) {
+      if (item->property("text").toString() == text) return item;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace tallyfold::test
+
+int main(int argc, char** argv) {
+  testing::InitGoogleTest(&argc, argv);
+  qInstallMessageHandler(tallyfold::test::note);
+  tallyfold::TallyfoldApp program(argc, argv);
+  tallyfold::test::WindowFixture::program = &program;
+  const int status = RUN_ALL_TESTS();
+  tallyfold::BackgroundTask::waitForAll(std::chrono::seconds(20));
+  return status;
+}
