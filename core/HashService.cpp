@@ -15,19 +15,6 @@ namespace {
 
 [[noreturn]] void fail(HashServiceError::Case reason) { throw HashServiceError(reason); }
 
-void checkCancellation(const std::stop_token& cancellation) {
-  if (cancellation.stop_requested()) throw CancellationError();
-}
-
-/// Fails unless `url` still leads to the file of `initial`. A path that leads nowhere is a change like any other.
-void validatePath(const std::filesystem::path& url, const FileSnapshot& initial) {
-  try {
-    if (fileSnapshot(url).isSameIdentity(initial)) return;
-  } catch (const std::system_error&) {
-  }
-  fail(HashServiceError::Case::fileChangedDuringRead);
-}
-
 std::int64_t saturatingSum(std::int64_t a, std::int64_t b) {
   constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
   return a > largest - b ? largest : a + b;
@@ -74,6 +61,18 @@ std::pair<FileHandle, FileSnapshot> openRegularFileForReading(const std::filesys
 void validateUnchanged(const FileHandle& handle, const std::filesystem::path& url, const FileSnapshot& initial) {
   if (fileSnapshot(handle) != initial) fail(HashServiceError::Case::fileChangedDuringRead);
   validatePath(url, initial);
+}
+
+void validatePath(const std::filesystem::path& url, const FileSnapshot& initial) {
+  try {
+    if (fileSnapshot(url).isSameIdentity(initial)) return;
+  } catch (const std::system_error&) {
+  }
+  fail(HashServiceError::Case::fileChangedDuringRead);
+}
+
+void checkCancellation(const std::stop_token& cancellation) {
+  if (cancellation.stop_requested()) throw CancellationError();
 }
 
 std::size_t readExactChunk(FileHandle& handle, std::span<std::byte> bytes, const std::stop_token& cancellation) {

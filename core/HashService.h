@@ -69,6 +69,12 @@ std::pair<FileHandle, FileSnapshot> openRegularFileForReading(const std::filesys
 /// Fails unless the open file is still the version `initial` and `url` still leads to it.
 void validateUnchanged(const FileHandle& handle, const std::filesystem::path& url, const FileSnapshot& initial);
 
+/// Fails unless `url` still leads to the file `initial`. A path that leads nowhere is a change like any other.
+void validatePath(const std::filesystem::path& url, const FileSnapshot& initial);
+
+/// Fails with CancellationError when cancellation was requested.
+void checkCancellation(const std::stop_token& cancellation);
+
 /// Fills `bytes` as far as the file goes and returns how much that was; 0 at the end of the file.
 std::size_t readExactChunk(FileHandle& handle, std::span<std::byte> bytes, const std::stop_token& cancellation);
 
