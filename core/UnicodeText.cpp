@@ -18,7 +18,7 @@ bool isASCII(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-constexpr bool isASCIIWhiteSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+constexpr bool isASCIIWhiteSpace(UChar32 c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 // The macro narrows its own variables.
 #pragma GCC diagnostic push
@@ -30,6 +30,40 @@ UChar32 nextCharacter(std::string_view text, std::size_t& position) {
   return character;
 }
 #pragma GCC diagnostic pop
+
+/// The character that ends at `position`, which moves before it; negative for bytes that are not UTF-8.
+UChar32 previousCharacter(std::string_view text, std::size_t& position) {
+  const std::size_t end = position--;
+  std::size_t start = position;
+  while (start > 0 && end - start < U8_MAX_LENGTH && U8_IS_TRAIL(text[start])) --start;
+  std::size_t next = start;
+  const UChar32 character = nextCharacter(text, next);
+  if (next != end) return -1;
+  position = start;
+  return character;
+}
+
+bool isWhiteSpace(UChar32 character) {
+  return character < 0x80 ? isASCIIWhiteSpace(character) : u_isUWhiteSpace(character) != 0;
+}
+
+bool isBlank(UChar32 character) {
+  return character < 0x80 ? character == ' ' || character == '\t' : u_isblank(character) != 0;
+}
+
+using Predicate = bool (*)(UChar32 character);
+
+std::string_view trimmedAtStart(std::string_view text, Predicate isUnwanted) {
+  std::size_t start = 0;
+  for (std::size_t next = 0; next < text.size() && isUnwanted(nextCharacter(text, next));) start = next;
+  return text.substr(start);
+}
+
+std::string_view trimmedAtEnd(std::string_view text, Predicate isUnwanted) {
+  std::size_t end = text.size();
+  for (std::size_t next = end; next > 0 && isUnwanted(previousCharacter(text, next));) end = next;
+  return text.substr(0, end);
+}
 
 using Mapping = void (*)(const char* locale, std::uint32_t options, icu::StringPiece text, icu::ByteSink& sink,
                          icu::Edits* edits, UErrorCode& status);
@@ -74,6 +108,38 @@ std::string upperCased(std::string_view text) {
   return result;
 }
 
+std::string_view trimmed(std::string_view text) {
+  return trimmedAtEnd(trimmedAtStart(text, isWhiteSpace), isWhiteSpace);
+}
+
+std::string_view trimmedAtEnd(std::string_view text) { return trimmedAtEnd(text, isWhiteSpace); }
+
+std::string_view trimmedOfBlanks(std::string_view text) { return trimmedAtEnd(trimmedAtStart(text, isBlank), isBlank); }
+
+std::size_t findWhiteSpace(std::string_view text) {
+  for (std::size_t position = 0; position < text.size();) {
+    const std::size_t start = position;
+    if (isWhiteSpace(nextCharacter(text, position))) return start;
+  }
+  return std::string_view::npos;
+}
+
+std::size_t findBehindLastWhiteSpace(std::string_view text) {
+  std::size_t start = text.size();
+  for (std::size_t next = start; next > 0 && !isWhiteSpace(previousCharacter(text, next));) start = next;
+  return start;
+}
+
+std::string lettersAndDigits(std::string_view text) {
+  std::string result;
+  for (std::size_t position = 0; position < text.size();) {
+    const std::size_t start = position;
+    const UChar32 character = nextCharacter(text, position);
+    if (character >= 0 && u_isalnum(character) != 0) result += text.substr(start, position - start);
+  }
+  return result;
+}
+
 std::string withoutWhiteSpace(std::string_view text) {
   std::string result;
   result.reserve(text.size());
@@ -84,7 +150,7 @@ std::string withoutWhiteSpace(std::string_view text) {
   for (std::size_t position = 0; position < text.size();) {
     const std::size_t start = position;
     const UChar32 character = nextCharacter(text, position);
-    if (character < 0 || u_isUWhiteSpace(character) == 0) result += text.substr(start, position - start);
+    if (!isWhiteSpace(character)) result += text.substr(start, position - start);
   }
   return result;
 }

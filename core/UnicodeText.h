@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -9,6 +10,24 @@ namespace tallyfold {
 /// UTF-8 stay as they are.
 std::string lowerCased(std::string_view text);
 std::string upperCased(std::string_view text);
+
+/// White space is what has the Unicode property White_Space, which includes line breaks. Blanks are the tab and the
+/// characters of category Zs: white space within a line. Bytes that are not well-formed UTF-8 are neither.
+///
+/// `text` without the white space at both its ends, without the white space at its end, or without the blanks at both.
+std::string_view trimmed(std::string_view text);
+std::string_view trimmedAtEnd(std::string_view text);
+std::string_view trimmedOfBlanks(std::string_view text);
+
+/// Where the first white space of `text` begins, or npos.
+std::size_t findWhiteSpace(std::string_view text);
+
+/// Where the part of `text` that follows its last white space begins: 0 when there is none, the size at its end.
+std::size_t findBehindLastWhiteSpace(std::string_view text);
+
+/// UTF-8 text without any character that is not a letter (category L) or a decimal digit (category Nd), and without
+/// ill-formed bytes.
+std::string lettersAndDigits(std::string_view text);
 
 /// UTF-8 text without any character that has the Unicode property White_Space (which includes line breaks). Bytes that
 /// are not well-formed UTF-8 stay as they are.

@@ -1,0 +1,166 @@
+#include "checksums/ChecksumLines.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include "core/HexText.h"
+#include "core/UnicodeText.h"
+
+namespace tallyfold::ChecksumManifestService {
+
+namespace {
+
+constexpr std::string_view byteOrderMark = "\uFEFF";
+
+bool isDigest(std::string_view digest, HashAlgorithm algorithm) {
+  return digest.size() == algorithm.hexLength() && isASCIIHex(digest);
+}
+
+/// A line of the GNU form, cut into its parts.
+struct GNUStyleLine {
+  std::string_view digest;  ///< As written.
+  std::string_view name;    ///< As written; may be empty.
+  bool isEscaped = false;
+};
+
+std::optional<GNUStyleLine> splitGNUStyleLine(std::string_view line) {
+  GNUStyleLine parts;
+  parts.isEscaped = line.starts_with('\\');
+  if (parts.isEscaped) line.remove_prefix(1);
+  const std::size_t end = findWhiteSpace(line);
+  if (end == std::string_view::npos) return std::nullopt;
+  parts.digest = line.substr(0, end);
+  for (const std::string_view separator : {"  ", " *", "\t*", "\t"}) {
+    if (!line.substr(end).starts_with(separator)) continue;
+    parts.name = line.substr(end + separator.size());
+    return parts;
+  }
+  return std::nullopt;
+}
+
+/// The algorithm that `digest`, as written, is of; none when that cannot be known.
+std::optional<HashAlgorithm> algorithmOf(std::string_view digest, std::optional<HashAlgorithm> preferred) {
+  const std::vector<HashAlgorithm> candidates = HashAlgorithm::detect(digest);
+  if (candidates.size() == 1) return candidates.front();
+  const bool isPossible = preferred && std::ranges::find(candidates, *preferred) != candidates.end();
+  return isPossible ? preferred : std::nullopt;
+}
+
+std::string warningAbout(std::string_view line, std::int64_t lineNumber, bool mayBeAmbiguous) {
+  const bool isAmbiguous = mayBeAmbiguous && isAmbiguousGNUStyleLine(line);
+  return "Line " + std::to_string(lineNumber) +
+         (isAmbiguous ? ": ambiguous 64-character digest; SHA-256 and BLAKE3 cannot be distinguished from GNU format "
+                        "alone."
+                      : ": unsupported checksum format.");
+}
+
+std::optional<ChecksumManifestEntry> parseLine(std::string_view line, std::int64_t lineNumber,
+                                               std::optional<HashAlgorithm> preferredGNUAlgorithm) {
+  auto entry = parseBSDLine(line, lineNumber);
+  if (!entry) entry = parseGNUStyleLine(line, lineNumber, preferredGNUAlgorithm);
+  if (!entry) entry = parseSFVLine(line, lineNumber);
+  return entry;
+}
+
+}  // namespace
+
+void processLine(std::string_view line, std::int64_t lineNumber, std::optional<HashAlgorithm> preferredGNUAlgorithm,
+                 ParseResult& result) {
+  if (lineNumber == 1 && line.starts_with(byteOrderMark)) line.remove_prefix(byteOrderMark.size());
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  const std::string_view content = trimmed(line);
+  if (content.empty() || line.starts_with(';')) {
+    ++result.ignoredLineCount;
+  } else if (auto entry = parseLine(line, lineNumber, preferredGNUAlgorithm)) {
+    result.entries.push_back(std::move(*entry));
+  } else if (content.starts_with('#') || content.starts_with(';')) {
+    ++result.ignoredLineCount;
+  } else {
+    ++result.unsupportedLineCount;
+    if (result.warnings.size() >= maximumWarnings) return;
+    result.warnings.push_back(warningAbout(line, lineNumber, !preferredGNUAlgorithm));
+  }
+}
+
+std::optional<ChecksumManifestEntry> parseBSDLine(std::string_view line, std::int64_t lineNumber) {
+  constexpr std::string_view separator = ") = ";
+  const std::size_t open = line.find('(');
+  const std::size_t close = line.rfind(separator);
+  if (open == std::string_view::npos || close == std::string_view::npos || close < open) return std::nullopt;
+  const auto algorithm = HashAlgorithm::manifestName(trimmedOfBlanks(line.substr(0, open)));
+  if (!algorithm) return std::nullopt;
+  std::string digest = normalizedHex(line.substr(close + separator.size()));
+  if (!isDigest(digest, *algorithm)) return std::nullopt;
+  const std::string_view name = line.substr(open + 1, close - open - 1);
+  return ChecksumManifestEntry{Uuid::random(), lineNumber, std::string(name), *algorithm, std::move(digest)};
+}
+
+std::optional<ChecksumManifestEntry> parseGNUStyleLine(std::string_view line, std::int64_t lineNumber,
+                                                       std::optional<HashAlgorithm> preferredAlgorithm) {
+  const auto parts = splitGNUStyleLine(line);
+  if (!parts || parts->name.empty()) return std::nullopt;
+  const auto algorithm = algorithmOf(parts->digest, preferredAlgorithm);
+  if (!algorithm) return std::nullopt;
+  std::string name = parts->isEscaped ? unescapeCoreutilsFilename(parts->name) : std::string(parts->name);
+  return ChecksumManifestEntry{Uuid::random(), lineNumber, std::move(name), *algorithm, normalizedHex(parts->digest)};
+}
+
+std::optional<ChecksumManifestEntry> parseSFVLine(std::string_view line, std::int64_t lineNumber) {
+  const std::size_t start = findBehindLastWhiteSpace(line);
+  std::string digest = normalizedHex(line.substr(start));
+  if (!isDigest(digest, HashAlgorithm::crc32)) return std::nullopt;
+  const std::string_view name = trimmedAtEnd(line.substr(0, start));
+  if (name.empty()) return std::nullopt;
+  return ChecksumManifestEntry{Uuid::random(), lineNumber, std::string(name), HashAlgorithm::crc32, std::move(digest)};
+}
+
+std::string unescapeCoreutilsFilename(std::string_view name) {
+  std::string result;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const std::string_view pair = name.substr(i, 2);
+    const bool isLineFeed = pair == R"(\n)";
+    const bool isCarriageReturn = pair == R"(\r)";
+    if (isLineFeed || isCarriageReturn || pair == R"(\\)") ++i;
+    result += isLineFeed ? '\n' : isCarriageReturn ? '\r' : name[i];
+  }
+  return result;
+}
+
+bool isAmbiguousGNUStyleLine(std::string_view line) {
+  const auto parts = splitGNUStyleLine(line);
+  return parts && HashAlgorithm::detect(parts->digest).size() > 1;
+}
+
+std::optional<SingleChecksum> extractSingleChecksum(std::string_view text,
+                                                    std::optional<HashAlgorithm> preferredAlgorithm) {
+  if (text.size() > maximumSingleChecksumSize) return std::nullopt;
+  const std::string_view content = trimmed(text);
+  if (!HashAlgorithm::detect(content).empty()) {
+    const auto algorithm = algorithmOf(content, preferredAlgorithm);
+    return algorithm ? std::optional(SingleChecksum{*algorithm, normalizedHex(content)}) : std::nullopt;
+  }
+  auto entry = parseLine(content, 1, preferredAlgorithm);
+  return entry ? std::optional(SingleChecksum{entry->algorithm, std::move(entry->expectedHash)}) : std::nullopt;
+}
+
+bool isAmbiguousSingleChecksum(std::string_view text) {
+  if (text.size() > maximumSingleChecksumSize) return false;
+  const std::string_view content = trimmed(text);
+  return HashAlgorithm::detect(content).size() > 1 || isAmbiguousGNUStyleLine(content);
+}
+
+std::optional<HashAlgorithm> algorithmHint(const std::filesystem::path& url) {
+  const std::string extension = url.extension().native();
+  if (!extension.empty()) {
+    if (const auto algorithm = HashAlgorithm::manifestName(std::string_view(extension).substr(1))) return algorithm;
+  }
+  const std::string name = lettersAndDigits(upperCased(url.stem().native()));
+  if (const auto algorithm = HashAlgorithm::manifestName(name)) return algorithm;
+  for (const std::string_view suffix : {"CHECKSUMS", "SUMS", "SUM"}) {
+    if (name.ends_with(suffix)) return HashAlgorithm::manifestName(name.substr(0, name.size() - suffix.size()));
+  }
+  return std::nullopt;
+}
+
+}  // namespace tallyfold::ChecksumManifestService
