@@ -111,7 +111,7 @@ TEST_F(AddFiles, DropStartsARunOnlyWhenTheQueueGrew) {
   EXPECT_THAT(states(), ElementsAre("complete", "complete"));
 }
 
-TEST_F(AddFiles, ChosenFilesAreQueuedWithoutARun) {
+TEST_F(AddFiles, ChosenFilesAreQueuedUnlessARunHasBegun) {
   const auto file = folder_.file("abc", "abc");
   model_->chooseFiles();
   ASSERT_TRUE(desktop_.openPanel);
@@ -119,15 +119,10 @@ TEST_F(AddFiles, ChosenFilesAreQueuedWithoutARun) {
   desktop_.confirmOpenPanel({urlOf(file)});
   EXPECT_THAT(paths(), ElementsAre(file));
   EXPECT_FALSE(model_->isProcessing());
-}
 
-TEST_F(AddFiles, FilesChosenWhenARunHasBegunAreRefused) {
-  const auto file = folder_.file("abc", "abc");
-  add({file});
   model_->chooseFiles();
   holdAt("read", 1);
   model_->startProcessing();
-  ASSERT_TRUE(desktop_.openPanel);
   desktop_.confirmOpenPanel({urlOf("/late")});
   EXPECT_THAT(paths(), ElementsAre(file));
 }

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <sys/resource.h>
 
 #include "export/ManifestService.h"
@@ -131,15 +132,23 @@ TEST_F(Export, QueueStandsStillMeanwhile) {
 
 TEST_F(Export, ShutdownLeavesTheOldReportAndShowsNothing) {
   const fs::path report = folder_.file("reports/report.csv", "old");
-  holdAt("open", 1);
-  exportTo(report);
-  ASSERT_TRUE(gate_.waitForArrival());
-  model_->shutdown();
-  gate_.open();
-  ASSERT_TRUE(exportEnds());
-  EXPECT_EQ(contentOf(report), "old");
-  EXPECT_THAT(reports(), ElementsAre("report.csv"));
-  EXPECT_EQ(model_->errorMessage(), QString());
+  for (const int error : {0, EIO}) {
+    SCOPED_TRACE(error);
+    gate_.close();
+    calls_.before = [&](std::string_view call, std::size_t) {
+      if (call != "open") return 0;
+      gate_.pass();
+      return error;
+    };
+    exportTo(report);
+    ASSERT_TRUE(gate_.waitForArrival());
+    model_->shutdown();
+    gate_.open();
+    ASSERT_TRUE(exportEnds());
+    EXPECT_EQ(contentOf(report), "old");
+    EXPECT_THAT(reports(), ElementsAre("report.csv"));
+    EXPECT_EQ(model_->errorMessage(), QString());
+  }
 }
 
 }  // namespace

@@ -1,5 +1,3 @@
-#include <fstream>
-
 #include <QAbstractItemModelTester>
 
 #include "tests/app/ModelTest.h"
@@ -20,45 +18,42 @@ TEST(FileJobListModelTest, RowsShowWhereTheirJobsStand) {
   result.hashes.insert(HashAlgorithm::crc32, "352441c2");
   result.hashes.insert(HashAlgorithm::md5, "900150983cd24fb0d6963f7d28e17f72");
   results[done.id] = std::make_shared<const FileHashResult>(result);
-  const FileJob empty = jobOf("/home/empty", FileJob::Complete{});
+  const FileJob empty = jobOf("/empty", FileJob::Complete{});
   results[empty.id] = std::make_shared<const FileHashResult>(FileHashResult{empty.id, *empty.url, 0, {}, {}, 0});
-  model.append({done, empty, jobOf("/home/b", FileJob::Failed{"Permission denied"}),
-                jobOf("/home/c", FileJob::Hashing{0.4}), jobOf("/home/d", FileJob::Queued{})});
+  model.append({done, empty, jobOf("/b", FileJob::Failed{"Permission denied"}), jobOf("/c", FileJob::Hashing{0.4}),
+                jobOf("/d", FileJob::Queued{})});
 
+  using Model = FileJobListModel;
   struct Row {
     const char* name;
     const char* folder;
-    FileJobListModel::State state;
+    Model::State state;
     double progress;
     const char* message;
     const char* facts;
-    qsizetype digests;
+    std::vector<std::string> digests;
   };
   const std::vector<Row> rows = {
-      {"<U+202E>gpj.exe", "/home/a<U+000A>b", FileJobListModel::Complete, 0, "", "20 MB · 500 ms · 40 MB/s", 2},
-      {"empty", "/home", FileJobListModel::Complete, 0, "", "0 bytes · 0 ms · —", 0},
-      {"b", "/home", FileJobListModel::Failed, 0, "Permission denied", "", 0},
-      {"c", "/home", FileJobListModel::Hashing, 0.4, "", "", 0},
-      {"d", "/home", FileJobListModel::Queued, 0, "", "", 0},
+      {"<U+202E>gpj.exe", "/home/a<U+000A>b", Model::Complete, 0, "", "20 MB · 500 ms · 40 MB/s", {"MD5", "CRC-32"}},
+      {"empty", "/", Model::Complete, 0, "", "0 bytes · 0 ms · —", {}},
+      {"b", "/", Model::Failed, 0, "Permission denied", "", {}},
+      {"c", "/", Model::Hashing, 0.4, "", "", {}},
+      {"d", "/", Model::Queued, 0, "", "", {}},
   };
-  ASSERT_EQ(model.rowCount(), static_cast<int>(rows.size()));
-  for (int i = 0; i < model.rowCount(); ++i) {
-    SCOPED_TRACE(i);
-    const Row& row = rows[static_cast<std::size_t>(i)];
-    const auto at = [&](FileJobListModel::Role role) { return model.data(model.index(i), role); };
-    EXPECT_EQ(at(FileJobListModel::JobIdRole).value<Uuid>(), model.idAt(i));
-    EXPECT_EQ(at(FileJobListModel::NameRole).toString(), QString::fromUtf8(row.name));
-    EXPECT_EQ(at(FileJobListModel::FolderRole).toString(), QString::fromUtf8(row.folder));
-    EXPECT_EQ(at(FileJobListModel::StateRole).value<FileJobListModel::State>(), row.state);
-    EXPECT_EQ(at(FileJobListModel::ProgressRole).toDouble(), row.progress);
-    EXPECT_EQ(at(FileJobListModel::MessageRole).toString(), QString::fromUtf8(row.message));
-    EXPECT_EQ(at(FileJobListModel::FactsRole).toString(), QString::fromUtf8(row.facts));
-    EXPECT_EQ(at(FileJobListModel::DigestsRole).toList().size(), row.digests);
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const auto at = [&](Model::Role role) { return model.data(model.index(static_cast<int>(i)), role); };
+    EXPECT_EQ(at(Model::NameRole).toString(), QString::fromUtf8(rows[i].name));
+    EXPECT_EQ(at(Model::FolderRole).toString(), QString::fromUtf8(rows[i].folder));
+    EXPECT_EQ(at(Model::StateRole).value<Model::State>(), rows[i].state);
+    EXPECT_EQ(at(Model::ProgressRole).toDouble(), rows[i].progress);
+    EXPECT_EQ(at(Model::MessageRole).toString(), QString::fromUtf8(rows[i].message));
+    EXPECT_EQ(at(Model::FactsRole).toString(), QString::fromUtf8(rows[i].facts));
+    std::vector<std::string> digests;
+    for (const QVariant& digest : at(Model::DigestsRole).toList()) {
+      digests.push_back(digest.toMap()[QStringLiteral("algorithm")].toString().toStdString());
+    }
+    EXPECT_EQ(digests, rows[i].digests);
   }
-  const QVariantList digests = model.data(model.index(0), FileJobListModel::DigestsRole).toList();
-  EXPECT_EQ(digests[0].toMap(), (QVariantMap{{"algorithm", "MD5"}, {"digest", "900150983cd24fb0d6963f7d28e17f72"}}));
-  EXPECT_EQ(digests[1].toMap(), (QVariantMap{{"algorithm", "CRC-32"}, {"digest", "352441c2"}}));
-  for (const int row : {-1, 5}) EXPECT_EQ(model.idAt(row), Uuid());
 }
 
 TEST(FileJobListModelTest, ChangesOfABatchAreAnnouncedTogether) {

@@ -1,30 +1,17 @@
+#include <algorithm>
+
+#include <QCoreApplication>
+
 #include "tests/app/ModelTest.h"
 
 namespace tallyfold::test {
 
 namespace {
 
-using testing::Each;
-using testing::IsEmpty;
-
 // What the sanitizers see is half of these tests: nothing is touched that is gone.
 using Lifetime = ModelTest;
 
-TEST_F(Lifetime, ShutdownInMidRunEndsTheWorker) {
-  add({folder_.file("a", "abc"), folder_.file("b", "abc")});
-  holdAt("read", 1);
-  model_->startProcessing();
-  ASSERT_TRUE(gate_.waitForArrival());
-  model_->shutdown();
-  gate_.open();
-  ASSERT_TRUE(BackgroundTask::waitForAll(patience));
-  EXPECT_EQ(std::ranges::count(calls_.names, "read"), 1);
-  EXPECT_EQ(calls_.stillOpen, 0);
-  ASSERT_TRUE(runEnds());
-  EXPECT_THAT(states(), Each("queued"));
-}
-
-TEST_F(Lifetime, ModelThatDiesInMidRunTakesItsWorkerWithIt) {
+TEST_F(Lifetime, WorkerOfARunEndsWithItsCurrentChunkWhenTheModelGoes) {
   add({folder_.file("a", "abc"), folder_.file("b", "abc"), folder_.file("c", "abc")});
   holdAt("read", 2);
   model_->startProcessing();
@@ -37,7 +24,7 @@ TEST_F(Lifetime, ModelThatDiesInMidRunTakesItsWorkerWithIt) {
   QCoreApplication::processEvents();
 }
 
-TEST_F(Lifetime, ModelThatDiesDuringAnExportTakesItsWorkerWithIt) {
+TEST_F(Lifetime, ExportIsGivenUpWhenTheModelGoes) {
   add({folder_.file("a", "abc")});
   run();
   holdAt("open", 1);
@@ -54,6 +41,8 @@ TEST_F(Lifetime, ModelThatDiesDuringAnExportTakesItsWorkerWithIt) {
 TEST_F(Lifetime, ModelsComeAndGoAtAnyMomentOfARun) {
   const QList<QUrl> files = vanishedFiles(2'000);
   for (int turn = 0; turn < 40; ++turn) {
+    model_.reset();
+    ASSERT_TRUE(BackgroundTask::waitForAll(patience));
     model_ = std::make_unique<AppViewModel>(desktop_);
     model_->addDroppedFiles(files);
     if (turn % 2 == 0) {

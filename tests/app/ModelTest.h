@@ -54,6 +54,13 @@ class Gate {
     changed_.notify_all();
   }
 
+  /// For the next time, when nobody is at the gate.
+  void close() {
+    const std::lock_guard lock(mutex_);
+    isReached_ = false;
+    isOpen_ = false;
+  }
+
  private:
   std::mutex mutex_;
   std::condition_variable changed_;
