@@ -23,6 +23,7 @@ struct OpenFile {
 
   /// Fills `bytes`, which the file is known to have.
   void read(std::span<std::byte> bytes, const std::stop_token& cancellation) {
+    checkCancellation(cancellation);
     if (readExactChunk(handle, bytes, cancellation) != bytes.size()) {
       throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
     }
@@ -46,7 +47,6 @@ std::optional<std::int64_t> findDifference(OpenFile& a, OpenFile& b, const std::
   ReadBuffer pieceOfB(static_cast<std::size_t>(std::min(size, pieceSize)));
   std::int64_t lastDue = 0;
   for (std::int64_t done = 0; done < size;) {
-    checkCancellation(cancellation);
     const auto chunk = chunkOfA.first(static_cast<std::size_t>(std::min(size - done, chunkSize)));
     a.read(chunk, cancellation);
     for (std::size_t start = 0; start < chunk.size();) {

@@ -117,18 +117,21 @@ TextHashComputation hashTextCancellableWithByteCount(std::u16string_view text, H
 }
 
 std::int64_t utf8ByteCount(std::u16string_view text) {
-  // Without branches, and in blocks with a narrow sum: that is what compilers make vector code of.
+  // Blocks without branches, whose sums fit 16 bits: that is what compilers make vector code of.
   constexpr std::size_t blockSize = 16'384;
-  std::int64_t count = 0;
+  auto count = static_cast<std::int64_t>(text.size());
   for (std::size_t start = 0; start < text.size(); start += blockSize) {
-    const std::size_t end = std::min(text.size(), start + blockSize);
-    std::uint32_t bytes = 0;
-    for (std::size_t i = start; i < end; ++i) bytes += 1U + (text[i] >= 0x80 ? 1U : 0U) + (text[i] >= 0x800 ? 1U : 0U);
-    // Both halves of a pair were counted like characters of their own.
-    for (std::size_t i = std::max(start, std::size_t{1}); i < end; ++i) {
-      bytes -= isHighSurrogate(text[i - 1]) && isLowSurrogate(text[i]) ? 2U : 0U;
+    std::uint16_t furtherBytes = 0;
+    for (const char16_t unit : text.substr(start, blockSize)) {
+      furtherBytes = static_cast<std::uint16_t>(furtherBytes + (unit >= 0x80) + (unit >= 0x800));
     }
-    count += bytes;
+    // A pair is four bytes and was counted as twice three.
+    std::uint16_t pairs = 0;
+    const std::u16string_view withNext = text.substr(start, blockSize + 1);
+    for (std::size_t i = 1; i < withNext.size(); ++i) {
+      pairs = static_cast<std::uint16_t>(pairs + (isHighSurrogate(withNext[i - 1]) & isLowSurrogate(withNext[i])));
+    }
+    count += furtherBytes - 2 * pairs;
   }
   return count;
 }
