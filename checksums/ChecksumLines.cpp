@@ -70,11 +70,10 @@ void processLine(std::string_view line, std::int64_t lineNumber, std::optional<H
   if (lineNumber == 1 && line.starts_with(byteOrderMark)) line.remove_prefix(byteOrderMark.size());
   if (line.ends_with('\r')) line.remove_suffix(1);
   const std::string_view content = trimmed(line);
-  if (content.empty() || line.starts_with(';')) {
-    ++result.ignoredLineCount;
-  } else if (auto entry = parseLine(line, lineNumber, preferredGNUAlgorithm)) {
+  const bool mayBeEntry = !content.empty() && !line.starts_with(';');
+  if (auto entry = mayBeEntry ? parseLine(line, lineNumber, preferredGNUAlgorithm) : std::nullopt) {
     result.entries.push_back(std::move(*entry));
-  } else if (content.starts_with('#') || content.starts_with(';')) {
+  } else if (content.empty() || content.starts_with('#') || content.starts_with(';')) {
     ++result.ignoredLineCount;
   } else {
     ++result.unsupportedLineCount;
