@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -11,8 +12,10 @@
 
 #include "core/BLAKE3Stream.h"
 #include "core/Errors.h"
+#include "core/FileComparison.h"
 #include "core/HashPipeline.h"
 #include "core/HashService.h"
+#include "core/TextHashing.h"
 #include "core/blake3/Blake3.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -24,15 +27,19 @@ std::atomic<std::size_t> lastSizeThatMayFail = 0;
 std::atomic<void*> watched = nullptr;
 std::atomic<bool> watchedWasZeroWhenFreed = false;
 
-void* allocate(std::size_t size) {
+constexpr std::align_val_t kUsual{alignof(std::max_align_t)};
+
+void* allocate(std::size_t size, std::align_val_t alignment = kUsual) {
   std::size_t largest = largestAllocation;
   while (size > largest && !largestAllocation.compare_exchange_weak(largest, size)) {
   }
-  return std::malloc(std::max(size, std::size_t{1}));
+  void* memory = nullptr;
+  const int failure = posix_memalign(&memory, static_cast<std::size_t>(alignment), std::max(size, std::size_t{1}));
+  return failure == 0 ? memory : nullptr;
 }
 
-void* allocateOrThrow(std::size_t size) {
-  void* const memory = allocate(size);
+void* allocateOrThrow(std::size_t size, std::align_val_t alignment = kUsual) {
+  void* const memory = allocate(size, alignment);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
@@ -54,9 +61,11 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   return refuseWhatMayFail ? nullptr : allocate(size);
 }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
+void* operator new[](std::size_t size, std::align_val_t alignment) { return allocateOrThrow(size, alignment); }
 void operator delete(void* memory) noexcept { release(memory); }
 void operator delete[](void* memory) noexcept { release(memory); }
 void operator delete(void* memory, std::size_t) noexcept { release(memory); }
+void operator delete[](void* memory, std::align_val_t) noexcept { release(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
 
 namespace tallyfold {
@@ -108,6 +117,35 @@ TEST(Allocation, BufferIsNoLargerThanTheFileAndNeverOverOneChunk) {
   EXPECT_LE(largestFor(4096), 4096U);
   EXPECT_EQ(largestFor(1'000'000), 1'000'000U);
   EXPECT_EQ(largestFor(10'000'000), 8'388'608U);
+}
+
+TEST(Allocation, ComparisonHoldsNoMoreThanTheFilesAndNeverOverOneChunk) {
+  const test::TemporaryFolder folder;
+  const auto largestFor = [&](std::size_t size) {
+    const std::filesystem::path a = folder.file("a", "");
+    const std::filesystem::path b = folder.file("b", "");
+    std::filesystem::resize_file(a, size);
+    std::filesystem::resize_file(b, size);
+    largestAllocation = 0;
+    HashService::compareFiles(a, b, {}, [](double) {});
+    return largestAllocation.load();
+  };
+  EXPECT_LE(largestFor(4096), 4096U);
+  EXPECT_EQ(largestFor(1'000'000), 1'000'000U);
+  EXPECT_EQ(largestFor(10'000'000), 8'388'608U);
+}
+
+TEST(Allocation, TextIsNotCopiedOrTakesASlice) {
+  const std::string utf8(5'000'000, 'a');
+  const std::u16string utf16(5'000'000, u'a');
+  const auto largestFor = [](auto text) {
+    largestAllocation = 0;
+    HashService::hashTextCancellableWithByteCount(text, HashAlgorithmSet::all(), {});
+    return largestAllocation.load();
+  };
+  EXPECT_LE(largestFor(std::string_view(utf8)), 4096U);
+  EXPECT_LE(largestFor(std::u16string_view(utf16).substr(0, 1000)), 4096U);
+  EXPECT_EQ(largestFor(std::u16string_view(utf16)), 1'048'576U);
 }
 
 }  // namespace
