@@ -37,7 +37,7 @@ class Run : public ModelTest {
 
   /// A file of 20 MiB of zeros: its progress is reported at 40 % and at 80 %.
   fs::path largeFile() {
-    const fs::path path = folder_.file("large", "");
+    fs::path path = folder_.file("large", "");
     fs::resize_file(path, 20 << 20);
     return path;
   }
@@ -298,10 +298,7 @@ TEST_F(Run, DigestsAreCopiedOnlyWhereThereIsAResult) {
 }
 
 TEST_F(Run, PathIsCopiedAndRevealedByteForByte) {
-  for (const char* name : {"line\nbreak", "\xFF\xFE", "50%41",
-                           "\xE2\x80\xAE"
-                           "fdp.exe",
-                           "caf\xC3\xA9", "cafe\xCC\x81"}) {
+  for (const char* name : {"line\nbreak", "\xFF\xFE", "50%41", "\u202Efdp.exe", "caf\u00E9", "cafe\u0301"}) {
     SCOPED_TRACE(name);
     const fs::path path = folder_.file(name, "abc");
     model_->clearFiles();
