@@ -43,8 +43,8 @@ std::optional<std::int64_t> findDifference(OpenFile& a, OpenFile& b, const std::
                                            const ProgressCallback& progress) {
   const std::int64_t size = a.initial.fileSize;
   const std::int64_t step = progressStep(size);
-  ReadBuffer chunkOfA(static_cast<std::size_t>(std::min(size, chunkSize)));
-  ReadBuffer pieceOfB(static_cast<std::size_t>(std::min(size, pieceSize)));
+  const ReadBuffer chunkOfA(static_cast<std::size_t>(std::min(size, chunkSize)));
+  const ReadBuffer pieceOfB(static_cast<std::size_t>(std::min(size, pieceSize)));
   std::int64_t lastDue = 0;
   for (std::int64_t done = 0; done < size;) {
     const auto chunk = chunkOfA.first(static_cast<std::size_t>(std::min(size - done, chunkSize)));

@@ -8,6 +8,7 @@
 
 #include "core/Errors.h"
 #include "core/HashPipeline.h"
+#include "core/ReadBuffer.h"
 
 namespace tallyfold::HashService {
 
@@ -23,17 +24,16 @@ std::int64_t saturatingSum(std::int64_t a, std::int64_t b) {
 /// Feeds `size` bytes to `pipeline`, never reading past them.
 void readInto(HashPipeline& pipeline, FileHandle& handle, std::int64_t size, const std::stop_token& cancellation,
               const ProgressCallback& progress) {
-  const auto capacity = static_cast<std::size_t>(std::min(size, chunkSize));
-  const auto buffer = std::make_unique_for_overwrite<std::byte[]>(capacity);
+  const ReadBuffer buffer(static_cast<std::size_t>(std::min(size, chunkSize)));
   const std::int64_t step = progressStep(size);
   std::int64_t due = step;
   std::int64_t bytesRead = 0;
   while (bytesRead < size) {
     checkCancellation(cancellation);
     const auto wanted = static_cast<std::size_t>(std::min(size - bytesRead, chunkSize));
-    const std::size_t count = handle.read(std::span(buffer.get(), wanted));
+    const std::size_t count = handle.read(buffer.first(wanted));
     if (count == 0) fail(HashServiceError::Case::fileChangedDuringRead);
-    pipeline.update(std::span(buffer.get(), count));
+    pipeline.update(buffer.first(count));
     bytesRead += static_cast<std::int64_t>(count);
     if (bytesRead < size && bytesRead >= due) {
       progress(static_cast<double>(bytesRead) / static_cast<double>(size));
