@@ -30,8 +30,9 @@ T.ItemDelegate {
     hoverEnabled: true
     focusPolicy: Qt.NoFocus
     Accessible.role: Accessible.ListItem
-    Accessible.name: name + also(status) + also(message) + also(facts)
+    Accessible.name: name + also(root.status) + also(message) + also(facts)
     Accessible.selected: isSelected
+    Accessible.onPressAction: select()
     onClicked: select()
     onPressAndHold: showMenu()
 

@@ -86,6 +86,7 @@ Item {
             Accessible.role: Accessible.ListItem
             Accessible.name: text + (isBusy ? qsTr(", working") : ["", qsTr(", finished"), qsTr(", finished with failures")][outcome])
             Accessible.selected: isSelected
+            Accessible.onPressAction: root.viewModel.mode = modelData.mode
             onClicked: root.viewModel.mode = modelData.mode
 
             contentItem: Item {

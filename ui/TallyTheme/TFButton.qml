@@ -47,6 +47,7 @@ Item {
         text: root.text
         Accessible.name: root.text
         Accessible.description: root.refusal !== "" ? root.refusal : root.description
+        Accessible.onPressAction: root.press()
         Keys.onReturnPressed: root.clicked()
         Keys.onEnterPressed: root.clicked()
         onClicked: root.clicked()

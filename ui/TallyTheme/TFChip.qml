@@ -16,11 +16,12 @@ Item {
     implicitWidth: control.implicitWidth
     implicitHeight: TallyTheme.controlHeight
 
-    T.Button {
+    T.CheckBox {
         id: control
 
         function flip() {
-            root.toggled(!root.checked);
+            if (enabled)
+                root.toggled(!root.checked);
         }
 
         anchors.fill: parent
@@ -29,11 +30,11 @@ Item {
         opacity: enabled ? 1 : TallyTheme.disabledOpacity
         focusPolicy: Qt.StrongFocus
         hoverEnabled: true
-        Accessible.role: Accessible.CheckBox
+        checked: root.checked
+        nextCheckState: () => checkState
         Accessible.name: root.text
         Accessible.description: root.refusal
         Accessible.checkable: true
-        Accessible.checked: root.checked
         Accessible.onPressAction: flip()
         Accessible.onToggleAction: flip()
         Keys.onReturnPressed: flip()

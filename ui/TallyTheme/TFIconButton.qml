@@ -27,6 +27,10 @@ Item {
         text: root.name
         Accessible.name: root.name
         Accessible.description: root.refusal
+        Accessible.onPressAction: {
+            if (enabled)
+                root.clicked();
+        }
         Keys.onReturnPressed: root.clicked()
         Keys.onEnterPressed: root.clicked()
         onClicked: root.clicked()

@@ -14,6 +14,12 @@ T.MenuItem {
     opacity: enabled ? 1 : TallyTheme.disabledOpacity
     Accessible.role: Accessible.MenuItem
     Accessible.name: text
+    Accessible.onPressAction: {
+        if (!enabled)
+            return;
+        menu.dismiss();
+        triggered();
+    }
 
     contentItem: Item {
         TFIcon {

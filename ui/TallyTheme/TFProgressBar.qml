@@ -8,6 +8,8 @@ T.ProgressBar {
     implicitWidth: 160
     implicitHeight: 6
     Accessible.role: Accessible.ProgressBar
+    // Screen readers get no value of a progress bar from the toolkit.
+    Accessible.description: Math.floor(position * 100) + "%"
 
     background: Rectangle {
         radius: height / 2
