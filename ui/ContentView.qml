@@ -10,7 +10,7 @@ Window {
     required property AppViewModel viewModel
 
     title: "Tally Fold"
-    minimumWidth: sidebar.T.SplitView.minimumWidth + detail.T.SplitView.minimumWidth
+    minimumWidth: sidebar.T.SplitView.minimumWidth + split.edgeWidth + detail.T.SplitView.minimumWidth
     minimumHeight: 520
     color: TallyTheme.backgroundBottom
     visible: true
@@ -26,11 +26,13 @@ Window {
     T.SplitView {
         id: split
 
+        readonly property int edgeWidth: 1
+
         anchors.fill: parent
         orientation: Qt.Horizontal
 
         handle: Item {
-            implicitWidth: 1
+            implicitWidth: split.edgeWidth
 
             Rectangle {
                 anchors.fill: parent
@@ -61,6 +63,7 @@ Window {
             T.SplitView.fillWidth: true
 
             FilesView {
+                objectName: "filesView"
                 anchors.fill: parent
                 viewModel: root.viewModel
                 visible: root.viewModel.mode === AppMode.Files

@@ -32,6 +32,7 @@ FocusScope {
     DropCard {
         id: dropCard
 
+        objectName: "dropCard"
         y: header.y + header.height + (root.isShort ? TallyTheme.space2 : TallyTheme.space4)
         height: root.hasJobs && !dropZone.isTargeted ? collapsedHeight : Math.min(expandedHeight, root.height / 3)
         isCompact: root.hasJobs && !dropZone.isTargeted
