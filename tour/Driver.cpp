@@ -86,8 +86,9 @@ void Driver::drag(const QPoint& from, const QPoint& to) {
 
 void Driver::focus(QWindow& window) {
   waitFor("the keyboard", [&] {
-    if (QGuiApplication::focusWindow() != &window) window.requestActivate();
-    return QGuiApplication::focusWindow() == &window;
+    if (QGuiApplication::focusWindow() == &window && windowWithKeyboard() == window.winId()) return true;
+    window.requestActivate();
+    return false;
   });
 }
 

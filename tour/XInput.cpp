@@ -41,6 +41,13 @@ void XInput::waitFor(const std::string& what, const std::function<bool()>& condi
   if (!QTest::qWaitFor(condition, milliseconds)) throw std::runtime_error("Waited in vain for " + what + ".");
 }
 
+unsigned long XInput::windowWithKeyboard() const {
+  Window window = None;
+  int revert = 0;
+  XGetInputFocus(connection_->display, &window, &revert);
+  return window;
+}
+
 void XInput::movePointer(const QPoint& pixel) {
   XTestFakeMotionEvent(connection_->display, -1, pixel.x(), pixel.y(), CurrentTime);
   XSync(connection_->display, False);

@@ -25,6 +25,9 @@ class XInput {
   /// Handles events until `condition` holds.
   static void waitFor(const std::string& what, const std::function<bool()>& condition, int milliseconds = patience);
 
+  /// The window that gets what is typed.
+  [[nodiscard]] unsigned long windowWithKeyboard() const;
+
   /// In pixels of the display.
   void movePointer(const QPoint& pixel);
   void button(unsigned number, bool isDown);
