@@ -57,7 +57,11 @@ void WindowFixture::SetUp() {
 
 void WindowFixture::TearDown() {
   for (const std::string& warning : std::exchange(warnings, {})) ADD_FAILURE() << warning;
-  if (!HasFailure()) return;
+  if (HasFailure()) keepScreenshot();
+  model.cancelProcessing();
+}
+
+void WindowFixture::keepScreenshot() {
   const auto* test = testing::UnitTest::GetInstance()->current_test_info();
   const fs::path picture =
       fs::path(SCREENSHOT_FOLDER) / (std::string(test->test_suite_name()) + "." + test->name() + ".png");

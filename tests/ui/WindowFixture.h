@@ -55,6 +55,9 @@ class WindowFixture : public testing::Test {
   AppViewModel& model = program->viewModel();
   QQuickWindow& window = program->window();
   Driver driver{program->window()};
+
+ private:
+  void keepScreenshot();
 };
 
 /// Every item of the tree below `root`, itself included, that is visible.

@@ -1,0 +1,210 @@
+// From what a desktop drops to a list of files, with items that load on other threads.
+
+#include <algorithm>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <latch>
+#include <mutex>
+#include <sys/stat.h>
+#include <thread>
+
+#include <QCoreApplication>
+#include <QThread>
+
+#include "app/FileLocation.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tour/XInput.h"
+#include "ui/DropHandling.h"
+
+namespace {
+
+struct Look {
+  std::string path;
+  std::thread::id thread;
+};
+std::mutex looksMutex;
+std::vector<Look> looks;
+
+}  // namespace
+
+// Stands before the system's function of this name for the whole program, and tells which thread asked.
+extern "C" int stat(const char* path, struct stat* status) noexcept {
+  {
+    const std::lock_guard lock(looksMutex);
+    looks.push_back({path, std::this_thread::get_id()});
+  }
+  return fstatat(AT_FDCWD, path, status, 0);
+}
+
+namespace tallyfold::test {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::UnorderedElementsAre;
+
+const QUrl file(QStringLiteral("file:///some/file"));
+
+TEST(DroppedItemTest, BecomesTheLocationThatItStandsFor) {
+  const std::vector<std::pair<QVariant, QUrl>> cases = {
+      {QVariant(), QUrl()},
+      {file, file},
+      {QByteArray("file:///some/file"), file},
+      {QString("file:///some/file"), file},
+      {QByteArray("file:///50%25%20of%20it"), QUrl::fromLocalFile("/50% of it")},
+      {QString("file:///ü"), QUrl::fromLocalFile("/ü")},
+      {QByteArray("https://example.org/"), QUrl("https://example.org/")},
+      {QString("file://[no such host/file"), QUrl()},
+      {QByteArray("file:///50%"), QUrl()},
+      {QString(), QUrl()},
+      {QByteArray(), QUrl()},
+      {42, QUrl()},
+      {QStringList{"file:///some/file"}, QUrl()},
+  };
+  for (const auto& [item, url] : cases) {
+    const QUrl location = droppedFileURL(item);
+    // What did not parse remembers why, and so is not equal to an empty URL.
+    EXPECT_TRUE(url.isEmpty() ? !location.isValid() : location == url) << item.toString().toStdString();
+  }
+  EXPECT_EQ(fileLocation(droppedFileURL(QByteArray("file:///a%FF%0Ab"))), "/a\xFF\nb");
+}
+
+TEST(DroppedItemTest, OnlyFilesAreKeptInTheirOrder) {
+  const QList<QUrl> urls = {QUrl("https://example.org/x"),
+                            QUrl("file:///b"),
+                            QUrl("file:///folder/"),
+                            QUrl(),
+                            QUrl("file:///a"),
+                            QUrl("file:///b"),
+                            QUrl("file:///"),
+                            QUrl("/relative")};
+  EXPECT_THAT(filteredFileURLs(urls), ElementsAre(QUrl("file:///b"), QUrl("file:///a"), QUrl("file:///b")));
+  EXPECT_TRUE(filteredFileURLs({}).isEmpty());
+}
+
+TEST(DroppedItemTest, FoldersAreMarkedWhereTheirUrlDoesNotSaySo) {
+  const TemporaryFolder folder;
+  const auto link = folder.path() / "link \xFF";
+  std::filesystem::create_directory_symlink(folder.path(), link);
+  const QUrl regular = fileUrl(folder.file("file", ""));
+  EXPECT_THAT(
+      markedFolders({fileUrl(folder.path()), regular, fileUrl(link), fileUrl(folder.path() / "vanished")}),
+      ElementsAre(fileUrl(folder.path() / ""), regular, fileUrl(link / ""), fileUrl(folder.path() / "vanished")));
+}
+
+// Delivers its item on a thread of its own, once it may.
+class ThreadedItem : public ItemProvider {
+ public:
+  ThreadedItem(QVariant item, std::latch& gate) : item_(std::move(item)), gate_(gate) {}
+  ~ThreadedItem() override {
+    if (thread_.joinable()) thread_.join();
+  }
+
+  void loadItem(std::function<void(const QVariant&)> completion) override {
+    thread_ = std::thread([this, completion = std::move(completion)] {
+      gate_.wait();
+      completion(item_);
+    });
+  }
+
+ private:
+  QVariant item_;
+  std::latch& gate_;
+  std::thread thread_;
+};
+
+// Delivers at once, on the thread that asks.
+class ImmediateItem : public ItemProvider {
+ public:
+  explicit ImmediateItem(QVariant item) : item_(std::move(item)) {}
+  void loadItem(std::function<void(const QVariant&)> completion) override { completion(item_); }
+
+ private:
+  QVariant item_;
+};
+
+class DropTest : public testing::Test {
+ protected:
+  FilesCallback note() {
+    return [this](const QList<QUrl>& files) {
+      EXPECT_EQ(QThread::currentThread(), QCoreApplication::instance()->thread());
+      drops.push_back(files);
+    };
+  }
+
+  // What was dropped before this has arrived when this has: each drop takes the same way.
+  void finish() {
+    const auto before = drops.size();
+    resolveFileURLs({QUrl("file:///the/last")}, note());
+    XInput::waitFor("the last drop",
+                    [&] { return drops.size() > before && drops.back().front() == QUrl("file:///the/last"); });
+    drops.pop_back();
+  }
+
+  std::vector<QList<QUrl>> drops;
+};
+
+TEST_F(DropTest, AllItemsArriveAtOnceWhateverTheirThreadsDo) {
+  constexpr int count = 40;
+  std::latch gate(1);
+  std::vector<std::shared_ptr<ItemProvider>> items;
+  QList<QUrl> expected;
+  for (int i = 0; i < count; ++i) {
+    const QUrl url(QStringLiteral("file:///nowhere/%1").arg(i));
+    const std::vector<QVariant> kinds = {url, url.toEncoded(), url.toString(), QVariant()};
+    const auto& kind = kinds[static_cast<std::size_t>(i) % kinds.size()];
+    if (kind.isValid()) expected.append(url);
+    items.push_back(std::make_shared<ThreadedItem>(kind, gate));
+  }
+  items.push_back(std::make_shared<ImmediateItem>(QUrl("file:///nowhere/at/once")));
+  expected.append(QUrl("file:///nowhere/at/once"));
+  resolveBigSurFileURLs(items, note());
+  QCoreApplication::processEvents();
+  EXPECT_TRUE(drops.empty()) << "Not before the last item is there";
+  gate.count_down();
+  XInput::waitFor("the drop", [&] { return !drops.empty(); });
+  EXPECT_THAT(drops.front(), testing::UnorderedElementsAreArray(expected));
+  finish();
+  EXPECT_EQ(drops.size(), 1U);
+}
+
+TEST_F(DropTest, NothingIsCalledWhenNoFileIsLeft) {
+  const TemporaryFolder folder;
+  std::latch gate(0);
+  {
+    const std::vector<std::shared_ptr<ItemProvider>> items = {
+        std::make_shared<ThreadedItem>(QVariant(), gate),
+        std::make_shared<ThreadedItem>(QString("not a URL at all"), gate),
+        std::make_shared<ThreadedItem>(QUrl("https://example.org/file"), gate),
+        std::make_shared<ThreadedItem>(QUrl("file:///folder/"), gate),
+        std::make_shared<ThreadedItem>(fileUrl(folder.path()), gate),
+    };
+    resolveBigSurFileURLs(items, note());
+  }
+  resolveBigSurFileURLs({}, note());
+  resolveFileURLs({}, note());
+  resolveFileURLs({fileUrl(folder.path()), QUrl("https://example.org/file")}, note());
+  finish();
+  EXPECT_TRUE(drops.empty());
+}
+
+TEST_F(DropTest, ALocationDroppedTwiceIsPassedTwice) {
+  resolveFileURLs({file, QUrl("file:///other"), file}, note());
+  XInput::waitFor("the drop", [&] { return !drops.empty(); });
+  EXPECT_THAT(drops.front(), ElementsAre(file, QUrl("file:///other"), file));
+}
+
+TEST_F(DropTest, TheFileSystemIsNotAskedOnTheInterfaceThread) {
+  const TemporaryFolder folder;
+  const auto path = folder.file("file", "");
+  resolveFileURLs({fileUrl(path)}, note());
+  resolveBigSurFileURLs({std::make_shared<ImmediateItem>(fileUrl(path))}, note());
+  XInput::waitFor("the drops", [&] { return drops.size() == 2; });
+  const std::lock_guard lock(looksMutex);
+  EXPECT_EQ(std::count_if(looks.begin(), looks.end(), [&](const Look& look) { return look.path == path; }), 2);
+  for (const Look& look : looks) EXPECT_TRUE(look.path != path || look.thread != std::this_thread::get_id());
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test

@@ -1,0 +1,193 @@
+// Real drags from another program onto the window.
+
+#include <gmock/gmock.h>
+
+#include <QProcess>
+#include <QSignalSpy>
+
+#include "app/FileLocation.h"
+#include "tests/support/Process.h"
+#include "tests/ui/WindowFixture.h"
+#include "ui/DropZone.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+constexpr QPoint sourceCenter(80, 60);
+const QString uriList = QStringLiteral("text/uri-list");
+
+class DropTest : public WindowFixture {
+ protected:
+  void SetUp() override {
+    WindowFixture::SetUp();
+    zone = qobject_cast<DropZone*>(driver.item("dropZone"));
+    ASSERT_NE(zone, nullptr);
+  }
+
+  void TearDown() override {
+    driver.button(1, false);
+    endSource();
+    WindowFixture::TearDown();
+  }
+
+  void endSource() {
+    source.kill();
+    source.waitForFinished();
+    said.clear();
+  }
+
+  // Starts the other program and a drag from it.
+  void pick(const QString& type, const QByteArray& content) {
+    endSource();
+    source.start(DRAG_SOURCE, {type, content});
+    waitFor("the other program", [&] { return hasSaid("ready"); });
+    driver.movePointer(sourceCenter);
+    driver.button(1, true);
+    waitFor("the drag", [&] {
+      jiggle(sourceCenter);
+      return hasSaid("dragging");
+    });
+  }
+
+  void jiggle(const QPoint& place) {
+    isShifted = !isShifted;
+    driver.movePointer(place + QPoint(isShifted ? 1 : 0, 0));
+  }
+
+  bool hasSaid(const char* word) {
+    said += source.readAllStandardOutput();
+    return said.split('\n').contains(word);
+  }
+
+  void hoverUntil(const std::string& what, const std::function<bool()>& condition) {
+    waitFor(what, [&] {
+      jiggle(zone->mapToGlobal(QPointF(300, 500)).toPoint());
+      return condition();
+    });
+  }
+
+  // Lets go, and returns what the other program was told.
+  std::string release() {
+    driver.button(1, false);
+    waitFor("the end of the drag", [&] { return hasSaid("copy") || hasSaid("nothing"); });
+    return hasSaid("copy") ? "copy" : "nothing";
+  }
+
+  std::string drop(const QString& type, const QByteArray& content) {
+    pick(type, content);
+    hoverUntil("the target", [&] { return zone->isTargeted(); });
+    return release();
+  }
+
+  // The names of all files, once their run is over.
+  std::vector<std::string> hashedNames() {
+    waitFor("the run", [&] { return !model.isProcessing() && model.overallProgress() == 1; });
+    std::vector<std::string> names;
+    for (const FileJob& job : model.jobs()->jobs()) names.push_back(job.url->filename());
+    return names;
+  }
+
+  static QByteArray line(const std::filesystem::path& path) { return fileUrl(path).toEncoded() + "\r\n"; }
+
+  DropZone* zone = nullptr;
+  QProcess source;
+  QByteArray said;
+  bool isShifted = false;
+};
+
+TEST_F(DropTest, AFileIsTargetedAndHashed) {
+  const auto file = folder.file("file", "abc");
+  const QRectF card = driver.item("dropCard")->boundingRect();
+  QSignalSpy targeted(zone, &DropZone::isTargetedChanged);
+  pick(uriList, line(file));
+  EXPECT_FALSE(zone->isTargeted());
+  hoverUntil("the target", [&] { return zone->isTargeted(); });
+  EXPECT_TRUE(driver.item("dropCard")->property("isTargeted").toBool());
+  EXPECT_EQ(model.jobs()->count(), 0);
+  EXPECT_EQ(release(), "copy");
+  EXPECT_FALSE(zone->isTargeted());
+  EXPECT_EQ(targeted.count(), 2);
+  EXPECT_THAT(hashedNames(), testing::ElementsAre("file"));
+  EXPECT_EQ(model.results().front()->hashes.find(HashAlgorithm::sha256),
+            "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+  EXPECT_EQ(state(0), FileJobListModel::Complete);
+  waitFor("a smaller card", [&] { return driver.item("dropCard")->height() < card.height(); });
+
+  // A second drop adds to the list, and hashes all of it again.
+  EXPECT_EQ(drop(uriList, line(folder.file("other", ""))), "copy");
+  waitFor("both files", [&] { return model.results().size() == 2 && !model.isProcessing(); });
+}
+
+TEST_F(DropTest, OfFoldersAndFilesOnlyTheFilesAreTaken) {
+  QSignalSpy lists(model.jobs(), &FileJobListModel::countChanged);
+  EXPECT_EQ(drop(uriList, line(folder.path())), "copy");
+  const auto file = folder.file("file", "");
+  EXPECT_EQ(drop(uriList, line(folder.path()) + line(file) + line(folder.path() / "")), "copy");
+  EXPECT_THAT(hashedNames(), testing::ElementsAre("file"));
+  EXPECT_EQ(lists.count(), 1);
+  EXPECT_EQ(model.errorMessage(), "");
+}
+
+TEST_F(DropTest, AFileDroppedTwiceIsQueuedOnce) {
+  const auto file = folder.file("file", "");
+  EXPECT_EQ(drop(uriList, line(file) + line(folder.path() / "." / "file") + line(file)), "copy");
+  EXPECT_THAT(hashedNames(), testing::ElementsAre("file"));
+}
+
+TEST_F(DropTest, NamesAreBytes) {
+  const std::vector<std::string> names = {"\xFF\xFE", "line\nbreak", "50% #1?", "ünïcödé \u202E"};
+  QByteArray lines;
+  for (const std::string& name : names) lines += line(folder.file(name, name));
+  EXPECT_EQ(drop(uriList, lines), "copy");
+  EXPECT_EQ(hashedNames(), names);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    EXPECT_EQ(model.results().at(i)->hashes.find(HashAlgorithm::sha256),
+              outputOf({"sha256sum", "--zero", (folder.path() / names[i]).string()}).substr(0, 64));
+  }
+}
+
+TEST_F(DropTest, ProgramsThatOfferOnlyTextOrBytesAreUnderstood) {
+  const auto first = folder.file("first", "");
+  const auto second = folder.file("second", "");
+  EXPECT_EQ(drop("text/plain", "not a location\n" + line(first) + "https://example.org/file\n" + line(folder.path())),
+            "copy");
+  EXPECT_THAT(hashedNames(), testing::ElementsAre("first"));
+  EXPECT_EQ(drop("text/x-moz-url-data", fileUrl(second).toEncoded()), "copy");
+  waitFor("both files", [&] { return model.results().size() == 2 && !model.isProcessing(); });
+}
+
+TEST_F(DropTest, WhatCannotBeUsedIsRefusedWhileItHovers) {
+  QSignalSpy targeted(zone, &DropZone::isTargetedChanged);
+  pick("application/x-color", "red");
+  for (int i = 0; i < 20; ++i) hoverUntil("an event", [n = 0]() mutable { return ++n > 3; });
+  EXPECT_EQ(release(), "nothing");
+  EXPECT_EQ(targeted.count(), 0);
+  EXPECT_EQ(model.jobs()->count(), 0);
+}
+
+TEST_F(DropTest, ADragThatGoesAwayLeavesNothing) {
+  pick(uriList, line(folder.file("file", "")));
+  hoverUntil("the target", [&] { return zone->isTargeted(); });
+  waitFor("the drag to leave", [&] {
+    jiggle({1900, 1190});
+    return !zone->isTargeted();
+  });
+  EXPECT_EQ(release(), "nothing");
+  EXPECT_EQ(model.jobs()->count(), 0);
+}
+
+TEST_F(DropTest, DuringARunDropsAreRefusedAndTheListStays) {
+  add({endlessFile()});
+  driver.press({"Control_L", "Return"});
+  waitFor("the run", [&] { return model.isProcessing(); });
+  pick(uriList, line(folder.file("file", "")));
+  for (int i = 0; i < 20; ++i) hoverUntil("an event", [n = 0]() mutable { return ++n > 3; });
+  EXPECT_FALSE(zone->isTargeted());
+  EXPECT_EQ(release(), "nothing");
+  EXPECT_EQ(model.jobs()->count(), 1);
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test
