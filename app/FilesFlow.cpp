@@ -93,7 +93,11 @@ void AppViewModel::addFiles(const QList<QUrl>& urls) {
 void AppViewModel::addDroppedFiles(const QList<QUrl>& urls) {
   const int before = jobs_.count();
   addFiles(urls);
-  if (jobs_.count() > before) startProcessing();
+  const QString limit = errorMessage_;
+  if (jobs_.count() == before) return;
+  startProcessing();
+  // The start forgets the errors of the last run, and must not forget that some of this drop had no room.
+  setErrorMessage(limit);
 }
 
 void AppViewModel::chooseFiles() {

@@ -111,6 +111,15 @@ TEST_F(AddFiles, DropStartsARunOnlyWhenTheQueueGrew) {
   EXPECT_THAT(states(), ElementsAre("complete", "complete"));
 }
 
+TEST_F(AddFiles, DropThatFillsTheQueueStartsAndSaysThatNotAllHadRoom) {
+  model_->addFiles(vanishedFiles(99'999));
+  model_->addDroppedFiles({urlOf("/elsewhere/a"), urlOf("/elsewhere/b")});
+  EXPECT_TRUE(model_->isProcessing());
+  EXPECT_EQ(model_->errorMessage(), QStringLiteral("The file queue is limited to 100,000 items."));
+  model_->cancelProcessing();
+  ASSERT_TRUE(runEnds());
+}
+
 TEST_F(AddFiles, ChosenFilesAreQueuedUnlessARunHasBegun) {
   const auto file = folder_.file("abc", "abc");
   model_->chooseFiles();

@@ -36,6 +36,10 @@ Item {
             hintingPreference: Font.PreferNoHinting
         }
 
+        ShortcutPassage {
+            target: edit
+        }
+
         DigestGrouping {
             id: grouping
 
