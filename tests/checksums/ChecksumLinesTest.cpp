@@ -129,6 +129,7 @@ TEST(ChecksumLines, SFVForm) {
       {"a\u2003" + d8, crc + " [a]"},
       {"caf\u00E9\u00A00x" + d8, crc + " [caf\u00E9]"},
       {"a\xE2\x80 " + d8, crc + " [a\xE2\x80]"},
+      {"a \x80\x80 " + d8, crc + " [a \x80\x80]"},
       {d32 + " " + d8, crc + " [" + d32 + "]"},
       {"MD5 (a) = " + d8, crc + " [MD5 (a) =]"},
       {"a " + d8 + " ", unsupported},
