@@ -1,11 +1,10 @@
 #include "tests/support/Process.h"
 
+#include <array>
 #include <spawn.h>
+#include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <array>
-#include <stdexcept>
 
 namespace tallyfold::test {
 

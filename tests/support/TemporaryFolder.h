@@ -16,8 +16,8 @@ class TemporaryFolder {
 
   [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
-  /// Writes (or rewrites in place) a file with these bytes and returns its path. `name` is bytes, any that a file name may
-  /// hold.
+  /// Writes (or rewrites in place) a file with these bytes and returns its path. `name` is bytes, any that a file name
+  /// may hold.
   std::filesystem::path file(std::string_view name, std::string_view content) const;
 
  private:
