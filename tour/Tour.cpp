@@ -68,10 +68,10 @@ class Tour {
       lines.append(algorithm.rawValue()).append(": ").append(first.hashes.find(algorithm).value());
     }
     driver_.click("copyAll");
-    require(driver_.clipboard() == lines, "The clipboard has all checksums of the selected file");
+    Driver::waitFor("all checksums of the selected file", [&] { return driver_.clipboard() == lines; });
     driver_.click("copy SHA-256");
-    require(driver_.clipboard() == first.hashes.find(HashAlgorithm::sha256).value(),
-            "The clipboard has the one digest");
+    Driver::waitFor("the one digest",
+                    [&] { return driver_.clipboard() == first.hashes.find(HashAlgorithm::sha256).value(); });
     show("copied");
   }
 

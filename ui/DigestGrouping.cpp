@@ -28,7 +28,7 @@ void DigestGrouping::setFont(const QFont& font) {
 
 qreal DigestGrouping::groupWidth() const {
   // Measured in the middle of a line as it will be laid out: the sum of the characters' own widths is not quite it.
-  QTextLayout layout(QString(3 * groupLength, u'0'), font_);
+  QTextLayout layout(QString(qsizetype{3} * groupLength, u'0'), font_);
   QList<QTextLayout::FormatRange> ranges;
   for (int last = groupLength - 1; last < layout.text().size(); last += groupLength) ranges.append({last, 1, spaced()});
   layout.setFormats(ranges);
