@@ -14,7 +14,7 @@ namespace tallyfold {
 /// limit is a std::runtime_error that says what was awaited.
 class XInput {
  public:
-  static constexpr int patience = 20'000;  ///< Milliseconds that any wait may take.
+  static constexpr int patience = 60'000;  ///< Milliseconds that any wait may take.
 
   /// For the X display in the environment, which nobody else uses.
   XInput();
