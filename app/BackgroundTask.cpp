@@ -85,6 +85,11 @@ void BackgroundTask::cancel() {
   if (run_ != nullptr) run_->cancellation.request_stop();
 }
 
+void BackgroundTask::abandon() {
+  cancel();
+  run_ = nullptr;
+}
+
 void BackgroundTask::runDetached(std::function<void()> job) {
   LiveWorkers::shared().add(1);
   try {
