@@ -2,6 +2,8 @@
 //   start_up_bench PROGRAM [RUNS]
 // Needs a display without other windows, such as that of packaging/with-display.
 
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -15,9 +17,6 @@
 #include <thread>
 #include <unistd.h>
 #include <vector>
-
-#include <X11/Xlib.h>
-#include <X11/Xutil.h>
 
 namespace {
 
