@@ -1,5 +1,12 @@
 #include "core/Processor.h"
 
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+#ifdef __linux__
+#include <sched.h>
+#endif
 #ifdef __x86_64__
 #include <cpuid.h>
 #endif
@@ -7,6 +14,8 @@
 namespace tallyfold {
 
 namespace {
+
+std::atomic<unsigned> pretendedCores = 0;
 
 #ifdef __x86_64__
 
@@ -56,6 +65,17 @@ ProcessorFeatures detect() { return 0; }
 ProcessorFeatures processorFeatures() {
   static const ProcessorFeatures features = detect();
   return features;
+}
+
+void pretendCores(unsigned cores) { pretendedCores = cores; }
+
+unsigned availableCores() {
+  if (const unsigned pretended = pretendedCores; pretended > 0) return pretended;
+#ifdef __linux__
+  cpu_set_t cores;
+  if (sched_getaffinity(0, sizeof cores, &cores) == 0) return static_cast<unsigned>(std::max(CPU_COUNT(&cores), 1));
+#endif
+  return std::max(std::thread::hardware_concurrency(), 1U);
 }
 
 }  // namespace tallyfold

@@ -17,4 +17,10 @@ inline constexpr ProcessorFeatures kVPCLMULQDQ = 1U << 5;  ///< Carry-less multi
 /// Asked once per process. Any thread.
 ProcessorFeatures processorFeatures();
 
+/// How many processor cores this process may use now, at least 1. Any thread.
+unsigned availableCores();
+
+/// Makes `availableCores` return this from now on, for tests and benchmarks; the truth again for 0.
+void pretendCores(unsigned cores);
+
 }  // namespace tallyfold
