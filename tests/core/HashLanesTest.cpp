@@ -108,13 +108,10 @@ class HashLanesTest : public testing::TestWithParam<unsigned> {
 
 TEST_P(HashLanesTest, SameDigestsAsOnOneCore) {
   constexpr std::size_t smallest = 2 << 20;
-  constexpr std::size_t slice = 256 << 10;
   constexpr std::size_t chunk = 8 << 20;
-  for (const std::size_t size : {smallest - 1, smallest, smallest + 1, 9 * slice - 1, chunk - 1, chunk, chunk + 1,
-                                 chunk + slice, 2 * chunk, 3 * chunk + 12'345}) {
+  for (const std::size_t size : {smallest - 1, smallest, smallest + 1, chunk + 1, 2 * chunk + 12'345}) {
     const fs::path file = folder.file("file", test::randomBytes(size, test::seedOfThisRun()));
-    for (const HashAlgorithmSet algorithms :
-         {HashAlgorithmSet::all(), HashAlgorithm::recommended, HashAlgorithmSet{HashAlgorithm::sha256}}) {
+    for (const HashAlgorithmSet algorithms : {HashAlgorithmSet::all(), HashAlgorithmSet{HashAlgorithm::sha256}}) {
       EXPECT_EQ(digestsOf(file, algorithms), digestsOnOneCore(file, algorithms)) << size << " bytes";
     }
   }
