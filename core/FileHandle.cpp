@@ -48,6 +48,13 @@ int SystemCalls::fsync(int descriptor) { return ::fsync(descriptor); }
 int SystemCalls::fstat(int descriptor, struct stat* status) { return ::fstat(descriptor, status); }
 int SystemCalls::stat(const char* path, struct stat* status) { return ::stat(path, status); }
 int SystemCalls::lstat(const char* path, struct stat* status) { return ::lstat(path, status); }
+int SystemCalls::willNeed(int descriptor, off_t offset, off_t count) {
+#ifdef POSIX_FADV_WILLNEED
+  return posix_fadvise(descriptor, offset, count, POSIX_FADV_WILLNEED);
+#else
+  return 0;
+#endif
+}
 int SystemCalls::rename(const char* source, const char* destination) { return ::rename(source, destination); }
 
 SystemCalls& SystemCalls::current() {
@@ -77,6 +84,10 @@ FileHandle::~FileHandle() {
 std::size_t FileHandle::read(std::span<std::byte> bytes) {
   return static_cast<std::size_t>(
       checked([&](SystemCalls& system) { return system.read(descriptor_, bytes.data(), bytes.size()); }));
+}
+
+void FileHandle::willNeed(std::int64_t offset, std::int64_t count) {
+  SystemCalls::current().willNeed(descriptor_, offset, count);
 }
 
 void FileHandle::write(std::span<const std::byte> bytes) {

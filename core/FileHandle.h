@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <span>
 #include <sys/types.h>
@@ -25,6 +26,7 @@ class SystemCalls {
   virtual int fstat(int descriptor, struct stat* status);
   virtual int stat(const char* path, struct stat* status);
   virtual int lstat(const char* path, struct stat* status);
+  virtual int willNeed(int descriptor, off_t offset, off_t count);
   virtual int rename(const char* source, const char* destination);
 
   static SystemCalls& current();
@@ -49,6 +51,9 @@ class FileHandle {
 
   /// One read. Returns how many bytes came, 0 only at the end of the file (or for an empty span).
   std::size_t read(std::span<std::byte> bytes);
+
+  /// Asks the system to begin fetching so many bytes from there on. A wish: nothing tells whether it was heard.
+  void willNeed(std::int64_t offset, std::int64_t count);
 
   /// Writes everything, in as many calls as the system wants.
   void write(std::span<const std::byte> bytes);

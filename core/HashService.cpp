@@ -4,10 +4,14 @@
 #include <chrono>
 #include <fcntl.h>
 #include <limits>
+#include <memory>
 #include <system_error>
 
 #include "core/Errors.h"
+#include "core/HashLanes.h"
 #include "core/HashPipeline.h"
+#include "core/LanePlan.h"
+#include "core/Processor.h"
 #include "core/ReadBuffer.h"
 
 namespace tallyfold::HashService {
@@ -21,20 +25,67 @@ std::int64_t saturatingSum(std::int64_t a, std::int64_t b) {
   return a > largest - b ? largest : a + b;
 }
 
-/// Feeds `size` bytes to `pipeline`, never reading past them.
-void readInto(HashPipeline& pipeline, FileHandle& handle, std::int64_t size, const std::stop_token& cancellation,
+/// One pipeline on the calling thread, and the chunk that it is fed from.
+class OneLane {
+ public:
+  OneLane(HashAlgorithmSet algorithms, std::int64_t size)
+      : pipeline_(algorithms), buffer_(static_cast<std::size_t>(std::min(size, chunkSize))) {}
+
+  [[nodiscard]] std::span<std::byte> room(std::size_t wanted) const {
+    return buffer_.first(std::min(wanted, buffer_.size()));
+  }
+
+  /// In slices that stay in a second-level cache while one algorithm after another reads them.
+  void absorb(std::size_t count) {
+    constexpr std::size_t most = 128 << 10;
+    for (auto bytes = buffer_.first(count); !bytes.empty(); bytes = bytes.subspan(std::min(bytes.size(), most))) {
+      pipeline_.update(bytes.first(std::min(bytes.size(), most)));
+    }
+  }
+
+  [[nodiscard]] DigestMap finalize() { return pipeline_.finalize(); }
+
+ private:
+  HashPipeline pipeline_;
+  ReadBuffer buffer_;
+};
+
+/// Lanes for a file of this size, or none where one lane is as good: for a small file, on one core, or when the system
+/// has no more threads.
+std::unique_ptr<HashLanes> newLanes(HashAlgorithmSet algorithms, std::int64_t size) {
+  constexpr std::int64_t large = 2 << 20;  // Hashed in the time of many thread starts, whatever the algorithm.
+  if (size < large) return nullptr;
+  const unsigned cores = availableCores();
+  if (cores == 1) return nullptr;
+  const LanePlan plan = planForCores(algorithms, measuredCosts(), cores);
+  if (plan.lanes.size() == 1) return nullptr;
+  try {
+    return std::make_unique<HashLanes>(plan, size, static_cast<std::size_t>(std::min(size, chunkSize)));
+  } catch (const std::system_error&) {
+    return nullptr;
+  }
+}
+
+/// Feeds `size` bytes to `lanes`, never reading past them.
+template <typename Lanes>
+void readInto(Lanes& lanes, FileHandle& handle, std::int64_t size, const std::stop_token& cancellation,
               const ProgressCallback& progress) {
-  const ReadBuffer buffer(static_cast<std::size_t>(std::min(size, chunkSize)));
   const std::int64_t step = progressStep(size);
   std::int64_t due = step;
   std::int64_t bytesRead = 0;
+  std::int64_t announced = 0;
   while (bytesRead < size) {
     checkCancellation(cancellation);
-    const auto wanted = static_cast<std::size_t>(std::min(size - bytesRead, chunkSize));
-    const std::size_t count = handle.read(buffer.first(wanted));
+    const std::size_t count = handle.read(lanes.room(static_cast<std::size_t>(size - bytesRead)));
     if (count == 0) fail(HashServiceError::Case::fileChangedDuringRead);
-    pipeline.update(buffer.first(count));
     bytesRead += static_cast<std::int64_t>(count);
+    // What comes next is on its way from the disk while this is hashed.
+    const std::int64_t from = std::max(bytesRead, announced);
+    if (from < size && bytesRead + chunkSize / 2 >= announced) {
+      handle.willNeed(from, std::min(size - from, chunkSize));
+      announced = from + chunkSize;
+    }
+    lanes.absorb(count);
     if (bytesRead < size && bytesRead >= due) {
       progress(static_cast<double>(bytesRead) / static_cast<double>(size));
       due = saturatingSum(bytesRead, step);
@@ -99,13 +150,17 @@ FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, 
   if (algorithms.empty()) fail(HashServiceError::Case::noAlgorithms);
   auto [handle, initial] = openRegularFileForReading(url);
   validatePath(url, initial);
-  HashPipeline pipeline(algorithms);
-
-  const auto start = std::chrono::steady_clock::now();
-  readInto(pipeline, handle, initial.fileSize, cancellation, progress);
-  checkCancellation(cancellation);
-  if (fileSnapshot(handle) != initial) fail(HashServiceError::Case::fileChangedDuringRead);
-  DigestMap hashes = pipeline.finalize();
+  const std::int64_t size = initial.fileSize;
+  auto start = std::chrono::steady_clock::now();
+  const auto hashWith = [&, &handle = handle, &initial = initial](auto&& lanes) {
+    start = std::chrono::steady_clock::now();
+    readInto(lanes, handle, size, cancellation, progress);
+    checkCancellation(cancellation);
+    if (fileSnapshot(handle) != initial) fail(HashServiceError::Case::fileChangedDuringRead);
+    return lanes.finalize();
+  };
+  const std::unique_ptr<HashLanes> lanes = newLanes(algorithms, size);
+  DigestMap hashes = lanes ? hashWith(*lanes) : hashWith(OneLane(algorithms, size));
   validateUnchanged(handle, url, initial);
   const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
 

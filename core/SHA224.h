@@ -19,13 +19,10 @@ class SHA224 {
  private:
   static constexpr std::size_t blockSize = 64;
 
-  void processBlock(std::span<const std::byte, blockSize> block);
-
   std::array<std::uint32_t, 8> state_{0xc1059ed8, 0x367cd507, 0x3070dd17, 0xf70e5939,
                                       0xffc00b31, 0x68581511, 0x64f98fa7, 0xbefa4fa4};
   std::array<std::byte, blockSize> partial_{};  ///< The bytes of an incomplete block, `partialSize_` of them.
   std::size_t partialSize_ = 0;
-  std::array<std::uint32_t, 64> words_{};  ///< Message schedule of the block in work.
   std::uint64_t totalBytes_ = 0;
 };
 

@@ -1,20 +1,29 @@
 #include "core/blake3/Blake3.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <new>
 
 #include "core/blake3/Constants.h"
+#include "core/blake3/Kernels.h"
 
 using namespace tallyfold::blake3;
 
 namespace {
 
-using ChainingValue = std::array<std::uint32_t, 8>;
-using MessageWords = std::array<std::uint32_t, 16>;
+using ChainingValue = std::array<std::uint32_t, kChainingWords>;
+using MessageWords = std::array<std::uint32_t, kMessageWords>;
 
 /// Levels of the tree below the root: 2^54 chunks of 2^10 bytes are the 2^64 bytes that BLAKE3 can take.
 constexpr std::size_t kMaximumDepth = 54;
+
+/// How many chunks are compressed before their parents are: many, so that the upper levels of the tree, which are too
+/// narrow for wide registers, are few; and few, so that the row stays in the first-level cache.
+constexpr std::size_t kChunksAtOnce = 128;
+
+/// Chaining values of neighbours, from the second place on. The first place is for the sibling of the first of them.
+using ChunkRow = std::array<ChainingValue, kChunksAtOnce + 1>;
 
 }  // namespace
 
@@ -42,23 +51,12 @@ struct Node {
   std::uint32_t flags;
 
   [[nodiscard]] ChainingValue compress(std::uint32_t moreFlags = 0) const {
-    std::array<std::uint32_t, 16> output;
-    tf_b3_compress(chainingValue.data(), message.data(), counter, blockLength, flags | moreFlags, output.data());
     ChainingValue result;
-    std::copy_n(output.begin(), result.size(), result.begin());
+    kernels.current().compress(chainingValue.data(), message.data(), counter, blockLength, flags | moreFlags,
+                               result.data());
     return result;
   }
 };
-
-MessageWords littleEndianWords(const std::uint8_t* block) {
-  MessageWords words;
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    const std::uint8_t* const b = block + 4 * i;
-    words[i] = static_cast<std::uint32_t>(b[0]) | static_cast<std::uint32_t>(b[1]) << 8 |
-               static_cast<std::uint32_t>(b[2]) << 16 | static_cast<std::uint32_t>(b[3]) << 24;
-  }
-  return words;
-}
 
 std::uint32_t startFlag(const tf_blake3& context) { return context.blocksCompressed == 0 ? kChunkStart : 0U; }
 
@@ -75,11 +73,18 @@ Node chunkNode(const tf_blake3& context) {
           context.blockLength, context.chunkFlags | startFlag(context) | kChunkEnd};
 }
 
-void compressBlock(tf_blake3& context, const std::uint8_t* block) {
-  const Node node{context.chunkChainingValue, littleEndianWords(block), context.chunkCounter, kBlockSize,
-                  context.chunkFlags | startFlag(context)};
-  context.chunkChainingValue = node.compress();
-  ++context.blocksCompressed;
+/// Takes full blocks into the chunk in progress, none of them its last.
+void compressBlocks(tf_blake3& context, const std::uint8_t* blocks, std::size_t count) {
+  const Kernel& kernel = kernels.current();
+  std::uint32_t* const chainingValue = context.chunkChainingValue.data();
+  if (context.blocksCompressed == 0 && count > 0) {
+    kernel.absorb(chainingValue, blocks, 1, context.chunkCounter, context.chunkFlags | kChunkStart);
+    ++context.blocksCompressed;
+    blocks += kBlockSize;
+    --count;
+  }
+  kernel.absorb(chainingValue, blocks, count, context.chunkCounter, context.chunkFlags);
+  context.blocksCompressed = static_cast<std::uint8_t>(context.blocksCompressed + count);
 }
 
 void clearBlock(tf_blake3& context) {
@@ -87,28 +92,68 @@ void clearBlock(tf_blake3& context) {
   context.blockLength = 0;
 }
 
-/// Adds a finished chunk to the tree. Every trailing zero bit of the number of chunks so far is a pair of subtrees of
-/// equal size that is complete now, and becomes one.
-void pushChunk(tf_blake3& context, ChainingValue chainingValue) {
-  std::uint64_t total = context.chunkCounter + 1;
-  while (total % 2 == 0 && context.stackLength > 0) {
-    chainingValue = parentNode(context, context.stack[--context.stackLength], chainingValue).compress();
-    total /= 2;
-  }
+void push(tf_blake3& context, const ChainingValue& chainingValue) {
   if (context.stackLength < kMaximumDepth) context.stack[context.stackLength++] = chainingValue;
 }
 
+/// Adds `count` finished chunks, which `row` holds from its second place on, to the tree; there is more input behind
+/// them. Level by level, every pair of subtrees that is complete now becomes one, the pairs of a level side by side.
+void pushChunks(tf_blake3& context, ChunkRow& row, std::size_t count) {
+  const Kernel& kernel = kernels.current();
+  std::array<ChainingValue, kMaximumDepth + 1> withoutSibling;
+  std::uint64_t present = 0;  // A bit per level that has such a subtree.
+  std::uint64_t first = context.chunkCounter;
+  ChunkRow other;
+  ChunkRow* children = &row;
+  ChunkRow* parents = &other;
+  context.chunkCounter += count;
+  for (std::size_t level = 0; count > 0; ++level, first /= 2) {
+    std::size_t begin = 1;
+    if (first % 2 == 1) {
+      (*children)[--begin] = context.stack[--context.stackLength];
+      ++count;
+    }
+    if (count % 2 == 1) {
+      withoutSibling[level] = (*children)[begin + count - 1];
+      present |= std::uint64_t{1} << level;
+    }
+    count /= 2;
+    kernel.parents((*children)[begin].data(), count, (*parents)[1].data());
+    std::swap(children, parents);
+  }
+  // The larger a subtree, the further down in the stack it belongs.
+  while (present != 0) {
+    const int level = 63 - std::countl_zero(present);
+    present ^= std::uint64_t{1} << level;
+    push(context, withoutSibling[static_cast<std::size_t>(level)]);
+  }
+}
+
 void completeChunk(tf_blake3& context) {
-  pushChunk(context, chunkNode(context).compress());
+  ChunkRow row;
+  row[1] = chunkNode(context).compress();
+  pushChunks(context, row, 1);
   context.chunkChainingValue = context.keyWords;
-  ++context.chunkCounter;
   clearBlock(context);
   context.blocksCompressed = 0;
   context.chunkFlags = context.baseFlags;
 }
 
-/// Absorbs bytes that all belong to the chunk in progress. Its last block stays in the buffer even when it is full:
-/// only later input, or finalize, tells whether it is the end of the chunk or even of the root.
+/// Absorbs complete chunks from between two chunks, all that have input behind them. Returns how many bytes those were.
+std::size_t absorbChunks(tf_blake3& context, const std::uint8_t* data, std::size_t length) {
+  const std::size_t total = (length - 1) / kChunkSize;
+  for (std::size_t done = 0; done < total;) {
+    const std::size_t count = std::min(total - done, kChunksAtOnce);
+    ChunkRow row;
+    kernels.current().chunks(data + done * kChunkSize, count, context.chunkCounter, row[1].data());
+    pushChunks(context, row, count);
+    done += count;
+  }
+  return total * kChunkSize;
+}
+
+/// Absorbs bytes, at least one, that all belong to the chunk in progress. Its last block stays in the buffer even when
+/// it is full: only later input, or finalize, tells whether it is the end of the chunk or even of the root.
 void absorb(tf_blake3& context, const std::uint8_t* data, std::size_t length) {
   if (context.blockLength > 0) {
     const std::size_t taken = std::min(length, kBlockSize - context.blockLength);
@@ -117,10 +162,13 @@ void absorb(tf_blake3& context, const std::uint8_t* data, std::size_t length) {
     data += taken;
     length -= taken;
     if (length == 0) return;
-    compressBlock(context, context.block.data());
+    compressBlocks(context, context.block.data(), 1);
     clearBlock(context);
   }
-  for (; length > kBlockSize; data += kBlockSize, length -= kBlockSize) compressBlock(context, data);
+  const std::size_t blocks = (length - 1) / kBlockSize;
+  compressBlocks(context, data, blocks);
+  data += blocks * kBlockSize;
+  length -= blocks * kBlockSize;
   std::memcpy(context.block.data(), data, length);
   context.blockLength = static_cast<std::uint8_t>(length);
 }
@@ -143,6 +191,11 @@ void tf_blake3_update(tf_blake3* context, const void* data, std::size_t length) 
     if (filled == kChunkSize) {
       completeChunk(*context);
       filled = 0;
+    }
+    if (filled == 0) {
+      const std::size_t absorbed = absorbChunks(*context, bytes, length);
+      bytes += absorbed;
+      length -= absorbed;
     }
     const std::size_t taken = std::min(length, kChunkSize - filled);
     absorb(*context, bytes, taken);

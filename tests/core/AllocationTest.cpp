@@ -1,13 +1,17 @@
 // The allocation functions of this program are its own, so that a test can see how much is allocated, refuse it, and
-// look at memory at the moment it is given back.
+// look at memory at the moment it is given back; so is the one that starts threads, so that a test can refuse them.
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
+#include <climits>
 #include <cstddef>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <new>
+#include <pthread.h>
 #include <span>
 
 #include "core/BLAKE3Stream.h"
@@ -15,6 +19,7 @@
 #include "core/FileComparison.h"
 #include "core/HashPipeline.h"
 #include "core/HashService.h"
+#include "core/Processor.h"
 #include "core/TextHashing.h"
 #include "core/blake3/Blake3.h"
 #include "tests/support/TemporaryFolder.h"
@@ -26,6 +31,9 @@ std::atomic<std::size_t> largestAllocation = 0;
 std::atomic<std::size_t> lastSizeThatMayFail = 0;
 std::atomic<void*> watched = nullptr;
 std::atomic<bool> watchedWasZeroWhenFreed = false;
+
+std::atomic<int> threadsStarted = 0;
+std::atomic<int> mostThreads = INT_MAX;
 
 constexpr std::align_val_t kUsual{alignof(std::max_align_t)};
 
@@ -68,6 +76,13 @@ void operator delete(void* memory, std::size_t) noexcept { release(memory); }
 void operator delete[](void* memory, std::align_val_t) noexcept { release(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
 
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument) {
+  static const auto real = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+  if (threadsStarted == mostThreads) return EAGAIN;
+  ++threadsStarted;
+  return real(thread, attributes, body, argument);
+}
+
 namespace tallyfold {
 namespace {
 
@@ -88,6 +103,35 @@ TEST_F(RefusedAllocation, StreamAndPipelineFailWithTheirSentence) {
     EXPECT_EQ(error.value(), BLAKE3Stream::Error::allocationFailed);
     EXPECT_STREQ(error.what(), "BLAKE3 could not allocate its hashing context.");
   }
+}
+
+TEST_F(RefusedAllocation, LaneOfAnotherThreadFailsWithItsSentence) {
+  const test::TemporaryFolder folder;
+  const std::filesystem::path file = folder.file("file", "");
+  std::filesystem::resize_file(file, 20'000'000);
+  pretendCores(9);
+  EXPECT_THROW(HashService::hashFile(file, Uuid(), HashAlgorithmSet::all(), {}, [](double) {}), BLAKE3Stream::Error);
+  pretendCores(0);
+}
+
+TEST(RefusedThread, OneLaneDoesTheWorkOfAll) {
+  const test::TemporaryFolder folder;
+  const std::filesystem::path file = folder.file("file", "");
+  std::filesystem::resize_file(file, 20'000'000);
+  const auto digests = [&] {
+    return HashService::hashFile(file, Uuid(), HashAlgorithmSet::all(), {}, [](double) {}).hashes;
+  };
+  pretendCores(9);
+  const DigestMap expected = digests();
+  const int started = threadsStarted;
+  ASSERT_GT(started, 1) << "there were no lanes";
+  for (int granted = 0; granted < started; ++granted) {
+    threadsStarted = 0;
+    mostThreads = granted;
+    EXPECT_EQ(digests(), expected) << granted;
+  }
+  mostThreads = INT_MAX;
+  pretendCores(0);
 }
 
 TEST(Allocation, ContextIsWipedBeforeItIsFreed) {

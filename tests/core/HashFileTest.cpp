@@ -14,6 +14,7 @@
 
 #include "core/Errors.h"
 #include "core/HashService.h"
+#include "core/Processor.h"
 #include "tests/core/Oracles.h"
 #include "tests/core/Outcome.h"
 #include "tests/support/Seed.h"
@@ -27,8 +28,12 @@ namespace fs = std::filesystem;
 using test::outcomeOf;
 using testing::ElementsAre;
 
+/// On one core: HashLanesTest has more.
 class HashFile : public testing::Test {
  protected:
+  void SetUp() override { pretendCores(1); }
+  void TearDown() override { pretendCores(0); }
+
   /// A file of zero bytes that takes no space.
   [[nodiscard]] fs::path sparseFile(std::uintmax_t size) const {
     fs::path path = folder.file("sparse", "");

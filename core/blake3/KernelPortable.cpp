@@ -1,26 +1,14 @@
+#include <algorithm>
 #include <bit>
 #include <utility>
 
 #include "core/blake3/Blake3.h"
 #include "core/blake3/Constants.h"
+#include "core/blake3/Kernels.h"
 
 namespace tallyfold::blake3 {
 
 namespace {
-
-constexpr std::size_t kRounds = 7;
-using Schedule = std::array<std::array<std::size_t, 16>, kRounds>;
-
-/// Row r holds the order in which round r reads the message words: the permutation of the paper applied r times.
-constexpr Schedule kSchedule = [] {
-  constexpr std::array<std::size_t, 16> permutation{2, 6, 3, 10, 7, 0, 4, 13, 1, 11, 12, 5, 9, 14, 15, 8};
-  Schedule schedule{};
-  for (std::size_t i = 0; i < 16; ++i) schedule[0][i] = i;
-  for (std::size_t r = 1; r < kRounds; ++r) {
-    for (std::size_t i = 0; i < 16; ++i) schedule[r][i] = schedule[r - 1][permutation[i]];
-  }
-  return schedule;
-}();
 
 /// The quarter-round "G": mixes two message words into one column or diagonal of the state.
 inline void mix(std::uint32_t& a, std::uint32_t& b, std::uint32_t& c, std::uint32_t& d, std::uint32_t x,
@@ -54,7 +42,39 @@ inline void mixRounds(std::array<std::uint32_t, 16>& v, const std::uint32_t* m, 
   (mixRound<round>(v, m), ...);
 }
 
+void compress(const std::uint32_t* chainingValue, const std::uint32_t* message, std::uint64_t counter,
+              std::uint32_t blockLength, std::uint32_t flags, std::uint32_t* output) {
+  std::array<std::uint32_t, 16> all;
+  tf_b3_compress(chainingValue, message, counter, blockLength, flags, all.data());
+  std::copy_n(all.begin(), kChainingWords, output);
+}
+
+void absorb(std::uint32_t* chainingValue, const std::uint8_t* blocks, std::size_t count, std::uint64_t counter,
+            std::uint32_t flags) {
+  for (; count > 0; --count, blocks += kBlockSize) {
+    compress(chainingValue, littleEndianWords(blocks).data(), counter, kBlockSize, flags, chainingValue);
+  }
+}
+
+void chunks(const std::uint8_t* input, std::size_t count, std::uint64_t counter, std::uint32_t* output) {
+  constexpr std::size_t inner = kChunkSize / kBlockSize - 2;
+  for (; count > 0; --count, input += kChunkSize, ++counter, output += kChainingWords) {
+    std::ranges::copy(kIV, output);
+    absorb(output, input, 1, counter, kChunkStart);
+    absorb(output, input + kBlockSize, inner, counter, 0);
+    absorb(output, input + kChunkSize - kBlockSize, 1, counter, kChunkEnd);
+  }
+}
+
+void parents(const std::uint32_t* children, std::size_t count, std::uint32_t* output) {
+  for (; count > 0; --count, children += 2 * kChainingWords, output += kChainingWords) {
+    compress(kIV.data(), children, 0, kBlockSize, kParent, output);
+  }
+}
+
 }  // namespace
+
+const Kernel kernelPortable{"portable", 0, compress, absorb, chunks, parents};
 
 }  // namespace tallyfold::blake3
 

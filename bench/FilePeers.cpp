@@ -1,0 +1,125 @@
+// How long hashing one large file takes, next to b3sum, rhash and OpenSSL in the same run, and what more lanes would
+// bring. Look at ratios; a machine that does something else at the same time spoils those of several cores.
+//
+//     file_peers [MEBIBYTES [ROUNDS]]        (1024 and 5 when not given)
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <openssl/evp.h>
+#include <random>
+#include <sched.h>
+#include <string>
+#include <vector>
+
+#include "bench/Measure.h"
+#include "core/HashService.h"
+#include "core/LanePlan.h"
+#include "core/Processor.h"
+
+namespace {
+
+using namespace tallyfold;
+namespace fs = std::filesystem;
+
+/// A file of so many random bytes, in the page cache, for as long as the object lives.
+class CachedFile {
+ public:
+  explicit CachedFile(int mebibytes) {
+    std::string name = (fs::temp_directory_path() / "tallyfold-bench-XXXXXX").string();
+    const int descriptor = mkstemp(name.data());
+    if (descriptor < 0) throw std::runtime_error("cannot create a file");
+    close(descriptor);
+    path_ = name;
+    std::mt19937_64 engine(1);
+    std::vector<std::uint64_t> words((1 << 20) / sizeof(std::uint64_t));
+    std::ofstream stream(path_, std::ios::binary);
+    for (int i = 0; i < mebibytes; ++i) {
+      std::ranges::generate(words, engine);
+      stream.write(reinterpret_cast<const char*>(words.data()), 1 << 20);
+    }
+    if (!stream.flush()) throw std::runtime_error("cannot write a file");
+  }
+  ~CachedFile() { fs::remove(path_); }
+  CachedFile(const CachedFile&) = delete;
+  CachedFile& operator=(const CachedFile&) = delete;
+
+  [[nodiscard]] const fs::path& path() const { return path_; }
+
+ private:
+  fs::path path_;
+};
+
+/// Runs `work`, and the programs that it starts, on the first core of this thread.
+void onOneCore(const std::function<void()>& work) {
+  cpu_set_t all;
+  sched_getaffinity(0, sizeof all, &all);
+  std::size_t first = 0;
+  while (!CPU_ISSET(first, &all)) ++first;
+  cpu_set_t one;
+  CPU_ZERO(&one);
+  CPU_SET(first, &one);
+  sched_setaffinity(0, sizeof one, &one);
+  work();
+  sched_setaffinity(0, sizeof all, &all);
+}
+
+void opensslSHA256(std::size_t mebibytes) {
+  static const std::vector<unsigned char> bytes(64 << 20, 'x');
+  const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+  EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr);
+  for (std::size_t done = 0; done < mebibytes << 20; done += bytes.size()) {
+    EVP_DigestUpdate(context.get(), bytes.data(), std::min(bytes.size(), (mebibytes << 20) - done));
+  }
+  unsigned char digest[EVP_MAX_MD_SIZE];
+  EVP_DigestFinal_ex(context.get(), digest, nullptr);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const int mebibytes = argc > 1 ? std::atoi(argv[1]) : 1024;
+  const int rounds = argc > 2 ? std::atoi(argv[2]) : 5;
+  const CachedFile file(mebibytes);
+  const HashAlgorithmSet all = HashAlgorithmSet::all();
+  const auto hash = [&](HashAlgorithmSet algorithms) {
+    return [&file, algorithms] { HashService::hashFile(file.path(), Uuid(), algorithms, {}, [](double) {}); };
+  };
+  std::vector<std::string> rhash{"rhash"};
+  for (const char* name : {"--md5", "--sha1", "--sha224", "--sha256", "--sha384", "--sha512", "--crc32"}) {
+    rhash.emplace_back(name);
+  }
+  rhash.push_back(file.path());
+
+  const auto pinned = [](const std::function<void()>& work) { return [work] { onOneCore(work); }; };
+  const std::vector<bench::Entrant> entrants{
+      {"b3sum --num-threads 1 --no-mmap",
+       [&] {
+         bench::run({"b3sum", "--num-threads", "1", "--no-mmap", file.path()});
+       }},
+      {"BLAKE3, one core", pinned(hash({HashAlgorithm::blake3}))},
+      {"BLAKE3", hash({HashAlgorithm::blake3})},
+      {"rhash of seven", [&] { bench::run(rhash); }},
+      {"all eight, one core", pinned(hash(all))},
+      {"all eight", hash(all)},
+      {"OpenSSL's SHA-256, in memory", [&] { opensslSHA256(static_cast<std::size_t>(mebibytes)); }},
+      {"BLAKE3 and SHA-256, one core", pinned(hash(HashAlgorithm::recommended))},
+      {"BLAKE3 and SHA-256", hash(HashAlgorithm::recommended)},
+  };
+  const std::vector<double> seconds = bench::medians(entrants, rounds);
+  std::printf("one file of %d MiB, %u cores, median of %d\n", mebibytes, availableCores(), rounds);
+  for (std::size_t i = 0; i < entrants.size(); ++i) {
+    const double peer = seconds[i - i % 3];
+    std::printf("%-32s %8.3f s   %5.2f times as fast as the peer\n", entrants[i].name.c_str(), seconds[i],
+                peer / seconds[i]);
+  }
+
+  std::printf("\nall eight, time of the slowest lane by the measured costs, and that of the slowest algorithm\n");
+  const AlgorithmCosts& costs = measuredCosts();
+  for (const unsigned lanes : {1U, 2U, 4U, 8U}) {
+    std::printf("%u lanes: %.2f ns per byte, %.2f\n", lanes, planLanes(all, costs, lanes).time,
+                std::ranges::max(costs));
+  }
+}

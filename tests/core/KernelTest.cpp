@@ -1,0 +1,231 @@
+// Every kernel that this processor can run, next to the portable one and next to other programs.
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <random>
+#include <set>
+#include <span>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <sys/mman.h>
+#include <system_error>
+#include <vector>
+
+#include "core/HashPipeline.h"
+#include "core/Processor.h"
+#include "core/blake3/Constants.h"
+#include "core/blake3/Kernels.h"
+#include "core/crc32/Kernels.h"
+#include "core/sha224/Kernels.h"
+#include "tests/core/Oracles.h"
+#include "tests/support/Seed.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace tallyfold {
+namespace {
+
+/// One row of a table of kernels.
+struct Candidate {
+  HashAlgorithm algorithm;
+  std::string name;
+  std::function<void()> pin;
+  std::function<void()> pinReference;
+  std::function<void()> unpin;
+};
+
+void PrintTo(const Candidate& candidate, std::ostream* stream) {
+  *stream << candidate.algorithm.rawValue() << ", " << candidate.name;
+}
+
+template <typename Row>
+void addCandidates(std::vector<Candidate>& candidates, HashAlgorithm algorithm, KernelTable<Row>& kernels) {
+  for (const Row* const row : kernels.supported()) {
+    candidates.push_back({algorithm, row->name, [&kernels, row] { kernels.pin(row); },
+                          [&kernels] { kernels.pin(kernels.supported().front()); },
+                          [&kernels] { kernels.pin(nullptr); }});
+  }
+}
+
+std::vector<Candidate> allCandidates() {
+  std::vector<Candidate> candidates;
+  addCandidates(candidates, HashAlgorithm::sha224, sha224::kernels);
+  addCandidates(candidates, HashAlgorithm::blake3, blake3::kernels);
+  addCandidates(candidates, HashAlgorithm::crc32, crc32::kernels);
+  return candidates;
+}
+
+std::string nameOf(const testing::TestParamInfo<Candidate>& info) {
+  std::string name = std::string(info.param.algorithm.rawValue()) + info.param.name;
+  std::erase_if(name, [](unsigned char c) { return std::isalnum(c) == 0; });
+  return name;
+}
+
+/// Bytes of no pattern in memory that ends where the next page may not be read.
+class GuardedBytes {
+ public:
+  explicit GuardedBytes(std::size_t size) : size_(size), mapped_((size + 2 * page - 1) / page * page) {
+    void* const memory = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) throw std::system_error(errno, std::system_category());
+    memory_ = static_cast<std::byte*>(memory);
+    std::mt19937 engine(test::seedOfThisRun());
+    std::ranges::generate(std::span(memory_, mapped_ - page), [&] { return static_cast<std::byte>(engine()); });
+    mprotect(memory_ + mapped_ - page, page, PROT_NONE);
+  }
+  ~GuardedBytes() { munmap(memory_, mapped_); }
+  GuardedBytes(const GuardedBytes&) = delete;
+  GuardedBytes& operator=(const GuardedBytes&) = delete;
+
+  /// The last `count` bytes before `gap` bytes before the guard.
+  [[nodiscard]] std::span<const std::byte> last(std::size_t count, std::size_t gap = 0) const {
+    return {memory_ + mapped_ - page - gap - count, count};
+  }
+  [[nodiscard]] std::span<const std::byte> all() const { return last(size_); }
+
+ private:
+  static constexpr std::size_t page = 4096;
+
+  std::size_t size_;
+  std::size_t mapped_;
+  std::byte* memory_ = nullptr;
+};
+
+class KernelTest : public testing::TestWithParam<Candidate> {
+ protected:
+  void TearDown() override { GetParam().unpin(); }
+
+  [[nodiscard]] static std::string digest(HashPipeline pipeline) {
+    return std::string(pipeline.finalize().find(GetParam().algorithm).value());
+  }
+
+  [[nodiscard]] static std::string digestOf(std::span<const std::byte> bytes) {
+    HashPipeline pipeline({GetParam().algorithm});
+    pipeline.update(bytes);
+    return digest(std::move(pipeline));
+  }
+
+  [[nodiscard]] static std::string expectedFor(std::span<const std::byte> bytes) {
+    GetParam().pinReference();
+    std::string expected = digestOf(bytes);
+    GetParam().pin();
+    return expected;
+  }
+};
+
+/// Around the edges of blocks, of chunks, of as many of them as fit into registers, and of rows of chunks.
+std::set<std::size_t> lengthsAroundEdges() {
+  std::set<std::size_t> lengths;
+  for (const std::size_t edge : {16, 32, 64, 128, 256, 512}) {
+    for (std::size_t times = 1; times <= 5; ++times) lengths.insert({edge * times - 1, edge * times, edge * times + 1});
+  }
+  for (std::size_t chunks = 1; chunks <= 35; ++chunks) {
+    lengths.insert({1024 * chunks - 1, 1024 * chunks, 1024 * chunks + 1, 1024 * chunks + 65});
+  }
+  for (const std::size_t chunks : {63, 64, 65, 127, 128, 129, 130, 255, 256, 257, 300}) {
+    lengths.insert({1024 * chunks - 1, 1024 * chunks, 1024 * chunks + 1});
+  }
+  return lengths;
+}
+
+TEST_P(KernelTest, EveryLengthAroundAnEdgeAsPortable) {
+  const GuardedBytes bytes(310 * 1024);
+  for (const std::size_t length : lengthsAroundEdges()) {
+    const auto atTheGuard = bytes.last(length);
+    ASSERT_EQ(digestOf(atTheGuard), expectedFor(atTheGuard)) << length << " bytes";
+  }
+  for (std::size_t length = 0; length <= 600; ++length) {
+    const auto somewhere = bytes.last(length, length % 67);
+    ASSERT_EQ(digestOf(somewhere), expectedFor(somewhere)) << length << " bytes, misaligned";
+  }
+}
+
+TEST_P(KernelTest, EveryAlignmentAsPortable) {
+  const GuardedBytes bytes(40'000);
+  for (std::size_t gap = 0; gap < 64; ++gap) {
+    const auto misaligned = bytes.last(35 * 1024 + 1, gap);
+    ASSERT_EQ(digestOf(misaligned), expectedFor(misaligned)) << gap;
+  }
+}
+
+TEST_P(KernelTest, AnyWayOfCuttingTheInputAsPortable) {
+  constexpr std::array<std::size_t, 5> largestPiece{70, 1100, 5000, 40'000, 200'000};
+  const GuardedBytes bytes(600'000);
+  std::mt19937 engine(test::seedOfThisRun());
+  const auto upTo = [&](std::size_t most) { return std::uniform_int_distribution<std::size_t>(0, most)(engine); };
+  for (int round = 0; round < 60; ++round) {
+    const auto input = bytes.last(upTo(round < 20 ? 20'000 : 599'000), upTo(1000));
+    const std::string expected = expectedFor(input);
+    HashPipeline pipeline({GetParam().algorithm});
+    std::ostringstream cuts;
+    for (std::size_t at = 0; at < input.size();) {
+      const std::size_t taken = std::min(upTo(largestPiece[upTo(largestPiece.size() - 1)]), input.size() - at);
+      pipeline.update(input.subspan(at, taken));
+      cuts << ' ' << taken;
+      at += taken;
+    }
+    ASSERT_EQ(digest(std::move(pipeline)), expected) << input.size() << " bytes in pieces of" << cuts.str();
+  }
+}
+
+TEST_P(KernelTest, AsOtherProgramsHaveIt) {
+  const std::vector<std::size_t> lengths{0, 1, 63, 64, 1024, 1025, 8192, 8193, 17 * 1024, 100'000, 1'000'003};
+  const std::vector<std::string> expected = test::digestsByOthers(GetParam().algorithm, lengths);
+  ASSERT_EQ(expected.size(), lengths.size());
+  GetParam().pin();
+  for (std::size_t i = 0; i < lengths.size(); ++i) {
+    const std::string input = test::period251(lengths[i]);
+    EXPECT_EQ(digestOf(std::as_bytes(std::span(input))), expected[i]) << lengths[i] << " bytes";
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, KernelTest, testing::ValuesIn(allCandidates()), nameOf);
+
+// No input that a test can afford has so many chunks.
+TEST(BLAKE3Kernels, ChunkCounterPassesThirtyTwoBitsWithinOneGroup) {
+  constexpr std::size_t most = 33;
+  using ChainingValues = std::array<std::uint32_t, most * blake3::kChainingWords>;
+  const std::string input = test::period251(most * blake3::kChunkSize);
+  const auto* const bytes = reinterpret_cast<const std::uint8_t*>(input.data());
+  for (const std::uint64_t first : {0xFFFF'FFFEULL, 0xFFFF'FFF9ULL, 0xFFFF'FFF1ULL, 0x7FFF'FFFFULL}) {
+    for (std::size_t count = 1; count <= most; ++count) {
+      ChainingValues expected{};
+      blake3::kernelPortable.chunks(bytes, count, first, expected.data());
+      for (const blake3::Kernel* const kernel : blake3::kernels.supported()) {
+        ChainingValues found{};
+        kernel->chunks(bytes, count, first, found.data());
+        EXPECT_EQ(found, expected) << kernel->name << ": " << count << " from chunk " << first;
+      }
+    }
+  }
+}
+
+#ifdef __x86_64__
+// The kernel of the operating system leaves out what it does not save the registers of.
+TEST(Processor, HasTheFeaturesThatTheSystemLists) {
+  std::ifstream file("/proc/cpuinfo");
+  std::string line;
+  while (std::getline(file, line) && !line.starts_with("flags")) {
+  }
+  std::istringstream words(line);
+  const std::set<std::string> listed{std::istream_iterator<std::string>(words), {}};
+  ASSERT_TRUE(listed.contains("sse2"));
+  const auto all = [&](std::initializer_list<const char*> names) {
+    return std::ranges::all_of(names, [&](const char* name) { return listed.contains(name); });
+  };
+  const auto has = [](ProcessorFeatures feature) { return (processorFeatures() & feature) != 0; };
+  EXPECT_EQ(has(kSSE41), all({"sse4_1", "ssse3"}));
+  EXPECT_EQ(has(kPCLMULQDQ), all({"pclmulqdq"}));
+  EXPECT_EQ(has(kSHA), all({"sha_ni"}));
+  EXPECT_EQ(has(kAVX2), all({"avx2"}));
+  EXPECT_EQ(has(kAVX512), all({"avx512f", "avx512vl"}));
+  EXPECT_EQ(has(kVPCLMULQDQ), all({"vpclmulqdq"}));
+}
+#endif
+
+}  // namespace
+}  // namespace tallyfold
