@@ -208,10 +208,10 @@ int main(int argc, char** argv) {
     files.push_back(fs::absolute(file.toStdString()).lexically_normal());
   try {
     tallyfold::Tour(app, output, std::move(files)).walk();
-    return 0;
+    return app.leave(0);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "The tour ended early. %s\n", error.what());
     app.window().screen()->grabWindow(0).save(QString::fromStdString((output / "failure.png").string()));
-    return 1;
+    return app.leave(1);
   }
 }

@@ -98,8 +98,9 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(argc, argv) {
   desktop_.setWindow(window_);
 }
 
-int TallyfoldApp::run() {
-  const int status = QApplication::exec();
+int TallyfoldApp::run() { return leave(QApplication::exec()); }
+
+int TallyfoldApp::leave(int status) {
   viewModel_.shutdown();
   // Every worker sees the cancellation within one chunk. One that hangs in a dead file system is left behind.
   if (!BackgroundTask::waitForAll(900ms)) std::_Exit(status);

@@ -21,6 +21,10 @@ class TallyfoldApp {
   /// Until the window closes or the user quits; returns the exit status.
   int run();
 
+  /// Ends all background work, waits for it, and returns `status`; the model takes no more commands. Ends the process
+  /// with `status` when the work does not end in time.
+  int leave(int status);
+
   [[nodiscard]] AppViewModel& viewModel() { return viewModel_; }
   [[nodiscard]] QQuickWindow& window() { return *window_; }
 
