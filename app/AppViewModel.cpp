@@ -37,6 +37,17 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : QObject(parent),
   connect(this, &AppViewModel::resultsChanged, this, &AppViewModel::refusalsChanged);
   connect(this, &AppViewModel::isProcessingChanged, this, &AppViewModel::refusalsChanged);
   connect(this, &AppViewModel::isExportingChanged, this, &AppViewModel::refusalsChanged);
+  connect(this, &AppViewModel::selectedAlgorithmsChanged, this, &AppViewModel::updateTextHash);
+  for (const auto change : {&AppViewModel::isProcessingChanged, &AppViewModel::isExportingChanged,
+                            &AppViewModel::isVerifyingChanged, &AppViewModel::isComparingChanged}) {
+    connect(this, change, this, &AppViewModel::busyModesChanged);
+  }
+  for (const auto change : {&AppViewModel::expectedHashChanged, &AppViewModel::verifyAlgorithmChanged}) {
+    connect(this, change, this, &AppViewModel::recognisedAlgorithmChanged);
+  }
+  textRest_.setSingleShot(true);
+  textRest_.setInterval(120);
+  connect(&textRest_, &QTimer::timeout, this, &AppViewModel::startTextHash);
 }
 
 AppViewModel::~AppViewModel() {
@@ -46,7 +57,7 @@ AppViewModel::~AppViewModel() {
 
 void AppViewModel::setMode(AppMode::Case mode) {
   if (std::exchange(mode_, mode) != mode) emit modeChanged();
-  if (mode == AppMode::Files) setUnseenOutcome(NoOutcome);
+  setUnseenOutcome(mode, NoOutcome);
 }
 
 QStringList AppViewModel::selectedAlgorithmNames() const { return names(selectedAlgorithms_); }
@@ -86,8 +97,32 @@ void AppViewModel::setErrorMessage(const QString& message) {
   emit errorMessageChanged();
 }
 
+QVariantList AppViewModel::unseenOutcomes() const {
+  QVariantList list;
+  for (const Outcome outcome : unseenOutcomes_) list.append(outcome);
+  return list;
+}
+
+void AppViewModel::setUnseenOutcome(AppMode::Case mode, Outcome outcome) {
+  const Outcome unseen = mode == mode_ ? NoOutcome : outcome;
+  if (std::exchange(unseenOutcomes_.at(mode), unseen) != unseen) emit unseenOutcomesChanged();
+}
+
+QVariantList AppViewModel::busyModes() const {
+  QVariantList list;
+  for (const AppMode::Case mode : AppMode::allCases()) {
+    list.append((mode == AppMode::Files && (isProcessing_ || isExporting_)) ||
+                (mode == AppMode::Verify && isVerifying_) || (mode == AppMode::Compare && isComparing_));
+  }
+  return list;
+}
+
 void AppViewModel::shutdown() {
   cancelProcessing();
+  textRest_.stop();
+  textTask_.abandon();
+  resetVerification();
+  resetComparison();
   exportTask_.cancel();
 }
 

@@ -1,7 +1,11 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <filesystem>
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -11,15 +15,19 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 #include <QUrl>
 #include <QVariantList>
+#include <QVariantMap>
 
 #include "app/AppMode.h"
 #include "app/BackgroundTask.h"
 #include "app/Desktop.h"
 #include "app/FileJob.h"
 #include "app/FileJobListModel.h"
+#include "app/VerificationResult.h"
 #include "app/WeakAppViewModelReference.h"
+#include "core/FileComparison.h"
 #include "core/HashAlgorithm.h"
 #include "core/HashService.h"
 #include "export/ManifestService.h"
@@ -40,9 +48,28 @@ class AppViewModel : public QObject {
   Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY isProcessingChanged)
   Q_PROPERTY(double overallProgress READ overallProgress NOTIFY overallProgressChanged)
   Q_PROPERTY(QString errorMessage READ errorMessage WRITE setErrorMessage NOTIFY errorMessageChanged)
-  Q_PROPERTY(Outcome unseenOutcome READ unseenOutcome NOTIFY unseenOutcomeChanged)
+  Q_PROPERTY(QVariantList unseenOutcomes READ unseenOutcomes NOTIFY unseenOutcomesChanged)
+  Q_PROPERTY(QVariantList busyModes READ busyModes NOTIFY busyModesChanged)
   Q_PROPERTY(bool isExporting READ isExporting NOTIFY isExportingChanged)
+  Q_PROPERTY(QString textInput READ textInput WRITE setTextInput NOTIFY textInputChanged)
+  Q_PROPERTY(QString textSize READ textSize NOTIFY textInputChanged)
+  Q_PROPERTY(QVariantMap textHashes READ textHashesByName NOTIFY textHashesChanged)
+  Q_PROPERTY(QVariantMap verifyFile READ verifyFile NOTIFY verifyURLChanged)
+  Q_PROPERTY(QString expectedHash READ expectedHash WRITE setExpectedHash NOTIFY expectedHashChanged)
+  Q_PROPERTY(QStringList verifyAlgorithms READ verifyAlgorithms CONSTANT)
+  Q_PROPERTY(QString verifyAlgorithm READ verifyAlgorithm WRITE setVerifyAlgorithm NOTIFY verifyAlgorithmChanged)
+  Q_PROPERTY(QString recognisedAlgorithm READ recognisedAlgorithm NOTIFY recognisedAlgorithmChanged)
+  Q_PROPERTY(QVariantMap verifyResult READ verifyResultForScreen NOTIFY verifyResultChanged)
+  Q_PROPERTY(double verifyProgress READ verifyProgress NOTIFY verifyProgressChanged)
+  Q_PROPERTY(bool isVerifying READ isVerifying NOTIFY isVerifyingChanged)
+  Q_PROPERTY(QVariantMap compareFirstFile READ compareFirstFile NOTIFY compareURLsChanged)
+  Q_PROPERTY(QVariantMap compareSecondFile READ compareSecondFile NOTIFY compareURLsChanged)
+  Q_PROPERTY(QVariantMap compareResult READ compareResultForScreen NOTIFY compareResultChanged)
+  Q_PROPERTY(double compareProgress READ compareProgress NOTIFY compareProgressChanged)
+  Q_PROPERTY(bool isComparing READ isComparing NOTIFY isComparingChanged)
   // Why an operation would be refused now, as a sentence for a tooltip; empty when it would not.
+  Q_PROPERTY(QString verifyRefusal READ verifyRefusal NOTIFY verifyURLChanged)
+  Q_PROPERTY(QString compareRefusal READ compareRefusal NOTIFY compareURLsChanged)
   Q_PROPERTY(QString startRefusal READ startRefusal NOTIFY refusalsChanged)
   Q_PROPERTY(QString exportRefusal READ exportRefusal NOTIFY refusalsChanged)
   Q_PROPERTY(QString queueRefusal READ queueRefusal NOTIFY refusalsChanged)
@@ -89,8 +116,11 @@ class AppViewModel : public QObject {
   /// Empty when there is none.
   [[nodiscard]] QString errorMessage() const { return errorMessage_; }
   void setErrorMessage(const QString& message);
-  /// How the last run ended, while the user looked at another mode and has not come back since.
-  [[nodiscard]] Outcome unseenOutcome() const { return unseenOutcome_; }
+  /// For each mode: how its last work ended, while the user looked at another mode and has not come back since.
+  [[nodiscard]] QVariantList unseenOutcomes() const;
+  [[nodiscard]] Outcome unseenOutcome(AppMode::Case mode) const { return unseenOutcomes_.at(mode); }
+  /// For each mode: whether its work is under way.
+  [[nodiscard]] QVariantList busyModes() const;
   [[nodiscard]] bool isExporting() const { return isExporting_; }
 
   [[nodiscard]] QString startRefusal() const;
@@ -123,6 +153,67 @@ class AppViewModel : public QObject {
   Q_INVOKABLE void exportResults(tallyfold::AppViewModel::ReportFormat format);
   void exportResults(ManifestService::Format format);
 
+  [[nodiscard]] QString textInput() const { return textInput_; }
+  void setTextInput(const QString& text);
+  [[nodiscard]] qint64 textUTF8ByteCount() const { return textUTF8ByteCount_; }
+  /// "1,204 bytes (UTF-8)".
+  [[nodiscard]] QString textSize() const;
+  /// Empty until they are calculated.
+  [[nodiscard]] const DigestMap& textHashes() const { return textHashes_; }
+  [[nodiscard]] QVariantMap textHashesByName() const;
+  Q_INVOKABLE [[nodiscard]] static QString classification(const QString& algorithm);
+  /// Of its digest, in hexadecimal digits.
+  Q_INVOKABLE [[nodiscard]] static int digestLength(const QString& algorithm);
+  /// Hashes the text anew, when it has rested for a moment. Called whenever the text or the selection changes.
+  void updateTextHash();
+  /// From when the text has rested until its digests are there.
+  [[nodiscard]] bool isTextHashing() const { return textTask_.isRunning(); }
+  Q_INVOKABLE void copyTextHash(const QString& algorithm);
+  /// The text of the clipboard becomes the input. Unlike an editor, this takes any length.
+  Q_INVOKABLE void pasteText();
+  /// How many characters an editor shows without becoming slow.
+  Q_INVOKABLE [[nodiscard]] static int editableLength() { return 200'000; }
+  Q_INVOKABLE [[nodiscard]] int pasteboardLength() const;
+
+  [[nodiscard]] const std::optional<std::filesystem::path>& verifyURL() const { return verifyURL_; }
+  [[nodiscard]] QVariantMap verifyFile() const;
+  [[nodiscard]] QString expectedHash() const { return expectedHash_; }
+  void setExpectedHash(const QString& text);
+  /// What can be chosen: "Auto", then every algorithm.
+  [[nodiscard]] static QStringList verifyAlgorithms();
+  /// The chosen algorithm's display name, or "Auto".
+  [[nodiscard]] QString verifyAlgorithm() const;
+  void setVerifyAlgorithm(const QString& name);
+  /// The algorithm that the pasted text would be checked with now; empty when there is none.
+  [[nodiscard]] QString recognisedAlgorithm() const;
+  [[nodiscard]] const std::optional<VerificationResult>& verifyResult() const { return verifyResult_; }
+  [[nodiscard]] QVariantMap verifyResultForScreen() const;
+  [[nodiscard]] double verifyProgress() const { return verifyProgress_; }
+  [[nodiscard]] bool isVerifying() const { return isVerifying_; }
+  [[nodiscard]] QString verifyRefusal() const;
+  /// Sets the file to verify to the first of `urls`; ignored during a verification.
+  Q_INVOKABLE void setVerifyFile(const QList<QUrl>& urls);
+  Q_INVOKABLE void chooseVerifyFile();
+  Q_INVOKABLE void pasteExpectedHash();
+  Q_INVOKABLE void verify();
+  Q_INVOKABLE void resetVerification();
+
+  [[nodiscard]] const std::optional<std::filesystem::path>& compareFirstURL() const { return compareFirstURL_; }
+  [[nodiscard]] const std::optional<std::filesystem::path>& compareSecondURL() const { return compareSecondURL_; }
+  [[nodiscard]] QVariantMap compareFirstFile() const;
+  [[nodiscard]] QVariantMap compareSecondFile() const;
+  [[nodiscard]] const std::optional<FileComparisonResult>& compareResult() const { return compareResult_; }
+  [[nodiscard]] QVariantMap compareResultForScreen() const;
+  [[nodiscard]] double compareProgress() const { return compareProgress_; }
+  [[nodiscard]] bool isComparing() const { return isComparing_; }
+  [[nodiscard]] QString compareRefusal() const;
+  /// Two or more `urls` set both files; one sets the file of the side. Ignored during a comparison.
+  Q_INVOKABLE void setCompareFiles(const QList<QUrl>& urls, bool isSecondSide);
+  Q_INVOKABLE void chooseCompareFile(bool isSecondSide);
+  Q_INVOKABLE void swapCompareFiles();
+  Q_INVOKABLE void compare();
+  Q_INVOKABLE void resetComparison();
+
   /// Stops every background flow. Their threads end on their own, within one chunk of what they read.
   Q_INVOKABLE void shutdown();
 
@@ -133,7 +224,21 @@ class AppViewModel : public QObject {
   void isProcessingChanged();
   void overallProgressChanged();
   void errorMessageChanged();
-  void unseenOutcomeChanged();
+  void unseenOutcomesChanged();
+  void busyModesChanged();
+  void textInputChanged();
+  void textHashesChanged();
+  void verifyURLChanged();
+  void expectedHashChanged();
+  void verifyAlgorithmChanged();
+  void recognisedAlgorithmChanged();
+  void verifyResultChanged();
+  void verifyProgressChanged();
+  void isVerifyingChanged();
+  void compareURLsChanged();
+  void compareResultChanged();
+  void compareProgressChanged();
+  void isComparingChanged();
   void isExportingChanged();
   void refusalsChanged();
 
@@ -144,10 +249,17 @@ class AppViewModel : public QObject {
   void rebuildJobIndex();
   void discardResults();
   void applyReports(FileRun& run);
-  void setUnseenOutcome(Outcome outcome);
+  void setUnseenOutcome(AppMode::Case mode, Outcome outcome);
   void setProcessing(bool isProcessing);
   void setProgress(std::size_t processed, std::size_t total);
   void setExporting(bool isExporting);
+  void startTextHash();
+  void setVerifyResult(std::optional<VerificationResult> result);
+  void setVerifyProgress(double progress);
+  void setVerifying(bool isVerifying);
+  void setCompareResult(std::optional<FileComparisonResult> result);
+  void setCompareProgress(double progress);
+  void setComparing(bool isComparing);
   void showQueueLimit();
 
   Desktop& desktop_;
@@ -159,8 +271,27 @@ class AppViewModel : public QObject {
   double overallProgress_ = 0;
   int processedCount_ = 0;
   QString errorMessage_;
-  Outcome unseenOutcome_ = NoOutcome;
+  std::array<Outcome, AppMode::allCases().size()> unseenOutcomes_{};
   bool isExporting_ = false;
+
+  QString textInput_;
+  qint64 textUTF8ByteCount_ = 0;
+  DigestMap textHashes_;
+  QTimer textRest_;
+
+  std::optional<std::filesystem::path> verifyURL_;
+  QString expectedHash_;
+  std::optional<HashAlgorithm> verifyAlgorithmOverride_;
+  std::optional<VerificationResult> verifyResult_;
+  std::string verifyExpected_;  // The normalised digest that `verifyResult_` was checked against.
+  double verifyProgress_ = 0;
+  bool isVerifying_ = false;
+
+  std::optional<std::filesystem::path> compareFirstURL_;
+  std::optional<std::filesystem::path> compareSecondURL_;
+  std::optional<FileComparisonResult> compareResult_;
+  double compareProgress_ = 0;
+  bool isComparing_ = false;
 
   ResultByJobID resultByJobID_;
   FileJobListModel jobs_{resultByJobID_};
@@ -169,6 +300,9 @@ class AppViewModel : public QObject {
 
   std::shared_ptr<WeakAppViewModelReference> self_ = std::make_shared<WeakAppViewModelReference>(*this);
   BackgroundTask processingTask_{self_};
+  BackgroundTask textTask_{self_};
+  BackgroundTask verifyTask_{self_};
+  BackgroundTask compareTask_{self_};
   BackgroundTask exportTask_{self_};
 };
 

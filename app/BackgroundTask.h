@@ -67,7 +67,10 @@ class BackgroundTask {
     }
   }
 
-  /// Waits until no work is left on any thread, and says whether that was reached in time.
+  /// Cancels, and forgets the task: another may start at once. Its last step does not run.
+  void abandon();
+
+  /// Waits until no work is left and its threads are gone, and says whether that was reached in time.
   static bool waitForAll(std::chrono::milliseconds limit);
 
  private:

@@ -20,6 +20,12 @@ class Desktop {
   /// Asks for any number of existing files.
   virtual void chooseFiles(std::function<void(const QList<QUrl>&)> chosen) = 0;
 
+  /// Asks for exactly one existing file.
+  virtual void chooseSingleFile(std::function<void(const QUrl&)> chosen) = 0;
+
+  /// What is on the clipboard as text; empty when that is no text.
+  [[nodiscard]] virtual QString pasteboardText() const = 0;
+
   /// Asks where to save a file, proposing `fileName`. Folders may be created in the panel.
   virtual void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) = 0;
 

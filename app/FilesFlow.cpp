@@ -130,8 +130,9 @@ void AppViewModel::startProcessing() {
       [](AppViewModel& model, const std::exception_ptr& failure) {
         if (failure) model.setErrorMessage(QString::fromStdString(errorDescription(failure)));
         model.setProcessing(false);
-        if (model.mode_ != AppMode::Files && model.overallProgress_ == 1) {
-          model.setUnseenOutcome(model.results_.size() == model.jobs_.jobs().size() ? AllWell : SomeFailed);
+        if (model.overallProgress_ == 1) {
+          model.setUnseenOutcome(AppMode::Files,
+                                 model.results_.size() == model.jobs_.jobs().size() ? AllWell : SomeFailed);
         }
       });
 }
@@ -276,10 +277,6 @@ QString AppViewModel::clearRefusal() const {
   if (isExporting_) return tr("The list cannot change while a report is being saved.");
   if (jobs_.jobs().empty()) return tr("The list is empty.");
   return {};
-}
-
-void AppViewModel::setUnseenOutcome(Outcome outcome) {
-  if (std::exchange(unseenOutcome_, outcome) != outcome) emit unseenOutcomeChanged();
 }
 
 void AppViewModel::setProcessing(bool isProcessing) {

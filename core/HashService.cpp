@@ -144,23 +144,28 @@ std::int64_t progressStep(std::int64_t size) {
   return size < manyChunks ? chunkSize : size / 100;
 }
 
-FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,
-                        const std::stop_token& cancellation, const ProgressCallback& progress) {
-  checkCancellation(cancellation);
-  if (algorithms.empty()) fail(HashServiceError::Case::noAlgorithms);
-  auto [handle, initial] = openRegularFileForReading(url);
-  validatePath(url, initial);
+DigestMap hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
+                       const std::stop_token& cancellation, const ProgressCallback& progress) {
   const std::int64_t size = initial.fileSize;
-  auto start = std::chrono::steady_clock::now();
-  const auto hashWith = [&, &handle = handle, &initial = initial](auto&& lanes) {
-    start = std::chrono::steady_clock::now();
+  const auto hashWith = [&](auto&& lanes) {
     readInto(lanes, handle, size, cancellation, progress);
     checkCancellation(cancellation);
     if (fileSnapshot(handle) != initial) fail(HashServiceError::Case::fileChangedDuringRead);
     return lanes.finalize();
   };
   const std::unique_ptr<HashLanes> lanes = newLanes(algorithms, size);
-  DigestMap hashes = lanes ? hashWith(*lanes) : hashWith(OneLane(algorithms, size));
+  return lanes ? hashWith(*lanes) : hashWith(OneLane(algorithms, size));
+}
+
+FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,
+                        const std::stop_token& cancellation, const ProgressCallback& progress) {
+  checkCancellation(cancellation);
+  if (algorithms.empty()) fail(HashServiceError::Case::noAlgorithms);
+  auto [handle, initial] = openRegularFileForReading(url);
+  validatePath(url, initial);
+
+  const auto start = std::chrono::steady_clock::now();
+  DigestMap hashes = hashOpenFile(handle, initial, algorithms, cancellation, progress);
   validateUnchanged(handle, url, initial);
   const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
 

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include <QCommandLineParser>
@@ -32,6 +33,9 @@ class Tour {
     calculate();
     copy();
     for (const char* format : {"Text", "Csv", "Json"}) exportAs(format);
+    hashText();
+    verify();
+    compare();
     lookAround();
   }
 
@@ -87,9 +91,84 @@ class Tour {
     require(model_.errorMessage().isEmpty(), "The report is saved without an error");
   }
 
+  void hashText() {
+    enter(AppMode::Text, "2");
+    driver_.click("textEditor");
+    driver_.type("abc");
+    Driver::waitFor("the text's checksums", [&] {
+      return model_.textInput() == u"abc" && model_.textHashes().algorithms() == HashAlgorithmSet::all();
+    });
+    // FIPS 180-4, appendix to SHA-256.
+    require(model_.textHashes().find(HashAlgorithm::sha256) ==
+                "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad",
+            "The text has its published digest");
+    show("text");
+  }
+
+  void verify() {
+    enter(AppMode::Verify, "3");
+    driver_.press({"Control_L", "o"});
+    driver_.answerPanel("openPanel", files_.front());
+    Driver::waitFor("the file", [&] { return model_.verifyURL() == files_.front(); });
+    driver_.click("pasteChecksum");
+    driver_.click("verify");
+    expectVerdict<Verification::AmbiguousExpectedHash>("ambiguous");
+    driver_.click("verifyAlgorithm");
+    driver_.click("verify with SHA-256");
+    driver_.click("verify");
+    expectVerdict<Verification::Match>("match");
+    driver_.click("checksumField");
+    driver_.press({"Control_L", "a"});
+    const std::string wrong = "SHA256 (a) = " + std::string(64, '0');
+    driver_.type(wrong);
+    Driver::waitFor("the typed checksum", [&] { return model_.expectedHash() == QString::fromStdString(wrong); });
+    driver_.press({"Return"});
+    expectVerdict<Verification::Mismatch>("mismatch");
+  }
+
+  template <typename Verdict>
+  void expectVerdict(const std::string& name) {
+    Driver::waitFor("the verdict " + name, [&] {
+      const auto& result = model_.verifyResult();
+      return !model_.isVerifying() && result && std::holds_alternative<Verdict>(*result);
+    });
+    show("verify-" + name);
+  }
+
+  void compare() {
+    enter(AppMode::Compare, "5");
+    driver_.click("compareFirstChoose");
+    driver_.answerPanel("openPanel", files_.front());
+    Driver::waitFor("the first file", [&] { return model_.compareFirstURL() == files_.front(); });
+    driver_.click("compareSecondChoose");
+    driver_.answerPanel("openPanel", files_.back());
+    Driver::waitFor("the second file", [&] { return model_.compareSecondURL() == files_.back(); });
+    driver_.click("compare");
+    expectComparison("different", false);
+    driver_.click("compareSecondChoose");
+    driver_.answerPanel("openPanel", files_.front());
+    Driver::waitFor("the same file", [&] { return model_.compareSecondURL() == files_.front(); });
+    driver_.press({"Return"});
+    expectComparison("identical", true);
+  }
+
+  void expectComparison(const std::string& name, bool isIdentical) {
+    Driver::waitFor("the comparison " + name, [&] {
+      const auto& result = model_.compareResult();
+      return !model_.isComparing() && result &&
+             std::holds_alternative<FileComparison::Identical>(*result) == isIdentical;
+    });
+    show("compare-" + name);
+  }
+
+  void enter(AppMode::Case mode, const char* digit) {
+    driver_.press({"Control_L", digit});
+    Driver::waitFor("the mode", [&] { return model_.mode() == mode; });
+  }
+
   void lookAround() {
-    for (const char* digit : {"2", "3", "4", "5", "1"}) driver_.press({"Control_L", digit});
-    Driver::waitFor("Files mode", [&] { return model_.mode() == AppMode::Files; });
+    enter(AppMode::Manifest, "4");
+    enter(AppMode::Files, "1");
     driver_.press({"Control_L", "comma"});
     driver_.usableItem("aboutTitle");
     show("settings");
@@ -125,7 +204,8 @@ int main(int argc, char** argv) {
   parser.process(QCoreApplication::arguments());
   const fs::path output = fs::absolute(parser.value(QStringLiteral("output")).toStdString());
   std::vector<fs::path> files;
-  for (const QString& file : parser.positionalArguments()) files.push_back(fs::absolute(file.toStdString()));
+  for (const QString& file : parser.positionalArguments())
+    files.push_back(fs::absolute(file.toStdString()).lexically_normal());
   try {
     tallyfold::Tour(app, output, std::move(files)).walk();
     return 0;

@@ -7,7 +7,6 @@ TFGlassCard {
 
     required property AppViewModel viewModel
     property bool hasNote: true
-    readonly property string refusal: viewModel.isProcessing ? qsTr("The selection cannot change during a run.") : ""
 
     implicitHeight: content.implicitHeight + 2 * TallyTheme.space3
 
@@ -38,16 +37,10 @@ TFGlassCard {
                 Accessible.name: text
             }
 
-            TFButton {
-                id: presets
-
+            TFPresetsButton {
                 objectName: "presets"
                 anchors.right: parent.right
-                text: qsTr("Presets")
-                icon: "slider.horizontal.3"
-                opensMenu: true
-                refusal: root.refusal
-                onClicked: menu.popup(presets, presets.width - menu.width, presets.height + TallyTheme.space1)
+                viewModel: root.viewModel
             }
         }
 
@@ -58,14 +51,12 @@ TFGlassCard {
             Repeater {
                 model: root.viewModel.algorithms
 
-                TFChip {
+                TFAlgorithmChip {
                     required property string modelData
 
                     objectName: "algorithm " + modelData
-                    text: modelData
-                    refusal: root.refusal
-                    checked: root.viewModel.selectedAlgorithms.includes(modelData)
-                    onToggled: isOn => root.viewModel.setAlgorithmSelected(modelData, isOn)
+                    algorithm: modelData
+                    viewModel: root.viewModel
                 }
             }
         }
@@ -79,28 +70,6 @@ TFGlassCard {
             font.pixelSize: TallyTheme.captionSize
             Accessible.role: Accessible.StaticText
             Accessible.name: text
-        }
-    }
-
-    TFMenu {
-        id: menu
-
-        TFMenuItem {
-            objectName: "presetRecommended"
-            text: qsTr("Recommended — BLAKE3 + SHA-256")
-            onTriggered: root.viewModel.choosePreset(AppViewModel.Recommended)
-        }
-
-        TFMenuItem {
-            objectName: "presetCompatibility"
-            text: qsTr("Compatibility — MD5 + SHA-1 + SHA-256")
-            onTriggered: root.viewModel.choosePreset(AppViewModel.Compatibility)
-        }
-
-        TFMenuItem {
-            objectName: "presetAll"
-            text: qsTr("All algorithms")
-            onTriggered: root.viewModel.choosePreset(AppViewModel.AllAlgorithms)
         }
     }
 }

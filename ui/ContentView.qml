@@ -69,10 +69,28 @@ Window {
                 visible: root.viewModel.mode === AppMode.Files
             }
 
+            TextView {
+                anchors.fill: parent
+                viewModel: root.viewModel
+                visible: root.viewModel.mode === AppMode.Text
+            }
+
+            VerifyView {
+                anchors.fill: parent
+                viewModel: root.viewModel
+                visible: root.viewModel.mode === AppMode.Verify
+            }
+
+            CompareView {
+                anchors.fill: parent
+                viewModel: root.viewModel
+                visible: root.viewModel.mode === AppMode.Compare
+            }
+
             PlaceholderView {
                 anchors.fill: parent
                 viewModel: root.viewModel
-                visible: root.viewModel.mode !== AppMode.Files
+                visible: root.viewModel.mode === AppMode.Manifest
             }
         }
     }

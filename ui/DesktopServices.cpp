@@ -29,16 +29,25 @@ QFileDialog* makePanel(QWindow* window) {
   return panel;
 }
 
-}  // namespace
-
-void DesktopServices::chooseFiles(std::function<void(const QList<QUrl>&)> chosen) {
-  QFileDialog* panel = makePanel(window_);
+void openExisting(QWindow* window, QFileDialog::FileMode mode, const QString& title, FilesCallback chosen) {
+  QFileDialog* panel = makePanel(window);
   panel->setObjectName(QStringLiteral("openPanel"));
-  panel->setWindowTitle(QFileDialog::tr("Choose Files"));
-  panel->setFileMode(QFileDialog::ExistingFiles);
+  panel->setWindowTitle(title);
+  panel->setFileMode(mode);
   QObject::connect(panel, &QDialog::accepted, panel,
                    [panel, chosen = std::move(chosen)] { resolveFileURLs(panel->selectedUrls(), chosen); });
   panel->open();
+}
+
+}  // namespace
+
+void DesktopServices::chooseFiles(std::function<void(const QList<QUrl>&)> chosen) {
+  openExisting(window_, QFileDialog::ExistingFiles, QFileDialog::tr("Choose Files"), std::move(chosen));
+}
+
+void DesktopServices::chooseSingleFile(std::function<void(const QUrl&)> chosen) {
+  openExisting(window_, QFileDialog::ExistingFile, QFileDialog::tr("Choose File"),
+               [chosen = std::move(chosen)](const QList<QUrl>& files) { chosen(files.constFirst()); });
 }
 
 void DesktopServices::chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) {
@@ -53,6 +62,8 @@ void DesktopServices::chooseDestination(const QString& fileName, std::function<v
                    [panel, chosen = std::move(chosen)] { chosen(panel->selectedUrls().value(0)); });
   panel->open();
 }
+
+QString DesktopServices::pasteboardText() const { return QGuiApplication::clipboard()->text(); }
 
 void DesktopServices::setPasteboard(const QByteArray& text) {
   // As bytes and not as a QString: a path need not be text.

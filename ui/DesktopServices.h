@@ -14,6 +14,8 @@ class DesktopServices : public Desktop {
   void setWindow(QWindow* window) { window_ = window; }
 
   void chooseFiles(std::function<void(const QList<QUrl>&)> chosen) override;
+  void chooseSingleFile(std::function<void(const QUrl&)> chosen) override;
+  [[nodiscard]] QString pasteboardText() const override;
   void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) override;
   void setPasteboard(const QByteArray& text) override;
   void revealInFileBrowser(const std::filesystem::path& path) override;

@@ -26,6 +26,13 @@ void DigestGrouping::setFont(const QFont& font) {
   emit groupWidthChanged();
 }
 
+void DigestGrouping::setMark(int mark) {
+  if (mark == mark_) return;
+  mark_ = mark;
+  rehighlight();
+  emit markChanged();
+}
+
 qreal DigestGrouping::groupWidth() const {
   // Measured in the middle of a line as it will be laid out: the sum of the characters' own widths is not quite it.
   QTextLayout layout(QString(qsizetype{3} * groupLength, u'0'), font_);
@@ -47,6 +54,12 @@ QTextCharFormat DigestGrouping::spaced() const {
 
 void DigestGrouping::highlightBlock(const QString& text) {
   for (int last = groupLength - 1; last < text.size(); last += groupLength) setFormat(last, 1, spaced());
+  if (mark_ >= 0 && mark_ < text.size()) {
+    QTextCharFormat marked = format(mark_);
+    marked.setBackground(markColor_);
+    marked.setForeground(markedTextColor_);
+    setFormat(mark_, 1, marked);
+  }
 }
 
 }  // namespace tallyfold

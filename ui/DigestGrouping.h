@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QFont>
 #include <QQuickTextDocument>
 #include <QSyntaxHighlighter>
@@ -17,6 +18,10 @@ class DigestGrouping : public QSyntaxHighlighter {
   /// Pixels after each group.
   Q_PROPERTY(qreal gap READ gap WRITE setGap NOTIFY gapChanged)
   Q_PROPERTY(QFont font READ font WRITE setFont NOTIFY fontChanged)
+  /// The position of a digit to mark, or -1, and the colours of the mark.
+  Q_PROPERTY(int mark READ mark WRITE setMark NOTIFY markChanged)
+  Q_PROPERTY(QColor markColor MEMBER markColor_ NOTIFY markChanged)
+  Q_PROPERTY(QColor markedTextColor MEMBER markedTextColor_ NOTIFY markChanged)
   /// Width of a group with its gap, in pixels: a line as wide as some groups breaks between groups.
   Q_PROPERTY(qreal groupWidth READ groupWidth NOTIFY groupWidthChanged)
 
@@ -32,12 +37,15 @@ class DigestGrouping : public QSyntaxHighlighter {
   [[nodiscard]] QFont font() const { return font_; }
   void setFont(const QFont& font);
   [[nodiscard]] qreal groupWidth() const;
+  [[nodiscard]] int mark() const { return mark_; }
+  void setMark(int mark);
 
  signals:
   void targetChanged();
   void gapChanged();
   void fontChanged();
   void groupWidthChanged();
+  void markChanged();
 
  protected:
   void highlightBlock(const QString& text) override;
@@ -47,6 +55,9 @@ class DigestGrouping : public QSyntaxHighlighter {
 
   QQuickTextDocument* target_ = nullptr;
   QFont font_;
+  int mark_ = -1;
+  QColor markColor_;
+  QColor markedTextColor_;
   qreal gap_ = 0;
 };
 

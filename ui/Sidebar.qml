@@ -11,14 +11,6 @@ Item {
 
     signal settingsRequested
 
-    function outcome(mode: int): int {
-        return mode === AppMode.Files ? viewModel.unseenOutcome : AppViewModel.NoOutcome;
-    }
-
-    function isBusy(mode: int): bool {
-        return mode === AppMode.Files && (viewModel.isProcessing || viewModel.isExporting);
-    }
-
     Row {
         id: title
 
@@ -72,8 +64,9 @@ Item {
             required property int index
             required property var modelData
             readonly property bool isSelected: ListView.isCurrentItem
-            readonly property bool isBusy: root.isBusy(modelData.mode)
-            readonly property int outcome: root.outcome(modelData.mode)
+            readonly property bool isBusy: root.viewModel.busyModes[modelData.mode]
+            readonly property string announcement: text + (isBusy ? qsTr(", working") : ["", qsTr(", finished"), qsTr(", finished with failures")][outcome])
+            readonly property int outcome: root.viewModel.unseenOutcomes[modelData.mode]
 
             objectName: "mode" + modelData.label
             width: ListView.view.width
@@ -84,7 +77,7 @@ Item {
             focusPolicy: Qt.NoFocus
             text: modelData.label
             Accessible.role: Accessible.ListItem
-            Accessible.name: text + (isBusy ? qsTr(", working") : ["", qsTr(", finished"), qsTr(", finished with failures")][outcome])
+            Accessible.name: announcement
             Accessible.selected: isSelected
             Accessible.onPressAction: root.viewModel.mode = modelData.mode
             onClicked: root.viewModel.mode = modelData.mode

@@ -240,15 +240,15 @@ TEST_F(Run, OutcomeIsKeptForWhoLooksAtAnotherMode) {
   using Model = AppViewModel;
   add({folder_.file("abc", "abc")});
   run();
-  EXPECT_EQ(model_->unseenOutcome(), Model::NoOutcome);
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Files), Model::NoOutcome);
   model_->setMode(AppMode::Verify);
   run();
-  EXPECT_EQ(model_->unseenOutcome(), Model::AllWell);
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Files), Model::AllWell);
   model_->addFiles(vanishedFiles(1));
   run();
-  EXPECT_EQ(model_->unseenOutcome(), Model::SomeFailed);
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Files), Model::SomeFailed);
   model_->setMode(AppMode::Files);
-  EXPECT_EQ(model_->unseenOutcome(), Model::NoOutcome);
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Files), Model::NoOutcome);
 }
 
 TEST_F(Run, RemovedJobIsGoneWithItsResult) {

@@ -1,7 +1,7 @@
 // Another program to drag from: a window in the corner of the screen that offers what the command line says.
 //   drag_source TYPE CONTENT
-// Prints "ready", "dragging", and what became of the drag: "copy" or "nothing". Stays, for the target asks for the
-// content only then.
+// Prints "ready", "dragging", "accepted" when the target would take it, and what became of the drag: "copy" or
+// "nothing". Stays, for the target asks for the content only then.
 
 #include <cstdio>
 
@@ -39,6 +39,9 @@ class Source : public QRasterWindow {
     data->setData(type_, content_);
     auto* drag = new QDrag(this);
     drag->setMimeData(data);
+    connect(drag, &QDrag::actionChanged, this, [](Qt::DropAction action) {
+      if (action == Qt::CopyAction) say("accepted");
+    });
     say("dragging");
     say(drag->exec(Qt::CopyAction | Qt::MoveAction) == Qt::CopyAction ? "copy" : "nothing");
   }

@@ -41,7 +41,6 @@ namespace tallyfold::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::UnorderedElementsAre;
 
 const QUrl file(QStringLiteral("file:///some/file"));
 

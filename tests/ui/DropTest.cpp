@@ -1,8 +1,8 @@
 // Real drags from another program onto the window.
 
 #include <gmock/gmock.h>
+#include <optional>
 
-#include <QProcess>
 #include <QSignalSpy>
 
 #include "app/FileLocation.h"
@@ -15,7 +15,7 @@ namespace tallyfold::test {
 namespace {
 
 constexpr QPoint sourceCenter(80, 60);
-const QString uriList = QStringLiteral("text/uri-list");
+const std::string uriList = "text/uri-list";
 
 class DropTest : public WindowFixture {
  protected:
@@ -27,37 +27,25 @@ class DropTest : public WindowFixture {
 
   void TearDown() override {
     driver.button(1, false);
-    endSource();
+    source.reset();
     WindowFixture::TearDown();
   }
 
-  void endSource() {
-    source.kill();
-    source.waitForFinished();
-    said.clear();
-  }
-
   // Starts the other program and a drag from it.
-  void pick(const QString& type, const QByteArray& content) {
-    endSource();
-    source.start(DRAG_SOURCE, {type, content});
-    waitFor("the other program", [&] { return hasSaid("ready"); });
+  void pick(const std::string& type, const std::string& content) {
+    source.emplace(std::vector<std::string>{DRAG_SOURCE, type, content});
+    waitFor("the other program", [&] { return source->hasSaid("ready"); });
     driver.movePointer(sourceCenter);
     driver.button(1, true);
     waitFor("the drag", [&] {
       jiggle(sourceCenter);
-      return hasSaid("dragging");
+      return source->hasSaid("dragging");
     });
   }
 
   void jiggle(const QPoint& place) {
     isShifted = !isShifted;
     driver.movePointer(place + QPoint(isShifted ? 1 : 0, 0));
-  }
-
-  bool hasSaid(const char* word) {
-    said += source.readAllStandardOutput();
-    return said.split('\n').contains(word);
   }
 
   void hoverUntil(const std::string& what, const std::function<bool()>& condition) {
@@ -70,13 +58,13 @@ class DropTest : public WindowFixture {
   // Lets go, and returns what the other program was told.
   std::string release() {
     driver.button(1, false);
-    waitFor("the end of the drag", [&] { return hasSaid("copy") || hasSaid("nothing"); });
-    return hasSaid("copy") ? "copy" : "nothing";
+    waitFor("the end of the drag", [&] { return source->hasSaid("copy") || source->hasSaid("nothing"); });
+    return source->hasSaid("copy") ? "copy" : "nothing";
   }
 
-  std::string drop(const QString& type, const QByteArray& content) {
+  std::string drop(const std::string& type, const std::string& content) {
     pick(type, content);
-    hoverUntil("the target", [&] { return zone->isTargeted(); });
+    hoverUntil("the target", [&] { return zone->isTargeted() && source->hasSaid("accepted"); });
     return release();
   }
 
@@ -88,11 +76,12 @@ class DropTest : public WindowFixture {
     return names;
   }
 
-  static QByteArray line(const std::filesystem::path& path) { return fileUrl(path).toEncoded() + "\r\n"; }
+  static std::string line(const std::filesystem::path& path) {
+    return fileUrl(path).toEncoded().toStdString() + "\r\n";
+  }
 
   DropZone* zone = nullptr;
-  QProcess source;
-  QByteArray said;
+  std::optional<OtherProgram> source;
   bool isShifted = false;
 };
 
@@ -102,7 +91,7 @@ TEST_F(DropTest, AFileIsTargetedAndHashed) {
   QSignalSpy targeted(zone, &DropZone::isTargetedChanged);
   pick(uriList, line(file));
   EXPECT_FALSE(zone->isTargeted());
-  hoverUntil("the target", [&] { return zone->isTargeted(); });
+  hoverUntil("the target", [&] { return zone->isTargeted() && source->hasSaid("accepted"); });
   EXPECT_TRUE(driver.item("dropCard")->property("isTargeted").toBool());
   EXPECT_EQ(model.jobs()->count(), 0);
   EXPECT_EQ(release(), "copy");
@@ -137,7 +126,7 @@ TEST_F(DropTest, AFileDroppedTwiceIsQueuedOnce) {
 
 TEST_F(DropTest, NamesAreBytes) {
   const std::vector<std::string> names = {"\xFF\xFE", "line\nbreak", "50% #1?", "ünïcödé \u202E"};
-  QByteArray lines;
+  std::string lines;
   for (const std::string& name : names) lines += line(folder.file(name, name));
   EXPECT_EQ(drop(uriList, lines), "copy");
   EXPECT_EQ(hashedNames(), names);
@@ -153,7 +142,7 @@ TEST_F(DropTest, ProgramsThatOfferOnlyTextOrBytesAreUnderstood) {
   EXPECT_EQ(drop("text/plain", "not a location\n" + line(first) + "https://example.org/file\n" + line(folder.path())),
             "copy");
   EXPECT_THAT(hashedNames(), testing::ElementsAre("first"));
-  EXPECT_EQ(drop("text/x-moz-url-data", fileUrl(second).toEncoded()), "copy");
+  EXPECT_EQ(drop("text/x-moz-url-data", fileUrl(second).toEncoded().toStdString()), "copy");
   waitFor("both files", [&] { return model.results().size() == 2 && !model.isProcessing(); });
 }
 
@@ -168,7 +157,7 @@ TEST_F(DropTest, WhatCannotBeUsedIsRefusedWhileItHovers) {
 
 TEST_F(DropTest, ADragThatGoesAwayLeavesNothing) {
   pick(uriList, line(folder.file("file", "")));
-  hoverUntil("the target", [&] { return zone->isTargeted(); });
+  hoverUntil("the target", [&] { return zone->isTargeted() && source->hasSaid("accepted"); });
   waitFor("the drag to leave", [&] {
     jiggle({1900, 1190});
     return !zone->isTargeted();

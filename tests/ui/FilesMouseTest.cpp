@@ -17,8 +17,7 @@ class FileBrowser : public QObject {
  public:
   QStringList shown;
 
- public slots:
-  void ShowItems(const QStringList& items, const QString&) { shown = items; }
+  Q_SLOT void ShowItems(const QStringList& items, const QString&) { shown = items; }
 };
 
 namespace {

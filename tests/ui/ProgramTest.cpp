@@ -54,7 +54,7 @@ class ProgramTest : public testing::Test {
 
   // Of the program itself, also when a tracer runs it.
   [[nodiscard]] std::string processId() const {
-    const std::string id = std::to_string(program.processId());
+    std::string id = std::to_string(program.processId());
     if (program.program() == TALLY_FOLD) return id;
     std::ifstream children("/proc/" + id + "/task/" + id + "/children");
     std::string child;

@@ -16,6 +16,8 @@ Item {
     property string refusal
     property string tip
     property string description
+    // What it is called where its text alone would not say which of several it is.
+    property string accessibleName: text
     readonly property bool hasFocus: control.activeFocus
     readonly property color foreground: isProminent ? TallyTheme.inkOnAccent : isBorderless ? TallyTheme.secondary : TallyTheme.primary
 
@@ -45,7 +47,7 @@ Item {
         focusPolicy: root.isTabStop || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
         hoverEnabled: true
         text: root.text
-        Accessible.name: root.text
+        Accessible.name: root.accessibleName
         Accessible.description: root.refusal !== "" ? root.refusal : root.description
         Accessible.onPressAction: root.press()
         Keys.onReturnPressed: root.clicked()

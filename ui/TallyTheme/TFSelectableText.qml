@@ -7,12 +7,22 @@ Item {
 
     property string text
     property string name
+    // The digit to mark; none when it is -1.
+    property int mark: -1
+    // Room is kept for so many digits while they are not known yet.
+    property int expectedLength: 0
     property alias activatesOnTab: edit.activeFocusOnTab
     readonly property int groupsPerLine: Math.max(1, Math.floor(width / grouping.groupWidth))
     // Wider lines than those of 64 digits are hard to follow.
     readonly property int fullWidth: Math.ceil(8 * grouping.groupWidth) + 1
 
-    implicitHeight: edit.contentHeight
+    implicitHeight: Math.max(edit.contentHeight, Math.ceil(expectedLength / 8 / groupsPerLine) * metrics.lineSpacing)
+
+    FontMetrics {
+        id: metrics
+
+        font: edit.font
+    }
 
     TextEdit {
         id: edit
@@ -46,6 +56,9 @@ Item {
             target: edit.textDocument
             gap: TallyTheme.digestGap
             font: edit.font
+            mark: root.mark
+            markColor: TallyTheme.bad
+            markedTextColor: TallyTheme.inkOnAccent
         }
     }
 }

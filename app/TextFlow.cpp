@@ -1,0 +1,79 @@
+#include <string_view>
+#include <utility>
+
+#include "app/AppViewModel.h"
+#include "app/Formats.h"
+#include "core/TextHashing.h"
+
+namespace tallyfold {
+
+namespace {
+
+std::u16string_view viewOf(const QString& text) {
+  return {reinterpret_cast<const char16_t*>(text.utf16()), static_cast<std::size_t>(text.size())};
+}
+
+}  // namespace
+
+void AppViewModel::setTextInput(const QString& text) {
+  if (text == textInput_) return;
+  textInput_ = text;
+  updateTextHash();
+}
+
+void AppViewModel::updateTextHash() {
+  textTask_.abandon();
+  textHashes_ = {};
+  textUTF8ByteCount_ = HashService::utf8ByteCount(viewOf(textInput_));
+  emit textInputChanged();
+  emit textHashesChanged();
+  // Only the last edit of a burst is hashed.
+  textRest_.start();
+}
+
+void AppViewModel::startTextHash() {
+  textTask_.start(
+      BackgroundTask::Priority::userInitiated,
+      [text = textInput_, algorithms = selectedAlgorithms_](const BackgroundTask::Context& context) {
+        if (algorithms.empty()) return;
+        auto computed = HashService::hashTextCancellableWithByteCount(viewOf(text), algorithms, context.cancellation());
+        context.post([hashes = std::move(computed.hashes)](AppViewModel& model) {
+          model.textHashes_ = hashes;
+          emit model.textHashesChanged();
+        });
+      },
+      [](AppViewModel&, const std::exception_ptr&) {});
+}
+
+QString AppViewModel::textSize() const { return tr("%1 bytes (UTF-8)").arg(userLocale().toString(textUTF8ByteCount_)); }
+
+QVariantMap AppViewModel::textHashesByName() const {
+  QVariantMap map;
+  for (const HashAlgorithm algorithm : textHashes_.algorithms()) {
+    map.insert(QString::fromStdString(std::string(algorithm.rawValue())),
+               QString::fromStdString(std::string(*textHashes_.find(algorithm))));
+  }
+  return map;
+}
+
+QString AppViewModel::classification(const QString& algorithm) {
+  const auto known = HashAlgorithm::init(algorithm.toStdString());
+  return known ? QString::fromStdString(std::string(known->classification())) : QString();
+}
+
+int AppViewModel::digestLength(const QString& algorithm) {
+  const auto known = HashAlgorithm::init(algorithm.toStdString());
+  return known ? static_cast<int>(known->hexLength()) : 0;
+}
+
+void AppViewModel::copyTextHash(const QString& algorithm) {
+  const auto known = HashAlgorithm::init(algorithm.toStdString());
+  const auto digest = known ? textHashes_.find(*known) : std::nullopt;
+  if (digest) desktop_.setPasteboard(QByteArray().append(*digest));
+}
+
+void AppViewModel::pasteText() { setTextInput(desktop_.pasteboardText()); }
+
+int AppViewModel::pasteboardLength() const { return static_cast<int>(desktop_.pasteboardText().size()); }
+
+}  // namespace tallyfold

@@ -1,0 +1,111 @@
+#include "tests/app/ModelTest.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class CompareFlow : public ModelTest {
+ protected:
+  void start(const fs::path& first, const fs::path& second) {
+    model_->setCompareFiles({urlOf(first), urlOf(second)}, false);
+    model_->compare();
+  }
+
+  bool ends() {
+    return reached([this] { return !model_->isComparing(); });
+  }
+
+  [[nodiscard]] QVariant shown(const char* key) { return model_->compareResultForScreen().value(QLatin1String(key)); }
+};
+
+TEST_F(CompareFlow, ResultIsToldInWordsAndExactNumbers) {
+  const auto file = folder_.file("a", std::string(5000, 'x'));
+  const auto same = folder_.file("same", std::string(5000, 'x'));
+  const auto differs = folder_.file("differs", std::string(4999, 'x') + "y");
+  const auto longer = folder_.file("longer", std::string(5003, 'x'));
+  const struct {
+    fs::path second;
+    FileComparisonResult result;
+    QString title;
+    QStringList details;
+  } cases[] = {
+      {same, FileComparison::Identical{}, QStringLiteral("Files are identical"), {}},
+      {differs,
+       FileComparison::ContentMismatch{4999},
+       QStringLiteral("Files are different"),
+       {QStringLiteral("First difference at byte 4999"), QStringLiteral("Hexadecimal: 0x1387")}},
+      {longer,
+       FileComparison::DifferentSize{5000, 5003},
+       QStringLiteral("Files are different"),
+       {QStringLiteral("Different sizes — A: 5,000 bytes, B: 5,003 bytes"),
+        QStringLiteral("The difference is 3 bytes.")}},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.second);
+    start(file, test.second);
+    ASSERT_TRUE(ends());
+    EXPECT_EQ(model_->compareResult(), test.result);
+    EXPECT_EQ(shown("title").toString(), test.title);
+    EXPECT_EQ(shown("details").toStringList(), test.details);
+  }
+}
+
+TEST_F(CompareFlow, FileThatChangesMidwayGivesTheSentenceAndNoResult) {
+  const std::string changed = "The file changed while it was being read. Run the operation again on a stable file.";
+  const auto file = folder_.file("a", std::string(5000, 'x'));
+  const auto second = folder_.path() / "b";
+  const std::vector<std::function<void()>> changes = {
+      [&] { fs::remove(second); },
+      [&] { fs::resize_file(second, 10); },
+      [&] { fs::resize_file(second, 6000); },
+      [&] { fs::rename(folder_.file("new", std::string(5000, 'x')), second); },
+  };
+  for (const auto& change : changes) {
+    folder_.file("b", std::string(5000, 'x'));
+    gate_.close();
+    holdAt("read", 2);
+    start(file, second);
+    ASSERT_TRUE(gate_.waitForArrival());
+    change();
+    gate_.open();
+    ASSERT_TRUE(ends());
+    EXPECT_EQ(model_->errorMessage().toStdString(), changed);
+    EXPECT_EQ(model_->compareResult(), std::nullopt);
+  }
+}
+
+TEST_F(CompareFlow, ResetInMidRunIsSilent) {
+  holdAt("read", 1);
+  start(folder_.file("a", "abc"), folder_.file("b", "abd"));
+  ASSERT_TRUE(gate_.waitForArrival());
+  model_->swapCompareFiles();
+  EXPECT_EQ(model_->compareFirstURL(), folder_.path() / "a");
+  model_->resetComparison();
+  EXPECT_FALSE(model_->isComparing());
+  gate_.open();
+  EXPECT_TRUE(BackgroundTask::waitForAll(patience));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(model_->compareResult(), std::nullopt);
+  EXPECT_EQ(model_->errorMessage(), QString());
+}
+
+TEST_F(CompareFlow, FilesComeFromEitherSideAndChangePlaces) {
+  EXPECT_FALSE(model_->compareRefusal().isEmpty());
+  model_->compare();
+  EXPECT_FALSE(model_->isComparing());
+  model_->chooseCompareFile(true);
+  desktop_.confirmSinglePanel(urlOf("/b"));
+  model_->setCompareFiles({urlOf("/a")}, false);
+  EXPECT_EQ(model_->compareFirstURL(), fs::path("/a"));
+  EXPECT_EQ(model_->compareSecondURL(), fs::path("/b"));
+  EXPECT_TRUE(model_->compareRefusal().isEmpty());
+  model_->swapCompareFiles();
+  EXPECT_EQ(model_->compareFirstURL(), fs::path("/b"));
+  EXPECT_EQ(model_->compareSecondURL(), fs::path("/a"));
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test

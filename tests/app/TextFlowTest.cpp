@@ -1,0 +1,76 @@
+#include "tests/app/ModelTest.h"
+#include "tests/support/Process.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+class TextFlow : public ModelTest {
+ protected:
+  bool hashesCome() {
+    return reached([this] { return !model_->textHashes().algorithms().empty(); });
+  }
+
+  [[nodiscard]] std::string digest(HashAlgorithm algorithm) {
+    return std::string(model_->textHashes().find(algorithm).value_or("none"));
+  }
+};
+
+TEST_F(TextFlow, BurstOfEditsIsHashedOnceAndCountedAtOnce) {
+  std::vector<std::size_t> sizes;
+  QObject::connect(model_.get(), &AppViewModel::textHashesChanged,
+                   [&] { sizes.push_back(model_->textHashes().size()); });
+  const QString text = QStringLiteral("caf\u00e9!");
+  for (qsizetype length = 1; length <= text.size(); ++length) {
+    model_->setTextInput(text.left(length));
+    EXPECT_EQ(model_->textUTF8ByteCount(), text.left(length).toUtf8().size());
+  }
+  ASSERT_TRUE(hashesCome());
+  EXPECT_EQ(sizes, (std::vector<std::size_t>{0, 0, 0, 0, 0, 2}));
+  const auto file = folder_.file("text", text.toStdString());
+  EXPECT_EQ(digest(HashAlgorithm::sha256), outputOf({"sha256sum", file}).substr(0, 64));
+}
+
+TEST_F(TextFlow, SelectionDecidesWhatIsCalculated) {
+  model_->setTextInput(QStringLiteral("The quick brown fox jumps over the lazy dog"));
+  ASSERT_TRUE(hashesCome());
+  EXPECT_EQ(model_->textHashes().algorithms(), HashAlgorithm::recommended);
+  model_->setSelectedAlgorithms({HashAlgorithm::md5});
+  EXPECT_TRUE(model_->textHashes().algorithms().empty());
+  ASSERT_TRUE(hashesCome());
+  EXPECT_EQ(digest(HashAlgorithm::md5), "9e107d9d372bb6826bd81d3542a419d6");
+  EXPECT_EQ(model_->textHashesByName().value(QStringLiteral("MD5")).toString().toStdString(),
+            digest(HashAlgorithm::md5));
+  model_->copyTextHash(QStringLiteral("MD5"));
+  EXPECT_EQ(desktop_.pasteboard, QByteArray("9e107d9d372bb6826bd81d3542a419d6"));
+  model_->copyTextHash(QStringLiteral("SHA-1"));
+  EXPECT_EQ(desktop_.pasteboard, QByteArray("9e107d9d372bb6826bd81d3542a419d6"));
+}
+
+TEST_F(TextFlow, EditWinsOverTheLargeTextInFlight) {
+  model_->choosePreset(AppViewModel::AllAlgorithms);
+  QSignalSpy changes(model_.get(), &AppViewModel::textHashesChanged);
+  desktop_.otherProgramsText = QString(64 << 20, u'x');
+  model_->pasteText();
+  EXPECT_EQ(model_->textUTF8ByteCount(), 64 << 20);
+  ASSERT_TRUE(reached([&] { return model_->isTextHashing(); }));
+  model_->setTextInput(QStringLiteral("abc"));
+  ASSERT_TRUE(hashesCome());
+  EXPECT_EQ(digest(HashAlgorithm::md5), "900150983cd24fb0d6963f7d28e17f72");
+  EXPECT_TRUE(BackgroundTask::waitForAll(patience));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(digest(HashAlgorithm::md5), "900150983cd24fb0d6963f7d28e17f72");
+  EXPECT_EQ(changes.count(), 3) << "two edits and one set of digests";
+}
+
+TEST_F(TextFlow, ErasedTextHasTheDigestsOfNoBytes) {
+  model_->setTextInput(QStringLiteral("x"));
+  model_->setTextInput({});
+  EXPECT_EQ(model_->textUTF8ByteCount(), 0);
+  ASSERT_TRUE(hashesCome());
+  EXPECT_EQ(digest(HashAlgorithm::sha256), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test

@@ -1,0 +1,133 @@
+#include "tests/app/ModelTest.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string sha256OfAbc = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+
+class VerifyFlow : public ModelTest {
+ protected:
+  void SetUp() override { model_->setVerifyFile({urlOf(file_)}); }
+
+  void verify(const std::string& pasted) {
+    model_->setExpectedHash(QString::fromStdString(pasted));
+    model_->verify();
+    ASSERT_TRUE(reached([this] { return !model_->isVerifying(); }));
+  }
+
+  [[nodiscard]] QString title() { return model_->verifyResultForScreen().value(QStringLiteral("title")).toString(); }
+  [[nodiscard]] QString details() {
+    return model_->verifyResultForScreen().value(QStringLiteral("details")).toString();
+  }
+
+  const fs::path file_ = folder_.file("abc.txt", "abc");
+};
+
+TEST_F(VerifyFlow, WhatPeoplePasteIsUnderstood) {
+  const struct {
+    std::string pasted;
+    HashAlgorithm algorithm;
+  } cases[] = {
+      {"900150983cd24fb0d6963f7d28e17f72", HashAlgorithm::md5},
+      {"  0xA9993E36 4706816A BA3E2571\n7850C26C 9CD0D89D \r\n", HashAlgorithm::sha1},
+      {"SHA256 (some file (1).iso) = " + sha256OfAbc, HashAlgorithm::sha256},
+      {"900150983cd24fb0d6963f7d28e17f72 *abc.txt", HashAlgorithm::md5},
+      {"abc.txt 352441C2", HashAlgorithm::crc32},
+      {"BLAKE3 (x) = 6437b3ac38465133ffb63b75273a8db548c558465d79db03fd359c6cd5bd9d85", HashAlgorithm::blake3},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.pasted);
+    verify(test.pasted);
+    const auto* match = std::get_if<Verification::Match>(&model_->verifyResult().value());
+    ASSERT_NE(match, nullptr);
+    EXPECT_EQ(match->algorithm, test.algorithm);
+    EXPECT_EQ(model_->recognisedAlgorithm().toStdString(), test.algorithm.rawValue());
+    EXPECT_EQ(model_->verifyProgress(), 1);
+  }
+}
+
+TEST_F(VerifyFlow, UnclearChecksumIsToldWithoutReadingTheFile) {
+  verify(sha256OfAbc);
+  EXPECT_EQ(model_->verifyResult(), VerificationResult(Verification::AmbiguousExpectedHash{}));
+  EXPECT_EQ(details(),
+            QStringLiteral("64-character digests can be SHA-256 or BLAKE3. Choose the algorithm from the menu."));
+  verify("not a checksum");
+  EXPECT_EQ(model_->verifyResult(), VerificationResult(Verification::InvalidExpectedHash{}));
+  EXPECT_EQ(details(), QStringLiteral("Invalid or unsupported checksum format."));
+  EXPECT_THAT(calls_.names, testing::IsEmpty());
+
+  model_->setVerifyAlgorithm(QStringLiteral("SHA-256"));
+  verify(sha256OfAbc);
+  EXPECT_EQ(model_->verifyResult(), VerificationResult(Verification::Match{HashAlgorithm::sha256, sha256OfAbc}));
+}
+
+TEST_F(VerifyFlow, MismatchShowsBothDigestsAndWhereTheyPart) {
+  verify("SHA256 (x) = ba7816bf8f" + std::string(54, '0'));
+  EXPECT_EQ(model_->verifyResult(), VerificationResult(Verification::Mismatch{HashAlgorithm::sha256, sha256OfAbc}));
+  EXPECT_EQ(title(), QStringLiteral("Checksum mismatch (SHA-256)"));
+  const QVariantMap result = model_->verifyResultForScreen();
+  EXPECT_EQ(result.value(QStringLiteral("difference")), 11);
+  const QVariantMap actual = result.value(QStringLiteral("digests")).toList().at(1).toMap();
+  EXPECT_EQ(actual.value(QStringLiteral("label")), QStringLiteral("Actual: "));
+  EXPECT_EQ(actual.value(QStringLiteral("digest")).toString().toStdString(), sha256OfAbc);
+}
+
+TEST_F(VerifyFlow, FileThatCannotBeReadIsNotVerified) {
+  fs::remove(file_);
+  verify("900150983cd24fb0d6963f7d28e17f72");
+  EXPECT_EQ(model_->verifyResult(), VerificationResult(Verification::Error{"No such file or directory"}));
+  EXPECT_EQ(model_->errorMessage(), QString());
+}
+
+TEST_F(VerifyFlow, ResetInMidRunLeavesNoVerdict) {
+  holdAt("read", 1);
+  model_->setExpectedHash(QStringLiteral("900150983cd24fb0d6963f7d28e17f72"));
+  model_->verify();
+  ASSERT_TRUE(gate_.waitForArrival());
+  model_->resetVerification();
+  EXPECT_FALSE(model_->isVerifying());
+  gate_.open();
+  EXPECT_TRUE(BackgroundTask::waitForAll(patience));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(model_->verifyResult(), std::nullopt);
+  EXPECT_EQ(model_->verifyProgress(), 0);
+}
+
+TEST_F(VerifyFlow, VerdictGoesWithWhatItWasAbout) {
+  const auto other = urlOf(folder_.file("other", ""));
+  const std::vector<std::function<void()>> changes = {
+      [&] { model_->setVerifyFile({other}); },
+      [&] { model_->setExpectedHash(QStringLiteral("352441c2")); },
+      [&] { model_->setVerifyAlgorithm(QStringLiteral("MD5")); },
+  };
+  for (const auto& change : changes) {
+    verify("900150983cd24fb0d6963f7d28e17f72");
+    ASSERT_NE(model_->verifyResult(), std::nullopt);
+    change();
+    EXPECT_EQ(model_->verifyResult(), std::nullopt);
+  }
+}
+
+TEST_F(VerifyFlow, RunningOneRefusesAnotherFileAndAnotherStart) {
+  holdAt("read", 1);
+  model_->setExpectedHash(QStringLiteral("900150983cd24fb0d6963f7d28e17f72"));
+  model_->verify();
+  ASSERT_TRUE(gate_.waitForArrival());
+  model_->verify();
+  model_->setVerifyFile({urlOf("/elsewhere")});
+  EXPECT_EQ(model_->verifyURL(), file_);
+  model_->setMode(AppMode::Text);
+  gate_.open();
+  ASSERT_TRUE(reached([&] { return !model_->isVerifying(); }));
+  EXPECT_TRUE(std::holds_alternative<Verification::Match>(model_->verifyResult().value()));
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Verify), AppViewModel::AllWell);
+  model_->setMode(AppMode::Verify);
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Verify), AppViewModel::NoOutcome);
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test

@@ -1,0 +1,137 @@
+// The Text, Verify and Compare modes with real keys, a real pointer and the real clipboard.
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+#include "tests/ui/WindowFixture.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+class OtherModes : public WindowFixture {
+ protected:
+  void TearDown() override {
+    model.resetVerification();
+    model.setExpectedHash({});
+    model.setVerifyAlgorithm(QStringLiteral("Auto"));
+    model.resetComparison();
+    WindowFixture::TearDown();
+  }
+
+  void enter(AppMode::Case mode) {
+    const std::string digit = std::to_string(mode + 1);
+    driver.press({"Control_L", digit.c_str()});
+    waitFor("the mode", [&] { return model.mode() == mode; });
+  }
+
+  [[nodiscard]] QString textOfItem(const QString& objectName) {
+    return driver.item(objectName)->property("text").toString();
+  }
+
+  [[nodiscard]] QString nameInSidebar(const QString& label) {
+    return driver.item(QStringLiteral("mode") + label)->property("announcement").toString();
+  }
+};
+
+TEST_F(OtherModes, ShortcutsWorkFromTextsThatAreOnlyToBeRead) {
+  add({"a"}, "abc");
+  calculate();
+  driver.click("copy SHA-256");
+  driver.clickAt(inRow(0, "copy SHA-256")->mapToGlobal(QPointF(-200, 10)).toPoint());
+  EXPECT_TRUE(window.activeFocusItem()->property("readOnly").toBool());
+  driver.press({"Control_L", "c"});
+  waitFor("all checksums", [&] { return driver.clipboard().starts_with("SHA-256: "); });
+  enter(AppMode::Text);
+}
+
+TEST_F(OtherModes, TextIsHashedAsItIsTyped) {
+  model.choosePreset(AppViewModel::AllAlgorithms);
+  enter(AppMode::Text);
+  driver.click("textEditor");
+  driver.type("abc");
+  waitFor("the digests", [&] { return textOfItem("text digest MD5") == u"900150983cd24fb0d6963f7d28e17f72"; });
+  EXPECT_EQ(textOfItem("byteCount"), u"3 bytes (UTF-8)");
+  driver.click("text copy MD5");
+  waitFor("the copy", [&] { return driver.clipboard() == "900150983cd24fb0d6963f7d28e17f72"; });
+  driver.click("text algorithm MD5");
+  waitFor("the digest to go",
+          [&] { return textOfItem("text digest MD5").isEmpty() && !textOfItem("text digest SHA-1").isEmpty(); });
+  driver.click("clearText");
+  waitFor("no text", [&] { return model.textInput().isEmpty(); });
+}
+
+TEST_F(OtherModes, PastedTextTooLongForAnEditorIsHashedWhole) {
+  const QString large(AppViewModel::editableLength() + 1, u'x');
+  QGuiApplication::clipboard()->setText(large);
+  enter(AppMode::Text);
+  driver.click("textEditor");
+  driver.press({"Control_L", "v"});
+  waitFor("the digests", [&] { return model.textHashes().algorithms() == model.selectedAlgorithms(); });
+  EXPECT_EQ(model.textInput().size(), large.size());
+  EXPECT_LT(textOfItem("textEditor").size(), large.size());
+  driver.click("clearText");
+  waitFor("no text", [&] { return model.textInput().isEmpty(); });
+  driver.type("x");
+  waitFor("an editor", [&] { return model.textInput() == u"x"; });
+  driver.click("clearText");
+}
+
+TEST_F(OtherModes, FileIsVerifiedFromTheKeyboard) {
+  enter(AppMode::Verify);
+  EXPECT_EQ(textOfItem("fileName"), u"No file selected");
+  driver.press({"Control_L", "o"});
+  driver.answerPanel("openPanel", folder.file("abc.txt", "abc"));
+  waitFor("the file", [&] { return textOfItem("fileName") == u"abc.txt"; });
+  driver.click("checksumField");
+  driver.type("a9993e364706816aba3e25717850c26c9cd0d89d");
+  waitFor("the algorithm", [&] { return textOfItem("recognisedAlgorithm") == u"Will be checked as SHA-1."; });
+  driver.press({"Return"});
+  waitFor("the verdict", [&] { return textOfItem("verdictTitle") == u"Match"; });
+  driver.press({"BackSpace"});
+  waitFor("the verdict to go", [&] { return driver.findItem("verdictTitle") == nullptr; });
+  driver.type("0");
+  driver.press({"Return"});
+  waitFor("the other verdict", [&] { return textOfItem("verdictTitle") == u"Checksum mismatch (SHA-1)"; });
+}
+
+TEST_F(OtherModes, VerificationGoesOnInAnotherModeAndEscapeEndsIt) {
+  model.setVerifyFile({QUrl::fromLocalFile(QString::fromStdString(endlessFile()))});
+  enter(AppMode::Verify);
+  driver.click("checksumField");
+  driver.type("00000000");
+  driver.press({"Return"});
+  waitFor("the start", [&] { return model.isVerifying(); });
+  enter(AppMode::Compare);
+  EXPECT_EQ(nameInSidebar(QStringLiteral("Verify")), u"Verify, working");
+  driver.press({"Escape"});
+  enter(AppMode::Verify);
+  EXPECT_TRUE(model.isVerifying());
+  driver.press({"Escape"});
+  waitFor("the end", [&] { return !model.isVerifying(); });
+  EXPECT_EQ(driver.findItem("verdictTitle"), nullptr);
+}
+
+TEST_F(OtherModes, FilesAreComparedAndSwapped) {
+  enter(AppMode::Compare);
+  driver.click("compareFirstChoose");
+  driver.answerPanel("openPanel", folder.file("a", "same"));
+  driver.click("compareSecondChoose");
+  driver.answerPanel("openPanel", folder.file("b", "sane"));
+  waitFor("both files", [&] { return model.compareRefusal().isEmpty(); });
+  driver.press({"Control_L", "Return"});
+  waitFor("the result", [&] { return textOfItem("comparisonDetail0") == u"First difference at byte 2"; });
+  EXPECT_EQ(textOfItem("comparisonTitle"), u"Files are different");
+  driver.click("swapFiles");
+  waitFor("the swap", [&] { return model.compareFirstURL() == folder.path() / "b"; });
+  EXPECT_EQ(driver.findItem("comparisonTitle"), nullptr);
+  std::filesystem::remove(folder.path() / "b");
+  driver.click("compare");
+  waitFor("the alert", [&] { return textOfItem("alertMessage") == u"No such file or directory"; });
+  driver.click("alertOk");
+  waitFor("no alert", [&] { return model.errorMessage().isEmpty(); });
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test

@@ -1,0 +1,202 @@
+import QtQuick
+import TallyFold
+
+// Compare mode: two files, byte for byte.
+FocusScope {
+    id: root
+
+    required property AppViewModel viewModel
+    readonly property var result: viewModel.compareResult
+    readonly property bool hasResult: result.title !== undefined
+    readonly property string busyRefusal: viewModel.isComparing ? qsTr("A comparison is under way.") : ""
+
+    function act() {
+        if (viewModel.isComparing)
+            viewModel.resetComparison();
+        else if (viewModel.compareRefusal === "")
+            viewModel.compare();
+    }
+
+    TFSectionHeader {
+        id: header
+
+        title: qsTr("Compare")
+        subtitle: qsTr("Perform an exact byte-for-byte comparison and locate the first mismatch.")
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: parent.top
+            margins: TallyTheme.space6
+        }
+    }
+
+    Item {
+        id: cards
+
+        height: 120 * TallyTheme.textScale
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: header.bottom
+            margins: TallyTheme.space6
+            topMargin: TallyTheme.space4
+        }
+
+        TFFileCard {
+            objectName: "compareFirst"
+            width: (parent.width - swap.width) / 2 - TallyTheme.space2
+            height: parent.height
+            title: qsTr("File A")
+            file: root.viewModel.compareFirstFile
+            isTargeted: firstZone.isTargeted
+            refusal: root.busyRefusal
+            onChooseRequested: root.viewModel.chooseCompareFile(false)
+        }
+
+        TFIconButton {
+            id: swap
+
+            objectName: "swapFiles"
+            anchors.centerIn: parent
+            name: qsTr("Swap")
+            icon: "arrow.left.arrow.right"
+            refusal: root.busyRefusal
+            onClicked: root.viewModel.swapCompareFiles()
+        }
+
+        TFFileCard {
+            objectName: "compareSecond"
+            anchors.right: parent.right
+            width: (parent.width - swap.width) / 2 - TallyTheme.space2
+            height: parent.height
+            title: qsTr("File B")
+            file: root.viewModel.compareSecondFile
+            isTargeted: secondZone.isTargeted
+            refusal: root.busyRefusal
+            onChooseRequested: root.viewModel.chooseCompareFile(true)
+        }
+    }
+
+    Item {
+        id: bar
+
+        height: TallyTheme.controlHeight
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: cards.bottom
+            margins: TallyTheme.space6
+            topMargin: TallyTheme.space4
+        }
+
+        TFProgressBar {
+            objectName: "compareProgress"
+            visible: root.viewModel.isComparing
+            value: root.viewModel.compareProgress
+            Accessible.name: qsTr("Comparison")
+
+            anchors {
+                left: parent.left
+                right: percent.left
+                rightMargin: TallyTheme.space2
+                verticalCenter: parent.verticalCenter
+            }
+        }
+
+        TFPercentText {
+            id: percent
+
+            visible: root.viewModel.isComparing
+            width: 36 * TallyTheme.textScale
+            value: root.viewModel.compareProgress
+
+            anchors {
+                right: act.left
+                rightMargin: TallyTheme.space3
+                verticalCenter: parent.verticalCenter
+            }
+        }
+
+        TFButton {
+            id: act
+
+            objectName: "compare"
+            anchors.right: parent.right
+            width: 112 * TallyTheme.textScale
+            text: root.viewModel.isComparing ? qsTr("Cancel") : qsTr("Compare")
+            isProminent: !root.viewModel.isComparing
+            tip: root.viewModel.isComparing ? "Esc" : "Ctrl+Return"
+            refusal: root.viewModel.isComparing ? "" : root.viewModel.compareRefusal
+            onClicked: root.act()
+        }
+    }
+
+    TFVerdict {
+        objectName: "comparison"
+        visible: root.hasResult
+        icon: root.result.icon ?? ""
+        title: root.result.title ?? ""
+        outcome: root.result.outcome ?? 0
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: bar.bottom
+            margins: TallyTheme.space6
+            topMargin: TallyTheme.space4
+        }
+
+        Repeater {
+            model: root.result.details ?? []
+
+            TFText {
+                required property string modelData
+                required property int index
+
+                objectName: "comparisonDetail" + index
+                width: parent.width
+                text: modelData
+                wrapMode: Text.Wrap
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+        }
+    }
+
+    // Each half of the screen takes the file of its side; two files dropped together are both.
+    DropZone {
+        id: firstZone
+
+        width: parent.width / 2
+        height: parent.height
+        z: -1
+        enabled: !root.viewModel.isComparing
+        onFilesDropped: files => root.viewModel.setCompareFiles(files, false)
+    }
+
+    DropZone {
+        id: secondZone
+
+        x: parent.width / 2
+        width: parent.width / 2
+        height: parent.height
+        z: -1
+        enabled: !root.viewModel.isComparing
+        onFilesDropped: files => root.viewModel.setCompareFiles(files, true)
+    }
+
+    Shortcut {
+        enabled: root.visible && !root.viewModel.isComparing
+        sequences: ["Return", "Enter", "Ctrl+Return", "Ctrl+Enter"]
+        onActivated: root.act()
+    }
+
+    Shortcut {
+        enabled: root.visible && root.viewModel.isComparing
+        sequence: "Esc"
+        onActivated: root.viewModel.resetComparison()
+    }
+}

@@ -1,0 +1,56 @@
+import QtQuick
+import TallyFold
+
+// What came of it, as the biggest thing on the screen: an icon, words and a colour that agree.
+Rectangle {
+    id: root
+
+    property string icon
+    property string title
+    // An AppViewModel.Outcome: well, failed, or neither.
+    property int outcome: 0
+    default property alias details: column.data
+    readonly property color tone: outcome === AppViewModel.AllWell ? TallyTheme.good : outcome === AppViewModel.SomeFailed ? TallyTheme.bad : TallyTheme.caution
+
+    implicitHeight: Math.max(72, column.implicitHeight + 2 * TallyTheme.space4)
+    radius: TallyTheme.cardRadius
+    color: TallyTheme.tint(tone)
+    border.color: TallyTheme.edge(tone)
+    Accessible.role: Accessible.AlertMessage
+    Accessible.name: root.title
+
+    TFIcon {
+        id: icon
+
+        x: TallyTheme.space4
+        y: TallyTheme.space4
+        name: root.icon
+        size: 40
+        color: root.tone
+    }
+
+    Column {
+        id: column
+
+        spacing: TallyTheme.space1
+
+        anchors {
+            left: icon.right
+            right: parent.right
+            leftMargin: TallyTheme.space4
+            rightMargin: TallyTheme.space4
+            top: parent.top
+            topMargin: TallyTheme.space4
+        }
+
+        TFText {
+            width: parent.width
+            objectName: root.objectName + "Title"
+            text: root.title
+            color: root.tone
+            wrapMode: Text.Wrap
+            font.pixelSize: TallyTheme.titleSize
+            font.weight: Font.DemiBold
+        }
+    }
+}

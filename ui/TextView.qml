@@ -1,0 +1,234 @@
+import QtQuick
+import QtQuick.Templates as T
+import TallyFold
+
+// Text mode: type or paste, and every selected checksum is there.
+FocusScope {
+    id: root
+
+    required property AppViewModel viewModel
+    readonly property int gutter: TallyTheme.space6
+    // More than an editor can bear: kept in the model, and only its beginning shown.
+    property bool isLarge: false
+
+    function paste(event) {
+        if (viewModel.pasteboardLength() <= viewModel.editableLength())
+            return;
+        event.accepted = true;
+        isLarge = true;
+        viewModel.pasteText();
+        editor.text = viewModel.textInput.substring(0, 10000);
+    }
+
+    function clear() {
+        isLarge = false;
+        editor.text = "";
+        viewModel.textInput = "";
+        editor.editor.forceActiveFocus();
+    }
+
+    TFSectionHeader {
+        id: header
+
+        title: qsTr("Text Hashing")
+        subtitle: qsTr("Calculate the checksums of a piece of text as it is typed.")
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: parent.top
+            margins: root.gutter
+        }
+    }
+
+    TFGlassCard {
+        id: editorCard
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: header.bottom
+            bottom: count.top
+            topMargin: TallyTheme.space4
+            bottomMargin: TallyTheme.space1
+            leftMargin: root.gutter
+            rightMargin: root.gutter
+        }
+
+        TFTextArea {
+            id: editor
+
+            objectName: "textEditor"
+            anchors.fill: parent
+            anchors.margins: 1
+            focus: true
+            name: qsTr("Text to hash")
+            hint: qsTr("Type or paste text here.")
+            readOnly: root.isLarge
+            onEdited: {
+                if (!root.isLarge)
+                    root.viewModel.textInput = text;
+            }
+            onPasteRequested: event => root.paste(event)
+        }
+    }
+
+    Item {
+        id: count
+
+        height: TallyTheme.smallControlHeight
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            bottom: rowsCard.top
+            bottomMargin: TallyTheme.space2
+            leftMargin: root.gutter
+            rightMargin: root.gutter
+        }
+
+        TFText {
+            objectName: "byteCount"
+            anchors.verticalCenter: parent.verticalCenter
+            text: root.viewModel.textSize + (root.isLarge ? " · " + qsTr("Only the beginning of this text is shown.") : "")
+            color: TallyTheme.secondary
+            font.pixelSize: TallyTheme.captionSize
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+
+        TFButton {
+            objectName: "clearText"
+            anchors.right: parent.right
+            height: parent.height
+            text: qsTr("Clear")
+            isBorderless: true
+            refusal: editor.text !== "" ? "" : qsTr("There is no text.")
+            onClicked: root.clear()
+        }
+    }
+
+    TFGlassCard {
+        id: rowsCard
+
+        height: Math.min(rows.contentHeight + 2 * TallyTheme.space2, root.height * 0.58)
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            bottom: parent.bottom
+            margins: root.gutter
+            bottomMargin: TallyTheme.space4
+        }
+
+        Flickable {
+            id: rows
+
+            anchors.fill: parent
+            anchors.margins: TallyTheme.space2
+            clip: true
+            boundsBehavior: Flickable.StopAtBounds
+            contentHeight: column.implicitHeight
+
+            T.ScrollBar.vertical: TFScrollBar {
+            }
+
+            Column {
+                id: column
+
+                width: rows.width - (rows.contentHeight > rows.height ? TallyTheme.space3 : 0)
+                spacing: TallyTheme.space1
+
+                Item {
+                    width: parent.width
+                    height: TallyTheme.controlHeight
+
+                    TFText {
+                        anchors.verticalCenter: parent.verticalCenter
+                        x: TallyTheme.space2
+                        text: qsTr("Checksums")
+                        font.pixelSize: TallyTheme.sectionSize
+                        font.weight: Font.DemiBold
+                        Accessible.role: Accessible.Heading
+                        Accessible.name: text
+                    }
+
+                    TFPresetsButton {
+                        objectName: "textPresets"
+                        anchors.right: parent.right
+                        viewModel: root.viewModel
+                    }
+                }
+
+                Repeater {
+                    model: root.viewModel.algorithms
+
+                    Item {
+                        id: row
+
+                        required property string modelData
+                        readonly property string digest: root.viewModel.textHashes[modelData] ?? ""
+                        property string lastDigest
+
+                        onDigestChanged: {
+                            if (digest !== "")
+                                lastDigest = digest;
+                        }
+
+                        width: column.width
+                        height: Math.max(TallyTheme.controlHeight, value.y + value.implicitHeight)
+
+                        TFAlgorithmChip {
+                            id: chip
+
+                            objectName: "text algorithm " + row.modelData
+                            width: 88 * TallyTheme.textScale
+                            algorithm: row.modelData
+                            viewModel: root.viewModel
+                        }
+
+                        TFText {
+                            id: label
+
+                            anchors.left: chip.right
+                            anchors.leftMargin: TallyTheme.space2
+                            width: 92 * TallyTheme.textScale
+                            height: TallyTheme.controlHeight
+                            text: root.viewModel.classification(row.modelData)
+                            color: TallyTheme.tertiary
+                            font.pixelSize: TallyTheme.captionSize
+                        }
+
+                        TFSelectableText {
+                            id: value
+
+                            objectName: "text digest " + row.modelData
+                            y: Math.round((TallyTheme.controlHeight - TallyTheme.digestSize * 1.35) / 2)
+                            anchors.left: label.right
+                            width: Math.min(fullWidth, row.width - x - copy.width - TallyTheme.space1)
+                            // While it is calculated anew, the last one fades instead of coming and going with every key.
+                            name: row.digest !== "" ? row.modelData : qsTr("%1 of the text before").arg(row.modelData)
+                            text: row.digest !== "" ? row.digest : chip.checked ? row.lastDigest : ""
+                            enabled: row.digest !== ""
+                            opacity: enabled ? 1 : TallyTheme.disabledOpacity
+                            expectedLength: chip.checked ? root.viewModel.digestLength(row.modelData) : 0
+                        }
+
+                        TFIconButton {
+                            id: copy
+
+                            objectName: "text copy " + row.modelData
+                            anchors.left: value.right
+                            anchors.leftMargin: TallyTheme.space1
+                            y: 2
+                            name: qsTr("Copy %1").arg(row.modelData)
+                            icon: "doc.on.doc"
+                            refusal: row.digest !== "" ? "" : qsTr("There is no %1 to copy.").arg(row.modelData)
+                            onClicked: root.viewModel.copyTextHash(row.modelData)
+                        }
+                    }
+                }
+            }
+        }
+    }
+}

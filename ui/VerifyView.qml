@@ -1,0 +1,315 @@
+import QtQuick
+import QtQuick.Templates as T
+import TallyFold
+
+// Verify mode: one file against one pasted checksum.
+FocusScope {
+    id: root
+
+    required property AppViewModel viewModel
+    readonly property var result: viewModel.verifyResult
+    readonly property bool hasResult: result.title !== undefined
+    readonly property string busyRefusal: viewModel.isVerifying ? qsTr("A verification is under way.") : ""
+
+    function act() {
+        if (viewModel.isVerifying)
+            viewModel.resetVerification();
+        else if (viewModel.verifyRefusal === "")
+            viewModel.verify();
+    }
+
+    TFSectionHeader {
+        id: header
+
+        title: qsTr("Verify")
+        subtitle: qsTr("Check a file against a checksum that you were given.")
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: parent.top
+            topMargin: TallyTheme.space6
+            leftMargin: column.x
+            rightMargin: column.x
+        }
+    }
+
+    Flickable {
+        clip: true
+        boundsBehavior: Flickable.StopAtBounds
+        contentHeight: column.implicitHeight + TallyTheme.space4
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: header.bottom
+            topMargin: TallyTheme.space4
+            bottom: parent.bottom
+        }
+
+        T.ScrollBar.vertical: TFScrollBar {
+        }
+
+        Column {
+            id: column
+
+            x: (parent.width - width) / 2
+            width: Math.min(parent.width - 2 * TallyTheme.space6, 744 * TallyTheme.textScale)
+            spacing: TallyTheme.space3
+
+            TFFileCard {
+                objectName: "verifyFile"
+                width: parent.width
+                title: qsTr("File")
+                file: root.viewModel.verifyFile
+                isTargeted: dropZone.isTargeted
+                refusal: root.busyRefusal
+                onChooseRequested: root.viewModel.chooseVerifyFile()
+            }
+
+            TFGlassCard {
+                width: parent.width
+                height: fields.implicitHeight + 2 * TallyTheme.space3
+
+                Column {
+                    id: fields
+
+                    spacing: TallyTheme.space2
+
+                    anchors {
+                        left: parent.left
+                        right: parent.right
+                        top: parent.top
+                        margins: TallyTheme.space3
+                    }
+
+                    Item {
+                        width: parent.width
+                        height: TallyTheme.controlHeight
+
+                        TFText {
+                            anchors.verticalCenter: parent.verticalCenter
+                            text: qsTr("Checksum or checksum line")
+                            font.weight: Font.Medium
+                        }
+
+                        TFButton {
+                            objectName: "pasteChecksum"
+                            anchors.right: parent.right
+                            text: qsTr("Paste")
+                            icon: "doc.on.clipboard"
+                            refusal: root.busyRefusal
+                            onClicked: root.viewModel.pasteExpectedHash()
+                        }
+                    }
+
+                    Rectangle {
+                        width: parent.width
+                        height: 76 * TallyTheme.textScale
+                        radius: TallyTheme.controlRadius
+                        color: TallyTheme.surface
+                        border.width: field.editor.activeFocus ? 2 : 1
+                        border.color: field.editor.activeFocus ? TallyTheme.accent : TallyTheme.hairline
+
+                        TFTextArea {
+                            id: field
+
+                            objectName: "checksumField"
+                            anchors.fill: parent
+                            anchors.margins: 2
+                            focus: true
+                            readOnly: root.viewModel.isVerifying
+                            name: qsTr("Checksum or checksum line")
+                            hint: qsTr("Paste a checksum or a standard checksum line. Use Auto when the digest length is unique; SHA-256 and BLAKE3 both use 64 hexadecimal characters.")
+                            font.family: TallyTheme.digestFont
+                            font.pixelSize: TallyTheme.digestSize
+                            onEdited: root.viewModel.expectedHash = text
+                            onReturnPressed: event => {
+                                event.accepted = true;
+                                root.act();
+                            }
+
+                            Connections {
+                                target: root.viewModel
+
+                                function onExpectedHashChanged() {
+                                    if (field.text !== root.viewModel.expectedHash)
+                                        field.text = root.viewModel.expectedHash;
+                                }
+                            }
+                        }
+                    }
+
+                    Item {
+                        width: parent.width
+                        height: TallyTheme.controlHeight
+
+                        TFButton {
+                            id: algorithm
+
+                            objectName: "verifyAlgorithm"
+                            text: root.viewModel.verifyAlgorithm
+                            description: qsTr("Algorithm")
+                            opensMenu: true
+                            refusal: root.busyRefusal
+                            onClicked: menu.popup(algorithm, 0, algorithm.height + TallyTheme.space1)
+
+                            TFMenu {
+                                id: menu
+
+                                implicitWidth: 160 * TallyTheme.textScale
+
+                                Repeater {
+                                    model: root.viewModel.verifyAlgorithms
+
+                                    TFMenuItem {
+                                        required property string modelData
+
+                                        objectName: "verify with " + modelData
+                                        text: modelData
+                                        symbol: modelData === root.viewModel.verifyAlgorithm ? "checkmark" : ""
+                                        onTriggered: root.viewModel.verifyAlgorithm = modelData
+                                    }
+                                }
+                            }
+                        }
+
+                        TFText {
+                            objectName: "recognisedAlgorithm"
+                            text: root.viewModel.recognisedAlgorithm === "" ? "" : qsTr("Will be checked as %1.").arg(root.viewModel.recognisedAlgorithm)
+                            color: TallyTheme.secondary
+                            font.pixelSize: TallyTheme.captionSize
+                            Accessible.role: Accessible.StaticText
+                            Accessible.name: text
+
+                            anchors {
+                                left: algorithm.right
+                                leftMargin: TallyTheme.space3
+                                verticalCenter: parent.verticalCenter
+                            }
+                        }
+
+                        TFProgressBar {
+                            objectName: "verifyProgress"
+                            visible: root.viewModel.isVerifying
+                            value: root.viewModel.verifyProgress
+                            Accessible.name: qsTr("Verification")
+
+                            anchors {
+                                right: percent.left
+                                rightMargin: TallyTheme.space2
+                                verticalCenter: parent.verticalCenter
+                            }
+                        }
+
+                        TFPercentText {
+                            id: percent
+
+                            visible: root.viewModel.isVerifying
+                            width: 36 * TallyTheme.textScale
+                            value: root.viewModel.verifyProgress
+
+                            anchors {
+                                right: act.left
+                                rightMargin: TallyTheme.space3
+                                verticalCenter: parent.verticalCenter
+                            }
+                        }
+
+                        TFButton {
+                            id: act
+
+                            objectName: "verify"
+                            anchors.right: parent.right
+                            width: 112 * TallyTheme.textScale
+                            text: root.viewModel.isVerifying ? qsTr("Cancel") : qsTr("Verify")
+                            isProminent: !root.viewModel.isVerifying
+                            tip: root.viewModel.isVerifying ? "Esc" : "Ctrl+Return"
+                            refusal: root.viewModel.isVerifying ? "" : root.viewModel.verifyRefusal
+                            onClicked: root.act()
+                        }
+                    }
+                }
+            }
+
+            TFVerdict {
+                objectName: "verdict"
+                width: parent.width
+                visible: root.hasResult
+                icon: root.result.icon ?? ""
+                title: root.result.title ?? ""
+                outcome: root.result.outcome ?? 0
+
+                TFText {
+                    objectName: "verdictDetails"
+                    width: parent.width
+                    visible: text !== ""
+                    text: root.result.details ?? ""
+                    wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
+                }
+
+                Repeater {
+                    model: root.result.digests ?? []
+
+                    Item {
+                        id: line
+
+                        required property var modelData
+
+                        width: parent.width
+                        height: digest.implicitHeight + TallyTheme.space1
+
+                        TFText {
+                            id: label
+
+                            width: 72 * TallyTheme.textScale
+                            text: line.modelData.label
+                            color: TallyTheme.secondary
+                        }
+
+                        TFSelectableText {
+                            id: digest
+
+                            objectName: "verdict " + line.modelData.label
+                            anchors.left: label.right
+                            width: Math.min(fullWidth, line.width - x)
+                            name: line.modelData.label
+                            text: line.modelData.digest
+                            mark: root.result.difference ?? -1
+                        }
+                    }
+                }
+            }
+        }
+    }
+
+    // A file may be dropped anywhere on the screen.
+    DropZone {
+        id: dropZone
+
+        anchors.fill: parent
+        z: -1
+        enabled: !root.viewModel.isVerifying
+        onFilesDropped: files => root.viewModel.setVerifyFile(files)
+    }
+
+    Shortcut {
+        enabled: root.visible && !root.viewModel.isVerifying
+        sequences: [StandardKey.Open]
+        onActivated: root.viewModel.chooseVerifyFile()
+    }
+
+    Shortcut {
+        enabled: root.visible && !root.viewModel.isVerifying
+        sequences: ["Ctrl+Return", "Ctrl+Enter"]
+        onActivated: root.act()
+    }
+
+    Shortcut {
+        enabled: root.visible && root.viewModel.isVerifying
+        sequence: "Esc"
+        onActivated: root.viewModel.resetVerification()
+    }
+}
