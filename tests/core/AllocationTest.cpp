@@ -124,7 +124,7 @@ TEST(RefusedThread, OneLaneDoesTheWorkOfAll) {
   pretendCores(9);
   const DigestMap expected = digests();
   const int started = threadsStarted;
-  ASSERT_GT(started, 1) << "there were no lanes";
+  ASSERT_GT(started, 0) << "there were no lanes";
   for (int granted = 0; granted < started; ++granted) {
     threadsStarted = 0;
     mostThreads = granted;
