@@ -1,6 +1,7 @@
 #include "checksums/ChecksumLines.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <utility>
 
@@ -13,13 +14,24 @@ namespace {
 
 constexpr std::string_view byteOrderMark = "\uFEFF";
 
-bool isDigest(std::string_view digest, HashAlgorithm algorithm) {
-  return digest.size() == algorithm.hexLength() && isASCIIHex(digest);
+/// Hexadecimal digits come in any order: a branch for each would be guessed wrong half of the time.
+constexpr std::array<bool, 256> kIsHexDigit = [] {
+  std::array<bool, 256> table{};
+  for (const char c : std::string_view("0123456789abcdefABCDEF")) table[static_cast<unsigned char>(c)] = true;
+  return table;
+}();
+
+bool isHexDigit(char c) { return kIsHexDigit[static_cast<unsigned char>(c)]; }
+
+/// `text` without a 0x at its start.
+std::string_view withoutPrefix(std::string_view text) {
+  if (text.starts_with("0x") || text.starts_with("0X")) text.remove_prefix(2);
+  return text;
 }
 
 /// A line of the GNU form, cut into its parts.
 struct GNUStyleLine {
-  std::string_view digest;  ///< As written.
+  std::string_view digits;  ///< Of a digest, in any case; not empty.
   std::string_view name;    ///< As written; may be empty.
   bool isEscaped = false;
 };
@@ -28,9 +40,10 @@ std::optional<GNUStyleLine> splitGNUStyleLine(std::string_view line) {
   GNUStyleLine parts;
   parts.isEscaped = line.starts_with('\\');
   if (parts.isEscaped) line.remove_prefix(1);
-  const std::size_t end = findWhiteSpace(line);
-  if (end == std::string_view::npos) return std::nullopt;
-  parts.digest = line.substr(0, end);
+  line = withoutPrefix(line);
+  const auto end = static_cast<std::size_t>(std::ranges::find_if_not(line, isHexDigit) - line.begin());
+  parts.digits = line.substr(0, end);
+  if (parts.digits.empty()) return std::nullopt;
   for (const std::string_view separator : {"  ", " *", "\t*", "\t"}) {
     if (!line.substr(end).starts_with(separator)) continue;
     parts.name = line.substr(end + separator.size());
@@ -39,12 +52,20 @@ std::optional<GNUStyleLine> splitGNUStyleLine(std::string_view line) {
   return std::nullopt;
 }
 
-/// The algorithm that `digest`, as written, is of; none when that cannot be known.
-std::optional<HashAlgorithm> algorithmOf(std::string_view digest, std::optional<HashAlgorithm> preferred) {
-  const std::vector<HashAlgorithm> candidates = HashAlgorithm::detect(digest);
-  if (candidates.size() == 1) return candidates.front();
-  const bool isPossible = preferred && std::ranges::find(candidates, *preferred) != candidates.end();
-  return isPossible ? preferred : std::nullopt;
+/// The algorithms whose digests have so many digits.
+HashAlgorithmSet candidatesOf(std::size_t digits) {
+  HashAlgorithmSet candidates;
+  for (const HashAlgorithm algorithm : HashAlgorithm::allCases()) {
+    if (algorithm.hexLength() == digits) candidates.insert(algorithm);
+  }
+  return candidates;
+}
+
+/// The algorithm that a digest of so many digits is of; none when that cannot be known.
+std::optional<HashAlgorithm> algorithmOf(std::size_t digits, std::optional<HashAlgorithm> preferred) {
+  const HashAlgorithmSet candidates = candidatesOf(digits);
+  if (candidates.size() == 1) return *candidates.begin();
+  return preferred && candidates.contains(*preferred) ? preferred : std::nullopt;
 }
 
 std::string warningAbout(std::string_view line, std::int64_t lineNumber, bool mayBeAmbiguous) {
@@ -85,12 +106,13 @@ void processLine(std::string_view line, std::int64_t lineNumber, std::optional<H
 std::optional<ChecksumManifestEntry> parseBSDLine(std::string_view line, std::int64_t lineNumber) {
   constexpr std::string_view separator = ") = ";
   const std::size_t open = line.find('(');
+  if (open == std::string_view::npos) return std::nullopt;
   const std::size_t close = line.rfind(separator);
-  if (open == std::string_view::npos || close == std::string_view::npos || close < open) return std::nullopt;
+  if (close == std::string_view::npos || close < open) return std::nullopt;
   const auto algorithm = HashAlgorithm::manifestName(trimmedOfBlanks(line.substr(0, open)));
   if (!algorithm) return std::nullopt;
   std::string digest = normalizedHex(line.substr(close + separator.size()));
-  if (!isDigest(digest, *algorithm)) return std::nullopt;
+  if (digest.size() != algorithm->hexLength() || !isASCIIHex(digest)) return std::nullopt;
   const std::string_view name = line.substr(open + 1, close - open - 1);
   return ChecksumManifestEntry{Uuid::random(), lineNumber, std::string(name), *algorithm, std::move(digest)};
 }
@@ -99,19 +121,21 @@ std::optional<ChecksumManifestEntry> parseGNUStyleLine(std::string_view line, st
                                                        std::optional<HashAlgorithm> preferredAlgorithm) {
   const auto parts = splitGNUStyleLine(line);
   if (!parts || parts->name.empty()) return std::nullopt;
-  const auto algorithm = algorithmOf(parts->digest, preferredAlgorithm);
+  const auto algorithm = algorithmOf(parts->digits.size(), preferredAlgorithm);
   if (!algorithm) return std::nullopt;
   std::string name = parts->isEscaped ? unescapeCoreutilsFilename(parts->name) : std::string(parts->name);
-  return ChecksumManifestEntry{Uuid::random(), lineNumber, std::move(name), *algorithm, normalizedHex(parts->digest)};
+  return ChecksumManifestEntry{Uuid::random(), lineNumber, std::move(name), *algorithm, lowerCased(parts->digits)};
 }
 
 std::optional<ChecksumManifestEntry> parseSFVLine(std::string_view line, std::int64_t lineNumber) {
+  if (line.empty() || !isHexDigit(line.back())) return std::nullopt;
   const std::size_t start = findBehindLastWhiteSpace(line);
-  std::string digest = normalizedHex(line.substr(start));
-  if (!isDigest(digest, HashAlgorithm::crc32)) return std::nullopt;
+  const std::string_view digits = withoutPrefix(line.substr(start));
+  const bool hasLength = digits.size() == HashAlgorithm(HashAlgorithm::crc32).hexLength();
+  if (!hasLength || !std::ranges::all_of(digits, isHexDigit)) return std::nullopt;
   const std::string_view name = trimmedAtEnd(line.substr(0, start));
   if (name.empty()) return std::nullopt;
-  return ChecksumManifestEntry{Uuid::random(), lineNumber, std::string(name), HashAlgorithm::crc32, std::move(digest)};
+  return ChecksumManifestEntry{Uuid::random(), lineNumber, std::string(name), HashAlgorithm::crc32, lowerCased(digits)};
 }
 
 std::string unescapeCoreutilsFilename(std::string_view name) {
@@ -128,7 +152,7 @@ std::string unescapeCoreutilsFilename(std::string_view name) {
 
 bool isAmbiguousGNUStyleLine(std::string_view line) {
   const auto parts = splitGNUStyleLine(line);
-  return parts && HashAlgorithm::detect(parts->digest).size() > 1;
+  return parts && candidatesOf(parts->digits.size()).size() > 1;
 }
 
 std::optional<SingleChecksum> extractSingleChecksum(std::string_view text,
@@ -136,8 +160,9 @@ std::optional<SingleChecksum> extractSingleChecksum(std::string_view text,
   if (text.size() > maximumSingleChecksumSize) return std::nullopt;
   const std::string_view content = trimmed(text);
   if (!HashAlgorithm::detect(content).empty()) {
-    const auto algorithm = algorithmOf(content, preferredAlgorithm);
-    return algorithm ? std::optional(SingleChecksum{*algorithm, normalizedHex(content)}) : std::nullopt;
+    std::string digest = normalizedHex(content);
+    const auto algorithm = algorithmOf(digest.size(), preferredAlgorithm);
+    return algorithm ? std::optional(SingleChecksum{*algorithm, std::move(digest)}) : std::nullopt;
   }
   auto entry = parseLine(content, 1, preferredAlgorithm);
   return entry ? std::optional(SingleChecksum{entry->algorithm, std::move(entry->expectedHash)}) : std::nullopt;

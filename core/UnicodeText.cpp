@@ -1,22 +1,21 @@
 #include "core/UnicodeText.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <new>
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
 #include <unicode/stringpiece.h>
 #include <unicode/uchar.h>
+#include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
 namespace tallyfold {
 
 namespace {
-
-bool isASCII(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
 
 constexpr bool isASCIIWhiteSpace(UChar32 c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
@@ -29,7 +28,31 @@ UChar32 nextCharacter(std::string_view text, std::size_t& position) {
   U8_NEXT(text.data(), position, text.size(), character);
   return character;
 }
+
+/// The same for well-formed UTF-16.
+UChar32 nextCharacter(std::u16string_view text, std::size_t& position) {
+  UChar32 character = 0;
+  U16_NEXT_UNSAFE(text.data(), position, character);
+  return character;
+}
+
+void appendCharacter(std::string& result, UChar32 character) {
+  std::array<char, U8_MAX_LENGTH> bytes{};
+  std::size_t length = 0;
+  U8_APPEND_UNSAFE(bytes.data(), length, character);
+  result.append(bytes.data(), length);
+}
 #pragma GCC diagnostic pop
+
+/// How many bytes at the start of `text` are ASCII, up to a few that are not counted.
+std::size_t mostOfASCIIPrefix(std::string_view text) {
+  std::size_t count = 0;
+  for (std::uint64_t word = 0; text.size() - count >= sizeof word; count += sizeof word) {
+    std::memcpy(&word, text.data() + count, sizeof word);
+    if ((word & 0x8080'8080'8080'8080) != 0) break;
+  }
+  return count;
+}
 
 /// The character that ends at `position`, which moves before it; negative for bytes that are not UTF-8.
 UChar32 previousCharacter(std::string_view text, std::size_t& position) {
@@ -90,21 +113,51 @@ std::string mapped(std::string_view text, Mapping mapping) {
 
 }  // namespace
 
+bool isASCII(std::string_view text) {
+  text.remove_prefix(mostOfASCIIPrefix(text));
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+bool isValidUTF8(std::string_view text) {
+  for (text.remove_prefix(mostOfASCIIPrefix(text)); !text.empty(); text.remove_prefix(mostOfASCIIPrefix(text))) {
+    std::size_t position = 0;
+    if (nextCharacter(text, position) < 0) return false;
+    text.remove_prefix(position);
+  }
+  return true;
+}
+
+void appendUTF8(std::u16string_view text, std::string& result) {
+  for (std::size_t position = 0; position < text.size();) {
+    // Without branches, so that compilers make vector code of it.
+    constexpr std::size_t blockSize = 64;
+    const std::u16string_view block = text.substr(position, blockSize);
+    char16_t allBits = 0;
+    for (const char16_t unit : block) allBits |= unit;
+    if (allBits < 0x80) {
+      const std::size_t start = result.size();
+      result.resize(start + block.size());
+      for (std::size_t i = 0; i < block.size(); ++i) result[start + i] = static_cast<char>(block[i]);
+      position += block.size();
+    } else {
+      for (const std::size_t end = position + block.size(); position < end;) {
+        appendCharacter(result, nextCharacter(text, position));
+      }
+    }
+  }
+}
+
 std::string lowerCased(std::string_view text) {
   if (!isASCII(text)) return mapped(text, icu::CaseMap::utf8ToLower);
   std::string result(text);
-  for (char& c : result) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
+  for (char& c : result) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
   return result;
 }
 
 std::string upperCased(std::string_view text) {
   if (!isASCII(text)) return mapped(text, icu::CaseMap::utf8ToUpper);
   std::string result(text);
-  for (char& c : result) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
+  for (char& c : result) c = static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
   return result;
 }
 

@@ -6,6 +6,14 @@
 
 namespace tallyfold {
 
+bool isASCII(std::string_view text);
+
+/// Whether `text` is well-formed UTF-8: no surrogates, nothing overlong, nothing cut off.
+bool isValidUTF8(std::string_view text);
+
+/// Appends well-formed UTF-16 to `result` as UTF-8.
+void appendUTF8(std::u16string_view text, std::string& result);
+
 /// UTF-8 text in the case mapping of the Unicode standard, the same in every locale. Bytes that are not well-formed
 /// UTF-8 stay as they are.
 std::string lowerCased(std::string_view text);

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <filesystem>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "checksums/ChecksumLines.h"
+#include "core/FileHandle.h"
+#include "core/FileSnapshot.h"
+#include "core/HashAlgorithm.h"
+
+namespace tallyfold {
+
+/// Why a checksum list could not be read. `what()` is the sentence for the user.
+class ManifestReadError : public std::exception {
+ public:
+  enum class Case {
+    unsupportedEncoding,
+    lineTooLong,
+    tooManyLines,
+    manifestTooLarge,
+    sourceFileTooLarge,
+    notRegularFile,
+    fileChangedDuringRead,
+  };
+
+  explicit ManifestReadError(Case value) : value_(value) {}
+  [[nodiscard]] Case value() const { return value_; }
+  [[nodiscard]] const char* what() const noexcept override;
+
+ private:
+  Case value_;
+};
+
+using ManifestFileSnapshot = FileSnapshot;
+
+namespace ChecksumManifestService {
+
+inline constexpr std::int64_t maximumSourceSize = 268'435'456;  ///< Bytes of a list.
+inline constexpr std::int64_t maximumLines = 1'000'000;         ///< Lines of every kind.
+inline constexpr std::size_t maximumLineSize = 1'048'576;       ///< Bytes as stored, without the line break.
+inline constexpr std::size_t maximumEntries = 100'000;
+/// What the entries of a list may hold. An entry counts as the bytes of its path and of its digest and `entryOverhead`.
+inline constexpr std::size_t maximumRetainedSize = 67'108'864;
+inline constexpr std::size_t entryOverhead = 32;
+
+inline constexpr std::int64_t readChunkSize = 262'144;  ///< Bytes of a list read, and held, at a time ...
+inline constexpr std::int64_t prefixSize = 1'048'578;   ///< ... but for the first ones, which tell the encoding.
+
+/// Reads the checksum list at `url`, in UTF-8 or UTF-16, whatever its line breaks. Follows symbolic links and never
+/// waits for a pipe or a device. Blocks for as long as the disk does. Fails with ManifestReadError, std::system_error
+/// for a file that cannot be looked at, opened or read, or CancellationError, seen within one chunk; there is never a
+/// partial result.
+ParseResult load(const std::filesystem::path& url, const std::stop_token& cancellation);
+
+/// Opens a regular file of a size that is allowed.
+std::pair<FileHandle, ManifestFileSnapshot> openRegularManifestForReading(const std::filesystem::path& url);
+
+ManifestFileSnapshot manifestSnapshot(const std::filesystem::path& url);
+
+/// The next `count` bytes of a file, fewer when it ends before.
+std::string readExactPrefix(FileHandle& handle, std::size_t count, const std::stop_token& cancellation);
+
+/// Fails with fileChangedDuringRead unless the open file and what `url` leads to are both still the version `initial`.
+void validateManifestUnchanged(const FileHandle& handle, const std::filesystem::path& url,
+                               const ManifestFileSnapshot& initial);
+
+/// The byte order of a UTF-16 text that starts with these bytes; none when it is not UTF-16. Goes by the byte-order
+/// mark; without one, by zero bytes, and by which order makes more sense.
+std::optional<std::endian> detectUTF16Encoding(std::string_view prefix);
+
+/// How much `bytes`, as UTF-16 in this order, look like a text. An odd last byte does not count.
+std::int64_t utf16PlausibilityScore(std::string_view bytes, std::endian order);
+
+/// Whether every surrogate has its partner.
+bool isValidUTF16(std::u16string_view units);
+
+/// Parses `initialData` and then what `handle` gives until the whole is `sourceByteLimit` bytes. A file that ends
+/// before fails with fileChangedDuringRead.
+ParseResult loadUTF8Streaming(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view initialData,
+                              std::optional<HashAlgorithm> preferredGNUAlgorithm, const std::stop_token& cancellation);
+
+/// The same for UTF-16. An odd number of bytes is not a text.
+ParseResult loadUTF16Streaming(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view initialData,
+                               std::endian encoding, std::optional<HashAlgorithm> preferredGNUAlgorithm,
+                               const std::stop_token& cancellation);
+
+}  // namespace ChecksumManifestService
+
+}  // namespace tallyfold

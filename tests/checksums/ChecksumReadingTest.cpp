@@ -1,0 +1,434 @@
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <random>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+#include "checksums/ChecksumReading.h"
+#include "core/Errors.h"
+#include "core/HashService.h"
+#include "tests/support/Process.h"
+#include "tests/support/Seed.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/WatchedSystemCalls.h"
+
+namespace tallyfold {
+namespace {
+
+using namespace ChecksumManifestService;
+using namespace std::string_literals;
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+
+const std::string d32(32, 'a');
+const std::string d64(64, 'c');
+
+/// The entries of a list as "ALGORITHM [path]", then its counts.
+std::vector<std::string> summary(const ParseResult& result) {
+  std::vector<std::string> lines;
+  for (const ChecksumManifestEntry& entry : result.entries) {
+    lines.push_back(std::to_string(entry.lineNumber) + ": " + std::string(entry.algorithm.rawValue()) + " [" +
+                    entry.relativePath + "]");
+  }
+  lines.push_back(std::to_string(result.ignoredLineCount) + " ignored, " + std::to_string(result.unsupportedLineCount) +
+                  " unsupported");
+  return lines;
+}
+
+std::vector<std::string> outcomeOf(const fs::path& list, const std::stop_token& cancellation = {}) {
+  try {
+    return summary(load(list, cancellation));
+  } catch (const CancellationError&) {
+    return {"cancelled"};
+  } catch (...) {
+    return {errorDescription(std::current_exception())};
+  }
+}
+
+const std::string kEncoding = "The checksum file is not valid UTF-8 or UTF-16 text.";
+const std::string kLongLine =
+    "The checksum file contains a line larger than 1 MiB and was rejected to keep memory use bounded.";
+const std::string kManyLines = "The checksum file exceeds the 1,000,000-line limit for interactive verification.";
+const std::string kLargeList =
+    "The checksum file exceeds the safe in-memory manifest limit (100,000 entries or approximately 64 MiB of retained "
+    "entry data).";
+const std::string kLargeSource =
+    "The checksum file exceeds the 256 MiB source-size limit for interactive verification.";
+const std::string kNotRegular = "The selected checksum item is not a regular file.";
+const std::string kChanged =
+    "The checksum file changed while it was being read. Load it again after the file is stable.";
+
+std::string utf16(std::u16string_view text, std::endian order, bool hasMark) {
+  std::string bytes;
+  const auto put = [&](char16_t unit) {
+    const std::array<char, 2> halves{static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
+    bytes += halves[order == std::endian::little ? 0 : 1];
+    bytes += halves[order == std::endian::little ? 1 : 0];
+  };
+  if (hasMark) put(u'\uFEFF');
+  for (const char16_t unit : text) put(unit);
+  return bytes;
+}
+
+class ChecksumReading : public testing::Test {
+ protected:
+  test::TemporaryFolder folder;
+};
+
+TEST_F(ChecksumReading, LineBreaksOfEveryKind) {
+  const std::string a = d32 + "  a";
+  const std::string b = d32 + "  b";
+  const std::vector<std::pair<std::string, std::vector<std::string>>> lists{
+      {"", {"0 ignored, 0 unsupported"}},
+      {"\n", {"1 ignored, 0 unsupported"}},
+      {"\xEF\xBB\xBF", {"1 ignored, 0 unsupported"}},
+      {a + "\n" + b + "\n", {"1: MD5 [a]", "2: MD5 [b]", "0 ignored, 0 unsupported"}},
+      {a + "\n" + b, {"1: MD5 [a]", "2: MD5 [b]", "0 ignored, 0 unsupported"}},
+      {a + "\r\n" + b + "\r\n", {"1: MD5 [a]", "2: MD5 [b]", "0 ignored, 0 unsupported"}},
+      {a + "\r" + b + "\r", {"1: MD5 [a]", "2: MD5 [b]", "0 ignored, 0 unsupported"}},
+      {a + "\n\r" + b, {"1: MD5 [a]", "3: MD5 [b]", "1 ignored, 0 unsupported"}},
+      {a + "\r\r\n" + b + "\r\r\n", {"1: MD5 [a]", "3: MD5 [b]", "2 ignored, 0 unsupported"}},
+      {"\xEF\xBB\xBF" + a + "\n\xEF\xBB\xBF" + b, {"1: MD5 [a]", "0 ignored, 1 unsupported"}},
+      {d32 + "  \0\0\n"s, {"1: MD5 [\0\0]"s, "0 ignored, 0 unsupported"}},
+  };
+  for (const auto& [content, expected] : lists) {
+    EXPECT_EQ(outcomeOf(folder.file("list.txt", content)), expected) << testing::PrintToString(content);
+  }
+}
+
+TEST_F(ChecksumReading, EncodingsAndWhatIsNone) {
+  using enum std::endian;
+  const std::u16string text = u"; \u00E9\u4E2D\U0001F600\r\n" + std::u16string(32, u'A') + u"  \u00E9\U0001F600\n";
+  const std::vector<std::string> read{"2: MD5 [\u00E9\U0001F600]", "1 ignored, 0 unsupported"};
+  const std::vector<std::string> invalid{kEncoding};
+  const std::u16string entry = std::u16string(32, u'a') + u"  ";
+  const std::vector<std::pair<std::string, std::vector<std::string>>> lists{
+      {utf16(text, little, true), read},
+      {utf16(text, little, false), read},
+      {utf16(text, big, true), read},
+      {utf16(text, big, false), read},
+      {"\xEF\xBB\xBF; \u00E9\u4E2D\U0001F600\r\n" + std::string(32, 'A') + "  \u00E9\U0001F600\n", read},
+      {"\xFF\xFE", {"0 ignored, 0 unsupported"}},
+      {utf16(u"\uFEFF", big, true), {"1 ignored, 0 unsupported"}},
+      {utf16(text, little, true) + "\n", invalid},
+      {utf16(entry + u"\xD83D", big, true), invalid},
+      {utf16(entry + u"\xDE00\n", little, true), invalid},
+      {utf16(entry + u"\xDE00\xD83D\n", little, true), invalid},
+      {d32 + "  \xFF\n", invalid},
+      {d32 + "  \xC3", invalid},
+      {d32 + "  \xC0\xAF", invalid},          // overlong
+      {d32 + "  \xED\xA0\x80", invalid},      // a surrogate
+      {d32 + "  \xF4\x90\x80\x80", invalid},  // beyond the last character
+      {"caf\xE9 is Latin 1\n", invalid},
+  };
+  for (const auto& [content, expected] : lists) {
+    EXPECT_EQ(outcomeOf(folder.file("list.txt", content)), expected) << testing::PrintToString(content);
+  }
+}
+
+TEST(UTF16, OrderIsDetected) {
+  using enum std::endian;
+  const std::vector<std::pair<std::string, std::optional<std::endian>>> prefixes{
+      {"", {}},
+      {"\0"s, {}},
+      {"\xFF", {}},
+      {"\xFF\xFE", little},
+      {"\xFE\xFF", big},
+      {"\xEF\xBB\xBF", {}},
+      {"ab", {}},
+      {"a\0"s, little},
+      {"\0a"s, big},
+      {"\0a\0"s, big},
+      {"abc\0"s, little},   // U+6261 and "c", against two characters of which neither is ASCII
+      {"\0\0"s, {}},        // as much nothing in either order
+      {"\0\x01"s, little},  // U+0100 against a control character
+      {"a\0\0b"s, little},  // "a" and U+6200 against U+6100 and "b": the first two bytes decide
+      {"\0aa\0"s, big},
+      {"ab\0\0"s, {}},
+  };
+  for (const auto& [prefix, expected] : prefixes) {
+    EXPECT_EQ(detectUTF16Encoding(prefix), expected) << testing::PrintToString(prefix);
+  }
+}
+
+TEST(UTF16, PlausibilityIsTheSumOverTheUnits) {
+  const std::vector<std::pair<std::u16string, std::int64_t>> texts{
+      {u"", 0},
+      {u"\t\n\r", 12},
+      {u"a ~", 15},
+      {u"\x1F\x7F\x80\x9F\x01", -30},
+      {std::u16string(2, u'\0'), -16},
+      {u"\u00A0\u4E2D\uFEFF", 3},
+      {u"\xD83D\xDE00", 3},
+      {u"\xDE00", -6},
+      {u"\xD83D", -5},
+      {u"\xD83D\xDE00\xDE00", -3},
+      {u"\xD83D\xD83D\xDE00", -2},
+      {u"\xD83D\u4E2D", -4},
+      {u"\xD83D\na", 10},
+  };
+  for (const auto& [text, score] : texts) {
+    for (const std::endian order : {std::endian::little, std::endian::big}) {
+      EXPECT_EQ(utf16PlausibilityScore(utf16(text, order, false), order), score) << testing::PrintToString(text);
+      EXPECT_EQ(utf16PlausibilityScore(utf16(text, order, false) + "x", order), score) << "an odd byte counts";
+    }
+  }
+}
+
+/// What a list comes to when its lines are cut in the plainest way.
+ParseResult plainlyParsed(std::string text) {
+  for (std::size_t at = 0; (at = text.find("\r\n", at)) != std::string::npos;) text.erase(at, 1);
+  std::ranges::replace(text, '\r', '\n');
+  ParseResult result;
+  std::istringstream lines(text);
+  std::int64_t number = 0;
+  for (std::string line; std::getline(lines, line);) processLine(line, ++number, {}, result);
+  return result;
+}
+
+TEST_F(ChecksumReading, PiecesDoNotMatter) {
+  std::mt19937_64 engine(test::seedOfThisRun());
+  const std::vector<std::string> parts{"\r", "\n", "\r\n", "\uFEFF", d32 + "  ", "\u00E9\U0001F600", "# x", "a"};
+  std::string text = "\uFEFF";
+  while (text.size() < 1'500'000) text += parts[engine() % parts.size()];
+  const std::vector<std::string> expected = summary(plainlyParsed(text));
+  ASSERT_GT(expected.size(), 1000U);
+
+  const fs::path list = folder.file("list", text);
+  const std::string encoded = test::outputOf({"iconv", "--from-code=UTF-8", "--to-code=UTF-16BE", list});
+  const fs::path wideList = folder.file("wide list", encoded);
+  test::WatchedSystemCalls system;
+  for (const std::size_t longest : {262'144UL, 65'537UL, 4099UL}) {
+    system.longestRead = longest;
+    EXPECT_EQ(outcomeOf(list), expected) << longest;
+    EXPECT_EQ(outcomeOf(wideList), expected) << longest;
+  }
+}
+
+/// A line break whose two characters are in different reads, wherever that is.
+TEST_F(ChecksumReading, LineBreakAcrossPiecesIsOne) {
+  const std::string line = d32 + "  " + std::string(4061, 'x') + "\r";
+  ASSERT_EQ(line.size(), 4096U);
+  for (const auto piece : {readChunkSize, 2 * readChunkSize, prefixSize, prefixSize + readChunkSize}) {
+    const auto border = static_cast<std::size_t>(piece);
+    std::string text(border % 4096, '\n');
+    while (text.size() < border) text += line;
+    text += "\n" + d32 + "  last";
+    const auto lines = static_cast<std::int64_t>(border % 4096 + border / 4096 + 1);
+    const ParseResult result = load(folder.file("list", text), {});
+    ASSERT_EQ(result.entries.size(), border / 4096 + 1);
+    EXPECT_EQ(result.entries.back().lineNumber, lines) << border;
+    EXPECT_EQ(result.entries.back().relativePath, "last");
+  }
+}
+
+TEST_F(ChecksumReading, LimitsAtTheEdgeAndOnePast) {
+  const auto entries = [](std::size_t count) {
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) text += d32 + "  a\n";
+    return text;
+  };
+  // An entry with as long a name as a line holds, as many as may be retained, and one with what is left.
+  const std::string longest = d32 + "  " + std::string(maximumLineSize - 34, 'a');
+  const std::size_t cost = maximumLineSize - 34 + 32 + entryOverhead;
+  const std::size_t rest = maximumRetainedSize % cost - 32 - entryOverhead;
+  std::string retained;
+  for (std::size_t i = 0; i < maximumRetainedSize / cost; ++i) retained += longest + "\n";
+  retained += d32 + "  " + std::string(rest, 'a');
+
+  struct {
+    std::string what;
+    std::string content;
+    std::string outcome;  // The last line of it.
+  } const lists[]{
+      {"lines", std::string(1'000'000, '\n'), "1000000 ignored, 0 unsupported"},
+      {"last line without a break", std::string(999'999, '\n') + "x", "999999 ignored, 1 unsupported"},
+      {"one line more", std::string(1'000'001, '\n'), kManyLines},
+      {"one line more, without a break", std::string(1'000'000, '\n') + "x", kManyLines},
+      {"UTF-16, one line more", utf16(std::u16string(1'000'001, u'\n'), std::endian::little, true), kManyLines},
+      {"entries", entries(100'000) + "# and a comment", "1 ignored, 0 unsupported"},
+      {"one entry more", entries(100'001), kLargeList},
+      {"long line", std::string(1'048'576, '#') + "\n", "1 ignored, 0 unsupported"},
+      {"longer line", std::string(1'048'577, '#') + "\n", kLongLine},
+      {"long line behind another", "\n" + std::string(1'048'576, '#'), "2 ignored, 0 unsupported"},
+      {"longer line behind another", "\n" + std::string(1'048'577, '#'), kLongLine},
+      {"UTF-16, long line", utf16(std::u16string(524'288, u'#'), std::endian::big, true), "1 ignored, 0 unsupported"},
+      {"UTF-16, longer line", utf16(std::u16string(524'289, u'#'), std::endian::big, true), kLongLine},
+      {"retained", retained, "0 ignored, 0 unsupported"},
+      {"more retained", retained + "a", kLargeList},
+  };
+  for (const auto& [what, content, outcome] : lists) {
+    EXPECT_EQ(outcomeOf(folder.file("list", content)).back(), outcome) << what;
+  }
+}
+
+TEST_F(ChecksumReading, LargestSourceIsReadAndOneByteMoreIsNot) {
+  const fs::path list = folder.path() / "list";
+  const int descriptor = open(list.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+  for (int mebibyte = 1; mebibyte <= 256; ++mebibyte)
+    ASSERT_EQ(pwrite(descriptor, "\n", 1, mebibyte * 1'048'576L - 1), 1);
+  close(descriptor);
+  EXPECT_THAT(outcomeOf(list), ElementsAre("0 ignored, 256 unsupported"));
+  fs::resize_file(list, 268'435'457);
+  const test::WatchedSystemCalls system;
+  EXPECT_THAT(outcomeOf(list), ElementsAre(kLargeSource));
+  EXPECT_THAT(system.names, ElementsAre("stat"));
+}
+
+TEST_F(ChecksumReading, EndlessLineEndsTheLoadAtOnce) {
+  const fs::path list = folder.file("list", "");
+  fs::resize_file(list, 268'435'456);
+  const test::WatchedSystemCalls system;
+  EXPECT_THAT(outcomeOf(list), ElementsAre(kLongLine));
+  EXPECT_EQ(std::ranges::count(system.names, "read"), 1);
+}
+
+TEST_F(ChecksumReading, SourceThatNeverEndsIsNotReadBeyondTheLimit) {
+  const fs::path list = folder.file("list", "");
+  fs::resize_file(list, maximumSourceSize + 10);
+  FileHandle handle = FileHandle::open(list, O_RDONLY);
+  const std::string start = "\n";
+  try {
+    // Line breaks come in time, but the bytes are too many.
+    std::string data(static_cast<std::size_t>(maximumSourceSize), '\0');
+    for (std::size_t i = 1'048'575; i < data.size(); i += 1'048'576) data[i] = '\n';
+    loadUTF8Streaming(handle, maximumSourceSize + 10, data, {}, {});
+    ADD_FAILURE() << "was read";
+  } catch (const ManifestReadError& error) {
+    EXPECT_EQ(error.value(), ManifestReadError::Case::sourceFileTooLarge);
+  }
+}
+
+TEST_F(ChecksumReading, WhatIsNotARegularFileIsNotOpened) {
+  ASSERT_EQ(mkfifo((folder.path() / "pipe").c_str(), 0600), 0);
+  fs::create_symlink("pipe", folder.path() / "link to pipe");
+  fs::create_symlink("nowhere", folder.path() / "dangling");
+  fs::create_symlink("loop", folder.path() / "loop");
+  const std::vector<std::pair<fs::path, std::string>> items{
+      {folder.path(), kNotRegular},
+      {folder.path() / "pipe", kNotRegular},
+      {folder.path() / "link to pipe", kNotRegular},
+      {"/dev/null", kNotRegular},
+      {"/dev/zero", kNotRegular},
+      {folder.path() / "dangling", "No such file or directory"},
+      {folder.path() / "loop", "Too many levels of symbolic links"},
+      {folder.path() / "missing", "No such file or directory"},
+      {folder.file("file", "") / "below", "Not a directory"},
+      {"a\0b"s, "Invalid argument"},
+  };
+  for (const auto& [path, outcome] : items) {
+    const test::WatchedSystemCalls system;
+    EXPECT_THAT(outcomeOf(path), ElementsAre(outcome)) << path;
+    EXPECT_EQ(std::ranges::count(system.names, "open"), 0) << path;
+  }
+}
+
+TEST_F(ChecksumReading, HintOfTheNameDecidesAlsoThroughALink) {
+  const fs::path list = folder.file("list", d64 + "  a\n");
+  EXPECT_THAT(outcomeOf(list), ElementsAre("0 ignored, 1 unsupported"));
+  for (const auto& [name, algorithm] : {std::pair("SHA256SUMS", "SHA-256"), std::pair("a.b3", "BLAKE3")}) {
+    fs::create_symlink("list", folder.path() / name);
+    EXPECT_EQ(outcomeOf(folder.path() / name).front(), "1: "s + algorithm + " [a]");
+  }
+}
+
+/// A list of several reads, and the calls that loading it takes.
+class ChecksumReadingFault : public testing::Test {
+ protected:
+  void SetUp() override {
+    expected = outcomeOf(list);
+    names = std::exchange(system.names, {});
+    ASSERT_THAT(names, ElementsAre("stat", "open", "fstat", "read", "read", "read", "fstat", "stat"));
+  }
+
+  /// What comes of it when this is done right before that call.
+  template <typename Action>
+  std::vector<std::string> outcomeWith(std::size_t call, Action action) {
+    system.names.clear();
+    system.before = [=](std::string_view, std::size_t number) { return number == call ? action() : 0; };
+    return outcomeOf(list);
+  }
+
+  static std::string content() {
+    std::string text;
+    while (text.size() < 1'500'000) text += d32 + "  a file\n";
+    return text;
+  }
+
+  test::TemporaryFolder folder;
+  const fs::path list = folder.file("list", content());
+  test::WatchedSystemCalls system;
+  std::vector<std::string> expected;
+  std::vector<std::string_view> names;
+};
+
+TEST_F(ChecksumReadingFault, ErrorOfAnyCallEndsTheLoad) {
+  for (std::size_t call = 1; call <= names.size(); ++call) {
+    const bool isLastLook = call + 2 > names.size();
+    EXPECT_THAT(outcomeWith(call, [] { return EACCES; }), ElementsAre(isLastLook ? kChanged : "Permission denied"))
+        << call;
+    EXPECT_EQ(system.names.size(), call);
+    EXPECT_EQ(system.stillOpen, 0);
+  }
+  for (std::size_t call = 1; call <= names.size(); ++call) {
+    EXPECT_EQ(outcomeWith(call, [] { return EINTR; }), expected) << call;
+  }
+}
+
+TEST_F(ChecksumReadingFault, ChangeAtAnyMomentIsSeen) {
+  const fs::path other = folder.path() / "other";
+  const std::vector<std::pair<std::string, std::function<void()>>> changes{
+      {"shrinks", [&] { fs::resize_file(list, 1'400'000); }},
+      {"is emptied", [&] { fs::resize_file(list, 0); }},
+      {"grows", [&] { std::ofstream(list, std::ios::app) << d32 << "  more\n"; }},
+      {"is replaced", [&] { fs::copy_file(list, other), fs::rename(other, list); }},
+      {"becomes a pipe", [&] { fs::remove(list), mkfifo(list.c_str(), 0600); }},
+      {"becomes a link", [&] { fs::copy_file(list, other), fs::remove(list), fs::create_symlink(other, list); }},
+      {"is removed", [&] { fs::remove(list); }},
+  };
+  for (const auto& [what, change] : changes) {
+    for (std::size_t call = 2; call <= names.size(); ++call) {
+      fs::remove(list);
+      fs::remove(other);
+      folder.file("list", content());
+      const auto outcome = outcomeWith(call, [&, make = change] { return make(), 0; });
+      const bool isGoneBeforeItWasOpen = call == 2 && what == "is removed";
+      EXPECT_THAT(outcome, ElementsAre(isGoneBeforeItWasOpen ? "No such file or directory" : kChanged))
+          << what << " before call " << call << ", a " << names[call - 1];
+      EXPECT_EQ(system.stillOpen, 0);
+    }
+  }
+}
+
+TEST_F(ChecksumReadingFault, FileThatShrinksIsNotReadOn) {
+  EXPECT_THAT(outcomeWith(5, [&] { return fs::resize_file(list, 1'048'578), 0; }), ElementsAre(kChanged));
+  EXPECT_EQ(system.names.size(), 5U) << "The read that came back empty was not the last call";
+}
+
+TEST_F(ChecksumReadingFault, CancellationEndsTheLoadWithinOneChunk) {
+  for (std::size_t call = 4; call <= 5; ++call) {
+    std::stop_source source;
+    system.names.clear();
+    system.before = [&](std::string_view, std::size_t number) {
+      if (number == call) source.request_stop();
+      return 0;
+    };
+    EXPECT_THAT(outcomeOf(list, source.get_token()), ElementsAre("cancelled"));
+    EXPECT_EQ(system.names.size(), call);
+    EXPECT_EQ(system.stillOpen, 0);
+  }
+}
+
+}  // namespace
+}  // namespace tallyfold
