@@ -27,6 +27,7 @@ class NoDesktop : public Desktop {
  public:
   void chooseFiles(std::function<void(const QList<QUrl>&)>) override {}
   void chooseSingleFile(std::function<void(const QUrl&)>) override {}
+  void chooseFolder(std::function<void(const QUrl&)>) override {}
   [[nodiscard]] QString pasteboardText() const override { return {}; }
   void chooseDestination(const QString&, std::function<void(const QUrl&)>) override {}
   void setPasteboard(const QByteArray&) override {}
