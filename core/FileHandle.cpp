@@ -1,14 +1,21 @@
 #include "core/FileHandle.h"
 
+#include <array>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
+
+#ifdef SYS_openat2
+#include <linux/openat2.h>
+#endif
 
 namespace tallyfold {
 
@@ -31,10 +38,18 @@ auto checked(Call call) {
 }
 
 /// The path as the system takes it. A NUL would end it early and name another file.
-const char* systemPath(const std::filesystem::path& path) {
-  if (path.native().find('\0') != std::string::npos) throwSystemError(EINVAL);
+const char* systemPath(const std::string& path) {
+  if (path.find('\0') != std::string::npos) throwSystemError(EINVAL);
   return path.c_str();
 }
+const char* systemPath(const std::filesystem::path& path) { return systemPath(path.native()); }
+
+/// The resolution of openat2 that follows no link and never leaves the folder.
+#ifdef SYS_openat2
+constexpr std::uint64_t kBelow = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
+#else
+constexpr std::uint64_t kBelow = 0;
+#endif
 
 }  // namespace
 
@@ -49,6 +64,23 @@ int SystemCalls::fstat(int descriptor, struct stat* status) { return ::fstat(des
 int SystemCalls::stat(const char* path, struct stat* status) { return ::stat(path, status); }
 int SystemCalls::lstat(const char* path, struct stat* status) { return ::lstat(path, status); }
 int SystemCalls::rename(const char* source, const char* destination) { return ::rename(source, destination); }
+ssize_t SystemCalls::readlink(const char* path, char* bytes, std::size_t count) {
+  return ::readlink(path, bytes, count);
+}
+int SystemCalls::openat(int folder, const char* path, int flags) { return ::openat(folder, path, flags); }
+int SystemCalls::fstatat(int folder, const char* path, struct stat* status, int flags) {
+  return ::fstatat(folder, path, status, flags);
+}
+int SystemCalls::openat2([[maybe_unused]] int folder, [[maybe_unused]] const char* path, [[maybe_unused]] int flags,
+                         [[maybe_unused]] std::uint64_t resolve) {
+#ifdef SYS_openat2
+  open_how how{.flags = static_cast<std::uint64_t>(flags), .mode = 0, .resolve = resolve};
+  return static_cast<int>(::syscall(SYS_openat2, folder, path, &how, sizeof how));
+#else
+  errno = ENOSYS;
+  return -1;
+#endif
+}
 
 SystemCalls& SystemCalls::current() {
   static SystemCalls real;
@@ -61,6 +93,37 @@ void SystemCalls::replace(SystemCalls* calls) { replacement.store(calls, std::me
 FileHandle FileHandle::open(const std::filesystem::path& path, int flags, mode_t mode) {
   const char* const name = systemPath(path);
   return FileHandle(checked([&](SystemCalls& system) { return system.open(name, flags | O_CLOEXEC, mode); }));
+}
+
+FileHandle FileHandle::openFolder(const std::filesystem::path& path) { return open(path, O_PATH | O_DIRECTORY); }
+
+FileHandle FileHandle::openBelow(const std::string& path, int flags) const {
+  const char* const name = systemPath(path);
+  try {
+    return FileHandle(
+        checked([&](SystemCalls& system) { return system.openat2(descriptor_, name, flags | O_CLOEXEC, kBelow); }));
+  } catch (const std::system_error& error) {
+    // Too old a system, or a sandbox that does not know the call.
+    if (error.code().value() != ENOSYS && error.code().value() != EPERM) throw;
+  }
+  const auto openItem = [](const FileHandle& folder, const std::string& item, int itemFlags) {
+    return FileHandle(checked([&](SystemCalls& system) {
+      return system.openat(folder.descriptor_, item.c_str(), itemFlags | O_NOFOLLOW | O_CLOEXEC);
+    }));
+  };
+  std::size_t start = 0;
+  FileHandle folder(-1);
+  for (std::size_t end = 0; (end = path.find('/', start)) != std::string::npos; start = end + 1) {
+    folder = openItem(start == 0 ? *this : folder, path.substr(start, end - start), O_PATH | O_DIRECTORY);
+  }
+  return openItem(start == 0 ? *this : folder, path.substr(start), flags);
+}
+
+FileSnapshot FileHandle::snapshotBelow(const std::string& path) const {
+  const char* const name = systemPath(path);
+  struct stat status {};
+  checked([&](SystemCalls& system) { return system.fstatat(descriptor_, name, &status, AT_SYMLINK_NOFOLLOW); });
+  return FileSnapshot::from(status);
 }
 
 FileHandle::FileHandle(FileHandle&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
@@ -108,11 +171,39 @@ void FileHandle::close() {
   if (SystemCalls::current().close(descriptor) != 0 && errno != EINTR) throwSystemError(errno);
 }
 
-FileSnapshot snapshotOfPath(const std::filesystem::path& path) {
+namespace {
+
+struct stat statusOf(const std::filesystem::path& path, int (SystemCalls::*look)(const char*, struct stat*)) {
   const char* const name = systemPath(path);
   struct stat status {};
-  checked([&](SystemCalls& system) { return system.stat(name, &status); });
+  checked([&](SystemCalls& system) { return (system.*look)(name, &status); });
+  return status;
+}
+
+}  // namespace
+
+FileSnapshot snapshotOfPath(const std::filesystem::path& path) {
+  return FileSnapshot::from(statusOf(path, &SystemCalls::stat));
+}
+
+FileSnapshot snapshotOfFolder(const std::filesystem::path& path) {
+  const struct stat status = statusOf(path, &SystemCalls::stat);
+  if (!S_ISDIR(status.st_mode)) throwSystemError(ENOTDIR);
   return FileSnapshot::from(status);
+}
+
+FileSnapshot snapshotOfItem(const std::filesystem::path& path) {
+  return FileSnapshot::from(statusOf(path, &SystemCalls::lstat));
+}
+
+std::optional<std::string> targetOfLink(const std::string& path) {
+  const char* const name = systemPath(path);
+  std::array<char, PATH_MAX> target{};
+  const ssize_t length = checked([&](SystemCalls& system) -> ssize_t {
+    const ssize_t result = system.readlink(name, target.data(), target.size());
+    return result < 0 && errno == EINVAL ? 0 : result;  // Not a link. No link has an empty target.
+  });
+  return length > 0 ? std::optional(std::string(target.data(), static_cast<std::size_t>(length))) : std::nullopt;
 }
 
 void renameFile(const std::filesystem::path& source, const std::filesystem::path& destination) {

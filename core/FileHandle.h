@@ -1,8 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <span>
+#include <string>
 #include <sys/types.h>
 
 #include "core/FileSnapshot.h"
@@ -26,6 +29,11 @@ class SystemCalls {
   virtual int stat(const char* path, struct stat* status);
   virtual int lstat(const char* path, struct stat* status);
   virtual int rename(const char* source, const char* destination);
+  virtual ssize_t readlink(const char* path, char* bytes, std::size_t count);
+  virtual int openat(int folder, const char* path, int flags);
+  virtual int fstatat(int folder, const char* path, struct stat* status, int flags);
+  /// openat2(2) of Linux. ENOSYS where the system has no such call.
+  virtual int openat2(int folder, const char* path, int flags, std::uint64_t resolve);
 
   static SystemCalls& current();
 
@@ -40,6 +48,17 @@ class FileHandle {
  public:
   /// Always adds O_CLOEXEC. EINVAL when the path contains a NUL.
   static FileHandle open(const std::filesystem::path& path, int flags, mode_t mode = 0);
+
+  /// Opens a folder for `openBelow` and `snapshotBelow`; it need not be readable. Always adds O_CLOEXEC.
+  static FileHandle openFolder(const std::filesystem::path& path);
+
+  /// Opens what `path` leads to below the folder that this is, and follows no link on the way: a folder that is swapped
+  /// for a link at any moment leads nowhere, and never to what is not below the folder. Where there is a link, the
+  /// error is ELOOP, or ENOTDIR where the system has no openat2. `path` is relative, without "." and "..".
+  [[nodiscard]] FileHandle openBelow(const std::string& path, int flags) const;
+
+  /// Snapshot of the item itself at such a path, should it be a link; links on the way to it are followed.
+  [[nodiscard]] FileSnapshot snapshotBelow(const std::string& path) const;
 
   FileHandle(FileHandle&& other) noexcept;
   FileHandle& operator=(FileHandle&& other) noexcept;
@@ -70,6 +89,15 @@ class FileHandle {
 
 /// Snapshot of what a path leads to, following symbolic links. std::system_error as above.
 FileSnapshot snapshotOfPath(const std::filesystem::path& path);
+
+/// The same of a folder: ENOTDIR for anything else.
+FileSnapshot snapshotOfFolder(const std::filesystem::path& path);
+
+/// Snapshot of the item at a path itself, should it be a symbolic link.
+FileSnapshot snapshotOfItem(const std::filesystem::path& path);
+
+/// Where the symbolic link at `path` points, as it is written there; none when the item is not a link.
+std::optional<std::string> targetOfLink(const std::string& path);
 
 /// rename(2). std::system_error with the error number.
 void renameFile(const std::filesystem::path& source, const std::filesystem::path& destination);

@@ -93,19 +93,24 @@ std::int64_t progressStep(std::int64_t size) {
   return size < manyChunks ? chunkSize : size / 100;
 }
 
+DigestMap hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
+                       const std::stop_token& cancellation, const ProgressCallback& progress) {
+  HashPipeline pipeline(algorithms);
+  readInto(pipeline, handle, initial.fileSize, cancellation, progress);
+  checkCancellation(cancellation);
+  if (fileSnapshot(handle) != initial) fail(HashServiceError::Case::fileChangedDuringRead);
+  return pipeline.finalize();
+}
+
 FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,
                         const std::stop_token& cancellation, const ProgressCallback& progress) {
   checkCancellation(cancellation);
   if (algorithms.empty()) fail(HashServiceError::Case::noAlgorithms);
   auto [handle, initial] = openRegularFileForReading(url);
   validatePath(url, initial);
-  HashPipeline pipeline(algorithms);
 
   const auto start = std::chrono::steady_clock::now();
-  readInto(pipeline, handle, initial.fileSize, cancellation, progress);
-  checkCancellation(cancellation);
-  if (fileSnapshot(handle) != initial) fail(HashServiceError::Case::fileChangedDuringRead);
-  DigestMap hashes = pipeline.finalize();
+  DigestMap hashes = hashOpenFile(handle, initial, algorithms, cancellation, progress);
   validateUnchanged(handle, url, initial);
   const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
 

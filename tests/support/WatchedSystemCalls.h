@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <limits>
 #include <string_view>
@@ -22,7 +23,7 @@ class WatchedSystemCalls : public SystemCalls {
   WatchedSystemCalls(const WatchedSystemCalls&) = delete;
   WatchedSystemCalls& operator=(const WatchedSystemCalls&) = delete;
 
-  /// Runs right before a call ("open", "read", "fstat" or "stat"), given its name and its number among all calls,
+  /// Runs right before a call ("open", "read", "fstat", "stat", ...), given its name and its number among all calls,
   /// from 1. When it returns an error number, the call fails with that number and the system is not asked.
   std::function<int(std::string_view name, std::size_t number)> before = [](auto...) { return 0; };
 
@@ -36,10 +37,7 @@ class WatchedSystemCalls : public SystemCalls {
   int stillOpen = 0;
 
   int open(const char* path, int flags, mode_t mode) override {
-    if (isRefused("open")) return -1;
-    const int descriptor = SystemCalls::open(path, flags, mode);
-    if (descriptor >= 0) ++stillOpen;
-    return descriptor;
+    return isRefused("open") ? -1 : counted(SystemCalls::open(path, flags, mode));
   }
 
   int close(int descriptor) override {
@@ -60,7 +58,32 @@ class WatchedSystemCalls : public SystemCalls {
     return isRefused("stat") ? -1 : SystemCalls::stat(path, status);
   }
 
+  int lstat(const char* path, struct stat* status) override {
+    return isRefused("lstat") ? -1 : SystemCalls::lstat(path, status);
+  }
+
+  ssize_t readlink(const char* path, char* bytes, std::size_t count) override {
+    return isRefused("readlink") ? -1 : SystemCalls::readlink(path, bytes, count);
+  }
+
+  int fstatat(int folder, const char* path, struct stat* status, int flags) override {
+    return isRefused("fstatat") ? -1 : SystemCalls::fstatat(folder, path, status, flags);
+  }
+
+  int openat(int folder, const char* path, int flags) override {
+    return isRefused("openat") ? -1 : counted(SystemCalls::openat(folder, path, flags));
+  }
+
+  int openat2(int folder, const char* path, int flags, std::uint64_t resolve) override {
+    return isRefused("openat2") ? -1 : counted(SystemCalls::openat2(folder, path, flags, resolve));
+  }
+
  private:
+  int counted(int descriptor) {
+    if (descriptor >= 0) ++stillOpen;
+    return descriptor;
+  }
+
   bool isRefused(std::string_view name) {
     names.push_back(name);
     const int error = before(name, names.size());

@@ -1,0 +1,246 @@
+#include "checksums/ManifestPaths.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include "core/FileHandle.h"
+#include "core/HashService.h"
+
+namespace tallyfold {
+
+const char* ManifestPathError::what() const noexcept {
+  switch (value_) {
+    case Case::emptyPath:
+      return "The manifest contains an empty file path.";
+    case Case::invalidPath:
+      return "The manifest contains a file path that cannot exist on macOS.";
+    case Case::absolutePath:
+      return "Absolute paths are not allowed in manifest verification.";
+    case Case::outsideRoot:
+      return "A manifest path resolves outside the selected root folder.";
+    case Case::invalidRoot:
+      return "The selected manifest root is not an accessible directory.";
+    case Case::rootChangedDuringVerification:
+      return "The manifest root folder changed while verification was running. Run verification again on a stable "
+             "folder tree.";
+    case Case::pathChangedDuringVerification:
+      return "A manifest path changed while it was being verified. Run verification again on a stable folder tree.";
+  }
+  return "";
+}
+
+ManifestResolvedFileIdentity ManifestResolvedFileIdentity::from(std::string canonicalPath,
+                                                                const FileSnapshot& snapshot) {
+  return {
+      .canonicalPath = std::move(canonicalPath),
+      .device = snapshot.device,
+      .inode = snapshot.inode,
+      .generation = static_cast<std::uint64_t>(snapshot.fileSize),
+      .identitySeconds = snapshot.changedSeconds,
+      .identityNanoseconds = snapshot.changedNanoseconds,
+  };
+}
+
+namespace ChecksumManifestService {
+
+namespace {
+
+[[noreturn]] void fail(ManifestPathError::Case reason) { throw ManifestPathError(reason); }
+
+// Within this file, an absolute path without "." and ".." is text that begins with a slash and does not end in one; the
+// root of the file system is the empty text.
+
+/// Takes the first component off `path`, and the slashes around it.
+std::string_view takeComponent(std::string_view& path) {
+  path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
+  const std::string_view component = path.substr(0, path.find('/'));
+  path.remove_prefix(component.size());
+  path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
+  return component;
+}
+
+/// Goes from the folder `path` to a component of it, its parent, or itself.
+void descend(std::string& path, std::string_view component) {
+  if (component == "..") {
+    path.erase(std::min(path.rfind('/'), path.size()));
+  } else if (!component.empty() && component != ".") {
+    path.append(1, '/').append(component);
+  }
+}
+
+/// `relativePath` below `folder`, "." and ".." removed as text.
+std::string joined(std::string folder, std::string_view relativePath) {
+  while (!relativePath.empty()) descend(folder, takeComponent(relativePath));
+  return folder;
+}
+
+std::string_view parentOf(std::string_view path) { return path.substr(0, std::min(path.rfind('/'), path.size())); }
+
+std::optional<std::string> targetIfLink(const std::string& path) {
+  try {
+    return targetOfLink(path);
+  } catch (const std::system_error&) {
+    return std::nullopt;  // What is missing or closed to us is no link.
+  }
+}
+
+/// Follows the links of a path as the kernel does, but goes on where nothing is: a path may name what does not exist.
+class LinkFollower {
+ public:
+  /// `folder` is absolute and free of links.
+  explicit LinkFollower(std::string folder) : path_(std::move(folder)) {}
+
+  /// Goes to `path` from where it is.
+  void follow(std::string_view path) {
+    while (!path.empty() && !isInCircle()) {
+      const std::string_view component = takeComponent(path);
+      const std::size_t before = path_.size();
+      descend(path_, component);
+      if (path_.size() <= before) continue;
+      const auto target = targetIfLink(path_);
+      if (!target) continue;
+      ++linkCount_;
+      path_.resize(target->starts_with('/') ? 0 : before);
+      follow(*target);
+    }
+  }
+
+  /// Whether there were more links than the kernel follows.
+  [[nodiscard]] bool isInCircle() const { return linkCount_ > 40; }
+
+  [[nodiscard]] const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+  int linkCount_ = 0;
+};
+
+std::string canonicalPathOf(const std::filesystem::path& url) {
+  const std::string path = joined("", std::filesystem::absolute(url).native());
+  LinkFollower follower("");
+  follower.follow(path);
+  return follower.isInCircle() ? path : follower.path();
+}
+
+const std::string& orSlash(const std::string& path) {
+  static const std::string slash = "/";
+  return path.empty() ? slash : path;
+}
+
+bool isInside(std::string_view root, std::string_view path) { return !pathBelow(root, path).empty(); }
+
+/// The candidate of a path that may be looked up at all, and where it leads.
+ManifestLocation locateContained(std::string_view candidatePath, std::string_view canonicalRoot) {
+  const std::string root(canonicalRoot == "/" ? "" : canonicalRoot);
+  std::string candidate = joined(root, candidatePath);
+  const std::string_view below = pathBelow(root, candidate);
+  // The root has no links, so a path below it need not be followed to it.
+  LinkFollower follower(below.empty() ? "" : root);
+  const std::string_view path = below.empty() ? std::string_view(candidate) : below;
+  follower.follow(parentOf(path));
+  const std::string parent = follower.path();
+  follower.follow(path.substr(parentOf(path).size()));
+  // Links in a circle lead nowhere: whoever opens the candidate is told.
+  const std::string& resolved = follower.isInCircle() ? candidate : follower.path();
+  const bool isParentInside = parent == root || isInside(root, parent) || follower.isInCircle();
+  if (!isParentInside || !isInside(root, resolved)) fail(ManifestPathError::Case::outsideRoot);
+  return {.candidate = candidate, .canonicalPath = resolved};
+}
+
+bool exists(const std::string& path) {
+  try {
+    snapshotOfPath(path);
+    return true;
+  } catch (const std::system_error&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+std::string_view pathBelow(std::string_view root, std::string_view path) {
+  if (root.ends_with('/')) root.remove_suffix(1);
+  const bool isBelow = path.size() > root.size() + 1 && path.starts_with(root) && path[root.size()] == '/';
+  return isBelow ? path.substr(root.size() + 1) : std::string_view();
+}
+
+std::filesystem::path resolve(std::string_view relativePath, const std::filesystem::path& rootURL) {
+  return locate(relativePath, canonicalPathOf(rootURL)).canonicalPath;
+}
+
+ManifestLocation locate(std::string_view relativePath, const std::string& canonicalRoot) {
+  if (relativePath.empty()) fail(ManifestPathError::Case::emptyPath);
+  if (relativePath.find('\0') != std::string_view::npos) fail(ManifestPathError::Case::invalidPath);
+  if (relativePath.starts_with('/')) fail(ManifestPathError::Case::absolutePath);
+  ManifestLocation asWritten = locateContained(relativePath, canonicalRoot);
+  if (finalPathEntryMayExist(asWritten.candidate)) return asWritten;
+  if (relativePath.starts_with('\\') || isWindowsAbsoluteDrivePath(relativePath)) {
+    fail(ManifestPathError::Case::absolutePath);
+  }
+  if (relativePath.find('\\') == std::string_view::npos) return asWritten;
+  std::string withSlashes(relativePath);
+  std::ranges::replace(withSlashes, '\\', '/');
+  ManifestLocation converted = locateContained(withSlashes, canonicalRoot);
+  return exists(converted.canonicalPath) ? converted : asWritten;
+}
+
+std::filesystem::path resolveContained(std::string_view candidatePath, const std::filesystem::path& rootURL) {
+  return locateContained(candidatePath, rootURL.native()).canonicalPath;
+}
+
+bool finalPathEntryMayExist(const std::filesystem::path& url) {
+  try {
+    snapshotOfItem(url);
+  } catch (const std::system_error& error) {
+    return error.code().value() != ENOENT && error.code().value() != ENOTDIR;
+  }
+  return true;
+}
+
+bool isWindowsAbsoluteDrivePath(std::string_view path) {
+  const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+  return path.size() >= 3 && isLetter(path[0]) && path[1] == ':' && (path[2] == '/' || path[2] == '\\');
+}
+
+ManifestRootIdentity captureRootIdentity(const std::filesystem::path& rootURL, const std::stop_token& cancellation) {
+  HashService::checkCancellation(cancellation);
+  try {
+    std::string path = orSlash(canonicalPathOf(rootURL));
+    const ManifestFileSnapshot snapshot = manifestRootSnapshot(path);
+    return {.canonicalPath = std::move(path), .snapshot = snapshot};
+  } catch (const std::system_error&) {
+    fail(ManifestPathError::Case::invalidRoot);
+  }
+}
+
+void validateRootIdentity(const ManifestRootIdentity& expected, const std::filesystem::path& rootURL) {
+  try {
+    if (captureRootIdentity(rootURL, {}) == expected) return;
+  } catch (const ManifestPathError&) {
+  }
+  fail(ManifestPathError::Case::rootChangedDuringVerification);
+}
+
+ManifestResolvedFileIdentity captureResolvedFileIdentity(const std::filesystem::path& url,
+                                                         const std::stop_token& cancellation) {
+  HashService::checkCancellation(cancellation);
+  try {
+    std::string path = orSlash(canonicalPathOf(url));
+    const FileSnapshot snapshot = snapshotOfPath(path);
+    if (snapshot.isRegularFile) return ManifestResolvedFileIdentity::from(std::move(path), snapshot);
+  } catch (const std::system_error&) {
+  }
+  fail(ManifestPathError::Case::pathChangedDuringVerification);
+}
+
+void validateResolvedFileIdentity(const ManifestResolvedFileIdentity& expected, const std::filesystem::path& url) {
+  if (captureResolvedFileIdentity(url, {}) != expected) fail(ManifestPathError::Case::pathChangedDuringVerification);
+}
+
+ManifestFileSnapshot manifestRootSnapshot(const std::filesystem::path& url) { return snapshotOfFolder(url); }
+
+}  // namespace ChecksumManifestService
+
+}  // namespace tallyfold

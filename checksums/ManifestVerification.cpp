@@ -1,0 +1,157 @@
+#include "checksums/ManifestVerification.h"
+
+#include <cerrno>
+#include <exception>
+#include <fcntl.h>
+#include <system_error>
+#include <utility>
+
+#include "core/Errors.h"
+#include "core/HashService.h"
+
+namespace tallyfold {
+
+using namespace ChecksumManifestService;
+
+namespace {
+
+/// Files whose digests are kept.
+constexpr std::int64_t kCacheCapacity = 4'096;
+
+[[noreturn]] void fail(ManifestPathError::Case reason) { throw ManifestPathError(reason); }
+
+/// Whether opening failed because something else is there by now.
+bool isOfAChangedTree(const std::system_error& error) {
+  const int number = error.code().value();
+  return number == ENOENT || number == ENOTDIR || number == ELOOP || number == EXDEV;
+}
+
+bool isStillAt(const FileHandle& root, const std::string& path, const FileSnapshot& snapshot) {
+  try {
+    return root.snapshotBelow(path).isSameIdentity(snapshot);
+  } catch (const std::system_error&) {
+    return false;
+  }
+}
+
+void add(DigestMap& digests, const DigestMap& more) {
+  for (const HashAlgorithm algorithm : more.algorithms()) digests.insert(algorithm, *more.find(algorithm));
+}
+
+}  // namespace
+
+ManifestFileContentIdentity ManifestFileContentIdentity::from(const FileSnapshot& snapshot) {
+  return {
+      .device = snapshot.device,
+      .inode = snapshot.inode,
+      .fileSize = snapshot.fileSize,
+      .modifiedSeconds = snapshot.modifiedSeconds,
+      .modifiedNanoseconds = snapshot.modifiedNanoseconds,
+      .changedSeconds = snapshot.changedSeconds,
+      .changedNanoseconds = snapshot.changedNanoseconds,
+  };
+}
+
+ManifestVerification::ManifestVerification(std::filesystem::path rootURL, ManifestRootIdentity rootIdentity)
+    : rootURL_(std::move(rootURL)), rootIdentity_(std::move(rootIdentity)), cache_(kCacheCapacity) {}
+
+ManifestGroupOutcome ManifestVerification::verify(const ManifestFileGroup& group, const std::stop_token& cancellation) {
+  try {
+    return digestsOf(group, cancellation);
+  } catch (const std::exception&) {
+    return errorDescription(std::current_exception());
+  }
+}
+
+DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, const std::stop_token& cancellation) {
+  HashService::checkCancellation(cancellation);
+  validateRoot();
+  OpenFile file = open(group.relativePath);
+  const auto identity = ManifestFileContentIdentity::from(file.snapshot);
+  ManifestDigestCacheEntry* const cached = findCached(identity);
+  HashAlgorithmSet missing = group.algorithms();
+  if (cached != nullptr) {
+    for (const HashAlgorithm algorithm : cached->digests.algorithms()) missing.erase(algorithm);
+    if (missing.empty()) return cached->digests;
+  }
+
+  DigestMap digests = HashService::hashOpenFile(file.handle, file.snapshot, missing, cancellation, [](double) {});
+  if (!isStillAt(*root_, file.path, file.snapshot)) fail(ManifestPathError::Case::pathChangedDuringVerification);
+  if (cached != nullptr) {
+    add(cached->digests, digests);
+    return cached->digests;
+  }
+  std::string location = (std::filesystem::path(rootIdentity_.canonicalPath) / file.path).native();
+  cache_.insert({.digests = digests,
+                 .sourceURL = location,
+                 .sourceIdentity = ManifestResolvedFileIdentity::from(location, file.snapshot)},
+                identity);
+  HashService::checkCancellation(cancellation);
+  return digests;
+}
+
+void ManifestVerification::validateRoot() {
+  validateRootIdentity(rootIdentity_, rootURL_);
+  if (root_) return;
+  FileHandle root = FileHandle::openFolder(rootIdentity_.canonicalPath);
+  if (root.snapshot() != rootIdentity_.snapshot) fail(ManifestPathError::Case::rootChangedDuringVerification);
+  root_ = std::move(root);
+}
+
+ManifestVerification::OpenFile ManifestVerification::open(const std::string& relativePath) const {
+  ManifestGroupingKey key = manifestGroupingKey(relativePath);
+  if (key.kind == ManifestGroupingKey::Kind::normalized) {
+    if (auto file = openWithoutLinks(std::move(key.path))) return std::move(*file);
+  }
+  return openThroughLinks(relativePath);
+}
+
+std::optional<ManifestVerification::OpenFile> ManifestVerification::openWithoutLinks(std::string path) const {
+  try {
+    const FileSnapshot expected = root_->snapshotBelow(path);
+    if (!expected.isRegularFile) return std::nullopt;
+    FileHandle handle = root_->openBelow(path, O_RDONLY | O_NONBLOCK);
+    const FileSnapshot opened = handle.snapshot();
+    if (!opened.isSameIdentity(expected)) fail(ManifestPathError::Case::pathChangedDuringVerification);
+    return OpenFile{.handle = std::move(handle), .snapshot = opened, .path = std::move(path)};
+  } catch (const std::system_error&) {
+    return std::nullopt;
+  }
+}
+
+ManifestVerification::OpenFile ManifestVerification::openThroughLinks(const std::string& relativePath) const {
+  const ManifestLocation location = locate(relativePath, rootIdentity_.canonicalPath);
+  // The kernel's own opinion of the path: of what is missing, closed or a circle of links, and of where it leads.
+  const FileSnapshot expected = snapshotOfPath(location.candidate);
+  if (!expected.isRegularFile) throw HashServiceError(HashServiceError::Case::notRegularFile);
+  std::string path(pathBelow(rootIdentity_.canonicalPath, location.canonicalPath));
+  try {
+    FileHandle handle = root_->openBelow(path, O_RDONLY | O_NONBLOCK);
+    const FileSnapshot opened = handle.snapshot();
+    if (!opened.isSameIdentity(expected)) fail(ManifestPathError::Case::pathChangedDuringVerification);
+    return {.handle = std::move(handle), .snapshot = opened, .path = std::move(path)};
+  } catch (const std::system_error& error) {
+    if (isOfAChangedTree(error)) fail(ManifestPathError::Case::pathChangedDuringVerification);
+    throw;
+  }
+}
+
+ManifestDigestCacheEntry* ManifestVerification::findCached(const ManifestFileContentIdentity& identity) {
+  ManifestDigestCacheEntry* const cached = cache_.find(identity);
+  if (cached == nullptr) return nullptr;
+  try {
+    validateResolvedFileIdentity(cached->sourceIdentity, cached->sourceURL);
+    return cached;
+  } catch (const ManifestPathError&) {
+    cache_.remove(identity);
+    return nullptr;
+  }
+}
+
+}  // namespace tallyfold
+
+std::size_t std::hash<tallyfold::ManifestFileContentIdentity>::operator()(
+    const tallyfold::ManifestFileContentIdentity& identity) const noexcept {
+  // Files are told apart by their numbers; versions of one file hardly ever meet.
+  return std::hash<std::uint64_t>()(identity.inode * 0x9E37'79B9'7F4A'7C15 + identity.device);
+}

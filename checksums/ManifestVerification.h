@@ -1,0 +1,103 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "checksums/FixedCapacityCache.h"
+#include "checksums/ManifestGroups.h"
+#include "checksums/ManifestPaths.h"
+#include "core/DigestMap.h"
+#include "core/FileHandle.h"
+
+namespace tallyfold {
+
+/// One version of one file, whatever it is called. A file that is rewritten becomes another one, also of the same size.
+struct ManifestFileContentIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  std::int64_t fileSize = 0;
+  std::int64_t modifiedSeconds = 0;
+  std::int64_t modifiedNanoseconds = 0;
+  std::int64_t changedSeconds = 0;
+  std::int64_t changedNanoseconds = 0;
+
+  static ManifestFileContentIdentity from(const FileSnapshot& snapshot);
+
+  bool operator==(const ManifestFileContentIdentity&) const = default;
+};
+
+}  // namespace tallyfold
+
+template <>
+struct std::hash<tallyfold::ManifestFileContentIdentity> {
+  std::size_t operator()(const tallyfold::ManifestFileContentIdentity& identity) const noexcept;
+};
+
+namespace tallyfold {
+
+/// The digests of a file that was hashed, and where that was.
+struct ManifestDigestCacheEntry {
+  DigestMap digests;  ///< Grows when a later group asks for more algorithms.
+  std::filesystem::path sourceURL;
+  ManifestResolvedFileIdentity sourceIdentity;
+};
+
+/// What a run has before it hashes anything.
+struct PreparedManifestVerification {
+  std::vector<ManifestFileGroup> groups;
+  ManifestRootIdentity rootIdentity;
+};
+
+/// What the work on one group came to: digests, among them those of all algorithms of the group; or the sentence for
+/// the user about all its entries.
+using ManifestGroupOutcome = std::variant<DigestMap, std::string>;
+
+/// One run of a verification. Used by one thread at a time, from any.
+///
+/// No byte from outside the root is ever hashed, whatever other programs do to the tree meanwhile, because two things
+/// do not depend on the moment:
+/// - The root is opened once, and is the folder that was captured. Files are opened below this open folder, not by a
+///   path that begins elsewhere.
+/// - The kernel opens a file without following any link. Where there are links on the way, they are followed as text
+///   first; the outcome is checked to be inside and has no links, and is then opened in the same way. A link that
+///   appears in it by then is an error.
+/// A file is read only through what was opened so. The path is looked at before, to open nothing but regular files, and
+/// after, to tell that it still leads to this file.
+class ManifestVerification {
+ public:
+  /// `rootIdentity` is what `rootURL` was at the start. Touches no file.
+  ManifestVerification(std::filesystem::path rootURL, ManifestRootIdentity rootIdentity);
+
+  /// Hashes the file of a group, at most once, and only with those algorithms that have not been applied to this
+  /// version of it earlier in the run under whatever name. Blocks for as long as that takes. Fails with
+  /// CancellationError, seen within one chunk; everything else that goes wrong is the outcome.
+  ManifestGroupOutcome verify(const ManifestFileGroup& group, const std::stop_token& cancellation);
+
+ private:
+  struct OpenFile {
+    FileHandle handle;
+    FileSnapshot snapshot;
+    std::string path;  ///< Below the root, without links.
+  };
+
+  DigestMap digestsOf(const ManifestFileGroup& group, const std::stop_token& cancellation);
+  void validateRoot();
+  [[nodiscard]] OpenFile open(const std::string& relativePath) const;
+  [[nodiscard]] std::optional<OpenFile> openWithoutLinks(std::string path) const;
+  [[nodiscard]] OpenFile openThroughLinks(const std::string& relativePath) const;
+  [[nodiscard]] ManifestDigestCacheEntry* findCached(const ManifestFileContentIdentity& identity);
+
+  std::filesystem::path rootURL_;
+  ManifestRootIdentity rootIdentity_;
+  std::optional<FileHandle> root_;  ///< Open from the first group on.
+  FixedCapacityCache<ManifestFileContentIdentity, ManifestDigestCacheEntry> cache_;
+};
+
+}  // namespace tallyfold

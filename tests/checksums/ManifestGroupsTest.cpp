@@ -1,0 +1,116 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <list>
+#include <string>
+#include <vector>
+
+#include "checksums/FixedCapacityCache.h"
+#include "checksums/ManifestGroups.h"
+#include "core/Errors.h"
+
+namespace tallyfold {
+namespace {
+
+using namespace ChecksumManifestService;
+using namespace std::string_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+ChecksumManifestEntry entryOf(std::string path, std::int64_t line = 1,
+                              HashAlgorithm algorithm = HashAlgorithm::sha256) {
+  return {Uuid::random(), line, std::move(path), algorithm, std::string(algorithm.hexLength(), '0')};
+}
+
+TEST(ManifestGroupingKey, NormalizesWhatStaysBelowItsStart) {
+  using enum ManifestGroupingKey::Kind;
+  struct {
+    std::string path;
+    ManifestGroupingKey::Kind kind;
+    std::string key;
+  } const cases[]{
+      {"a/b", normalized, "a/b"},
+      {"./a//./b/", normalized, "a/b"},
+      {"x/../a/y/../b", normalized, "a/b"},
+      {"a/b/c/../..", normalized, "a"},
+      {"...", normalized, "..."},
+      {"A/B", normalized, "A/B"},
+      {"a\\b", normalized, "a\\b"},
+      {"..\\b", normalized, "..\\b"},
+      {"e\u0301", normalized, "e\u0301"},
+      {" ", normalized, " "},
+      {"", raw, ""},
+      {".", raw, "."},
+      {"a/..", raw, "a/.."},
+      {"..", raw, ".."},
+      {"../a", raw, "../a"},
+      {"a/../../b", raw, "a/../../b"},
+      {"/a/b", raw, "/a/b"},
+      {"a/./\0"s, raw, "a/./\0"s},
+  };
+  for (const auto& [path, kind, key] : cases) {
+    EXPECT_EQ(manifestGroupingKey(path), (ManifestGroupingKey{kind, key})) << testing::PrintToString(path);
+  }
+  EXPECT_FALSE((ManifestGroupingKey{normalized, "a/b"}) == (ManifestGroupingKey{raw, "a/b"}));
+}
+
+TEST(ManifestGroups, EntriesOfOnePathAreOneGroupInTheOrderOfTheList) {
+  const std::vector<ChecksumManifestEntry> entries{
+      entryOf("x.bin", 1),     entryOf("y.bin", 2),      entryOf("./x.bin", 3, HashAlgorithm::blake3),
+      entryOf("../x.bin", 4),  entryOf("/x.bin", 5),     entryOf("a/../x.bin", 6),
+      entryOf("caf\u00E9", 7), entryOf("cafe\u0301", 8),
+  };
+  const std::vector<ManifestFileGroup> groups = groupEntries(entries, {});
+  EXPECT_THAT(groups,
+              ElementsAre(ManifestFileGroup{"x.bin", {entries[0], entries[2], entries[5]}},
+                          ManifestFileGroup{"y.bin", {entries[1]}}, ManifestFileGroup{"../x.bin", {entries[3]}},
+                          ManifestFileGroup{"/x.bin", {entries[4]}}, ManifestFileGroup{"caf\u00E9", {entries[6]}},
+                          ManifestFileGroup{"cafe\u0301", {entries[7]}}));
+  EXPECT_EQ(groups[0].algorithms(), HashAlgorithm::recommended);
+  EXPECT_THAT(groupEntries(std::list<ChecksumManifestEntry>(), {}), IsEmpty());
+}
+
+TEST(ManifestGroups, CancellationIsSeenWithin256Entries) {
+  std::stop_source source;
+  EntryGrouper grouper(1000, source.get_token());
+  grouper.add(entryOf("a"));
+  source.request_stop();
+  int added = 0;
+  EXPECT_THROW(
+      {
+        for (; added < 1000; ++added) grouper.add(entryOf("b"));
+      },
+      CancellationError);
+  EXPECT_LE(added, 256);
+  EXPECT_THROW(groupEntries(std::vector<ChecksumManifestEntry>(), source.get_token()), CancellationError);
+}
+
+TEST(FixedCapacityCache, OldestInsertionIsForgotten) {
+  FixedCapacityCache<int, std::string> cache(4096);
+  const auto valueOf = [&](int key) {
+    const std::string* const value = cache.find(key);
+    return value != nullptr ? *value : "none";
+  };
+  for (int key = 0; key < 4096; ++key) cache.insert(std::to_string(key), key);
+  EXPECT_EQ(valueOf(0), "0");
+  cache.insert("again", 0);  // Stays as old as it is.
+  EXPECT_EQ(cache.size(), 4096U);
+  EXPECT_EQ(valueOf(0), "again");
+  cache.insert("new", 4096);
+  EXPECT_EQ(cache.size(), 4096U);
+  EXPECT_EQ(valueOf(0), "none");
+  for (int key = 1; key < 4096; ++key) EXPECT_EQ(valueOf(key), std::to_string(key));
+  EXPECT_EQ(valueOf(4096), "new");
+
+  // A key that was removed and comes back is as young as its return.
+  cache.remove(1);
+  cache.remove(1);
+  EXPECT_EQ(valueOf(1), "none");
+  cache.insert("back", 1);
+  cache.insert("newer", 4097);
+  EXPECT_EQ(valueOf(1), "back");
+  EXPECT_EQ(valueOf(2), "none");
+  EXPECT_EQ(cache.capacity(), 4096);
+}
+
+}  // namespace
+}  // namespace tallyfold
