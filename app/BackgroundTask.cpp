@@ -1,6 +1,7 @@
 #include "app/BackgroundTask.h"
 
 #include <condition_variable>
+#include <list>
 #include <mutex>
 #include <sys/resource.h>
 #include <thread>
@@ -15,22 +16,56 @@ namespace {
 
 constexpr int utilityNiceness = 10;
 
-// The threads are detached: one that hangs in a dead network file system must not keep the window from closing.
-struct LiveWorkers {
-  std::mutex mutex;
-  std::condition_variable changed;
-  int count = 0;
-
-  static LiveWorkers& shared() {
-    static auto* workers = new LiveWorkers;  // Never destroyed: a detached thread may outlive main.
+// A thread is joined only once its work is done: one that hangs in a dead network file system must not keep the window
+// from closing.
+class Workers {
+ public:
+  static Workers& shared() {
+    static auto* workers = new Workers;  // Never destroyed: a thread may outlive main.
     return *workers;
   }
 
-  void add(int change) {
-    const std::lock_guard lock(mutex);
-    count += change;
-    changed.notify_all();
+  void start(std::function<void()> job) {
+    const std::lock_guard lock(mutex_);
+    joinFinished();
+    const auto place = running_.emplace(running_.end());
+    try {
+      *place = std::thread([this, place, job = std::move(job)]() mutable {
+        job();
+        job = nullptr;
+        finish(place);
+      });
+    } catch (...) {
+      running_.erase(place);
+      throw;
+    }
   }
+
+  bool waitForAll(std::chrono::milliseconds limit) {
+    std::unique_lock lock(mutex_);
+    if (!changed_.wait_for(lock, limit, [&] { return running_.empty(); })) return false;
+    joinFinished();
+    return true;
+  }
+
+ private:
+  using Threads = std::list<std::thread>;
+
+  void finish(Threads::iterator place) {
+    const std::lock_guard lock(mutex_);
+    finished_.splice(finished_.end(), running_, place);
+    changed_.notify_all();
+  }
+
+  void joinFinished() {
+    for (std::thread& thread : finished_) thread.join();
+    finished_.clear();
+  }
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  Threads running_;
+  Threads finished_;  // They have nothing left to do but to end.
 };
 
 }  // namespace
@@ -90,24 +125,8 @@ void BackgroundTask::abandon() {
   run_ = nullptr;
 }
 
-void BackgroundTask::runDetached(std::function<void()> job) {
-  LiveWorkers::shared().add(1);
-  try {
-    std::thread([job = std::move(job)]() mutable {
-      job();
-      job = nullptr;
-      LiveWorkers::shared().add(-1);
-    }).detach();
-  } catch (...) {
-    LiveWorkers::shared().add(-1);
-    throw;
-  }
-}
+void BackgroundTask::runDetached(std::function<void()> job) { Workers::shared().start(std::move(job)); }
 
-bool BackgroundTask::waitForAll(std::chrono::milliseconds limit) {
-  LiveWorkers& workers = LiveWorkers::shared();
-  std::unique_lock lock(workers.mutex);
-  return workers.changed.wait_for(lock, limit, [&] { return workers.count == 0; });
-}
+bool BackgroundTask::waitForAll(std::chrono::milliseconds limit) { return Workers::shared().waitForAll(limit); }
 
 }  // namespace tallyfold

@@ -70,7 +70,7 @@ class BackgroundTask {
   /// Cancels, and forgets the task: another may start at once. Its last step does not run.
   void abandon();
 
-  /// Waits until no work is left on any thread, and says whether that was reached in time.
+  /// Waits until no work is left and its threads are gone, and says whether that was reached in time.
   static bool waitForAll(std::chrono::milliseconds limit);
 
  private:

@@ -327,9 +327,10 @@ TEST_F(ReportReplacement, ReadersSeeOnlyWholeReports) {
     }
   });
   for (int i = 0; i < 20; ++i) {
-    const int readsBefore = reads;
     write(i % 2 == 0 ? many_ : shorter, path);
-    while (reads == readsBefore) std::this_thread::yield();
+    // The second read to end from now on has begun from now on.
+    const int readsBefore = reads;
+    while (reads < readsBefore + 2) std::this_thread::yield();
   }
   done = true;
   reader.join();

@@ -40,10 +40,10 @@ class FilesKeyboardTest : public WindowFixture {
   }
 
   void tabTo(const std::string& name) {
-    std::string stops;
+    std::string stops = "Tab does not reach " + name + ", but ";
     while (focusedName() != name) {
       stops.append(focusedName()).append(", ");
-      if (stops.size() > 400) throw std::runtime_error("Tab does not reach " + name + ", but " + stops);
+      if (stops.size() > 400) throw std::runtime_error(stops);
       tab({"Tab"});
     }
   }

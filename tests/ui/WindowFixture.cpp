@@ -89,7 +89,7 @@ void WindowFixture::calculate() {
 }
 
 fs::path WindowFixture::endlessFile() {
-  const fs::path file = folder.file("endless.img", "");
+  fs::path file = folder.file("endless.img", "");
   fs::resize_file(file, 256ULL << 30U);
   return file;
 }
