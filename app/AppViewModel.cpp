@@ -39,12 +39,18 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : QObject(parent),
   connect(this, &AppViewModel::isExportingChanged, this, &AppViewModel::refusalsChanged);
   connect(this, &AppViewModel::selectedAlgorithmsChanged, this, &AppViewModel::updateTextHash);
   for (const auto change : {&AppViewModel::isProcessingChanged, &AppViewModel::isExportingChanged,
-                            &AppViewModel::isVerifyingChanged, &AppViewModel::isComparingChanged}) {
+                            &AppViewModel::isVerifyingChanged, &AppViewModel::isComparingChanged,
+                            &AppViewModel::isLoadingManifestChanged, &AppViewModel::isManifestVerifyingChanged}) {
     connect(this, change, this, &AppViewModel::busyModesChanged);
   }
   for (const auto change : {&AppViewModel::expectedHashChanged, &AppViewModel::verifyAlgorithmChanged}) {
     connect(this, change, this, &AppViewModel::recognisedAlgorithmChanged);
   }
+  for (const auto change : {&AppViewModel::manifestURLsChanged, &AppViewModel::manifestLinesChanged,
+                            &AppViewModel::isLoadingManifestChanged, &AppViewModel::isManifestVerifyingChanged}) {
+    connect(this, change, this, &AppViewModel::manifestStatusChanged);
+  }
+  connect(&manifestJobs_, &ManifestJobListModel::countsChanged, this, &AppViewModel::manifestStatusChanged);
   textRest_.setSingleShot(true);
   textRest_.setInterval(120);
   connect(&textRest_, &QTimer::timeout, this, &AppViewModel::startTextHash);
@@ -112,7 +118,8 @@ QVariantList AppViewModel::busyModes() const {
   QVariantList list;
   for (const AppMode::Case mode : AppMode::allCases()) {
     list.append((mode == AppMode::Files && (isProcessing_ || isExporting_)) ||
-                (mode == AppMode::Verify && isVerifying_) || (mode == AppMode::Compare && isComparing_));
+                (mode == AppMode::Verify && isVerifying_) || (mode == AppMode::Compare && isComparing_) ||
+                (mode == AppMode::Manifest && (isLoadingManifest_ || isManifestVerifying_)));
   }
   return list;
 }
@@ -123,6 +130,7 @@ void AppViewModel::shutdown() {
   textTask_.abandon();
   resetVerification();
   resetComparison();
+  cancelManifest();
   exportTask_.cancel();
 }
 

@@ -25,6 +25,8 @@
 #include "app/Desktop.h"
 #include "app/FileJob.h"
 #include "app/FileJobListModel.h"
+#include "app/ManifestJobListModel.h"
+#include "app/ManifestVerdict.h"
 #include "app/VerificationResult.h"
 #include "app/WeakAppViewModelReference.h"
 #include "core/FileComparison.h"
@@ -33,6 +35,8 @@
 #include "export/ManifestService.h"
 
 namespace tallyfold {
+
+using ManifestEntries = std::vector<ChecksumManifestEntry>;
 
 /// The one state object behind the window. It lives on the interface thread: everything here is read, called and
 /// announced there. Operations that cannot run now are refused silently; the `...Refusal` properties say beforehand why
@@ -67,9 +71,27 @@ class AppViewModel : public QObject {
   Q_PROPERTY(QVariantMap compareResult READ compareResultForScreen NOTIFY compareResultChanged)
   Q_PROPERTY(double compareProgress READ compareProgress NOTIFY compareProgressChanged)
   Q_PROPERTY(bool isComparing READ isComparing NOTIFY isComparingChanged)
+  Q_PROPERTY(QVariantMap manifestFile READ manifestFile NOTIFY manifestURLsChanged)
+  Q_PROPERTY(QVariantMap manifestRoot READ manifestRoot NOTIFY manifestURLsChanged)
+  Q_PROPERTY(QVariantMap proposedManifestRoot READ proposedManifestRootForScreen NOTIFY manifestURLsChanged)
+  Q_PROPERTY(tallyfold::ManifestJobListModel* manifestJobs READ manifestJobs CONSTANT)
+  Q_PROPERTY(QStringList manifestWarnings READ manifestWarnings NOTIFY manifestLinesChanged)
+  Q_PROPERTY(qint64 manifestIgnoredLineCount READ manifestIgnoredLineCount NOTIFY manifestLinesChanged)
+  Q_PROPERTY(qint64 manifestUnsupportedLineCount READ manifestUnsupportedLineCount NOTIFY manifestLinesChanged)
+  Q_PROPERTY(QString manifestLines READ manifestLines NOTIFY manifestLinesChanged)
+  Q_PROPERTY(QString manifestWarningsSummary READ manifestWarningsSummary NOTIFY manifestLinesChanged)
+  Q_PROPERTY(double manifestProgress READ manifestProgress NOTIFY manifestProgressChanged)
+  Q_PROPERTY(QString manifestProgressFigure READ manifestProgressFigure NOTIFY manifestProgressChanged)
+  Q_PROPERTY(bool isLoadingManifest READ isLoadingManifest NOTIFY isLoadingManifestChanged)
+  Q_PROPERTY(bool isManifestVerifying READ isManifestVerifying NOTIFY isManifestVerifyingChanged)
+  Q_PROPERTY(int manifestMatchedCount READ manifestMatchedCount NOTIFY manifestStatusChanged)
+  Q_PROPERTY(int manifestMismatchCount READ manifestMismatchCount NOTIFY manifestStatusChanged)
+  Q_PROPERTY(int manifestErrorCount READ manifestErrorCount NOTIFY manifestStatusChanged)
+  Q_PROPERTY(QVariantMap manifestVerdict READ manifestVerdictForScreen NOTIFY manifestStatusChanged)
   // Why an operation would be refused now, as a sentence for a tooltip; empty when it would not.
   Q_PROPERTY(QString verifyRefusal READ verifyRefusal NOTIFY verifyURLChanged)
   Q_PROPERTY(QString compareRefusal READ compareRefusal NOTIFY compareURLsChanged)
+  Q_PROPERTY(QString manifestRefusal READ manifestRefusal NOTIFY manifestStatusChanged)
   Q_PROPERTY(QString startRefusal READ startRefusal NOTIFY refusalsChanged)
   Q_PROPERTY(QString exportRefusal READ exportRefusal NOTIFY refusalsChanged)
   Q_PROPERTY(QString queueRefusal READ queueRefusal NOTIFY refusalsChanged)
@@ -214,6 +236,52 @@ class AppViewModel : public QObject {
   Q_INVOKABLE void compare();
   Q_INVOKABLE void resetComparison();
 
+  [[nodiscard]] const std::optional<std::filesystem::path>& manifestURL() const { return manifestURL_; }
+  [[nodiscard]] const std::optional<std::filesystem::path>& manifestRootURL() const { return manifestRootURL_; }
+  [[nodiscard]] QVariantMap manifestFile() const;
+  [[nodiscard]] QVariantMap manifestRoot() const;
+  /// The folder that the list lies in, unless it is the root already. Only a proposal: the root is what the user chose.
+  [[nodiscard]] std::optional<std::filesystem::path> proposedManifestRoot() const;
+  [[nodiscard]] QVariantMap proposedManifestRootForScreen() const;
+  [[nodiscard]] ManifestJobListModel* manifestJobs() { return &manifestJobs_; }
+  [[nodiscard]] QStringList manifestWarnings() const { return manifestWarnings_; }
+  [[nodiscard]] qint64 manifestIgnoredLineCount() const { return manifestIgnoredLineCount_; }
+  [[nodiscard]] qint64 manifestUnsupportedLineCount() const { return manifestUnsupportedLineCount_; }
+  /// What the lines of the list came to: "3 entries · 2 unsupported"; empty while there is no list.
+  [[nodiscard]] QString manifestLines() const;
+  /// How many lines are behind the warnings, which are about the first of them only.
+  [[nodiscard]] QString manifestWarningsSummary() const;
+  /// Of the files that the list names, 0 to 1. A file that is named several times counts once.
+  [[nodiscard]] double manifestProgress() const { return manifestProgress_; }
+  /// "12 of 1,204 files"; empty while there is none.
+  [[nodiscard]] QString manifestProgressFigure() const;
+  [[nodiscard]] bool isLoadingManifest() const { return isLoadingManifest_; }
+  [[nodiscard]] bool isManifestVerifying() const { return isManifestVerifying_; }
+  [[nodiscard]] int manifestMatchedCount() const { return manifestJobs_.total(ManifestJobListModel::Match); }
+  [[nodiscard]] int manifestMismatchCount() const { return manifestJobs_.total(ManifestJobListModel::Mismatch); }
+  [[nodiscard]] int manifestErrorCount() const { return manifestJobs_.total(ManifestJobListModel::Failed); }
+  [[nodiscard]] ManifestVerdict manifestVerdict() const;
+  [[nodiscard]] QVariantMap manifestVerdictForScreen() const;
+  [[nodiscard]] QString manifestRefusal() const;
+  /// Reads the first of `urls` as the checksum list. Ignored while one is read, and during a verification.
+  Q_INVOKABLE void setManifestFile(const QList<QUrl>& urls);
+  Q_INVOKABLE void chooseManifestFile();
+  /// Ends a verification; what it found out about another folder is forgotten.
+  Q_INVOKABLE void setManifestRoot(const QList<QUrl>& urls);
+  Q_INVOKABLE void chooseManifestRoot();
+  Q_INVOKABLE void useProposedManifestRoot();
+  /// What was dropped: of `urls`, the first folder is the root, and the first file the list.
+  Q_INVOKABLE void dropManifest(const QList<QUrl>& urls);
+  Q_INVOKABLE void verifyManifest();
+  Q_INVOKABLE void cancelManifestVerification();
+  /// Cancels whatever is under way: the verification, or the reading of the list, of which nothing is left then.
+  Q_INVOKABLE void cancelManifest();
+  Q_INVOKABLE void clearManifest();
+  /// On the clipboard: one of the rows shown, or all of them.
+  Q_INVOKABLE void copyManifestRow(int row);
+  Q_INVOKABLE void copyManifestRows();
+  Q_INVOKABLE void copyManifestWarnings();
+
   /// Stops every background flow. Their threads end on their own, within one chunk of what they read.
   Q_INVOKABLE void shutdown();
 
@@ -239,11 +307,19 @@ class AppViewModel : public QObject {
   void compareResultChanged();
   void compareProgressChanged();
   void isComparingChanged();
+  void manifestURLsChanged();
+  void manifestLinesChanged();
+  void manifestProgressChanged();
+  void manifestStatusChanged();
+  void isLoadingManifestChanged();
+  void isManifestVerifyingChanged();
   void isExportingChanged();
   void refusalsChanged();
 
  private:
   struct FileRun;
+  struct ManifestRun;
+  struct PreparedManifestLoad;
 
   [[nodiscard]] const FileJob* job(const Uuid& id) const;
   void rebuildJobIndex();
@@ -261,6 +337,14 @@ class AppViewModel : public QObject {
   void setCompareProgress(double progress);
   void setComparing(bool isComparing);
   void showQueueLimit();
+  void publishManifest(PreparedManifestLoad load);
+  void discardManifest();
+  void resetManifestCounters();
+  void applyReports(ManifestRun& run);
+  void setManifestRun(ManifestTally::Run run);
+  void setManifestProgress(std::size_t groups, std::size_t total);
+  void setLoadingManifest(bool isLoading);
+  void setManifestVerifying(bool isVerifying);
 
   Desktop& desktop_;
 
@@ -293,6 +377,21 @@ class AppViewModel : public QObject {
   double compareProgress_ = 0;
   bool isComparing_ = false;
 
+  std::optional<std::filesystem::path> manifestURL_;
+  std::optional<std::filesystem::path> manifestRootURL_;
+  ManifestJobListModel manifestJobs_;
+  std::shared_ptr<const ManifestEntries> manifestEntries_;  // Those of the jobs, in the same order.
+  QStringList manifestWarnings_;
+  qint64 manifestIgnoredLineCount_ = 0;
+  qint64 manifestUnsupportedLineCount_ = 0;
+  QString manifestReadError_;
+  ManifestTally::Run manifestRunState_ = ManifestTally::Run::none;
+  double manifestProgress_ = 0;
+  std::size_t manifestGroupsDone_ = 0;
+  std::size_t manifestGroups_ = 0;
+  bool isLoadingManifest_ = false;
+  bool isManifestVerifying_ = false;
+
   ResultByJobID resultByJobID_;
   FileJobListModel jobs_{resultByJobID_};
   std::unordered_map<Uuid, std::size_t> jobIndexByID_;
@@ -303,6 +402,8 @@ class AppViewModel : public QObject {
   BackgroundTask textTask_{self_};
   BackgroundTask verifyTask_{self_};
   BackgroundTask compareTask_{self_};
+  BackgroundTask manifestLoadTask_{self_};
+  BackgroundTask manifestTask_{self_};
   BackgroundTask exportTask_{self_};
 };
 

@@ -23,6 +23,9 @@ class Desktop {
   /// Asks for exactly one existing file.
   virtual void chooseSingleFile(std::function<void(const QUrl&)> chosen) = 0;
 
+  /// Asks for exactly one existing folder. None can be created in the panel.
+  virtual void chooseFolder(std::function<void(const QUrl&)> chosen) = 0;
+
   /// What is on the clipboard as text; empty when that is no text.
   [[nodiscard]] virtual QString pasteboardText() const = 0;
 

@@ -3,65 +3,22 @@
 //
 //     files_mode_bench [FILES [BYTES]]        (100000 files of 4096 bytes when not given)
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <sys/resource.h>
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QTimer>
 
 #include "app/AppViewModel.h"
 #include "app/FileLocation.h"
-
-namespace {
-
-using namespace tallyfold;
-namespace fs = std::filesystem;
-
-class NoDesktop : public Desktop {
- public:
-  void chooseFiles(std::function<void(const QList<QUrl>&)>) override {}
-  void chooseSingleFile(std::function<void(const QUrl&)>) override {}
-  [[nodiscard]] QString pasteboardText() const override { return {}; }
-  void chooseDestination(const QString&, std::function<void(const QUrl&)>) override {}
-  void setPasteboard(const QByteArray&) override {}
-  void revealInFileBrowser(const fs::path&) override {}
-};
-
-double peakMegabytes() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return static_cast<double>(usage.ru_maxrss) / 1024;
-}
-
-// The longest time between two turns of the event loop, which a timer without interval wants to take all the time.
-class StallMeter : public QObject {
- public:
-  StallMeter() {
-    timer_.callOnTimeout([this] { turn(); });
-    timer_.start(0);
-    sinceTurn_.start();
-  }
-  void turn() { longest_ = std::max(longest_, sinceTurn_.nsecsElapsed()), sinceTurn_.start(); }
-  double takeLongestMilliseconds() {
-    turn();
-    return static_cast<double>(std::exchange(longest_, 0)) / 1e6;
-  }
-
- private:
-  QTimer timer_;
-  QElapsedTimer sinceTurn_;
-  qint64 longest_ = 0;
-};
-
-}  // namespace
+#include "bench/ModelBench.h"
 
 int main(int argc, char** argv) {
+  using namespace tallyfold;
+  namespace fs = std::filesystem;
   QCoreApplication application(argc, argv);
   const int count = argc > 1 ? std::atoi(argv[1]) : 100'000;
   const auto size = static_cast<std::size_t>(argc > 2 ? std::atoi(argv[2]) : 4096);

@@ -87,7 +87,7 @@ Window {
                 visible: root.viewModel.mode === AppMode.Compare
             }
 
-            PlaceholderView {
+            ManifestView {
                 anchors.fill: parent
                 viewModel: root.viewModel
                 visible: root.viewModel.mode === AppMode.Manifest

@@ -29,11 +29,16 @@ QFileDialog* makePanel(QWindow* window) {
   return panel;
 }
 
-void openExisting(QWindow* window, QFileDialog::FileMode mode, const QString& title, FilesCallback chosen) {
+QFileDialog* makeOpenPanel(QWindow* window, QFileDialog::FileMode mode, const QString& title) {
   QFileDialog* panel = makePanel(window);
   panel->setObjectName(QStringLiteral("openPanel"));
   panel->setWindowTitle(title);
   panel->setFileMode(mode);
+  return panel;
+}
+
+void openExisting(QWindow* window, QFileDialog::FileMode mode, const QString& title, FilesCallback chosen) {
+  QFileDialog* panel = makeOpenPanel(window, mode, title);
   QObject::connect(panel, &QDialog::accepted, panel,
                    [panel, chosen = std::move(chosen)] { resolveFileURLs(panel->selectedUrls(), chosen); });
   panel->open();
@@ -48,6 +53,14 @@ void DesktopServices::chooseFiles(std::function<void(const QList<QUrl>&)> chosen
 void DesktopServices::chooseSingleFile(std::function<void(const QUrl&)> chosen) {
   openExisting(window_, QFileDialog::ExistingFile, QFileDialog::tr("Choose File"),
                [chosen = std::move(chosen)](const QList<QUrl>& files) { chosen(files.constFirst()); });
+}
+
+void DesktopServices::chooseFolder(std::function<void(const QUrl&)> chosen) {
+  QFileDialog* panel = makeOpenPanel(window_, QFileDialog::Directory, QFileDialog::tr("Choose Folder"));
+  panel->setOptions(QFileDialog::ShowDirsOnly | QFileDialog::ReadOnly);
+  QObject::connect(panel, &QDialog::accepted, panel,
+                   [panel, chosen = std::move(chosen)] { chosen(panel->selectedUrls().value(0)); });
+  panel->open();
 }
 
 void DesktopServices::chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) {

@@ -40,18 +40,19 @@ void postToInterface(std::function<void()> task) {
 // One drop whose items load on threads of their own. The last reference to it, whoever holds it, ends the drop.
 class DropGroup {
  public:
-  explicit DropGroup(FilesCallback dropped) : dropped_(std::move(dropped)) {}
-  ~DropGroup() { resolveFileURLs(accumulator_.urls(), std::move(dropped_)); }
+  DropGroup(FilesCallback dropped, Droppable kind) : dropped_(std::move(dropped)), kind_(kind) {}
+  ~DropGroup() { resolveFileURLs(accumulator_.urls(), std::move(dropped_), kind_); }
   DropGroup(const DropGroup&) = delete;
   DropGroup& operator=(const DropGroup&) = delete;
 
   void complete(const QVariant& item) {
     const QUrl url = droppedFileURL(item);
-    if (url.isLocalFile() && !isDirectoryPath(url)) accumulator_.append(url);
+    if (url.isLocalFile() && (kind_ == Droppable::filesAndFolders || !isDirectoryPath(url))) accumulator_.append(url);
   }
 
  private:
   FilesCallback dropped_;
+  Droppable kind_;
   DroppedURLAccumulator accumulator_;
 };
 
@@ -97,16 +98,19 @@ QList<QUrl> markedFolders(QList<QUrl> urls) {
   return urls;
 }
 
-void resolveFileURLs(const QList<QUrl>& urls, FilesCallback dropped) {
+void resolveFileURLs(const QList<QUrl>& urls, FilesCallback dropped, Droppable kind) {
   if (urls.isEmpty()) return;
-  std::thread([urls = urls, dropped = std::move(dropped)]() mutable {
-    const QList<QUrl> files = filteredFileURLs(markedFolders(std::move(urls)));
+  std::thread([urls = urls, dropped = std::move(dropped), kind]() mutable {
+    QList<QUrl> files = markedFolders(std::move(urls));
+    files.removeIf([](const QUrl& url) { return !url.isLocalFile(); });
+    if (kind == Droppable::files) files = filteredFileURLs(files);
     if (!files.isEmpty()) postToInterface([files, dropped = std::move(dropped)] { dropped(files); });
   }).detach();
 }
 
-void resolveBigSurFileURLs(const std::vector<std::shared_ptr<ItemProvider>>& items, FilesCallback dropped) {
-  const auto group = std::make_shared<DropGroup>(std::move(dropped));
+void resolveBigSurFileURLs(const std::vector<std::shared_ptr<ItemProvider>>& items, FilesCallback dropped,
+                           Droppable kind) {
+  const auto group = std::make_shared<DropGroup>(std::move(dropped), kind);
   for (const auto& item : items) item->loadItem([group](const QVariant& loaded) { group->complete(loaded); });
 }
 

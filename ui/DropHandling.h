@@ -43,13 +43,18 @@ QList<QUrl> filteredFileURLs(const QList<QUrl>& urls);
 /// system once for each, which can take long: not on the interface thread.
 QList<QUrl> markedFolders(QList<QUrl> urls);
 
+/// What a drop may consist of.
+enum class Droppable { files, filesAndFolders };
+
 using FilesCallback = std::function<void(const QList<QUrl>& files)>;
 
 /// Loads all items of a drop and calls `dropped` once, on the interface thread, with the files among them; never when
-/// there are none. An item that fails to load is left out. To be called on the interface thread.
-void resolveBigSurFileURLs(const std::vector<std::shared_ptr<ItemProvider>>& items, FilesCallback dropped);
+/// there are none. An item that fails to load is left out. Folders among the files end in a separator. To be called on
+/// the interface thread.
+void resolveBigSurFileURLs(const std::vector<std::shared_ptr<ItemProvider>>& items, FilesCallback dropped,
+                           Droppable kind = Droppable::files);
 
 /// The same for items that are URLs already.
-void resolveFileURLs(const QList<QUrl>& urls, FilesCallback dropped);
+void resolveFileURLs(const QList<QUrl>& urls, FilesCallback dropped, Droppable kind = Droppable::files);
 
 }  // namespace tallyfold

@@ -68,10 +68,11 @@ void DropZone::dropEvent(QDropEvent* event) {
   const auto dropped = [zone = QPointer<DropZone>(this)](const QList<QUrl>& files) {
     if (zone) emit zone->filesDropped(files);
   };
+  const Droppable kind = takesFolders_ ? Droppable::filesAndFolders : Droppable::files;
   if (event->mimeData()->hasUrls()) {
-    resolveFileURLs(event->mimeData()->urls(), dropped);
+    resolveFileURLs(event->mimeData()->urls(), dropped, kind);
   } else {
-    resolveBigSurFileURLs(providers(*event->mimeData()), dropped);
+    resolveBigSurFileURLs(providers(*event->mimeData()), dropped, kind);
   }
 }
 

@@ -11,6 +11,8 @@ class DropZone : public QQuickItem {
   QML_ELEMENT
   /// A drag that carries something usable hovers over it.
   Q_PROPERTY(bool isTargeted READ isTargeted NOTIFY isTargetedChanged)
+  /// Folders are dropped too, with a separator at the end of their URLs.
+  Q_PROPERTY(bool takesFolders MEMBER takesFolders_ NOTIFY takesFoldersChanged)
 
  public:
   explicit DropZone(QQuickItem* parent = nullptr);
@@ -19,6 +21,7 @@ class DropZone : public QQuickItem {
 
  signals:
   void isTargetedChanged();
+  void takesFoldersChanged();
   /// Once for each accepted drop, with one file at least.
   void filesDropped(const QList<QUrl>& files);
 
@@ -32,6 +35,7 @@ class DropZone : public QQuickItem {
   void setTargeted(bool isTargeted);
 
   bool isTargeted_ = false;
+  bool takesFolders_ = false;
 };
 
 }  // namespace tallyfold

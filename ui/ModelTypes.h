@@ -5,6 +5,7 @@
 #include "app/AppMode.h"
 #include "app/AppViewModel.h"
 #include "app/FileJobListModel.h"
+#include "app/ManifestJobListModel.h"
 
 /// The types of the model, which knows nothing of QML, under their names in QML.
 namespace tallyfold {
@@ -20,6 +21,13 @@ struct FileJobListModelType {
   Q_GADGET
   QML_FOREIGN(tallyfold::FileJobListModel)
   QML_NAMED_ELEMENT(FileJobListModel)
+  QML_UNCREATABLE("The model owns its list.")
+};
+
+struct ManifestJobListModelType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::ManifestJobListModel)
+  QML_NAMED_ELEMENT(ManifestJobListModel)
   QML_UNCREATABLE("The model owns its list.")
 };
 

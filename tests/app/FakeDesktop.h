@@ -19,15 +19,18 @@ class FakeDesktop : public Desktop {
   /// The panel that was opened last and is still open; empty when there is none.
   std::function<void(const QList<QUrl>&)> openPanel;
   std::function<void(const QUrl&)> singlePanel;
+  std::function<void(const QUrl&)> folderPanel;
   std::function<void(const QUrl&)> savePanel;
   QString otherProgramsText;  ///< On the clipboard, from another program.
 
   void confirmOpenPanel(const QList<QUrl>& urls) { std::exchange(openPanel, nullptr)(urls); }
   void confirmSinglePanel(const QUrl& url) { std::exchange(singlePanel, nullptr)(url); }
+  void confirmFolderPanel(const QUrl& url) { std::exchange(folderPanel, nullptr)(url); }
   void confirmSavePanel(const QUrl& url) { std::exchange(savePanel, nullptr)(url); }
 
   void chooseFiles(std::function<void(const QList<QUrl>&)> chosen) override { openPanel = std::move(chosen); }
   void chooseSingleFile(std::function<void(const QUrl&)> chosen) override { singlePanel = std::move(chosen); }
+  void chooseFolder(std::function<void(const QUrl&)> chosen) override { folderPanel = std::move(chosen); }
   [[nodiscard]] QString pasteboardText() const override { return otherProgramsText; }
   void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) override {
     proposedName = fileName;

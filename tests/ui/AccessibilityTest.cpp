@@ -192,6 +192,32 @@ TEST_F(AccessibilityTest, MenusAndTheAlertAreThereWhileTheyAreOpen) {
   }
 }
 
+TEST_F(AccessibilityTest, EntriesOfAListAreToldWithTheirStates) {
+  const std::string md5OfAbc = "900150983cd24fb0d6963f7d28e17f72";
+  const std::string zero(32, '0');
+  folder.file("abc", "abc");
+  model.setMode(AppMode::Manifest);
+  model.setManifestRoot({QUrl::fromLocalFile(QString::fromStdString(folder.path()))});
+  model.setManifestFile({QUrl::fromLocalFile(QString::fromStdString(
+      folder.file("list", md5OfAbc + "  abc\n" + zero + "  abc\n" + zero + "  missing\n?\n")))});
+  waitFor("the list", [&] { return model.manifestRefusal().isEmpty(); });
+  model.verifyManifest();
+  waitFor("the end", [&] { return !model.isManifestVerifying() && driver.findItem("message") != nullptr; });
+  expectSound();
+  find(QAccessible::Grouping, "Checksum list: list");
+  find(QAccessible::AlertMessage, "1 entry does not match, 1 could not be checked");
+  find(QAccessible::ListItem, "Line 1, abc, MD5, Match");
+  find(QAccessible::ListItem, "Line 2, abc, MD5, Mismatch. Actual: " + md5OfAbc);
+  press(find(QAccessible::RadioButton, "Failed, 1"));
+  waitFor("the failure", [&] { return model.manifestJobs()->count() == 1; });
+  find(QAccessible::ListItem, "Line 3, missing, MD5, No such file or directory");
+  press(find(QAccessible::RadioButton, "Warnings, 1"));
+  waitFor("the warnings", [&] { return driver.findItem("manifestWarnings") != nullptr; });
+  find(QAccessible::ListItem, "Line 4: unsupported checksum format.");
+  expectSound();
+  model.clearManifest();
+}
+
 }  // namespace
 
 }  // namespace tallyfold::test

@@ -70,6 +70,22 @@ class ProgramTest : public testing::Test {
     return false;
   }
 
+  // Starts the program under a tracer of these calls, whose notes go to the file that is returned.
+  fs::path startTraced(const QString& calls) {
+    const fs::path trace = folder.path() / "trace";
+    // The leak checker cannot work under a tracer.
+    if (!qgetenv("ASAN_OPTIONS").contains("detect_leaks=0")) {
+      qputenv("ASAN_OPTIONS", qgetenv("ASAN_OPTIONS") + ":detect_leaks=0");
+    }
+    const QStringList tracer = {"strace", "-f", "-y", "-e", "trace=" + calls,
+                                "-o", QString::fromStdString(trace.string())};
+    if (QProcess::execute(tracer.front(), tracer.mid(1) + QStringList{"true"}) != 0) {
+      throw std::runtime_error("strace cannot trace here: what the program does was not seen.");
+    }
+    start(tracer);
+    return trace;
+  }
+
   // Starts a run over the file that was added, as soon as the program has taken it in.
   void calculate(const fs::path& file) {
     XInput::waitFor("the run", [&] {
@@ -126,14 +142,7 @@ TEST_F(ProgramTest, ClosingInMidRunEndsEveryWorkerWithinASecond) {
 }
 
 TEST_F(ProgramTest, NoInternetSocketIsEverOpened) {
-  const fs::path trace = folder.path() / "trace";
-  // The leak checker cannot work under a tracer.
-  qputenv("ASAN_OPTIONS", qgetenv("ASAN_OPTIONS") + ":detect_leaks=0");
-  const QStringList tracer = {"strace", "-f", "-e", "trace=network", "-o", QString::fromStdString(trace.string())};
-  ASSERT_EQ(QProcess::execute(tracer.front(), tracer.mid(1) + QStringList{"true"}), 0)
-      << "strace cannot trace here: what the program does to the network was not seen.";
-
-  start(tracer);
+  const fs::path trace = startTraced("network");
   const OtherWindow window("Tally Fold");
   // Large enough to be seen open.
   const fs::path file = folder.file("file", "");
@@ -161,6 +170,52 @@ TEST_F(ProgramTest, NoInternetSocketIsEverOpened) {
   EXPECT_THAT(families, testing::Contains(QStringLiteral("AF_UNIX"))) << "The display's own socket must be there.";
   EXPECT_THAT(families, testing::Each(testing::AnyOf(QStringLiteral("AF_UNIX"), QStringLiteral("AF_NETLINK"))));
   EXPECT_FALSE(calls.contains(QStringLiteral("AF_INET")));
+}
+
+TEST_F(ProgramTest, FileListedUnderSeveralAlgorithmsAndNamesIsReadOnce) {
+  const fs::path root = folder.path() / "root";
+  fs::create_directory(root);
+  const fs::path file = folder.file("root/file", randomBytes(20'000'000, 1));
+  fs::create_hard_link(file, root / "same file");
+  const fs::path list = folder.file("list", outputOf({"sha256sum", "--tag", file.string()}) +
+                                                "BLAKE3 (" + file.string() + ") = " +
+                                                outputOf({"b3sum", "--no-names", file.string()}));
+  // Names below the root.
+  std::string lines = contentOf(list);
+  for (std::size_t at = 0; (at = lines.find(root.string() + "/")) != std::string::npos;) {
+    lines.erase(at, root.string().size() + 1);
+  }
+  folder.file("list", lines + "SHA1 (same file) = " + outputOf({"sha1sum", file.string()}).substr(0, 40) + "\n");
+
+  const fs::path trace = startTraced("read,pread64,readv,preadv,mmap");
+  const OtherWindow window("Tally Fold");
+  window.focus();
+  input.press({"Control_L", "4"});
+  input.press({"Control_L", "o"});
+  answerPanel("Choose File", list);
+  window.focus();
+  input.press({"Control_L", "Shift_L", "o"});
+  answerPanel("Choose Folder", root);
+  window.focus();
+  const auto rowsEndIn = [&](const std::string& state) {
+    input.press({"Control_L", "Shift_L", "c"});
+    const QString rows = QString::fromStdString(input.clipboard());
+    return rows.count(QString::fromStdString("\t" + state)) == 3;
+  };
+  XInput::waitFor("the list", [&] { return rowsEndIn("Queued"); });
+  input.press({"Control_L", "Return"});
+  XInput::waitFor("the verdict", [&] { return rowsEndIn("Match"); });
+  input.press({"Control_L", "q"});
+  expectExit();
+
+  const QString calls = QString::fromStdString(contentOf(trace));
+  qint64 bytes = 0;
+  const QRegularExpression read(QStringLiteral("read\\w*\\(\\d+<[^>]*/root/(?:same )?file>.* = (\\d+)$"),
+                                QRegularExpression::MultilineOption);
+  for (auto match = read.globalMatch(calls); match.hasNext();) bytes += match.next().captured(1).toLongLong();
+  // Once with the two algorithms of its name, and once more with the one that only its other name asks for.
+  EXPECT_EQ(bytes, 2 * 20'000'000);
+  EXPECT_FALSE(calls.contains(QRegularExpression(QStringLiteral("mmap\\([^\n]*/root/"))));
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 import QtQuick
 import TallyFold
 
-// One chosen file, or the invitation to choose one; takes a dropped file too.
+// One chosen file or folder, or the invitation to choose one; takes a dropped one too.
 TFGlassCard {
     id: root
 
@@ -9,20 +9,30 @@ TFGlassCard {
     // { name, folder, size }, empty while there is no file.
     property var file: ({})
     property string refusal
+    property string icon: "doc"
+    property string emptyName: qsTr("No file selected")
+    property string hint: qsTr("Drop a file here, or choose one.")
+    property string tip
+    // What else there is to say about it, on a line of its own.
+    property string facts
+    // Another one that may be wanted, { name, path }; empty when there is none.
+    property var proposal: ({})
+    readonly property bool hasProposal: root.proposal.name !== undefined
     readonly property bool isEmpty: root.file.name === undefined
 
     signal chooseRequested
+    signal proposalAccepted
 
     implicitHeight: content.implicitHeight + 2 * TallyTheme.space4
     Accessible.role: Accessible.Grouping
-    Accessible.name: root.title + ": " + (root.isEmpty ? qsTr("No file selected") : root.file.name)
+    Accessible.name: root.title + ": " + (root.isEmpty ? root.emptyName : root.file.name)
 
     TFIcon {
         id: icon
 
         x: TallyTheme.space4
         anchors.verticalCenter: parent.verticalCenter
-        name: root.isEmpty ? "arrow.down.doc" : "doc"
+        name: root.isEmpty ? "arrow.down.doc" : root.icon
         size: 24
         color: root.isTargeted ? TallyTheme.accent : TallyTheme.secondary
     }
@@ -34,7 +44,7 @@ TFGlassCard {
 
         anchors {
             left: icon.right
-            right: choose.left
+            right: buttons.left
             leftMargin: TallyTheme.space3
             rightMargin: TallyTheme.space3
             verticalCenter: parent.verticalCenter
@@ -52,7 +62,7 @@ TFGlassCard {
         TFText {
             objectName: "fileName"
             width: parent.width
-            text: root.isEmpty ? qsTr("No file selected") : root.file.name
+            text: root.isEmpty ? root.emptyName : root.file.name
             color: root.isEmpty ? TallyTheme.secondary : TallyTheme.primary
             elide: Text.ElideMiddle
             font.weight: Font.Medium
@@ -60,26 +70,65 @@ TFGlassCard {
 
         TFText {
             width: parent.width
-            text: root.isEmpty ? qsTr("Drop a file here, or choose one.") : root.file.folder + (root.file.size === "" ? "" : " · " + root.file.size)
+            text: root.isEmpty ? root.hasProposal ? root.proposal.path : root.hint : root.file.folder + (root.file.size === "" ? "" : " · " + root.file.size)
             color: TallyTheme.tertiary
             elide: Text.ElideMiddle
             font.pixelSize: TallyTheme.captionSize
         }
+
+        TFText {
+            objectName: "fileFacts"
+            width: parent.width
+            visible: text !== ""
+            text: root.facts
+            color: TallyTheme.secondary
+            elide: Text.ElideRight
+            font.pixelSize: TallyTheme.captionSize
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
     }
 
-    TFButton {
-        id: choose
+    Column {
+        id: buttons
 
-        objectName: root.objectName + "Choose"
-        text: qsTr("Choose…")
-        accessibleName: qsTr("Choose %1").arg(root.title)
-        refusal: root.refusal
-        onClicked: root.chooseRequested()
+        spacing: TallyTheme.space1
 
         anchors {
             right: parent.right
             rightMargin: TallyTheme.space3
             verticalCenter: parent.verticalCenter
         }
+
+        TFButton {
+            objectName: root.objectName + "Choose"
+            anchors.right: parent.right
+            text: qsTr("Choose…")
+            accessibleName: qsTr("Choose %1").arg(root.title)
+            tip: root.tip
+            refusal: root.refusal
+            onClicked: root.chooseRequested()
+        }
+
+        TFButton {
+            objectName: root.objectName + "Proposal"
+            anchors.right: parent.right
+            visible: root.hasProposal
+            text: qsTr("Use “%1”").arg(proposalName.elidedText)
+            accessibleName: qsTr("Use %1").arg(root.proposal.path ?? "")
+            tip: root.proposal.path ?? ""
+            isProminent: root.isEmpty
+            refusal: root.refusal
+            onClicked: root.proposalAccepted()
+        }
+    }
+
+    TextMetrics {
+        id: proposalName
+
+        text: root.proposal.name ?? ""
+        elide: Text.ElideMiddle
+        elideWidth: 96 * TallyTheme.textScale
+        font.pixelSize: TallyTheme.bodySize
     }
 }

@@ -9,13 +9,17 @@ Rectangle {
     property string title
     // An AppViewModel.Outcome: well, failed, or neither.
     property int outcome: 0
+    // There is no outcome yet, and nothing to worry about.
+    property bool isPending: false
+    // It is being worked on.
+    property bool isBusy: false
     default property alias details: column.data
-    readonly property color tone: outcome === AppViewModel.AllWell ? TallyTheme.good : outcome === AppViewModel.SomeFailed ? TallyTheme.bad : TallyTheme.caution
+    readonly property color tone: isPending ? TallyTheme.primary : outcome === AppViewModel.AllWell ? TallyTheme.good : outcome === AppViewModel.SomeFailed ? TallyTheme.bad : TallyTheme.caution
 
     implicitHeight: Math.max(72, column.implicitHeight + 2 * TallyTheme.space4)
     radius: TallyTheme.cardRadius
-    color: TallyTheme.tint(tone)
-    border.color: TallyTheme.edge(tone)
+    color: isPending ? TallyTheme.surface : TallyTheme.tint(tone)
+    border.color: isPending ? TallyTheme.hairline : TallyTheme.edge(tone)
     Accessible.role: Accessible.AlertMessage
     Accessible.name: root.title
 
@@ -26,7 +30,14 @@ Rectangle {
         y: TallyTheme.space4
         name: root.icon
         size: 40
-        color: root.tone
+        visible: !root.isBusy
+        color: root.isPending ? TallyTheme.tertiary : root.tone
+    }
+
+    TFSpinner {
+        anchors.centerIn: icon
+        size: 32
+        visible: root.isBusy
     }
 
     Column {

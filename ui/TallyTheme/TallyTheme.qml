@@ -54,6 +54,8 @@ QtObject {
     readonly property int controlHeight: Math.round(32 * textScale)
     readonly property int smallControlHeight: Math.round(28 * textScale)
     readonly property int rowHeight: Math.round(48 * textScale)
+    // Of a long list whose rows are one line each.
+    readonly property int listRowHeight: Math.round(34 * textScale)
     readonly property int iconSize: 16
     readonly property int digestGap: 4
     readonly property real disabledOpacity: 0.4

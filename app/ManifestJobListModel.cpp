@@ -1,0 +1,243 @@
+#include "app/ManifestJobListModel.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "app/FileLocation.h"
+
+namespace tallyfold {
+
+namespace {
+
+QString text(std::string_view utf8) { return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size())); }
+
+ManifestJobListModel::State stateOf(const ManifestJob& job) {
+  return static_cast<ManifestJobListModel::State>(job.state.index());
+}
+
+QString status(const ManifestJob& job) {
+  struct Words {
+    QString operator()(const ManifestJob::Queued&) const { return ManifestJobListModel::tr("Queued"); }
+    QString operator()(const ManifestJob::Verifying&) const { return ManifestJobListModel::tr("Verifying"); }
+    QString operator()(const ManifestJob::Match&) const { return ManifestJobListModel::tr("Match"); }
+    QString operator()(const ManifestJob::Mismatch& state) const {
+      return ManifestJobListModel::tr("Mismatch. Actual: %1").arg(text(state.actual));
+    }
+    QString operator()(const ManifestJob::Failed& state) const { return text(state.message); }
+  };
+  return std::visit(Words(), job.state);
+}
+
+int difference(const std::string& expected, const std::string& actual) {
+  const auto parting = std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end());
+  return static_cast<int>(parting.first - expected.begin());
+}
+
+// Calls `change(first, last, position)` for every run of neighbours among `positions`, which ascend, from the last run
+// to the first: `first` and `last` are indices of `positions`. Neighbours are `step` apart.
+template <typename Change>
+void forEachRunBackwards(const std::vector<std::size_t>& positions, std::size_t step, Change change) {
+  for (std::size_t end = positions.size(); end > 0;) {
+    std::size_t begin = end - 1;
+    while (begin > 0 && positions[begin - 1] + step == positions[begin]) --begin;
+    change(begin, end);
+    end = begin;
+  }
+}
+
+}  // namespace
+
+int ManifestJobListModel::rowCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : count(); }
+
+QVariant ManifestJobListModel::data(const QModelIndex& index, int role) const {
+  if (!checkIndex(index, CheckIndexOption::IndexIsValid)) return {};
+  const ManifestJob& job = jobAt(index.row());
+  const auto* mismatch = std::get_if<ManifestJob::Mismatch>(&job.state);
+  switch (role) {
+    case LineNumberRole:
+      return static_cast<qint64>(job.entry->lineNumber);
+    case Qt::DisplayRole:
+    case PathRole:
+      return displayText(job.entry->relativePath);
+    case AlgorithmRole:
+      return tallyfold::text(job.entry->algorithm.rawValue());
+    case StateRole:
+      return stateOf(job);
+    case StatusRole:
+      return status(job);
+    case ExpectedRole:
+      return tallyfold::text(job.entry->expectedHash);
+    case ActualRole:
+      return mismatch == nullptr ? QString() : tallyfold::text(mismatch->actual);
+    case DifferenceRole:
+      return mismatch == nullptr ? -1 : difference(job.entry->expectedHash, mismatch->actual);
+    default:
+      return {};
+  }
+}
+
+QHash<int, QByteArray> ManifestJobListModel::roleNames() const {
+  return {{LineNumberRole, "lineNumber"}, {PathRole, "path"},     {AlgorithmRole, "algorithm"}, {StateRole, "state"},
+          {StatusRole, "status"},         {ExpectedRole, "expected"}, {ActualRole, "actual"},
+          {DifferenceRole, "difference"}};
+}
+
+const ManifestJob& ManifestJobListModel::jobAt(int row) const {
+  const auto index = static_cast<std::size_t>(row);
+  return filter_ == All ? jobs_[index] : jobs_[shown_[index]];
+}
+
+bool ManifestJobListModel::isShown(const ManifestJob& job) const {
+  switch (filter_) {
+    case All:
+      return true;
+    case Mismatches:
+      return stateOf(job) == Mismatch;
+    case Failures:
+      return stateOf(job) == Failed;
+    case Waiting:
+      return stateOf(job) == Queued || stateOf(job) == Verifying;
+    case Matches:
+      return stateOf(job) == Match;
+  }
+  return false;
+}
+
+void ManifestJobListModel::findShown() {
+  shown_.clear();
+  if (filter_ == All) return;
+  for (std::size_t i = 0; i < jobs_.size(); ++i) {
+    if (isShown(jobs_[i])) shown_.push_back(static_cast<std::uint32_t>(i));
+  }
+}
+
+void ManifestJobListModel::setFilter(Filter filter) {
+  if (filter == filter_) return;
+  beginResetModel();
+  filter_ = filter;
+  findShown();
+  endResetModel();
+  emit filterChanged();
+  emit countChanged();
+}
+
+QList<int> ManifestJobListModel::counts() const {
+  return {total(), total(Mismatch), total(Failed), total(Queued) + total(Verifying), total(Match)};
+}
+
+QByteArray ManifestJobListModel::text(int row) const {
+  if (row < 0 || row >= count()) return {};
+  const ManifestJob& job = jobAt(row);
+  QByteArray line = QByteArray::number(static_cast<qlonglong>(job.entry->lineNumber));
+  line.append('\t').append(job.entry->algorithm.rawValue()).append('\t');
+  line.append(displayText(job.entry->relativePath).toUtf8()).append('\t').append(status(job).toUtf8());
+  if (stateOf(job) == Mismatch) line.append('\t').append(tr("Expected: ").toUtf8()).append(job.entry->expectedHash);
+  return line;
+}
+
+QByteArray ManifestJobListModel::text() const {
+  QByteArray lines;
+  for (int row = 0; row < count(); ++row) {
+    if (row > 0) lines.append('\n');
+    lines.append(text(row));
+  }
+  return lines;
+}
+
+std::vector<ManifestJob> ManifestJobListModel::replaceAll(std::vector<ManifestJob> jobs) {
+  if (jobs.empty() && jobs_.empty()) return {};
+  beginResetModel();
+  const bool wasFiltered = std::exchange(filter_, All) != All;
+  jobs.swap(jobs_);
+  shown_.clear();
+  totals_ = {};
+  for (const ManifestJob& job : jobs_) ++totals_.at(stateOf(job));
+  endResetModel();
+  if (wasFiltered) emit filterChanged();
+  emit countChanged();
+  emit countsChanged();
+  return jobs;
+}
+
+void ManifestJobListModel::setState(std::size_t job, ManifestJob::State state) {
+  const Batch batch(*this);
+  ManifestJob& changed = jobs_[job];
+  --totals_.at(stateOf(changed));
+  changed.state = std::move(state);
+  ++totals_.at(stateOf(changed));
+  changed_.push_back(static_cast<std::uint32_t>(job));
+}
+
+void ManifestJobListModel::requeueAll() {
+  if (total(Queued) == total()) return;
+  if (filter_ != All) beginResetModel();
+  for (ManifestJob& job : jobs_) job.state = ManifestJob::Queued{};
+  totals_ = {total()};
+  if (filter_ == All) {
+    emit dataChanged(index(0), index(total() - 1));
+  } else {
+    findShown();
+    endResetModel();
+    emit countChanged();
+  }
+  emit countsChanged();
+}
+
+void ManifestJobListModel::announceChanges() {
+  if (changed_.empty()) return;
+  if (filter_ == All) {
+    const auto [first, last] = std::ranges::minmax(changed_);
+    emit dataChanged(index(static_cast<int>(first)), index(static_cast<int>(last)));
+  } else {
+    announceFiltered();
+  }
+  changed_.clear();
+  emit countsChanged();
+}
+
+// Rows come and go in few runs of neighbours, since entries are verified nearly in their order.
+void ManifestJobListModel::announceFiltered() {
+  std::ranges::sort(changed_);
+  const auto [end, rest] = std::ranges::unique(changed_);
+  changed_.erase(end, rest);
+
+  std::vector<std::size_t> gone;       // Positions in shown_.
+  std::vector<std::size_t> places;     // Positions in shown_, without what is gone, before which ...
+  std::vector<std::uint32_t> arrived;  // ... these jobs belong.
+  std::vector<std::size_t> stayed;
+  for (const std::uint32_t job : changed_) {
+    const auto found = std::ranges::lower_bound(shown_, job);
+    const auto position = static_cast<std::size_t>(found - shown_.begin());
+    const bool wasShown = found != shown_.end() && *found == job;
+    if (wasShown && !isShown(jobs_[job])) gone.push_back(position);
+    if (wasShown && isShown(jobs_[job])) stayed.push_back(position - gone.size());
+    if (!wasShown && isShown(jobs_[job])) {
+      places.push_back(position - gone.size());
+      arrived.push_back(job);
+    }
+  }
+
+  forEachRunBackwards(gone, 1, [&](std::size_t begin, std::size_t stop) {
+    const auto first = static_cast<std::ptrdiff_t>(gone[begin]);
+    const auto last = static_cast<std::ptrdiff_t>(gone[stop - 1]);
+    beginRemoveRows({}, static_cast<int>(first), static_cast<int>(last));
+    shown_.erase(shown_.begin() + first, shown_.begin() + last + 1);
+    endRemoveRows();
+  });
+  for (const std::size_t position : stayed) {
+    const QModelIndex row = index(static_cast<int>(position));
+    emit dataChanged(row, row);
+  }
+  forEachRunBackwards(places, 0, [&](std::size_t begin, std::size_t stop) {
+    const auto place = static_cast<std::ptrdiff_t>(places[begin]);
+    const auto count = static_cast<std::ptrdiff_t>(stop - begin);
+    beginInsertRows({}, static_cast<int>(place), static_cast<int>(place + count - 1));
+    shown_.insert(shown_.begin() + place, arrived.begin() + static_cast<std::ptrdiff_t>(begin),
+                  arrived.begin() + static_cast<std::ptrdiff_t>(stop));
+    endInsertRows();
+  });
+  if (!gone.empty() || !places.empty()) emit countChanged();
+}
+
+}  // namespace tallyfold

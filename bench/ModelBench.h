@@ -1,0 +1,56 @@
+#pragma once
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <sys/resource.h>
+#include <utility>
+
+#include <QElapsedTimer>
+#include <QTimer>
+
+#include "app/Desktop.h"
+
+/// What the benchmarks of the model, which have no screen, have in common.
+namespace tallyfold {
+
+/// A desktop without a user.
+class NoDesktop : public Desktop {
+ public:
+  void chooseFiles(std::function<void(const QList<QUrl>&)>) override {}
+  void chooseSingleFile(std::function<void(const QUrl&)>) override {}
+  void chooseFolder(std::function<void(const QUrl&)>) override {}
+  [[nodiscard]] QString pasteboardText() const override { return {}; }
+  void chooseDestination(const QString&, std::function<void(const QUrl&)>) override {}
+  void setPasteboard(const QByteArray&) override {}
+  void revealInFileBrowser(const std::filesystem::path&) override {}
+};
+
+/// Of resident memory, since the start of the program.
+inline double peakMegabytes() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return static_cast<double>(usage.ru_maxrss) / 1024;
+}
+
+/// The longest time between two turns of the event loop, which a timer without interval wants to take all the time.
+class StallMeter : public QObject {
+ public:
+  StallMeter() {
+    timer_.callOnTimeout([this] { turn(); });
+    timer_.start(0);
+    sinceTurn_.start();
+  }
+  void turn() { longest_ = std::max(longest_, sinceTurn_.nsecsElapsed()), sinceTurn_.start(); }
+  double takeLongestMilliseconds() {
+    turn();
+    return static_cast<double>(std::exchange(longest_, 0)) / 1e6;
+  }
+
+ private:
+  QTimer timer_;
+  QElapsedTimer sinceTurn_;
+  qint64 longest_ = 0;
+};
+
+}  // namespace tallyfold

@@ -1,0 +1,223 @@
+#include "tests/app/ModelTest.h"
+#include "tests/support/Process.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Model = ManifestJobListModel;
+using testing::ElementsAre;
+
+const std::string md5OfAbc = "900150983cd24fb0d6963f7d28e17f72";
+const std::string sha1OfAbc = "a9993e364706816aba3e25717850c26c9cd0d89d";
+
+class ManifestFlow : public ModelTest {
+ protected:
+  void load(const fs::path& list) {
+    model_->setManifestFile({urlOf(list)});
+    ASSERT_TRUE(model_->isLoadingManifest());
+    ASSERT_TRUE(reached([this] { return !model_->isLoadingManifest(); }));
+  }
+  void load(const std::string& lines) { load(folder_.file("list.txt", lines)); }
+
+  void verify() {
+    model_->setManifestRoot({urlOf(root_)});
+    model_->verifyManifest();
+    ASSERT_TRUE(model_->isManifestVerifying());
+    ASSERT_TRUE(reached([this] { return !model_->isManifestVerifying(); }));
+  }
+
+  [[nodiscard]] std::vector<std::string> statuses() const {
+    std::vector<std::string> list;
+    Model& jobs = *model_->manifestJobs();
+    for (int row = 0; row < jobs.rowCount(); ++row) {
+      list.push_back(jobs.index(row).data(Model::StatusRole).toString().toStdString());
+    }
+    return list;
+  }
+
+  [[nodiscard]] std::vector<int> counts() const {
+    return {model_->manifestMatchedCount(), model_->manifestMismatchCount(), model_->manifestErrorCount()};
+  }
+
+  [[nodiscard]] std::string title() const { return model_->manifestVerdict().title.toStdString(); }
+
+  const fs::path root_ = folder_.path() / "root";
+  const fs::path abc_ = (fs::create_directory(root_), folder_.file("root/abc", "abc"));
+};
+
+TEST_F(ManifestFlow, EveryEntryIsToldInItsWords) {
+  fs::create_symlink(folder_.file("secret", "abc"), root_ / "leak");
+  fs::create_directory(root_ / "folder");
+  const std::string zero(32, '0');
+  load(md5OfAbc + "  abc\n" +                     // matches
+       zero + "  ./abc\n" +                       // does not
+       "# comment\n\nno checksum\n" +             // no entries
+       md5OfAbc + "  leak\n" +                    //
+       md5OfAbc + "  ../secret\n" +               //
+       md5OfAbc + "  " + abc_.string() + "\n" +   //
+       md5OfAbc + "  missing\n" +                 //
+       md5OfAbc + "  folder\n" +                  //
+       "SHA1 (abc) = A9993E36 4706816A BA3E2571 7850C26C 9CD0D89D\n");
+  EXPECT_EQ(model_->manifestLines(), QStringLiteral("8 entries · 1 unsupported"));
+  EXPECT_EQ(model_->manifestIgnoredLineCount(), 2);
+  EXPECT_EQ(model_->manifestWarnings(), QStringList{"Line 5: unsupported checksum format."});
+  verify();
+  EXPECT_THAT(statuses(),
+              ElementsAre("Match", "Mismatch. Actual: " + md5OfAbc,
+                          "A manifest path resolves outside the selected root folder.",
+                          "A manifest path resolves outside the selected root folder.",
+                          "Absolute paths are not allowed in manifest verification.", "No such file or directory",
+                          "The selected item is not a regular file.", "Match"));
+  EXPECT_THAT(counts(), ElementsAre(2, 1, 5));
+  EXPECT_EQ(title(), "1 entry does not match, 5 could not be checked");
+  EXPECT_EQ(model_->manifestProgress(), 1);
+  EXPECT_EQ(model_->manifestProgressFigure(), QStringLiteral("6 of 6 files"));
+  EXPECT_EQ(model_->errorMessage(), QString());
+}
+
+TEST_F(ManifestFlow, ListsThatCannotBeReadLeaveNoEntries) {
+  const struct {
+    fs::path list;
+    const char* message;
+  } cases[] = {
+      {folder_.path() / "missing", "No such file or directory"},
+      {root_, "The selected checksum item is not a regular file."},
+      {folder_.file("latin", md5OfAbc + "  \xE9\n"), "The checksum file is not valid UTF-8 or UTF-16 text."},
+  };
+  for (const auto& test : cases) {
+    load(md5OfAbc + "  abc\n");
+    ASSERT_EQ(model_->manifestJobs()->total(), 1);
+    load(test.list);
+    EXPECT_EQ(model_->errorMessage().toStdString(), test.message);
+    EXPECT_EQ(model_->manifestJobs()->total(), 0);
+    EXPECT_EQ(model_->manifestVerdict().tone, ManifestVerdict::Tone::bad);
+    EXPECT_EQ(model_->manifestVerdict().details.toStdString(), test.message);
+  }
+}
+
+TEST_F(ManifestFlow, OwnFolderIsProposedAndNeverTaken) {
+  const fs::path list = folder_.file("root/MD5SUMS", md5OfAbc + "  abc\n");
+  load(list);
+  EXPECT_EQ(model_->proposedManifestRoot(), root_);
+  EXPECT_EQ(model_->manifestRootURL(), std::nullopt);
+  model_->verifyManifest();
+  EXPECT_FALSE(model_->isManifestVerifying());
+  EXPECT_EQ(model_->manifestRefusal(), QStringLiteral("Choose the root folder first."));
+  model_->useProposedManifestRoot();
+  EXPECT_EQ(model_->manifestRootURL(), root_);
+  EXPECT_EQ(model_->proposedManifestRoot(), std::nullopt);
+  verify();
+  EXPECT_EQ(title(), "The only entry matches");
+
+  model_->clearManifest();
+  EXPECT_EQ(model_->manifestURL(), std::nullopt);
+  EXPECT_EQ(model_->manifestRootURL(), std::nullopt);
+  model_->dropManifest({urlOf(root_ / ""), urlOf(list)});
+  EXPECT_EQ(model_->manifestRootURL(), root_);
+  EXPECT_EQ(model_->manifestURL(), list);
+  ASSERT_TRUE(reached([this] { return model_->manifestRefusal().isEmpty(); }));
+}
+
+TEST_F(ManifestFlow, PanelsSetListAndRoot) {
+  model_->chooseManifestFile();
+  desktop_.confirmSinglePanel(urlOf(folder_.file("x.md5", md5OfAbc + "  abc\n")));
+  model_->chooseManifestRoot();
+  desktop_.confirmFolderPanel(urlOf(root_));
+  ASSERT_TRUE(reached([this] { return model_->manifestRefusal().isEmpty(); }));
+  verify();
+  EXPECT_THAT(statuses(), ElementsAre("Match"));
+  model_->chooseManifestRoot();
+  desktop_.confirmFolderPanel(urlOf(folder_.path()));
+  EXPECT_THAT(statuses(), ElementsAre("Queued"));
+  EXPECT_THAT(counts(), ElementsAre(0, 0, 0));
+  EXPECT_EQ(model_->manifestProgress(), 0);
+  EXPECT_EQ(title(), "1 entry, not verified yet");
+}
+
+TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {
+  const fs::path slow = folder_.file("root/slow", "abc");
+  load(md5OfAbc + "  abc\n" + md5OfAbc + "  slow\n" + sha1OfAbc + "  slow\n" + md5OfAbc + "  last\n");
+  model_->setMode(AppMode::Text);
+  model_->setManifestRoot({urlOf(root_)});
+  holdAt("read", 2);
+  model_->verifyManifest();
+  ASSERT_TRUE(gate_.waitForArrival());
+  ASSERT_TRUE(reached([this] { return statuses()[1] == "Verifying"; }));
+  EXPECT_THAT(statuses(), ElementsAre("Match", "Verifying", "Verifying", "Queued"));
+  EXPECT_EQ(title(), "Verifying…");
+  EXPECT_TRUE(model_->busyModes().at(AppMode::Manifest).toBool());
+  model_->verifyManifest();
+  model_->dropManifest({urlOf(slow)});
+  model_->chooseManifestFile();
+  EXPECT_FALSE(desktop_.singlePanel);
+
+  model_->cancelManifestVerification();
+  EXPECT_FALSE(model_->isManifestVerifying());
+  EXPECT_THAT(statuses(), ElementsAre("Match", "Queued", "Queued", "Queued"));
+  EXPECT_THAT(counts(), ElementsAre(1, 0, 0));
+  EXPECT_EQ(title(), "3 entries were not checked");
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Manifest), AppViewModel::NoOutcome);
+  gate_.open();
+  EXPECT_TRUE(BackgroundTask::waitForAll(patience));
+  QCoreApplication::processEvents();
+  EXPECT_THAT(statuses(), ElementsAre("Match", "Queued", "Queued", "Queued"));
+  EXPECT_EQ(model_->errorMessage(), QString());
+
+  verify();
+  EXPECT_THAT(statuses(), ElementsAre("Match", "Match", "Match", "No such file or directory"));
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Manifest), AppViewModel::SomeFailed);
+}
+
+TEST_F(ManifestFlow, LoadThatIsCancelledOrClearedPublishesNothing) {
+  for (const auto& stop : {&AppViewModel::cancelManifest, &AppViewModel::clearManifest, &AppViewModel::shutdown}) {
+    gate_.close();
+    holdAt("read", 1);
+    model_->setManifestFile({urlOf(folder_.file("list.md5", md5OfAbc + "  abc\n"))});
+    ASSERT_TRUE(gate_.waitForArrival());
+    EXPECT_EQ(title(), "Reading checksum file…");
+    (*model_.*stop)();
+    EXPECT_FALSE(model_->isLoadingManifest());
+    gate_.open();
+    EXPECT_TRUE(BackgroundTask::waitForAll(patience));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(model_->manifestJobs()->total(), 0);
+    EXPECT_EQ(model_->manifestURL(), std::nullopt);
+    EXPECT_EQ(model_->errorMessage(), QString());
+  }
+}
+
+TEST_F(ManifestFlow, RootThatIsNoFolderIsAnErrorOfTheRun) {
+  load(md5OfAbc + "  abc\n");
+  fs::remove_all(root_);
+  verify();
+  EXPECT_EQ(model_->errorMessage(), QStringLiteral("The selected manifest root is not an accessible directory."));
+  EXPECT_THAT(statuses(), ElementsAre("Queued"));
+  EXPECT_EQ(title(), "1 entry was not checked");
+}
+
+TEST_F(ManifestFlow, LongListIsOneChangeAndItsVerificationFew) {
+  constexpr int count = 2'000;
+  std::vector<std::string> command = {"env", "--chdir=" + root_.string(), "sha256sum"};
+  for (int i = 0; i < count; ++i) {
+    command.push_back(folder_.file("root/" + std::to_string(i), std::to_string(i)).filename());
+  }
+  const std::string lines = outputOf(command);
+  QSignalSpy resets(model_->manifestJobs(), &Model::modelReset);
+  QSignalSpy changes(model_->manifestJobs(), &Model::dataChanged);
+  load(folder_.file("SHA256SUMS", lines));
+  EXPECT_EQ(resets.count(), 1);
+  verify();
+  EXPECT_EQ(title(), "All 2,000 entries match");
+  EXPECT_LT(changes.count(), count / 10);
+  model_->copyManifestRows();
+  EXPECT_EQ(desktop_.pasteboard.value().count('\n'), count - 1);
+  model_->copyManifestRow(1);
+  EXPECT_EQ(desktop_.pasteboard.value(), "2\tSHA-256\t1\tMatch");
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test

@@ -1,0 +1,121 @@
+#include <array>
+#include <random>
+
+#include <QAbstractItemModelTester>
+#include <QSignalSpy>
+
+#include "tests/app/ModelTest.h"
+#include "tests/support/Seed.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+using Model = ManifestJobListModel;
+
+std::vector<ManifestJob> jobsOf(std::vector<ManifestJob::State> states) {
+  std::vector<ManifestJob> jobs;
+  for (ManifestJob::State& state : states) {
+    const auto line = static_cast<std::int64_t>(jobs.size()) + 1;
+    const ChecksumManifestEntry entry{Uuid::random(), line, "file " + std::to_string(line), HashAlgorithm::crc32,
+                                      "352441c2"};
+    jobs.push_back({entry.id, std::make_shared<const ChecksumManifestEntry>(entry), std::move(state)});
+  }
+  return jobs;
+}
+
+// Line numbers of the rows that are shown.
+std::vector<int> shown(const Model& model) {
+  std::vector<int> lines;
+  for (int row = 0; row < model.rowCount(); ++row) {
+    lines.push_back(model.index(row).data(Model::LineNumberRole).toInt());
+  }
+  return lines;
+}
+
+TEST(ManifestJobListModelTest, RowsAreShownAndCopiedInTheFixedWords) {
+  Model model;
+  auto jobs = jobsOf({ManifestJob::Queued{}, ManifestJob::Verifying{}, ManifestJob::Match{},
+                      ManifestJob::Mismatch{"352443c2"}, ManifestJob::Failed{"Permission denied"}});
+  auto odd = *jobs[4].entry;
+  odd.relativePath = "a\tb\nc\xE2\x80\xAE";
+  jobs[4].entry = std::make_shared<const ChecksumManifestEntry>(odd);
+  model.replaceAll(std::move(jobs));
+  EXPECT_EQ(model.text(),
+            "1\tCRC-32\tfile 1\tQueued\n"
+            "2\tCRC-32\tfile 2\tVerifying\n"
+            "3\tCRC-32\tfile 3\tMatch\n"
+            "4\tCRC-32\tfile 4\tMismatch. Actual: 352443c2\tExpected: 352441c2\n"
+            "5\tCRC-32\ta<U+0009>b<U+000A>c<U+202E>\tPermission denied");
+  model.setFilter(Model::Failures);
+  EXPECT_EQ(model.text(0).count('\t'), 3);
+  EXPECT_EQ(model.text(1), QByteArray());
+  model.setFilter(Model::Mismatches);
+  EXPECT_EQ(model.index(0).data(Model::DifferenceRole).toInt(), 5);
+}
+
+TEST(ManifestJobListModelTest, EveryFilterFollowsEveryChange) {
+  const unsigned seed = seedOfThisRun();
+  std::mt19937 random(seed);
+  const std::vector<ManifestJob::State> states = {ManifestJob::Queued{}, ManifestJob::Verifying{}, ManifestJob::Match{},
+                                                  ManifestJob::Mismatch{"352443c2"}, ManifestJob::Failed{"x"}};
+  const std::array<std::vector<int>, 5> passing = {{{0, 1, 2, 3, 4}, {3}, {4}, {0, 1}, {2}}};
+  Model model;
+  // It ends the program when the rows that come and go are not those that are announced.
+  const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+  model.replaceAll(jobsOf(std::vector<ManifestJob::State>(40, ManifestJob::Queued{})));
+  std::vector<int> mirror = shown(model);  // As a view keeps it, by what it is told.
+  QObject::connect(&model, &Model::modelReset, [&] { mirror = shown(model); });
+  QObject::connect(&model, &Model::rowsRemoved, [&](const QModelIndex&, int first, int last) {
+    mirror.erase(mirror.begin() + first, mirror.begin() + last + 1);
+  });
+  QObject::connect(&model, &Model::rowsInserted, [&](const QModelIndex&, int first, int last) {
+    const std::vector<int> rows = shown(model);
+    mirror.insert(mirror.begin() + first, rows.begin() + first, rows.begin() + last + 1);
+  });
+  for (int turn = 0; turn < 400; ++turn) {
+    if (turn % 7 == 0) model.setFilter(static_cast<Model::Filter>(random() % 5));
+    if (turn % 50 == 49) model.requeueAll();
+    {
+      const Model::Batch batch(model);
+      for (std::size_t n = random() % 12; n > 0; --n) model.setState(random() % 40, states[random() % states.size()]);
+    }
+    std::vector<int> expected;
+    std::array<int, 5> counts{};
+    for (int job = 0; job < 40; ++job) {
+      const int state = static_cast<int>(model.jobs()[static_cast<std::size_t>(job)].state.index());
+      for (std::size_t filter = 0; filter < passing.size(); ++filter) {
+        if (!std::ranges::count(passing[filter], state)) continue;
+        ++counts[filter];
+        if (model.filter() == static_cast<int>(filter)) expected.push_back(job + 1);
+      }
+    }
+    ASSERT_EQ(shown(model), expected) << "turn " << turn << ", filter " << model.filter();
+    ASSERT_EQ(mirror, expected) << "turn " << turn << ", filter " << model.filter();
+    ASSERT_EQ(model.counts(), QList<int>(counts.begin(), counts.end()));
+  }
+}
+
+TEST(ManifestJobListModelTest, ListsAndReportsAreSingleChanges) {
+  Model model;
+  QSignalSpy resets(&model, &Model::modelReset);
+  QSignalSpy changes(&model, &Model::dataChanged);
+  QSignalSpy removals(&model, &Model::rowsRemoved);
+  model.replaceAll(jobsOf(std::vector<ManifestJob::State>(100, ManifestJob::Queued{})));
+  EXPECT_EQ(resets.count(), 1);
+  const auto matchSome = [&](std::size_t first) {
+    const Model::Batch batch(model);
+    for (std::size_t job = first; job < first + 20; ++job) model.setState(job, ManifestJob::Match{});
+  };
+  matchSome(10);
+  ASSERT_EQ(changes.count(), 1);
+  EXPECT_EQ(changes[0][0].toModelIndex().row(), 10);
+  EXPECT_EQ(changes[0][1].toModelIndex().row(), 29);
+  model.setFilter(Model::Waiting);
+  matchSome(30);
+  EXPECT_EQ(removals.count(), 1);
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test

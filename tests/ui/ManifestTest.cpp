@@ -1,0 +1,208 @@
+// The Manifest mode with real keys, a real pointer, the real clipboard and real drags.
+
+#include <gmock/gmock.h>
+#include <optional>
+
+#include "app/FileLocation.h"
+#include "tests/support/Process.h"
+#include "tests/ui/WindowFixture.h"
+#include "ui/DropZone.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string md5OfAbc = "900150983cd24fb0d6963f7d28e17f72";
+const QString list = QStringLiteral("manifestList");
+
+class ManifestTest : public WindowFixture {
+ protected:
+  void SetUp() override {
+    WindowFixture::SetUp();
+    model.clearManifest();
+    fs::create_directory(root);
+    driver.press({"Control_L", "4"});
+    waitFor("the mode", [&] { return model.mode() == AppMode::Manifest; });
+  }
+
+  void TearDown() override {
+    model.clearManifest();
+    WindowFixture::TearDown();
+  }
+
+  [[nodiscard]] bool shows(const QString& objectName, const QString& text) {
+    const QQuickItem* found = driver.findItem(objectName);
+    return found != nullptr && found->property("text").toString() == text;
+  }
+
+  void waitForVerdict(const QString& sentence) {
+    waitFor(sentence.toStdString(), [&] { return shows(QStringLiteral("manifestVerdictTitle"), sentence); });
+  }
+
+  // Loads the list and verifies it, without the screen.
+  void verify(const std::string& lines) {
+    model.setManifestRoot({fileUrl(root)});
+    model.setManifestFile({fileUrl(folder.file("list.md5", lines))});
+    waitFor("the list", [&] { return model.manifestRefusal().isEmpty(); });
+    model.verifyManifest();
+    waitFor("the end", [&] { return !model.isManifestVerifying(); });
+  }
+
+  [[nodiscard]] int property(const QString& objectName, const char* name) {
+    return driver.item(objectName)->property(name).toInt();
+  }
+
+  fs::path root = folder.path() / "root";
+};
+
+TEST_F(ManifestTest, ListIsVerifiedFromTheKeyboard) {
+  folder.file("root/abc", "abc");
+  EXPECT_EQ(driver.findItem("manifestVerdict"), nullptr);
+  driver.press({"Return"});
+  driver.answerPanel("openPanel", folder.file("list.md5", md5OfAbc + "  abc\n" + md5OfAbc + "  ./abc\n"));
+  waitForVerdict("2 entries, not verified yet");
+  driver.press({"Control_L", "Shift_L", "o"});
+  driver.answerPanel("openPanel", root);
+  waitFor("the root", [&] { return model.manifestRootURL() == root; });
+  driver.press({"Control_L", "Return"});
+  waitForVerdict("All 2 entries match");
+  fs::remove(root / "abc");
+  driver.click("filterAll");
+  driver.press({"Tab"});
+  waitFor("the list", [&] { return driver.item(list)->hasActiveFocus(); });
+  driver.press({"Return"});
+  waitForVerdict("2 entries could not be checked");
+}
+
+TEST_F(ManifestTest, OwnFolderIsUsedWhenItIsClicked) {
+  folder.file("root/abc", "abc");
+  driver.click("manifestFileChoose");
+  driver.answerPanel("openPanel", folder.file("root/list.md5", md5OfAbc + "  abc\n"));
+  waitForVerdict("1 entry, not verified yet");
+  EXPECT_EQ(model.manifestRootURL(), std::nullopt);
+  driver.click("manifestRootProposal");
+  waitFor("the root", [&] { return model.manifestRootURL() == root; });
+  driver.click("verifyManifest");
+  waitForVerdict("The only entry matches");
+  driver.click("clearManifest");
+  waitFor("the empty screen", [&] { return driver.findItem("chooseManifest") != nullptr; });
+}
+
+TEST_F(ManifestTest, RowsAreFilteredAndCopied) {
+  folder.file("root/abc", "abc");
+  const std::string zero(32, '0');
+  verify(md5OfAbc + "  abc\nno checksum\n" + zero + "  abc\n" + md5OfAbc + "  missing\n");
+  waitForVerdict("1 entry does not match, 1 could not be checked");
+
+  driver.click("filterMismatch");
+  waitFor("the mismatch", [&] { return shows("actual", QString::fromStdString(md5OfAbc)); });
+  EXPECT_EQ(driver.item("expected")->x(), driver.item("actual")->x());
+  EXPECT_EQ(property(list, "count"), 1);
+  driver.press({"Control_L", "c"});
+  const std::string mismatch = "3\tMD5\tabc\tMismatch. Actual: " + md5OfAbc + "\tExpected: " + zero;
+  waitFor("the row", [&] { return driver.clipboard() == mismatch; });
+
+  driver.press({"Right"});
+  waitFor("the failure", [&] { return shows("message", "No such file or directory"); });
+  driver.clickAt(driver.item("message")->mapToGlobal(QPointF(5, 5)).toPoint(), 3);
+  driver.click("copyRow");
+  const std::string failure = "4\tMD5\tmissing\tNo such file or directory";
+  waitFor("the row", [&] { return driver.clipboard() == failure; });
+
+  driver.click("filterAll");
+  waitFor("all rows", [&] { return property(list, "count") == 3; });
+  driver.press({"Control_L", "Shift_L", "c"});
+  waitFor("the rows", [&] { return driver.clipboard() == "1\tMD5\tabc\tMatch\n" + mismatch + "\n" + failure; });
+  driver.click("filterWarnings");
+  waitFor("the warnings", [&] { return driver.findItem("manifestWarnings") != nullptr; });
+  EXPECT_NE(itemWithText("Line 2: unsupported checksum format."), nullptr);
+  driver.click("copyRows");
+  waitFor("the warnings", [&] { return driver.clipboard() == "Line 2: unsupported checksum format."; });
+  driver.click("filterWaiting");
+  waitFor("no rows", [&] { return shows("manifestEmpty", "No entry is in this state."); });
+}
+
+TEST_F(ManifestTest, VerificationGoesOnInAnotherModeAndEscapeEndsIt) {
+  fs::rename(endlessFile(), root / "endless");
+  model.setManifestRoot({fileUrl(root)});
+  model.setManifestFile({fileUrl(folder.file("list.md5", md5OfAbc + "  endless\n"))});
+  waitFor("the list", [&] { return model.manifestRefusal().isEmpty(); });
+  driver.click("verifyManifest");
+  waitFor("the row", [&] { return shows("status", "Verifying"); });
+  driver.press({"Control_L", "5"});
+  waitFor("the mode", [&] { return model.mode() == AppMode::Compare; });
+  waitFor("the sidebar", [&] {
+    return driver.item("modeManifest")->property("announcement").toString() == u"Manifest, working";
+  });
+  driver.press({"Escape"});
+  driver.press({"Control_L", "4"});
+  waitFor("the mode", [&] { return model.mode() == AppMode::Manifest; });
+  EXPECT_TRUE(model.isManifestVerifying());
+  driver.press({"Escape"});
+  waitForVerdict("1 entry was not checked");
+  EXPECT_FALSE(model.isManifestVerifying());
+}
+
+TEST_F(ManifestTest, ListThatCannotBeReadIsToldByTheAlertAndStaysTold) {
+  model.setManifestFile({fileUrl(folder.path() / "gone.md5")});
+  waitFor("the alert", [&] { return shows("alertMessage", "No such file or directory"); });
+  driver.press({"Return"});
+  waitFor("no alert", [&] { return model.errorMessage().isEmpty(); });
+  waitForVerdict("The checksum list was not read");
+  EXPECT_TRUE(shows("manifestVerdictDetails", "No such file or directory"));
+}
+
+TEST_F(ManifestTest, LongListIsMadeAsItComesIntoView) {
+  constexpr int count = 100'000;
+  std::string lines;
+  for (int i = 1; i <= count; ++i) lines += md5OfAbc + "  " + std::string(120, 'W') + std::to_string(i) + "\n";
+  model.setManifestFile({fileUrl(folder.file("long.md5", lines))});
+  waitForVerdict("100,000 entries, not verified yet");
+  driver.click("filterAll");
+  driver.press({"Tab"});
+  waitFor("the list", [&] { return driver.item(list)->hasActiveFocus(); });
+  driver.press({"End"});
+  waitFor("the last row", [&] { return property(list, "currentIndex") == count - 1; });
+  QQuickItem* last = driver.item(list)->property("currentItem").value<QQuickItem*>();
+  ASSERT_NE(last, nullptr);
+  int rows = 0;
+  for (const QQuickItem* item : last->parentItem()->childItems()) rows += item->inherits("QQuickItemDelegate") ? 1 : 0;
+  EXPECT_LT(rows, 100);
+  const QQuickItem* path = driver.item("path");
+  EXPECT_TRUE(path->property("truncated").toBool());
+  EXPECT_LE(path->property("contentWidth").toReal(), path->width());
+}
+
+TEST_F(ManifestTest, ListAndFolderAreDroppedTogether) {
+  const fs::path sums = folder.file("list.md5", md5OfAbc + "  abc\n");
+  auto* zone = qobject_cast<DropZone*>(driver.item("manifestDropZone"));
+  ASSERT_NE(zone, nullptr);
+  const std::string urls = fileUrl(root).toEncoded().toStdString() + "\r\n" + fileUrl(sums).toEncoded().toStdString();
+  OtherProgram source({DRAG_SOURCE, "text/uri-list", urls});
+  waitFor("the other program", [&] { return source.hasSaid("ready"); });
+  const QPoint from(80, 60);
+  bool isShifted = false;
+  const auto jiggle = [&](const QPoint& place) {
+    isShifted = !isShifted;
+    driver.movePointer(place + QPoint(isShifted ? 1 : 0, 0));
+  };
+  driver.movePointer(from);
+  driver.button(1, true);
+  waitFor("the drag", [&] {
+    jiggle(from);
+    return source.hasSaid("dragging");
+  });
+  waitFor("the target", [&] {
+    jiggle(zone->mapToGlobal(QPointF(300, 500)).toPoint());
+    return zone->isTargeted() && source.hasSaid("accepted");
+  });
+  driver.button(1, false);
+  waitFor("both", [&] { return model.manifestRootURL() == root && model.manifestURL() == sums; });
+  waitForVerdict("1 entry, not verified yet");
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test

@@ -1,0 +1,243 @@
+import QtQuick
+import QtQuick.Templates as T
+import TallyFold
+
+// One entry of a checksum list: where it stands, and the two digests where they differ.
+T.ItemDelegate {
+    id: root
+
+    required property int index
+    required property real lineNumber
+    required property string path
+    required property string algorithm
+    required property int state
+    required property string status
+    required property string expected
+    required property string actual
+    required property int difference
+    // Room for the largest line number of the list.
+    required property real numberWidth
+    readonly property bool isSelected: ListView.isCurrentItem
+    readonly property bool hasFailed: state === ManifestJobListModel.Failed
+    readonly property bool isMismatch: state === ManifestJobListModel.Mismatch
+    readonly property color tone: [TallyTheme.tertiary, TallyTheme.accent, TallyTheme.good, TallyTheme.bad, TallyTheme.bad][state]
+
+    signal menuRequested
+
+    implicitHeight: content.implicitHeight + 1
+    padding: 0
+    hoverEnabled: true
+    focusPolicy: Qt.NoFocus
+    Accessible.role: Accessible.ListItem
+    Accessible.name: qsTr("Line %1, %2, %3, %4").arg(number.text).arg(path).arg(algorithm).arg(status)
+    Accessible.description: isMismatch ? qsTr("Expected: ") + expected : ""
+    Accessible.selected: isSelected
+    Accessible.onPressAction: select()
+    onClicked: select()
+    onPressAndHold: showMenu()
+
+    function select() {
+        ListView.view.currentIndex = index;
+        forceActiveFocus(Qt.MouseFocusReason);
+    }
+
+    function showMenu() {
+        select();
+        menuRequested();
+    }
+
+    TapHandler {
+        acceptedButtons: Qt.RightButton
+        onTapped: root.showMenu()
+    }
+
+    contentItem: Column {
+        id: content
+
+        Item {
+            width: parent.width
+            height: TallyTheme.listRowHeight
+
+            TFIcon {
+                id: icon
+
+                anchors.verticalCenter: parent.verticalCenter
+                x: TallyTheme.space3
+                visible: root.state !== ManifestJobListModel.Verifying
+                name: ["circle", "", "checkmark.circle.fill", "xmark.circle.fill", "exclamationmark.triangle.fill"][root.state]
+                color: root.tone
+            }
+
+            TFSpinner {
+                anchors.fill: icon
+                visible: root.state === ManifestJobListModel.Verifying
+            }
+
+            TFText {
+                id: number
+
+                width: root.numberWidth
+                text: root.lineNumber.toLocaleString(Qt.locale(), "f", 0)
+                color: TallyTheme.tertiary
+                horizontalAlignment: Text.AlignRight
+                font.pixelSize: TallyTheme.captionSize
+
+                anchors {
+                    left: icon.right
+                    leftMargin: TallyTheme.space3
+                    verticalCenter: parent.verticalCenter
+                }
+            }
+
+            TFText {
+                id: pathText
+
+                objectName: "path"
+                text: root.path
+                elide: Text.ElideMiddle
+                font.weight: Font.Medium
+
+                anchors {
+                    left: number.right
+                    right: algorithmText.left
+                    leftMargin: TallyTheme.space3
+                    rightMargin: TallyTheme.space3
+                    verticalCenter: parent.verticalCenter
+                }
+            }
+
+            TFText {
+                id: algorithmText
+
+                width: 56 * TallyTheme.textScale
+                text: root.algorithm
+                color: TallyTheme.secondary
+                font.pixelSize: TallyTheme.captionSize
+                font.weight: Font.Medium
+
+                anchors {
+                    right: statusText.left
+                    rightMargin: TallyTheme.space3
+                    verticalCenter: parent.verticalCenter
+                }
+            }
+
+            TFText {
+                id: statusText
+
+                objectName: "status"
+                width: 64 * TallyTheme.textScale
+                text: root.isMismatch ? qsTr("Mismatch") : root.hasFailed ? qsTr("Failed") : root.status
+                color: root.tone
+                font.weight: Font.Medium
+
+                anchors {
+                    right: parent.right
+                    rightMargin: TallyTheme.space3
+                    verticalCenter: parent.verticalCenter
+                }
+            }
+
+            Loader {
+                anchors.fill: pathText
+                active: root.hovered && pathText.truncated
+
+                sourceComponent: Item {
+                    TFToolTip {
+                        text: root.path
+                        visible: true
+                    }
+                }
+            }
+        }
+
+        Loader {
+            x: pathText.x
+            width: parent.width - x - TallyTheme.space3
+            active: root.hasFailed
+            visible: active
+
+            sourceComponent: TFText {
+                objectName: "message"
+                text: root.status
+                height: implicitHeight + TallyTheme.space2
+                color: TallyTheme.bad
+                wrapMode: Text.Wrap
+                verticalAlignment: Text.AlignTop
+            }
+        }
+
+        Loader {
+            x: number.x
+            width: parent.width - x - TallyTheme.space3
+            active: root.isMismatch
+            visible: active
+
+            sourceComponent: Column {
+                spacing: TallyTheme.space1
+                bottomPadding: TallyTheme.space2
+
+                Repeater {
+                    model: [qsTr("Expected: "), qsTr("Mismatch. Actual: ")]
+
+                    Item {
+                        id: line
+
+                        required property int index
+                        required property string modelData
+
+                        width: parent.width
+                        height: digest.implicitHeight
+
+                        TFText {
+                            id: label
+
+                            width: 124 * TallyTheme.textScale
+                            text: line.modelData
+                            color: line.index === 0 ? TallyTheme.secondary : TallyTheme.bad
+                        }
+
+                        TFSelectableText {
+                            id: digest
+
+                            objectName: line.index === 0 ? "expected" : "actual"
+                            anchors.left: label.right
+                            width: Math.min(fullWidth, line.width - x)
+                            name: line.modelData
+                            text: line.index === 0 ? root.expected : root.actual
+                            mark: line.index === 0 ? -1 : root.difference
+                            activatesOnTab: root.isSelected
+                        }
+                    }
+                }
+            }
+        }
+    }
+
+    background: Rectangle {
+        radius: TallyTheme.controlRadius
+        color: {
+            if (root.hasFailed || root.isMismatch)
+                return TallyTheme.tint(TallyTheme.bad);
+            return root.isSelected ? TallyTheme.raised : root.hovered ? TallyTheme.surface : "transparent";
+        }
+
+        Rectangle {
+            y: TallyTheme.space2
+            width: 3
+            height: parent.height - 2 * y
+            radius: width / 2
+            visible: root.isSelected
+            color: root.ListView.view && root.ListView.view.activeFocus ? TallyTheme.accent : TallyTheme.tertiary
+        }
+
+        Rectangle {
+            x: TallyTheme.space4
+            anchors.bottom: parent.bottom
+            width: parent.width - 2 * x
+            height: 1
+            visible: !root.isSelected && !root.hasFailed && !root.isMismatch
+            color: TallyTheme.hairline
+        }
+    }
+}

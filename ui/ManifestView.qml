@@ -1,0 +1,468 @@
+import QtQuick
+import QtQuick.Templates as T
+import QtQuick.Window
+import TallyFold
+
+// Manifest mode: a checksum list against the files below a folder.
+FocusScope {
+    id: root
+
+    required property AppViewModel viewModel
+    readonly property ManifestJobListModel jobs: viewModel.manifestJobs
+    readonly property var verdict: viewModel.manifestVerdict
+    readonly property bool hasList: viewModel.manifestFile.name !== undefined
+    readonly property bool isBusy: viewModel.isLoadingManifest || viewModel.isManifestVerifying
+    readonly property string busyRefusal: viewModel.isLoadingManifest ? qsTr("The checksum list is being read.") : viewModel.isManifestVerifying ? qsTr("A verification is under way.") : ""
+    // Behind an alert no key reaches it.
+    readonly property bool takesKeys: visible && viewModel.errorMessage === ""
+    // With little height, the list comes first.
+    readonly property bool isShort: height < 600
+    readonly property int gutter: TallyTheme.space6
+    readonly property int gap: isShort ? TallyTheme.space2 : TallyTheme.space3
+    // The warnings stand in the place of the rows.
+    property bool showsWarnings: false
+
+    function copyShown() {
+        if (showsWarnings)
+            viewModel.copyManifestWarnings();
+        else
+            viewModel.copyManifestRows();
+    }
+
+    function act() {
+        if (!hasList)
+            viewModel.chooseManifestFile();
+        else if (viewModel.manifestRefusal === "")
+            viewModel.verifyManifest();
+        else if (!isBusy && viewModel.manifestRoot.name === undefined)
+            viewModel.chooseManifestRoot();
+    }
+
+    onHasListChanged: showsWarnings = false
+    Keys.onReturnPressed: act()
+    Keys.onEnterPressed: act()
+
+    TFSectionHeader {
+        id: header
+
+        title: qsTr("Manifest")
+        subtitle: qsTr("Verify the files below a folder against a checksum list.")
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: parent.top
+            margins: root.gutter
+            topMargin: root.isShort ? TallyTheme.space3 : root.gutter
+        }
+    }
+
+    Item {
+        id: cards
+
+        height: Math.max(list.implicitHeight, folder.implicitHeight, 92 * TallyTheme.textScale)
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: header.bottom
+            margins: root.gutter
+            topMargin: root.isShort ? TallyTheme.space2 : TallyTheme.space4
+        }
+
+        TFFileCard {
+            id: list
+
+            objectName: "manifestFile"
+            width: (parent.width - TallyTheme.space3) / 2
+            height: parent.height
+            title: qsTr("Checksum list")
+            icon: "checklist"
+            hint: qsTr("Drop a list here, or choose one.")
+            file: root.viewModel.manifestFile
+            facts: root.viewModel.manifestLines
+            tip: "Ctrl+O"
+            isTargeted: dropZone.isTargeted
+            refusal: root.busyRefusal
+            onChooseRequested: root.viewModel.chooseManifestFile()
+        }
+
+        TFFileCard {
+            id: folder
+
+            objectName: "manifestRoot"
+            anchors.right: parent.right
+            width: (parent.width - TallyTheme.space3) / 2
+            height: parent.height
+            title: qsTr("Root folder")
+            icon: "folder"
+            emptyName: qsTr("No folder selected")
+            hint: qsTr("Drop a folder here, or choose one.")
+            file: root.viewModel.manifestRoot
+            proposal: root.viewModel.proposedManifestRoot
+            tip: "Ctrl+Shift+O"
+            isTargeted: dropZone.isTargeted
+            refusal: root.busyRefusal
+            onChooseRequested: root.viewModel.chooseManifestRoot()
+            onProposalAccepted: root.viewModel.useProposedManifestRoot()
+        }
+    }
+
+    TFVerdict {
+        id: verdict
+
+        objectName: "manifestVerdict"
+        height: Math.max(implicitHeight, 80 * TallyTheme.textScale)
+        visible: root.hasList
+        icon: root.verdict.icon
+        title: root.verdict.title
+        outcome: root.verdict.outcome
+        isPending: root.verdict.isPending
+        isBusy: root.isBusy
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: cards.bottom
+            margins: root.gutter
+            topMargin: root.gap
+        }
+
+        TFText {
+            objectName: "manifestVerdictDetails"
+            width: parent.width
+            text: root.verdict.details
+            color: TallyTheme.secondary
+            wrapMode: Text.Wrap
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+    }
+
+    Row {
+        id: filters
+
+        spacing: TallyTheme.space2
+        visible: root.hasList
+        Accessible.role: Accessible.Grouping
+        Accessible.name: qsTr("Show")
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: verdict.bottom
+            margins: root.gutter
+            topMargin: root.gap
+        }
+
+        Repeater {
+            id: chips
+
+            model: [qsTr("All"), qsTr("Mismatch"), qsTr("Failed"), qsTr("Waiting"), qsTr("Match"), qsTr("Warnings")]
+
+            TFFilterChip {
+                required property int index
+                required property string modelData
+                readonly property bool isOfWarnings: index === 5
+
+                function choose(other: int) {
+                    const chip = chips.itemAt(Math.min(Math.max(other, 0), chips.count - 1)) as TFFilterChip;
+                    chip.forceActiveFocus(Qt.TabFocusReason);
+                    chip.chosen();
+                }
+
+                objectName: "filter" + modelData
+                text: modelData
+                figure: isOfWarnings ? root.viewModel.manifestUnsupportedLineCount : root.jobs.counts[index]
+                tone: [TallyTheme.secondary, TallyTheme.bad, TallyTheme.bad, TallyTheme.secondary, TallyTheme.good, TallyTheme.caution][index]
+                isChosen: isOfWarnings ? root.showsWarnings : !root.showsWarnings && root.jobs.filter === index
+                Keys.onLeftPressed: choose(index - 1)
+                Keys.onRightPressed: choose(index + 1)
+                onChosen: {
+                    root.showsWarnings = isOfWarnings;
+                    if (!isOfWarnings)
+                        root.jobs.filter = index;
+                }
+            }
+        }
+    }
+
+    TFGlassCard {
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: root.hasList ? filters.bottom : cards.bottom
+            bottom: bottomBar.top
+            topMargin: root.gap
+            bottomMargin: root.gap
+            leftMargin: root.gutter
+            rightMargin: root.gutter
+        }
+
+        ListView {
+            id: rows
+
+            objectName: "manifestList"
+            anchors.fill: parent
+            anchors.margins: TallyTheme.space1 + 2
+            spacing: 1
+            clip: true
+            visible: !root.showsWarnings && count > 0
+            activeFocusOnTab: true
+            // By itself the view keeps the index of a row that is gone, and selects nothing when rows come again.
+            onCountChanged: {
+                if (count === 0)
+                    currentIndex = -1;
+                else if (currentIndex < 0)
+                    currentIndex = 0;
+            }
+            // Tab comes to the row first, not to the text in it that had the keyboard last.
+            onActiveFocusChanged: {
+                if (!activeFocus && currentItem)
+                    currentItem.focus = true;
+            }
+            keyNavigationEnabled: true
+            boundsBehavior: Flickable.StopAtBounds
+            reuseItems: true
+            model: root.jobs
+            highlightFollowsCurrentItem: true
+            highlightMoveDuration: 0
+            Accessible.role: Accessible.List
+            Accessible.name: qsTr("Entries")
+            Keys.onMenuPressed: {
+                const place = currentItem.mapToItem(root, TallyTheme.space8, TallyTheme.listRowHeight);
+                rowMenu.popup(root, place.x, place.y);
+            }
+            Keys.onPressed: event => {
+                const page = Math.max(1, Math.floor(height / TallyTheme.listRowHeight) - 1);
+                const target = {
+                    [Qt.Key_Home]: 0,
+                    [Qt.Key_End]: count - 1,
+                    [Qt.Key_PageUp]: Math.max(0, currentIndex - page),
+                    [Qt.Key_PageDown]: Math.min(count - 1, currentIndex + page)
+                }[event.key];
+                event.accepted = target !== undefined;
+                if (event.accepted)
+                    currentIndex = target;
+            }
+
+            delegate: ManifestJobRow {
+                width: ListView.view.width
+                numberWidth: numberMetrics.width + 1
+                onMenuRequested: rowMenu.popup()
+            }
+
+            T.ScrollBar.vertical: TFScrollBar {
+            }
+        }
+
+        ListView {
+            id: warnings
+
+            objectName: "manifestWarnings"
+            anchors.fill: parent
+            anchors.margins: TallyTheme.space3
+            spacing: TallyTheme.space2
+            clip: true
+            visible: root.showsWarnings && count > 0
+            activeFocusOnTab: true
+            boundsBehavior: Flickable.StopAtBounds
+            model: root.viewModel.manifestWarnings
+            Accessible.role: Accessible.List
+            Accessible.name: qsTr("Warnings")
+
+            header: TFText {
+                width: ListView.view.width
+                height: implicitHeight + TallyTheme.space3
+                text: root.viewModel.manifestWarningsSummary
+                color: TallyTheme.secondary
+                wrapMode: Text.Wrap
+                verticalAlignment: Text.AlignTop
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+
+            delegate: Item {
+                id: warning
+
+                required property string modelData
+
+                width: ListView.view.width
+                height: text.implicitHeight
+                Accessible.role: Accessible.ListItem
+                Accessible.name: modelData
+
+                TFIcon {
+                    id: sign
+
+                    name: "exclamationmark.triangle.fill"
+                    color: TallyTheme.caution
+                }
+
+                TFText {
+                    id: text
+
+                    text: warning.modelData
+                    wrapMode: Text.Wrap
+
+                    anchors {
+                        left: sign.right
+                        right: parent.right
+                        leftMargin: TallyTheme.space2
+                    }
+                }
+            }
+
+            TFFocusRing {
+                visible: warnings.activeFocus
+            }
+
+            T.ScrollBar.vertical: TFScrollBar {
+            }
+        }
+
+        Column {
+            anchors.centerIn: parent
+            visible: !rows.visible && !warnings.visible
+            width: parent.width - 2 * TallyTheme.space6
+            spacing: TallyTheme.space3
+
+            TFIcon {
+                anchors.horizontalCenter: parent.horizontalCenter
+                visible: !root.viewModel.isLoadingManifest
+                name: "checklist"
+                size: 32
+                color: TallyTheme.tertiary
+            }
+
+            TFText {
+                objectName: "manifestEmpty"
+                width: parent.width
+                text: {
+                    if (!root.hasList)
+                        return qsTr("Drop a checksum list and the folder that it describes.");
+                    if (root.showsWarnings)
+                        return qsTr("Every line of the list is understood.");
+                    return root.jobs.counts[0] > 0 ? qsTr("No entry is in this state.") : qsTr("There are no entries to show.");
+                }
+                visible: !root.viewModel.isLoadingManifest
+                color: TallyTheme.secondary
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+
+            TFButton {
+                objectName: "chooseManifest"
+                anchors.horizontalCenter: parent.horizontalCenter
+                visible: !root.hasList
+                text: qsTr("Choose Checksum List…")
+                icon: "plus"
+                tip: "Ctrl+O"
+                onClicked: root.viewModel.chooseManifestFile()
+            }
+        }
+    }
+
+    TextMetrics {
+        id: numberMetrics
+
+        text: root.jobs.lastLineNumber.toLocaleString(Qt.locale(), "f", 0)
+        font.pixelSize: TallyTheme.captionSize
+    }
+
+    // Acts on the selected row, which the request for it has selected.
+    TFMenu {
+        id: rowMenu
+
+        implicitWidth: 220 * TallyTheme.textScale
+
+        TFMenuItem {
+            objectName: "copyRow"
+            text: qsTr("Copy row")
+            symbol: "doc.on.clipboard"
+            shortcutText: "Ctrl+C"
+            onTriggered: root.viewModel.copyManifestRow(rows.currentIndex)
+        }
+
+        TFMenuItem {
+            objectName: "copyShownRows"
+            text: qsTr("Copy all rows shown")
+            symbol: "doc.on.doc"
+            shortcutText: "Ctrl+Shift+C"
+            onTriggered: root.copyShown()
+        }
+    }
+
+    ManifestBottomBar {
+        id: bottomBar
+
+        viewModel: root.viewModel
+        hasRows: rows.visible || warnings.visible
+        onCopyRequested: root.copyShown()
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            bottom: parent.bottom
+            margins: root.gutter
+            bottomMargin: TallyTheme.space4
+        }
+    }
+
+    // A list, a folder or both may be dropped anywhere on the screen.
+    DropZone {
+        id: dropZone
+
+        objectName: "manifestDropZone"
+        anchors.fill: parent
+        z: -1
+        takesFolders: true
+        enabled: !root.isBusy
+        onFilesDropped: files => root.viewModel.dropManifest(files)
+    }
+
+    Shortcut {
+        enabled: root.takesKeys
+        sequences: [StandardKey.Open]
+        onActivated: root.viewModel.chooseManifestFile()
+    }
+
+    Shortcut {
+        enabled: root.takesKeys && !root.isBusy
+        sequence: "Ctrl+Shift+O"
+        onActivated: root.viewModel.chooseManifestRoot()
+    }
+
+    Shortcut {
+        enabled: root.takesKeys && !root.isBusy
+        sequences: ["Ctrl+Return", "Ctrl+Enter"]
+        onActivated: root.act()
+    }
+
+    // Where no item has the keyboard that could mean something else by it.
+    Shortcut {
+        enabled: root.takesKeys && !root.isBusy && root.Window.activeFocusItem === root.Window.contentItem
+        sequences: ["Return", "Enter"]
+        onActivated: root.act()
+    }
+
+    Shortcut {
+        enabled: root.takesKeys && root.isBusy
+        sequence: "Esc"
+        onActivated: root.viewModel.cancelManifest()
+    }
+
+    Shortcut {
+        enabled: root.takesKeys && rows.visible
+        sequences: [StandardKey.Copy]
+        onActivated: root.viewModel.copyManifestRow(rows.currentIndex)
+    }
+
+    Shortcut {
+        enabled: root.takesKeys
+        sequence: "Ctrl+Shift+C"
+        onActivated: root.copyShown()
+    }
+}
