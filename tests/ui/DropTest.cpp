@@ -55,10 +55,11 @@ class DropTest : public WindowFixture {
     });
   }
 
-  // Lets go, and returns what the other program was told.
+  // Lets go, and returns what the other program was told, which it may know before the window does.
   std::string release() {
     driver.button(1, false);
-    waitFor("the end of the drag", [&] { return source->hasSaid("copy") || source->hasSaid("nothing"); });
+    waitFor("the end of the drag",
+            [&] { return !zone->isTargeted() && (source->hasSaid("copy") || source->hasSaid("nothing")); });
     return source->hasSaid("copy") ? "copy" : "nothing";
   }
 
@@ -95,7 +96,6 @@ TEST_F(DropTest, AFileIsTargetedAndHashed) {
   EXPECT_TRUE(driver.item("dropCard")->property("isTargeted").toBool());
   EXPECT_EQ(model.jobs()->count(), 0);
   EXPECT_EQ(release(), "copy");
-  EXPECT_FALSE(zone->isTargeted());
   EXPECT_EQ(targeted.count(), 2);
   EXPECT_THAT(hashedNames(), testing::ElementsAre("file"));
   EXPECT_EQ(model.results().front()->hashes.find(HashAlgorithm::sha256),
