@@ -1,5 +1,5 @@
-#include <cstdint>
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <mutex>
 #include <unordered_map>
@@ -134,8 +134,9 @@ QString AppViewModel::manifestLines() const {
 
 QString AppViewModel::manifestWarningsSummary() const {
   const QLocale locale = userLocale();
-  QString summary = tr("Lines that are not understood and cannot be checked: %1. Blank lines and comments: %2.")
-                        .arg(locale.toString(manifestUnsupportedLineCount_), locale.toString(manifestIgnoredLineCount_));
+  QString summary =
+      tr("Lines that are not understood and cannot be checked: %1. Blank lines and comments: %2.")
+          .arg(locale.toString(manifestUnsupportedLineCount_), locale.toString(manifestIgnoredLineCount_));
   if (manifestUnsupportedLineCount_ > manifestWarnings_.size()) {
     summary += tr(" The first %1 are listed here.").arg(locale.toString(manifestWarnings_.size()));
   }
@@ -153,8 +154,7 @@ void AppViewModel::setManifestFile(const QList<QUrl>& urls) {
   manifestLoadTask_.start(
       BackgroundTask::Priority::userInitiated,
       [url = *location](const BackgroundTask::Context& context) {
-        auto load = std::make_shared<PreparedManifestLoad>(
-            ChecksumManifestService::load(url, context.cancellation()));
+        auto load = std::make_shared<PreparedManifestLoad>(ChecksumManifestService::load(url, context.cancellation()));
         context.post([load](AppViewModel& model) { model.publishManifest(std::move(*load)); });
       },
       [](AppViewModel& model, const std::exception_ptr& failure) {
@@ -331,8 +331,8 @@ void AppViewModel::copyManifestWarnings() {
 QString AppViewModel::manifestProgressFigure() const {
   if (manifestGroups_ == 0) return {};
   const QLocale locale = userLocale();
-  return tr("%1 of %2 files").arg(locale.toString(qulonglong{manifestGroupsDone_}),
-                                  locale.toString(qulonglong{manifestGroups_}));
+  return tr("%1 of %2 files")
+      .arg(locale.toString(qulonglong{manifestGroupsDone_}), locale.toString(qulonglong{manifestGroups_}));
 }
 
 ManifestVerdict AppViewModel::manifestVerdict() const {

@@ -78,9 +78,10 @@ QVariant ManifestJobListModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> ManifestJobListModel::roleNames() const {
-  return {{LineNumberRole, "lineNumber"}, {PathRole, "path"},     {AlgorithmRole, "algorithm"}, {StateRole, "state"},
-          {StatusRole, "status"},         {ExpectedRole, "expected"}, {ActualRole, "actual"},
-          {DifferenceRole, "difference"}};
+  return {{LineNumberRole, "lineNumber"}, {PathRole, "path"},
+          {AlgorithmRole, "algorithm"},   {StateRole, "state"},
+          {StatusRole, "status"},         {ExpectedRole, "expected"},
+          {ActualRole, "actual"},         {DifferenceRole, "difference"}};
 }
 
 const ManifestJob& ManifestJobListModel::jobAt(int row) const {

@@ -71,8 +71,8 @@ class ManifestJobListModel : public QAbstractListModel {
   void setFilter(Filter filter);
   [[nodiscard]] QList<int> counts() const;
 
-  /// A shown row as one line of text: line number, algorithm, path, status and, of a mismatch, the expected digest, with
-  /// tabs between them. Empty when there is no such row.
+  /// A shown row as one line of text: line number, algorithm, path, status and, of a mismatch, the expected digest,
+  /// with tabs between them. Empty when there is no such row.
   [[nodiscard]] QByteArray text(int row) const;
   /// All shown rows, a line each.
   [[nodiscard]] QByteArray text() const;

@@ -80,20 +80,20 @@ ManifestVerdict manifestVerdict(const ManifestTally& tally) {
                         : tr("%1 of %2 entries match.").arg(figure(tally.matched), figure(entries)));
     if (tally.run == Run::cancelled) details.prepend(tr("The verification was cancelled."));
     if (tally.run == Run::stoppedByError) details.prepend(tr("The verification was stopped by an error."));
-    return {isWrong ? Tone::bad : Tone::caution,
-            tally.mismatched > 0 ? QStringLiteral("xmark.circle.fill")
-                                 : QStringLiteral("exclamationmark.triangle.fill"),
-            shortcomings(tally), details.join(u' ')};
+    return {
+        isWrong ? Tone::bad : Tone::caution,
+        tally.mismatched > 0 ? QStringLiteral("xmark.circle.fill") : QStringLiteral("exclamationmark.triangle.fill"),
+        shortcomings(tally), details.join(u' ')};
   }
   if (tally.run != Run::ended) {
-    return {Tone::caution, QStringLiteral("exclamationmark.triangle.fill"), tr("The verification did not come to its end"),
-            details.join(u' ')};
+    return {Tone::caution, QStringLiteral("exclamationmark.triangle.fill"),
+            tr("The verification did not come to its end"), details.join(u' ')};
   }
   if (tally.unsupportedLines > 0) {
     return {Tone::caution, QStringLiteral("exclamationmark.triangle.fill"),
-            tr("%1, but %2").arg(counted(entries, "1 entry matches", "%1 entries match"),
-                                 counted(tally.unsupportedLines, "1 line could not be checked",
-                                         "%1 lines could not be checked")),
+            tr("%1, but %2")
+                .arg(counted(entries, "1 entry matches", "%1 entries match"),
+                     counted(tally.unsupportedLines, "1 line could not be checked", "%1 lines could not be checked")),
             tr("A line that is not understood may be meant for a file: see the warnings.")};
   }
   return {Tone::good, QStringLiteral("checkmark.circle.fill"),

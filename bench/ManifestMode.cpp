@@ -1,6 +1,6 @@
-// The Manifest mode over many small files, through the model and without a screen, next to sha256sum -c on the same list
-// in the same run: how long loading and verifying take, how long the interface thread was ever away from its event loop,
-// and how much memory it all needed. Look at the ratio.
+// The Manifest mode over many small files, through the model and without a screen, next to sha256sum -c on the same
+// list in the same run: how long loading and verifying take, how long the interface thread was ever away from its event
+// loop, and how much memory it all needed. Look at the ratio.
 //
 //     manifest_mode_bench [FILES [BYTES]]        (100000 files of 4096 bytes when not given)
 
@@ -118,8 +118,8 @@ int main(int argc, char** argv) {
   QElapsedTimer clock;
   clock.start();
   model.copyManifestRows();
-  std::printf("longest stall: load %.1f ms, verifyManifest %.1f ms; all rows copied in %lld ms; ", loadStall, verifyStall,
-              clock.elapsed());
+  std::printf("longest stall: load %.1f ms, verifyManifest %.1f ms; all rows copied in %lld ms; ", loadStall,
+              verifyStall, clock.elapsed());
   std::printf("peak memory %.0f MB (%.0f MB before)\n", peakMegabytes(), before);
   fs::remove_all(folder);
 }

@@ -1,17 +1,20 @@
-// A walk through the Files mode with real input, on the files that are given: every step leaves a screenshot, and the
+// A walk through all five modes with real input, on the files that are given: every step leaves a screenshot, and the
 // three reports are saved as a user saves them. The exit status is 0 only when everything was there that should be.
 
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include <QCommandLineParser>
+#include <QProcess>
 #include <QQuickWindow>
 
+#include "app/FileLocation.h"
 #include "tour/Driver.h"
 #include "ui/TallyfoldApp.h"
 
@@ -35,6 +38,7 @@ class Tour {
     for (const char* format : {"Text", "Csv", "Json"}) exportAs(format);
     hashText();
     verify();
+    verifyManifest();
     compare();
     lookAround();
   }
@@ -135,6 +139,66 @@ class Tour {
     show("verify-" + name);
   }
 
+  // A list that another program wrote of copies of the files; then three of the copies are no longer what they were.
+  void verifyManifest() {
+    const fs::path copies = output_ / "copies";
+    fs::create_directory(copies);
+    QStringList names;
+    for (const fs::path& file : files_) {
+      fs::copy_file(file, copies / file.filename());
+      names.append(textOf(file.filename()));
+    }
+    const fs::path list = output_ / "SHA256SUMS";
+    QProcess sha256sum;
+    sha256sum.setWorkingDirectory(textOf(copies));
+    sha256sum.setStandardOutputFile(textOf(list));
+    sha256sum.start(QStringLiteral("sha256sum"), names);
+    require(sha256sum.waitForFinished() && sha256sum.exitCode() == 0, "sha256sum writes a list");
+
+    enter(AppMode::Manifest, "4");
+    show("manifest-empty");
+    driver_.press({"Control_L", "o"});
+    driver_.answerPanel("openPanel", list);
+    Driver::waitFor("the list", [&] { return model_.manifestJobs()->total() == static_cast<int>(files_.size()); });
+    show("manifest-list");
+    driver_.press({"Control_L", "Shift_L", "o"});
+    driver_.answerPanel("openPanel", copies);
+    Driver::waitFor("the root folder", [&] { return model_.manifestRootURL() == copies; });
+    driver_.press({"Control_L", "Return"});
+    const int count = model_.manifestJobs()->total();
+    Driver::waitFor("the verdict",
+                    [&] { return !model_.isManifestVerifying() && model_.manifestMatchedCount() == count; });
+    require(model_.manifestVerdict().tone == ManifestVerdict::Tone::good, "A list of unchanged files verifies wholly");
+    show("manifest-match");
+
+    std::ofstream(copies / files_[0].filename(), std::ios::app) << '\n';
+    fs::remove(copies / files_[1].filename());
+    fs::remove(copies / files_[2].filename());
+    fs::create_symlink(files_[2], copies / files_[2].filename());
+    driver_.click("verifyManifest");
+    Driver::waitFor("the verdict", [&] { return !model_.isManifestVerifying() && model_.manifestErrorCount() == 2; });
+    for (int job = 0; job < count; ++job) {
+      const ManifestJob::State& state = model_.manifestJobs()->jobs().at(job).state;
+      const auto* failed = std::get_if<ManifestJob::Failed>(&state);
+      switch (job) {
+        case 0:
+          require(std::holds_alternative<ManifestJob::Mismatch>(state), "The changed file is a mismatch");
+          break;
+        case 1:
+          require(failed != nullptr && failed->message == "No such file or directory", "The removed file is missing");
+          break;
+        case 2:
+          require(failed != nullptr && failed->message == "A manifest path resolves outside the selected root folder.",
+                  "The link to the outside is refused");
+          break;
+        default:
+          require(std::holds_alternative<ManifestJob::Match>(state), "All others match");
+      }
+    }
+    show("manifest-mismatch");
+    fs::remove_all(copies);
+  }
+
   void compare() {
     enter(AppMode::Compare, "5");
     driver_.click("compareFirstChoose");
@@ -167,7 +231,6 @@ class Tour {
   }
 
   void lookAround() {
-    enter(AppMode::Manifest, "4");
     enter(AppMode::Files, "1");
     driver_.press({"Control_L", "comma"});
     driver_.usableItem("aboutTitle");

@@ -102,7 +102,7 @@ FocusScope {
             proposal: root.viewModel.proposedManifestRoot
             tip: "Ctrl+Shift+O"
             isTargeted: dropZone.isTargeted
-            refusal: root.busyRefusal
+            refusal: root.viewModel.isManifestVerifying ? root.busyRefusal : ""
             onChooseRequested: root.viewModel.chooseManifestRoot()
             onProposalAccepted: root.viewModel.useProposedManifestRoot()
         }
@@ -430,7 +430,7 @@ FocusScope {
     }
 
     Shortcut {
-        enabled: root.takesKeys && !root.isBusy
+        enabled: root.takesKeys && !root.viewModel.isManifestVerifying
         sequence: "Ctrl+Shift+O"
         onActivated: root.viewModel.chooseManifestRoot()
     }

@@ -52,14 +52,14 @@ TEST_F(ManifestFlow, EveryEntryIsToldInItsWords) {
   fs::create_symlink(folder_.file("secret", "abc"), root_ / "leak");
   fs::create_directory(root_ / "folder");
   const std::string zero(32, '0');
-  load(md5OfAbc + "  abc\n" +                     // matches
-       zero + "  ./abc\n" +                       // does not
-       "# comment\n\nno checksum\n" +             // no entries
-       md5OfAbc + "  leak\n" +                    //
-       md5OfAbc + "  ../secret\n" +               //
-       md5OfAbc + "  " + abc_.string() + "\n" +   //
-       md5OfAbc + "  missing\n" +                 //
-       md5OfAbc + "  folder\n" +                  //
+  load(md5OfAbc + "  abc\n" +                    // matches
+       zero + "  ./abc\n" +                      // does not
+       "# comment\n\nno checksum\n" +            // no entries
+       md5OfAbc + "  leak\n" +                   //
+       md5OfAbc + "  ../secret\n" +              //
+       md5OfAbc + "  " + abc_.string() + "\n" +  //
+       md5OfAbc + "  missing\n" +                //
+       md5OfAbc + "  folder\n" +                 //
        "SHA1 (abc) = A9993E36 4706816A BA3E2571 7850C26C 9CD0D89D\n");
   EXPECT_EQ(model_->manifestLines(), QStringLiteral("8 entries · 1 unsupported"));
   EXPECT_EQ(model_->manifestIgnoredLineCount(), 2);

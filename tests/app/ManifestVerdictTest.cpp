@@ -38,13 +38,22 @@ TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
        Tone::pending,
        "1 entry, not verified yet",
        "Ready to be checked against the files in the root folder."},
-      {{.run = RunState::running, .matched = 200, .waiting = 1004}, Tone::pending, "Verifying…", "200 of 1,204 entries checked."},
+      {{.run = RunState::running, .matched = 200, .waiting = 1004},
+       Tone::pending,
+       "Verifying…",
+       "200 of 1,204 entries checked."},
       {{.run = RunState::running, .matched = 200, .mismatched = 1, .failed = 1, .waiting = 2},
        Tone::bad,
        "So far 1 entry does not match, 1 could not be checked",
        "202 of 204 entries checked."},
-      {{.run = RunState::ended, .matched = 1204}, Tone::good, "All 1,204 entries match", "Every line of the list was checked."},
-      {{.run = RunState::ended, .matched = 1}, Tone::good, "The only entry matches", "Every line of the list was checked."},
+      {{.run = RunState::ended, .matched = 1204},
+       Tone::good,
+       "All 1,204 entries match",
+       "Every line of the list was checked."},
+      {{.run = RunState::ended, .matched = 1},
+       Tone::good,
+       "The only entry matches",
+       "Every line of the list was checked."},
       {{.run = RunState::ended, .matched = 2, .ignoredLines = 1},
        Tone::good,
        "All 2 entries match",
@@ -61,7 +70,10 @@ TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
        Tone::bad,
        "1 entry could not be checked",
        "1,203 of 1,204 entries match. 2 lines are not understood and were not checked."},
-      {{.run = RunState::ended, .failed = 7}, Tone::bad, "7 entries could not be checked", "Is this the right root folder?"},
+      {{.run = RunState::ended, .failed = 7},
+       Tone::bad,
+       "7 entries could not be checked",
+       "Is this the right root folder?"},
       {{.run = RunState::cancelled, .matched = 4, .waiting = 1200},
        Tone::caution,
        "1,200 entries were not checked",
@@ -86,7 +98,8 @@ TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
 }
 
 TEST(ManifestVerdictTest, GreenMeansThatEverythingWasCheckedAndMatches) {
-  for (const RunState run : {RunState::none, RunState::reading, RunState::running, RunState::cancelled, RunState::stoppedByError, RunState::ended}) {
+  for (const RunState run : {RunState::none, RunState::reading, RunState::running, RunState::cancelled,
+                             RunState::stoppedByError, RunState::ended}) {
     for (int bits = 0; bits < 128; ++bits) {
       const auto bit = [&](int number) { return (bits >> number) & 1; };
       const ManifestTally tally{.run = run,

@@ -42,11 +42,14 @@ class Run : public ModelTest {
     return path;
   }
 
-  /// Queues a small, a large and a small file, and holds a run right before the end of the large one.
+  /// Queues a small, a large and a small file, and holds a run when 80 % of the large one is read.
   void holdInMidRun() {
     model_->setSelectedAlgorithms({HashAlgorithm::sha256});
     add({folder_.file("first", "abc"), largeFile(), folder_.file("last", "abc")});
-    holdAt("read", 4);
+    calls_.before = [this](std::string_view call, std::size_t) {
+      if (call == "read" && calls_.bytesRead >= 3 + (16 << 20)) gate_.pass();
+      return 0;
+    };
     model_->startProcessing();
     ASSERT_TRUE(reached([this] { return states()[1] == "hashing 80%"; }));
     ASSERT_TRUE(gate_.waitForArrival());

@@ -30,6 +30,9 @@ class WatchedSystemCalls : public SystemCalls {
   /// No read returns more bytes than this.
   std::size_t longestRead = std::numeric_limits<std::size_t>::max();
 
+  /// By all reads so far.
+  std::int64_t bytesRead = 0;
+
   /// Names of all calls so far, in order.
   std::vector<std::string_view> names;
 
@@ -47,7 +50,9 @@ class WatchedSystemCalls : public SystemCalls {
 
   ssize_t read(int descriptor, void* bytes, std::size_t count) override {
     if (isRefused("read")) return -1;
-    return SystemCalls::read(descriptor, bytes, std::min(count, longestRead));
+    const ssize_t result = SystemCalls::read(descriptor, bytes, std::min(count, longestRead));
+    bytesRead += std::max<ssize_t>(result, 0);
+    return result;
   }
 
   int fstat(int descriptor, struct stat* status) override {

@@ -198,8 +198,8 @@ TEST_F(AccessibilityTest, EntriesOfAListAreToldWithTheirStates) {
   folder.file("abc", "abc");
   model.setMode(AppMode::Manifest);
   model.setManifestRoot({QUrl::fromLocalFile(QString::fromStdString(folder.path()))});
-  model.setManifestFile({QUrl::fromLocalFile(QString::fromStdString(
-      folder.file("list", md5OfAbc + "  abc\n" + zero + "  abc\n" + zero + "  missing\n?\n")))});
+  model.setManifestFile({QUrl::fromLocalFile(
+      QString::fromStdString(folder.file("list", md5OfAbc + "  abc\n" + zero + "  abc\n" + zero + "  missing\n?\n")))});
   waitFor("the list", [&] { return model.manifestRefusal().isEmpty(); });
   model.verifyManifest();
   waitFor("the end", [&] { return !model.isManifestVerifying() && driver.findItem("message") != nullptr; });

@@ -166,6 +166,18 @@ TEST_F(DropTest, ADragThatGoesAwayLeavesNothing) {
   EXPECT_EQ(model.jobs()->count(), 0);
 }
 
+TEST_F(DropTest, ChecksumListAndItsFolderAreDroppedTogether) {
+  const auto list = folder.file("list.md5", "900150983cd24fb0d6963f7d28e17f72  abc\n");
+  model.setMode(AppMode::Manifest);
+  waitFor("the screen",
+          [&] { return (zone = qobject_cast<DropZone*>(driver.findItem("manifestDropZone"))) != nullptr; });
+  EXPECT_EQ(drop(uriList, line(folder.path()) + line(list)), "copy");
+  waitFor("the list", [&] { return model.manifestJobs()->count() == 1 && model.manifestRefusal().isEmpty(); });
+  EXPECT_EQ(model.manifestRootURL(), folder.path());
+  EXPECT_EQ(model.manifestURL(), list);
+  model.clearManifest();
+}
+
 TEST_F(DropTest, DuringARunDropsAreRefusedAndTheListStays) {
   add({endlessFile()});
   driver.press({"Control_L", "Return"});

@@ -1,12 +1,9 @@
-// The Manifest mode with real keys, a real pointer, the real clipboard and real drags.
+// The Manifest mode with real keys, a real pointer and the real clipboard.
 
-#include <gmock/gmock.h>
 #include <optional>
 
 #include "app/FileLocation.h"
-#include "tests/support/Process.h"
 #include "tests/ui/WindowFixture.h"
-#include "ui/DropZone.h"
 
 namespace tallyfold::test {
 
@@ -133,9 +130,8 @@ TEST_F(ManifestTest, VerificationGoesOnInAnotherModeAndEscapeEndsIt) {
   waitFor("the row", [&] { return shows("status", "Verifying"); });
   driver.press({"Control_L", "5"});
   waitFor("the mode", [&] { return model.mode() == AppMode::Compare; });
-  waitFor("the sidebar", [&] {
-    return driver.item("modeManifest")->property("announcement").toString() == u"Manifest, working";
-  });
+  waitFor("the sidebar",
+          [&] { return driver.item("modeManifest")->property("announcement").toString() == u"Manifest, working"; });
   driver.press({"Escape"});
   driver.press({"Control_L", "4"});
   waitFor("the mode", [&] { return model.mode() == AppMode::Manifest; });
@@ -173,34 +169,6 @@ TEST_F(ManifestTest, LongListIsMadeAsItComesIntoView) {
   const QQuickItem* path = driver.item("path");
   EXPECT_TRUE(path->property("truncated").toBool());
   EXPECT_LE(path->property("contentWidth").toReal(), path->width());
-}
-
-TEST_F(ManifestTest, ListAndFolderAreDroppedTogether) {
-  const fs::path sums = folder.file("list.md5", md5OfAbc + "  abc\n");
-  auto* zone = qobject_cast<DropZone*>(driver.item("manifestDropZone"));
-  ASSERT_NE(zone, nullptr);
-  const std::string urls = fileUrl(root).toEncoded().toStdString() + "\r\n" + fileUrl(sums).toEncoded().toStdString();
-  OtherProgram source({DRAG_SOURCE, "text/uri-list", urls});
-  waitFor("the other program", [&] { return source.hasSaid("ready"); });
-  const QPoint from(80, 60);
-  bool isShifted = false;
-  const auto jiggle = [&](const QPoint& place) {
-    isShifted = !isShifted;
-    driver.movePointer(place + QPoint(isShifted ? 1 : 0, 0));
-  };
-  driver.movePointer(from);
-  driver.button(1, true);
-  waitFor("the drag", [&] {
-    jiggle(from);
-    return source.hasSaid("dragging");
-  });
-  waitFor("the target", [&] {
-    jiggle(zone->mapToGlobal(QPointF(300, 500)).toPoint());
-    return zone->isTargeted() && source.hasSaid("accepted");
-  });
-  driver.button(1, false);
-  waitFor("both", [&] { return model.manifestRootURL() == root && model.manifestURL() == sums; });
-  waitForVerdict("1 entry, not verified yet");
 }
 
 }  // namespace

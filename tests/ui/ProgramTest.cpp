@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <gmock/gmock.h>
+#include <set>
 
 #include <QElapsedTimer>
 #include <QProcess>
@@ -77,13 +78,34 @@ class ProgramTest : public testing::Test {
     if (!qgetenv("ASAN_OPTIONS").contains("detect_leaks=0")) {
       qputenv("ASAN_OPTIONS", qgetenv("ASAN_OPTIONS") + ":detect_leaks=0");
     }
-    const QStringList tracer = {"strace", "-f", "-y", "-e", "trace=" + calls,
-                                "-o", QString::fromStdString(trace.string())};
+    const QStringList tracer = {
+        "strace", "-f", "-y", "-e", "trace=" + calls, "-o", QString::fromStdString(trace.string())};
     if (QProcess::execute(tracer.front(), tracer.mid(1) + QStringList{"true"}) != 0) {
       throw std::runtime_error("strace cannot trace here: what the program does was not seen.");
     }
     start(tracer);
     return trace;
+  }
+
+  // By all calls that the tracer noted. A call of one thread may be noted in two parts, before and after one of
+  // another.
+  static qint64 bytesReadFrom(const fs::path& file, const fs::path& trace) {
+    const QRegularExpression call(
+        QStringLiteral(R"(^(\d+) +(?:<\.\.\. )?(\w+)(.*?)(?:= (\d+)| <unfinished \.\.\.>)$)"));
+    const QString place = QStringLiteral("<%1>").arg(QString::fromStdString(file.string()));
+    std::set<QString> underWay;  // The threads that have begun to read from the file.
+    qint64 bytes = 0;
+    for (const QString& line : QString::fromStdString(contentOf(trace)).split(u'\n')) {
+      const QRegularExpressionMatch match = call.match(line);
+      const QString thread = match.captured(1);
+      if (line.contains(place)) {
+        EXPECT_TRUE(match.hasMatch()) << line.toStdString();
+        EXPECT_NE(match.captured(2), QStringLiteral("mmap"));
+        underWay.insert(thread);
+      }
+      if (!match.captured(4).isEmpty() && underWay.erase(thread) > 0) bytes += match.captured(4).toLongLong();
+    }
+    return bytes;
   }
 
   // Starts a run over the file that was added, as soon as the program has taken it in.
@@ -173,19 +195,15 @@ TEST_F(ProgramTest, NoInternetSocketIsEverOpened) {
 }
 
 TEST_F(ProgramTest, FileListedUnderSeveralAlgorithmsAndNamesIsReadOnce) {
+  constexpr qint64 size = 20'000'000;
   const fs::path root = folder.path() / "root";
   fs::create_directory(root);
-  const fs::path file = folder.file("root/file", randomBytes(20'000'000, 1));
+  const fs::path file = folder.file("root/file", randomBytes(size, 1));
   fs::create_hard_link(file, root / "same file");
-  const fs::path list = folder.file("list", outputOf({"sha256sum", "--tag", file.string()}) +
-                                                "BLAKE3 (" + file.string() + ") = " +
-                                                outputOf({"b3sum", "--no-names", file.string()}));
-  // Names below the root.
-  std::string lines = contentOf(list);
-  for (std::size_t at = 0; (at = lines.find(root.string() + "/")) != std::string::npos;) {
-    lines.erase(at, root.string().size() + 1);
-  }
-  folder.file("list", lines + "SHA1 (same file) = " + outputOf({"sha1sum", file.string()}).substr(0, 40) + "\n");
+  const std::string sha256 = outputOf({"sha256sum", file.string()}).substr(0, 64);
+  const std::string blake3 = outputOf({"b3sum", "--no-names", file.string()}).substr(0, 64);
+  const fs::path list = folder.file(
+      "list", "SHA256 (file) = " + sha256 + "\nBLAKE3 (file) = " + blake3 + "\nSHA256 (same file) = " + sha256 + "\n");
 
   const fs::path trace = startTraced("read,pread64,readv,preadv,mmap");
   const OtherWindow window("Tally Fold");
@@ -194,28 +212,25 @@ TEST_F(ProgramTest, FileListedUnderSeveralAlgorithmsAndNamesIsReadOnce) {
   input.press({"Control_L", "o"});
   answerPanel("Choose File", list);
   window.focus();
-  input.press({"Control_L", "Shift_L", "o"});
-  answerPanel("Choose Folder", root);
-  window.focus();
-  const auto rowsEndIn = [&](const std::string& state) {
+  const auto allRowsAre = [&](const std::string& state) {
     input.press({"Control_L", "Shift_L", "c"});
     const QString rows = QString::fromStdString(input.clipboard());
     return rows.count(QString::fromStdString("\t" + state)) == 3;
   };
-  XInput::waitFor("the list", [&] { return rowsEndIn("Queued"); });
+  XInput::waitFor("the list", [&] { return allRowsAre("Queued"); });
+  input.press({"Control_L", "Shift_L", "o"});
+  answerPanel("Choose Folder", root);
+  window.focus();
+  // What is typed while a panel closes is lost. A second verification would read once more.
+  XInput::waitFor("the keyboard", [&] {
+    input.press({"Control_L", "c"});
+    return input.clipboard() == "1\tSHA-256\tfile\tQueued";
+  });
   input.press({"Control_L", "Return"});
-  XInput::waitFor("the verdict", [&] { return rowsEndIn("Match"); });
+  XInput::waitFor("the verdict", [&] { return allRowsAre("Match"); });
   input.press({"Control_L", "q"});
   expectExit();
-
-  const QString calls = QString::fromStdString(contentOf(trace));
-  qint64 bytes = 0;
-  const QRegularExpression read(QStringLiteral("read\\w*\\(\\d+<[^>]*/root/(?:same )?file>.* = (\\d+)$"),
-                                QRegularExpression::MultilineOption);
-  for (auto match = read.globalMatch(calls); match.hasNext();) bytes += match.next().captured(1).toLongLong();
-  // Once with the two algorithms of its name, and once more with the one that only its other name asks for.
-  EXPECT_EQ(bytes, 2 * 20'000'000);
-  EXPECT_FALSE(calls.contains(QRegularExpression(QStringLiteral("mmap\\([^\n]*/root/"))));
+  EXPECT_EQ(bytesReadFrom(file, trace), size);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@ import TallyFold
 
 // One of several ways to look at a list, and how much there is to see that way. It shows what `isChosen` is bound
 // to, and asks for a change of it.
-T.AbstractButton {
+T.RadioButton {
     id: control
 
     property int figure
@@ -16,12 +16,10 @@ T.AbstractButton {
 
     implicitWidth: row.implicitWidth + 2 * TallyTheme.space3
     implicitHeight: TallyTheme.smallControlHeight
+    checked: isChosen
     hoverEnabled: true
     focusPolicy: isChosen || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
-    Accessible.role: Accessible.RadioButton
     Accessible.name: text + ", " + count.text
-    Accessible.checkable: true
-    Accessible.checked: isChosen
     Accessible.onPressAction: chosen()
     Keys.onReturnPressed: chosen()
     Keys.onEnterPressed: chosen()
