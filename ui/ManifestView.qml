@@ -224,6 +224,8 @@ FocusScope {
             keyNavigationEnabled: true
             boundsBehavior: Flickable.StopAtBounds
             reuseItems: true
+            // No rows are made ahead of need, which the view does in the background: it stumbles when they are gone meanwhile.
+            cacheBuffer: 0
             model: root.jobs
             highlightFollowsCurrentItem: true
             highlightMoveDuration: 0
