@@ -3,18 +3,20 @@
 
 #include <cstdio>
 #include <exception>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <spawn.h>
 #include <stdexcept>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <variant>
 #include <vector>
 
 #include <QCommandLineParser>
-#include <QProcess>
 #include <QQuickWindow>
 
-#include "app/FileLocation.h"
 #include "tour/Driver.h"
 #include "ui/TallyfoldApp.h"
 
@@ -139,21 +141,30 @@ class Tour {
     show("verify-" + name);
   }
 
+  // Has sha256sum write a list of the files, as they lie in `folder`.
+  void writeList(const fs::path& folder, const fs::path& list) const {
+    std::vector<std::string> words = {"env", "--chdir=" + folder.string(), "sha256sum"};
+    for (const fs::path& file : files_) words.push_back(file.filename());
+    std::vector<char*> arguments;
+    for (std::string& word : words) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t toList;
+    posix_spawn_file_actions_init(&toList);
+    posix_spawn_file_actions_addopen(&toList, STDOUT_FILENO, list.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    pid_t child = 0;
+    int status = 0;
+    const bool isStarted = posix_spawnp(&child, arguments[0], &toList, nullptr, arguments.data(), environ) == 0;
+    posix_spawn_file_actions_destroy(&toList);
+    require(isStarted && waitpid(child, &status, 0) == child && status == 0, "sha256sum writes a list");
+  }
+
   // A list that another program wrote of copies of the files; then three of the copies are no longer what they were.
   void verifyManifest() {
     const fs::path copies = output_ / "copies";
     fs::create_directory(copies);
-    QStringList names;
-    for (const fs::path& file : files_) {
-      fs::copy_file(file, copies / file.filename());
-      names.append(textOf(file.filename()));
-    }
+    for (const fs::path& file : files_) fs::copy_file(file, copies / file.filename());
     const fs::path list = output_ / "SHA256SUMS";
-    QProcess sha256sum;
-    sha256sum.setWorkingDirectory(textOf(copies));
-    sha256sum.setStandardOutputFile(textOf(list));
-    sha256sum.start(QStringLiteral("sha256sum"), names);
-    require(sha256sum.waitForFinished() && sha256sum.exitCode() == 0, "sha256sum writes a list");
+    writeList(copies, list);
 
     enter(AppMode::Manifest, "4");
     show("manifest-empty");
