@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <sys/resource.h>
 #include <vector>
 
 #include <QElapsedTimer>
@@ -14,24 +13,15 @@
 #include <QQuickWindow>
 
 #include "app/FileLocation.h"
+#include "bench/ModelBench.h"
 #include "ui/TallyfoldApp.h"
-
-namespace {
-
-double peakMegabytes() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return static_cast<double>(usage.ru_maxrss) / 1024;
-}
-
-}  // namespace
 
 int main(int argc, char** argv) {
   using namespace tallyfold;
   TallyfoldApp app(argc, argv);
   AppViewModel& model = app.viewModel();
   while (!app.window().isExposed()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-  std::printf("window: %.0f MB\n", peakMegabytes());
+  std::printf("window: %.0f MB\n", bench::peakMegabytes());
   {
     QList<QUrl> urls;
     for (int i = 1; i < argc; ++i) {
@@ -47,7 +37,7 @@ int main(int argc, char** argv) {
   model.startProcessing();
   while (model.isProcessing()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
   std::printf("%zu files hashed in %.2f s: %.0f MB\n", model.results().size(),
-              static_cast<double>(clock.elapsed()) / 1e3, peakMegabytes());
+              static_cast<double>(clock.elapsed()) / 1e3, bench::peakMegabytes());
 
   // A flick through the list: so many pixels for each frame, timed from one frame to the next.
   auto* list = app.window().findChild<QQuickItem*>(QStringLiteral("jobList"));
@@ -64,5 +54,5 @@ int main(int argc, char** argv) {
   }
   std::sort(frames.begin(), frames.end());
   std::printf("scrolling 97 pixels a frame: median %.1f ms, 95th percentile %.1f ms, longest %.1f ms; %.0f MB\n",
-              frames[frames.size() / 2], frames[frames.size() * 95 / 100], frames.back(), peakMegabytes());
+              frames[frames.size() / 2], frames[frames.size() * 95 / 100], frames.back(), bench::peakMegabytes());
 }

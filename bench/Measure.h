@@ -3,8 +3,14 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <functional>
+#include <random>
 #include <spawn.h>
 #include <stdexcept>
 #include <string>
@@ -26,6 +32,12 @@ inline double median(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
+/// A line of the table that bench/with-peers prints: a measured figure next to the one that it is to reach.
+inline void printTarget(const std::string& what, double figure, const char* relation, double bound) {
+  const bool isReached = relation == std::string("at least") ? figure >= bound : figure <= bound;
+  std::printf("=> %s | %.2f | %s %g | %s\n", what.c_str(), figure, relation, bound, isReached ? "yes" : "NO");
+}
+
 struct Entrant {
   std::string name;
   std::function<void()> work;
@@ -41,6 +53,52 @@ inline std::vector<double> medians(const std::vector<Entrant>& entrants, int rou
   result.reserve(times.size());
   for (const std::vector<double>& values : times) result.push_back(median(values));
   return result;
+}
+
+/// A new, empty folder that goes away with everything in it.
+class Folder {
+ public:
+  Folder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "tallyfold-bench-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot create a folder");
+    path_ = pattern;
+  }
+  ~Folder() { std::filesystem::remove_all(path_); }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+
+  [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// A file of so many random bytes, which is in the page cache from then on.
+inline void writeLargeFile(const std::filesystem::path& path, int mebibytes) {
+  std::mt19937_64 engine(1);
+  std::vector<std::uint64_t> words((1 << 20) / sizeof(std::uint64_t));
+  std::ofstream stream(path, std::ios::binary);
+  for (int i = 0; i < mebibytes; ++i) {
+    std::ranges::generate(words, engine);
+    stream.write(reinterpret_cast<const char*>(words.data()), 1 << 20);
+  }
+  if (!stream.flush()) throw std::runtime_error("cannot write " + path.string());
+}
+
+/// Random files in folders of a thousand. Returns them.
+inline std::vector<std::filesystem::path> writeSmallFiles(const std::filesystem::path& root, int count,
+                                                          std::size_t size) {
+  std::mt19937_64 engine(1);
+  std::string content(size, '\0');
+  std::vector<std::filesystem::path> files;
+  for (int i = 0; i < count; ++i) {
+    const std::filesystem::path folder = root / ("folder " + std::to_string(i / 1000));
+    if (i % 1000 == 0) std::filesystem::create_directory(folder);
+    for (char& byte : content) byte = static_cast<char>(engine());
+    files.push_back(folder / ("a file with a name of usual length " + std::to_string(i) + ".bin"));
+    std::ofstream(files.back(), std::ios::binary) << content;
+  }
+  return files;
 }
 
 /// Runs a program found on the PATH, without its output, on the cores of the calling thread.
@@ -59,6 +117,17 @@ inline void run(const std::vector<std::string>& command) {
   if (failure != 0 || waitpid(child, &status, 0) != child || status != 0) {
     throw std::runtime_error(command.front() + " failed");
   }
+}
+
+/// Has sha256sum write a list of all files below `root`.
+inline void writeList(const std::filesystem::path& root, const std::filesystem::path& list) {
+  run({"env", "--chdir=" + root.string(), "sh", "-c",
+       R"(find . -type f -print0 | sort --zero-terminated | xargs --null sha256sum > "$0")", list});
+}
+
+/// Has sha256sum verify that list.
+inline void checkList(const std::filesystem::path& root, const std::filesystem::path& list) {
+  run({"env", "--chdir=" + root.string(), "sha256sum", "--check", "--quiet", list});
 }
 
 }  // namespace tallyfold::bench

@@ -6,13 +6,14 @@
 #include <sys/resource.h>
 #include <utility>
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QTimer>
 
 #include "app/Desktop.h"
 
 /// What the benchmarks of the model, which have no screen, have in common.
-namespace tallyfold {
+namespace tallyfold::bench {
 
 /// A desktop without a user.
 class NoDesktop : public Desktop {
@@ -53,4 +54,10 @@ class StallMeter : public QObject {
   qint64 longest_ = 0;
 };
 
-}  // namespace tallyfold
+/// Handles events as long as `isBusy`.
+template <typename Condition>
+void waitWhile(Condition isBusy) {
+  while (isBusy()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+}  // namespace tallyfold::bench

@@ -18,6 +18,8 @@
 #include <unistd.h>
 #include <vector>
 
+#include "bench/Measure.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -100,6 +102,7 @@ int main(int argc, char** argv) {
   std::sort(seconds.begin(), seconds.end());
   std::sort(kilobytes.begin(), kilobytes.end());
   const std::size_t median = seconds.size() / 2;
-  std::printf("start to first painted frame: %.3f s (%.3f to %.3f); resident at rest: %.0f MB (median of %d runs)\n",
-              seconds[median], seconds.front(), seconds.back(), static_cast<double>(kilobytes[median]) / 1000, runs);
+  std::printf("start to first painted frame: %.3f s to %.3f s, %d runs\n", seconds.front(), seconds.back(), runs);
+  tallyfold::bench::printTarget("start to first painted frame: seconds", seconds[median], "at most", 0.5);
+  tallyfold::bench::printTarget("resident at rest: MB", static_cast<double>(kilobytes[median]) / 1000, "at most", 150);
 }
