@@ -99,6 +99,9 @@ QQuickItem* WindowFixture::row(int index) {
   waitFor("row " + std::to_string(index), [&] {
     QQuickItem* list = driver.item(QStringLiteral("jobList"));
     QMetaObject::invokeMethod(list, "forceLayout");
+    // Scrolled into view only where it is outside.
+    constexpr int contain = 4;  // ListView.Contain
+    QMetaObject::invokeMethod(list, "positionViewAtIndex", Q_ARG(int, index), Q_ARG(int, contain));
     QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, found), Q_ARG(int, index));
     return found != nullptr;
   });

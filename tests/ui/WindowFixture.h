@@ -42,7 +42,7 @@ class WindowFixture : public testing::Test {
   /// A file that takes minutes to hash.
   std::filesystem::path endlessFile();
 
-  /// The row of the list on the screen, and what is in it.
+  /// The row of the list, scrolled into view, and what is in it.
   QQuickItem* row(int index);
   QQuickItem* inRow(int index, const QString& objectName);
   [[nodiscard]] QString selectedName() const;
