@@ -77,6 +77,7 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(argc, argv) {
   std::signal(SIGXFSZ, SIG_IGN);
   QApplication::setApplicationName(QStringLiteral("tally-fold"));
   QApplication::setApplicationDisplayName(QStringLiteral("Tally Fold"));
+  QGuiApplication::setDesktopFileName(QStringLiteral("tally-fold"));
   QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/tallyfold.svg")));
   // The window is never brought back by the desktop's session.
   QObject::connect(&application_, &QGuiApplication::saveStateRequest, &application_,
