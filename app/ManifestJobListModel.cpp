@@ -200,8 +200,7 @@ void ManifestJobListModel::announceChanges() {
 // Rows come and go in few runs of neighbours, since entries are verified nearly in their order.
 void ManifestJobListModel::announceFiltered() {
   std::ranges::sort(changed_);
-  const auto [end, rest] = std::ranges::unique(changed_);
-  changed_.erase(end, rest);
+  changed_.erase(std::unique(changed_.begin(), changed_.end()), changed_.end());
 
   std::vector<std::size_t> gone;       // Positions in shown_.
   std::vector<std::size_t> places;     // Positions in shown_, without what is gone, before which ...

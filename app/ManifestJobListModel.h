@@ -20,7 +20,7 @@ class ManifestJobListModel : public QAbstractListModel {
   /// Rows that the filter lets through.
   Q_PROPERTY(int count READ count NOTIFY countChanged)
   /// The largest line number of all rows, whatever the filter.
-  Q_PROPERTY(qint64 lastLineNumber READ lastLineNumber NOTIFY countsChanged)
+  Q_PROPERTY(int lastLineNumber READ lastLineNumber NOTIFY countsChanged)
   Q_PROPERTY(tallyfold::ManifestJobListModel::Filter filter READ filter WRITE setFilter NOTIFY filterChanged)
   /// How many rows each filter lets through, in the order of the filters.
   Q_PROPERTY(QList<int> counts READ counts NOTIFY countsChanged)
@@ -66,7 +66,9 @@ class ManifestJobListModel : public QAbstractListModel {
   [[nodiscard]] const std::vector<ManifestJob>& jobs() const { return jobs_; }
   [[nodiscard]] int total() const { return static_cast<int>(jobs_.size()); }
   [[nodiscard]] int total(State state) const { return totals_.at(state); }
-  [[nodiscard]] qint64 lastLineNumber() const { return jobs_.empty() ? 0 : jobs_.back().entry->lineNumber; }
+  [[nodiscard]] int lastLineNumber() const {
+    return jobs_.empty() ? 0 : static_cast<int>(jobs_.back().entry->lineNumber);
+  }
   [[nodiscard]] Filter filter() const { return filter_; }
   void setFilter(Filter filter);
   [[nodiscard]] QList<int> counts() const;

@@ -129,7 +129,8 @@ std::int64_t utf8ByteCount(std::u16string_view text) {
     std::uint16_t pairs = 0;
     const std::u16string_view withNext = text.substr(start, blockSize + 1);
     for (std::size_t i = 1; i < withNext.size(); ++i) {
-      pairs = static_cast<std::uint16_t>(pairs + (isHighSurrogate(withNext[i - 1]) & isLowSurrogate(withNext[i])));
+      pairs =
+          static_cast<std::uint16_t>(pairs + int{isHighSurrogate(withNext[i - 1])} * int{isLowSurrogate(withNext[i])});
     }
     count += furtherBytes - 2 * pairs;
   }

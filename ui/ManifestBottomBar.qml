@@ -7,6 +7,8 @@ Item {
 
     required property AppViewModel viewModel
     required property bool hasRows
+    readonly property var listFile: viewModel.manifestFile
+    readonly property var rootFolder: viewModel.manifestRoot
     readonly property bool isBusy: viewModel.isLoadingManifest || viewModel.isManifestVerifying
 
     signal copyRequested
@@ -30,7 +32,7 @@ Item {
         TFButton {
             objectName: "clearManifest"
             text: qsTr("Clear")
-            refusal: root.viewModel.manifestFile.name === undefined && root.viewModel.manifestRoot.name === undefined ? qsTr("Nothing is chosen.") : ""
+            refusal: root.listFile.name === undefined && root.rootFolder.name === undefined ? qsTr("Nothing is chosen.") : ""
             onClicked: root.viewModel.clearManifest()
         }
     }

@@ -10,7 +10,9 @@ FocusScope {
     required property AppViewModel viewModel
     readonly property ManifestJobListModel jobs: viewModel.manifestJobs
     readonly property var verdict: viewModel.manifestVerdict
-    readonly property bool hasList: viewModel.manifestFile.name !== undefined
+    readonly property var listFile: viewModel.manifestFile
+    readonly property var rootFolder: viewModel.manifestRoot
+    readonly property bool hasList: listFile.name !== undefined
     readonly property bool isBusy: viewModel.isLoadingManifest || viewModel.isManifestVerifying
     readonly property string busyRefusal: viewModel.isLoadingManifest ? qsTr("The checksum list is being read.") : viewModel.isManifestVerifying ? qsTr("A verification is under way.") : ""
     // Behind an alert no key reaches it.
@@ -34,7 +36,7 @@ FocusScope {
             viewModel.chooseManifestFile();
         else if (viewModel.manifestRefusal === "")
             viewModel.verifyManifest();
-        else if (!isBusy && viewModel.manifestRoot.name === undefined)
+        else if (!isBusy && rootFolder.name === undefined)
             viewModel.chooseManifestRoot();
     }
 

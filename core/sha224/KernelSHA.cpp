@@ -32,9 +32,9 @@ void compress(std::uint32_t* state, const std::byte* blocks, std::size_t count) 
     const __m128i hgdc0 = hgdc;
     __m128i w[4];
 #pragma GCC unroll 4
-    for (int i = 0; i < 4; ++i) w[i] = _mm_shuffle_epi8(load(blocks + 16 * i), bigEndian);
+    for (std::size_t i = 0; i < 4; ++i) w[i] = _mm_shuffle_epi8(load(blocks + 16 * i), bigEndian);
 #pragma GCC unroll 16
-    for (int i = 0; i < 16; ++i) {
+    for (std::size_t i = 0; i < 16; ++i) {
       const __m128i sum = _mm_add_epi32(w[i % 4], load(kRoundConstants + 4 * i));
       hgdc = _mm_sha256rnds2_epu32(hgdc, feba, sum);
       feba = _mm_sha256rnds2_epu32(feba, hgdc, _mm_shuffle_epi32(sum, 0x0E));

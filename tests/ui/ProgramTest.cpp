@@ -73,7 +73,7 @@ class ProgramTest : public testing::Test {
 
   // Starts the program under a tracer of these calls, whose notes go to the file that is returned.
   fs::path startTraced(const QString& calls) {
-    const fs::path trace = folder.path() / "trace";
+    fs::path trace = folder.path() / "trace";
     // The leak checker cannot work under a tracer.
     if (!qgetenv("ASAN_OPTIONS").contains("detect_leaks=0")) {
       qputenv("ASAN_OPTIONS", qgetenv("ASAN_OPTIONS") + ":detect_leaks=0");
