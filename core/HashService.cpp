@@ -25,27 +25,24 @@ std::int64_t saturatingSum(std::int64_t a, std::int64_t b) {
   return a > largest - b ? largest : a + b;
 }
 
-/// One pipeline on the calling thread, and the chunk that it is fed from.
+/// One pipeline on the calling thread, and the piece of the file that it is fed from: what is read stays in a
+/// second-level cache until one algorithm after another has read it there.
 class OneLane {
  public:
   OneLane(HashAlgorithmSet algorithms, std::int64_t size)
-      : pipeline_(algorithms), buffer_(static_cast<std::size_t>(std::min(size, chunkSize))) {}
+      : pipeline_(algorithms), buffer_(static_cast<std::size_t>(std::min(size, kPiece))) {}
 
   [[nodiscard]] std::span<std::byte> room(std::size_t wanted) const {
     return buffer_.first(std::min(wanted, buffer_.size()));
   }
 
-  /// In slices that stay in a second-level cache while one algorithm after another reads them.
-  void absorb(std::size_t count) {
-    constexpr std::size_t most = 128 << 10;
-    for (auto bytes = buffer_.first(count); !bytes.empty(); bytes = bytes.subspan(std::min(bytes.size(), most))) {
-      pipeline_.update(bytes.first(std::min(bytes.size(), most)));
-    }
-  }
+  void absorb(std::size_t count) { pipeline_.update(buffer_.first(count)); }
 
   [[nodiscard]] DigestMap finalize() { return pipeline_.finalize(); }
 
  private:
+  static constexpr std::int64_t kPiece = 128 << 10;
+
   HashPipeline pipeline_;
   ReadBuffer buffer_;
 };
