@@ -52,7 +52,7 @@ inline Sequence firstSequence(std::string_view bytes) {
   const auto at = [&](std::size_t i) { return i < bytes.size() ? static_cast<std::uint8_t>(bytes[i]) : 0x100; };
   const int lead = at(0);
   if (lead < 0x80) return {1, true};
-  const std::size_t wanted = lead >= 0xC2 && lead <= 0xDF ? 2
+  const std::size_t wanted = lead >= 0xC2 && lead <= 0xDF   ? 2
                              : lead >= 0xE0 && lead <= 0xEF ? 3
                              : lead >= 0xF0 && lead <= 0xF4 ? 4
                                                             : 1;

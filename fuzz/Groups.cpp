@@ -1,10 +1,9 @@
 // The grouping of the entries of a list by the files that they name, next to one that compares each with each.
 
 #include <filesystem>
+#include <fuzzer/FuzzedDataProvider.h>
 #include <string>
 #include <vector>
-
-#include <fuzzer/FuzzedDataProvider.h>
 
 #include "checksums/ManifestGroups.h"
 #include "fuzz/Fuzz.h"

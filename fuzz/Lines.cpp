@@ -57,14 +57,14 @@ void checkLine(const std::string& line, std::optional<HashAlgorithm> hint) {
   requireDigest(entry.expectedHash, entry.algorithm);
   fuzz::require(fuzz::isWellFormed(entry.relativePath));
   if (!entry.relativePath.empty()) {
-    requireSame(parseGNUStyleLine("\\" + entry.expectedHash + "  " + escaped(entry.relativePath), number,
-                                  entry.algorithm),
-                entry);
+    requireSame(
+        parseGNUStyleLine("\\" + entry.expectedHash + "  " + escaped(entry.relativePath), number, entry.algorithm),
+        entry);
   }
-  requireSame(parseBSDLine(std::string(entry.algorithm.rawValue()) + " (" + entry.relativePath + ") = " +
-                               entry.expectedHash,
-                           number),
-              entry);
+  requireSame(
+      parseBSDLine(std::string(entry.algorithm.rawValue()) + " (" + entry.relativePath + ") = " + entry.expectedHash,
+                   number),
+      entry);
 }
 
 void checkPasted(const std::string& text, std::optional<HashAlgorithm> preferred) {

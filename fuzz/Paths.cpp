@@ -2,9 +2,8 @@
 // resolution: what is found lies inside.
 
 #include <filesystem>
-#include <string>
-
 #include <fuzzer/FuzzedDataProvider.h>
+#include <string>
 
 #include "checksums/ManifestPaths.h"
 #include "fuzz/Fuzz.h"

@@ -3,6 +3,7 @@
 #include <cctype>
 #include <fcntl.h>
 #include <fstream>
+#include <fuzzer/FuzzedDataProvider.h>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -10,8 +11,6 @@
 #include <string_view>
 #include <variant>
 #include <vector>
-
-#include <fuzzer/FuzzedDataProvider.h>
 
 #include "export/ManifestService.h"
 #include "fuzz/Fuzz.h"

@@ -159,8 +159,8 @@ TEST(Allocation, BufferIsNoLargerThanTheFileAndNeverOverOneChunk) {
   };
   EXPECT_LE(largestFor(0), 4096U);
   EXPECT_LE(largestFor(4096), 4096U);
-  EXPECT_EQ(largestFor(1'000'000), 1'000'000U);
-  EXPECT_EQ(largestFor(10'000'000), 8'388'608U);
+  EXPECT_LE(largestFor(1'000'000), 1'000'000U);
+  EXPECT_LE(largestFor(10'000'000), 8'388'608U);
 }
 
 TEST(Allocation, ComparisonHoldsNoMoreThanTheFilesAndNeverOverOneChunk) {
