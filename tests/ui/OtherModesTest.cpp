@@ -39,7 +39,10 @@ TEST_F(OtherModes, ShortcutsWorkFromTextsThatAreOnlyToBeRead) {
   calculate();
   driver.click("copy SHA-256");
   driver.clickAt(inRow(0, "copy SHA-256")->mapToGlobal(QPointF(-200, 10)).toPoint());
-  EXPECT_TRUE(window.activeFocusItem()->property("readOnly").toBool());
+  waitFor("the text", [&] {
+    const QQuickItem* owner = window.activeFocusItem();
+    return owner != nullptr && owner->property("readOnly").toBool();
+  });
   driver.press({"Control_L", "c"});
   waitFor("all checksums", [&] { return driver.clipboard().starts_with("SHA-256: "); });
   enter(AppMode::Text);
