@@ -172,12 +172,14 @@ TEST_F(AccessibilityTest, MenusAndTheAlertAreThereWhileTheyAreOpen) {
   driver.usableItem("copyPath");
   for (const char* item : {"Reveal in Finder", "Copy path", "Remove"}) find(QAccessible::MenuItem, item);
   driver.press({"Escape"});
+  waitFor("the menu to close", [&] { return driver.findItem("copyPath") == nullptr; });
 
   driver.click("applicationMenu");
   driver.usableItem("quitItem");
   find(QAccessible::MenuItem, "Settings…");
   find(QAccessible::MenuItem, "Quit");
   driver.press({"Escape"});
+  waitFor("the menu to close", [&] { return driver.findItem("quitItem") == nullptr; });
 
   model.setErrorMessage("Something failed.");
   driver.usableItem("alertOk");
