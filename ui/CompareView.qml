@@ -191,6 +191,7 @@ FocusScope {
     Shortcut {
         enabled: root.visible && !root.viewModel.isComparing
         sequences: ["Return", "Enter", "Ctrl+Return", "Ctrl+Enter"]
+        autoRepeat: false
         onActivated: root.act()
     }
 

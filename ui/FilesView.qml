@@ -228,6 +228,7 @@ FocusScope {
     Shortcut {
         enabled: root.takesKeys
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
+        autoRepeat: false
         onActivated: root.viewModel.startProcessing()
     }
 

@@ -442,6 +442,7 @@ FocusScope {
     Shortcut {
         enabled: root.takesKeys && !root.isBusy
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
+        autoRepeat: false
         onActivated: root.act()
     }
 
@@ -449,6 +450,7 @@ FocusScope {
     Shortcut {
         enabled: root.takesKeys && !root.isBusy && root.Window.activeFocusItem === root.Window.contentItem
         sequences: ["Return", "Enter"]
+        autoRepeat: false
         onActivated: root.act()
     }
 

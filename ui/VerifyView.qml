@@ -304,6 +304,7 @@ FocusScope {
     Shortcut {
         enabled: root.visible && !root.viewModel.isVerifying
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
+        autoRepeat: false
         onActivated: root.act()
     }
 
