@@ -200,7 +200,7 @@ ParseResult plainlyParsed(std::string text) {
 TEST_F(ChecksumReading, PiecesDoNotMatter) {
   std::mt19937_64 engine(test::seedOfThisRun());
   const std::vector<std::string> parts{"\r", "\n", "\r\n", "\uFEFF", d32 + "  ", "\u00E9\U0001F600", "# x", "a"};
-  std::string text = "\uFEFF";
+  std::string text = "\uFEFFa";  // Of two marks UTF-8 loses one and UTF-16 both: the first as its own.
   while (text.size() < 1'500'000) text += parts[engine() % parts.size()];
   const std::vector<std::string> expected = summary(plainlyParsed(text));
   ASSERT_GT(expected.size(), 1000U);
