@@ -3,9 +3,8 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <vector>
 
-#include <QObject>
+#include "app/InterfaceInbox.h"
 
 namespace tallyfold {
 
@@ -13,7 +12,7 @@ class AppViewModel;
 
 /// What background tasks hold instead of the model: the way to post to it as long as it exists, never a reason for it
 /// to exist. Posted messages run on the interface thread, in the order of posting, at most once per frame of the
-/// screen: all that was posted in between runs together, so that no worker can flood the event loop.
+/// screen.
 class WeakAppViewModelReference {
  public:
   using Message = std::function<void(AppViewModel&)>;
@@ -31,17 +30,9 @@ class WeakAppViewModelReference {
   void reset();
 
  private:
-  class Receiver;
-
-  void deliver();
-
   std::mutex mutex_;
-  // Guarded by the mutex.
-  AppViewModel* value_;
-  std::vector<Message> pending_;
-  bool isWakePosted_ = false;
-
-  std::unique_ptr<Receiver> receiver_;
+  AppViewModel* value_;  // Guarded by the mutex.
+  std::unique_ptr<InterfaceInbox> inbox_;
 };
 
 }  // namespace tallyfold

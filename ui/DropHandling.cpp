@@ -4,37 +4,17 @@
 #include <thread>
 #include <utility>
 
-#include <QCoreApplication>
-
 #include "app/FileLocation.h"
+#include "app/InterfaceInbox.h"
 
 namespace tallyfold {
 
 namespace {
 
-// Runs `task` on the interface thread. The mutex orders what the other thread wrote before what the interface thread
-// reads.
-void postToInterface(std::function<void()> task) {
-  struct Parcel {
-    std::mutex mutex;
-    std::function<void()> task;
-  };
-  auto parcel = std::make_shared<Parcel>();
-  {
-    const std::lock_guard lock(parcel->mutex);
-    parcel->task = std::move(task);
-  }
-  QMetaObject::invokeMethod(
-      QCoreApplication::instance(),
-      [parcel] {
-        std::function<void()> received;
-        {
-          const std::lock_guard lock(parcel->mutex);
-          received.swap(parcel->task);
-        }
-        received();
-      },
-      Qt::QueuedConnection);
+// Lives as long as any thread of a drop may post to it. First asked for on the interface thread.
+InterfaceInbox& inbox() {
+  static auto& inbox = *new InterfaceInbox(0);
+  return inbox;
 }
 
 // One drop whose items load on threads of their own. The last reference to it, whoever holds it, ends the drop.
@@ -100,16 +80,18 @@ QList<QUrl> markedFolders(QList<QUrl> urls) {
 
 void resolveFileURLs(const QList<QUrl>& urls, FilesCallback dropped, Droppable kind) {
   if (urls.isEmpty()) return;
+  inbox();
   std::thread([urls = urls, dropped = std::move(dropped), kind]() mutable {
     QList<QUrl> files = markedFolders(std::move(urls));
     files.removeIf([](const QUrl& url) { return !url.isLocalFile(); });
     if (kind == Droppable::files) files = filteredFileURLs(files);
-    if (!files.isEmpty()) postToInterface([files, dropped = std::move(dropped)] { dropped(files); });
+    if (!files.isEmpty()) inbox().post([files, dropped = std::move(dropped)] { dropped(files); });
   }).detach();
 }
 
 void resolveBigSurFileURLs(const std::vector<std::shared_ptr<ItemProvider>>& items, FilesCallback dropped,
                            Droppable kind) {
+  inbox();
   const auto group = std::make_shared<DropGroup>(std::move(dropped), kind);
   for (const auto& item : items) item->loadItem([group](const QVariant& loaded) { group->complete(loaded); });
 }
