@@ -22,8 +22,9 @@ constexpr std::size_t kMaximumDepth = 54;
 /// narrow for wide registers, are few; and few, so that the row stays in the first-level cache.
 constexpr std::size_t kChunksAtOnce = 128;
 
-/// Chaining values of neighbours, from the second place on. The first place is for the sibling of the first of them.
-using ChunkRow = std::array<ChainingValue, kChunksAtOnce + 1>;
+/// Chaining values of neighbours, from the second place on: of the chunk that was in progress and those compressed at
+/// once. The first place is for the sibling of the first of them.
+using ChunkRow = std::array<ChainingValue, kChunksAtOnce + 2>;
 
 }  // namespace
 
@@ -129,25 +130,37 @@ void pushChunks(tf_blake3& context, ChunkRow& row, std::size_t count) {
   }
 }
 
-void completeChunk(tf_blake3& context) {
-  ChunkRow row;
-  row[1] = chunkNode(context).compress();
-  pushChunks(context, row, 1);
+/// Ends the chunk in progress, which is full and has more input behind it, with its chaining value in `result`.
+void completeChunk(tf_blake3& context, ChainingValue& result) {
+  result = chunkNode(context).compress();
   context.chunkChainingValue = context.keyWords;
   clearBlock(context);
   context.blocksCompressed = 0;
   context.chunkFlags = context.baseFlags;
 }
 
-/// Absorbs complete chunks from between two chunks, all that have input behind them. Returns how many bytes those were.
+/// Absorbs all complete chunks, and completes the chunk in progress, which is either empty or full. The last complete
+/// chunk stays in progress when nothing of the input is behind it. Returns how many bytes it took.
 std::size_t absorbChunks(tf_blake3& context, const std::uint8_t* data, std::size_t length) {
-  const std::size_t total = (length - 1) / kChunkSize;
-  for (std::size_t done = 0; done < total;) {
+  ChunkRow row;
+  std::size_t held = 0;
+  if (context.blockLength > 0) completeChunk(context, row[++held]);
+  const std::size_t total = length / kChunkSize;
+  const bool endsWithChunk = length % kChunkSize == 0;
+  std::size_t done = 0;
+  do {
     const std::size_t count = std::min(total - done, kChunksAtOnce);
-    ChunkRow row;
-    kernels.current().chunks(data + done * kChunkSize, count, context.chunkCounter, row[1].data());
-    pushChunks(context, row, count);
+    const bool staysInProgress = endsWithChunk && done + count == total;
+    kernels.current().chunks(data + done * kChunkSize, count, context.chunkCounter + held, row[1 + held].data(),
+                             staysInProgress ? context.chunkChainingValue.data() : nullptr);
+    pushChunks(context, row, held + count - (staysInProgress ? 1 : 0));
+    held = 0;
     done += count;
+  } while (done < total);
+  if (endsWithChunk) {
+    context.blocksCompressed = kChunkSize / kBlockSize - 1;
+    context.blockLength = kBlockSize;
+    std::memcpy(context.block.data(), data + length - kBlockSize, kBlockSize);
   }
   return total * kChunkSize;
 }
@@ -188,14 +201,12 @@ void tf_blake3_update(tf_blake3* context, const void* data, std::size_t length) 
   const auto* bytes = static_cast<const std::uint8_t*>(data);
   while (length > 0) {
     std::size_t filled = context->blockLength + kBlockSize * context->blocksCompressed;
-    if (filled == kChunkSize) {
-      completeChunk(*context);
-      filled = 0;
-    }
-    if (filled == 0) {
+    if (filled % kChunkSize == 0) {
       const std::size_t absorbed = absorbChunks(*context, bytes, length);
       bytes += absorbed;
       length -= absorbed;
+      if (length == 0) return;
+      filled = 0;
     }
     const std::size_t taken = std::min(length, kChunkSize - filled);
     absorb(*context, bytes, taken);

@@ -56,12 +56,14 @@ void absorb(std::uint32_t* chainingValue, const std::uint8_t* blocks, std::size_
   }
 }
 
-void chunks(const std::uint8_t* input, std::size_t count, std::uint64_t counter, std::uint32_t* output) {
+void chunks(const std::uint8_t* input, std::size_t count, std::uint64_t counter, std::uint32_t* output,
+            std::uint32_t* unfinished) {
   constexpr std::size_t inner = kChunkSize / kBlockSize - 2;
   for (; count > 0; --count, input += kChunkSize, ++counter, output += kChainingWords) {
     std::ranges::copy(kIV, output);
     absorb(output, input, 1, counter, kChunkStart);
     absorb(output, input + kBlockSize, inner, counter, 0);
+    if (count == 1 && unfinished != nullptr) std::copy_n(output, kChainingWords, unfinished);
     absorb(output, input + kChunkSize - kBlockSize, 1, counter, kChunkEnd);
   }
 }

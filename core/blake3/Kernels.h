@@ -22,7 +22,9 @@ struct Kernel {
                  std::uint32_t flags);
 
   /// The chaining values of `count` complete chunks, none of them the root. The first has the number `counter`.
-  void (*chunks)(const std::uint8_t* input, std::size_t count, std::uint64_t counter, std::uint32_t* output);
+  /// `unfinished`, unless it is null, receives that of the last chunk before its last block.
+  void (*chunks)(const std::uint8_t* input, std::size_t count, std::uint64_t counter, std::uint32_t* output,
+                 std::uint32_t* unfinished);
 
   /// The chaining values of `count` parents, none of them the root, from those of their 2 * `count` children.
   /// `output` does not overlap `children`.

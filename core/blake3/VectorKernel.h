@@ -50,7 +50,8 @@ class VectorKernel {
     store(rows, chainingValue);
   }
 
-  static void chunks(const std::uint8_t* input, std::size_t count, std::uint64_t counter, std::uint32_t* output) {
+  static void chunks(const std::uint8_t* input, std::size_t count, std::uint64_t counter, std::uint32_t* output,
+                     std::uint32_t* unfinished) {
     while (count > 1) {
       const std::size_t taken = count < width ? count : width;
       Lanes lanes;
@@ -58,12 +59,13 @@ class VectorKernel {
       // The processor by itself sees too late that each lane leaps over the others' chunks.
       const std::size_t next = count - taken < width ? 0 : width * kChunkSize;
       chunksSideBySide(lanes, counter, next);
+      if (taken == count && unfinished != nullptr) lanes.copyUnfinished(taken - 1, unfinished);
       input += taken * kChunkSize;
       output += taken * kChainingWords;
       counter += taken;
       count -= taken;
     }
-    if (count == 1) oneChunk(input, counter, output);
+    if (count == 1) oneChunk(input, counter, output, unfinished);
   }
 
   static void parents(const std::uint32_t* children, std::size_t count, std::uint32_t* output) {
@@ -173,10 +175,12 @@ class VectorKernel {
     chainingValue.high = _mm_xor_si128(b, d);
   }
 
-  static void oneChunk(const std::uint8_t* input, std::uint64_t counter, std::uint32_t* output) {
+  static void oneChunk(const std::uint8_t* input, std::uint64_t counter, std::uint32_t* output,
+                       std::uint32_t* unfinished) {
     constexpr std::size_t last = kChunkSize - kBlockSize;
     Rows rows = load(iv);
     for (std::size_t at = 0; at < kChunkSize; at += kBlockSize) {
+      if (at == last && unfinished != nullptr) store(rows, unfinished);
       const std::uint32_t flags = at == 0 ? kChunkStart : at == last ? kChunkEnd : 0U;
       compressRows(rows, input + at, counter, kBlockSize, flags);
     }
@@ -189,6 +193,13 @@ class VectorKernel {
     const std::uint8_t* inputs[width];
     std::uint32_t* outputs[width];
     std::uint32_t unused[kChainingWords];
+    Vector unfinished[kChainingWords];  // The chaining values before the last block.
+
+    void copyUnfinished(std::size_t lane, std::uint32_t* words) const {
+      for (const Vector& vector : unfinished) {
+        __builtin_memcpy(words++, reinterpret_cast<const std::uint8_t*>(&vector) + 4 * lane, 4);
+      }
+    }
   };
 
   /// One lane per message. Lanes that are left over read the last message again, and nobody wants what they write.
@@ -303,6 +314,7 @@ class VectorKernel {
     start(chainingValues);
     for (std::size_t at = 0; at < kChunkSize; at += kBlockSize) {
       const std::uint32_t flags = at == 0 ? kChunkStart : at == last ? kChunkEnd : 0U;
+      for (std::size_t i = 0; i < kChainingWords; ++i) lanes.unfinished[i] = chainingValues[i];
       compressLanes(chainingValues, lanes.inputs, counterLow, counterHigh, flags);
       for (const std::uint8_t*& input : lanes.inputs) {
         _mm_prefetch(reinterpret_cast<const char*>(input + next), _MM_HINT_T0);
