@@ -4,11 +4,13 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <cstddef>
 #include <cstdio>
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/uio.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -64,7 +66,11 @@ int SystemCalls::fstat(int descriptor, struct stat* status) { return ::fstat(des
 int SystemCalls::stat(const char* path, struct stat* status) { return ::stat(path, status); }
 int SystemCalls::lstat(const char* path, struct stat* status) { return ::lstat(path, status); }
 int SystemCalls::willNeed(int descriptor, off_t offset, off_t count) {
-#ifdef POSIX_FADV_WILLNEED
+#if defined(POSIX_FADV_WILLNEED) && defined(RWF_NOWAIT)
+  // The kernel would look for every page. Where the last one is in memory, so are most likely all.
+  std::byte last;
+  const iovec room{&last, 1};
+  if (::preadv2(descriptor, &room, 1, offset + count - 1, RWF_NOWAIT) == 1) return 0;
   return posix_fadvise(descriptor, offset, count, POSIX_FADV_WILLNEED);
 #else
   return 0;

@@ -70,7 +70,8 @@ class FileHandle {
   /// One read. Returns how many bytes came, 0 only at the end of the file (or for an empty span).
   std::size_t read(std::span<std::byte> bytes);
 
-  /// Asks the system to begin fetching so many bytes from there on. A wish: nothing tells whether it was heard.
+  /// Asks the system to begin fetching so many bytes, at least one, from there on. A wish: nothing tells whether it was
+  /// heard.
   void willNeed(std::int64_t offset, std::int64_t count);
 
   /// Writes everything, in as many calls as the system wants.
