@@ -82,9 +82,9 @@ LanePlan planLanes(HashAlgorithmSet algorithms, const AlgorithmCosts& costs, uns
 }
 
 LanePlan planForCores(HashAlgorithmSet algorithms, const AlgorithmCosts& costs, unsigned cores) {
-  constexpr double aboutAsFast = 1.1;
+  constexpr double aboutAsFast = 1.05;
   const unsigned most = std::clamp(cores, 1U, static_cast<unsigned>(algorithms.size()) + 1);
-  const double fastest = planLanes(algorithms, costs, most).time;
+  const double fastest = std::max(planLanes(algorithms, costs, most).time, kPassingCost);
   unsigned lanes = 1;
   LanePlan plan = planLanes(algorithms, costs, lanes);
   while (plan.time > aboutAsFast * fastest) plan = planLanes(algorithms, costs, ++lanes);
