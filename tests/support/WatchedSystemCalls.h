@@ -89,13 +89,9 @@ class WatchedSystemCalls : public SystemCalls {
     return isRefused("rename") ? -1 : SystemCalls::rename(source, destination);
   }
 
-  int mkdir(const char* path, mode_t mode) override {
-    return isRefused("mkdir") ? -1 : SystemCalls::mkdir(path, mode);
-  }
+  int mkdir(const char* path, mode_t mode) override { return isRefused("mkdir") ? -1 : SystemCalls::mkdir(path, mode); }
 
-  int chmod(const char* path, mode_t mode) override {
-    return isRefused("chmod") ? -1 : SystemCalls::chmod(path, mode);
-  }
+  int chmod(const char* path, mode_t mode) override { return isRefused("chmod") ? -1 : SystemCalls::chmod(path, mode); }
 
   int unlink(const char* path) override { return isRefused("unlink") ? -1 : SystemCalls::unlink(path); }
 
