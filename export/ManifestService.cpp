@@ -73,7 +73,7 @@ class ReplacementFolder {
 /// The path at the end of the chain of links that starts at `path`, whether or not there is a file. A link that cannot
 /// be read is a failure: to take it for a file would replace it.
 fs::path followLinks(fs::path path) {
-  for (int links = 0; links < maximumLinks; ++links) {
+  for (int links = 0; links <= maximumLinks; ++links) {
     const auto target = unlessMissing([&] { return targetOfLink(path.native()); });
     if (!target) return path;
     path = path.parent_path() / *target;

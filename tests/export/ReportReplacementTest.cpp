@@ -172,6 +172,18 @@ TEST_F(ReportReplacement, FileBehindSymbolicLinksIsReplacedAndTheLinksStay) {
   EXPECT_EQ(namesIn(folder_.path() / "elsewhere"), (std::set<std::string>{"hop", "new.txt", "target.txt"}));
 }
 
+TEST_F(ReportReplacement, AsManyLinksAreFollowedAsTheSystemFollows) {
+  const auto link = [&](int number) { return folder_.path() / ("link " + std::to_string(number)); };
+  for (int i = 1; i <= 41; ++i) fs::create_symlink(i == 1 ? report_ : link(i - 1), link(i));
+  EXPECT_EQ(contentOf(link(40)), oldReport);
+  write(few_, link(40));
+  EXPECT_THAT(contentOf(report_), testing::StartsWith("MD5  "));
+  EXPECT_THROW(write(few_, link(41)), std::system_error);
+  EXPECT_TRUE(fs::is_symlink(link(41)));
+  EXPECT_EQ(open(link(41).c_str(), O_RDONLY | O_CLOEXEC), -1);
+  EXPECT_EQ(errno, ELOOP);
+}
+
 TEST_F(ReportReplacement, RelativeDestinationIsWritten) {
   const fs::path before = fs::current_path();
   fs::current_path(folder_.path());
