@@ -148,8 +148,7 @@ class Hash : public Operation {
   Lines run() override {
     double done = 0;
     Lines lines = outcomeOf([&] {
-      const auto result =
-          HashService::hashFile(file_, Uuid(), algorithms_, {}, [&](double now) { done = now; });
+      const auto result = HashService::hashFile(file_, Uuid(), algorithms_, {}, [&](double now) { done = now; });
       Lines digests;
       for (const HashAlgorithm algorithm : result.hashes.algorithms()) {
         digests.emplace_back(*result.hashes.find(algorithm));
@@ -237,9 +236,8 @@ class Verification : public Operation {
         const ManifestFileGroup group{path, {{Uuid(), 1, path, HashAlgorithm::sha256, ""}}};
         const ManifestGroupOutcome outcome = verification.verify(group, {});
         const auto* const sentence = std::get_if<std::string>(&outcome);
-        lines.push_back(sentence != nullptr
-                            ? "error: " + *sentence
-                            : std::string(*std::get<DigestMap>(outcome).find(HashAlgorithm::sha256)));
+        lines.push_back(sentence != nullptr ? "error: " + *sentence
+                                            : std::string(*std::get<DigestMap>(outcome).find(HashAlgorithm::sha256)));
       }
       return lines;
     });
@@ -397,9 +395,8 @@ INSTANTIATE_TEST_SUITE_P(
                         Undertaking{"Export", [] { return std::make_unique<Export>(); }}),
         testing::Values(Fault{"IsInterrupted", EINTR}, Fault{"FailsToWorkOnTheDisk", EIO},
                         Fault{"IsNotPermitted", EACCES}, Fault{"HasTooManyOpenFiles", EMFILE},
-                        Fault{"HasNoMemory", ENOMEM}, Fault{"HasNoSpace", ENOSPC},
-                        Fault{"TransfersOneByte", 0, 1}, Fault{"TransfersNothing", 0, 0},
-                        Fault{"TransfersLittleFromThenOn", 0, 4099, true},
+                        Fault{"HasNoMemory", ENOMEM}, Fault{"HasNoSpace", ENOSPC}, Fault{"TransfersOneByte", 0, 1},
+                        Fault{"TransfersNothing", 0, 0}, Fault{"TransfersLittleFromThenOn", 0, 4099, true},
                         Fault{"FailsFromThenOn", EIO, kAll, true})),
     [](const auto& test) { return std::get<0>(test.param).name + std::string(std::get<1>(test.param).name); });
 
