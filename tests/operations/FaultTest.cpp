@@ -33,7 +33,6 @@ using namespace ChecksumManifestService;
 using testing::AnyOf;
 using testing::Contains;
 using testing::Each;
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 const std::string kListChanged =

@@ -113,8 +113,9 @@ TEST_F(PeakMemory, OfHashingAndComparingIsAChunk) {
     }
   }
   pretendCores(0);
-  expect("compare", 10, "identical", [&] { return outcomeOfComparison(small, small); },
-         [&] { return outcomeOfComparison(large, other); });
+  expect(
+      "compare", 10, "identical", [&] { return outcomeOfComparison(small, small); },
+      [&] { return outcomeOfComparison(large, other); });
 }
 
 TEST_F(PeakMemory, OfATextIsASlice) {
@@ -142,7 +143,8 @@ TEST_F(PeakMemory, OfAListIsItsLimits) {
   };
   const fs::path small = folder_.file("small", std::string(32, 'a') + "  a\nx\n");
   const auto expectOf = [&](const char* what, double most, const std::string& expected, const fs::path& list) {
-    expect(what, most, expected, [&] { return outcome(small); }, [&] { return outcome(list); });
+    expect(
+        what, most, expected, [&] { return outcome(small); }, [&] { return outcome(list); });
     fs::remove(list);
   };
   const auto lines = [&](std::size_t count, const std::string& line, const std::string& end = "") {
@@ -185,7 +187,7 @@ TEST_F(PeakMemory, OfAVerificationDoesNotGrowOnceTheCacheIsFull) {
   const auto verify = [&](int first, int count) {
     return [=, &verification] {
       for (int i = first; i < first + count; ++i) {
-        const std::string path = "file " + std::to_string(i);
+        std::string path = "file " + std::to_string(i);
         const ManifestFileGroup group{path, {{Uuid(), 1, path, HashAlgorithm::crc32, ""}}};
         if (!std::holds_alternative<DigestMap>(verification.verify(group, {}))) return path;
       }
