@@ -231,6 +231,7 @@ ParseResult load(const std::filesystem::path& url, const std::stop_token& cancel
   auto [handle, initial] = openRegularManifestForReading(url);
   const auto count = static_cast<std::size_t>(std::min(initial.fileSize, prefixSize));
   const std::string prefix = readExactPrefix(handle, count, cancellation);
+  if (prefix.size() < count) fail(ManifestReadError::Case::fileChangedDuringRead);  // It tells no encoding.
   const auto preferred = algorithmHint(url);
   const auto encoding = detectUTF16Encoding(prefix);
   ParseResult result = encoding

@@ -78,11 +78,16 @@ std::string joined(std::string folder, std::string_view relativePath) {
 
 std::string_view parentOf(std::string_view path) { return path.substr(0, std::min(path.rfind('/'), path.size())); }
 
+/// What is missing, closed to us or of a name that nothing can have is no link. That a link could not be read is a
+/// failure: to take it for a folder or a file would be to know where it leads.
 std::optional<std::string> targetIfLink(const std::string& path) {
   try {
     return targetOfLink(path);
-  } catch (const std::system_error&) {
-    return std::nullopt;  // What is missing or closed to us is no link.
+  } catch (const std::system_error& error) {
+    for (const int number : {ENOENT, ENOTDIR, EACCES, ENAMETOOLONG, EINVAL}) {
+      if (error.code().value() == number) return std::nullopt;
+    }
+    throw;
   }
 }
 
@@ -149,13 +154,14 @@ ManifestLocation locateContained(std::string_view candidatePath, std::string_vie
   return {.candidate = candidate, .canonicalPath = resolved};
 }
 
-bool exists(const std::string& path) {
+/// Whether looking at `path` in this way finds something, or fails for another reason than that nothing is there.
+bool mayExist(const std::filesystem::path& path, FileSnapshot (*look)(const std::filesystem::path&)) {
   try {
-    snapshotOfPath(path);
-    return true;
-  } catch (const std::system_error&) {
-    return false;
+    look(path);
+  } catch (const std::system_error& error) {
+    return error.code().value() != ENOENT && error.code().value() != ENOTDIR;
   }
+  return true;
 }
 
 }  // namespace
@@ -183,21 +189,14 @@ ManifestLocation locate(std::string_view relativePath, const std::string& canoni
   std::string withSlashes(relativePath);
   std::ranges::replace(withSlashes, '\\', '/');
   ManifestLocation converted = locateContained(withSlashes, canonicalRoot);
-  return exists(converted.canonicalPath) ? converted : asWritten;
+  return mayExist(converted.canonicalPath, snapshotOfPath) ? converted : asWritten;
 }
 
 std::filesystem::path resolveContained(std::string_view candidatePath, const std::filesystem::path& rootURL) {
   return locateContained(candidatePath, rootURL.native()).canonicalPath;
 }
 
-bool finalPathEntryMayExist(const std::filesystem::path& url) {
-  try {
-    snapshotOfItem(url);
-  } catch (const std::system_error& error) {
-    return error.code().value() != ENOENT && error.code().value() != ENOTDIR;
-  }
-  return true;
-}
+bool finalPathEntryMayExist(const std::filesystem::path& url) { return mayExist(url, snapshotOfItem); }
 
 bool isWindowsAbsoluteDrivePath(std::string_view path) {
   const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };

@@ -59,13 +59,14 @@ namespace ChecksumManifestService {
 /// Where `relativePath` leads below the folder `rootURL`: an absolute location without links, inside that folder also
 /// by the kernel's own resolution. Bytes are compared as they are: no case folding, no Unicode normalization. A
 /// location where nothing is, or where links lead in a circle, is no failure: opening it tells. A path with backslashes
-/// that names nothing is tried with slashes, for lists from other systems. Fails with ManifestPathError.
+/// that names nothing is tried with slashes, for lists from other systems. Fails with ManifestPathError, or with
+/// std::system_error where a link cannot be read.
 ///
 /// The answer is as old as the last look at the tree. Whoever reads the file must open it so that no link is followed.
 std::filesystem::path resolve(std::string_view relativePath, const std::filesystem::path& rootURL);
 
-/// The same for a folder that is absolute and free of links, and for exactly this path: only fails with outsideRoot.
-/// Both the item and the folder that it is in must lie inside; the root itself does not.
+/// The same for a folder that is absolute and free of links, and for exactly this path: of the errors of a path only
+/// outsideRoot. Both the item and the folder that it is in must lie inside; the root itself does not.
 std::filesystem::path resolveContained(std::string_view candidatePath, const std::filesystem::path& rootURL);
 
 /// False only when certainly nothing is at `url`, not even a dangling link.

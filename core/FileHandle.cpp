@@ -77,6 +77,10 @@ int SystemCalls::willNeed(int descriptor, off_t offset, off_t count) {
 #endif
 }
 int SystemCalls::rename(const char* source, const char* destination) { return ::rename(source, destination); }
+int SystemCalls::mkdir(const char* path, mode_t mode) { return ::mkdir(path, mode); }
+int SystemCalls::chmod(const char* path, mode_t mode) { return ::chmod(path, mode); }
+int SystemCalls::unlink(const char* path) { return ::unlink(path); }
+int SystemCalls::rmdir(const char* path) { return ::rmdir(path); }
 ssize_t SystemCalls::readlink(const char* path, char* bytes, std::size_t count) {
   return ::readlink(path, bytes, count);
 }
@@ -227,6 +231,32 @@ void renameFile(const std::filesystem::path& source, const std::filesystem::path
   const char* const from = systemPath(source);
   const char* const to = systemPath(destination);
   checked([&](SystemCalls& system) { return system.rename(from, to); });
+}
+
+void makeFolder(const std::filesystem::path& path, mode_t mode) {
+  const char* const name = systemPath(path);
+  checked([&](SystemCalls& system) { return system.mkdir(name, mode); });
+}
+
+void setPermissions(const std::filesystem::path& path, mode_t mode) {
+  const char* const name = systemPath(path);
+  checked([&](SystemCalls& system) { return system.chmod(name, mode); });
+}
+
+void removeFile(const std::filesystem::path& path) {
+  const char* const name = systemPath(path);
+  checked([&](SystemCalls& system) { return system.unlink(name); });
+}
+
+void removeFolder(const std::filesystem::path& path) {
+  const char* const name = systemPath(path);
+  checked([&](SystemCalls& system) { return system.rmdir(name); });
+}
+
+std::optional<mode_t> permissionsOfFile(const std::filesystem::path& path) {
+  const struct stat status = statusOf(path, &SystemCalls::stat);
+  constexpr mode_t permissions = S_IRWXU | S_IRWXG | S_IRWXO;
+  return S_ISREG(status.st_mode) ? std::optional(status.st_mode & permissions) : std::nullopt;
 }
 
 }  // namespace tallyfold

@@ -30,6 +30,10 @@ class SystemCalls {
   virtual int lstat(const char* path, struct stat* status);
   virtual int willNeed(int descriptor, off_t offset, off_t count);
   virtual int rename(const char* source, const char* destination);
+  virtual int mkdir(const char* path, mode_t mode);
+  virtual int chmod(const char* path, mode_t mode);
+  virtual int unlink(const char* path);
+  virtual int rmdir(const char* path);
   virtual ssize_t readlink(const char* path, char* bytes, std::size_t count);
   virtual int openat(int folder, const char* path, int flags);
   virtual int fstatat(int folder, const char* path, struct stat* status, int flags);
@@ -104,7 +108,14 @@ FileSnapshot snapshotOfItem(const std::filesystem::path& path);
 /// Where the symbolic link at `path` points, as it is written there; none when the item is not a link.
 std::optional<std::string> targetOfLink(const std::string& path);
 
-/// rename(2). std::system_error with the error number.
+/// rename(2), as the following are mkdir(2), chmod(2), unlink(2) and rmdir(2). std::system_error with the error number.
 void renameFile(const std::filesystem::path& source, const std::filesystem::path& destination);
+void makeFolder(const std::filesystem::path& path, mode_t mode);
+void setPermissions(const std::filesystem::path& path, mode_t mode);
+void removeFile(const std::filesystem::path& path);
+void removeFolder(const std::filesystem::path& path);
+
+/// Who may read, write and execute the regular file that a path leads to; none for anything else that is there.
+std::optional<mode_t> permissionsOfFile(const std::filesystem::path& path);
 
 }  // namespace tallyfold

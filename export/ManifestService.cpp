@@ -2,7 +2,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <stdlib.h>
+#include <optional>
 #include <string>
 #include <sys/stat.h>
 #include <system_error>
@@ -29,46 +29,64 @@ void checkCancellation(const std::stop_token& cancellation) {
   if (cancellation.stop_requested()) throw CancellationError();
 }
 
-/// A private, hidden, empty folder beside a file, removed with everything in it.
+/// What `action` gives, or nothing when what it is about is not there.
+template <typename Action>
+auto unlessMissing(Action action) -> decltype(action()) {
+  try {
+    return action();
+  } catch (const std::system_error& error) {
+    if (error.code().value() != ENOENT) throw;
+    return std::nullopt;
+  }
+}
+
+/// A private, hidden folder beside a file, with room for one file, removed with that.
 class ReplacementFolder {
  public:
-  explicit ReplacementFolder(const fs::path& neighbour) {
-    std::string pattern = neighbour.parent_path() / ".tallyfold-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) throw std::system_error(errno, std::system_category());
-    path_ = pattern;
+  explicit ReplacementFolder(const fs::path& neighbour)
+      : path_(neighbour.parent_path() / (".tallyfold-" + Uuid::random().string())),
+        file_(path_ / Uuid::random().string()) {
+    makeFolder(path_, S_IRWXU);
   }
   ~ReplacementFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
+    ignoringFailure(removeFile, file_);  // It is gone already when it has been renamed.
+    ignoringFailure(removeFolder, path_);
   }
   ReplacementFolder(const ReplacementFolder&) = delete;
   ReplacementFolder& operator=(const ReplacementFolder&) = delete;
 
-  [[nodiscard]] const fs::path& path() const { return path_; }
+  [[nodiscard]] const fs::path& file() const { return file_; }
 
  private:
+  static void ignoringFailure(void (*remove)(const fs::path&), const fs::path& path) {
+    try {
+      remove(path);
+    } catch (const std::system_error&) {
+      // Nothing can be done about it, and the report is what it is.
+    }
+  }
+
   fs::path path_;
+  fs::path file_;
 };
 
-/// The path at the end of the chain of links that starts at `path`, whether or not there is a file.
+/// The path at the end of the chain of links that starts at `path`, whether or not there is a file. A link that cannot
+/// be read is a failure: to take it for a file would replace it.
 fs::path followLinks(fs::path path) {
-  for (int links = 0; links < maximumLinks; ++links) {
-    std::error_code notALink;
-    const fs::path target = fs::read_symlink(path, notALink);
-    if (notALink) return path;
-    path = path.parent_path() / target;
+  for (int links = 0; links <= maximumLinks; ++links) {
+    const auto target = unlessMissing([&] { return targetOfLink(path.native()); });
+    if (!target) return path;
+    path = path.parent_path() / *target;
   }
   throw std::system_error(ELOOP, std::system_category());
 }
 
 /// Gives `copy` the permission bits of `original` if that is a regular file. File systems without permissions report
-/// the same for all files and may refuse to set any, so equal ones are left alone.
+/// the same for all files and may refuse to set any, so equal ones are left alone. Bits that cannot be told are a
+/// failure: a private report would be made public.
 void copyPermissions(const fs::path& original, const fs::path& copy) {
-  std::error_code ignored;
-  const fs::file_status status = fs::status(original, ignored);
-  if (!fs::is_regular_file(status)) return;
-  const fs::perms wanted = status.permissions() & fs::perms::all;
-  if (wanted != fs::status(copy).permissions()) fs::permissions(copy, wanted);
+  const auto wanted = unlessMissing([&] { return permissionsOfFile(original); });
+  if (wanted && wanted != permissionsOfFile(copy)) setPermissions(copy, *wanted);
 }
 
 FileHandle createFile(const fs::path& path) {
@@ -139,11 +157,10 @@ void write(const FileHashResults& results, Format format, const fs::path& destin
            const std::stop_token& cancellation) {
   const fs::path file = followLinks(destination);
   const ReplacementFolder folder(file);
-  const fs::path temporary = folder.path() / Uuid::random().string();
-  writeContents(results, format, createFile(temporary), cancellation);
+  writeContents(results, format, createFile(folder.file()), cancellation);
   checkCancellation(cancellation);
-  copyPermissions(file, temporary);
-  atomicRename(temporary, file);
+  copyPermissions(file, folder.file());
+  atomicRename(folder.file(), file);
 }
 
 void writeContents(const FileHashResults& results, Format format, FileHandle handle,

@@ -373,19 +373,6 @@ class ChecksumReadingFault : public testing::Test {
   std::vector<std::string_view> names;
 };
 
-TEST_F(ChecksumReadingFault, ErrorOfAnyCallEndsTheLoad) {
-  for (std::size_t call = 1; call <= names.size(); ++call) {
-    const bool isLastLook = call + 2 > names.size();
-    EXPECT_THAT(outcomeWith(call, [] { return EACCES; }), ElementsAre(isLastLook ? kChanged : "Permission denied"))
-        << call;
-    EXPECT_EQ(system.names.size(), call);
-    EXPECT_EQ(system.stillOpen, 0);
-  }
-  for (std::size_t call = 1; call <= names.size(); ++call) {
-    EXPECT_EQ(outcomeWith(call, [] { return EINTR; }), expected) << call;
-  }
-}
-
 TEST_F(ChecksumReadingFault, ChangeAtAnyMomentIsSeen) {
   const fs::path other = folder.path() / "other";
   const std::vector<std::pair<std::string, std::function<void()>>> changes{

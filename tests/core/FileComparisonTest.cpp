@@ -163,54 +163,6 @@ TEST_F(CompareFiles, CancellationComesFirstAndIsSeenWithinAChunk) {
   }
 }
 
-/// Two equal files that take several reads, and the calls that comparing them takes.
-class ComparisonFault : public CompareFiles {
- protected:
-  void SetUp() override {
-    system.longestRead = 2000;
-    ASSERT_EQ(outcomeOfComparison(a, b), "identical");
-    names = std::exchange(system.names, {});
-    ASSERT_EQ(names, (std::vector<std::string_view>{"stat", "open", "fstat", "stat", "open", "fstat", "stat", "stat",
-                                                    "read", "read", "read", "read", "fstat", "stat", "fstat", "stat"}));
-  }
-
-  const fs::path a = folder.file("a", test::period251(3456));
-  const fs::path b = folder.file("b", test::period251(3456));
-  test::WatchedSystemCalls system;
-  std::vector<std::string_view> names;
-};
-
-TEST_F(ComparisonFault, InterruptedCallsAreRepeated) {
-  system.before = [](std::string_view, std::size_t number) { return number % 3 == 0 ? 0 : EINTR; };
-  EXPECT_EQ(outcomeOfComparison(a, b), "identical");
-  EXPECT_EQ(system.names.size(), 3 * names.size());
-}
-
-TEST_F(ComparisonFault, ErrorOfAnyCallIsTheErrorOfTheWhole) {
-  for (std::size_t number = 1; number <= names.size(); ++number) {
-    // Once the files are open, a path that cannot be looked at any more is a change of the file.
-    const bool isLaterStat = names[number - 1] == "stat" && number > 6;
-    system.names.clear();
-    system.before = [=](std::string_view, std::size_t call) { return call == number ? EIO : 0; };
-    EXPECT_EQ(outcomeAndProgress(a, b), isLaterStat ? test::kChanged + ";" : "error: Input/output error;")
-        << names[number - 1] << ", call " << number;
-    EXPECT_EQ(system.names.size(), number) << "It went on after the error";
-    EXPECT_EQ(system.stillOpen, 0) << "call " << number;
-  }
-}
-
-TEST_F(ComparisonFault, FileShorterThanRecordedFails) {
-  for (std::size_t number = 1; number <= names.size(); ++number) {
-    if (names[number - 1] != "read") continue;
-    system.names.clear();
-    system.before = [=, this](std::string_view, std::size_t call) {
-      system.longestRead = call == number ? 0 : 2000;
-      return 0;
-    };
-    EXPECT_EQ(outcomeOfComparison(a, b), test::kChanged) << "nothing came of call " << number;
-  }
-}
-
 TEST(FirstDifference, IsFoundInRangesOfAnyLength) {
   const auto difference = [](std::string_view a, std::string_view b) {
     return HashService::firstDifference(std::as_bytes(std::span(a)), std::as_bytes(std::span(b)));

@@ -261,5 +261,19 @@ TEST_F(HashFile, ExactChunkIsCancelledBetweenReads) {
   EXPECT_EQ(HashService::readExactChunk(handle, std::span(bytes).first(4), source.get_token()), 4U);
 }
 
+TEST_F(HashFile, OpenThatGivesNoReasonIsAnInvalidArgument) {
+  struct : test::WatchedSystemCalls {
+    int open(const char*, int, mode_t) override { return -1; }
+  } silent;
+  EXPECT_EQ(outcomeOf(folder.file("file", "")), "error: Invalid argument");
+}
+
+TEST_F(HashFile, ItemThatBecomesAnotherKindBetweenLookAndOpenFails) {
+  struct : test::WatchedSystemCalls {
+    int open(const char*, int flags, mode_t mode) override { return SystemCalls::open("/dev/null", flags, mode); }
+  } swapped;
+  EXPECT_EQ(outcomeOf(folder.file("file", "")), test::kNotRegular);
+}
+
 }  // namespace
 }  // namespace tallyfold

@@ -14,8 +14,9 @@
 
 namespace tallyfold::test {
 
-/// Stands between the program and the system for as long as it lives. It counts the calls by which files are read, lets
-/// a test do something right before any of them, and can make them fail. For tests whose files are read by one thread.
+/// Stands between the program and the system for as long as it lives. It counts the calls by which files are read
+/// and written, lets a test do something right before any of them, and can make them fail. For tests whose files are
+/// used by one thread. Closing and announcing what will be read are neither counted nor refused.
 class WatchedSystemCalls : public SystemCalls {
  public:
   WatchedSystemCalls() { replace(this); }
@@ -29,6 +30,9 @@ class WatchedSystemCalls : public SystemCalls {
 
   /// No read returns more bytes than this.
   std::size_t longestRead = std::numeric_limits<std::size_t>::max();
+
+  /// No write takes more bytes than this.
+  std::size_t longestWrite = std::numeric_limits<std::size_t>::max();
 
   /// By all reads so far.
   std::int64_t bytesRead = 0;
@@ -75,6 +79,24 @@ class WatchedSystemCalls : public SystemCalls {
     return isRefused("fstatat") ? -1 : SystemCalls::fstatat(folder, path, status, flags);
   }
 
+  ssize_t write(int descriptor, const void* bytes, std::size_t count) override {
+    return isRefused("write") ? -1 : SystemCalls::write(descriptor, bytes, std::min(count, longestWrite));
+  }
+
+  int fsync(int descriptor) override { return isRefused("fsync") ? -1 : SystemCalls::fsync(descriptor); }
+
+  int rename(const char* source, const char* destination) override {
+    return isRefused("rename") ? -1 : SystemCalls::rename(source, destination);
+  }
+
+  int mkdir(const char* path, mode_t mode) override { return isRefused("mkdir") ? -1 : SystemCalls::mkdir(path, mode); }
+
+  int chmod(const char* path, mode_t mode) override { return isRefused("chmod") ? -1 : SystemCalls::chmod(path, mode); }
+
+  int unlink(const char* path) override { return isRefused("unlink") ? -1 : SystemCalls::unlink(path); }
+
+  int rmdir(const char* path) override { return isRefused("rmdir") ? -1 : SystemCalls::rmdir(path); }
+
   int openat(int folder, const char* path, int flags) override {
     return isRefused("openat") ? -1 : counted(SystemCalls::openat(folder, path, flags));
   }
@@ -83,18 +105,19 @@ class WatchedSystemCalls : public SystemCalls {
     return isRefused("openat2") ? -1 : counted(SystemCalls::openat2(folder, path, flags, resolve));
   }
 
- private:
-  int counted(int descriptor) {
-    if (descriptor >= 0) ++stillOpen;
-    return descriptor;
-  }
-
+ protected:
   bool isRefused(std::string_view name) {
     names.push_back(name);
     const int error = before(name, names.size());
     if (error == 0) return false;
     errno = error;
     return true;
+  }
+
+ private:
+  int counted(int descriptor) {
+    if (descriptor >= 0) ++stillOpen;
+    return descriptor;
   }
 };
 

@@ -1,0 +1,67 @@
+#include <cerrno>
+#include <cstring>
+
+#include "tests/app/ModelTest.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Alert = ModelTest;
+
+TEST_F(Alert, SaysWhatTheSystemSaysAndGoesWithTheNextStart) {
+  const fs::path file = folder_.file("file", "abc");
+  const fs::path list = folder_.file("list.md5", "900150983cd24fb0d6963f7d28e17f72  file\n");
+  add({file});
+  run();
+  model_->setVerifyFile({urlOf(file)});
+  model_->setExpectedHash(QStringLiteral("900150983cd24fb0d6963f7d28e17f72"));
+  model_->setCompareFiles({urlOf(file), urlOf(list)}, false);
+  model_->setManifestRoot({urlOf(folder_.path())});
+  const auto alert = [this] { return model_->errorMessage().toStdString(); };
+  const struct {
+    std::string_view call;  // Its first call of this name fails.
+    std::function<void()> start;
+    std::function<bool()> isRunning;
+    std::function<std::string()> told;
+    std::string instead;  // What is told whatever the system says.
+  } flows[]{
+      {"open", [&] { model_->compare(); }, [&] { return model_->isComparing(); }, alert, ""},
+      {"read", [&] { model_->setManifestFile({urlOf(list)}); }, [&] { return model_->isLoadingManifest(); }, alert, ""},
+      {"stat", [&] { model_->verifyManifest(); }, [&] { return model_->isManifestVerifying(); }, alert,
+       "The selected manifest root is not an accessible directory."},
+      {"fsync",
+       [&] {
+         model_->exportResults(AppViewModel::Csv);
+         desktop_.confirmSavePanel(urlOf(folder_.path() / "report"));
+       },
+       [&] { return model_->isExporting(); }, alert, ""},
+      {"read", [&] { model_->verify(); }, [&] { return model_->isVerifying(); },
+       [&] {
+         const QVariantMap result = model_->verifyResultForScreen();
+         const std::string details = result.value(QStringLiteral("details")).toString().toStdString();
+         return details.starts_with("MD5") ? "" : details;
+       },
+       ""},
+  };
+  for (const auto& flow : flows) {
+    for (const int error : {EIO, EACCES, EMFILE, ENOMEM, ENOSPC, 0}) {
+      SCOPED_TRACE(std::string(flow.call) + ": " + std::strerror(error));
+      calls_.before = [&, isDone = false](std::string_view call, std::size_t) mutable {
+        return call == flow.call && !std::exchange(isDone, true) ? error : 0;
+      };
+      flow.start();
+      ASSERT_TRUE(flow.isRunning());
+      ASSERT_TRUE(reached([&] { return !flow.isRunning(); }));
+      const std::string sentence = flow.instead.empty() ? std::strerror(error) : flow.instead;
+      EXPECT_EQ(flow.told(), error == 0 ? "" : sentence);
+      EXPECT_EQ(calls_.stillOpen, 0);
+    }
+  }
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test
