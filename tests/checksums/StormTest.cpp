@@ -1,6 +1,6 @@
-// Another process changes two files in every way that there is, at its own pace, while they are hashed, compared, loaded
-// as a list and verified. What they hold after each of its steps is known beforehand: every outcome must be that of one
-// moment of the operation, or the sentence about a changed file, and that only when there was a step.
+// Another process changes two files in every way that there is, at its own pace, while they are hashed, compared,
+// loaded as a list and verified. What they hold after each of its steps is known beforehand: every outcome must be that
+// of one moment of the operation, or the sentence about a changed file, and that only when there was a step.
 
 #include <algorithm>
 #include <array>
