@@ -173,10 +173,10 @@ class Player {
       desktop_.pasteboard.reset();
       model_->copyPath(id);
       const auto row = std::ranges::find(rows_, id, &Row::id);
-      require(desktop_.pasteboard ==
-                  (row == rows_.end() ? std::nullopt
-                                      : std::optional(QByteArray::fromStdString(files_[row->file].path))),
-              "the index");
+      require(
+          desktop_.pasteboard ==
+              (row == rows_.end() ? std::nullopt : std::optional(QByteArray::fromStdString(files_[row->file].path))),
+          "the index");
     }
   }
 
@@ -261,15 +261,41 @@ TEST(QueueScript, EveryTenthFileOfAFullQueueFails) {
   for (std::size_t i = 0; i < std::min<std::size_t>(AppViewModel::queueLimit, roundsOfThisRun(3'000)); ++i) {
     const std::string name = std::to_string(i);
     const bool isMissing = i % 10 == 9;
-    files.push_back({isMissing ? folder.path() / name : folder.file(name, name), isMissing ? "No such file or directory" : ""});
+    files.push_back(
+        {isMissing ? folder.path() / name : folder.file(name, name), isMissing ? "No such file or directory" : ""});
   }
   constexpr unsigned all = 0xFFFF;
   const Step turn{"turn", 19};
   Player player(files);
-  EXPECT_EQ(player.play({{"mode", AppMode::Text}, {"drop", all}, turn, turn, {"add", all}, {"remove", 3}, {"finish"},
-                         {"add", all}, {"remove", 0}, {"remove", 8}, {"remove", 2'500}, {"add", all}, {"mode", AppMode::Files},
-                         {"start"}, turn, turn, {"start"}, {"cancel"}, turn, {"finish"}, {"start"}, turn, {"clear"},
-                         {"add", all}, {"finish"}, {"add", all}, {"start"}, {"finish"}, {"clear"}}),
+  EXPECT_EQ(player.play({{"mode", AppMode::Text},
+                         {"drop", all},
+                         turn,
+                         turn,
+                         {"add", all},
+                         {"remove", 3},
+                         {"finish"},
+                         {"add", all},
+                         {"remove", 0},
+                         {"remove", 8},
+                         {"remove", 2'500},
+                         {"add", all},
+                         {"mode", AppMode::Files},
+                         {"start"},
+                         turn,
+                         turn,
+                         {"start"},
+                         {"cancel"},
+                         turn,
+                         {"finish"},
+                         {"start"},
+                         turn,
+                         {"clear"},
+                         {"add", all},
+                         {"finish"},
+                         {"add", all},
+                         {"start"},
+                         {"finish"},
+                         {"clear"}}),
             "");
   EXPECT_GT(player.stepsInMidRun, 8);
 }
