@@ -258,7 +258,8 @@ TEST(QueueScript, RandomScriptsDoWhatTheReferenceDoes) {
 TEST(QueueScript, EveryTenthFileOfAFullQueueFails) {
   const TemporaryFolder folder;
   std::vector<File> files;
-  for (std::size_t i = 0; i < std::min<std::size_t>(AppViewModel::queueLimit, roundsOfThisRun(3'000)); ++i) {
+  const std::size_t count = std::min(AppViewModel::queueLimit, static_cast<std::size_t>(roundsOfThisRun(3'000)));
+  for (std::size_t i = 0; i < count; ++i) {
     const std::string name = std::to_string(i);
     const bool isMissing = i % 10 == 9;
     files.push_back(
@@ -297,6 +298,7 @@ TEST(QueueScript, EveryTenthFileOfAFullQueueFails) {
                          {"finish"},
                          {"clear"}}),
             "");
+  std::cout << count << " files\n";
   EXPECT_GT(player.stepsInMidRun, 8);
 }
 

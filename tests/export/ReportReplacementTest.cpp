@@ -1,4 +1,3 @@
-#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <fcntl.h>
@@ -12,7 +11,6 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <system_error>
-#include <thread>
 #include <unistd.h>
 
 #include "core/Errors.h"
@@ -373,38 +371,6 @@ TEST_F(ReportReplacement, ProcessKilledAtAnyMomentLeavesAWholeReport) {
     for (const std::string& name : left) fs::remove_all(folder_.path() / name);
   }
   for (const auto& [state, count] : found) std::cout << count << " " << state << '\n';
-}
-
-TEST_F(ReportReplacement, ReadersSeeOnlyWholeReports) {
-  const fs::path path = folder_.path() / "shared.txt";
-  const FileHashResults shorter = manyResults(500);
-  write(many_, path);
-  const std::string longText = contentOf(path);
-  write(shorter, path);
-  const std::string shortText = contentOf(path);
-
-  std::atomic<bool> done = false;
-  std::atomic<int> reads = 0;
-  int mixtures = 0;
-  std::set<std::size_t> seen;
-  std::jthread reader([&] {
-    while (!done) {
-      const std::string text = contentOf(path);
-      if (text != longText && text != shortText) ++mixtures;
-      seen.insert(text.size());
-      ++reads;
-    }
-  });
-  for (int i = 0; i < 20; ++i) {
-    write(i % 2 == 0 ? many_ : shorter, path);
-    // The second read to end from now on has begun from now on.
-    const int readsBefore = reads;
-    while (reads < readsBefore + 2) std::this_thread::yield();
-  }
-  done = true;
-  reader.join();
-  EXPECT_EQ(mixtures, 0);
-  EXPECT_EQ(seen, (std::set<std::size_t>{shortText.size(), longText.size()}));
 }
 
 }  // namespace
