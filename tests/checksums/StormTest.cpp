@@ -68,10 +68,11 @@ struct Script {
   Script(int count, std::mt19937& random) {
     for (std::size_t page = 0; page < kPages; ++page) base += newPage(random);
     std::map<std::string, std::string> now{{"a", base}, {"b", base}};
+    std::map<std::string, std::string> digests{{"a", digestOf(base)}, {"b", digestOf(base)}};
     for (int i = 0; i < count + 2; ++i) {
-      outcomes.push_back({{"hash", digestOf(now["a"])},
-                          {"load", digestOf(now["a"])},
-                          {"verify", digestOf(now["b"])},
+      outcomes.push_back({{"hash", digests["a"]},
+                          {"load", digests["a"]},
+                          {"verify", digests["b"]},
                           {"compare", comparisonOf(now["a"], now["b"])}});
       steps.push_back(i < count ? newStep(now, random) : Step{"replace", i == count ? "a" : "b", 0, base});
       const Step& step = steps.back();
@@ -79,6 +80,7 @@ struct Script {
       if (step.verb == "append" || step.verb == "truncate") content.resize(step.place);
       if (step.verb == "replace" || step.verb == "link") content.clear();
       content.replace(std::min(step.place, content.size()), step.bytes.size(), step.bytes);
+      digests[step.file] = digestOf(content);
     }
   }
 
@@ -168,7 +170,7 @@ struct Counters {
 
 TEST(Storm, OutcomeIsThatOfOneMomentOrTheFileHasChanged) {
   std::mt19937 random(seedOfThisRun());
-  const Script script(100, random);
+  const Script script(60, random);
   const TemporaryFolder folder;
   const fs::path files = folder.path() / "files";
   fs::create_directory(files);
@@ -215,7 +217,8 @@ TEST(Storm, OutcomeIsThatOfOneMomentOrTheFileHasChanged) {
   };
 
   std::map<std::string, std::array<int, 3>> counts;  // Of each operation: stable, changed, wrong.
-  for (int round = roundsOfThisRun(100); round > 0; --round) {
+  const int rounds = roundsOfThisRun(100);
+  for (int round = 0; round < rounds; ++round) {
     const auto& [name, operation] = *std::next(operations.begin(), static_cast<int>(random() % operations.size()));
     const std::uint64_t first = counters.ended;
     const std::string outcome = operation();
@@ -234,12 +237,15 @@ TEST(Storm, OutcomeIsThatOfOneMomentOrTheFileHasChanged) {
   EXPECT_EQ(writer.kill(), SIGKILL) << "The other process stopped by itself";
   const std::uint64_t steps = counters.ended;
   munmap(memory, sizeof(Counters));
+  int stable = 0;
+  int changed = 0;
   for (const auto& [name, count] : counts) {
     std::cout << name << ": " << count[0] << " stable, " << count[1] << " changed, " << count[2] << " wrong\n";
-    EXPECT_GT(count[0], 0);
-    EXPECT_GT(count[1], 0);
     EXPECT_EQ(count[2], 0);
+    stable += count[0];
+    changed += count[1];
   }
+  EXPECT_TRUE(rounds < 50 || (stable > 0 && changed > 0)) << "The other process was too slow or too fast";
   std::cout << steps << " steps of the other process\n";
 }
 
