@@ -164,7 +164,7 @@ class Cancellation : public testing::Test {
     std::cout << flow.name << ": " << starts_ << " starts, " << completed_ << " completed, " << cancelled_
               << " cancelled, " << destroyed_ << " destroyed with their model; resident " << before / 1024
               << " KiB, then " << after / 1024 << " KiB\n";
-    EXPECT_GT(cancelled_ + destroyed_, 0);
+    EXPECT_TRUE(rounds < 50 || (cancelled_ > 0 && destroyed_ > 0));
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     EXPECT_LT(after, before + (4U << 20U));
 #endif
