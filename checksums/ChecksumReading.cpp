@@ -247,6 +247,7 @@ std::pair<FileHandle, ManifestFileSnapshot> openRegularManifestForReading(const 
   if (initial.fileSize > maximumSourceSize) fail(ManifestReadError::Case::sourceFileTooLarge);
   FileHandle handle = FileHandle::open(url, O_RDONLY | O_NONBLOCK);
   if (handle.snapshot() != initial) fail(ManifestReadError::Case::fileChangedDuringRead);
+  waitUntilChangesShow(initial);
   return {std::move(handle), initial};
 }
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstddef>
 #include <cstdio>
@@ -12,6 +13,8 @@
 #include <sys/syscall.h>
 #include <sys/uio.h>
 #include <system_error>
+#include <thread>
+#include <time.h>
 #include <unistd.h>
 #include <utility>
 
@@ -45,6 +48,13 @@ const char* systemPath(const std::string& path) {
   return path.c_str();
 }
 const char* systemPath(const std::filesystem::path& path) { return systemPath(path.native()); }
+
+/// The clock that changes of files are stamped with.
+#ifdef CLOCK_REALTIME_COARSE
+constexpr clockid_t kClockOfFiles = CLOCK_REALTIME_COARSE;
+#else
+constexpr clockid_t kClockOfFiles = CLOCK_REALTIME;
+#endif
 
 /// The resolution of openat2 that follows no link and never leaves the folder.
 #ifdef SYS_openat2
@@ -190,6 +200,19 @@ void FileHandle::close() {
   const int descriptor = std::exchange(descriptor_, -1);
   // An interrupted close has closed the descriptor all the same: its number may belong to another thread's file by now.
   if (SystemCalls::current().close(descriptor) != 0 && errno != EINTR) throwSystemError(errno);
+}
+
+void waitUntilChangesShow(const FileSnapshot& snapshot) {
+  using namespace std::chrono_literals;
+  const std::pair changed(snapshot.changedSeconds, snapshot.changedNanoseconds);
+  const auto limit = std::chrono::steady_clock::now() + 20ms;  // Two ticks of the slowest clock.
+  while (true) {
+    timespec now{};
+    clock_gettime(kClockOfFiles, &now);
+    if (changed < std::pair<std::int64_t, std::int64_t>(now.tv_sec, now.tv_nsec)) return;
+    if (std::chrono::steady_clock::now() > limit) return;
+    std::this_thread::sleep_for(1ms);
+  }
 }
 
 namespace {

@@ -96,6 +96,12 @@ class FileHandle {
   int descriptor_ = -1;
 };
 
+/// Returns when every change from now on gives the file another snapshot. Many kernels stamp changes with a clock that
+/// ticks only every few milliseconds, and what changes twice within a tick has the same times: this waits for the end
+/// of the tick in which the file was changed last. It returns at once for any older file, and gives up soon where the
+/// times are another machine's, ahead of ours.
+void waitUntilChangesShow(const FileSnapshot& snapshot);
+
 /// Snapshot of what a path leads to, following symbolic links. std::system_error as above.
 FileSnapshot snapshotOfPath(const std::filesystem::path& path);
 

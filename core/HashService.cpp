@@ -103,6 +103,7 @@ std::pair<FileHandle, FileSnapshot> openRegularFileForReading(const std::filesys
   const FileSnapshot opened = fileSnapshot(handle);
   if (!opened.isRegularFile) fail(HashServiceError::Case::notRegularFile);
   if (!opened.isSameIdentity(expected)) fail(HashServiceError::Case::fileChangedDuringRead);
+  waitUntilChangesShow(opened);
   return {std::move(handle), opened};
 }
 

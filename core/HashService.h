@@ -60,9 +60,9 @@ inline constexpr std::int64_t chunkSize = 8'388'608;
 FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,
                         const std::stop_token& cancellation, const ProgressCallback& progress);
 
-/// The same of a file that was just opened and is the version `initial`, up to what concerns its path: the caller looks
-/// after that. Fails with `fileChangedDuringRead` unless the file is still this version at the end. `progress` is as
-/// above, but without the 1 at the end.
+/// The same of a file that was just opened and is the version `initial`, up to what concerns its path and the clock
+/// (see `waitUntilChangesShow`): the caller looks after those. Fails with `fileChangedDuringRead` unless the file is
+/// still this version at the end. `progress` is as above, but without the 1 at the end.
 DigestMap hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
                        const std::stop_token& cancellation, const ProgressCallback& progress);
 

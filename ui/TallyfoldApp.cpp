@@ -68,9 +68,17 @@ void chooseDarkPalette() {
   QApplication::setPalette(palette);
 }
 
+// The toolkit and Mesa would keep the few shaders of the window in the user's home folder. Before the toolkit: with it
+// come the drivers, which ask once.
+int& withoutShaderCaches(int& argc) {
+  QCoreApplication::setAttribute(Qt::AA_DisableShaderDiskCache);
+  qputenv("MESA_SHADER_CACHE_DISABLE", "true");
+  return argc;
+}
+
 }  // namespace
 
-TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(argc, argv) {
+TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(withoutShaderCaches(argc), argv) {
   // One heap for all threads: what a list of 100,000 dropped URLs leaves free is used again for the results.
   mallopt(M_ARENA_MAX, 1);
   // Past a limit on file sizes a write must fail like any other, and not end the program.
@@ -88,6 +96,8 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(argc, argv) {
   chooseDarkPalette();
 
   if (!hasGraphicsProcessor()) QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+  // The drivers have asked. Programs that are started from here are none of ours.
+  qunsetenv("MESA_SHADER_CACHE_DISABLE");
 
   qml_register_types_TallyFold();
   engine_.addImportPath(QStringLiteral("qrc:/qml"));

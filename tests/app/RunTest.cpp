@@ -203,26 +203,6 @@ TEST_F(Run, NewsUnderwayAtShutdownAreDropped) {
   EXPECT_EQ(model_->overallProgress(), 0);
 }
 
-TEST_F(Run, ClearedInMidRunStaysEmpty) {
-  holdInMidRun();
-  const auto files = paths();
-  model_->clearFiles();
-  const auto expectNothing = [&] {
-    EXPECT_THAT(paths(), IsEmpty());
-    EXPECT_THAT(resultPaths(), IsEmpty());
-    EXPECT_EQ(model_->overallProgress(), 0);
-  };
-  expectNothing();
-  add(files);
-  expectNothing();
-  gate_.open();
-  ASSERT_TRUE(runEnds());
-  expectNothing();
-  add(files);
-  run();
-  EXPECT_THAT(states(), Each("complete"));
-}
-
 TEST_F(Run, NewsOfAWholeRunAreOneChangeWhenTheInterfaceWasBusy) {
   const int count = 10'000;
   model_->addFiles(vanishedFiles(count));
@@ -237,42 +217,6 @@ TEST_F(Run, NewsOfAWholeRunAreOneChangeWhenTheInterfaceWasBusy) {
   EXPECT_EQ(progress.count(), 1);
   EXPECT_EQ(model_->overallProgress(), 1);
   EXPECT_THAT(states(), Each("No such file or directory"));
-}
-
-TEST_F(Run, OutcomeIsKeptForWhoLooksAtAnotherMode) {
-  using Model = AppViewModel;
-  add({folder_.file("abc", "abc")});
-  run();
-  EXPECT_EQ(model_->unseenOutcome(AppMode::Files), Model::NoOutcome);
-  model_->setMode(AppMode::Verify);
-  run();
-  EXPECT_EQ(model_->unseenOutcome(AppMode::Files), Model::AllWell);
-  model_->addFiles(vanishedFiles(1));
-  run();
-  EXPECT_EQ(model_->unseenOutcome(AppMode::Files), Model::SomeFailed);
-  model_->setMode(AppMode::Files);
-  EXPECT_EQ(model_->unseenOutcome(AppMode::Files), Model::NoOutcome);
-}
-
-TEST_F(Run, RemovedJobIsGoneWithItsResult) {
-  const std::vector<fs::path> files = {folder_.file("a", "a"), folder_.file("b", "abc"), folder_.file("c", "abc")};
-  add(files);
-  model_->setSelectedAlgorithms({HashAlgorithm::sha256});
-  run();
-  const Uuid removed = idAt(0);
-  model_->removeJob(removed);
-  model_->removeJob(removed);
-  EXPECT_EQ(paths(), (std::vector{files[1], files[2]}));
-  EXPECT_EQ(resultPaths(), (std::vector{files[1], files[2]}));
-  EXPECT_EQ(model_->result(removed), nullptr);
-  model_->copyAllHashes(removed);
-  EXPECT_EQ(desktop_.pasteboard, std::nullopt);
-  EXPECT_EQ(digestAt(1), sha256OfAbc);
-
-  add({files[0]});
-  EXPECT_EQ(paths(), (std::vector{files[1], files[2], files[0]}));
-  EXPECT_NE(idAt(2), removed);
-  EXPECT_THAT(states(), ElementsAre("complete", "complete", "queued"));
 }
 
 TEST_F(Run, DigestsAreCopiedOnlyWhereThereIsAResult) {

@@ -1,11 +1,8 @@
 #pragma once
 
-#include <filesystem>
 #include <ostream>
 #include <string>
 #include <vector>
-
-#include "tests/support/TemporaryFolder.h"
 
 namespace tallyfold::test {
 
@@ -21,10 +18,5 @@ struct Change {
 };
 
 std::vector<Change> changes();
-
-/// Waits until `files` are old enough for their next change to be seen. The system stamps changes with a clock that on
-/// many kernels ticks only every few milliseconds: a change in place within the tick of the one before has the same
-/// time, and no program can tell. Makes a file in `folder` to see the clock.
-void settle(const TemporaryFolder& folder, const std::vector<std::filesystem::path>& files);
 
 }  // namespace tallyfold::test

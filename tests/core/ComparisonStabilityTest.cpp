@@ -33,7 +33,6 @@ class ComparisonStability : public testing::TestWithParam<test::Change> {
     const test::TemporaryFolder folder;
     const fs::path a = folder.file("a", contentOfA);
     const fs::path b = folder.file("b", contentOfB);
-    test::settle(folder, {a, b});
     const auto change = [&] { other.change(GetParam().verb, folder.path() / changed); };
     if (moment == 0) change();
     test::WatchedSystemCalls system;

@@ -25,12 +25,6 @@ using testing::ElementsAre;
 
 class Stability : public testing::TestWithParam<test::Change> {
  protected:
-  static fs::path settledFile(const test::TemporaryFolder& folder, std::string_view content) {
-    fs::path file = folder.file("file", content);
-    test::settle(folder, {file});
-    return file;
-  }
-
   const std::string content = test::period251(10'000);
   test::OtherProcess other;
 };
@@ -42,7 +36,7 @@ TEST_P(Stability, NeverTheDigestOfAMixture) {
   std::vector<std::string_view> calls;
   {
     const test::TemporaryFolder folder;
-    const fs::path file = settledFile(folder, content);
+    const fs::path file = folder.file("file", content);
     test::WatchedSystemCalls system;
     system.longestRead = 1000;
     before = outcomeOf(file);
@@ -65,7 +59,7 @@ TEST_P(Stability, NeverTheDigestOfAMixture) {
     if (moment == calls.size() && change.isInPlace) expected = before;
 
     const test::TemporaryFolder folder;
-    const fs::path file = settledFile(folder, content);
+    const fs::path file = folder.file("file", content);
     test::WatchedSystemCalls system;
     system.longestRead = 1000;
     bool changed = false;

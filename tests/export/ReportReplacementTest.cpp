@@ -1,18 +1,22 @@
-#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <fcntl.h>
 #include <functional>
 #include <gmock/gmock.h>
+#include <iostream>
+#include <map>
+#include <random>
 #include <set>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <system_error>
-#include <thread>
 #include <unistd.h>
 
 #include "core/Errors.h"
 #include "tests/export/Reports.h"
+#include "tests/support/Process.h"
+#include "tests/support/Seed.h"
 
 namespace tallyfold::test {
 
@@ -284,36 +288,67 @@ TEST_F(ReportReplacement, DeviceWithoutADiskTakesAReport) {
   EXPECT_NO_THROW(ManifestService::writeContents(few_, Format::json, FileHandle::open("/dev/null", O_WRONLY), {}));
 }
 
-TEST_F(ReportReplacement, ReadersSeeOnlyWholeReports) {
-  const fs::path path = folder_.path() / "shared.txt";
-  const FileHashResults shorter = manyResults(500);
-  write(many_, path);
-  const std::string longText = contentOf(path);
-  write(shorter, path);
-  const std::string shortText = contentOf(path);
-
-  std::atomic<bool> done = false;
-  std::atomic<int> reads = 0;
-  int mixtures = 0;
-  std::set<std::size_t> seen;
-  std::jthread reader([&] {
-    while (!done) {
-      const std::string text = contentOf(path);
-      if (text != longText && text != shortText) ++mixtures;
-      seen.insert(text.size());
-      ++reads;
-    }
-  });
-  for (int i = 0; i < 20; ++i) {
-    write(i % 2 == 0 ? many_ : shorter, path);
-    // The second read to end from now on has begun from now on.
-    const int readsBefore = reads;
-    while (reads < readsBefore + 2) std::this_thread::yield();
+TEST_F(ReportReplacement, ProcessKilledAtAnyMomentLeavesAWholeReport) {
+  // Another format and another length each time; one of the names is a link.
+  struct Report {
+    const FileHashResults& results;
+    Format format;
+    fs::path destination;
+    std::string text;
+  };
+  const fs::path link = folder_.path() / "link";
+  fs::create_symlink("report.txt", link);
+  std::vector<Report> reports{
+      {many_, Format::csv, link, ""}, {many_, Format::json, report_, ""}, {few_, Format::plainText, link, ""}};
+  const auto begin = std::chrono::steady_clock::now();
+  for (Report& report : reports) {
+    ManifestService::write(report.results, report.format, report.destination, {});
+    report.text = contentOf(report_);
   }
-  done = true;
-  reader.join();
-  EXPECT_EQ(mixtures, 0);
-  EXPECT_EQ(seen, (std::set<std::size_t>{shortText.size(), longText.size()}));
+  const auto usual = (std::chrono::steady_clock::now() - begin) / 2;
+
+  std::mt19937 random(seedOfThisRun());
+  std::map<std::string, int> found;
+  std::size_t last = reports.size() - 1;
+  for (int round = 0; round < roundsOfThisRun(30); ++round) {
+    const std::string before = contentOf(report_);
+    const Report& report = reports[(last + 1 + random() % 2) % reports.size()];
+    const auto moment =
+        std::chrono::steady_clock::now() + usual * (random() % 1000) / (random() % 2 == 0 ? 1'000 : 10'000);
+    ForkedProcess exporter([&] { ManifestService::write(report.results, report.format, report.destination, {}); });
+    while (std::chrono::steady_clock::now() < moment) {
+    }
+    const bool isKilled = exporter.kill() == SIGKILL;
+
+    const std::string after = contentOf(report_);
+    ASSERT_TRUE(after == before || after == report.text) << after.size() << " bytes of no report";
+    EXPECT_TRUE(isKilled || after == report.text);
+    EXPECT_TRUE(fs::is_symlink(link));
+    // What a killed process leaves behind is its one private folder, which nothing mistakes for a report.
+    std::set<std::string> left = namesIn(folder_.path());
+    left.erase("link");
+    left.erase("report.txt");
+    ASSERT_LE(left.size(), isKilled ? 1U : 0U);
+    std::string state = "no folder";
+    for (const std::string& name : left) {
+      EXPECT_THAT(name, testing::StartsWith(".tallyfold-"));
+      EXPECT_EQ(modeOf(folder_.path() / name), mode_t{0700});
+      const std::set<std::string> files = namesIn(folder_.path() / name);
+      ASSERT_LE(files.size(), 1U);
+      state = files.empty() ? "empty folder" : "folder with a part of a report";
+      if (!files.empty() && contentOf(folder_.path() / name / *files.begin()) == report.text) {
+        state = "folder with a whole report";
+      }
+    }
+    ++found[(isKilled ? "killed: " : "ended: ") + state + (after == before ? ", old report" : ", new report")];
+
+    last = random() % reports.size();
+    const Report& next = reports[last];
+    ManifestService::write(next.results, next.format, next.destination, {});
+    ASSERT_EQ(contentOf(report_), next.text);
+    for (const std::string& name : left) fs::remove_all(folder_.path() / name);
+  }
+  for (const auto& [state, count] : found) std::cout << count << " " << state << '\n';
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "tests/support/Seed.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <random>
@@ -16,6 +17,14 @@ unsigned seedOfThisRun() {
     return value;
   }();
   return seed;
+}
+
+int roundsOfThisRun(int few) {
+  const char* const factor = std::getenv("TALLYFOLD_ROUNDS");
+#ifdef __SANITIZE_THREAD__
+  few = std::max(few / 10, 1);
+#endif
+  return factor != nullptr ? few * std::stoi(factor) : few;
 }
 
 }  // namespace tallyfold::test

@@ -163,37 +163,6 @@ TEST_F(ProgramTest, ClosingInMidRunEndsEveryWorkerWithinASecond) {
   }
 }
 
-TEST_F(ProgramTest, NoInternetSocketIsEverOpened) {
-  const fs::path trace = startTraced("network");
-  const OtherWindow window("Tally Fold");
-  // Large enough to be seen open.
-  const fs::path file = folder.file("file", "");
-  fs::resize_file(file, 256U << 20U);
-  add(window, file);
-  calculate(file);
-  const std::string sha256 = outputOf({"sha256sum", file.string()}).substr(0, 64);
-  XInput::waitFor("the checksums", [&] {
-    input.press({"Control_L", "c"});
-    return input.clipboard().find("SHA-256: " + sha256) != std::string::npos;
-  });
-  input.press({"Control_L", "e"});
-  input.press({"Down"});
-  input.press({"Return"});
-  answerPanel("Save Report", folder.path() / "report.txt");
-  XInput::waitFor("the report", [&] { return fs::exists(folder.path() / "report.txt"); });
-  window.focus();
-  input.press({"Control_L", "q"});
-  expectExit();
-
-  const QString calls = QString::fromStdString(contentOf(trace));
-  QStringList families;
-  static const QRegularExpression socket(QStringLiteral("\\bsocket\\((\\w+),"));
-  for (auto match = socket.globalMatch(calls); match.hasNext();) families.append(match.next().captured(1));
-  EXPECT_THAT(families, testing::Contains(QStringLiteral("AF_UNIX"))) << "The display's own socket must be there.";
-  EXPECT_THAT(families, testing::Each(testing::AnyOf(QStringLiteral("AF_UNIX"), QStringLiteral("AF_NETLINK"))));
-  EXPECT_FALSE(calls.contains(QStringLiteral("AF_INET")));
-}
-
 TEST_F(ProgramTest, FileListedUnderSeveralAlgorithmsAndNamesIsReadOnce) {
   constexpr qint64 size = 20'000'000;
   const fs::path root = folder.path() / "root";

@@ -1,0 +1,315 @@
+// Random scripts of what a user does with the queue, also in mid-run. After each step, all that the model shows of it
+// is compared with a reference that only knows what each step means. A script that fails is made as short as it gets.
+
+#include <iostream>
+#include <random>
+#include <set>
+#include <sstream>
+#include <unordered_set>
+
+#include "tests/app/ModelTest.h"
+#include "tests/support/Seed.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A file that may be queued, and why hashing it fails; empty when it does not.
+struct File {
+  fs::path path;
+  std::string failure;
+};
+
+struct Step {
+  std::string verb;
+  unsigned argument = 0;
+};
+using ScriptSteps = std::vector<Step>;
+
+/// Plays a script on a model of its own, and says what is wrong with it.
+class Player {
+ public:
+  explicit Player(const std::vector<File>& files) : files_(files) {}
+  ~Player() {
+    model_.reset();
+    EXPECT_TRUE(BackgroundTask::waitForAll(patience));
+  }
+  Player(const Player&) = delete;
+  Player& operator=(const Player&) = delete;
+
+  /// What is wrong after the first step that leaves something wrong; empty when none does.
+  std::string play(const ScriptSteps& script) {
+    for (const Step& step : script) {
+      if (isRunning_) ++stepsInMidRun;
+      take(step);
+      observe();
+      if (!complaint_.empty()) return "after " + step.verb + ": " + complaint_;
+    }
+    return {};
+  }
+
+  int stepsInMidRun = 0;
+
+ private:
+  struct Row {
+    std::size_t file;
+    Uuid id;
+    bool isFinished = false;
+  };
+
+  void take(const Step& step) {
+    const std::string& verb = step.verb;
+    const unsigned argument = step.argument;
+    if (verb == "add" || verb == "drop") {
+      QList<QUrl> urls{QUrl(QStringLiteral("https://example.org/a")), QUrl(QStringLiteral("file:///t/"))};
+      const std::size_t before = rows_.size();
+      for (std::size_t i = 0; i < files_.size(); ++i) {
+        if ((argument >> (i % 16) & 1U) == 0) continue;
+        urls.append(urlOf(files_[i].path));
+        if (isRunning_) continue;
+        if (rows_.size() == AppViewModel::queueLimit) {
+          isLimitShown_ = true;  // Whatever comes when the queue is full.
+        } else if (queued_.insert(i).second) {
+          rows_.push_back({i, {}});
+        }
+      }
+      const bool isDrop = verb == "drop";
+      isDrop ? model_->addDroppedFiles(urls) : model_->addFiles(urls);
+      for (std::size_t row = before; row < rows_.size(); ++row) {
+        rows_[row].id = model_->jobs()->idAt(static_cast<int>(row));
+        require(ids_.insert(rows_[row].id).second, "an id is used twice");
+      }
+      const bool isLimited = isLimitShown_;
+      if (isDrop && rows_.size() > before) begin();
+      isLimitShown_ = isLimited;
+    } else if (verb == "remove") {
+      const std::size_t row = argument % (rows_.size() + 1);
+      const bool isKnown = row < rows_.size();
+      model_->removeJob(isKnown ? rows_[row].id : Uuid::random());
+      if (isRunning_ || !isKnown) return;
+      queued_.erase(rows_[row].file);
+      rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(row));
+    } else if (verb == "clear") {
+      model_->clearFiles();
+      rows_.clear();
+      queued_.clear();
+      isCancelled_ = true;
+      processed_ = total_ = 0;
+    } else if (verb == "cancel") {
+      model_->cancelProcessing();
+      if (isRunning_) isCancelled_ = true;
+    } else if (verb == "start") {
+      model_->startProcessing();
+      begin();
+    } else if (verb == "mode") {
+      mode_ = AppMode::allCases().at(argument % AppMode::allCases().size());
+      model_->setMode(mode_);
+      if (mode_ == AppMode::Files) unseen_ = AppViewModel::NoOutcome;
+    } else if (verb == "algorithms") {
+      const std::array<HashAlgorithmSet, 3> sets{HashAlgorithmSet{}, {HashAlgorithm::crc32}, HashAlgorithmSet::all()};
+      model_->setSelectedAlgorithms(sets.at(argument % 3));
+      if (!isRunning_) algorithms_ = sets.at(argument % 3);
+    } else if (verb == "turn") {
+      const QDeadlineTimer end(argument % 20);
+      do QCoreApplication::processEvents();
+      while (!end.hasExpired());
+    } else {
+      require(reached([this] { return !model_->isProcessing(); }), "the run never ends");
+    }
+  }
+
+  void begin() {
+    if (isRunning_ || rows_.empty() || algorithms_.empty()) return;
+    isRunning_ = true;
+    isCancelled_ = isLimitShown_ = false;
+    processed_ = 0;
+    total_ = rows_.size();
+    for (Row& row : rows_) row.isFinished = false;
+  }
+
+  /// What the workers did meanwhile is all that the reference learns from the model: which rows of a run are finished,
+  /// and that the run has ended. Everything else must be as the reference has it.
+  void observe() {
+    const auto& jobs = model_->jobs()->jobs();
+    require(jobs.size() == rows_.size(), "the number of jobs");
+    if (jobs.size() != rows_.size()) return;
+    const bool isAlive = isRunning_ && !isCancelled_;
+    std::vector<Uuid> results;
+    std::size_t finished = 0;
+    bool isFront = isAlive;  // Until the first row that is not finished.
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+      Row& row = rows_[i];
+      const File& file = files_[row.file];
+      const FileJob& job = jobs[i];
+      require(job.id == row.id && *job.url == file.path, "a job is not in its place");
+      const auto* failed = std::get_if<FileJob::Failed>(&job.state);
+      const bool isFinished = failed != nullptr || std::holds_alternative<FileJob::Complete>(job.state);
+      require(!isFinished || (failed == nullptr ? "" : failed->message) == file.failure, "a wrong outcome");
+      if (isFront && isFinished) row.isFinished = true;
+      require(isFinished == row.isFinished, "a job is finished out of its turn, or no more");
+      require(isFinished || std::holds_alternative<FileJob::Queued>(job.state) || isFront, "two jobs are under way");
+      isFront = isFront && isFinished;
+      if (isFinished) ++finished;
+      const bool hasResult = isFinished && failed == nullptr;
+      if (hasResult) results.push_back(row.id);
+      require((model_->result(row.id) != nullptr) == hasResult, "the result of a job");
+    }
+    if (isAlive) processed_ = finished;
+    require(std::ranges::equal(results, model_->results(), {}, {}, [](const auto& result) { return result->id; }),
+            "the results");
+    if (isRunning_ && !model_->isProcessing()) {
+      isRunning_ = false;
+      require(isCancelled_ || processed_ == total_, "a run ended early");
+      const bool isWell = results.size() == rows_.size();
+      if (total_ > 0 && processed_ == total_ && mode_ != AppMode::Files)
+        unseen_ = isWell ? AppViewModel::AllWell : AppViewModel::SomeFailed;
+    }
+    require(model_->isProcessing() == isRunning_, "a run that nobody started");
+    require(model_->processedCount() == static_cast<int>(processed_), "the count of finished files");
+    const double progress = total_ == 0 ? 0 : static_cast<double>(processed_) / static_cast<double>(total_);
+    require(model_->overallProgress() == progress, "the progress");
+    require(model_->unseenOutcome(AppMode::Files) == unseen_, "the unseen outcome");
+    require(model_->mode() == mode_ && model_->selectedAlgorithms() == algorithms_, "the mode or the selection");
+    require(model_->errorMessage().isEmpty() != isLimitShown_, "an error");
+    require(model_->startRefusal().isEmpty() == !(isRunning_ || rows_.empty() || algorithms_.empty()), "the refusals");
+    require(model_->queueRefusal().isEmpty() != isRunning_, "the refusal of changes");
+    // The index: any job is found by its id, and none that is gone.
+    for (const Uuid& id : {rows_.empty() ? Uuid() : rows_[processed_ % rows_.size()].id, Uuid()}) {
+      desktop_.pasteboard.reset();
+      model_->copyPath(id);
+      const auto row = std::ranges::find(rows_, id, &Row::id);
+      require(
+          desktop_.pasteboard ==
+              (row == rows_.end() ? std::nullopt : std::optional(QByteArray::fromStdString(files_[row->file].path))),
+          "the index");
+    }
+  }
+
+  void require(bool holds, const char* what) {
+    if (!holds && complaint_.empty()) complaint_ = what;
+  }
+
+  const std::vector<File>& files_;
+  FakeDesktop desktop_;
+  std::unique_ptr<AppViewModel> model_ = std::make_unique<AppViewModel>(desktop_);
+  std::string complaint_;
+
+  std::vector<Row> rows_;
+  std::set<std::size_t> queued_;
+  std::unordered_set<Uuid> ids_;
+  bool isRunning_ = false;
+  bool isCancelled_ = false;
+  bool isLimitShown_ = false;
+  std::size_t processed_ = 0;
+  std::size_t total_ = 0;
+  AppMode::Case mode_ = AppMode::Files;
+  AppViewModel::Outcome unseen_ = AppViewModel::NoOutcome;
+  HashAlgorithmSet algorithms_ = HashAlgorithm::recommended;
+};
+
+/// Leaves out of a script that fails whatever it fails without.
+ScriptSteps shortened(ScriptSteps script, const std::vector<File>& files) {
+  for (std::size_t length = script.size() / 2; length > 0; length /= 2) {
+    for (std::size_t start = 0; start + length <= script.size();) {
+      ScriptSteps shorter = script;
+      const auto first = shorter.begin() + static_cast<std::ptrdiff_t>(start);
+      shorter.erase(first, first + static_cast<std::ptrdiff_t>(length));
+      if (Player(files).play(shorter).empty()) {
+        start += length;
+      } else {
+        script = std::move(shorter);
+      }
+    }
+  }
+  return script;
+}
+
+std::string textOf(const ScriptSteps& script) {
+  std::ostringstream text;
+  for (const Step& step : script) text << step.verb << ' ' << step.argument << ", ";
+  return text.str();
+}
+
+TEST(QueueScript, RandomScriptsDoWhatTheReferenceDoes) {
+  const TemporaryFolder folder;
+  std::vector<File> files;
+  for (int i = 0; i < 10; ++i) files.push_back({folder.file(std::to_string(i), std::to_string(i)), ""});
+  fs::resize_file(files[3].path, 8 << 20);
+  fs::resize_file(files[7].path, 20 << 20);
+  fs::create_directory(folder.path() / "folder");
+  files.push_back({folder.path() / "folder", "The selected item is not a regular file."});
+  files.insert(files.begin() + 5, {folder.path() / "missing", "No such file or directory"});
+
+  // Some come more often.
+  const std::vector<std::string> verbs{"add",   "add",  "drop",       "remove", "remove", "clear", "cancel",
+                                       "start", "mode", "algorithms", "turn",   "turn",   "turn",  "finish"};
+  std::mt19937 random(seedOfThisRun());
+  const int rounds = roundsOfThisRun(12);
+  int stepsInMidRun = 0;
+  for (int round = 0; round < rounds; ++round) {
+    ScriptSteps script;
+    for (int i = 0; i < 40; ++i) script.push_back({verbs[random() % verbs.size()], static_cast<unsigned>(random())});
+    Player player(files);
+    const std::string complaint = player.play(script);
+    stepsInMidRun += player.stepsInMidRun;
+    if (complaint.empty()) continue;
+    const ScriptSteps shorter = shortened(script, files);
+    FAIL() << complaint << "\nin " << textOf(script) << "\nShorter: " << textOf(shorter) << "\n"
+           << Player(files).play(shorter);
+  }
+  std::cout << rounds << " scripts of 40 steps, " << stepsInMidRun << " of them in mid-run\n";
+  EXPECT_GT(stepsInMidRun, rounds);
+}
+
+TEST(QueueScript, EveryTenthFileOfAFullQueueFails) {
+  const TemporaryFolder folder;
+  std::vector<File> files;
+  const std::size_t count = std::min(AppViewModel::queueLimit, static_cast<std::size_t>(roundsOfThisRun(2'000)));
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::string name = std::to_string(i);
+    const bool isMissing = i % 10 == 9;
+    files.push_back(
+        {isMissing ? folder.path() / name : folder.file(name, name), isMissing ? "No such file or directory" : ""});
+  }
+  constexpr unsigned all = 0xFFFF;
+  const Step turn{"turn", 19};
+  Player player(files);
+  EXPECT_EQ(player.play({{"mode", AppMode::Text},
+                         {"drop", all},
+                         turn,
+                         turn,
+                         {"add", all},
+                         {"remove", 3},
+                         {"finish"},
+                         {"add", all},
+                         {"remove", 0},
+                         {"remove", 8},
+                         {"remove", 1'500},
+                         {"add", all},
+                         {"mode", AppMode::Files},
+                         {"start"},
+                         turn,
+                         turn,
+                         {"start"},
+                         {"cancel"},
+                         turn,
+                         {"finish"},
+                         {"start"},
+                         turn,
+                         {"clear"},
+                         {"add", all},
+                         {"finish"},
+                         {"add", all},
+                         {"start"},
+                         {"finish"},
+                         {"clear"}}),
+            "");
+  std::cout << count << " files\n";
+  EXPECT_GT(player.stepsInMidRun, 8);
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test
