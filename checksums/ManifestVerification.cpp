@@ -92,11 +92,24 @@ DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, const 
 }
 
 void ManifestVerification::validateRoot() {
-  validateRootIdentity(rootIdentity_, rootURL_);
+  if (!root_ || !isRootWithoutLinksUnchanged()) validateRootIdentity(rootIdentity_, rootURL_);
   if (root_) return;
   FileHandle root = FileHandle::openFolder(rootIdentity_.canonicalPath);
   if (root.snapshot() != rootIdentity_.snapshot) fail(ManifestPathError::Case::rootChangedDuringVerification);
   root_ = std::move(root);
+  if ((rootURL_ / "").lexically_normal() == rootIdentity_.canonicalPath + "/") top_ = FileHandle::openFolder("/");
+}
+
+/// Most roots are chosen by a path without links. That it still has none the kernel tells faster than one call per
+/// folder on the way can.
+bool ManifestVerification::isRootWithoutLinksUnchanged() const {
+  if (!top_) return false;
+  try {
+    return top_->openBelow(rootIdentity_.canonicalPath.substr(1), O_PATH | O_DIRECTORY).snapshot() ==
+           rootIdentity_.snapshot;
+  } catch (const std::system_error&) {
+    return false;
+  }
 }
 
 ManifestVerification::OpenFile ManifestVerification::open(const std::string& relativePath) const {

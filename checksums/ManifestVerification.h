@@ -89,6 +89,7 @@ class ManifestVerification {
 
   DigestMap digestsOf(const ManifestFileGroup& group, const std::stop_token& cancellation);
   void validateRoot();
+  [[nodiscard]] bool isRootWithoutLinksUnchanged() const;
   [[nodiscard]] OpenFile open(const std::string& relativePath) const;
   [[nodiscard]] std::optional<OpenFile> openWithoutLinks(std::string path) const;
   [[nodiscard]] OpenFile openThroughLinks(const std::string& relativePath) const;
@@ -97,6 +98,7 @@ class ManifestVerification {
   std::filesystem::path rootURL_;
   ManifestRootIdentity rootIdentity_;
   std::optional<FileHandle> root_;  ///< Open from the first group on.
+  std::optional<FileHandle> top_;   ///< "/", where the root was chosen by a path without links.
   FixedCapacityCache<ManifestFileContentIdentity, ManifestDigestCacheEntry> cache_;
 };
 
