@@ -1,80 +1,104 @@
-#include <cerrno>
-#include <gtest/gtest.h>
-#include <string>
+#include "tests/core/CoreTest.h"
 
-#include "tests/core/Outcome.h"
-#include "tests/support/TemporaryFolder.h"
-#include "tests/support/WatchedSystemCalls.h"
+namespace tallyfold::test {
 
-namespace tallyfold {
 namespace {
 
-using test::outcomeOf;
+namespace fs = std::filesystem;
 
-/// A file that takes several reads, and the calls that hashing it takes.
-class Fault : public testing::Test {
+/// Work on files that take several reads.
+struct Work {
+  std::string name;
+  std::function<std::string(const fs::path& a, const fs::path& b)> outcome;
+  std::vector<std::string_view> calls;
+  std::size_t opened;  // From this call on all files are open.
+};
+
+void PrintTo(const Work& work, std::ostream* stream) { *stream << work.name; }
+
+const Work hashing{
+    "Hashing",
+    [](const fs::path& a, const fs::path&) { return outcomeOf(a); },
+    {"stat", "open", "fstat", "stat", "read", "read", "read", "read", "fstat", "fstat", "stat"},
+    3,
+};
+const Work comparing{
+    "Comparing",
+    [](const fs::path& a, const fs::path& b) { return outcomeOfComparison(a, b); },
+    {"stat", "open", "fstat", "stat", "open", "fstat", "stat",  "stat", "read",  "read",
+     "read", "read", "read",  "read", "read", "read",  "fstat", "stat", "fstat", "stat"},
+    6,
+};
+
+class Fault : public testing::TestWithParam<Work> {
  protected:
   void SetUp() override {
     system.longestRead = 1000;
-    digest = outcomeOf(file);
-    ASSERT_EQ(digest.size(), 64U);
-    names = std::exchange(system.names, {});
-    ASSERT_EQ(names, (std::vector<std::string_view>{"stat", "open", "fstat", "stat", "read", "read", "read", "read",
-                                                    "fstat", "fstat", "stat"}));
+    expected = outcome();
+    ASSERT_FALSE(expected.starts_with("error"));
+    ASSERT_EQ(system.names, calls);
   }
 
-  std::string outcomeWithError(std::size_t number, int error) {
+  std::string outcome() {
     system.names.clear();
-    system.before = [=](std::string_view, std::size_t call) { return call == number ? error : 0; };
-    return outcomeOf(file);
+    return GetParam().outcome(a, b);
   }
 
-  test::TemporaryFolder folder;
-  const std::filesystem::path file = folder.file("file", test::period251(3456));
-  test::WatchedSystemCalls system;
-  std::string digest;
-  std::vector<std::string_view> names;
+  TemporaryFolder folder;
+  const fs::path a = folder.file("a", period251(3456));
+  const fs::path b = folder.file("b", period251(3456));
+  const std::vector<std::string_view>& calls = GetParam().calls;
+  WatchedSystemCalls system;
+  std::string expected;
 };
 
-TEST_F(Fault, InterruptedCallsAreRepeated) {
+TEST_P(Fault, InterruptedCallsAreRepeated) {
   system.before = [](std::string_view, std::size_t number) { return number % 3 == 0 ? 0 : EINTR; };
-  EXPECT_EQ(outcomeOf(file), digest);
-  EXPECT_EQ(system.names.size(), 3 * names.size());
+  EXPECT_EQ(outcome(), expected);
+  EXPECT_EQ(system.names.size(), 3 * calls.size());
 }
 
-TEST_F(Fault, ErrorOfAnyCallIsTheErrorOfTheWhole) {
-  for (std::size_t number = 1; number <= names.size(); ++number) {
-    // Once the file is open, a path that cannot be looked at any more is a change of the file.
-    const bool isLaterStat = names[number - 1] == "stat" && number > 1;
-    EXPECT_EQ(outcomeWithError(number, EIO), isLaterStat ? test::kChanged : "error: Input/output error")
-        << names[number - 1] << ", call " << number;
+TEST_P(Fault, ErrorOfAnyCallIsTheErrorOfTheWhole) {
+  for (std::size_t number = 1; number <= calls.size(); ++number) {
+    system.before = [=](std::string_view, std::size_t call) { return call == number ? EIO : 0; };
+    // Once the files are open, a path that cannot be looked at any more is a change of the file.
+    const bool isLaterStat = calls[number - 1] == "stat" && number > GetParam().opened;
+    EXPECT_EQ(outcome(), isLaterStat ? kChanged : "error: Input/output error") << "call " << number;
     EXPECT_EQ(system.names.size(), number) << "It went on after the error";
     EXPECT_EQ(system.stillOpen, 0) << "call " << number;
   }
 }
 
-TEST_F(Fault, OpenThatGivesNoReasonIsAnInvalidArgument) {
-  struct : test::WatchedSystemCalls {
-    int open(const char*, int, mode_t) override { return -1; }
-  } silent;
-  EXPECT_EQ(outcomeOf(file), "error: Invalid argument");
+TEST_P(Fault, FileShorterThanRecordedFails) {
+  for (std::size_t number = 1; number <= calls.size(); ++number) {
+    if (calls[number - 1] != "read") continue;
+    system.before = [=, this](std::string_view, std::size_t call) {
+      system.longestRead = call == number ? 0 : 1000;
+      return 0;
+    };
+    EXPECT_EQ(outcome(), kChanged) << "nothing came of call " << number;
+    EXPECT_EQ(system.names.size(), number);
+  }
 }
 
-TEST_F(Fault, FileShorterThanRecordedFails) {
-  system.before = [this](std::string_view name, std::size_t number) {
-    if (name == "read" && number == 7) system.longestRead = 0;
-    return 0;
-  };
-  EXPECT_EQ(outcomeOf(file), test::kChanged);
-  EXPECT_EQ(system.names.size(), 7U);
-}
+INSTANTIATE_TEST_SUITE_P(Of, Fault, testing::Values(hashing, comparing),
+                         [](const auto& test) { return test.param.name; });
 
-TEST_F(Fault, ItemThatBecomesAnotherKindBetweenLookAndOpenFails) {
-  struct : test::WatchedSystemCalls {
+TEST(FaultOfOpening, IsToldInASentence) {
+  const TemporaryFolder folder;
+  const fs::path file = folder.file("file", "content");
+  {
+    struct : WatchedSystemCalls {
+      int open(const char*, int, mode_t) override { return -1; }
+    } silent;
+    EXPECT_EQ(outcomeOf(file), "error: Invalid argument") << "when there is no reason";
+  }
+  struct : WatchedSystemCalls {
     int open(const char*, int flags, mode_t mode) override { return SystemCalls::open("/dev/null", flags, mode); }
   } swapped;
-  EXPECT_EQ(outcomeOf(file), test::kNotRegular);
+  EXPECT_EQ(outcomeOf(file), kNotRegular) << "when it becomes another kind between look and open";
 }
 
 }  // namespace
-}  // namespace tallyfold
+
+}  // namespace tallyfold::test
