@@ -24,6 +24,20 @@ TEST_F(Lifetime, WorkerOfARunEndsWithItsCurrentChunkWhenTheModelGoes) {
   QCoreApplication::processEvents();
 }
 
+TEST_F(Lifetime, ExportIsGivenUpWhenTheModelGoes) {
+  add({folder_.file("a", "abc")});
+  run();
+  holdAt("open", 1);
+  model_->exportResults(AppViewModel::Text);
+  desktop_.confirmSavePanel(urlOf(folder_.path() / "report"));
+  ASSERT_TRUE(gate_.waitForArrival());
+  model_.reset();
+  gate_.open();
+  ASSERT_TRUE(BackgroundTask::waitForAll(patience));
+  EXPECT_FALSE(std::filesystem::exists(folder_.path() / "report"));
+  QCoreApplication::processEvents();
+}
+
 TEST_F(Lifetime, ModelsComeAndGoAtAnyMomentOfARun) {
   const QList<QUrl> files = vanishedFiles(2'000);
   for (int turn = 0; turn < 40; ++turn) {

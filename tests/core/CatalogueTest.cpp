@@ -35,17 +35,12 @@ TEST(Catalogue, LabelsOfChecksumLists) {
   const std::vector<std::pair<std::string, std::optional<HashAlgorithm>>> labels{
       {"b3", HashAlgorithm::blake3},
       {"Blake3", HashAlgorithm::blake3},
-      {"SHA-512", HashAlgorithm::sha512},
       {"s-h-a-1-", HashAlgorithm::sha1},
-      {"Sha256", HashAlgorithm::sha256},
       {"sha-384", HashAlgorithm::sha384},
-      {"sha224", HashAlgorithm::sha224},
-      {"md5", HashAlgorithm::md5},
       {"crc-32", HashAlgorithm::crc32},
       {"\u017Fha1", HashAlgorithm::sha1},  // The long s is an S in upper case.
       {" MD5", std::nullopt},
       {"SHA2-256", std::nullopt},
-      {"CRC", std::nullopt},
       {"BLAKE3-256", std::nullopt},
       {"", std::nullopt},
       {"MD5\xFF", std::nullopt},

@@ -84,21 +84,6 @@ TEST_P(Fault, FileShorterThanRecordedFails) {
 INSTANTIATE_TEST_SUITE_P(Of, Fault, testing::Values(hashing, comparing),
                          [](const auto& test) { return test.param.name; });
 
-TEST(FaultOfOpening, IsToldInASentence) {
-  const TemporaryFolder folder;
-  const fs::path file = folder.file("file", "content");
-  {
-    struct : WatchedSystemCalls {
-      int open(const char*, int, mode_t) override { return -1; }
-    } silent;
-    EXPECT_EQ(outcomeOf(file), "error: Invalid argument") << "when there is no reason";
-  }
-  struct : WatchedSystemCalls {
-    int open(const char*, int flags, mode_t mode) override { return SystemCalls::open("/dev/null", flags, mode); }
-  } swapped;
-  EXPECT_EQ(outcomeOf(file), kNotRegular) << "when it becomes another kind between look and open";
-}
-
 }  // namespace
 
 }  // namespace tallyfold::test
