@@ -16,7 +16,7 @@ namespace {
 using namespace tallyfold;
 
 /// In the quotes of CSV (RFC 4180).
-std::string quoted(std::string_view text) {
+std::string csvField(std::string_view text) {
   std::string field = "\"";
   for (const char c : text) field += c == '"' ? std::string("\"\"") : std::string(1, c);
   return field + '"';
@@ -32,7 +32,8 @@ std::string jsonString(std::string_view text) {
       quotedText += found->second;
     } else if (static_cast<unsigned char>(c) < 0x20) {
       constexpr std::string_view digits = "0123456789abcdef";
-      quotedText.append("\\u00").append({digits[static_cast<std::size_t>(c) / 16], digits[c % 16]});
+      const auto code = static_cast<std::size_t>(c);
+      quotedText.append("\\u00").append({digits[code / 16], digits[code % 16]});
     } else {
       quotedText += c;
     }
@@ -64,7 +65,7 @@ struct Reports {
       const std::string label(algorithm.rawValue());
       const std::string digest(result.hashes.find(algorithm).value());
       text.append(label).append("  ").append(digest).append("  ").append(name).append("\n");
-      table.append("\n").append(quoted(name)).append(",").append(quoted(label));
+      table.append("\n").append(csvField(name)).append(",").append(csvField(label));
       table.append(",").append(digest).append(",").append(size);
       sorted[label] = digest;
     }
