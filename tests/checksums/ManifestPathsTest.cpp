@@ -227,6 +227,27 @@ TEST_F(ManifestPaths, RootIdentityChangesWithTheRoot) {
   EXPECT_EQ(validate(root), kRootChanged);
 }
 
+TEST_F(ManifestPaths, FileIdentityChangesWithTheFile) {
+  const fs::path file = folder.file("root/b.txt", "content");
+  fs::create_symlink("b.txt", root / "link");
+  const ManifestResolvedFileIdentity identity = captureResolvedFileIdentity(root / "link", {});
+  EXPECT_EQ(identity.canonicalPath, (root / "b.txt").native());
+  EXPECT_EQ(captureResolvedFileIdentity(file, {}), identity);
+  for (const fs::path& no : {root, root / "missing", fs::path("/dev/null")}) {
+    EXPECT_EQ(failureOf([&] { captureResolvedFileIdentity(no, {}); }), kPathChanged) << no;
+  }
+  const auto validate = [&](const fs::path& url) {
+    return failureOf([&] { validateResolvedFileIdentity(identity, url); });
+  };
+  EXPECT_EQ(validate(root / "link"), "");
+  fs::create_hard_link(file, root / "other name");
+  const ManifestResolvedFileIdentity linked = captureResolvedFileIdentity(file, {});
+  EXPECT_EQ(failureOf([&] { validateResolvedFileIdentity(linked, root / "other name"); }), kPathChanged);
+  fs::copy_file(file, root / "copy");
+  fs::rename(root / "copy", file);
+  EXPECT_EQ(failureOf([&] { validateResolvedFileIdentity(linked, file); }), kPathChanged);
+}
+
 }  // namespace
 
 }  // namespace tallyfold::test
