@@ -123,6 +123,7 @@ TEST_F(ManifestPaths, LeadInsideOrAreRefused) {
       {"link to device", kOutside},
       {"link up/outside.txt", kOutside},
       {"link up/root", kOutside},
+      {"../elsewhere/back", kOutside},  // A link that is outside, wherever it leads.
       {"dangling outside", kOutside},
       {"dangling with a detour", kOutside},
       {"dangling to a link out", kOutside},
