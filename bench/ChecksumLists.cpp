@@ -87,7 +87,7 @@ void verifyFiles(const fs::path& root, int count) {
 
 int main(int argc, char** argv) {
   const int files = argc > 1 ? std::atoi(argv[1]) : 100'000;
-  const bench::Folder folder;
+  const test::TemporaryFolder folder;
   loadEntries(folder.path(), 100'000);
   streamComments(folder.path());
   const fs::path root = folder.path() / "root";

@@ -14,7 +14,7 @@ int main(int argc, char** argv) {
   using namespace tallyfold;
   const int mebibytes = argc > 1 ? std::atoi(argv[1]) : 1024;
   constexpr int rounds = 7;
-  const bench::Folder folder;
+  const test::TemporaryFolder folder;
   const std::filesystem::path a = folder.path() / "a";
   const std::filesystem::path b = folder.path() / "b";
   bench::writeLargeFile(a, mebibytes);

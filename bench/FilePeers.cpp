@@ -59,7 +59,7 @@ void opensslSHA256(std::size_t mebibytes) {
 int main(int argc, char** argv) {
   const int mebibytes = argc > 1 ? std::atoi(argv[1]) : 1024;
   const int rounds = argc > 2 ? std::atoi(argv[2]) : 5;
-  const bench::Folder folder;
+  const test::TemporaryFolder folder;
   const fs::path file = folder.path() / "file";
   bench::writeLargeFile(file, mebibytes);
   const HashAlgorithmSet all = HashAlgorithmSet::all();

@@ -25,7 +25,7 @@ int main(int argc, char** argv) {
   const int count = argc > 1 ? std::atoi(argv[1]) : 100'000;
   const auto size = static_cast<std::size_t>(argc > 2 ? std::atoi(argv[2]) : 4096);
   constexpr int rounds = 5;
-  const bench::Folder folder;
+  const test::TemporaryFolder folder;
   const fs::path root = folder.path() / "root";
   fs::create_directory(root);
   QList<QUrl> urls;
@@ -38,7 +38,7 @@ int main(int argc, char** argv) {
   }
   const double before = bench::peakMegabytes();
 
-  bench::NoDesktop desktop;
+  test::FakeDesktop desktop;
   AppViewModel model(desktop);
   const double adding = bench::secondsOf([&] { model.addFiles(urls); });
   const auto calculate = [&] {

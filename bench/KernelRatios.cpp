@@ -92,7 +92,7 @@ void addKernels(std::vector<std::pair<std::string, Hash>>& hashes, KernelTable<R
 }
 
 void compareWithSha224sum(int rounds) {
-  const bench::Folder folder;
+  const test::TemporaryFolder folder;
   const std::string file = folder.path() / "file";
   const std::vector<std::byte> bytes = input(64 << 20);
   std::ofstream(file, std::ios::binary)

@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
   const int count = argc > 1 ? std::atoi(argv[1]) : 100'000;
   const auto size = static_cast<std::size_t>(argc > 2 ? std::atoi(argv[2]) : 4096);
   constexpr int rounds = 5;
-  const bench::Folder folder;
+  const test::TemporaryFolder folder;
   const fs::path root = folder.path() / "root";
   const fs::path list = folder.path() / "SHA256SUMS";
   fs::create_directory(root);
@@ -31,7 +31,7 @@ int main(int argc, char** argv) {
   bench::writeList(root, list);
   const double before = bench::peakMegabytes();
 
-  bench::NoDesktop desktop;
+  test::FakeDesktop desktop;
   AppViewModel model(desktop);
   const auto load = [&] {
     model.clearManifest();

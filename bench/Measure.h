@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +16,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
+
+#include "tests/support/TemporaryFolder.h"
 
 namespace tallyfold::bench {
 
@@ -54,24 +55,6 @@ inline std::vector<double> medians(const std::vector<Entrant>& entrants, int rou
   for (const std::vector<double>& values : times) result.push_back(median(values));
   return result;
 }
-
-/// A new, empty folder that goes away with everything in it.
-class Folder {
- public:
-  Folder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "tallyfold-bench-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot create a folder");
-    path_ = pattern;
-  }
-  ~Folder() { std::filesystem::remove_all(path_); }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  [[nodiscard]] const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
 
 /// A file of so many random bytes, which is in the page cache from then on.
 inline void writeLargeFile(const std::filesystem::path& path, int mebibytes) {

@@ -10,22 +10,10 @@
 #include <QElapsedTimer>
 #include <QTimer>
 
-#include "app/Desktop.h"
+#include "tests/app/FakeDesktop.h"
 
 /// What the benchmarks of the model, which have no screen, have in common.
 namespace tallyfold::bench {
-
-/// A desktop without a user.
-class NoDesktop : public Desktop {
- public:
-  void chooseFiles(std::function<void(const QList<QUrl>&)>) override {}
-  void chooseSingleFile(std::function<void(const QUrl&)>) override {}
-  void chooseFolder(std::function<void(const QUrl&)>) override {}
-  [[nodiscard]] QString pasteboardText() const override { return {}; }
-  void chooseDestination(const QString&, std::function<void(const QUrl&)>) override {}
-  void setPasteboard(const QByteArray&) override {}
-  void revealInFileBrowser(const std::filesystem::path&) override {}
-};
 
 /// Of resident memory, since the start of the program.
 inline double peakMegabytes() {

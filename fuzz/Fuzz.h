@@ -4,13 +4,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
-/// What the fuzz targets have in common: a check that ends the process, a folder in memory, and slow, simple references
+#include "tests/support/TemporaryFolder.h"
+
+/// What the fuzz targets have in common: a check that ends the process, and slow, simple references
 /// that share nothing with what they are compared with.
 namespace tallyfold::fuzz {
 
@@ -20,26 +20,6 @@ inline void require(bool holds, const char* file = __builtin_FILE(), int line = 
   std::fprintf(stderr, "%s:%d: does not hold\n", file, line);
   std::abort();
 }
-
-/// A new folder in memory, which goes away with the process.
-class Folder {
- public:
-  Folder() {
-    const std::filesystem::path memory = "/dev/shm";
-    std::string pattern =
-        (std::filesystem::exists(memory) ? memory : std::filesystem::temp_directory_path()) / "tallyfold-fuzz-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot create a folder");
-    path_ = std::filesystem::canonical(pattern);
-  }
-  ~Folder() { std::filesystem::remove_all(path_); }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  [[nodiscard]] const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
 
 /// A character of UTF-8, or the longest start of one that is ill-formed (Unicode 15, table 3-7 and chapter 3.9).
 struct Sequence {

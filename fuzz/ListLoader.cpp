@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -137,13 +136,12 @@ void requireEqual(const ParseResult& actual, const ParseResult& expected) {
 
 // The last two bytes say how the others are read, so that a list that another program wrote is an input as it stands.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const fuzz::Folder folder;
+  static const test::TemporaryFolder folder;
   static ShortReads reads;
   if (size < 2) return 0;
   const std::string_view bytes(reinterpret_cast<const char*>(data), size - 2);
   const std::array names{"list", "MD5SUMS", "SHA256SUMS", "B3SUMS"};
-  const std::filesystem::path list = folder.path() / names.at(data[size - 1] % names.size());
-  std::ofstream(list, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  const std::filesystem::path list = folder.file(names.at(data[size - 1] % names.size()), bytes);
   reads.longest = std::size_t{1} + data[size - 2];
 
   const auto expected = expectedOf(bytes, algorithmHint(list));

@@ -36,11 +36,12 @@ void check(const std::string& path, const std::filesystem::path& root) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const fuzz::Folder folder;
+  const test::TemporaryFolder folder;
+  const std::filesystem::path top = std::filesystem::canonical(folder.path());
   FuzzedDataProvider provider(data, size);
-  test::RandomTree tree(folder.path(), [&] { return provider.ConsumeIntegral<std::uint16_t>(); });
-  for (int i = 0; i < 20; ++i) check(tree.path(), folder.path() / "root");
+  test::RandomTree tree(top, [&] { return provider.ConsumeIntegral<std::uint16_t>(); });
+  for (int i = 0; i < 20; ++i) check(tree.path(), top / "root");
   const std::string bytes = provider.ConsumeRemainingBytesAsString();
-  if (!bytes.empty() && fuzz::isWellFormed(bytes)) check(bytes, folder.path() / "root");
+  if (!bytes.empty() && fuzz::isWellFormed(bytes)) check(bytes, top / "root");
   return 0;
 }

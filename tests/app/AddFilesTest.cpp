@@ -1,3 +1,5 @@
+#include <QAbstractItemModelTester>
+
 #include "tests/app/ModelTest.h"
 
 namespace tallyfold::test {
@@ -44,71 +46,38 @@ TEST_F(AddFiles, EachRegularLocationIsQueuedOnceInTheGivenOrder) {
   }
 }
 
-TEST_F(AddFiles, HundredThousandJobsAreOneChangeOfTheList) {
-  const QSignalSpy changes(model_->jobs(), &FileJobListModel::rowsInserted);
-  model_->addFiles(vanishedFiles(100'000));
-  ASSERT_EQ(changes.count(), 1);
-  EXPECT_EQ(changes[0][1].toInt(), 0);
-  EXPECT_EQ(changes[0][2].toInt(), 99'999);
-  EXPECT_EQ(model_->errorMessage(), QString());
-
-  model_->copyPath(idAt(99'999));
-  EXPECT_EQ(desktop_.pasteboard, "/nowhere/99999");
-  model_->removeJob(idAt(50'000));
-  model_->copyPath(idAt(99'998));
-  EXPECT_EQ(desktop_.pasteboard, "/nowhere/99999");
-}
-
 TEST_F(AddFiles, QueueIsLimitedAndLosesNothingAtItsLimit) {
   const QString message = QStringLiteral("The file queue is limited to 100,000 items.");
   const QUrl folder(QStringLiteral("file:///t/"));
   const QUrl page(QStringLiteral("https://example.org/"));
   const QList<QUrl> first = vanishedFiles(99'999);
   const QList<QUrl> more = vanishedFiles(4, QStringLiteral("/more/"));
+  const QSignalSpy changes(model_->jobs(), &FileJobListModel::rowsInserted);
   model_->addFiles(first);
+  ASSERT_EQ(changes.count(), 1) << "However many there are, the list changes once";
   const Uuid firstID = idAt(0);
 
-  struct Step {
-    const char* situation;
-    QList<QUrl> urls;
-    int count;
-    bool isRefused;
-  };
-  const auto add = [&](const Step& step) {
-    SCOPED_TRACE(step.situation);
+  const auto add = [&](const char* situation, const QList<QUrl>& urls, int count, bool isRefused) {
+    SCOPED_TRACE(situation);
     model_->setErrorMessage({});
-    model_->addFiles(step.urls);
-    EXPECT_EQ(model_->jobs()->count(), step.count);
-    EXPECT_EQ(model_->errorMessage(), step.isRefused ? message : QString());
+    model_->addFiles(urls);
+    EXPECT_EQ(model_->jobs()->count(), count);
+    EXPECT_EQ(model_->errorMessage(), isRefused ? message : QString());
   };
-  add({"room for one, nothing new", {first[0], folder, page, first[99'998]}, 99'999, false});
-  add({"room for one, two new ones", {more[0], more[1]}, 100'000, true});
-  add({"no room, a new one", {more[2]}, 100'000, true});
-  add({"no room, a folder", {folder}, 100'000, true});
+  add("room for one, nothing new", {first[0], folder, page, first[99'998]}, 99'999, false);
+  add("room for one, two new ones", {more[0], more[1]}, 100'000, true);
+  add("no room, a new one", {more[2]}, 100'000, true);
+  add("no room, a folder", {folder}, 100'000, true);
   model_->removeJob(idAt(99'999));
-  add({"room for one, and what is no file after it", {more[2], folder, page}, 100'000, false});
+  add("room for one, and what is no file after it", {more[2], folder, page}, 100'000, false);
   model_->removeJob(idAt(99'999));
-  add({"room for one, the same twice", {more[3], more[3]}, 100'000, true});
+  add("room for one, the same twice", {more[3], more[3]}, 100'000, true);
 
   EXPECT_EQ(idAt(0), firstID);
   for (int row = 0; row < first.size(); ++row) {
     ASSERT_EQ(model_->jobs()->jobs()[static_cast<std::size_t>(row)].url->native(), first[row].path().toStdString());
   }
   EXPECT_EQ(*model_->jobs()->jobs().back().url, "/more/3");
-}
-
-TEST_F(AddFiles, DropStartsARunOnlyWhenTheQueueGrew) {
-  const auto file = folder_.file("abc", "abc");
-  model_->addDroppedFiles({QUrl(QStringLiteral("file:///t/"))});
-  EXPECT_FALSE(model_->isProcessing());
-  add({file});
-  EXPECT_FALSE(model_->isProcessing());
-  model_->addDroppedFiles({urlOf(file)});
-  EXPECT_FALSE(model_->isProcessing());
-  model_->addDroppedFiles({urlOf(folder_.file("other", "abc"))});
-  EXPECT_TRUE(model_->isProcessing());
-  ASSERT_TRUE(runEnds());
-  EXPECT_THAT(states(), ElementsAre("complete", "complete"));
 }
 
 TEST_F(AddFiles, DropThatFillsTheQueueStartsAndSaysThatNotAllHadRoom) {
@@ -134,6 +103,25 @@ TEST_F(AddFiles, ChosenFilesAreQueuedUnlessARunHasBegun) {
   model_->startProcessing();
   desktop_.confirmOpenPanel({urlOf("/late")});
   EXPECT_THAT(paths(), ElementsAre(file));
+}
+
+TEST_F(AddFiles, ListKeepsTheContractOfAListModel) {
+  // It ends the program at the first breach.
+  const QAbstractItemModelTester tester(model_->jobs(), QAbstractItemModelTester::FailureReportingMode::Fatal);
+  model_->addFiles(vanishedFiles(3));
+  add({folder_.file("a", "abc"), folder_.file("b", "abc")});
+  run();
+  model_->removeJob(idAt(4));
+  model_->removeJob(idAt(0));
+  model_->removeJob(idAt(1));
+  EXPECT_EQ(model_->jobs()->count(), 2);
+  run();
+  model_->startProcessing();
+  model_->clearFiles();
+  EXPECT_EQ(model_->jobs()->count(), 0);
+  ASSERT_TRUE(runEnds());
+  model_->addFiles(vanishedFiles(1));
+  EXPECT_EQ(model_->jobs()->count(), 1);
 }
 
 }  // namespace

@@ -96,26 +96,6 @@ TEST(ManifestJobListModelTest, EveryFilterFollowsEveryChange) {
   }
 }
 
-TEST(ManifestJobListModelTest, ListsAndReportsAreSingleChanges) {
-  Model model;
-  QSignalSpy resets(&model, &Model::modelReset);
-  QSignalSpy changes(&model, &Model::dataChanged);
-  QSignalSpy removals(&model, &Model::rowsRemoved);
-  model.replaceAll(jobsOf(std::vector<ManifestJob::State>(100, ManifestJob::Queued{})));
-  EXPECT_EQ(resets.count(), 1);
-  const auto matchSome = [&](std::size_t first) {
-    const Model::Batch batch(model);
-    for (std::size_t job = first; job < first + 20; ++job) model.setState(job, ManifestJob::Match{});
-  };
-  matchSome(10);
-  ASSERT_EQ(changes.count(), 1);
-  EXPECT_EQ(changes[0][0].toModelIndex().row(), 10);
-  EXPECT_EQ(changes[0][1].toModelIndex().row(), 29);
-  model.setFilter(Model::Waiting);
-  matchSome(30);
-  EXPECT_EQ(removals.count(), 1);
-}
-
 }  // namespace
 
 }  // namespace tallyfold::test

@@ -111,6 +111,18 @@ class ModelTest : public testing::Test {
     return reached([this] { return !model_->isProcessing(); });
   }
 
+  /// All that a run or an export refuses; it must leave no trace.
+  void tryEverything() {
+    model_->addFiles({urlOf("/more")});
+    model_->addDroppedFiles({urlOf("/more")});
+    model_->removeJob(idAt(0));
+    model_->startProcessing();
+    model_->chooseFiles();
+    model_->exportResults(AppViewModel::Text);
+    EXPECT_FALSE(desktop_.openPanel);
+    EXPECT_FALSE(desktop_.savePanel);
+  }
+
   [[nodiscard]] Uuid idAt(int row) { return model_->jobs()->idAt(row); }
 
   [[nodiscard]] std::vector<std::filesystem::path> paths() {

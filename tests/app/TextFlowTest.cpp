@@ -31,22 +31,6 @@ TEST_F(TextFlow, BurstOfEditsIsHashedOnceAndCountedAtOnce) {
   EXPECT_EQ(digest(HashAlgorithm::sha256), outputOf({"sha256sum", file}).substr(0, 64));
 }
 
-TEST_F(TextFlow, SelectionDecidesWhatIsCalculated) {
-  model_->setTextInput(QStringLiteral("The quick brown fox jumps over the lazy dog"));
-  ASSERT_TRUE(hashesCome());
-  EXPECT_EQ(model_->textHashes().algorithms(), HashAlgorithm::recommended);
-  model_->setSelectedAlgorithms({HashAlgorithm::md5});
-  EXPECT_TRUE(model_->textHashes().algorithms().empty());
-  ASSERT_TRUE(hashesCome());
-  EXPECT_EQ(digest(HashAlgorithm::md5), "9e107d9d372bb6826bd81d3542a419d6");
-  EXPECT_EQ(model_->textHashesByName().value(QStringLiteral("MD5")).toString().toStdString(),
-            digest(HashAlgorithm::md5));
-  model_->copyTextHash(QStringLiteral("MD5"));
-  EXPECT_EQ(desktop_.pasteboard, QByteArray("9e107d9d372bb6826bd81d3542a419d6"));
-  model_->copyTextHash(QStringLiteral("SHA-1"));
-  EXPECT_EQ(desktop_.pasteboard, QByteArray("9e107d9d372bb6826bd81d3542a419d6"));
-}
-
 TEST_F(TextFlow, EditWinsOverTheLargeTextInFlight) {
   model_->choosePreset(AppViewModel::AllAlgorithms);
   QSignalSpy changes(model_.get(), &AppViewModel::textHashesChanged);

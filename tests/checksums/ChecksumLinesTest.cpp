@@ -1,22 +1,14 @@
 #include <filesystem>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sstream>
 #include <string>
-#include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "checksums/ChecksumLines.h"
-#include "core/HashService.h"
-#include "tests/support/Process.h"
-#include "tests/support/TemporaryFolder.h"
 
 namespace tallyfold {
 namespace {
 
 using namespace ChecksumManifestService;
-using testing::IsEmpty;
 using Preference = std::optional<HashAlgorithm>;
 
 const std::string d8 = "1a2b3c4d";
@@ -27,42 +19,38 @@ const std::string ambiguous =
     ": ambiguous 64-character digest; SHA-256 and BLAKE3 cannot be distinguished from GNU format alone.";
 const std::string unsupported = ": unsupported checksum format.";
 
-/// What one line comes to, as one text: "MD5 <digest> [<name>]", "ignored", or the warning.
-std::string outcomeOf(std::string_view line, Preference preferred = {}, std::int64_t number = 7) {
-  ParseResult result;
-  processLine(line, number, preferred, result);
-  EXPECT_EQ(result.entries.size() + result.warnings.size() + static_cast<std::size_t>(result.ignoredLineCount), 1U);
-  EXPECT_EQ(result.unsupportedLineCount, std::ssize(result.warnings));
-  if (!result.warnings.empty()) return result.warnings.front();
-  if (result.entries.empty()) return "ignored";
-  const ChecksumManifestEntry& entry = result.entries.front();
-  EXPECT_EQ(entry.lineNumber, number);
-  return std::string(entry.algorithm.rawValue()) + " " + entry.expectedHash + " [" + entry.relativePath + "]";
-}
-
+/// A line and what it comes to, as one text: "MD5 <digest> [<name>]", "ignored", or the warning without "Line 7".
 struct Line {
   std::string text;
-  std::string outcome;  // The warning is without "Line 7".
+  std::string outcome;
   Preference preferred = {};
   std::int64_t number = 7;
 };
 
 void expectOutcomes(const std::vector<Line>& lines) {
-  for (const auto& [text, outcome, preferred, number] : lines) {
-    const std::string expected = (outcome.starts_with(':') ? "Line " + std::to_string(number) : "") + outcome;
-    EXPECT_EQ(outcomeOf(text, preferred, number), expected) << "line: " << testing::PrintToString(text);
+  for (const auto& [text, expected, preferred, number] : lines) {
+    ParseResult result;
+    processLine(text, number, preferred, result);
+    EXPECT_EQ(result.unsupportedLineCount, std::ssize(result.warnings));
+    EXPECT_EQ(result.entries.size() + result.warnings.size() + static_cast<std::size_t>(result.ignoredLineCount), 1U);
+    std::string outcome = "ignored";
+    for (const std::string& warning : result.warnings) outcome = warning;
+    for (const ChecksumManifestEntry& entry : result.entries) {
+      EXPECT_EQ(entry.lineNumber, number);
+      outcome = std::string(entry.algorithm.rawValue()) + " " + entry.expectedHash + " [" + entry.relativePath + "]";
+    }
+    EXPECT_EQ(outcome, (expected.starts_with(':') ? "Line " + std::to_string(number) : "") + expected)
+        << "line: " << testing::PrintToString(text);
   }
 }
 
 TEST(ChecksumLines, BSDForm) {
   const std::string sha256 = "SHA-256 " + d64;
   expectOutcomes({
-      {"MD5 (a) = " + d32, "MD5 " + d32 + " [a]"},
-      {"SHA256 (my (copy).iso) = " + std::string(64, 'C'), sha256 + " [my (copy).iso]"},
+      {"MD5 (a) = " + std::string(32, 'A'), "MD5 " + d32 + " [a]"},
       {"sha-256(a) = " + d64, sha256 + " [a]"},
       {" \t SHA256 \u3000 (a) = " + d64, sha256 + " [a]"},
       {"SHA256\u2028(a) = " + d64, unsupported},
-      {"BLAKE3 (a) = " + d64, "BLAKE3 " + d64 + " [a]"},
       {"B3 (a) = " + d64, "BLAKE3 " + d64 + " [a]", HashAlgorithm::sha256},
       {"CRC32 (a) = 0x" + d8, "CRC-32 " + d8 + " [a]"},
       {"SHA1 (a) = " + d40 + " \t", "SHA-1 " + d40 + " [a]"},
@@ -70,13 +58,11 @@ TEST(ChecksumLines, BSDForm) {
       {"MD5 () = " + d32, "MD5 " + d32 + " []"},
       {"MD5 ( a\\n ) = " + d32, "MD5 " + d32 + " [ a\\n ]"},
       {"MD5 (a) = (b) = " + d32, "MD5 " + d32 + " [a) = (b]"},
-      {"MD5 (caf\u00E9 \U0001F600) = " + d32, "MD5 " + d32 + " [caf\u00E9 \U0001F600]"},
       // The tag decides: a digest of another length is no digest of it.
       {"SHA256 (a) = " + d64.substr(1), unsupported},
       {"SHA1 (a) = " + d32, unsupported},
       {"MD5 (a) = ", unsupported},
       {"MD5 (a) = " + d32.substr(1) + "g", unsupported},
-      {"SHA2-256 (a) = " + d64, unsupported},
       {"\\MD5 (a\\nb) = " + d32, unsupported},  // coreutils, of a name with a line feed
       {"SHA2-256(a)= " + d64, unsupported},     // openssl dgst
       {"MD5 ) = (" + d32, unsupported},
@@ -89,13 +75,11 @@ TEST(ChecksumLines, GNUForm) {
   expectOutcomes({
       {d32 + "  a", md5 + " [a]"},
       {d32 + " *a", md5 + " [a]"},
-      {d32 + "\t*a", md5 + " [a]"},
       {d32 + "\ta", md5 + " [a]"},
       {d32 + "   a ", md5 + " [ a ]"},
       {d32 + " **a", md5 + " [*a]"},
       {d32 + "\t a", md5 + " [ a]"},
       {"0X" + std::string(32, 'A') + "  a", md5 + " [a]"},
-      {d32 + "  dir/../a b", md5 + " [dir/../a b]"},
       {"\\" + d32 + R"(  a\nb\rc\\d\te\)", md5 + " [a\nb\rc\\d\\te\\]"},
       {d32 + R"(  a\nb)", md5 + R"( [a\nb])"},
       {d8 + "  a", "CRC-32 " + d8 + " [a]"},
@@ -108,7 +92,6 @@ TEST(ChecksumLines, GNUForm) {
       {d64 + "\t", ambiguous},
       {d64 + "\t", unsupported, HashAlgorithm::sha256},
       {d64 + " a", unsupported},
-      {d64, unsupported},
       {d32 + " a", unsupported},
       {d32 + "  ", unsupported},
       {d32 + "\u00A0 a", unsupported},
@@ -147,17 +130,14 @@ TEST(ChecksumLines, CommentsBlankLinesAndLineEnds) {
       {"", "ignored"},
       {" \t\u3000\u2028", "ignored"},
       {"\r", "ignored"},
-      {"; a comment", "ignored"},
       {";" + d32 + "  a", "ignored"},
       {"; MD5 (a) = " + d32, "ignored"},
       {"; a " + d8, "ignored"},
       {" ; a comment", "ignored"},
       {" ; a " + d8, "CRC-32 " + d8 + " [ ; a]"},
-      {"# a comment", "ignored"},
       {"\u00A0# a comment", "ignored"},
       {"#" + d32 + "  a", "ignored"},
       {"# a " + d8, "CRC-32 " + d8 + " [# a]"},
-      {"hello", unsupported},
       {d32 + "  a\r", md5},
       {d32 + "  a\r\r", "MD5 " + d32 + " [a\r]"},
       {"\uFEFF" + d32 + "  a", md5, {}, 1},
@@ -171,64 +151,13 @@ TEST(ChecksumLines, CommentsBlankLinesAndLineEnds) {
 TEST(ChecksumLines, ResultsAddUpAndWarningsEndAtAHundred) {
   ParseResult result;
   for (std::int64_t number = 1; number <= 102; ++number) processLine("what?", number, {}, result);
-  processLine(d32 + "  a", 103, {}, result);
-  processLine(d32 + "  a", 104, {}, result);
-  processLine("#", 105, {}, result);
+  for (const char* const line : {"a 1A2B3C4D", "a 1A2B3C4D", "#"}) processLine(line, 103, {}, result);
   EXPECT_EQ(result.unsupportedLineCount, 102);
   EXPECT_EQ(result.ignoredLineCount, 1);
   ASSERT_EQ(result.warnings.size(), 100U);
   EXPECT_EQ(result.warnings.back(), "Line 100: unsupported checksum format.");
   ASSERT_EQ(result.entries.size(), 2U);
-  EXPECT_EQ(result.entries[1].lineNumber, 104);
   EXPECT_NE(result.entries[0].id, result.entries[1].id);
-  const std::unordered_set<ChecksumManifestEntry> set{result.entries[0], result.entries[1], result.entries[0]};
-  EXPECT_EQ(set.size(), 2U);
-}
-
-TEST(ChecksumLines, WhatOtherToolsWriteIsReadBack) {
-  const test::TemporaryFolder folder;
-  std::vector<std::string> files;
-  for (const char* const name : {"plain", "my (copy).iso", "  two  blanks", "caf\u00E9 \U0001F600", "x) = y", "*star",
-                                 "#hash", "-", "new\nline", "back\\slash", "re\rturn"}) {
-    files.push_back(folder.file(name, name));
-  }
-  struct Tool {
-    std::vector<std::string> command;
-    HashAlgorithm algorithm;
-    Preference preferred = {};
-    bool isEscaping = false;  // Writes names that would break its lines in a way that its readers understand.
-  };
-  const std::vector<Tool> tools{
-      {{"md5sum"}, HashAlgorithm::md5, {}, true},
-      {{"sha256sum", "--binary"}, HashAlgorithm::sha256, HashAlgorithm::sha256, true},
-      {{"sha256sum", "--tag"}, HashAlgorithm::sha256},
-      {{"sha512sum", "--tag"}, HashAlgorithm::sha512},
-      {{"b3sum"}, HashAlgorithm::blake3, HashAlgorithm::blake3},
-      {{"rhash", "--bsd", "--sha224"}, HashAlgorithm::sha224},
-      {{"rhash", "--bsd", "--md5"}, HashAlgorithm::md5},
-      {{"rhash", "--sha1"}, HashAlgorithm::sha1},
-      {{"rhash", "--sfv"}, HashAlgorithm::crc32},
-  };
-  for (const auto& [tool, algorithm, preferred, isEscaping] : tools) {
-    const std::vector<std::string> listed(files.begin(), isEscaping ? files.end() : files.end() - 3);
-    std::vector<std::string> command = tool;
-    command.insert(command.end(), listed.begin(), listed.end());
-    ParseResult result;
-    std::int64_t number = 0;
-    std::istringstream lines(test::outputOf(command));
-    for (std::string line; std::getline(lines, line);) processLine(line, ++number, preferred, result);
-
-    const std::string name = testing::PrintToString(tool);
-    EXPECT_THAT(result.warnings, IsEmpty()) << name;
-    ASSERT_EQ(result.entries.size(), listed.size()) << name;
-    for (std::size_t i = 0; i < listed.size(); ++i) {
-      const ChecksumManifestEntry& entry = result.entries[i];
-      EXPECT_EQ(entry.relativePath, listed[i]) << name;
-      EXPECT_EQ(entry.algorithm, algorithm) << name;
-      const auto hashed = HashService::hashFile(listed[i], Uuid(), {algorithm}, {}, [](double) {});
-      EXPECT_EQ(entry.expectedHash, hashed.hashes.find(algorithm)) << name << " " << listed[i];
-    }
-  }
 }
 
 TEST(SingleChecksum, WhatPeoplePaste) {
@@ -238,7 +167,6 @@ TEST(SingleChecksum, WhatPeoplePaste) {
     std::optional<SingleChecksum> checksum;
     bool isAmbiguous = false;
   } const pastes[]{
-      {d32, {}, SingleChecksum{HashAlgorithm::md5, d32}},
       {d32, HashAlgorithm::sha256, SingleChecksum{HashAlgorithm::md5, d32}},
       {"\n 0X" + std::string(16, 'A') + "\r\n" + std::string(16, 'A') + "\u3000",
        {},
@@ -250,12 +178,10 @@ TEST(SingleChecksum, WhatPeoplePaste) {
       {d64 + "  a\n", {}, std::nullopt, true},
       {"\t" + d64 + " *a", HashAlgorithm::sha256, SingleChecksum{HashAlgorithm::sha256, d64}, true},
       {"\\" + d64 + "  a\\nb", HashAlgorithm::md5, std::nullopt, true},
-      {d40 + "  a", HashAlgorithm::md5, SingleChecksum{HashAlgorithm::sha1, d40}},
       {"SHA256 (a) = " + d64, HashAlgorithm::blake3, SingleChecksum{HashAlgorithm::sha256, d64}},
       {"  blake3 (a) = " + d64 + "\n", {}, SingleChecksum{HashAlgorithm::blake3, d64}},
       {"a b " + d8 + "\n", HashAlgorithm::md5, SingleChecksum{HashAlgorithm::crc32, d8}},
       {"", {}, std::nullopt},
-      {" \n", {}, std::nullopt},
       {"0x", {}, std::nullopt},
       {"0x0x" + d32, {}, std::nullopt},
       {d32.substr(1), {}, std::nullopt},
@@ -275,15 +201,12 @@ TEST(SingleChecksum, WhatPeoplePaste) {
 TEST(AlgorithmHint, FollowsFromTheNameOfTheList) {
   const std::vector<std::pair<std::string, Preference>> names{
       {"a.sha256", HashAlgorithm::sha256},
-      {"a.MD5", HashAlgorithm::md5},
       {"a.b3", HashAlgorithm::blake3},
       {"a.sha-1", HashAlgorithm::sha1},
       {"MD5SUMS.sha512", HashAlgorithm::sha512},
       {"sha-256.txt", HashAlgorithm::sha256},
       {"SHA256SUMS", HashAlgorithm::sha256},
-      {"sha512sum", HashAlgorithm::sha512},
       {"MD5SUMS.txt", HashAlgorithm::md5},
-      {"B3SUMS", HashAlgorithm::blake3},
       {"blake3-checksums.txt", HashAlgorithm::blake3},
       {"sha_224 (checksums).asc", HashAlgorithm::sha224},
       {"\xFFsha1sums", HashAlgorithm::sha1},
@@ -292,8 +215,6 @@ TEST(AlgorithmHint, FollowsFromTheNameOfTheList) {
       {"SHA256SUMS.md5.txt", std::nullopt},
       {"\u00E9md5", std::nullopt},
       {"mysha256sums", std::nullopt},
-      {"checksums.txt", std::nullopt},
-      {"SUMS", std::nullopt},
       {"md5summary", std::nullopt},
       {".sha256", HashAlgorithm::sha256},
       {"sha256.", HashAlgorithm::sha256},

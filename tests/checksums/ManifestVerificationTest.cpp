@@ -1,191 +1,97 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <csignal>
-#include <filesystem>
 #include <fstream>
 #include <functional>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <map>
-#include <spawn.h>
-#include <stdexcept>
-#include <string>
-#include <string_view>
+#include <optional>
+#include <regex>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
-#include "checksums/ManifestVerification.h"
-#include "core/Errors.h"
-#include "core/HashService.h"
+#include "checksums/ChecksumReading.h"
+#include "checksums/ManifestGroups.h"
+#include "tests/checksums/Root.h"
 #include "tests/support/Process.h"
-#include "tests/support/TemporaryFolder.h"
-#include "tests/support/WatchedSystemCalls.h"
 
-namespace tallyfold {
+namespace tallyfold::test {
+
 namespace {
 
 using namespace ChecksumManifestService;
 namespace fs = std::filesystem;
-using testing::AnyOf;
-using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
 
-const std::string kOutside = "A manifest path resolves outside the selected root folder.";
-const std::string kAbsolute = "Absolute paths are not allowed in manifest verification.";
-const std::string kNotRegular = "The selected item is not a regular file.";
-const std::string kMissing = "No such file or directory";
-const std::string kFileChanged = "The file changed while it was being read. Run the operation again on a stable file.";
-const std::string kRootChanged =
-    "The manifest root folder changed while verification was running. Run verification again on a stable folder tree.";
-const std::string kPathChanged =
-    "A manifest path changed while it was being verified. Run verification again on a stable folder tree.";
-
-std::string digestOf(const fs::path& file, HashAlgorithm algorithm = HashAlgorithm::sha256) {
-  return std::string(*HashService::hashFile(file, Uuid(), {algorithm}, {}, [](double) {}).hashes.find(algorithm));
-}
-
-ManifestFileGroup groupOf(const std::string& path, HashAlgorithmSet algorithms = {HashAlgorithm::sha256}) {
-  ManifestFileGroup group{.relativePath = path, .entries = {}};
-  for (const HashAlgorithm algorithm : algorithms) group.entries.push_back({Uuid::random(), 1, path, algorithm, ""});
-  return group;
-}
-
-/// The digest of the first algorithm of a group, or the sentence about it.
-std::string outcomeOf(ManifestVerification& verification, const ManifestFileGroup& group) {
-  const ManifestGroupOutcome outcome = verification.verify(group, {});
-  if (const auto* const sentence = std::get_if<std::string>(&outcome)) return *sentence;
-  const DigestMap& digests = std::get<DigestMap>(outcome);
-  for (const HashAlgorithm algorithm : group.algorithms()) EXPECT_TRUE(digests.find(algorithm));
-  return std::string(digests.find(group.entries.front().algorithm).value_or("none"));
-}
-
-class Verification : public testing::Test {
- protected:
-  Verification() { fs::create_directories(root / "dir"); }
-
-  [[nodiscard]] ManifestVerification begun() const { return {root, captureRootIdentity(root, {})}; }
-
-  [[nodiscard]] std::string outcomeOf(const ManifestFileGroup& group) const {
-    ManifestVerification verification = begun();
-    return tallyfold::outcomeOf(verification, group);
-  }
-
-  test::TemporaryFolder folder;
-  const fs::path root = fs::canonical(folder.path()) / "root";
-};
-
-TEST_F(Verification, OutcomesInWords) {
-  const std::string in = digestOf(folder.file("root/dir/in.txt", "inside"));
-  folder.file("out.txt", "outside");
-  ASSERT_EQ(mkfifo((root / "pipe").c_str(), 0600), 0);
-  const auto link = [&](const fs::path& target, const std::string& name) { fs::create_symlink(target, root / name); };
-  link("dir/in.txt", "link");
-  link(root / "dir", "absolute link");
-  link("../out.txt", "link out");
-  link("..", "link up");
-  link("dangling", "dangling");
-  link("missing/../dir/in.txt", "link through nothing");
-  link("dir/in.txt/../in.txt", "link through a file");
-  link("nowhere", "link to nowhere");
-  link("pipe", "link to pipe");
-  link("/dev/zero", "link to device");
-  const std::vector<std::pair<std::string, std::string>> outcomes{
-      {"dir/in.txt", in},
-      {"./dir//../dir/in.txt", in},
-      {"../root/dir/in.txt", in},
-      {R"(dir\in.txt)", in},
-      {"link", in},
-      {"absolute link/in.txt", in},
-      {"link up/root/dir/in.txt", in},
-      {"missing.txt", kMissing},
-      {R"(dir\missing.txt)", kMissing},
-      {"link to nowhere", kMissing},
-      {"link through nothing", kMissing},
-      {"link through a file", "Not a directory"},
-      {"dir/in.txt/x", "Not a directory"},
-      {"dangling", "Too many levels of symbolic links"},
-      {std::string(300, 'x'), "File name too long"},
-      {"dir", kNotRegular},
-      {"pipe", kNotRegular},
-      {"link to pipe", kNotRegular},
-      {"link to device", kOutside},
-      {"link out", kOutside},
-      {"link up/out.txt", kOutside},
-      {"../out.txt", kOutside},
-      {".", kOutside},
-      {"/etc/passwd", kAbsolute},
-      {R"(C:\dir\in.txt)", kAbsolute},
-      {"", "The manifest contains an empty file path."},
-      {std::string("a\0b", 3), "The manifest contains a file path that cannot exist on macOS."},
-  };
-  test::WatchedSystemCalls system;
-  for (const bool isOldSystem : {false, true}) {
-    system.before = [=](std::string_view name, std::size_t) { return isOldSystem && name == "openat2" ? ENOSYS : 0; };
-    for (const auto& [path, outcome] : outcomes) {
-      EXPECT_EQ(outcomeOf(groupOf(path)), outcome) << testing::PrintToString(path) << (isOldSystem ? " (old)" : "");
-    }
-  }
-  EXPECT_EQ(system.stillOpen, 0);
-}
+using Verification = RootTest;
 
 TEST_F(Verification, RootThatIsAnotherFolderByNowFailsEveryGroup) {
   folder.file("root/dir/in.txt", "inside");
   ManifestVerification verification = begun();
   fs::rename(root, folder.path() / "moved");
-  EXPECT_EQ(tallyfold::outcomeOf(verification, groupOf("dir/in.txt")), kRootChanged);
+  EXPECT_EQ(outcomeOf(verification, groupOf("dir/in.txt")), kRootChanged);
   fs::create_directories(root / "dir");
   folder.file("root/dir/in.txt", "inside");
-  EXPECT_EQ(tallyfold::outcomeOf(verification, groupOf("dir/in.txt")), kRootChanged);
-  EXPECT_EQ(tallyfold::outcomeOf(verification, groupOf("missing")), kRootChanged);
+  EXPECT_EQ(outcomeOf(verification, groupOf("dir/in.txt")), kRootChanged);
+  EXPECT_EQ(outcomeOf(verification, groupOf("missing")), kRootChanged);
 }
 
-/// Calls while a group is verified, but for those that look at the root.
-std::vector<std::string_view> callsFor(ManifestVerification& verification, const ManifestFileGroup& group) {
-  test::WatchedSystemCalls system;
-  EXPECT_EQ(tallyfold::outcomeOf(verification, group).size(), group.entries.front().algorithm.hexLength());
-  const auto end = std::find(system.names.begin(), system.names.end(), "stat");
-  EXPECT_EQ(system.stillOpen, 0);
-  return {end, system.names.end()};
+TEST_F(Verification, RootIsLookedAtForEachFileInFewCalls) {
+  folder.file("root/dir/a", "inside");
+  folder.file("root/dir/b", "too");
+  ManifestVerification verification = begun();
+  EXPECT_EQ(outcomeOf(verification, groupOf("dir/a")), digestOf(root / "dir/a"));
+  const std::string second = digestOf(root / "dir/b");
+  {
+    const WatchedSystemCalls system;
+    EXPECT_EQ(outcomeOf(verification, groupOf("dir/b")), second);
+    EXPECT_THAT(system.names,
+                testing::ElementsAre("openat2", "fstat", "fstatat", "openat2", "fstat", "read", "fstat", "fstatat"));
+  }
+  fs::rename(root, folder.path() / "moved");
+  fs::create_symlink("moved", root);
+  EXPECT_EQ(outcomeOf(verification, groupOf("dir/a")), kRootChanged) << "the same folder, but through a link";
 }
 
 TEST_F(Verification, FileIsReadOncePerAlgorithmWhateverItIsCalled) {
   using enum HashAlgorithm::Case;
   folder.file("root/a", "content");
   fs::create_hard_link(root / "a", root / "dir/b");
-  fs::create_symlink("../a", root / "dir/link");
+  link("../a", "dir/link");
   folder.file("root/same content", "content");
   ManifestVerification verification = begun();
-  EXPECT_EQ(tallyfold::outcomeOf(verification, groupOf("a")), digestOf(root / "a"));  // Opens the root.
-
-  const std::vector<std::string_view> hashed{"stat", "fstatat", "openat2", "fstat", "read", "fstat", "fstatat"};
-  const auto readsFor = [&](const std::string& path, HashAlgorithmSet algorithms) {
-    return std::ranges::count(callsFor(verification, groupOf(path, algorithms)), "read");
-  };
-  EXPECT_EQ(readsFor("a", {sha256}), 0);
-  EXPECT_EQ(readsFor("dir/b", {sha256}), 0);
-  EXPECT_THAT(callsFor(verification, groupOf("dir/b", {sha256, blake3, crc32})), testing::Contains("read").Times(1));
-  EXPECT_EQ(readsFor("dir/link", {crc32}), 0);
-  EXPECT_EQ(readsFor("a", {sha256, blake3, crc32}), 0);
-  EXPECT_EQ(readsFor("a", HashAlgorithmSet::all()), 1);
-  EXPECT_THAT(callsFor(verification, groupOf("same content", HashAlgorithmSet::all())), ElementsAreArray(hashed));
-  EXPECT_EQ(readsFor("same content", HashAlgorithmSet::all()), 0);
-
-  const std::string before = digestOf(root / "a");
+  const std::string before = outcomeOf(verification, groupOf("a"));
+  EXPECT_EQ(before, digestOf(root / "a"));
+  struct {
+    std::string path;
+    HashAlgorithmSet algorithms;
+    int reads;
+  } const groups[]{{"a", {sha256}, 0},
+                   {"dir/b", {sha256}, 0},
+                   {"dir/b", {sha256, blake3, crc32}, 1},
+                   {"dir/link", {crc32}, 0},
+                   {"a", HashAlgorithmSet::all(), 1},
+                   {"same content", HashAlgorithmSet::all(), 1},
+                   {"same content", HashAlgorithmSet::all(), 0}};
+  for (const auto& [path, algorithms, reads] : groups) {
+    const WatchedSystemCalls system;
+    const ManifestFileGroup group = groupOf(path, algorithms);
+    EXPECT_EQ(outcomeOf(verification, group).size(), group.entries.front().algorithm.hexLength());
+    EXPECT_EQ(std::ranges::count(system.names, "read"), reads) << path;
+    EXPECT_EQ(system.stillOpen, 0);
+  }
+  // Neither what is written into it nor what takes its place is taken for the file that was read.
   folder.file("root/a", "CONTENT");
   EXPECT_NE(digestOf(root / "a"), before);
-  EXPECT_EQ(tallyfold::outcomeOf(verification, groupOf("a")), digestOf(root / "a"));
+  EXPECT_EQ(outcomeOf(verification, groupOf("a")), digestOf(root / "a"));
+  fs::rename(folder.file("root/dir/new", "Content"), root / "dir/b");
+  EXPECT_EQ(outcomeOf(verification, groupOf("dir/b")), digestOf(root / "dir/b"));
 }
 
 TEST_F(Verification, CancellationEndsTheGroupAndKeepsNothingOfIt) {
-  folder.file("root/a", test::period251(20'000'000));
+  folder.file("root/a", period251(20'000'000));
   ManifestVerification verification = begun();
   std::stop_source source;
   {
-    test::WatchedSystemCalls system;
+    WatchedSystemCalls system;
     system.before = [&](std::string_view name, std::size_t) {
       if (name == "read") source.request_stop();
       return 0;
@@ -193,116 +99,86 @@ TEST_F(Verification, CancellationEndsTheGroupAndKeepsNothingOfIt) {
     EXPECT_THROW(verification.verify(groupOf("a"), source.get_token()), CancellationError);
     EXPECT_EQ(std::ranges::count(system.names, "read"), 1);
   }
-  EXPECT_EQ(tallyfold::outcomeOf(verification, groupOf("a")), digestOf(root / "a"));
+  EXPECT_EQ(outcomeOf(verification, groupOf("a")), digestOf(root / "a"));
   EXPECT_THROW(verification.verify(groupOf("a"), source.get_token()), CancellationError);
 }
 
 /// The tree changes right before every call: what is inside, or a sentence.
 TEST_F(Verification, ChangeAtAnyMomentIsNeverAMatchOfWhatIsOutside) {
   const fs::path file = folder.file("root/dir/a", "inside");
-  fs::create_directories(folder.path() / "outside");
+  fs::create_directory(folder.path() / "outside");
   const std::string outside = digestOf(folder.file("outside/a", "OUTSID"));
   const std::string inside = digestOf(file);
-  fs::create_symlink("dir", root / "link");
+  link("dir", "link");
   const fs::path aside = folder.path() / "aside";
+  const fs::path outsider = folder.path() / "outside";
   struct {
     std::string what;
-    std::function<void()> change;
-    std::function<void()> undo;
+    fs::path item;                                      // Goes away ...
+    std::function<void(const fs::path& item)> replace;  // ... and this takes its place.
   } const changes[]{
-      {"file becomes a link", [&] { fs::rename(file, aside), fs::create_symlink(folder.path() / "outside/a", file); },
-       [&] { fs::remove(file), fs::rename(aside, file); }},
-      {"folder becomes a link",
-       [&] { fs::rename(root / "dir", aside), fs::create_symlink(folder.path() / "outside", root / "dir"); },
-       [&] { fs::remove(root / "dir"), fs::rename(aside, root / "dir"); }},
-      {"root becomes a link", [&] { fs::rename(root, aside), fs::create_symlink("outside", root); },
-       [&] { fs::remove(root), fs::rename(aside, root); }},
-      {"file is replaced", [&] { fs::rename(file, aside), std::ofstream(file) << "INSIDE"; },
-       [&] { fs::rename(aside, file); }},
-      {"file becomes a pipe", [&] { fs::rename(file, aside), mkfifo(file.c_str(), 0600); },
-       [&] { fs::rename(aside, file); }},
-      {"file is removed", [&] { fs::rename(file, aside); }, [&] { fs::rename(aside, file); }},
+      {"file becomes a link", file, [&](const fs::path& item) { fs::create_symlink(outsider / "a", item); }},
+      {"folder becomes a link", root / "dir", [&](const fs::path& item) { fs::create_symlink(outsider, item); }},
+      {"root becomes a link", root, [&](const fs::path& item) { fs::create_symlink(outsider, item); }},
+      {"file is replaced", file, [](const fs::path& item) { std::ofstream(item) << "INSIDE"; }},
+      {"file becomes a pipe", file, [](const fs::path& item) { mkfifo(item.c_str(), 0600); }},
+      {"file is removed", file, [](const fs::path&) {}},
   };
   for (const char* const path : {"dir/a", "link/a"}) {
     std::size_t callCount = 0;
     {
-      const test::WatchedSystemCalls system;
-      EXPECT_EQ(outcomeOf(groupOf(path)), inside);
+      const WatchedSystemCalls system;
+      EXPECT_EQ(outcomeOf(path), inside);
       callCount = system.names.size();
     }
-    for (const auto& [what, change, undo] : changes) {
+    for (const auto& change : changes) {
       bool wasNoticed = false;
       for (std::size_t call = 1; call <= callCount; ++call) {
-        test::WatchedSystemCalls system;
-        bool isChanged = false;
-        system.before = [&, make = change](std::string_view, std::size_t number) {
-          if (number == call) make(), isChanged = true;
+        WatchedSystemCalls system;
+        system.before = [&](std::string_view, std::size_t number) {
+          if (number != call) return 0;
+          fs::rename(change.item, aside);
+          change.replace(change.item);
           return 0;
         };
         std::string outcome = "none";
         try {
-          outcome = outcomeOf(groupOf(path));
+          outcome = outcomeOf(path);
         } catch (const ManifestPathError& error) {
           outcome = error.what();  // Of capturing the root.
         }
-        EXPECT_TRUE(isChanged);
-        EXPECT_NE(outcome, outside) << path << ": " << what << " before call " << call;
+        EXPECT_NE(outcome, outside) << path << ": " << change.what << " before call " << call;
         EXPECT_EQ(system.stillOpen, 0);
         wasNoticed = wasNoticed || outcome != inside;
-        undo();
+        fs::remove(change.item);
+        fs::rename(aside, change.item);  // Throws when nothing was changed.
       }
-      EXPECT_TRUE(wasNoticed) << what;
+      EXPECT_TRUE(wasNoticed) << change.what;
     }
   }
 }
 
-/// Another process that exchanges two items for as long as this lives.
-class Swapper {
- public:
-  Swapper(const fs::path& a, const fs::path& b) {
-    std::vector<std::string> words{FOLDER_SWAPPER, a, b};
-    std::vector<char*> arguments{words[0].data(), words[1].data(), words[2].data(), nullptr};
-    if (posix_spawn(&process_, arguments[0], nullptr, nullptr, arguments.data(), environ) != 0) {
-      throw std::runtime_error("cannot start " + words[0]);
-    }
-  }
-  ~Swapper() {
-    kill(process_, SIGKILL);
-    int status = 0;
-    waitpid(process_, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status)) << "it could not swap";
-  }
-  Swapper(const Swapper&) = delete;
-  Swapper& operator=(const Swapper&) = delete;
-
- private:
-  pid_t process_ = 0;
-};
-
-class RacedVerification : public Verification, public testing::WithParamInterface<std::tuple<const char*, bool>> {};
+class RacedVerification : public RootTest, public testing::WithParamInterface<std::tuple<const char*, bool>> {};
 
 TEST_P(RacedVerification, NoByteFromOutsideIsEverHashed) {
   const auto [swapped, isOldSystem] = GetParam();
-  fs::create_directories(root / "dir/sub");  // To swap it leaves the root itself as it is.
   fs::create_directories(folder.path() / "outside/dir/sub");
   const std::string inside = digestOf(folder.file("root/dir/sub/a", "inside"));
   const std::string outside = digestOf(folder.file("outside/dir/sub/a", "OUTSID"));
-  fs::create_symlink("dir/sub", root / "link");
+  link("dir/sub", "link");
   fs::create_symlink(folder.path() / "outside" / swapped, folder.path() / "swap");
 
-  test::WatchedSystemCalls system;
-  system.before = [old = isOldSystem](std::string_view name, std::size_t) {
-    return old && name == "openat2" ? ENOSYS : 0;
-  };
+  WatchedSystemCalls system;
+  system.before = withoutOpenat2(isOldSystem);
   std::map<std::string, int> outcomes;
-  const Swapper swapper(root / swapped, folder.path() / "swap");
+  const OtherProgram swapper({FOLDER_SWAPPER, root / swapped, folder.path() / "swap"});
   const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
   for (int run = 0; run < 3000 || outcomes.size() < 2; ++run) {
     ASSERT_LT(std::chrono::steady_clock::now(), limit) << testing::PrintToString(outcomes);
     system.names.clear();
     ManifestVerification verification = begun();
     for (const char* const path : {"dir/sub/a", "link/a", "../root/dir/sub/a"}) {
-      ++outcomes[tallyfold::outcomeOf(verification, groupOf(path))];
+      ++outcomes[outcomeOf(verification, groupOf(path))];
     }
   }
   EXPECT_EQ(outcomes[outside], 0) << testing::PrintToString(outcomes);
@@ -310,6 +186,7 @@ TEST_P(RacedVerification, NoByteFromOutsideIsEverHashed) {
   EXPECT_GT(outcomes[kOutside], 0) << testing::PrintToString(outcomes);
 }
 
+// To swap what is in a folder of it leaves the root itself as it is.
 INSTANTIATE_TEST_SUITE_P(Swapping, RacedVerification,
                          testing::Combine(testing::Values("dir/sub", "dir/sub/a"), testing::Bool()),
                          [](const auto& test) {
@@ -318,80 +195,58 @@ INSTANTIATE_TEST_SUITE_P(Swapping, RacedVerification,
                                   (std::get<1>(test.param) ? "OnAnOldSystem" : "");
                          });
 
-/// What verifying a whole list came to.
-struct Summary {
-  int matches = 0;
-  int mismatches = 0;
-  std::vector<std::string> failures;
-  std::int64_t ignored = 0;
-  std::int64_t unsupported = 0;
-};
+using Names = std::vector<std::string>;
 
-Summary verified(const fs::path& list, const fs::path& root) {
-  const ParseResult result = load(list, {});
-  Summary summary{.failures = {}, .ignored = result.ignoredLineCount, .unsupported = result.unsupportedLineCount};
-  ManifestVerification verification(root, captureRootIdentity(root, {}));
-  for (const ManifestFileGroup& group : groupEntries(result.entries, {})) {
-    const ManifestGroupOutcome outcome = verification.verify(group, {});
-    for (const ChecksumManifestEntry& entry : group.entries) {
-      if (const auto* const sentence = std::get_if<std::string>(&outcome)) {
-        summary.failures.push_back(entry.relativePath + ": " + *sentence);
-      } else {
-        const bool isMatch = std::get<DigestMap>(outcome).find(entry.algorithm) == entry.expectedHash;
-        ++(isMatch ? summary.matches : summary.mismatches);
-      }
-    }
-  }
-  return summary;
+Names operator+(Names names, const Names& more) {
+  names.insert(names.end(), more.begin(), more.end());
+  return names;
 }
 
-class ListsOfOtherTools : public Verification {
+class ListsOfOtherTools : public RootTest {
  protected:
   ListsOfOtherTools() {
-    for (const std::string& name : {plain, spaced, escaped, std::string("re\rturn")}) {
-      for (const std::string& file : names(name)) folder.file("root/" + file, "content of " + file);
-    }
-  }
-
-  static std::vector<std::string> names(std::string_view text) {
-    std::vector<std::string> result;
-    for (; !text.empty(); text.remove_prefix(std::min(text.find('|') + 1, text.size()))) {
-      result.emplace_back(text.substr(0, text.find('|')));
-      if (text.find('|') == std::string_view::npos) break;
-    }
-    return result;
+    for (const std::string& name : allOfCoreutils) folder.file("root/" + name, "content of " + name);
   }
 
   /// What a tool writes about these files of the root.
-  [[nodiscard]] std::string outputOf(std::vector<std::string> tool, const std::vector<std::string>& files) const {
-    tool.insert(tool.begin(), {"env", "--chdir=" + root.native()});
-    tool.insert(tool.end(), files.begin(), files.end());
-    return test::outputOf(tool);
+  [[nodiscard]] std::string outputOf(const Names& tool, const Names& files) const {
+    return test::outputOf(Names{"env", "--chdir=" + root.native()} + tool + files);
   }
 
-  const std::string plain =
-      "plain|my (copy).iso|[brackets] {}|  two leading|dir/in a folder|caf\u00E9|cafe\u0301|a) = b";
-  const std::string spaced = "trailing  |#hash|*star| *";
-  const std::string escaped = "new\nline|back\\slash";
+  /// Expects of a list that so many entries match, and so many lines are none, when there is a number of these.
+  void expectVerified(const fs::path& list, std::int64_t matches, std::int64_t unsupported,
+                      std::optional<std::int64_t> ignored, const std::string& what) const {
+    const ParseResult result = load(list, {});
+    EXPECT_EQ(result.unsupportedLineCount, unsupported) << what;
+    EXPECT_EQ(result.ignoredLineCount, ignored.value_or(result.ignoredLineCount)) << what;
+    EXPECT_EQ(std::ssize(result.entries), matches) << what;
+    ManifestVerification verification = begun();
+    for (const ManifestFileGroup& group : groupEntries(result.entries, {})) {
+      const ManifestGroupOutcome outcome = verification.verify(group, {});
+      const auto* const digests = std::get_if<DigestMap>(&outcome);
+      ASSERT_NE(digests, nullptr) << what << ": " << group.relativePath << ": " << std::get<std::string>(outcome);
+      for (const ChecksumManifestEntry& entry : group.entries) {
+        EXPECT_EQ(digests->find(entry.algorithm), entry.expectedHash) << what << ": " << group.relativePath;
+      }
+    }
+  }
+
+  const Names simple{"plain",           "my (copy).iso", "[brackets] {}", "  two leading",
+                     "dir/in a folder", "caf\u00E9",     "cafe\u0301",    "a) = b"};
+  const Names more = simple + Names{"trailing  ", "#hash", "*star", " *"};
+  const Names all = more + Names{"new\nline", "back\\slash"};
+  const Names allOfCoreutils = all + Names{"re\rturn"};
 };
 
 TEST_F(ListsOfOtherTools, AreVerifiedOrSaidToBeUnsupported) {
-  const std::vector<std::string> simple = names(plain);
-  std::vector<std::string> more = simple;
-  for (const std::string& name : names(spaced)) more.push_back(name);
-  std::vector<std::string> all = more;
-  for (const std::string& name : names(escaped)) all.push_back(name);
-  std::vector<std::string> allOfCoreutils = all;
-  allOfCoreutils.push_back("re\rturn");
-
   struct {
-    std::vector<std::string> command;
+    Names command;
     std::string list;
-    std::vector<std::string> files;
+    Names files;
     bool isSupported = true;
-    std::int64_t comments = -1;  // As many as there may be when negative.
-    std::int64_t unsupported = 0;
+    std::optional<std::int64_t> comments = {};
   } const tools[]{
+      {{"md5sum"}, "sums.txt", allOfCoreutils, true, 0},
       {{"sha256sum"}, "SHA256SUMS", allOfCoreutils, true, 0},
       {{"sha256sum"}, "sums.txt", allOfCoreutils, false},  // Perhaps BLAKE3.
       {{"sha256sum", "--binary"}, "a.sha256", allOfCoreutils, true, 0},
@@ -403,8 +258,9 @@ TEST_F(ListsOfOtherTools, AreVerifiedOrSaidToBeUnsupported) {
       {{"cksum", "-a", "blake2b"}, "sums.txt", more, false},
       {{"b3sum"}, "B3SUMS", all, true, 0},
       {{"b3sum"}, "sums.txt", all, false},
-      {{"rhash", "--bsd", "--sha256"}, "sums.txt", more},
+      {{"rhash", "--bsd", "--sha224"}, "sums.txt", more},
       {{"rhash", "--bsd", "--md5", "--sha1", "--crc32"}, "sums.txt", simple},
+      {{"rhash", "--sha1"}, "sums.txt", simple},
       {{"rhash", "--sfv"}, "sums.sfv", simple},
       {{"cksfv", "-q"}, "sums.sfv", simple},
       {{"cksfv"}, "sums.sfv", simple},
@@ -412,53 +268,34 @@ TEST_F(ListsOfOtherTools, AreVerifiedOrSaidToBeUnsupported) {
       {{"openssl", "dgst", "-r", "-sha1"}, "sums.txt", all, true, 0},
       {{"openssl", "dgst", "-r", "-sha256"}, "SHA256SUMS", all, true, 0},
   };
-  for (const auto& [command, name, files, isSupported, comments, unsupported] : tools) {
-    const std::string what = testing::PrintToString(command) + " " + name;
-    const Summary summary = verified(folder.file(name, outputOf(command, files)), root);
-    const auto algorithms = std::ranges::count(command, "--md5") != 0 ? 3U : 1U;
-    EXPECT_EQ(static_cast<std::size_t>(summary.matches), isSupported ? algorithms * files.size() : 0) << what;
-    EXPECT_THAT(summary.failures, IsEmpty()) << what;
-    EXPECT_EQ(summary.mismatches, 0) << what;
-    EXPECT_EQ(summary.unsupported, isSupported ? unsupported : std::ssize(files)) << what;
-    EXPECT_TRUE(comments < 0 || summary.ignored == comments) << what << summary.ignored;
+  for (const auto& [command, name, files, isSupported, comments] : tools) {
+    const auto count = std::ssize(files);
+    const int algorithms = std::ranges::count(command, "--md5") != 0 ? 3 : 1;
+    expectVerified(folder.file(name, outputOf(command, files)), isSupported ? algorithms * count : 0,
+                   isSupported ? 0 : count, comments, testing::PrintToString(command) + " " + name);
   }
 }
 
 TEST_F(ListsOfOtherTools, FormIsNoMatter) {
-  std::vector<std::string> files = names(plain);
-  for (const std::string& name : names(spaced)) files.push_back(name);
-  for (const std::string& name : names(escaped)) files.push_back(name);
-  files.push_back("re\rturn");
-  const std::string list = outputOf({"sha256sum"}, files);
-  const auto withBreaks = [&](std::string_view lineBreak) {
-    std::string text;
-    for (const char c : list) c == '\n' ? text += lineBreak : text += c;
-    return text;
+  const std::string list = outputOf({"sha256sum"}, allOfCoreutils);
+  const auto withBreaks = [&](const std::string& lineBreak) {
+    return std::regex_replace(list, std::regex("\n"), lineBreak);
   };
-  std::string upperCase = list;
-  for (std::size_t start = 0; start < upperCase.size(); start = upperCase.find('\n', start) + 1) {
-    for (std::size_t i = start; i < start + 65; ++i) {
-      if (upperCase[i] >= 'a' && upperCase[i] <= 'f') upperCase[i] = static_cast<char>(upperCase[i] - 'a' + 'A');
-    }
-  }
   const auto inEncoding = [&](const std::string& encoding, std::string_view text) {
     const fs::path source = folder.file("source", text);
     return test::outputOf({"iconv", "--from-code=UTF-8", "--to-code=" + encoding, source});
   };
-  const auto count = std::ssize(files);
+  const auto count = std::ssize(allOfCoreutils);
   struct {
     std::string what;
     std::string text;
     std::int64_t ignored = 0;
     std::int64_t unsupported = 0;
   } const forms[]{
-      {"as it is", list},
       {"CR LF", withBreaks("\r\n")},
       {"CR", withBreaks("\r")},
       {"CR CR LF", withBreaks("\r\r\n"), count},
-      {"empty lines", withBreaks("\n\n"), count},
       {"byte-order mark", "\uFEFF" + list},
-      {"upper case", upperCase},
       {"UTF-16LE with a mark", inEncoding("UTF-16LE", "\uFEFF" + list)},
       {"UTF-16BE with a mark", inEncoding("UTF-16BE", "\uFEFF" + withBreaks("\r\n"))},
       {"UTF-16LE", inEncoding("UTF-16LE", withBreaks("\r\n"))},
@@ -470,40 +307,16 @@ TEST_F(ListsOfOtherTools, FormIsNoMatter) {
       {"sections", "# first\n\n" + list + "\n; second\n  # third", 5},
   };
   for (const auto& [what, text, ignored, unsupported] : forms) {
-    const Summary summary = verified(folder.file("SHA256SUMS", text), root);
-    EXPECT_EQ(summary.matches, count) << what;
-    EXPECT_THAT(summary.failures, IsEmpty()) << what;
-    EXPECT_EQ(summary.ignored, ignored) << what;
-    EXPECT_EQ(summary.unsupported, unsupported) << what;
+    expectVerified(folder.file("SHA256SUMS", text), count, unsupported, ignored, what);
   }
-}
-
-TEST_F(ListsOfOtherTools, OneListOfSeveralAlgorithmsAndOfAnotherSystem) {
-  const std::vector<std::string> files = names(plain);
-  std::string text = "# SHA-1\r\n" + outputOf({"sha1sum"}, files) + "\n; CRC-32\n" +
-                     outputOf({"rhash", "--sfv"}, files) + outputOf({"cksum", "-a", "sha512"}, files);
-  const Summary summary = verified(folder.file("sums.txt", text), root);
-  EXPECT_EQ(summary.matches, 3 * std::ssize(files));
-  EXPECT_THAT(summary.failures, IsEmpty());
-  EXPECT_EQ(summary.unsupported, 0);
-
+  const std::string several = "# SHA-1\r\n" + outputOf({"sha1sum"}, simple) + "\n; CRC-32\n" +
+                              outputOf({"rhash", "--sfv"}, simple) + outputOf({"cksum", "-a", "sha512"}, simple);
+  expectVerified(folder.file("sums.txt", several), 3 * std::ssize(simple), 0, {}, "several algorithms");
   std::string windows = outputOf({"sha1sum"}, {"dir/in a folder"});
   std::ranges::replace(windows, '/', '\\');
-  EXPECT_EQ(verified(folder.file("sums.txt", windows), root).matches, 1);
-}
-
-TEST_F(ListsOfOtherTools, ExactlyWhatIsWrongIsReported) {
-  const std::vector<std::string> files = names(plain);
-  const fs::path list = folder.file("SHA256SUMS", outputOf({"sha256sum"}, files));
-  fs::resize_file(root / "plain", 3);
-  fs::remove(root / "my (copy).iso");
-  fs::remove(root / "[brackets] {}");
-  fs::create_symlink(folder.file("elsewhere", "content of [brackets] {}"), root / "[brackets] {}");
-  const Summary summary = verified(list, root);
-  EXPECT_EQ(summary.matches, std::ssize(files) - 3);
-  EXPECT_EQ(summary.mismatches, 1);
-  EXPECT_THAT(summary.failures, ElementsAre("my (copy).iso: " + kMissing, "[brackets] {}: " + kOutside));
+  expectVerified(folder.file("sums.txt", windows), 1, 0, 0, "of another system");
 }
 
 }  // namespace
-}  // namespace tallyfold
+
+}  // namespace tallyfold::test

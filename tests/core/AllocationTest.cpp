@@ -1,28 +1,20 @@
 // The allocation functions of this program are its own, so that a test can see how much is allocated, refuse it, and
 // look at memory at the moment it is given back; so is the one that starts threads, so that a test can refuse them.
 
-#include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
 #include <dlfcn.h>
-#include <filesystem>
-#include <gtest/gtest.h>
 #include <new>
 #include <pthread.h>
-#include <span>
 
 #include "core/BLAKE3Stream.h"
-#include "core/Errors.h"
 #include "core/FileComparison.h"
-#include "core/HashPipeline.h"
-#include "core/HashService.h"
 #include "core/Processor.h"
 #include "core/TextHashing.h"
 #include "core/blake3/Blake3.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/core/CoreTest.h"
 
 namespace {
 
@@ -83,52 +75,39 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
   return real(thread, attributes, body, argument);
 }
 
-namespace tallyfold {
+namespace tallyfold::test {
+
 namespace {
 
-class RefusedAllocation : public testing::Test {
- protected:
-  void SetUp() override { refuseWhatMayFail = true; }
-  void TearDown() override { refuseWhatMayFail = false; }
-};
-
-TEST_F(RefusedAllocation, CreateReturnsNull) { EXPECT_EQ(tf_blake3_create(), nullptr); }
-
-TEST_F(RefusedAllocation, StreamAndPipelineFailWithTheirSentence) {
-  EXPECT_THROW(BLAKE3Stream(), BLAKE3Stream::Error);
-  try {
-    const HashPipeline pipeline(HashAlgorithmSet::all());
-    FAIL() << "constructed";
-  } catch (const BLAKE3Stream::Error& error) {
-    EXPECT_EQ(error.value(), BLAKE3Stream::Error::allocationFailed);
-    EXPECT_STREQ(error.what(), "BLAKE3 could not allocate its hashing context.");
-  }
+DigestMap digestsOf(const std::filesystem::path& file) {
+  return HashService::hashFile(file, Uuid(), HashAlgorithmSet::all(), {}, [](double) {}).hashes;
 }
 
-TEST_F(RefusedAllocation, LaneOfAnotherThreadFailsWithItsSentence) {
-  const test::TemporaryFolder folder;
-  const std::filesystem::path file = folder.file("file", "");
-  std::filesystem::resize_file(file, 20'000'000);
-  pretendCores(9);
-  EXPECT_THROW(HashService::hashFile(file, Uuid(), HashAlgorithmSet::all(), {}, [](double) {}), BLAKE3Stream::Error);
+TEST(RefusedAllocation, FailsWithItsSentenceOnAnyThread) {
+  const TemporaryFolder folder;
+  const std::filesystem::path file = sparseFile(folder, "file", 20'000'000);
+  refuseWhatMayFail = true;
+  EXPECT_EQ(tf_blake3_create(), nullptr);
+  for (const unsigned cores : {1U, 9U}) {
+    pretendCores(cores);
+    EXPECT_THAT([&] { digestsOf(file); },
+                testing::ThrowsMessage<BLAKE3Stream::Error>("BLAKE3 could not allocate its hashing context."));
+  }
+  refuseWhatMayFail = false;
   pretendCores(0);
 }
 
 TEST(RefusedThread, OneLaneDoesTheWorkOfAll) {
-  const test::TemporaryFolder folder;
-  const std::filesystem::path file = folder.file("file", "");
-  std::filesystem::resize_file(file, 20'000'000);
-  const auto digests = [&] {
-    return HashService::hashFile(file, Uuid(), HashAlgorithmSet::all(), {}, [](double) {}).hashes;
-  };
+  const TemporaryFolder folder;
+  const std::filesystem::path file = sparseFile(folder, "file", 20'000'000);
   pretendCores(9);
-  const DigestMap expected = digests();
+  const DigestMap expected = digestsOf(file);
   const int started = threadsStarted;
   ASSERT_GT(started, 0) << "there were no lanes";
   for (int granted = 0; granted < started; ++granted) {
     threadsStarted = 0;
     mostThreads = granted;
-    EXPECT_EQ(digests(), expected) << granted;
+    EXPECT_EQ(digestsOf(file), expected) << granted;
   }
   mostThreads = INT_MAX;
   pretendCores(0);
@@ -137,7 +116,7 @@ TEST(RefusedThread, OneLaneDoesTheWorkOfAll) {
 TEST(Allocation, ContextIsWipedBeforeItIsFreed) {
   tf_blake3* const context = tf_blake3_create();
   ASSERT_NE(context, nullptr);
-  const std::string secret = test::period251(5000);
+  const std::string secret = period251(5000);
   tf_blake3_update(context, secret.data(), secret.size());
   const std::span bytes(reinterpret_cast<const unsigned char*>(context), lastSizeThatMayFail);
   ASSERT_TRUE(std::ranges::any_of(bytes, [](unsigned char byte) { return byte != 0; }));
@@ -148,44 +127,29 @@ TEST(Allocation, ContextIsWipedBeforeItIsFreed) {
   EXPECT_TRUE(watchedWasZeroWhenFreed);
 }
 
-TEST(Allocation, BufferIsNoLargerThanTheFileAndNeverOverOneChunk) {
-  const test::TemporaryFolder folder;
-  const auto largestFor = [&](std::size_t size) {
-    const std::filesystem::path file = folder.file("file", "");
-    std::filesystem::resize_file(file, size);
-    largestAllocation = 0;
-    HashService::hashFile(file, Uuid(), HashAlgorithmSet::all(), {}, [](double) {});
-    return largestAllocation.load();
-  };
-  EXPECT_LE(largestFor(0), 4096U);
-  EXPECT_LE(largestFor(4096), 4096U);
-  EXPECT_LE(largestFor(1'000'000), 1'000'000U);
-  EXPECT_LE(largestFor(10'000'000), 8'388'608U);
+template <typename Work>
+std::size_t largestIn(Work work) {
+  largestAllocation = 0;
+  work();
+  return largestAllocation;
 }
 
-TEST(Allocation, ComparisonHoldsNoMoreThanTheFilesAndNeverOverOneChunk) {
-  const test::TemporaryFolder folder;
-  const auto largestFor = [&](std::size_t size) {
-    const std::filesystem::path a = folder.file("a", "");
-    const std::filesystem::path b = folder.file("b", "");
-    std::filesystem::resize_file(a, size);
-    std::filesystem::resize_file(b, size);
-    largestAllocation = 0;
-    HashService::compareFiles(a, b, {}, [](double) {});
-    return largestAllocation.load();
-  };
-  EXPECT_LE(largestFor(4096), 4096U);
-  EXPECT_EQ(largestFor(1'000'000), 1'000'000U);
-  EXPECT_EQ(largestFor(10'000'000), 8'388'608U);
+TEST(Allocation, IsNoLargerThanTheFileAndNeverOverOneChunk) {
+  const TemporaryFolder folder;
+  for (const std::size_t size : {0U, 4096U, 1'000'000U, 10'000'000U}) {
+    const std::filesystem::path a = sparseFile(folder, "a", size);
+    const std::filesystem::path b = sparseFile(folder, "b", size);
+    const std::size_t most = std::clamp(size, std::size_t{4096}, std::size_t{8'388'608});
+    EXPECT_LE(largestIn([&] { digestsOf(a); }), most) << size;
+    EXPECT_LE(largestIn([&] { HashService::compareFiles(a, b, {}, [](double) {}); }), most) << size;
+  }
 }
 
 TEST(Allocation, TextIsNotCopiedOrTakesASlice) {
   const std::string utf8(5'000'000, 'a');
   const std::u16string utf16(5'000'000, u'a');
   const auto largestFor = [](auto text) {
-    largestAllocation = 0;
-    HashService::hashTextCancellableWithByteCount(text, HashAlgorithmSet::all(), {});
-    return largestAllocation.load();
+    return largestIn([&] { HashService::hashTextCancellableWithByteCount(text, HashAlgorithmSet::all(), {}); });
   };
   EXPECT_LE(largestFor(std::string_view(utf8)), 4096U);
   EXPECT_LE(largestFor(std::u16string_view(utf16).substr(0, 1000)), 4096U);
@@ -193,4 +157,5 @@ TEST(Allocation, TextIsNotCopiedOrTakesASlice) {
 }
 
 }  // namespace
-}  // namespace tallyfold
+
+}  // namespace tallyfold::test

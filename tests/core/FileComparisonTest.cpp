@@ -1,46 +1,25 @@
-#include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
-#include <functional>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <string>
-#include <string_view>
-#include <sys/stat.h>
-#include <utility>
-#include <vector>
 
-#include "tests/core/ComparisonOutcome.h"
-#include "tests/core/Outcome.h"
-#include "tests/support/TemporaryFolder.h"
-#include "tests/support/WatchedSystemCalls.h"
+#include "tests/core/CoreTest.h"
 
-namespace tallyfold {
+namespace tallyfold::test {
+
 namespace {
 
 namespace fs = std::filesystem;
-using test::outcomeOfComparison;
 using testing::ElementsAre;
 
 class CompareFiles : public testing::Test {
  protected:
-  /// A file of zero bytes that takes no space.
-  [[nodiscard]] fs::path sparseFile(std::string_view name, std::uintmax_t size) const {
-    fs::path path = folder.file(name, "");
-    fs::resize_file(path, size);
-    return path;
-  }
-
   std::string outcomeAndProgress(const fs::path& a, const fs::path& b) {
     std::string text;
     const std::string outcome = outcomeOfComparison(a, b, {}, [&](double done) { text += " " + std::to_string(done); });
     return outcome + ";" + text;
   }
 
-  test::TemporaryFolder folder;
+  TemporaryFolder folder;
 };
 
 void writeByte(const fs::path& file, std::size_t offset, char byte) {
@@ -64,7 +43,7 @@ TEST_F(CompareFiles, WhatNeedsNoReadingIsNotRead) {
       {"ten", "eleven", "sizes 10, 11; 1.000000"},   {"eleven", "empty", "sizes 11, 0; 1.000000"},
   };
   for (const auto& [a, b, outcome] : pairs) {
-    test::WatchedSystemCalls system;
+    WatchedSystemCalls system;
     EXPECT_EQ(outcomeAndProgress(folder.path() / a, folder.path() / b), outcome) << a << ", " << b;
     EXPECT_EQ(std::ranges::count(system.names, "read"), 0) << a << ", " << b;
     EXPECT_EQ(system.stillOpen, 0) << a << ", " << b;
@@ -73,7 +52,7 @@ TEST_F(CompareFiles, WhatNeedsNoReadingIsNotRead) {
 
 TEST_F(CompareFiles, FirstDifferenceIsFoundWhereverItIs) {
   constexpr std::size_t chunk = HashService::chunkSize;
-  const std::string content = test::period251(chunk + 200'000);
+  const std::string content = period251(chunk + 200'000);
   const fs::path a = folder.file("a", content);
   const fs::path b = folder.file("b", content);
   EXPECT_EQ(outcomeOfComparison(a, b), "identical");
@@ -87,15 +66,15 @@ TEST_F(CompareFiles, FirstDifferenceIsFoundWhereverItIs) {
 }
 
 TEST_F(CompareFiles, ProgressIsReportedOncePerChunk) {
-  const fs::path a = sparseFile("a", 20 << 20);
-  const fs::path b = sparseFile("b", 20 << 20);
+  const fs::path a = sparseFile(folder, "a", 20 << 20);
+  const fs::path b = sparseFile(folder, "b", 20 << 20);
   EXPECT_EQ(outcomeAndProgress(a, b), "identical; 0.400000 0.800000 1.000000");
   writeByte(b, (20 << 20) - 1, 'x');
   EXPECT_EQ(outcomeAndProgress(a, b), "differ at 20971519; 0.400000 0.800000");
 }
 
 TEST_F(CompareFiles, ProgressOfLargeFilesIsReportedOncePerHundredth) {
-  struct : test::WatchedSystemCalls {
+  struct : WatchedSystemCalls {
     // Zero bytes without the time that it takes to read them.
     ssize_t read(int, void* bytes, std::size_t count) override {
       std::memset(bytes, 0, count);
@@ -103,9 +82,9 @@ TEST_F(CompareFiles, ProgressOfLargeFilesIsReportedOncePerHundredth) {
     }
   } system;
   constexpr std::int64_t size = 1000 << 20;  // Ten MiB are a hundredth.
-  const fs::path a = sparseFile("a", size);
+  const fs::path a = sparseFile(folder, "a", size);
   std::vector<std::int64_t> reports;
-  EXPECT_EQ(outcomeOfComparison(a, sparseFile("b", size), {},
+  EXPECT_EQ(outcomeOfComparison(a, sparseFile(folder, "b", size), {},
                                 [&](double done) { reports.push_back(std::llround(done * 1000)); }),
             "identical");
   ASSERT_GT(reports.size(), 5U);
@@ -117,14 +96,10 @@ TEST_F(CompareFiles, ProgressOfLargeFilesIsReportedOncePerHundredth) {
 
 TEST_F(CompareFiles, WhatCannotBeReadFailsOnEitherSide) {
   const fs::path good = folder.file("good", "good");
-  ASSERT_EQ(mkfifo((folder.path() / "pipe").c_str(), 0600), 0);
-  for (const auto& [bad, outcome] : std::vector<std::pair<fs::path, std::string>>{
-           {folder.path() / "missing", "error: No such file or directory"},
-           {folder.path() / "pipe", test::kNotRegular},
-           {folder.path(), test::kNotRegular},
-           {"/dev/zero", test::kNotRegular},
-       }) {
-    test::WatchedSystemCalls system;
+  for (const auto& [bad, outcome] :
+       {std::pair(folder.path() / "missing", std::string("error: No such file or directory")),
+        std::pair(folder.path(), kNotRegular)}) {
+    WatchedSystemCalls system;
     EXPECT_EQ(outcomeAndProgress(bad, good), outcome + ";") << bad;
     EXPECT_EQ(outcomeAndProgress(good, bad), outcome + ";") << bad;
     EXPECT_EQ(system.stillOpen, 0) << bad;
@@ -134,31 +109,27 @@ TEST_F(CompareFiles, WhatCannotBeReadFailsOnEitherSide) {
 TEST_F(CompareFiles, CancellationComesFirstAndIsSeenWithinAChunk) {
   std::stop_source stopped;
   stopped.request_stop();
-  test::WatchedSystemCalls system;
+  WatchedSystemCalls system;
   EXPECT_EQ(outcomeOfComparison("missing", "missing", stopped.get_token()), "cancelled");
   EXPECT_TRUE(system.names.empty());
 
-  const fs::path a = sparseFile("a", 24 << 20);
-  const fs::path b = sparseFile("b", 24 << 20);
-  std::stop_source source;
-  std::vector<double> reports;
-  const auto stopAtOnce = [&](double done) {
-    reports.push_back(done);
-    source.request_stop();
-  };
-  EXPECT_EQ(outcomeOfComparison(a, b, source.get_token(), stopAtOnce), "cancelled");
-  EXPECT_THAT(reports, ElementsAre(1.0 / 3));
-  EXPECT_EQ(system.stillOpen, 0);
-
-  for (const long reads : {1, 9}) {  // In the first chunk of either file, when reads are short.
-    system.longestRead = 1 << 20;
+  const fs::path a = sparseFile(folder, "a", 24 << 20);
+  const fs::path b = sparseFile(folder, "b", 24 << 20);
+  system.longestRead = 1 << 20;
+  for (const long reads : {0, 1, 9}) {  // After the first report, and in the first chunk of either file.
     system.names.clear();
-    std::stop_source inRead;
+    std::stop_source source;
     system.before = [&](std::string_view, std::size_t) {
-      if (std::ranges::count(system.names, "read") == reads) inRead.request_stop();
+      if (reads > 0 && std::ranges::count(system.names, "read") == reads) source.request_stop();
       return 0;
     };
-    EXPECT_EQ(outcomeOfComparison(a, b, inRead.get_token(), [](double) { FAIL(); }), "cancelled");
+    std::vector<double> reports;
+    const auto note = [&](double done) {
+      reports.push_back(done);
+      source.request_stop();
+    };
+    EXPECT_EQ(outcomeOfComparison(a, b, source.get_token(), note), "cancelled");
+    EXPECT_EQ(reports.size(), reads == 0 ? 1U : 0U);
     EXPECT_EQ(system.stillOpen, 0);
   }
 }
@@ -168,7 +139,7 @@ TEST(FirstDifference, IsFoundInRangesOfAnyLength) {
     return HashService::firstDifference(std::as_bytes(std::span(a)), std::as_bytes(std::span(b)));
   };
   for (const std::size_t size : {0U, 1U, 2U, 63U, 64U, 65U, 130U, 4095U, 4096U, 4097U, 8300U}) {
-    const std::string a = test::period251(size);
+    const std::string a = period251(size);
     EXPECT_EQ(difference(a, a), std::nullopt) << size;
     EXPECT_EQ(difference(a, a + "x"), std::nullopt) << size;
     std::string b = a + "x";
@@ -181,4 +152,5 @@ TEST(FirstDifference, IsFoundInRangesOfAnyLength) {
 }
 
 }  // namespace
-}  // namespace tallyfold
+
+}  // namespace tallyfold::test

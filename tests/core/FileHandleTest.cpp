@@ -1,21 +1,13 @@
-#include <algorithm>
-#include <array>
-#include <cerrno>
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <span>
-#include <string>
-#include <string_view>
 #include <system_error>
 #include <unistd.h>
 
 #include "core/FileHandle.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/core/CoreTest.h"
 
-namespace tallyfold {
+namespace tallyfold::test {
+
 namespace {
-
-std::span<const std::byte> bytesOf(std::string_view text) { return std::as_bytes(std::span(text)); }
 
 /// The error number that `action` fails with, 0 when it does not fail.
 template <typename Action>
@@ -54,19 +46,14 @@ class ReluctantSystem : public SystemCalls {
 };
 
 TEST(FileHandle, WritesEverythingInAsManyCallsAsItTakes) {
-  const test::TemporaryFolder folder;
+  const TemporaryFolder folder;
   const std::filesystem::path path = folder.path() / "file";
   ReluctantSystem system;
   FileHandle handle = FileHandle::open(path, O_WRONLY | O_CREAT | O_EXCL, 0600);
   handle.write(bytesOf("0123456789"));
   handle.write({});
   handle.close();
-  EXPECT_EQ(test::contentOf(path), "0123456789");
-}
-
-TEST(FileHandle, FullDeviceFails) {
-  FileHandle handle = FileHandle::open("/dev/full", O_WRONLY);
-  EXPECT_EQ(errorOf([&] { handle.write(bytesOf("x")); }), ENOSPC);
+  EXPECT_EQ(contentOf(path), "0123456789");
 }
 
 TEST(FileHandle, CloseReportsItsFailureAndIsNeverRepeated) {
@@ -108,22 +95,6 @@ TEST(FileHandle, DescriptorsCloseWithTheirOwnersAndAtExec) {
   EXPECT_NE(recorder.lastFlags & O_CLOEXEC, 0);
 }
 
-TEST(FileHandle, SyncDoesNotReportThatThereIsNoDisk) {
-  const test::TemporaryFolder folder;
-  EXPECT_EQ(errorOf([&] { FileHandle::open(folder.file("file", "x"), O_WRONLY).sync(); }), 0);
-  EXPECT_EQ(errorOf([] { FileHandle::open("/dev/null", O_WRONLY).sync(); }), 0);
-}
-
-TEST(FileHandle, RenameReplacesOrFailsWithTheSystemsError) {
-  const test::TemporaryFolder folder;
-  const std::filesystem::path source = folder.file("new", "new");
-  const std::filesystem::path destination = folder.file("old", "old");
-  renameFile(source, destination);
-  EXPECT_EQ(test::contentOf(destination), "new");
-  EXPECT_EQ(errorOf([&] { renameFile(source, destination); }), ENOENT);
-  EXPECT_EQ(errorOf([&] { renameFile(destination, folder.path() / std::string("a\0b", 3)); }), EINVAL);
-  EXPECT_EQ(test::contentOf(destination), "new");
-}
-
 }  // namespace
-}  // namespace tallyfold
+
+}  // namespace tallyfold::test

@@ -1,31 +1,18 @@
-#include <array>
-#include <cstdint>
 #include <fcntl.h>
-#include <filesystem>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <limits>
 #include <random>
-#include <string>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
-#include "core/Errors.h"
-#include "core/HashService.h"
 #include "core/Processor.h"
+#include "tests/core/CoreTest.h"
 #include "tests/core/Oracles.h"
-#include "tests/core/Outcome.h"
-#include "tests/support/Seed.h"
-#include "tests/support/TemporaryFolder.h"
-#include "tests/support/WatchedSystemCalls.h"
 
-namespace tallyfold {
+namespace tallyfold::test {
+
 namespace {
 
 namespace fs = std::filesystem;
-using test::outcomeOf;
 using testing::ElementsAre;
 
 /// On one core: HashLanesTest has more.
@@ -34,38 +21,31 @@ class HashFile : public testing::Test {
   void SetUp() override { pretendCores(1); }
   void TearDown() override { pretendCores(0); }
 
-  /// A file of zero bytes that takes no space.
-  [[nodiscard]] fs::path sparseFile(std::uintmax_t size) const {
-    fs::path path = folder.file("sparse", "");
-    fs::resize_file(path, size);
-    return path;
-  }
-
   [[nodiscard]] static std::vector<double> progressOf(const fs::path& file) {
     std::vector<double> reports;
     HashService::hashFile(file, Uuid(), {HashAlgorithm::crc32}, {}, [&](double done) { reports.push_back(done); });
     return reports;
   }
 
-  test::TemporaryFolder folder;
+  TemporaryFolder folder;
 };
 
 TEST_F(HashFile, RandomFilesAsOtherProgramsHaveThem) {
-  const unsigned seed = test::seedOfThisRun();
+  const unsigned seed = seedOfThisRun();
   std::mt19937 engine(seed);
   std::vector<fs::path> files;
   for (unsigned i = 0; i < 12; ++i) {
     const std::size_t size = std::uniform_int_distribution<std::size_t>(0, std::size_t{1} << (2 * i))(engine);
-    files.push_back(folder.file(std::to_string(i), test::randomBytes(size, seed + i)));
+    files.push_back(folder.file(std::to_string(i), randomBytes(size, seed + i)));
   }
-  files.push_back(folder.file("more than a chunk", test::randomBytes(HashService::chunkSize + 12'345, seed)));
+  files.push_back(folder.file("more than a chunk", randomBytes(HashService::chunkSize + 12'345, seed)));
 
   std::vector<DigestMap> digests;
   for (const fs::path& file : files) {
     digests.push_back(HashService::hashFile(file, Uuid(), HashAlgorithmSet::all(), {}, [](double) {}).hashes);
   }
   for (const HashAlgorithm algorithm : HashAlgorithm::allCases()) {
-    std::vector<std::string> expected = test::digestsByOthers(algorithm, files);
+    std::vector<std::string> expected = digestsByOthers(algorithm, files);
     ASSERT_EQ(expected.size(), files.size()) << algorithm.rawValue();
     for (std::size_t i = 0; i < files.size(); ++i) {
       EXPECT_EQ(digests[i].find(algorithm), expected[i]) << algorithm.rawValue() << " of " << files[i];
@@ -93,118 +73,78 @@ TEST_F(HashFile, ResultDescribesTheFile) {
   EXPECT_LT(result.duration, 60);
 }
 
-TEST_F(HashFile, ProgressIsReportedOncePerChunk) {
-  EXPECT_THAT(progressOf(sparseFile(0)), ElementsAre(1.0));
-  EXPECT_THAT(progressOf(sparseFile(8'388'608)), ElementsAre(1.0));
-  EXPECT_THAT(progressOf(sparseFile(8'388'609)), ElementsAre(8'388'608.0 / 8'388'609.0, 1.0));
-  EXPECT_THAT(progressOf(sparseFile(20'971'520)), ElementsAre(0.4, 0.8, 1.0));
-}
-
-TEST_F(HashFile, ProgressCountsBytesAndNotReads) {
-  const fs::path file = sparseFile(24 << 20);
-  test::WatchedSystemCalls system;
+TEST_F(HashFile, ProgressIsReportedOncePerChunkHoweverItIsRead) {
+  EXPECT_THAT(progressOf(sparseFile(folder, "sparse", 0)), ElementsAre(1.0));
+  EXPECT_THAT(progressOf(sparseFile(folder, "sparse", 8'388'608)), ElementsAre(1.0));
+  EXPECT_THAT(progressOf(sparseFile(folder, "sparse", 8'388'609)), ElementsAre(8'388'608.0 / 8'388'609.0, 1.0));
+  const fs::path file = sparseFile(folder, "sparse", 24 << 20);
+  WatchedSystemCalls system;
   system.longestRead = 100'000;  // A report is due 8 MiB after the one before: with the 84th and the 168th read.
   EXPECT_THAT(progressOf(file), ElementsAre(8'400'000.0 / (24 << 20), 16'800'000.0 / (24 << 20), 1.0));
 }
 
-TEST_F(HashFile, ProgressStepOfLargeFilesIsAHundredth) {
-  constexpr std::int64_t chunk = 8'388'608;
-  const std::vector<std::pair<std::int64_t, std::int64_t>> steps{
-      {0, chunk},
-      {1, chunk},
-      {838'860'799, chunk},
-      {838'860'800, chunk},
-      {838'860'900, 8'388'609},
-      {std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::max() / 100}};
-  for (const auto& [size, step] : steps) EXPECT_EQ(HashService::progressStep(size), step) << size;
-}
-
-TEST_F(HashFile, EmptySelectionFailsBeforeTheFileIsTouched) {
-  test::WatchedSystemCalls system;
-  try {
-    HashService::hashFile(folder.path() / "missing", Uuid(), {}, {}, [](double) {});
-    FAIL() << "hashed";
-  } catch (const HashServiceError& error) {
-    EXPECT_EQ(error.value(), HashServiceError::Case::noAlgorithms);
-  }
+TEST_F(HashFile, CancellationAndAnEmptySelectionFailBeforeTheFileIsTouched) {
+  std::stop_source source;
+  source.request_stop();
+  const WatchedSystemCalls system;
+  const auto hash = [&](const std::stop_token& token) {
+    HashService::hashFile(folder.path() / "missing", Uuid(), {}, token, [](double) {});
+  };
+  EXPECT_THROW(hash(source.get_token()), CancellationError);
+  EXPECT_THAT([&] { hash({}); }, testing::ThrowsMessage<HashServiceError>("Select at least one checksum algorithm."));
   EXPECT_TRUE(system.names.empty());
 }
 
-TEST_F(HashFile, OnlyRegularFilesAreHashed) {
+TEST_F(HashFile, WhatCannotBeHashedFailsInASentence) {
   fs::create_directory(folder.path() / "folder");
   ASSERT_EQ(mkfifo((folder.path() / "pipe").c_str(), 0600), 0);
   ASSERT_EQ(mknod((folder.path() / "socket").c_str(), S_IFSOCK | 0600, 0), 0);
   fs::create_symlink("pipe", folder.path() / "link to pipe");
-  for (const fs::path item : {"folder", "pipe", "socket", "link to pipe", "/dev/null", "/dev/zero"}) {
-    EXPECT_EQ(outcomeOf(folder.path() / item), test::kNotRegular) << item;
-  }
-}
-
-TEST_F(HashFile, WhatCannotBeOpenedFailsWithTheSystemsSentence) {
   fs::create_symlink("nowhere", folder.path() / "dangling");
   fs::create_symlink("circle", folder.path() / "circle");
-  folder.file("file", "");
+  fs::permissions(folder.file("unreadable", "secret"), fs::perms::none);
   const std::vector<std::pair<std::string, std::string>> items{
-      {"missing", "No such file or directory"},        {"dangling", "No such file or directory"},
-      {"circle", "Too many levels of symbolic links"}, {"file/below", "Not a directory"},
-      {std::string(256, 'x'), "File name too long"},   {std::string("file\0", 5), "Invalid argument"},
+      {"folder", kNotRegular},
+      {"pipe", kNotRegular},
+      {"socket", kNotRegular},
+      {"link to pipe", kNotRegular},
+      {"/dev/null", kNotRegular},
+      {"/dev/zero", kNotRegular},
+      {"missing", "error: No such file or directory"},
+      {"dangling", "error: No such file or directory"},
+      {"circle", "error: Too many levels of symbolic links"},
+      {"unreadable/below", "error: Not a directory"},
+      {std::string(256, 'x'), "error: File name too long"},
+      {std::string("file\0", 5), "error: Invalid argument"},
+      {"unreadable", "error: Permission denied"},
   };
-  for (const auto& [name, sentence] : items) EXPECT_EQ(outcomeOf(folder.path() / name), "error: " + sentence) << name;
+  WatchedSystemCalls system;
+  for (const auto& [name, outcome] : items) {
+    // No permission stops root.
+    const bool isRefused = name == "unreadable" && geteuid() == 0;
+    system.before = [=](std::string_view call, std::size_t) { return isRefused && call == "open" ? EACCES : 0; };
+    EXPECT_EQ(outcomeOf(folder.path() / name), outcome) << name;
+  }
   EXPECT_EQ(outcomeOf(""), "error: No such file or directory");
 }
 
-TEST_F(HashFile, UnreadableFileFails) {
-  const fs::path file = folder.file("file", "secret");
-  test::WatchedSystemCalls system;
-  if (geteuid() == 0) {  // Whom no permission stops.
-    system.before = [](std::string_view name, std::size_t) { return name == "open" ? EACCES : 0; };
-  } else {
-    fs::permissions(file, fs::perms::none);
+TEST_F(HashFile, CancellationIsSeenAfterAnyRead) {
+  const fs::path file = sparseFile(folder, "sparse", 9'000'000);
+  WatchedSystemCalls system;
+  const auto reads = [&] { return std::ranges::count(system.names, "read"); };
+  outcomeOf(file, HashAlgorithm::crc32);
+  const auto all = reads();
+  for (const auto read : {std::ptrdiff_t{1}, all / 2, all}) {
+    std::stop_source source;
+    system.names.clear();
+    system.before = [&](std::string_view, std::size_t) {
+      if (reads() == read) source.request_stop();
+      return 0;
+    };
+    EXPECT_EQ(outcomeOf(file, HashAlgorithm::crc32, source.get_token()), "cancelled") << read << " of " << all;
+    EXPECT_EQ(reads(), read);
+    EXPECT_EQ(system.stillOpen, 0);
   }
-  EXPECT_EQ(outcomeOf(file), "error: Permission denied");
-}
-
-TEST_F(HashFile, AnyNameThatTheSystemTakesIsFine) {
-  for (const std::string& name : {std::string(255, 'n'), std::string("\xFF\xFE\xC3"), std::string("two\nlines"),
-                                  std::string("\u202Egpj.exe"), std::string(" "), std::string("-rf \\ '\"")}) {
-    EXPECT_EQ(outcomeOf(folder.file(name, "123456789"), HashAlgorithm::crc32), "cbf43926") << name;
-  }
-}
-
-TEST_F(HashFile, CancellationComesFirstOfAll) {
-  std::stop_source source;
-  source.request_stop();
-  test::WatchedSystemCalls system;
-  EXPECT_THROW(HashService::hashFile("missing", Uuid(), {}, source.get_token(), [](double) {}), CancellationError);
-  EXPECT_TRUE(system.names.empty());
-}
-
-TEST_F(HashFile, CancellationIsSeenBeforeTheNextChunk) {
-  const fs::path file = sparseFile(24 << 20);
-  test::WatchedSystemCalls system;
-  std::stop_source source;
-  std::vector<double> reports;
-  const auto stopAtOnce = [&](double done) {
-    reports.push_back(done);
-    source.request_stop();
-  };
-  EXPECT_THROW(HashService::hashFile(file, Uuid(), {HashAlgorithm::crc32}, source.get_token(), stopAtOnce),
-               CancellationError);
-  EXPECT_EQ(reports.size(), 1U);
-  EXPECT_EQ(system.bytesRead, HashService::chunkSize);
-  EXPECT_EQ(system.stillOpen, 0);
-}
-
-TEST_F(HashFile, CancellationIsSeenAfterTheLastChunk) {
-  const fs::path file = folder.file("file", "123456789");
-  test::WatchedSystemCalls system;
-  std::stop_source source;
-  system.before = [&](std::string_view name, std::size_t) {
-    if (name == "read") source.request_stop();
-    return 0;
-  };
-  EXPECT_EQ(outcomeOf(file, HashAlgorithm::crc32, source.get_token()), "cancelled");
-  EXPECT_EQ(system.stillOpen, 0);
 }
 
 TEST_F(HashFile, ManyThreadsAtOnceDoNotDisturbEachOther) {
@@ -216,7 +156,7 @@ TEST_F(HashFile, ManyThreadsAtOnceDoNotDisturbEachOther) {
   };
   std::vector<std::vector<DigestMap>> together(threads);
   for (unsigned i = 0; i < 5; ++i) {
-    files.push_back(folder.file(std::to_string(i), test::randomBytes(std::size_t{100'000} * i, i)));
+    files.push_back(folder.file(std::to_string(i), randomBytes(std::size_t{100'000} * i, i)));
   }
   {
     std::vector<std::jthread> workers;
@@ -232,48 +172,37 @@ TEST_F(HashFile, ManyThreadsAtOnceDoNotDisturbEachOther) {
 }
 
 TEST_F(HashFile, ExactChunkIsFilledByShortReads) {
-  const std::string content = test::period251(10'000);
+  const std::string content = period251(10'000);
   const fs::path file = folder.file("file", content);
-  test::WatchedSystemCalls system;
+  WatchedSystemCalls system;
   system.longestRead = 999;
-  auto [handle, snapshot] = HashService::openRegularFileForReading(file);
-  EXPECT_EQ(snapshot.fileSize, 10'000);
-
+  FileHandle handle = HashService::openRegularFileForReading(file).first;
   std::string bytes(6000, '\0');
   const auto space = std::as_writable_bytes(std::span(bytes));
-  EXPECT_EQ(HashService::readExactChunk(handle, {}, {}), 0U);
-  EXPECT_EQ(HashService::readExactChunk(handle, space, {}), 6000U);
-  EXPECT_EQ(bytes, content.substr(0, 6000));
-  EXPECT_EQ(HashService::readExactChunk(handle, space, {}), 4000U);
-  EXPECT_EQ(bytes.substr(0, 4000), content.substr(6000));
-  EXPECT_EQ(HashService::readExactChunk(handle, space, {}), 0U);
-}
-
-TEST_F(HashFile, ExactChunkIsCancelledBetweenReads) {
-  const fs::path file = folder.file("file", "0123456789");
-  test::WatchedSystemCalls system;
-  system.longestRead = 4;
-  FileHandle handle = HashService::openRegularFileForReading(file).first;
+  for (const std::size_t expected : {6000U, 4000U, 0U}) {
+    EXPECT_EQ(HashService::readExactChunk(handle, space, {}), expected);
+    EXPECT_EQ(bytes.substr(0, expected), content.substr(expected == 6000 ? 0 : 6000, expected));
+  }
   std::stop_source source;
   source.request_stop();
-  std::array<std::byte, 10> bytes{};
-  EXPECT_THROW(HashService::readExactChunk(handle, bytes, source.get_token()), CancellationError);
-  EXPECT_EQ(HashService::readExactChunk(handle, std::span(bytes).first(4), source.get_token()), 4U);
+  FileHandle again = HashService::openRegularFileForReading(file).first;
+  EXPECT_THROW(HashService::readExactChunk(again, space, source.get_token()), CancellationError) << "between reads";
 }
 
 TEST_F(HashFile, OpenThatGivesNoReasonIsAnInvalidArgument) {
-  struct : test::WatchedSystemCalls {
+  struct : WatchedSystemCalls {
     int open(const char*, int, mode_t) override { return -1; }
   } silent;
   EXPECT_EQ(outcomeOf(folder.file("file", "")), "error: Invalid argument");
 }
 
 TEST_F(HashFile, ItemThatBecomesAnotherKindBetweenLookAndOpenFails) {
-  struct : test::WatchedSystemCalls {
+  struct : WatchedSystemCalls {
     int open(const char*, int flags, mode_t mode) override { return SystemCalls::open("/dev/null", flags, mode); }
   } swapped;
-  EXPECT_EQ(outcomeOf(folder.file("file", "")), test::kNotRegular);
+  EXPECT_EQ(outcomeOf(folder.file("file", "")), kNotRegular);
 }
 
 }  // namespace
-}  // namespace tallyfold
+
+}  // namespace tallyfold::test

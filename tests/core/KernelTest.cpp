@@ -1,21 +1,13 @@
 // Every kernel that this processor can run, next to the portable one and next to other programs.
 
-#include <algorithm>
-#include <array>
 #include <cctype>
 #include <cstring>
 #include <fstream>
-#include <functional>
-#include <gtest/gtest.h>
 #include <random>
 #include <set>
-#include <span>
 #include <sstream>
-#include <string>
-#include <string_view>
 #include <sys/mman.h>
 #include <system_error>
-#include <vector>
 
 #include "core/HashPipeline.h"
 #include "core/Processor.h"
@@ -23,11 +15,11 @@
 #include "core/blake3/Kernels.h"
 #include "core/crc32/Kernels.h"
 #include "core/sha224/Kernels.h"
+#include "tests/core/CoreTest.h"
 #include "tests/core/Oracles.h"
-#include "tests/support/Seed.h"
-#include "tests/support/TemporaryFolder.h"
 
-namespace tallyfold {
+namespace tallyfold::test {
+
 namespace {
 
 /// One row of a table of kernels.
@@ -73,7 +65,7 @@ class GuardedBytes {
     void* const memory = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) throw std::system_error(errno, std::system_category());
     memory_ = static_cast<std::byte*>(memory);
-    std::mt19937 engine(test::seedOfThisRun());
+    std::mt19937 engine(seedOfThisRun());
     std::ranges::generate(std::span(memory_, mapped_ - page), [&] { return static_cast<std::byte>(engine()); });
     mprotect(memory_ + mapped_ - page, page, PROT_NONE);
   }
@@ -133,7 +125,7 @@ std::set<std::size_t> lengthsAroundEdges() {
   return lengths;
 }
 
-TEST_P(KernelTest, EveryLengthAroundAnEdgeAsPortable) {
+TEST_P(KernelTest, EveryLengthAndAlignmentAsPortable) {
   const GuardedBytes bytes(std::size_t{310} * 1024);
   for (const std::size_t length : lengthsAroundEdges()) {
     const auto atTheGuard = bytes.last(length);
@@ -143,10 +135,6 @@ TEST_P(KernelTest, EveryLengthAroundAnEdgeAsPortable) {
     const auto somewhere = bytes.last(length, length % 67);
     ASSERT_EQ(digestOf(somewhere), expectedFor(somewhere)) << length << " bytes, misaligned";
   }
-}
-
-TEST_P(KernelTest, EveryAlignmentAsPortable) {
-  const GuardedBytes bytes(40'000);
   for (std::size_t gap = 0; gap < 64; ++gap) {
     const auto misaligned = bytes.last(35 * 1024 + 1, gap);
     ASSERT_EQ(digestOf(misaligned), expectedFor(misaligned)) << gap;
@@ -156,7 +144,7 @@ TEST_P(KernelTest, EveryAlignmentAsPortable) {
 TEST_P(KernelTest, AnyWayOfCuttingTheInputAsPortable) {
   constexpr std::array<std::size_t, 5> largestPiece{70, 1100, 5000, 40'000, 200'000};
   const GuardedBytes bytes(600'000);
-  std::mt19937 engine(test::seedOfThisRun());
+  std::mt19937 engine(seedOfThisRun());
   const auto upTo = [&](std::size_t most) { return std::uniform_int_distribution<std::size_t>(0, most)(engine); };
   for (int round = 0; round < 60; ++round) {
     const auto input = bytes.last(upTo(round < 20 ? 20'000 : 599'000), upTo(1000));
@@ -174,12 +162,15 @@ TEST_P(KernelTest, AnyWayOfCuttingTheInputAsPortable) {
 }
 
 TEST_P(KernelTest, AsOtherProgramsHaveIt) {
-  const std::vector<std::size_t> lengths{0, 1, 63, 64, 1024, 1025, 8192, 8193, 17'408, 100'000, 1'000'003};
-  const std::vector<std::string> expected = test::digestsByOthers(GetParam().algorithm, lengths);
+  std::vector<std::size_t> lengths{1023, 1024,   1025,   1087,   1088,   1089,    2047,    2048,
+                                   2049, 3071,   3072,   3073,   4095,   4096,    4097,    8192,
+                                   8193, 16'384, 17'408, 31'744, 65'537, 100'000, 102'400, 1'000'003};
+  for (std::size_t length = 0; length <= 257; ++length) lengths.push_back(length);
+  const std::vector<std::string> expected = digestsByOthers(GetParam().algorithm, lengths);
   ASSERT_EQ(expected.size(), lengths.size());
   GetParam().pin();
   for (std::size_t i = 0; i < lengths.size(); ++i) {
-    const std::string input = test::period251(lengths[i]);
+    const std::string input = period251(lengths[i]);
     EXPECT_EQ(digestOf(std::as_bytes(std::span(input))), expected[i]) << lengths[i] << " bytes";
   }
 }
@@ -190,7 +181,7 @@ INSTANTIATE_TEST_SUITE_P(All, KernelTest, testing::ValuesIn(allCandidates()), na
 TEST(BLAKE3Kernels, ChunkCounterPassesThirtyTwoBitsWithinOneGroup) {
   constexpr std::size_t most = 33;
   using ChainingValues = std::array<std::uint32_t, (most + 1) * blake3::kChainingWords>;  // And the unfinished one.
-  const std::string input = test::period251(most * blake3::kChunkSize);
+  const std::string input = period251(most * blake3::kChunkSize);
   const auto* const bytes = reinterpret_cast<const std::uint8_t*>(input.data());
   for (const std::uint64_t first : {0xFFFF'FFFEULL, 0xFFFF'FFF9ULL, 0xFFFF'FFF1ULL, 0x7FFF'FFFFULL}) {
     for (std::size_t count = 1; count <= most; ++count) {
@@ -229,4 +220,5 @@ TEST(Processor, HasTheFeaturesThatTheSystemLists) {
 #endif
 
 }  // namespace
-}  // namespace tallyfold
+
+}  // namespace tallyfold::test

@@ -1,22 +1,15 @@
-#include <array>
 #include <csignal>
 #include <cstring>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <random>
-#include <string>
 #include <sys/mman.h>
 #include <unicode/unistr.h>
-#include <utility>
-#include <vector>
 
-#include "core/Errors.h"
 #include "core/TextHashing.h"
+#include "tests/core/CoreTest.h"
 #include "tests/core/Oracles.h"
-#include "tests/support/Seed.h"
-#include "tests/support/TemporaryFolder.h"
 
-namespace tallyfold {
+namespace tallyfold::test {
+
 namespace {
 
 using HashService::hashTextCancellableWithByteCount;
@@ -61,7 +54,7 @@ TEST(TextHashing, TextsAsOtherProgramsHaveThem) {
     }
   }
 
-  const test::TemporaryFolder folder;
+  const TemporaryFolder folder;
   std::vector<std::filesystem::path> files;
   std::vector<DigestMap> digests;
   for (const Text& text : texts) {
@@ -73,7 +66,7 @@ TEST(TextHashing, TextsAsOtherProgramsHaveThem) {
     digests.push_back(result.hashes);
   }
   for (const HashAlgorithm algorithm : HashAlgorithm::allCases()) {
-    const std::vector<std::string> expected = test::digestsByOthers(algorithm, files);
+    const std::vector<std::string> expected = digestsByOthers(algorithm, files);
     ASSERT_EQ(expected.size(), files.size()) << algorithm.rawValue();
     for (std::size_t i = 0; i < files.size(); ++i) {
       EXPECT_EQ(digests[i].find(algorithm), expected[i]) << algorithm.rawValue() << " of text " << i;
@@ -81,24 +74,8 @@ TEST(TextHashing, TextsAsOtherProgramsHaveThem) {
   }
 }
 
-TEST(TextHashing, SurrogateWithoutPartnerIsTheReplacementCharacter) {
-  const std::vector<std::pair<std::u16string, std::string>> texts{
-      {{0xD83D}, "\uFFFD"},
-      {{0xDE00}, "\uFFFD"},
-      {{u'a', 0xD83D, u'b'}, "a\uFFFDb"},
-      {{0xDE00, 0xD83D}, "\uFFFD\uFFFD"},
-      {{0xD83D, 0xD83D, 0xDE00}, "\uFFFD\U0001F600"},
-      {{0xD83D, 0xDE00, 0xDE00}, "\U0001F600\uFFFD"},
-  };
-  for (const auto& [utf16, utf8] : texts) {
-    EXPECT_EQ(hashTextCancellableWithByteCount(utf16, {HashAlgorithm::sha256}, {}),
-              hashTextCancellableWithByteCount(utf8, {HashAlgorithm::sha256}, {}));
-    EXPECT_EQ(HashService::utf8ByteCount(utf16), std::ssize(utf8));
-  }
-}
-
 TEST(TextHashing, AnySequenceOfUnitsAsTheUnicodeLibraryHasIt) {
-  std::mt19937 engine(test::seedOfThisRun());
+  std::mt19937 engine(seedOfThisRun());
   constexpr std::array<std::pair<unsigned, unsigned>, 5> kinds{
       {{0, 0x7F}, {0x80, 0x7FF}, {0xD800, 0xDBFF}, {0xDC00, 0xDFFF}, {0, 0xFFFF}}};
   for (const std::size_t size : {10UL, 1000UL, 16'384UL, 100'000UL, 700'000UL}) {
@@ -171,21 +148,18 @@ class TrappedText {
 };
 
 TEST(TextHashing, CancellationIsSeenBeforeTheNextSlice) {
-  {
-    TrappedText text(textSliceSize);
+  for (const std::size_t unitSize : {sizeof(char), sizeof(char16_t)}) {
+    TrappedText text(textSliceSize * unitSize);
     const std::string_view utf8(text.data(), text.size());
-    EXPECT_THROW(hashTextCancellableWithByteCount(utf8, {HashAlgorithm::crc32}, text.source.get_token()),
-                 CancellationError);
-    EXPECT_EQ(text.slicesOpened, 2);
-  }
-  {
-    TrappedText text(textSliceSize * sizeof(char16_t));
     const std::u16string_view utf16(reinterpret_cast<const char16_t*>(text.data()), text.size() / sizeof(char16_t));
-    EXPECT_THROW(hashTextCancellableWithByteCount(utf16, {HashAlgorithm::crc32}, text.source.get_token()),
-                 CancellationError);
-    EXPECT_EQ(text.slicesOpened, 2);
+    const auto hash = [&](auto units) {
+      hashTextCancellableWithByteCount(units, {HashAlgorithm::crc32}, text.source.get_token());
+    };
+    EXPECT_THROW(unitSize == 1 ? hash(utf8) : hash(utf16), CancellationError);
+    EXPECT_EQ(text.slicesOpened, 2) << unitSize;
   }
 }
 
 }  // namespace
-}  // namespace tallyfold
+
+}  // namespace tallyfold::test

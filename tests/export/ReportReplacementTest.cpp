@@ -7,8 +7,6 @@
 #include <map>
 #include <random>
 #include <set>
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -84,39 +82,26 @@ class ReportReplacement : public testing::Test {
     ManifestService::write(results, Format::plainText, destination, cancellation);
   }
 
+  /// The error number that writing a report ends with, 0 when it does not fail.
+  static int errorOf(const FileHashResults& results, const fs::path& destination) {
+    try {
+      write(results, destination);
+      return 0;
+    } catch (const std::system_error& error) {
+      return error.code().value();
+    }
+  }
+
   void expectNothingHappened() {
     EXPECT_EQ(contentOf(report_), oldReport);
     EXPECT_EQ(namesIn(folder_.path()), std::set<std::string>{"report.txt"});
   }
 
-  /// Runs `write` and expects this error number, the old report, and nothing else in its folder.
-  void expectFailure(const FileHashResults& results, int number) {
-    try {
-      write(results, report_);
-      ADD_FAILURE() << "no error, expected " << number;
-    } catch (const std::system_error& error) {
-      EXPECT_EQ(error.code(), std::error_code(number, std::system_category()));
-    }
-    expectNothingHappened();
-  }
-
   const FileHashResults few_ = manyResults(2);
   const FileHashResults many_ = manyResults(2'000);  ///< Over 1 MiB as a report.
   TemporaryFolder folder_;
-  fs::path report_ = folder_.file("report.txt", oldReport);
+  const fs::path report_ = folder_.file("report.txt", oldReport);
 };
-
-TEST_F(ReportReplacement, LongerReportIsReplacedWhole) {
-  write(many_, report_);
-  const std::string report = contentOf(report_);
-  EXPECT_GT(report.size(), 1'000'000U);
-  EXPECT_THAT(report, testing::EndsWith("/home/a/file 1999\n"));
-  write({resultOf("/f", {HashAlgorithm::crc32})}, report_);
-  EXPECT_EQ(contentOf(report_), "CRC-32  88888888  /f\n");
-  write({}, report_);
-  EXPECT_EQ(contentOf(report_), "");
-  EXPECT_EQ(namesIn(folder_.path()), std::set<std::string>{"report.txt"});
-}
 
 TEST_F(ReportReplacement, ReportIsMadeInAPrivateFolderBesideItAndSyncedBeforeItIsRenamed) {
   const fs::path fresh = folder_.path() / "fresh.txt";
@@ -161,13 +146,7 @@ TEST_F(ReportReplacement, FileBehindSymbolicLinksIsReplacedAndTheLinksStay) {
   EXPECT_THAT(contentOf(target), testing::StartsWith("MD5  "));
   write(few_, folder_.path() / "dangling");
   EXPECT_EQ(contentOf(folder_.path() / "elsewhere/new.txt"), contentOf(target));
-  report_ = folder_.path() / "loop";
-  try {
-    write(few_, report_);
-    ADD_FAILURE() << "a loop of links was written to";
-  } catch (const std::system_error& error) {
-    EXPECT_EQ(error.code(), std::errc::too_many_symbolic_link_levels);
-  }
+  EXPECT_EQ(errorOf(few_, folder_.path() / "loop"), ELOOP);
   for (const char* link : {"relative", "elsewhere/hop", "dangling", "loop"}) {
     EXPECT_TRUE(fs::is_symlink(folder_.path() / link)) << link;
   }
@@ -188,71 +167,35 @@ TEST_F(ReportReplacement, AsManyLinksAreFollowedAsTheSystemFollows) {
   EXPECT_EQ(errno, ELOOP);
 }
 
-TEST_F(ReportReplacement, RelativeDestinationIsWritten) {
-  const fs::path before = fs::current_path();
-  fs::current_path(folder_.path());
-  write(few_, "report.txt");
-  fs::current_path(before);
-  EXPECT_THAT(contentOf(report_), testing::StartsWith("MD5  "));
-  EXPECT_EQ(namesIn(folder_.path()), std::set<std::string>{"report.txt"});
-}
-
 TEST_F(ReportReplacement, FullDiskLeavesTheOldReport) {
   Calls calls;
   calls.file = "/dev/full";
-  expectFailure(few_, ENOSPC);
-  expectFailure(many_, ENOSPC);
+  EXPECT_EQ(errorOf(few_, report_), ENOSPC);
+  EXPECT_EQ(errorOf(many_, report_), ENOSPC);
+  expectNothingHappened();
   EXPECT_EQ(calls.descriptors, 0);
-}
-
-TEST_F(ReportReplacement, FileSizeLimitLeavesTheOldReport) {
-  // With the signal ignored, a write over the limit first writes less and then fails.
-  const auto handlerBefore = signal(SIGXFSZ, SIG_IGN);
-  struct rlimit before {};
-  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-  const struct rlimit limit { 700'000, before.rlim_max };
-  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-  expectFailure(many_, EFBIG);
-  setrlimit(RLIMIT_FSIZE, &before);
-  signal(SIGXFSZ, handlerBefore);
-}
-
-TEST_F(ReportReplacement, ReadOnlyFolderLeavesTheOldReport) {
-  chmod(folder_.path().c_str(), 0555);
-  const bool isRoot = geteuid() == 0;  // For root no folder is read-only; for this one test it is nobody.
-  if (isRoot && seteuid(65534) != 0) GTEST_SKIP() << "root here cannot become another user";
-  expectFailure(few_, EACCES);
-  ASSERT_TRUE(!isRoot || seteuid(0) == 0);
-  chmod(folder_.path().c_str(), 0700);
 }
 
 TEST_F(ReportReplacement, VanishedFolderIsNotMadeAgain) {
   const fs::path gone = folder_.path() / "gone";
-  const auto expectMissing = [&] {
-    try {
-      write(few_, gone / "report.txt");
-      ADD_FAILURE() << "no error";
-    } catch (const std::system_error& error) {
-      EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
-    }
-    EXPECT_FALSE(fs::exists(gone));
-  };
-  expectMissing();
+  EXPECT_EQ(errorOf(few_, gone / "report.txt"), ENOENT);
+  EXPECT_FALSE(fs::exists(gone));
 
   fs::create_directory(gone);
   Calls calls;
   calls.beforeWrite = [&] { fs::remove_all(gone); };
-  expectMissing();
+  EXPECT_EQ(errorOf(few_, gone / "report.txt"), ENOENT);
+  EXPECT_FALSE(fs::exists(gone));
   EXPECT_EQ(calls.writes, 1);
   EXPECT_EQ(calls.descriptors, 0);
 }
 
 TEST_F(ReportReplacement, FolderIsNotReplaced) {
   const fs::path destination = folder_.path() / "folder";
-  for (const bool isEmpty : {true, false}) {
+  for (const char* const kept : {"", "folder/kept"}) {
     fs::create_directory(destination);
-    if (!isEmpty) folder_.file("folder/kept", "kept");
-    EXPECT_THROW(write(few_, destination), std::system_error);
+    if (*kept != '\0') folder_.file(kept, "kept");
+    EXPECT_NE(errorOf(few_, destination), 0);
     EXPECT_TRUE(fs::is_directory(destination));
     EXPECT_EQ(namesIn(folder_.path()), (std::set<std::string>{"folder", "report.txt"}));
   }
@@ -262,26 +205,20 @@ TEST_F(ReportReplacement, FolderIsNotReplaced) {
 TEST_F(ReportReplacement, CancellationAtAnyTimeLeavesTheOldReport) {
   std::stop_source before;
   before.request_stop();
-  for (const FileHashResults* results : {&many_, &few_}) {
-    EXPECT_THROW(write(*results, report_, before.get_token()), CancellationError);
+  for (const FileHashResults& results : {many_, few_, {}}) {
+    EXPECT_THROW(write(results, report_, before.get_token()), CancellationError);
     expectNothingHappened();
   }
-  EXPECT_THROW(write({}, report_, before.get_token()), CancellationError);
-  expectNothingHappened();
-
-  Calls calls;
-  std::stop_source during;
-  calls.beforeWrite = [&] { during.request_stop(); };
-  EXPECT_THROW(write(many_, report_, during.get_token()), CancellationError);
-  expectNothingHappened();
-  EXPECT_EQ(calls.writes, 1);
-
-  std::stop_source atTheEnd;
-  calls.beforeWrite = [&] { atTheEnd.request_stop(); };
-  EXPECT_THROW(write(few_, report_, atTheEnd.get_token()), CancellationError);
-  expectNothingHappened();
-  EXPECT_EQ(calls.writes, 2);
-  EXPECT_EQ(calls.descriptors, 0);
+  // After the first write of several, and after the only one.
+  for (const FileHashResults& results : {many_, few_}) {
+    Calls calls;
+    std::stop_source during;
+    calls.beforeWrite = [&] { during.request_stop(); };
+    EXPECT_THROW(write(results, report_, during.get_token()), CancellationError);
+    expectNothingHappened();
+    EXPECT_EQ(calls.writes, 1);
+    EXPECT_EQ(calls.descriptors, 0);
+  }
 }
 
 TEST_F(ReportReplacement, DeviceWithoutADiskTakesAReport) {
@@ -342,6 +279,9 @@ TEST_F(ReportReplacement, ProcessKilledAtAnyMomentLeavesAWholeReport) {
     }
     ++found[(isKilled ? "killed: " : "ended: ") + state + (after == before ? ", old report" : ", new report")];
 
+    // A fork has the random names that are next here.
+    Uuid::random();
+    Uuid::random();
     last = random() % reports.size();
     const Report& next = reports[last];
     ManifestService::write(next.results, next.format, next.destination, {});

@@ -59,6 +59,8 @@ struct Fault {
   [[nodiscard]] bool isHarmless() const { return error == EINTR || (error == 0 && longest > 0); }
 };
 
+void PrintTo(const Fault& fault, std::ostream* stream) { *stream << fault.name; }
+
 /// The calls of an operation until now. Closing and announcing are among them.
 class System : public WatchedSystemCalls {
  public:
@@ -323,6 +325,8 @@ struct Undertaking {
   std::function<std::unique_ptr<Operation>()> make;
   bool isOnAnOldSystem = false;
 };
+
+void PrintTo(const Undertaking& undertaking, std::ostream* stream) { *stream << undertaking.name; }
 
 std::multiset<fs::path> openDescriptors() {
   std::multiset<fs::path> files;

@@ -118,12 +118,6 @@ TEST_F(DropTest, OfFoldersAndFilesOnlyTheFilesAreTaken) {
   EXPECT_EQ(model.errorMessage(), "");
 }
 
-TEST_F(DropTest, AFileDroppedTwiceIsQueuedOnce) {
-  const auto file = folder.file("file", "");
-  EXPECT_EQ(drop(uriList, line(file) + line(folder.path() / "." / "file") + line(file)), "copy");
-  EXPECT_THAT(hashedNames(), testing::ElementsAre("file"));
-}
-
 TEST_F(DropTest, NamesAreBytes) {
   const std::vector<std::string> names = {"\xFF\xFE", "line\nbreak", "50% #1?", "ünïcödé \u202E"};
   std::string lines;
@@ -148,11 +142,19 @@ TEST_F(DropTest, ProgramsThatOfferOnlyTextOrBytesAreUnderstood) {
 
 TEST_F(DropTest, WhatCannotBeUsedIsRefusedWhileItHovers) {
   QSignalSpy targeted(zone, &DropZone::isTargetedChanged);
-  pick("application/x-color", "red");
-  for (int i = 0; i < 20; ++i) hoverUntil("an event", [n = 0]() mutable { return ++n > 3; });
-  EXPECT_EQ(release(), "nothing");
-  EXPECT_EQ(targeted.count(), 0);
+  const auto expectRefusal = [&](const std::string& type, const std::string& content) {
+    pick(type, content);
+    for (int i = 0; i < 20; ++i) hoverUntil("an event", [n = 0]() mutable { return ++n > 3; });
+    EXPECT_EQ(release(), "nothing");
+  };
+  expectRefusal("application/x-color", "red");
   EXPECT_EQ(model.jobs()->count(), 0);
+
+  add({endlessFile()});
+  model.startProcessing();
+  expectRefusal(uriList, line(folder.file("file", "")));
+  EXPECT_EQ(targeted.count(), 0);
+  EXPECT_EQ(model.jobs()->count(), 1);
 }
 
 TEST_F(DropTest, ADragThatGoesAwayLeavesNothing) {
@@ -176,17 +178,6 @@ TEST_F(DropTest, ChecksumListAndItsFolderAreDroppedTogether) {
   EXPECT_EQ(model.manifestRootURL(), folder.path());
   EXPECT_EQ(model.manifestURL(), list);
   model.clearManifest();
-}
-
-TEST_F(DropTest, DuringARunDropsAreRefusedAndTheListStays) {
-  add({endlessFile()});
-  driver.press({"Control_L", "Return"});
-  waitFor("the run", [&] { return model.isProcessing(); });
-  pick(uriList, line(folder.file("file", "")));
-  for (int i = 0; i < 20; ++i) hoverUntil("an event", [n = 0]() mutable { return ++n > 3; });
-  EXPECT_FALSE(zone->isTargeted());
-  EXPECT_EQ(release(), "nothing");
-  EXPECT_EQ(model.jobs()->count(), 1);
 }
 
 }  // namespace

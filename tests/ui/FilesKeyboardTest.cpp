@@ -61,43 +61,28 @@ TEST_F(FilesKeyboardTest, TabWalksThroughEveryControlInReadingOrderAndShowsWhere
   calculate();
   window.contentItem()->forceActiveFocus();
 
-  const std::vector<std::string> order = {"Files",
-                                          "Menu",
-                                          "Choose…",
-                                          "Presets",
-                                          "MD5",
-                                          "SHA-1",
-                                          "SHA-224",
-                                          "SHA-256",
-                                          "SHA-384",
-                                          "SHA-512",
-                                          "BLAKE3",
-                                          "CRC-32",
-                                          "a",
-                                          "Remove",
-                                          "Copy SHA-256",
-                                          "Copy BLAKE3",
-                                          "Copy all checksums",
-                                          "Export…",
-                                          "Clear",
-                                          "Calculate"};
-  std::vector<std::string> walked;
-  for (std::size_t stop = 0; stop < order.size(); ++stop) {
+  const QStringList order =
+      QStringLiteral(
+          "Files|Menu|Choose…|Presets|MD5|SHA-1|SHA-224|SHA-256|SHA-384|SHA-512|BLAKE3|CRC-32|a|Remove|"
+          "Copy SHA-256|Copy BLAKE3|Copy all checksums|Export…|Clear|Calculate")
+          .split(u'|');
+  QStringList walked;
+  while (walked.size() < order.size()) {
     const QImage before = window.grabWindow();
     tab({"Tab"});
-    walked.push_back(focusedName());
-    waitFor("a focus ring on " + walked.back(), [&] { return newAccentPixels(before) >= 40; });
+    walked.append(QString::fromStdString(focusedName()));
+    waitFor("a focus ring on " + focusedName(), [&] { return newAccentPixels(before) >= 40; });
   }
   EXPECT_EQ(walked, order);
 
   tab({"Tab"});
-  EXPECT_EQ(focusedName(), order.front());
+  EXPECT_EQ(focusedName(), order.front().toStdString());
 
   // Backwards, the buttons of a row come after the row.
   for (auto name = order.rbegin(); name != order.rend(); ++name) {
-    if (*name == "a") continue;
+    if (*name == u"a") continue;
     tab({"Shift_L", "Tab"});
-    EXPECT_EQ(focusedName(), *name);
+    EXPECT_EQ(focusedName(), name->toStdString());
   }
   tabTo("a");
   tab({"Tab"});
@@ -259,14 +244,11 @@ TEST_F(FilesKeyboardTest, TheMenuKeyOpensTheMenuOfTheSelectedRow) {
 }
 
 TEST_F(FilesKeyboardTest, ModesAndSettingsHaveKeys) {
-  const std::vector<std::pair<const char*, AppMode::Case>> keys = {{"2", AppMode::Text},
-                                                                   {"3", AppMode::Verify},
-                                                                   {"4", AppMode::Manifest},
-                                                                   {"5", AppMode::Compare},
-                                                                   {"1", AppMode::Files}};
-  for (const auto& [key, mode] : keys) {
-    driver.press({"Control_L", key});
-    waitFor(std::string("mode ") + key, [&, wanted = mode] { return model.mode() == wanted; });
+  for (const AppMode::Case mode :
+       {AppMode::Text, AppMode::Verify, AppMode::Manifest, AppMode::Compare, AppMode::Files}) {
+    const std::string key = std::to_string(mode + 1);
+    driver.press({"Control_L", key.c_str()});
+    waitFor("mode " + key, [&] { return model.mode() == mode; });
     EXPECT_EQ(driver.findItem("calculate") != nullptr, mode == AppMode::Files);
   }
 

@@ -1,8 +1,11 @@
 // The Text, Verify and Compare modes with real keys, a real pointer and the real clipboard.
 
+#include <map>
+
 #include <QClipboard>
 #include <QGuiApplication>
 
+#include "app/FileLocation.h"
 #include "tests/ui/WindowFixture.h"
 
 namespace tallyfold::test {
@@ -16,6 +19,7 @@ class OtherModes : public WindowFixture {
     model.setExpectedHash({});
     model.setVerifyAlgorithm(QStringLiteral("Auto"));
     model.resetComparison();
+    model.clearManifest();
     WindowFixture::TearDown();
   }
 
@@ -27,10 +31,6 @@ class OtherModes : public WindowFixture {
 
   [[nodiscard]] QString textOfItem(const QString& objectName) {
     return driver.item(objectName)->property("text").toString();
-  }
-
-  [[nodiscard]] QString nameInSidebar(const QString& label) {
-    return driver.item(QStringLiteral("mode") + label)->property("announcement").toString();
   }
 };
 
@@ -98,21 +98,49 @@ TEST_F(OtherModes, FileIsVerifiedFromTheKeyboard) {
   waitFor("the other verdict", [&] { return textOfItem("verdictTitle") == u"Checksum mismatch (SHA-1)"; });
 }
 
-TEST_F(OtherModes, VerificationGoesOnInAnotherModeAndEscapeEndsIt) {
-  model.setVerifyFile({QUrl::fromLocalFile(QString::fromStdString(endlessFile()))});
-  enter(AppMode::Verify);
-  driver.click("checksumField");
-  driver.type("00000000");
-  driver.press({"Return"});
-  waitFor("the start", [&] { return model.isVerifying(); });
-  enter(AppMode::Compare);
-  EXPECT_EQ(nameInSidebar(QStringLiteral("Verify")), u"Verify, working");
-  driver.press({"Escape"});
-  enter(AppMode::Verify);
-  EXPECT_TRUE(model.isVerifying());
-  driver.press({"Escape"});
-  waitFor("the end", [&] { return !model.isVerifying(); });
-  EXPECT_EQ(driver.findItem("verdictTitle"), nullptr);
+TEST_F(OtherModes, WorkGoesOnInAnotherModeAndEscapeEndsIt) {
+  const auto endless = endlessFile();
+  const auto equal = folder.file("equal", "");
+  std::filesystem::resize_file(equal, std::filesystem::file_size(endless));
+  const std::map<AppMode::Case, std::function<void()>> starts = {
+      {AppMode::Files,
+       [&] {
+         add({endless});
+         model.startProcessing();
+       }},
+      {AppMode::Verify,
+       [&] {
+         model.setVerifyFile({fileUrl(endless)});
+         model.setExpectedHash("00000000");
+         model.verify();
+       }},
+      {AppMode::Manifest,
+       [&] {
+         model.setManifestRoot({fileUrl(folder.path())});
+         model.setManifestFile({fileUrl(folder.file("list", "00000000000000000000000000000000  equal\n"))});
+         waitFor("the list", [&] { return model.manifestRefusal().isEmpty(); });
+         model.verifyManifest();
+       }},
+      {AppMode::Compare,
+       [&] {
+         model.setCompareFiles({fileUrl(endless), fileUrl(equal)}, false);
+         model.compare();
+       }},
+  };
+  for (const auto& [mode, start] : starts) {
+    const QString name = AppMode::rawValue(mode);
+    const auto isBusy = [&, index = mode] { return model.busyModes().at(index).toBool(); };
+    enter(mode);
+    start();
+    waitFor("work", isBusy);
+    enter(AppMode::Text);
+    EXPECT_EQ(driver.item("mode" + name)->property("announcement").toString(), name + ", working");
+    driver.press({"Escape"});
+    enter(mode);
+    EXPECT_TRUE(isBusy()) << name.toStdString();
+    driver.press({"Escape"});
+    waitFor("the end of the work", [&] { return !isBusy(); });
+  }
 }
 
 TEST_F(OtherModes, FilesAreComparedAndSwapped) {

@@ -2,11 +2,9 @@
 
 #include <fstream>
 #include <gmock/gmock.h>
-#include <set>
 
 #include <QElapsedTimer>
 #include <QProcess>
-#include <QRegularExpression>
 
 #include "tests/support/Process.h"
 #include "tests/support/TemporaryFolder.h"
@@ -29,11 +27,9 @@ class ProgramTest : public testing::Test {
     program.waitForFinished();
   }
 
-  void start(const QStringList& tracer = {}) {
+  void start() {
     program.setProcessChannelMode(QProcess::ForwardedChannels);
-    program.setProgram(tracer.isEmpty() ? TALLY_FOLD : tracer.front());
-    program.setArguments(tracer.isEmpty() ? QStringList() : tracer.mid(1) + QStringList{TALLY_FOLD});
-    program.start();
+    program.start(QStringLiteral(TALLY_FOLD), QStringList{});
   }
 
   // Adds a file from the keyboard.
@@ -54,58 +50,12 @@ class ProgramTest : public testing::Test {
   }
 
   // Of the program itself, also when a tracer runs it.
-  [[nodiscard]] std::string processId() const {
-    std::string id = std::to_string(program.processId());
-    if (program.program() == TALLY_FOLD) return id;
-    std::ifstream children("/proc/" + id + "/task/" + id + "/children");
-    std::string child;
-    children >> child;
-    return child;
-  }
-
   [[nodiscard]] bool hasOpen(const fs::path& file) const {
     std::error_code gone;
-    for (const auto& entry : fs::directory_iterator("/proc/" + processId() + "/fd", gone)) {
+    for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(program.processId()) + "/fd", gone)) {
       if (fs::read_symlink(entry, gone) == file) return true;
     }
     return false;
-  }
-
-  // Starts the program under a tracer of these calls, whose notes go to the file that is returned.
-  fs::path startTraced(const QString& calls) {
-    fs::path trace = folder.path() / "trace";
-    // The leak checker cannot work under a tracer.
-    if (!qgetenv("ASAN_OPTIONS").contains("detect_leaks=0")) {
-      qputenv("ASAN_OPTIONS", qgetenv("ASAN_OPTIONS") + ":detect_leaks=0");
-    }
-    const QStringList tracer = {
-        "strace", "-f", "-y", "-e", "trace=" + calls, "-o", QString::fromStdString(trace.string())};
-    if (QProcess::execute(tracer.front(), tracer.mid(1) + QStringList{"true"}) != 0) {
-      throw std::runtime_error("strace cannot trace here: what the program does was not seen.");
-    }
-    start(tracer);
-    return trace;
-  }
-
-  // By all calls that the tracer noted. A call of one thread may be noted in two parts, before and after one of
-  // another.
-  static qint64 bytesReadFrom(const fs::path& file, const fs::path& trace) {
-    const QRegularExpression call(
-        QStringLiteral(R"(^(\d+) +(?:<\.\.\. )?(\w+)(.*?)(?:= (\d+)| <unfinished \.\.\.>)$)"));
-    const QString place = QStringLiteral("<%1>").arg(QString::fromStdString(file.string()));
-    std::set<QString> underWay;  // The threads that have begun to read from the file.
-    qint64 bytes = 0;
-    for (const QString& line : QString::fromStdString(contentOf(trace)).split(u'\n')) {
-      const QRegularExpressionMatch match = call.match(line);
-      const QString thread = match.captured(1);
-      if (line.contains(place)) {
-        EXPECT_TRUE(match.hasMatch()) << line.toStdString();
-        EXPECT_NE(match.captured(2), QStringLiteral("mmap"));
-        underWay.insert(thread);
-      }
-      if (!match.captured(4).isEmpty() && underWay.erase(thread) > 0) bytes += match.captured(4).toLongLong();
-    }
-    return bytes;
   }
 
   // Starts a run over the file that was added, as soon as the program has taken it in.
@@ -161,45 +111,6 @@ TEST_F(ProgramTest, ClosingInMidRunEndsEveryWorkerWithinASecond) {
     // A sanitizer has its own work to do at the end.
     EXPECT_LT(timer.elapsed(), IS_SANITIZED ? 20'000 : 1000);
   }
-}
-
-TEST_F(ProgramTest, FileListedUnderSeveralAlgorithmsAndNamesIsReadOnce) {
-  constexpr qint64 size = 20'000'000;
-  const fs::path root = folder.path() / "root";
-  fs::create_directory(root);
-  const fs::path file = folder.file("root/file", randomBytes(size, 1));
-  fs::create_hard_link(file, root / "same file");
-  const std::string sha256 = outputOf({"sha256sum", file.string()}).substr(0, 64);
-  const std::string blake3 = outputOf({"b3sum", "--no-names", file.string()}).substr(0, 64);
-  const fs::path list = folder.file(
-      "list", "SHA256 (file) = " + sha256 + "\nBLAKE3 (file) = " + blake3 + "\nSHA256 (same file) = " + sha256 + "\n");
-
-  const fs::path trace = startTraced("read,pread64,readv,preadv,mmap");
-  const OtherWindow window("Tally Fold");
-  window.focus();
-  input.press({"Control_L", "4"});
-  input.press({"Control_L", "o"});
-  answerPanel("Choose File", list);
-  window.focus();
-  const auto allRowsAre = [&](const std::string& state) {
-    input.press({"Control_L", "Shift_L", "c"});
-    const QString rows = QString::fromStdString(input.clipboard());
-    return rows.count(QString::fromStdString("\t" + state)) == 3;
-  };
-  XInput::waitFor("the list", [&] { return allRowsAre("Queued"); });
-  input.press({"Control_L", "Shift_L", "o"});
-  answerPanel("Choose Folder", root);
-  window.focus();
-  // What is typed while a panel closes is lost. A second verification would read once more.
-  XInput::waitFor("the keyboard", [&] {
-    input.press({"Control_L", "c"});
-    return input.clipboard() == "1\tSHA-256\tfile\tQueued";
-  });
-  input.press({"Control_L", "Return"});
-  XInput::waitFor("the verdict", [&] { return allRowsAre("Match"); });
-  input.press({"Control_L", "q"});
-  expectExit();
-  EXPECT_EQ(bytesReadFrom(file, trace), size);
 }
 
 }  // namespace
