@@ -6,8 +6,9 @@ Item {
     id: root
 
     required property AppViewModel viewModel
-    required property var selectedId
     required property bool isSelectedFinished
+
+    signal copyRequested
 
     function openExportMenu() {
         if (exportButton.refusal === "")
@@ -27,7 +28,7 @@ Item {
             icon: "doc.on.doc"
             tip: qsTr("Copies the checksums of the selected file (Ctrl+C)")
             refusal: root.isSelectedFinished ? "" : qsTr("Select a file whose checksums are calculated.")
-            onClicked: root.viewModel.copyAllHashes(root.selectedId)
+            onClicked: root.copyRequested()
         }
 
         TFButton {

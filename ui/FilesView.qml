@@ -79,10 +79,14 @@ FocusScope {
         ListView {
             id: list
 
-            // The selected row, which the keyboard's commands act on.
-            readonly property var selectedId: count > 0 ? root.viewModel.jobs.idAt(currentIndex) : null
             readonly property FileJobRow selectedRow: currentItem as FileJobRow
             readonly property bool isSelectedFinished: selectedRow !== null && selectedRow.digests.length > 0
+
+            // The selected row, which commands act on: of the rows as they are now, which may not be drawn yet.
+            function selectedId() {
+                forceLayout();
+                return root.viewModel.jobs.idAt(Math.max(0, currentIndex));
+            }
 
             objectName: "jobList"
             anchors.fill: parent
@@ -173,14 +177,14 @@ FocusScope {
             objectName: "reveal"
             text: qsTr("Reveal in Finder")
             symbol: "magnifyingglass"
-            onTriggered: root.viewModel.reveal(list.selectedId)
+            onTriggered: root.viewModel.reveal(list.selectedId())
         }
 
         TFMenuItem {
             objectName: "copyPath"
             text: qsTr("Copy path")
             symbol: "doc.on.clipboard"
-            onTriggered: root.viewModel.copyPath(list.selectedId)
+            onTriggered: root.viewModel.copyPath(list.selectedId())
         }
 
         TFMenuItem {
@@ -188,7 +192,7 @@ FocusScope {
             text: qsTr("Remove")
             symbol: "xmark"
             enabled: root.viewModel.queueRefusal === ""
-            onTriggered: root.viewModel.removeJob(list.selectedId)
+            onTriggered: root.viewModel.removeJob(list.selectedId())
         }
     }
 
@@ -196,8 +200,8 @@ FocusScope {
         id: bottomBar
 
         viewModel: root.viewModel
-        selectedId: list.selectedId
         isSelectedFinished: list.isSelectedFinished
+        onCopyRequested: root.viewModel.copyAllHashes(list.selectedId())
 
         anchors {
             left: parent.left
@@ -245,14 +249,14 @@ FocusScope {
     }
 
     Shortcut {
-        enabled: root.takesKeys && list.count > 0
+        enabled: root.takesKeys && root.hasJobs
         sequence: "Delete"
-        onActivated: root.viewModel.removeJob(list.selectedId)
+        onActivated: root.viewModel.removeJob(list.selectedId())
     }
 
     Shortcut {
-        enabled: root.takesKeys && list.count > 0
+        enabled: root.takesKeys && root.hasJobs
         sequences: [StandardKey.Copy]
-        onActivated: root.viewModel.copyAllHashes(list.selectedId)
+        onActivated: root.viewModel.copyAllHashes(list.selectedId())
     }
 }
