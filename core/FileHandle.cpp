@@ -203,15 +203,14 @@ void FileHandle::close() {
 }
 
 void waitUntilChangesShow(const FileSnapshot& snapshot) {
-  using namespace std::chrono_literals;
-  const std::pair changed(snapshot.changedSeconds, snapshot.changedNanoseconds);
-  const auto limit = std::chrono::steady_clock::now() + 20ms;  // Two ticks of the slowest clock.
+  constexpr double longest = 0.02;  // Seconds: two ticks of the slowest clock.
   while (true) {
     timespec now{};
     clock_gettime(kClockOfFiles, &now);
-    if (changed < std::pair<std::int64_t, std::int64_t>(now.tv_sec, now.tv_nsec)) return;
-    if (std::chrono::steady_clock::now() > limit) return;
-    std::this_thread::sleep_for(1ms);
+    const double ahead = static_cast<double>(snapshot.changedSeconds) - static_cast<double>(now.tv_sec) +
+                         static_cast<double>(snapshot.changedNanoseconds - now.tv_nsec) / 1e9;
+    if (ahead < 0 || ahead > longest) return;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
 }
 

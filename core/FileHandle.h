@@ -98,8 +98,8 @@ class FileHandle {
 
 /// Returns when every change from now on gives the file another snapshot. Many kernels stamp changes with a clock that
 /// ticks only every few milliseconds, and what changes twice within a tick has the same times: this waits for the end
-/// of the tick in which the file was changed last. It returns at once for any older file, and gives up soon where the
-/// times are another machine's, ahead of ours.
+/// of the tick in which the file was changed last. Returns at once for any older file, and for one from the future,
+/// whose times are those of another machine or of a clock that was set back.
 void waitUntilChangesShow(const FileSnapshot& snapshot);
 
 /// Snapshot of what a path leads to, following symbolic links. std::system_error as above.
