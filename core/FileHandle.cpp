@@ -78,7 +78,7 @@ int SystemCalls::lstat(const char* path, struct stat* status) { return ::lstat(p
 int SystemCalls::willNeed(int descriptor, off_t offset, off_t count) {
 #if defined(POSIX_FADV_WILLNEED) && defined(RWF_NOWAIT)
   // The kernel would look for every page. Where the last one is in memory, so are most likely all.
-  std::byte last;
+  std::byte last{};
   const iovec room{&last, 1};
   if (::preadv2(descriptor, &room, 1, offset + count - 1, RWF_NOWAIT) == 1) return 0;
   return posix_fadvise(descriptor, offset, count, POSIX_FADV_WILLNEED);
