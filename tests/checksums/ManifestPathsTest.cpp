@@ -135,7 +135,8 @@ TEST_F(ManifestPaths, LeadInsideOrAreRefused) {
   WatchedSystemCalls system;
   for (const auto& [path, place, hashed] : paths) {
     std::string found;
-    const std::string failure = failureOf([&] { found = resolve(path, root).lexically_relative(root).native(); });
+    const std::string failure =
+        failureOf([&, &path = path] { found = resolve(path, root).lexically_relative(root).native(); });
     EXPECT_EQ(failure + found, place) << testing::PrintToString(path);
     for (const bool isOld : {false, true}) {
       system.before = withoutOpenat2(isOld);
