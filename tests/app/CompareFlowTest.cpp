@@ -48,21 +48,6 @@ TEST_F(CompareFlow, ResultIsToldInWordsAndExactNumbers) {
   }
 }
 
-TEST_F(CompareFlow, ResetInMidRunIsSilent) {
-  holdAt("read", 1);
-  start(folder_.file("a", "abc"), folder_.file("b", "abd"));
-  ASSERT_TRUE(gate_.waitForArrival());
-  model_->swapCompareFiles();
-  EXPECT_EQ(model_->compareFirstURL(), folder_.path() / "a");
-  model_->resetComparison();
-  EXPECT_FALSE(model_->isComparing());
-  gate_.open();
-  EXPECT_TRUE(BackgroundTask::waitForAll(patience));
-  QCoreApplication::processEvents();
-  EXPECT_EQ(model_->compareResult(), std::nullopt);
-  EXPECT_EQ(model_->errorMessage(), QString());
-}
-
 }  // namespace
 
 }  // namespace tallyfold::test

@@ -118,24 +118,6 @@ TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {
   EXPECT_EQ(model_->unseenOutcome(AppMode::Manifest), AppViewModel::SomeFailed);
 }
 
-TEST_F(ManifestFlow, LoadThatIsCancelledOrClearedPublishesNothing) {
-  for (const auto& stop : {&AppViewModel::cancelManifest, &AppViewModel::clearManifest, &AppViewModel::shutdown}) {
-    gate_.close();
-    holdAt("read", 1);
-    model_->setManifestFile({urlOf(folder_.file("list.md5", md5OfAbc + "  abc\n"))});
-    ASSERT_TRUE(gate_.waitForArrival());
-    EXPECT_EQ(title(), "Reading checksum file…");
-    (*model_.*stop)();
-    EXPECT_FALSE(model_->isLoadingManifest());
-    gate_.open();
-    EXPECT_TRUE(BackgroundTask::waitForAll(patience));
-    QCoreApplication::processEvents();
-    EXPECT_EQ(model_->manifestJobs()->total(), 0);
-    EXPECT_EQ(model_->manifestURL(), std::nullopt);
-    EXPECT_EQ(model_->errorMessage(), QString());
-  }
-}
-
 TEST_F(ManifestFlow, RootThatIsNoFolderIsAnErrorOfTheRun) {
   load(md5OfAbc + "  abc\n");
   fs::remove_all(root_);

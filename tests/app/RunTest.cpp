@@ -10,7 +10,6 @@ namespace {
 
 using testing::Each;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace fs = std::filesystem;
 
@@ -125,32 +124,6 @@ TEST_F(Run, ProgressOfAFileNeverGoesBack) {
   // Finished, not begun, unknown.
   for (const Uuid& id : {idAt(0), idAt(2), Uuid::random()}) model_->updateJobProgress(id, 0.5);
   EXPECT_THAT(states(), ElementsAre("complete", "hashing 100%", "queued"));
-}
-
-TEST_F(Run, CancelledRunKeepsWhatIsDoneAndTheNextOneBeginsAnew) {
-  holdInMidRun();
-  model_->cancelProcessing();
-  EXPECT_THAT(states(), ElementsAre("complete", "queued", "queued"));
-  EXPECT_TRUE(model_->isProcessing());
-  model_->startProcessing();
-  model_->updateJobProgress(idAt(1), 0.9);
-  EXPECT_THAT(states(), ElementsAre("complete", "queued", "queued"));
-
-  gate_.open();
-  ASSERT_TRUE(runEnds());
-  EXPECT_THAT(states(), ElementsAre("complete", "queued", "queued"));
-  EXPECT_THAT(resultPaths(), ElementsAre(paths()[0]));
-  EXPECT_EQ(model_->errorMessage(), QString());
-
-  folder_.file("first", "");
-  fs::remove(paths()[2]);
-  model_->startProcessing();
-  EXPECT_THAT(states(), Each("queued"));
-  EXPECT_THAT(resultPaths(), IsEmpty());
-  ASSERT_TRUE(runEnds());
-  EXPECT_THAT(states(), ElementsAre("complete", "complete", "No such file or directory"));
-  EXPECT_EQ(resultPaths(), (std::vector{paths()[0], paths()[1]}));
-  EXPECT_EQ(digestAt(0), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
 }
 
 TEST_F(Run, NewsOfAWholeRunAreOneChangeWhenTheInterfaceWasBusy) {

@@ -80,20 +80,6 @@ TEST_F(VerifyFlow, FileThatCannotBeReadIsNotVerified) {
   EXPECT_EQ(model_->errorMessage(), QString());
 }
 
-TEST_F(VerifyFlow, ResetInMidRunLeavesNoVerdict) {
-  holdAt("read", 1);
-  model_->setExpectedHash(QStringLiteral("900150983cd24fb0d6963f7d28e17f72"));
-  model_->verify();
-  ASSERT_TRUE(gate_.waitForArrival());
-  model_->resetVerification();
-  EXPECT_FALSE(model_->isVerifying());
-  gate_.open();
-  EXPECT_TRUE(BackgroundTask::waitForAll(patience));
-  QCoreApplication::processEvents();
-  EXPECT_EQ(model_->verifyResult(), std::nullopt);
-  EXPECT_EQ(model_->verifyProgress(), 0);
-}
-
 TEST_F(VerifyFlow, VerdictGoesWithWhatItWasAbout) {
   const auto other = urlOf(folder_.file("other", ""));
   const std::vector<std::function<void()>> changes = {

@@ -12,7 +12,6 @@
 #include "core/BLAKE3Stream.h"
 #include "core/FileComparison.h"
 #include "core/Processor.h"
-#include "core/TextHashing.h"
 #include "core/blake3/Blake3.h"
 #include "tests/core/CoreTest.h"
 
@@ -143,17 +142,6 @@ TEST(Allocation, IsNoLargerThanTheFileAndNeverOverOneChunk) {
     EXPECT_LE(largestIn([&] { digestsOf(a); }), most) << size;
     EXPECT_LE(largestIn([&] { HashService::compareFiles(a, b, {}, [](double) {}); }), most) << size;
   }
-}
-
-TEST(Allocation, TextIsNotCopiedOrTakesASlice) {
-  const std::string utf8(5'000'000, 'a');
-  const std::u16string utf16(5'000'000, u'a');
-  const auto largestFor = [](auto text) {
-    return largestIn([&] { HashService::hashTextCancellableWithByteCount(text, HashAlgorithmSet::all(), {}); });
-  };
-  EXPECT_LE(largestFor(std::string_view(utf8)), 4096U);
-  EXPECT_LE(largestFor(std::u16string_view(utf16).substr(0, 1000)), 4096U);
-  EXPECT_EQ(largestFor(std::u16string_view(utf16)), 1'048'576U);
 }
 
 }  // namespace

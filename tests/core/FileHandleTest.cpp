@@ -29,13 +29,6 @@ class ReluctantSystem : public SystemCalls {
   ReluctantSystem() { replace(this); }
   ~ReluctantSystem() override { replace(nullptr); }
 
-  ssize_t write(int descriptor, const void* bytes, std::size_t count) override {
-    interrupted = !interrupted;
-    if (!interrupted) return SystemCalls::write(descriptor, bytes, std::min(count, std::size_t{3}));
-    errno = EINTR;
-    return -1;
-  }
-
   int close(int descriptor) override {
     ++closes;
     SystemCalls::close(descriptor);
@@ -43,21 +36,9 @@ class ReluctantSystem : public SystemCalls {
     return closeError == 0 ? 0 : -1;
   }
 
-  bool interrupted = false;
   int closeError = 0;
   int closes = 0;
 };
-
-TEST(FileHandle, WritesEverythingInAsManyCallsAsItTakes) {
-  const TemporaryFolder folder;
-  const std::filesystem::path path = folder.path() / "file";
-  ReluctantSystem system;
-  FileHandle handle = FileHandle::open(path, O_WRONLY | O_CREAT | O_EXCL, 0600);
-  handle.write(bytesOf("0123456789"));
-  handle.write({});
-  handle.close();
-  EXPECT_EQ(contentOf(path), "0123456789");
-}
 
 TEST(FileHandle, CloseReportsItsFailureAndIsNeverRepeated) {
   ReluctantSystem system;
