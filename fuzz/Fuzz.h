@@ -55,17 +55,6 @@ inline bool isWellFormed(std::string_view bytes) {
   return true;
 }
 
-/// `bytes` with U+FFFD for each ill-formed sequence.
-inline std::string repaired(std::string_view bytes) {
-  std::string text;
-  while (!bytes.empty()) {
-    const Sequence first = firstSequence(bytes);
-    text += first.isWellFormed ? bytes.substr(0, first.length) : std::string_view("\xEF\xBF\xBD");
-    bytes.remove_prefix(first.length);
-  }
-  return text;
-}
-
 inline void appendUTF8(std::string& text, std::uint32_t character) {
   const auto put = [&](std::uint32_t byte) { text += static_cast<char>(byte); };
   if (character < 0x80) {
