@@ -2,8 +2,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <fcntl.h>
+#include <initializer_list>
+#include <optional>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "core/FileHandle.h"
 #include "core/HashService.h"
@@ -78,37 +83,44 @@ std::string joined(std::string folder, std::string_view relativePath) {
 
 std::string_view parentOf(std::string_view path) { return path.substr(0, std::min(path.rfind('/'), path.size())); }
 
+bool isOneOf(const std::system_error& error, std::initializer_list<int> numbers) {
+  return std::ranges::find(numbers, error.code().value()) != numbers.end();
+}
+
 /// What is missing, closed to us or of a name that nothing can have is no link. That a link could not be read is a
 /// failure: to take it for a folder or a file would be to know where it leads.
 std::optional<std::string> targetIfLink(const std::string& path) {
   try {
     return targetOfLink(path);
   } catch (const std::system_error& error) {
-    for (const int number : {ENOENT, ENOTDIR, EACCES, ENAMETOOLONG, EINVAL}) {
-      if (error.code().value() == number) return std::nullopt;
-    }
+    if (isOneOf(error, {ENOENT, ENOTDIR, EACCES, ENAMETOOLONG, EINVAL})) return std::nullopt;
     throw;
   }
 }
 
 /// Follows the links of a path as the kernel does, but goes on where nothing is: a path may name what does not exist.
+/// The kernel walks the folders between two links in one call: to ask for the links on a path one by one would make it
+/// walk to each of them from the start.
 class LinkFollower {
  public:
   /// `folder` is absolute and free of links.
-  explicit LinkFollower(std::string folder) : path_(std::move(folder)) {}
+  LinkFollower(std::string folder, std::stop_token cancellation)
+      : path_(std::move(folder)), cancellation_(std::move(cancellation)) {}
 
   /// Goes to `path` from where it is.
   void follow(std::string_view path) {
     while (!path.empty() && !isInCircle()) {
-      const std::string_view component = takeComponent(path);
-      const std::size_t before = path_.size();
-      descend(path_, component);
-      if (path_.size() <= before) continue;
-      const auto target = targetIfLink(path_);
-      if (!target) continue;
+      HashService::checkCancellation(cancellation_);
+      const std::vector<std::size_t> ends = descendUpToParent(path);
+      const std::size_t link = firstThatIsNoFolder(ends);
+      if (link == ends.size()) continue;
+      const auto target = targetIfLink(path_.substr(0, ends[link]));
+      if (!target) continue;  // Nor is anything behind it a link.
       ++linkCount_;
-      path_.resize(target->starts_with('/') ? 0 : before);
+      const std::string rest = path_.substr(ends[link]);
+      path_.resize(target->starts_with('/') ? 0 : path_.rfind('/', ends[link] - 1));
       follow(*target);
+      follow(rest);
     }
   }
 
@@ -118,13 +130,54 @@ class LinkFollower {
   [[nodiscard]] const std::string& path() const { return path_; }
 
  private:
+  /// Goes to the parents at the start of `path`, and then down as far as there are none; takes what it went from
+  /// `path`. Returns where in `path_` the names end that it went down.
+  std::vector<std::size_t> descendUpToParent(std::string_view& path) {
+    std::vector<std::size_t> ends;
+    while (!path.empty()) {
+      std::string_view rest = path;
+      const std::string_view component = takeComponent(rest);
+      if (component == ".." && !ends.empty()) break;
+      const std::size_t before = path_.size();
+      descend(path_, component);
+      if (path_.size() > before) ends.push_back(path_.size());
+      path = rest;
+    }
+    return ends;
+  }
+
+  /// The first of these items on the path that may be a link because it is no folder; their number when there is none,
+  /// or nothing is where it would be.
+  std::size_t firstThatIsNoFolder(const std::vector<std::size_t>& ends) {
+    if (ends.empty()) return 0;
+    std::size_t folders = 0;  // So many are known to be folders, and the one at `first` is not, as far as is known.
+    const auto reachable = std::ranges::lower_bound(ends, PATH_MAX) - ends.begin();
+    std::size_t first = std::min(static_cast<std::size_t>(reachable), ends.size() - 1);
+    for (std::size_t next = first; folders < first; next = folders + (first - folders + 1) / 2) {
+      HashService::checkCancellation(cancellation_);
+      try {
+        if (!top_) top_ = FileHandle::openFolder("/");
+        static_cast<void>(top_->openBelow(path_.substr(1, ends[next - 1] - 1), O_PATH | O_DIRECTORY));
+        folders = next;
+      } catch (const std::system_error& error) {
+        // The kernel goes from folder to folder, and would have come upon a link first.
+        if (isOneOf(error, {ENOENT, EACCES, ENAMETOOLONG, EINVAL})) return ends.size();
+        if (!isOneOf(error, {ELOOP, ENOTDIR})) throw;
+        first = next - 1;
+      }
+    }
+    return first;
+  }
+
   std::string path_;
+  std::stop_token cancellation_;
+  std::optional<FileHandle> top_;  // "/", when it is needed.
   int linkCount_ = 0;
 };
 
-std::string canonicalPathOf(const std::filesystem::path& url) {
+std::string canonicalPathOf(const std::filesystem::path& url, const std::stop_token& cancellation) {
   const std::string path = joined("", std::filesystem::absolute(url).native());
-  LinkFollower follower("");
+  LinkFollower follower("", cancellation);
   follower.follow(path);
   return follower.isInCircle() ? path : follower.path();
 }
@@ -137,12 +190,17 @@ const std::string& orSlash(const std::string& path) {
 bool isInside(std::string_view root, std::string_view path) { return !pathBelow(root, path).empty(); }
 
 /// The candidate of a path that may be looked up at all, and where it leads.
-ManifestLocation locateContained(std::string_view candidatePath, std::string_view canonicalRoot) {
+ManifestLocation locateContained(std::string_view candidatePath, std::string_view canonicalRoot,
+                                 const std::stop_token& cancellation) {
   const std::string root(canonicalRoot == "/" ? "" : canonicalRoot);
   std::string candidate = joined(root, candidatePath);
   const std::string_view below = pathBelow(root, candidate);
+  if (candidate.size() >= PATH_MAX) {  // The kernel would look at nothing on its way.
+    if (below.empty()) fail(ManifestPathError::Case::outsideRoot);
+    throw std::system_error(ENAMETOOLONG, std::system_category());
+  }
   // The root has no links, so a path below it need not be followed to it.
-  LinkFollower follower(below.empty() ? "" : root);
+  LinkFollower follower(below.empty() ? "" : root, cancellation);
   const std::string_view path = below.empty() ? std::string_view(candidate) : below;
   follower.follow(parentOf(path));
   const std::string parent = follower.path();
@@ -173,14 +231,15 @@ std::string_view pathBelow(std::string_view root, std::string_view path) {
 }
 
 std::filesystem::path resolve(std::string_view relativePath, const std::filesystem::path& rootURL) {
-  return locate(relativePath, canonicalPathOf(rootURL)).canonicalPath;
+  return locate(relativePath, canonicalPathOf(rootURL, {}), {}).canonicalPath;
 }
 
-ManifestLocation locate(std::string_view relativePath, const std::string& canonicalRoot) {
+ManifestLocation locate(std::string_view relativePath, const std::string& canonicalRoot,
+                        const std::stop_token& cancellation) {
   if (relativePath.empty()) fail(ManifestPathError::Case::emptyPath);
   if (relativePath.find('\0') != std::string_view::npos) fail(ManifestPathError::Case::invalidPath);
   if (relativePath.starts_with('/')) fail(ManifestPathError::Case::absolutePath);
-  ManifestLocation asWritten = locateContained(relativePath, canonicalRoot);
+  ManifestLocation asWritten = locateContained(relativePath, canonicalRoot, cancellation);
   if (finalPathEntryMayExist(asWritten.candidate)) return asWritten;
   if (relativePath.starts_with('\\') || isWindowsAbsoluteDrivePath(relativePath)) {
     fail(ManifestPathError::Case::absolutePath);
@@ -188,12 +247,12 @@ ManifestLocation locate(std::string_view relativePath, const std::string& canoni
   if (relativePath.find('\\') == std::string_view::npos) return asWritten;
   std::string withSlashes(relativePath);
   std::ranges::replace(withSlashes, '\\', '/');
-  ManifestLocation converted = locateContained(withSlashes, canonicalRoot);
+  ManifestLocation converted = locateContained(withSlashes, canonicalRoot, cancellation);
   return mayExist(converted.canonicalPath, snapshotOfPath) ? converted : asWritten;
 }
 
 std::filesystem::path resolveContained(std::string_view candidatePath, const std::filesystem::path& rootURL) {
-  return locateContained(candidatePath, rootURL.native()).canonicalPath;
+  return locateContained(candidatePath, rootURL.native(), {}).canonicalPath;
 }
 
 bool finalPathEntryMayExist(const std::filesystem::path& url) { return mayExist(url, snapshotOfItem); }
@@ -206,7 +265,7 @@ bool isWindowsAbsoluteDrivePath(std::string_view path) {
 ManifestRootIdentity captureRootIdentity(const std::filesystem::path& rootURL, const std::stop_token& cancellation) {
   HashService::checkCancellation(cancellation);
   try {
-    std::string path = orSlash(canonicalPathOf(rootURL));
+    std::string path = orSlash(canonicalPathOf(rootURL, cancellation));
     const ManifestFileSnapshot snapshot = manifestRootSnapshot(path);
     return {.canonicalPath = std::move(path), .snapshot = snapshot};
   } catch (const std::system_error&) {
@@ -226,7 +285,7 @@ ManifestResolvedFileIdentity captureResolvedFileIdentity(const std::filesystem::
                                                          const std::stop_token& cancellation) {
   HashService::checkCancellation(cancellation);
   try {
-    std::string path = orSlash(canonicalPathOf(url));
+    std::string path = orSlash(canonicalPathOf(url, cancellation));
     const FileSnapshot snapshot = snapshotOfPath(path);
     if (snapshot.isRegularFile) return ManifestResolvedFileIdentity::from(std::move(path), snapshot);
   } catch (const std::system_error&) {

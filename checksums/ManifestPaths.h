@@ -60,7 +60,7 @@ namespace ChecksumManifestService {
 /// by the kernel's own resolution. Bytes are compared as they are: no case folding, no Unicode normalization. A
 /// location where nothing is, or where links lead in a circle, is no failure: opening it tells. A path with backslashes
 /// that names nothing is tried with slashes, for lists from other systems. Fails with ManifestPathError, or with
-/// std::system_error where a link cannot be read.
+/// std::system_error where a link cannot be read, and for a path that is longer than the kernel takes.
 ///
 /// The answer is as old as the last look at the tree. Whoever reads the file must open it so that no link is followed.
 std::filesystem::path resolve(std::string_view relativePath, const std::filesystem::path& rootURL);
@@ -98,8 +98,10 @@ struct ManifestLocation {
   std::string canonicalPath;  ///< Where that leads: inside the root, without links.
 };
 
-/// What `resolve` finds, for a root that is absolute and free of links.
-ManifestLocation locate(std::string_view relativePath, const std::string& canonicalRoot);
+/// What `resolve` finds, for a root that is absolute and free of links. Takes time in proportion to the path and to the
+/// links on it, and sees a cancellation at every link: CancellationError.
+ManifestLocation locate(std::string_view relativePath, const std::string& canonicalRoot,
+                        const std::stop_token& cancellation);
 
 /// The part of `path` below the folder `root`, without a slash at its start; empty when it is not below.
 std::string_view pathBelow(std::string_view root, std::string_view path);

@@ -66,7 +66,7 @@ ManifestGroupOutcome ManifestVerification::verify(const ManifestFileGroup& group
 DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, const std::stop_token& cancellation) {
   HashService::checkCancellation(cancellation);
   validateRoot();
-  OpenFile file = open(group.relativePath);
+  OpenFile file = open(group.relativePath, cancellation);
   const auto identity = ManifestFileContentIdentity::from(file.snapshot);
   ManifestDigestCacheEntry* const cached = findCached(identity);
   HashAlgorithmSet missing = group.algorithms();
@@ -112,12 +112,13 @@ bool ManifestVerification::isRootWithoutLinksUnchanged() const {
   }
 }
 
-ManifestVerification::OpenFile ManifestVerification::open(const std::string& relativePath) const {
+ManifestVerification::OpenFile ManifestVerification::open(const std::string& relativePath,
+                                                          const std::stop_token& cancellation) const {
   ManifestGroupingKey key = manifestGroupingKey(relativePath);
   if (key.kind == ManifestGroupingKey::Kind::normalized) {
     if (auto file = openWithoutLinks(std::move(key.path))) return std::move(*file);
   }
-  return openThroughLinks(relativePath);
+  return openThroughLinks(relativePath, cancellation);
 }
 
 std::optional<ManifestVerification::OpenFile> ManifestVerification::openWithoutLinks(std::string path) const {
@@ -133,8 +134,9 @@ std::optional<ManifestVerification::OpenFile> ManifestVerification::openWithoutL
   }
 }
 
-ManifestVerification::OpenFile ManifestVerification::openThroughLinks(const std::string& relativePath) const {
-  const ManifestLocation location = locate(relativePath, rootIdentity_.canonicalPath);
+ManifestVerification::OpenFile ManifestVerification::openThroughLinks(const std::string& relativePath,
+                                                                      const std::stop_token& cancellation) const {
+  const ManifestLocation location = locate(relativePath, rootIdentity_.canonicalPath, cancellation);
   // The kernel's own opinion of the path: of what is missing, closed or a circle of links, and of where it leads.
   const FileSnapshot expected = snapshotOfPath(location.candidate);
   if (!expected.isRegularFile) throw HashServiceError(HashServiceError::Case::notRegularFile);

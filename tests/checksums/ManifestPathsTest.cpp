@@ -147,6 +147,57 @@ TEST_F(ManifestPaths, LeadInsideOrAreRefused) {
   EXPECT_EQ(system.stillOpen, 0);
 }
 
+TEST_F(ManifestPaths, LongOnesAreWalkedInFewCalls) {
+  const auto repeated = [](std::size_t count, const std::string& text) {
+    std::string all;
+    while (count-- > 0) all += text;
+    return all;
+  };
+  const std::string deep = repeated(300, "d/");
+  fs::create_directories(root / deep);
+  link("../" + deep, "dir/down");
+  link("../down", "dir/sub/deeper");
+  folder.file("root/" + deep + "file", "deep");
+  const std::string tooLong = "File name too long";
+  struct {
+    std::string path;
+    std::string sentence;
+    bool isSeenByCancellation = true;
+  } const paths[]{
+      {repeated(300'000, "d/"), tooLong, false},
+      {repeated(2'048, R"(d\)"), tooLong, false},
+      {"C:/" + repeated(2'048, "d/"), tooLong, false},
+      {"dir/down/" + repeated(1'900, "d/"), kMissing},
+      {"../" + repeated(300'000, "d/"), kOutside, false},
+      {repeated(300'000, "../"), kOutside, false},
+      {repeated(1'900, "x/"), kMissing},
+      {deep + "x", kMissing},
+      {deep + "file/" + deep, "Not a directory"},
+      {repeated(300'000, "d/../") + deep + "missing", kMissing},
+      {"dir/sub/deeper/file/" + deep, "Not a directory"},
+  };
+  WatchedSystemCalls system;
+  for (const auto& [path, sentence, isSeenByCancellation] : paths) {
+    for (const bool isOld : {false, true}) {
+      SCOPED_TRACE(path.substr(0, 20) + (isOld ? ", old" : ""));
+      system.before = withoutOpenat2(isOld);
+      ManifestVerification verification = begun();
+      system.names.clear();
+      EXPECT_EQ(outcomeOf(verification, groupOf(path)), sentence);
+      EXPECT_LT(system.names.size(), isOld ? 4'000 : 40);
+
+      std::stop_source source;
+      system.before = [&](std::string_view name, std::size_t) {
+        if (name == "fstatat") source.request_stop();
+        return withoutOpenat2(isOld)(name, 0);
+      };
+      const bool isCancelled =
+          failureOf([&] { verification.verify(groupOf(path), source.get_token()); }) == "cancelled";
+      EXPECT_EQ(isCancelled, isSeenByCancellation);
+    }
+  }
+}
+
 TEST_F(ManifestPaths, RootIsMadeAbsoluteAndFreeOfLinks) {
   folder.file("root/b.txt", "");
   const fs::path alias = folder.path() / "link";

@@ -247,11 +247,14 @@ class Verification : public Operation {
   void check(const Lines& outcome, const Lines& undisturbed, const System& system, std::size_t call,
              const Fault& fault) const override {
     const std::string_view name = system.name(call);
+    const bool isOpening = name.starts_with("open");
     const auto lookAtRoot = std::ranges::find(system.names, "stat") - system.names.begin() + 1;
     if (std::cmp_less_equal(call, lookAtRoot)) {
       // A part of the root's path that is closed to us is taken for none that leads elsewhere.
-      if (fault.error == EACCES && name == "readlink") {
+      if (fault.error == EACCES && (name == "readlink" || isOpening)) {
         EXPECT_THAT(outcome, AnyOf(undisturbed, Each(kRootChanged)));
+      } else if (name == "close" && !fault.isForGood) {
+        EXPECT_EQ(outcome, undisturbed);
       } else {
         EXPECT_EQ(outcome, Lines{kInvalidRoot});
       }
@@ -266,7 +269,7 @@ class Verification : public Operation {
     const auto also = [&, is = fault.isForGood](bool isOfSuchCalls, const std::string& told) {
       return is || isOfSuchCalls ? told : sentence;
     };
-    EXPECT_THAT(parts, Each(AnyOf(sentence, also(name == "stat" || name == "readlink", kRootChanged),
+    EXPECT_THAT(parts, Each(AnyOf(sentence, also(name == "stat" || name == "readlink" || isOpening, kRootChanged),
                                   also(name == "fstatat" || name == "readlink", kPathChanged),
                                   also(name == "lstat", kMissing))));
     EXPECT_LE(parts.size(), fault.isForGood ? outcome.size() : 1);
