@@ -103,7 +103,8 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(withoutShaderC
   engine_.addImportPath(QStringLiteral("qrc:/qml"));
   engine_.addImageProvider(QStringLiteral("icons"), new IconProvider);
   engine_.setInitialProperties({{QStringLiteral("viewModel"), QVariant::fromValue(&viewModel_)}});
-  engine_.load(QStringLiteral("qrc:/qml/TallyFold/ContentView.qml"));
+  // As a URL: of text the toolkit would first ask whether it is a file in the current folder.
+  engine_.load(QUrl(QStringLiteral("qrc:/qml/TallyFold/ContentView.qml")));
   window_ = engine_.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
   if (window_ == nullptr) qFatal("The window could not be built.");
   desktop_.setWindow(window_);

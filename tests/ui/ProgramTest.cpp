@@ -27,7 +27,13 @@ class ProgramTest : public testing::Test {
     program.waitForFinished();
   }
 
+  // In a folder with what the program could take for parts of itself.
   void start() {
+    fs::create_directories(folder.path() / "qrc:/qml/TallyFold");
+    for (const char* const planted : {"libQt6Svg.so.6", "qrc:/qml/TallyFold/ContentView.qml"}) {
+      folder.file(planted, "planted");
+    }
+    program.setWorkingDirectory(QString::fromStdString(folder.path()));
     program.setProcessChannelMode(QProcess::ForwardedChannels);
     program.start(QStringLiteral(TALLY_FOLD), QStringList{});
   }
