@@ -66,9 +66,9 @@ class RootTest : public testing::Test {
   const std::filesystem::path root = std::filesystem::canonical(folder.path()) / "root";
 };
 
-/// The system as it was before it could open a file below a folder by itself.
-inline auto withoutOpenat2(bool isOld) {
-  return [isOld](std::string_view name, std::size_t) { return isOld && name == "openat2" ? ENOSYS : 0; };
+/// A system that cannot open a file below a folder by itself, and says so with this error; 0 for one that can.
+inline auto withoutOpenat2(int error) {
+  return [error](std::string_view name, std::size_t) { return name == "openat2" ? error : 0; };
 }
 
 }  // namespace tallyfold::test
