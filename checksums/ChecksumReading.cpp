@@ -228,7 +228,7 @@ void stream(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view i
 
 ParseResult load(const std::filesystem::path& url, const std::stop_token& cancellation) {
   HashService::checkCancellation(cancellation);
-  auto [handle, initial] = openRegularManifestForReading(url);
+  auto [handle, initial] = openRegularManifestForReading(url, cancellation);
   const auto count = static_cast<std::size_t>(std::min(initial.fileSize, prefixSize));
   const std::string prefix = readExactPrefix(handle, count, cancellation);
   if (prefix.size() < count) fail(ManifestReadError::Case::fileChangedDuringRead);  // It tells no encoding.
@@ -241,13 +241,14 @@ ParseResult load(const std::filesystem::path& url, const std::stop_token& cancel
   return result;
 }
 
-std::pair<FileHandle, ManifestFileSnapshot> openRegularManifestForReading(const std::filesystem::path& url) {
+std::pair<FileHandle, ManifestFileSnapshot> openRegularManifestForReading(const std::filesystem::path& url,
+                                                                          const std::stop_token& cancellation) {
   const ManifestFileSnapshot initial = manifestSnapshot(url);
   if (!initial.isRegularFile) fail(ManifestReadError::Case::notRegularFile);
   if (initial.fileSize > maximumSourceSize) fail(ManifestReadError::Case::sourceFileTooLarge);
   FileHandle handle = FileHandle::open(url, O_RDONLY | O_NONBLOCK);
   if (handle.snapshot() != initial) fail(ManifestReadError::Case::fileChangedDuringRead);
-  waitUntilChangesShow(initial);
+  waitUntilChangesShow(initial, cancellation);
   return {std::move(handle), initial};
 }
 

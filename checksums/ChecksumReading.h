@@ -60,8 +60,9 @@ inline constexpr std::int64_t prefixSize = 1'048'578;   ///< ... but for the fir
 /// partial result.
 ParseResult load(const std::filesystem::path& url, const std::stop_token& cancellation);
 
-/// Opens a regular file of a size that is allowed.
-std::pair<FileHandle, ManifestFileSnapshot> openRegularManifestForReading(const std::filesystem::path& url);
+/// Opens a regular file of a size that is allowed, and waits where its next change might not show yet.
+std::pair<FileHandle, ManifestFileSnapshot> openRegularManifestForReading(const std::filesystem::path& url,
+                                                                          const std::stop_token& cancellation);
 
 ManifestFileSnapshot manifestSnapshot(const std::filesystem::path& url);
 

@@ -75,7 +75,7 @@ DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, const 
     if (missing.empty()) return cached->digests;
   }
 
-  waitUntilChangesShow(file.snapshot);
+  waitUntilChangesShow(file.snapshot, cancellation);
   DigestMap digests = HashService::hashOpenFile(file.handle, file.snapshot, missing, cancellation, [](double) {});
   if (!isStillAt(*root_, file.path, file.snapshot)) fail(ManifestPathError::Case::pathChangedDuringVerification);
   if (cached != nullptr) {

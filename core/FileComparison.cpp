@@ -17,7 +17,8 @@ namespace {
 constexpr std::int64_t pieceSize = 131'072;
 
 struct OpenFile {
-  explicit OpenFile(const std::filesystem::path& location) : OpenFile(location, openRegularFileForReading(location)) {}
+  OpenFile(const std::filesystem::path& location, const std::stop_token& cancellation)
+      : OpenFile(location, openRegularFileForReading(location, cancellation)) {}
 
   void validate() const { validateUnchanged(handle, url, initial); }
 
@@ -72,8 +73,8 @@ std::optional<std::int64_t> findDifference(OpenFile& a, OpenFile& b, const std::
 FileComparisonResult compareFiles(const std::filesystem::path& a, const std::filesystem::path& b,
                                   const std::stop_token& cancellation, const ProgressCallback& progress) {
   checkCancellation(cancellation);
-  OpenFile first(a);
-  OpenFile second(b);
+  OpenFile first(a, cancellation);
+  OpenFile second(b, cancellation);
   validatePath(a, first.initial);
   validatePath(b, second.initial);
 

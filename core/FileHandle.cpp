@@ -18,6 +18,8 @@
 #include <unistd.h>
 #include <utility>
 
+#include "core/Errors.h"
+
 #ifdef SYS_openat2
 #include <linux/openat2.h>
 #endif
@@ -202,14 +204,17 @@ void FileHandle::close() {
   if (SystemCalls::current().close(descriptor) != 0 && errno != EINTR) throwSystemError(errno);
 }
 
-void waitUntilChangesShow(const FileSnapshot& snapshot) {
-  constexpr double longest = 0.02;  // Seconds: two ticks of the slowest clock.
+void waitUntilChangesShow(const FileSnapshot& snapshot, const std::stop_token& cancellation) {
+  constexpr double twoTicks = 0.02;  // Seconds, of the slowest clock.
+  // Where a file system keeps whole seconds, there are no nanoseconds.
+  const double rest = snapshot.changedNanoseconds == 0 ? 1 : 0;
   while (true) {
     timespec now{};
     clock_gettime(kClockOfFiles, &now);
     const double ahead = static_cast<double>(snapshot.changedSeconds) - static_cast<double>(now.tv_sec) +
-                         static_cast<double>(snapshot.changedNanoseconds - now.tv_nsec) / 1e9;
-    if (ahead < 0 || ahead > longest) return;
+                         static_cast<double>(snapshot.changedNanoseconds - now.tv_nsec) / 1e9 + rest;
+    if (ahead < 0 || ahead > rest + twoTicks) return;
+    if (cancellation.stop_requested()) throw CancellationError();
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
 }

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <optional>
 #include <span>
+#include <stop_token>
 #include <string>
 #include <sys/types.h>
 
@@ -97,10 +98,11 @@ class FileHandle {
 };
 
 /// Returns when every change from now on gives the file another snapshot. Many kernels stamp changes with a clock that
-/// ticks only every few milliseconds, and what changes twice within a tick has the same times: this waits for the end
-/// of the tick in which the file was changed last. Returns at once for any older file, and for one from the future,
-/// whose times are those of another machine or of a clock that was set back.
-void waitUntilChangesShow(const FileSnapshot& snapshot);
+/// ticks only every few milliseconds, some file systems keep no more than the seconds of it, and what changes twice
+/// within a tick has the same times: this waits for the end of the tick in which the file was changed last. Returns at
+/// once for any older file, and for one from the future, whose times are those of another machine or of a clock that
+/// was set back. Fails with CancellationError, seen within a millisecond, where it would have to wait.
+void waitUntilChangesShow(const FileSnapshot& snapshot, const std::stop_token& cancellation);
 
 /// Snapshot of what a path leads to, following symbolic links. std::system_error as above.
 FileSnapshot snapshotOfPath(const std::filesystem::path& path);

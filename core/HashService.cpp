@@ -96,14 +96,15 @@ FileSnapshot fileSnapshot(const std::filesystem::path& url) { return snapshotOfP
 
 FileSnapshot fileSnapshot(const FileHandle& handle) { return handle.snapshot(); }
 
-std::pair<FileHandle, FileSnapshot> openRegularFileForReading(const std::filesystem::path& url) {
+std::pair<FileHandle, FileSnapshot> openRegularFileForReading(const std::filesystem::path& url,
+                                                              const std::stop_token& cancellation) {
   const FileSnapshot expected = fileSnapshot(url);
   if (!expected.isRegularFile) fail(HashServiceError::Case::notRegularFile);
   FileHandle handle = FileHandle::open(url, O_RDONLY | O_NONBLOCK);
   const FileSnapshot opened = fileSnapshot(handle);
   if (!opened.isRegularFile) fail(HashServiceError::Case::notRegularFile);
   if (!opened.isSameIdentity(expected)) fail(HashServiceError::Case::fileChangedDuringRead);
-  waitUntilChangesShow(opened);
+  waitUntilChangesShow(opened, cancellation);
   return {std::move(handle), opened};
 }
 
@@ -159,7 +160,7 @@ FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, 
                         const std::stop_token& cancellation, const ProgressCallback& progress) {
   checkCancellation(cancellation);
   if (algorithms.empty()) fail(HashServiceError::Case::noAlgorithms);
-  auto [handle, initial] = openRegularFileForReading(url);
+  auto [handle, initial] = openRegularFileForReading(url, cancellation);
   validatePath(url, initial);
 
   const auto start = std::chrono::steady_clock::now();

@@ -70,7 +70,9 @@ FileSnapshot fileSnapshot(const std::filesystem::path& url);
 FileSnapshot fileSnapshot(const FileHandle& handle);
 
 /// Opens a regular file, never blocking on a pipe or device, and makes sure that what was opened is what was looked at.
-std::pair<FileHandle, FileSnapshot> openRegularFileForReading(const std::filesystem::path& url);
+/// Where the file changed so recently that its next change might not show, waits until it would.
+std::pair<FileHandle, FileSnapshot> openRegularFileForReading(const std::filesystem::path& url,
+                                                              const std::stop_token& cancellation);
 
 /// Fails unless the open file is still the version `initial` and `url` still leads to it.
 void validateUnchanged(const FileHandle& handle, const std::filesystem::path& url, const FileSnapshot& initial);

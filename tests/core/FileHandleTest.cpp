@@ -85,7 +85,7 @@ TEST(FileHandle, TimesFromTheFutureAreNotWaitedFor) {
   for (const std::int64_t ahead : {std::int64_t{3600}, std::numeric_limits<std::int64_t>::max() / 2}) {
     FileSnapshot snapshot;
     snapshot.changedSeconds = std::time(nullptr) + ahead;
-    for (int i = 0; i < files; ++i) waitUntilChangesShow(snapshot);
+    for (int i = 0; i < files; ++i) waitUntilChangesShow(snapshot, {});
   }
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5)) << "or a queue would take minutes";
 }

@@ -176,7 +176,7 @@ TEST_F(HashFile, ExactChunkIsFilledByShortReads) {
   const fs::path file = folder.file("file", content);
   WatchedSystemCalls system;
   system.longestRead = 999;
-  FileHandle handle = HashService::openRegularFileForReading(file).first;
+  FileHandle handle = HashService::openRegularFileForReading(file, {}).first;
   std::string bytes(6000, '\0');
   const auto space = std::as_writable_bytes(std::span(bytes));
   for (const std::size_t expected : {6000U, 4000U, 0U}) {
@@ -185,7 +185,7 @@ TEST_F(HashFile, ExactChunkIsFilledByShortReads) {
   }
   std::stop_source source;
   source.request_stop();
-  FileHandle again = HashService::openRegularFileForReading(file).first;
+  FileHandle again = HashService::openRegularFileForReading(file, {}).first;
   EXPECT_THROW(HashService::readExactChunk(again, space, source.get_token()), CancellationError) << "between reads";
 }
 
