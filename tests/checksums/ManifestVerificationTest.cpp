@@ -172,7 +172,7 @@ TEST_P(RacedVerification, NoByteFromOutsideIsEverHashed) {
   std::map<std::string, int> outcomes;
   const OtherProgram swapper({FOLDER_SWAPPER, root / swapped, folder.path() / "swap"});
   const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-  for (int run = 0; run < 3000 || outcomes.size() < 2; ++run) {
+  for (int run = 0; run < 3000 || outcomes[inside] == 0 || outcomes[kOutside] == 0; ++run) {
     ASSERT_LT(std::chrono::steady_clock::now(), limit) << testing::PrintToString(outcomes);
     system.names.clear();
     ManifestVerification verification = begun();
@@ -181,8 +181,6 @@ TEST_P(RacedVerification, NoByteFromOutsideIsEverHashed) {
     }
   }
   EXPECT_EQ(outcomes[outside], 0) << testing::PrintToString(outcomes);
-  EXPECT_GT(outcomes[inside], 0) << testing::PrintToString(outcomes);
-  EXPECT_GT(outcomes[kOutside], 0) << testing::PrintToString(outcomes);
 }
 
 // To swap what is in a folder of it leaves the root itself as it is.
