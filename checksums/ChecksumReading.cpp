@@ -237,6 +237,7 @@ ParseResult load(const std::filesystem::path& url, const std::stop_token& cancel
   ParseResult result = encoding
                            ? loadUTF16Streaming(handle, initial.fileSize, prefix, *encoding, preferred, cancellation)
                            : loadUTF8Streaming(handle, initial.fileSize, prefix, preferred, cancellation);
+  if (HashService::hasContentWithoutSize(handle, initial)) fail(ManifestReadError::Case::fileChangedDuringRead);
   validateManifestUnchanged(handle, url, initial);
   return result;
 }

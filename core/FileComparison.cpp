@@ -82,6 +82,9 @@ FileComparisonResult compareFiles(const std::filesystem::path& a, const std::fil
   if (!first.initial.isSameIdentity(second.initial)) {
     if (first.initial.fileSize != second.initial.fileSize) {
       result = FileComparison::DifferentSize{first.initial.fileSize, second.initial.fileSize};
+    } else if (hasContentWithoutSize(first.handle, first.initial) ||
+               hasContentWithoutSize(second.handle, second.initial)) {
+      throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
     } else if (const auto offset = findDifference(first, second, cancellation, progress)) {
       result = FileComparison::ContentMismatch{*offset};
     }

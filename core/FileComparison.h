@@ -45,9 +45,10 @@ namespace HashService {
 
 /// Compares the files that `a` and `b` lead to, byte for byte. Files of different sizes, and a file with itself, are
 /// not read. Failures are those of `hashFile`: a file that is replaced, truncated, extended or rewritten meanwhile
-/// fails with `fileChangedDuringRead`, whatever was found by then. `progress` grows strictly, stays below 1 while
-/// reading and is 1 exactly once, at the end of a successful call; when a byte differs, it stays where it was.
-/// Cancellation is seen within one chunk. Holds at most one chunk and a bit.
+/// fails with `fileChangedDuringRead`, whatever was found by then; so do two files without a size when one of them has
+/// content. `progress` grows strictly, stays below 1 while reading and is 1 exactly once, at the end of a successful
+/// call; when a byte differs, it stays where it was. Cancellation is seen within one chunk. Holds at most one chunk and
+/// a bit.
 FileComparisonResult compareFiles(const std::filesystem::path& a, const std::filesystem::path& b,
                                   const std::stop_token& cancellation, const ProgressCallback& progress);
 

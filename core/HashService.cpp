@@ -1,6 +1,7 @@
 #include "core/HashService.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <fcntl.h>
 #include <limits>
@@ -138,6 +139,11 @@ std::size_t readExactChunk(FileHandle& handle, std::span<std::byte> bytes, const
   return held;
 }
 
+bool hasContentWithoutSize(FileHandle& handle, const FileSnapshot& initial) {
+  std::array<std::byte, 1> byte{};
+  return initial.fileSize == 0 && handle.read(byte) != 0;
+}
+
 std::int64_t progressStep(std::int64_t size) {
   constexpr std::int64_t manyChunks = 838'860'800;  // 800 MiB: from here on, a hundredth is more than a chunk.
   return size < manyChunks ? chunkSize : size / 100;
@@ -149,7 +155,9 @@ DigestMap hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgo
   const auto hashWith = [&](auto&& lanes) {
     readInto(lanes, handle, size, cancellation, progress);
     checkCancellation(cancellation);
-    if (fileSnapshot(handle) != initial) fail(HashServiceError::Case::fileChangedDuringRead);
+    if (hasContentWithoutSize(handle, initial) || fileSnapshot(handle) != initial) {
+      fail(HashServiceError::Case::fileChangedDuringRead);
+    }
     return lanes.finalize();
   };
   const std::unique_ptr<HashLanes> lanes = newLanes(algorithms, size);

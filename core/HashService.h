@@ -54,7 +54,8 @@ namespace HashService {
 inline constexpr std::int64_t chunkSize = 8'388'608;
 
 /// Calculates all `algorithms` in one sequential pass over the file at `url`, following symbolic links.
-/// A file that is replaced, truncated, extended or rewritten meanwhile fails with `fileChangedDuringRead`.
+/// A file that is replaced, truncated, extended or rewritten meanwhile fails with `fileChangedDuringRead`, and so does
+/// one that has content but no size: nothing tells how much of it is the file.
 /// `progress` grows strictly, stays below 1 while reading and is 1 exactly once, at the end of a successful call.
 /// Cancellation is seen within one chunk.
 FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,
@@ -85,6 +86,10 @@ void checkCancellation(const std::stop_token& cancellation);
 
 /// Fills `bytes` as far as the file goes and returns how much that was; 0 at the end of the file.
 std::size_t readExactChunk(FileHandle& handle, std::span<std::byte> bytes, const std::stop_token& cancellation);
+
+/// Whether a file that has no size, by `initial`, has content all the same, as those have that are made when they are
+/// read. Takes one read, and none of a file that has a size. Called where nothing has been read yet.
+bool hasContentWithoutSize(FileHandle& handle, const FileSnapshot& initial);
 
 /// Bytes between two progress reports for a file of `size` bytes.
 std::int64_t progressStep(std::int64_t size);

@@ -37,15 +37,16 @@ TEST_F(CompareFiles, WhatNeedsNoReadingIsNotRead) {
   fs::create_symlink("ten", folder.path() / "link");
   struct {
     std::string a, b, outcome;
+    int reads = 0;
   } const pairs[]{
-      {"empty", "empty too", "identical; 1.000000"}, {"ten", "ten", "identical; 1.000000"},
-      {"ten", "hard link", "identical; 1.000000"},   {"link", "ten", "identical; 1.000000"},
-      {"ten", "eleven", "sizes 10, 11; 1.000000"},   {"eleven", "empty", "sizes 11, 0; 1.000000"},
+      {"empty", "empty too", "identical; 1.000000", 2}, {"ten", "ten", "identical; 1.000000"},
+      {"ten", "hard link", "identical; 1.000000"},      {"link", "ten", "identical; 1.000000"},
+      {"ten", "eleven", "sizes 10, 11; 1.000000"},      {"eleven", "empty", "sizes 11, 0; 1.000000"},
   };
-  for (const auto& [a, b, outcome] : pairs) {
+  for (const auto& [a, b, outcome, reads] : pairs) {
     WatchedSystemCalls system;
     EXPECT_EQ(outcomeAndProgress(folder.path() / a, folder.path() / b), outcome) << a << ", " << b;
-    EXPECT_EQ(std::ranges::count(system.names, "read"), 0) << a << ", " << b;
+    EXPECT_EQ(std::ranges::count(system.names, "read"), reads) << a << ", " << b;
     EXPECT_EQ(system.stillOpen, 0) << a << ", " << b;
   }
 }
