@@ -125,6 +125,8 @@ QVariantList AppViewModel::busyModes() const {
 }
 
 void AppViewModel::shutdown() {
+  received_.clear();
+  receivingTask_.abandon();
   cancelProcessing();
   textRest_.stop();
   textTask_.abandon();

@@ -6,9 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <unordered_map>
-#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include <QList>
@@ -27,6 +25,7 @@
 #include "app/FileJobListModel.h"
 #include "app/ManifestJobListModel.h"
 #include "app/ManifestVerdict.h"
+#include "app/PreparedFiles.h"
 #include "app/VerificationResult.h"
 #include "app/WeakAppViewModelReference.h"
 #include "core/FileComparison.h"
@@ -154,6 +153,8 @@ class AppViewModel : public QObject {
   Q_INVOKABLE void addFiles(const QList<QUrl>& urls);
   /// `addFiles`, and a run when the queue grew.
   Q_INVOKABLE void addDroppedFiles(const QList<QUrl>& urls);
+  /// The same a moment later, without stopping the event loop for however many there are.
+  Q_INVOKABLE void receiveDroppedFiles(const QList<QUrl>& urls) { receiveFiles(urls, true); }
   Q_INVOKABLE void chooseFiles();
   Q_INVOKABLE void startProcessing();
   Q_INVOKABLE void cancelProcessing();
@@ -321,8 +322,9 @@ class AppViewModel : public QObject {
   struct ManifestRun;
   struct PreparedManifestLoad;
 
-  [[nodiscard]] const FileJob* job(const Uuid& id) const;
-  void rebuildJobIndex();
+  void addPreparedFiles(PreparedFiles files, bool isDrop);
+  void receiveFiles(const QList<QUrl>& urls, bool isDrop);
+  void receiveNext();
   void discardResults();
   void applyReports(FileRun& run);
   void setUnseenOutcome(AppMode::Case mode, Outcome outcome);
@@ -394,10 +396,10 @@ class AppViewModel : public QObject {
 
   ResultByJobID resultByJobID_;
   FileJobListModel jobs_{resultByJobID_};
-  std::unordered_map<Uuid, std::size_t> jobIndexByID_;
-  std::unordered_set<std::string_view> jobURLSet_;  // Views of the paths that the jobs share.
+  QList<std::pair<QList<QUrl>, bool>> received_;  // Not prepared yet; whether they were dropped.
 
   std::shared_ptr<WeakAppViewModelReference> self_ = std::make_shared<WeakAppViewModelReference>(*this);
+  BackgroundTask receivingTask_{self_};
   BackgroundTask processingTask_{self_};
   BackgroundTask textTask_{self_};
   BackgroundTask verifyTask_{self_};

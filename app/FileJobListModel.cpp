@@ -71,17 +71,48 @@ Uuid FileJobListModel::idAt(int row) const {
   return row >= 0 && row < count() ? jobs_[static_cast<std::size_t>(row)].id : Uuid();
 }
 
-void FileJobListModel::append(std::vector<FileJob> jobs) {
-  if (jobs.empty()) return;
-  beginInsertRows({}, count(), count() + static_cast<int>(jobs.size()) - 1);
-  jobs_.insert(jobs_.end(), std::make_move_iterator(jobs.begin()), std::make_move_iterator(jobs.end()));
+std::optional<std::size_t> FileJobListModel::rowOf(const Uuid& id) const {
+  return jobIndexByID_.find(std::hash<Uuid>()(id), [&](std::size_t row) { return jobs_[row].id == id; });
+}
+
+const FileJob* FileJobListModel::job(const Uuid& id) const {
+  const auto row = rowOf(id);
+  return row ? &jobs_[*row] : nullptr;
+}
+
+bool FileJobListModel::add(PreparedFiles files, std::size_t limit) {
+  const std::size_t queued = jobs_.size();
+  if (queued >= limit) return false;
+  std::vector<FileJob> added;
+  added.reserve(std::min(limit - queued, files.size()));
+  jobIndexByID_.reserve(queued + added.capacity());
+  jobURLSet_.reserve(queued + added.capacity());
+  bool isEveryFileExamined = true;
+  for (PreparedFile& file : files) {
+    isEveryFileExamined = queued + added.size() < limit;
+    if (!isEveryFileExamined) break;
+    const std::string& path = file.url->native();
+    const auto isSame = [&](std::size_t row) {
+      return (row < queued ? jobs_[row] : added[row - queued]).url->native() == path;
+    };
+    if (jobURLSet_.find(file.hash, isSame)) continue;
+    jobURLSet_.append(file.hash);
+    jobIndexByID_.append(std::hash<Uuid>()(file.id));
+    added.push_back({file.id, std::move(file.url), FileJob::Queued{}});
+  }
+  if (added.empty()) return isEveryFileExamined;
+  beginInsertRows({}, count(), count() + static_cast<int>(added.size()) - 1);
+  jobs_.insert(jobs_.end(), std::make_move_iterator(added.begin()), std::make_move_iterator(added.end()));
   endInsertRows();
   emit countChanged();
+  return isEveryFileExamined;
 }
 
 void FileJobListModel::remove(std::size_t row) {
   beginRemoveRows({}, static_cast<int>(row), static_cast<int>(row));
   jobs_.erase(jobs_.begin() + static_cast<std::ptrdiff_t>(row));
+  jobIndexByID_.remove(row);
+  jobURLSet_.remove(row);
   endRemoveRows();
   emit countChanged();
 }
@@ -91,6 +122,8 @@ std::vector<FileJob> FileJobListModel::takeAll() {
   beginResetModel();
   std::vector<FileJob> all;
   all.swap(jobs_);
+  jobIndexByID_ = {};
+  jobURLSet_ = {};
   endResetModel();
   emit countChanged();
   return all;

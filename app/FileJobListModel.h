@@ -2,12 +2,15 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
 #include <QAbstractListModel>
 
 #include "app/FileJob.h"
+#include "app/PreparedFiles.h"
+#include "app/RowTable.h"
 #include "core/HashService.h"
 
 namespace tallyfold {
@@ -60,8 +63,13 @@ class FileJobListModel : public QAbstractListModel {
   /// The id of a row's job; the id of no job when there is no such row.
   Q_INVOKABLE [[nodiscard]] tallyfold::Uuid idAt(int row) const;
 
-  /// Adds all of `jobs` in one change.
-  void append(std::vector<FileJob> jobs);
+  [[nodiscard]] std::optional<std::size_t> rowOf(const Uuid& id) const;
+  /// Null when the id is unknown.
+  [[nodiscard]] const FileJob* job(const Uuid& id) const;
+
+  /// Adds those of `files` that are not in the list yet, in one change, until there are `limit` rows. False when it was
+  /// full before, or before all of `files` were looked at.
+  bool add(PreparedFiles files, std::size_t limit);
   void remove(std::size_t row);
   /// Empties the list and returns what was in it.
   std::vector<FileJob> takeAll();
@@ -76,6 +84,8 @@ class FileJobListModel : public QAbstractListModel {
 
   const ResultByJobID& results_;
   std::vector<FileJob> jobs_;
+  RowTable jobIndexByID_;
+  RowTable jobURLSet_;
   int openBatches_ = 0;
   std::size_t firstChanged_ = 0;
   std::size_t endChanged_ = 0;  // Nothing changed while it is 0.

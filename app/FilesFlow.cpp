@@ -64,46 +64,44 @@ struct AppViewModel::FileRun {
   }
 };
 
-void AppViewModel::addFiles(const QList<QUrl>& urls) {
-  if (isProcessing_ || isExporting_) return;
-  const std::size_t queued = jobs_.jobs().size();
-  if (queued >= queueLimit) return showQueueLimit();
+void AppViewModel::addFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFiles(urls), false); }
 
-  const std::size_t room = queueLimit - queued;
-  std::vector<FileJob> added;
-  added.reserve(std::min(room, static_cast<std::size_t>(urls.size())));
-  bool isEveryUrlExamined = true;
-  for (const QUrl& url : urls) {
-    auto location = fileLocation(url);
-    if (!location || isDirectoryPath(*location)) continue;
-    if (added.size() == room) {
-      isEveryUrlExamined = false;
-      break;
-    }
-    auto path = std::make_shared<const std::filesystem::path>(*std::move(location));
-    if (!jobURLSet_.insert(path->native()).second) continue;
-    const Uuid id = Uuid::random();
-    jobIndexByID_.emplace(id, queued + added.size());
-    added.push_back({id, std::move(path), FileJob::Queued{}});
-  }
-  jobs_.append(std::move(added));
-  if (!isEveryUrlExamined) showQueueLimit();
+void AppViewModel::addDroppedFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFiles(urls), true); }
+
+void AppViewModel::addPreparedFiles(PreparedFiles files, bool isDrop) {
+  if (isProcessing_ || isExporting_) return;
+  const int before = jobs_.count();
+  const bool hasRoomForAll = jobs_.add(std::move(files), queueLimit);
+  // The start forgets the errors of the last run, and must not forget that some of this drop had no room.
+  if (isDrop && jobs_.count() > before) startProcessing();
+  if (!hasRoomForAll) showQueueLimit();
 }
 
-void AppViewModel::addDroppedFiles(const QList<QUrl>& urls) {
-  const int before = jobs_.count();
-  addFiles(urls);
-  const QString limit = errorMessage_;
-  if (jobs_.count() == before) return;
-  startProcessing();
-  // The start forgets the errors of the last run, and must not forget that some of this drop had no room.
-  setErrorMessage(limit);
+void AppViewModel::receiveFiles(const QList<QUrl>& urls, bool isDrop) {
+  if (isProcessing_ || isExporting_) return;
+  received_.append({urls, isDrop});
+  if (!receivingTask_.isRunning()) receiveNext();
+}
+
+void AppViewModel::receiveNext() {
+  if (received_.isEmpty()) return;
+  receivingTask_.start(
+      BackgroundTask::Priority::userInitiated,
+      [next = received_.takeFirst()](const BackgroundTask::Context& context) {
+        auto files = std::make_shared<PreparedFiles>(prepareFiles(next.first, context.cancellation()));
+        context.post(
+            [files, isDrop = next.second](AppViewModel& model) { model.addPreparedFiles(std::move(*files), isDrop); });
+      },
+      [](AppViewModel& model, const std::exception_ptr& failure) {
+        if (failure) model.setErrorMessage(QString::fromStdString(errorDescription(failure)));
+        model.receiveNext();
+      });
 }
 
 void AppViewModel::chooseFiles() {
   if (!queueRefusal().isEmpty()) return;
   desktop_.chooseFiles([this, alive = QPointer(this)](const QList<QUrl>& urls) {
-    if (alive) addFiles(urls);
+    if (alive) receiveFiles(urls, false);
   });
 }
 
@@ -149,7 +147,7 @@ void AppViewModel::applyReports(FileRun& run) {
   for (FileRun::Report& report : reports) {
     const Uuid& id = run.items[report.index].id;
     if (const auto* hashing = std::get_if<FileJob::Hashing>(&report.news)) {
-      const FileJob* current = job(id);
+      const FileJob* current = jobs_.job(id);
       if (current != nullptr && std::holds_alternative<FileJob::Queued>(current->state))
         updateJob(id, FileJob::Hashing{0});
       updateJobProgress(id, hashing->progress);
@@ -180,27 +178,19 @@ void AppViewModel::cancelProcessing() {
 
 void AppViewModel::removeJob(const Uuid& id) {
   if (!queueRefusal().isEmpty()) return;
-  const auto found = jobIndexByID_.find(id);
-  if (found == jobIndexByID_.end()) return;
-  const std::size_t row = found->second;
-  jobURLSet_.erase(jobs_.jobs()[row].url->native());
-  jobs_.remove(row);
-  rebuildJobIndex();
+  const auto row = jobs_.rowOf(id);
+  if (!row) return;
+  jobs_.remove(*row);
   if (resultByJobID_.erase(id) > 0) {
     std::erase_if(results_, [&](const auto& result) { return result->id == id; });
     emit resultsChanged();
   }
 }
 
-void AppViewModel::rebuildJobIndex() {
-  jobIndexByID_.clear();
-  for (std::size_t row = 0; row < jobs_.jobs().size(); ++row) jobIndexByID_.emplace(jobs_.jobs()[row].id, row);
-}
-
 void AppViewModel::clearFiles() {
   if (isExporting_) return;
   cancelProcessing();
-  BackgroundTask::dispose(std::exchange(jobIndexByID_, {}), std::exchange(jobURLSet_, {}), jobs_.takeAll());
+  BackgroundTask::dispose(jobs_.takeAll());
   discardResults();
   setProgress(0, 0);
 }
@@ -215,18 +205,12 @@ std::shared_ptr<const FileHashResult> AppViewModel::result(const Uuid& id) const
   return found == resultByJobID_.end() ? nullptr : found->second;
 }
 
-const FileJob* AppViewModel::job(const Uuid& id) const {
-  const auto found = jobIndexByID_.find(id);
-  return found == jobIndexByID_.end() ? nullptr : &jobs_.jobs()[found->second];
-}
-
 void AppViewModel::updateJob(const Uuid& id, FileJob::State state) {
-  const auto found = jobIndexByID_.find(id);
-  if (found != jobIndexByID_.end()) jobs_.setState(found->second, std::move(state));
+  if (const auto row = jobs_.rowOf(id)) jobs_.setState(*row, std::move(state));
 }
 
 void AppViewModel::updateJobProgress(const Uuid& id, double progress) {
-  const FileJob* current = job(id);
+  const FileJob* current = jobs_.job(id);
   if (current == nullptr) return;
   const auto* hashing = std::get_if<FileJob::Hashing>(&current->state);
   if (hashing == nullptr) return;
@@ -252,11 +236,11 @@ void AppViewModel::copyHash(const Uuid& id, const QString& algorithm) {
 }
 
 void AppViewModel::copyPath(const Uuid& id) {
-  if (const FileJob* known = job(id)) desktop_.setPasteboard(QByteArray::fromStdString(known->url->native()));
+  if (const FileJob* known = jobs_.job(id)) desktop_.setPasteboard(QByteArray::fromStdString(known->url->native()));
 }
 
 void AppViewModel::reveal(const Uuid& id) {
-  if (const FileJob* known = job(id)) desktop_.revealInFileBrowser(*known->url);
+  if (const FileJob* known = jobs_.job(id)) desktop_.revealInFileBrowser(*known->url);
 }
 
 QString AppViewModel::startRefusal() const {

@@ -220,7 +220,7 @@ FocusScope {
         anchors.fill: parent
         enabled: root.viewModel.queueRefusal === ""
         z: -1
-        onFilesDropped: files => root.viewModel.addDroppedFiles(files)
+        onFilesDropped: files => root.viewModel.receiveDroppedFiles(files)
     }
 
     Shortcut {

@@ -81,8 +81,24 @@ TEST_F(AddFiles, QueueIsLimitedAndLosesNothingAtItsLimit) {
 }
 
 TEST_F(AddFiles, DropThatFillsTheQueueStartsAndSaysThatNotAllHadRoom) {
-  model_->addFiles(vanishedFiles(99'999));
-  model_->addDroppedFiles({urlOf("/elsewhere/a"), urlOf("/elsewhere/b")});
+  model_->addFiles(vanishedFiles(99'998));
+  // Without a selection there is nothing to start. The second drop comes while the first is prepared.
+  model_->setSelectedAlgorithms({});
+  model_->receiveDroppedFiles({urlOf("/elsewhere/a")});
+  model_->receiveDroppedFiles({urlOf("/elsewhere/b")});
+  ASSERT_TRUE(reached([&] { return model_->jobs()->count() == 100'000; }));
+  EXPECT_FALSE(model_->isProcessing());
+  model_->removeJob(idAt(0));
+  model_->choosePreset(AppViewModel::Recommended);
+  model_->setErrorMessage(QStringLiteral("An older one."));
+  model_->receiveDroppedFiles({urlOf("/elsewhere/c")});
+  ASSERT_TRUE(reached([&] { return model_->isProcessing(); }));
+  EXPECT_EQ(model_->errorMessage(), QString());
+  model_->cancelProcessing();
+  ASSERT_TRUE(runEnds());
+
+  model_->removeJob(idAt(0));
+  model_->addDroppedFiles({urlOf("/elsewhere/d"), urlOf("/elsewhere/e")});
   EXPECT_TRUE(model_->isProcessing());
   EXPECT_EQ(model_->errorMessage(), QStringLiteral("The file queue is limited to 100,000 items."));
   model_->cancelProcessing();
@@ -95,6 +111,7 @@ TEST_F(AddFiles, ChosenFilesAreQueuedUnlessARunHasBegun) {
   ASSERT_TRUE(desktop_.openPanel);
   EXPECT_THAT(paths(), IsEmpty());
   desktop_.confirmOpenPanel({urlOf(file)});
+  ASSERT_TRUE(reached([&] { return model_->jobs()->count() == 1; }));
   EXPECT_THAT(paths(), ElementsAre(file));
   EXPECT_FALSE(model_->isProcessing());
 
