@@ -48,6 +48,7 @@ class AppViewModel : public QObject {
   Q_PROPERTY(QStringList selectedAlgorithms READ selectedAlgorithmNames NOTIFY selectedAlgorithmsChanged)
   Q_PROPERTY(tallyfold::FileJobListModel* jobs READ jobs CONSTANT)
   Q_PROPERTY(int processedCount READ processedCount NOTIFY overallProgressChanged)
+  Q_PROPERTY(int runFileCount READ runFileCount NOTIFY overallProgressChanged)
   Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY isProcessingChanged)
   Q_PROPERTY(double overallProgress READ overallProgress NOTIFY overallProgressChanged)
   Q_PROPERTY(QString errorMessage READ errorMessage WRITE setErrorMessage NOTIFY errorMessageChanged)
@@ -134,6 +135,8 @@ class AppViewModel : public QObject {
   [[nodiscard]] double overallProgress() const { return overallProgress_; }
   /// The files that are finished in the current run.
   [[nodiscard]] int processedCount() const { return processedCount_; }
+  /// The files of the current or last run, whatever was added or removed since; 0 when there was none.
+  [[nodiscard]] int runFileCount() const { return runFileCount_; }
   /// Empty when there is none.
   [[nodiscard]] QString errorMessage() const { return errorMessage_; }
   void setErrorMessage(const QString& message);
@@ -356,6 +359,7 @@ class AppViewModel : public QObject {
   bool isProcessing_ = false;
   double overallProgress_ = 0;
   int processedCount_ = 0;
+  int runFileCount_ = 0;
   QString errorMessage_;
   std::array<Outcome, AppMode::allCases().size()> unseenOutcomes_{};
   bool isExporting_ = false;

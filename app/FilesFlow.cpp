@@ -269,6 +269,7 @@ void AppViewModel::setProcessing(bool isProcessing) {
 
 void AppViewModel::setProgress(std::size_t processed, std::size_t total) {
   processedCount_ = static_cast<int>(processed);
+  runFileCount_ = static_cast<int>(total);
   overallProgress_ = total == 0 ? 0 : static_cast<double>(processed) / static_cast<double>(total);
   emit overallProgressChanged();
 }

@@ -87,7 +87,12 @@ Item {
     TFText {
         id: figure
 
-        text: qsTr("%1 of %2").arg(root.viewModel.processedCount.toLocaleString(Qt.locale(), "f", 0)).arg(root.viewModel.jobs.count.toLocaleString(Qt.locale(), "f", 0))
+        objectName: "runFigure"
+        // Before a run, what one would be about.
+        text: {
+            const total = root.viewModel.runFileCount > 0 ? root.viewModel.runFileCount : root.viewModel.jobs.count;
+            return qsTr("%1 of %2").arg(root.viewModel.processedCount.toLocaleString(Qt.locale(), "f", 0)).arg(total.toLocaleString(Qt.locale(), "f", 0));
+        }
         color: TallyTheme.secondary
         font.pixelSize: TallyTheme.captionSize
 

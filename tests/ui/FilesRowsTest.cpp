@@ -47,6 +47,21 @@ TEST_F(FilesRowsTest, EveryStateIsToldByWordsAndColour) {
   EXPECT_EQ(model.errorMessage(), "") << "The failure of a file is told in its row";
 }
 
+TEST_F(FilesRowsTest, FigureOfARunIsOfItsOwnFiles) {
+  const auto figure = [&] { return driver.item("runFigure")->property("text").toString(); };
+  add({"a", "b", "c"}, "abc");
+  EXPECT_EQ(figure(), "0 of 3");
+  calculate();
+  model.removeJob(model.jobs()->idAt(0));
+  EXPECT_EQ(figure(), "3 of 3");
+  add({"d", "e"}, "abc");
+  EXPECT_EQ(figure(), "3 of 3");
+  calculate();
+  EXPECT_EQ(figure(), "4 of 4");
+  model.clearFiles();
+  EXPECT_EQ(figure(), "0 of 0");
+}
+
 TEST_F(FilesRowsTest, SizeDurationAndThroughputStandUnderTheName) {
   add({folder.file("4 MB", std::string(4'200'000, 'x'))});
   calculate();
