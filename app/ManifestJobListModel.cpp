@@ -34,6 +34,9 @@ int difference(const std::string& expected, const std::string& actual) {
   return static_cast<int>(parting.first - expected.begin());
 }
 
+// More runs of rows than that, and a view is sooner done with all rows anew.
+constexpr std::size_t mostRuns = 64;
+
 // Calls `change(first, last, position)` for every run of neighbours among `positions`, which ascend, from the last run
 // to the first: `first` and `last` are indices of `positions`. Neighbours are `step` apart.
 template <typename Change>
@@ -87,6 +90,17 @@ QHash<int, QByteArray> ManifestJobListModel::roleNames() const {
 const ManifestJob& ManifestJobListModel::jobAt(int row) const {
   const auto index = static_cast<std::size_t>(row);
   return filter_ == All ? jobs_[index] : jobs_[shown_[index]];
+}
+
+int ManifestJobListModel::jobOfRow(int row) const {
+  return filter_ == All || row < 0 || row >= count() ? row : static_cast<int>(shown_[static_cast<std::size_t>(row)]);
+}
+
+int ManifestJobListModel::rowOfJob(int job) const {
+  if (filter_ == All) return job;
+  const auto found =
+      std::ranges::lower_bound(shown_, job, {}, [](std::uint32_t each) { return static_cast<int>(each); });
+  return std::min(static_cast<int>(found - shown_.begin()), count() - 1);
 }
 
 bool ManifestJobListModel::isShown(const ManifestJob& job) const {
@@ -197,7 +211,7 @@ void ManifestJobListModel::announceChanges() {
   emit countsChanged();
 }
 
-// Rows come and go in few runs of neighbours, since entries are verified nearly in their order.
+// Rows come and go in few runs of neighbours, as long as entries are verified nearly in their order.
 void ManifestJobListModel::announceFiltered() {
   std::ranges::sort(changed_);
   changed_.erase(std::unique(changed_.begin(), changed_.end()), changed_.end());
@@ -218,6 +232,12 @@ void ManifestJobListModel::announceFiltered() {
     }
   }
 
+  std::size_t runs = 0;
+  const auto countRun = [&](std::size_t, std::size_t) { ++runs; };
+  forEachRunBackwards(gone, 1, countRun);
+  forEachRunBackwards(places, 0, countRun);
+  if (runs > mostRuns) return showAnew();
+
   forEachRunBackwards(gone, 1, [&](std::size_t begin, std::size_t stop) {
     const auto first = static_cast<std::ptrdiff_t>(gone[begin]);
     const auto last = static_cast<std::ptrdiff_t>(gone[stop - 1]);
@@ -225,9 +245,8 @@ void ManifestJobListModel::announceFiltered() {
     shown_.erase(shown_.begin() + first, shown_.begin() + last + 1);
     endRemoveRows();
   });
-  for (const std::size_t position : stayed) {
-    const QModelIndex row = index(static_cast<int>(position));
-    emit dataChanged(row, row);
+  if (!stayed.empty()) {
+    emit dataChanged(index(static_cast<int>(stayed.front())), index(static_cast<int>(stayed.back())));
   }
   forEachRunBackwards(places, 0, [&](std::size_t begin, std::size_t stop) {
     const auto place = static_cast<std::ptrdiff_t>(places[begin]);
@@ -238,6 +257,15 @@ void ManifestJobListModel::announceFiltered() {
     endInsertRows();
   });
   if (!gone.empty() || !places.empty()) emit countChanged();
+}
+
+void ManifestJobListModel::showAnew() {
+  emit aboutToShowAnew();
+  beginResetModel();
+  findShown();
+  endResetModel();
+  emit countChanged();
+  emit shownAnew();
 }
 
 }  // namespace tallyfold

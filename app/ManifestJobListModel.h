@@ -73,6 +73,10 @@ class ManifestJobListModel : public QAbstractListModel {
   void setFilter(Filter filter);
   [[nodiscard]] QList<int> counts() const;
 
+  /// The index in `jobs()` of a row that is shown, and the row that shows a job, or else the next one.
+  Q_INVOKABLE [[nodiscard]] int jobOfRow(int row) const;
+  Q_INVOKABLE [[nodiscard]] int rowOfJob(int job) const;
+
   /// A shown row as one line of text: line number, algorithm, path, status and, of a mismatch, the expected digest,
   /// with tabs between them. Empty when there is no such row.
   [[nodiscard]] QByteArray text(int row) const;
@@ -89,6 +93,9 @@ class ManifestJobListModel : public QAbstractListModel {
   void countChanged();
   void countsChanged();
   void filterChanged();
+  /// Before and after the model is reset although the list and the filter are the same: a view keeps its place.
+  void aboutToShowAnew();
+  void shownAnew();
 
  private:
   [[nodiscard]] const ManifestJob& jobAt(int row) const;
@@ -96,6 +103,7 @@ class ManifestJobListModel : public QAbstractListModel {
   void findShown();
   void announceChanges();
   void announceFiltered();
+  void showAnew();
 
   std::vector<ManifestJob> jobs_;
   std::array<int, 5> totals_{};  // Of each state.

@@ -258,6 +258,20 @@ FocusScope {
 
             T.ScrollBar.vertical: TFScrollBar {
             }
+
+            Connections {
+                property int selectedJob: 0
+
+                function onAboutToShowAnew() {
+                    selectedJob = root.jobs.jobOfRow(rows.currentIndex);
+                }
+
+                function onShownAnew() {
+                    rows.currentIndex = root.jobs.rowOfJob(selectedJob);
+                }
+
+                target: root.jobs
+            }
         }
 
         ListView {

@@ -63,7 +63,10 @@ TEST(ManifestJobListModelTest, EveryFilterFollowsEveryChange) {
   Model model;
   // It ends the program when the rows that come and go are not those that are announced.
   const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
-  model.replaceAll(jobsOf(std::vector<ManifestJob::State>(40, ManifestJob::Queued{})));
+  constexpr int count = 300;
+  model.replaceAll(jobsOf(std::vector<ManifestJob::State>(count, ManifestJob::Queued{})));
+  int resets = 0;
+  QObject::connect(&model, &Model::shownAnew, [&] { ++resets; });
   std::vector<int> mirror = shown(model);  // As a view keeps it, by what it is told.
   QObject::connect(&model, &Model::modelReset, [&] { mirror = shown(model); });
   QObject::connect(&model, &Model::rowsRemoved, [&](const QModelIndex&, int first, int last) {
@@ -78,11 +81,12 @@ TEST(ManifestJobListModelTest, EveryFilterFollowsEveryChange) {
     if (turn % 50 == 49) model.requeueAll();
     {
       const Model::Batch batch(model);
-      for (std::size_t n = random() % 12; n > 0; --n) model.setState(random() % 40, states[random() % states.size()]);
+      const std::size_t changes = turn % 20 == 0 ? count : random() % 12;
+      for (std::size_t n = 0; n < changes; ++n) model.setState(random() % count, states[random() % states.size()]);
     }
     std::vector<int> expected;
     std::array<int, 5> counts{};
-    for (int job = 0; job < 40; ++job) {
+    for (int job = 0; job < count; ++job) {
       const int state = static_cast<int>(model.jobs()[static_cast<std::size_t>(job)].state.index());
       for (std::size_t filter = 0; filter < passing.size(); ++filter) {
         if (!std::ranges::count(passing[filter], state)) continue;
@@ -94,6 +98,7 @@ TEST(ManifestJobListModelTest, EveryFilterFollowsEveryChange) {
     ASSERT_EQ(mirror, expected) << "turn " << turn << ", filter " << model.filter();
     ASSERT_EQ(model.counts(), QList<int>(counts.begin(), counts.end()));
   }
+  EXPECT_GT(resets, 0) << "Nothing changed so much at once that the rows were shown anew";
 }
 
 }  // namespace
