@@ -8,7 +8,6 @@
 #include "core/SHA224.h"
 #include "core/blake3/Blake3.h"
 #include "tests/core/CoreTest.h"
-#include "tests/support/Process.h"
 
 namespace tallyfold::test {
 
@@ -22,43 +21,8 @@ DigestMap digestsOf(HashAlgorithmSet algorithms, std::string_view text) {
   return pipeline.finalize();
 }
 
-// FIPS 180-4 (NIST, "Example Values"), RFC 1321, RFC 3874, the check value of CRC-32/ISO-HDLC, and the first 32 bytes
-// of "hash" in test_vectors.json of the BLAKE3 team's repository.
-TEST(Digests, PublishedVectors) {
-  const std::string million(1'000'000, 'a');
-  struct {
-    HashAlgorithm algorithm;
-    std::string input;
-    std::string digest;
-  } const vectors[]{
-      {md5, "", "d41d8cd98f00b204e9800998ecf8427e"},
-      {sha1, "", "da39a3ee5e6b4b0d3255bfef95601890afd80709"},
-      {sha224, "", "d14a028c2a3a2bc9476102bb288234c415a2b01f828ea62ac5b3e42f"},
-      {sha224, "abc", "23097d223405d8228642a477bda255b32aadbce4bda0b3f7e36c9da7"},
-      {sha224, "abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq",
-       "75388b16512776cc5dba5da1fd890150b0c6455cb4f58b1952522525"},
-      {sha224, million, "20794655980c91d8bbb4c1ea97618a4bf03f42581948b2ee4ee7ad67"},
-      {sha256, "", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
-      {sha384, "", "38b060a751ac96384cd9327eb1b1e36a21fdb71114be07434c0cc7bf63f6e1da274edebfe76f65fbd51ad2f14898b95b"},
-      {sha512, "",
-       "cf83e1357eefb8bdf1542850d66d8007d620e4050b5715dc83f4a921d36ce9ce"
-       "47d0d13c5d85f2b0ff8318d2877eec2f63b931bd47417a81a538327af927da3e"},
-      {crc32, "", "00000000"},
-      {crc32, "123456789", "cbf43926"},
-      {blake3, "", "af1349b9f5f9a1a6a0404dea36dcc9499bcb25c9adc112b7cc9a93cae41f3262"},
-      {blake3, period251(1), "2d3adedff11b61f14c886e35afa036736dcd87a74d27b5c1510225d0f592e213"},
-      {blake3, period251(1024), "42214739f095a406f3fc83deb889744ac00df831c10daa55189b5d121c855af7"},
-      {blake3, period251(1025), "d00278ae47eb27b34faecf67b4fe263f82d5412916c1ffd97c8cb7fb814b8444"},
-      {blake3, period251(2048), "e776b6028c7cd22a4d0ba182a8bf62205d2ef576467e838ed6f2529b85fba24a"},
-      {blake3, period251(102400), "bc3e3d41a1146b069abffad3c0d44860cf664390afce4d9661f7902e7943e085"},
-  };
-  for (const auto& [algorithm, input, digest] : vectors) {
-    EXPECT_EQ(digestsOf({algorithm}, input).find(algorithm), digest) << algorithm.rawValue() << ", " << input.size();
-  }
-  EXPECT_EQ(HashPipeline(HashAlgorithmSet::all()).finalize(), digestsOf(HashAlgorithmSet::all(), "")) << "never fed";
-}
-
 TEST(Digests, EverySelectionGivesExactlyItsDigests) {
+  EXPECT_EQ(HashPipeline(HashAlgorithmSet::all()).finalize(), digestsOf(HashAlgorithmSet::all(), "")) << "never fed";
   const DigestMap complete = digestsOf(HashAlgorithmSet::all(), "123456789");
   for (unsigned bits = 1; bits < 256; ++bits) {
     HashAlgorithmSet selection;

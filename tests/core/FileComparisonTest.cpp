@@ -53,7 +53,7 @@ TEST_F(CompareFiles, WhatNeedsNoReadingIsNotRead) {
 
 TEST_F(CompareFiles, FirstDifferenceIsFoundWhereverItIs) {
   constexpr std::size_t chunk = HashService::chunkSize;
-  const std::string content = period251(chunk + 200'000);
+  const std::string content = period251(chunk + 200'001);
   const fs::path a = folder.file("a", content);
   const fs::path b = folder.file("b", content);
   EXPECT_EQ(outcomeOfComparison(a, b), "identical");
@@ -132,23 +132,6 @@ TEST_F(CompareFiles, CancellationComesFirstAndIsSeenWithinAChunk) {
     EXPECT_EQ(outcomeOfComparison(a, b, source.get_token(), note), "cancelled");
     EXPECT_EQ(reports.size(), reads == 0 ? 1U : 0U);
     EXPECT_EQ(system.stillOpen, 0);
-  }
-}
-
-TEST(FirstDifference, IsFoundInRangesOfAnyLength) {
-  const auto difference = [](std::string_view a, std::string_view b) {
-    return HashService::firstDifference(std::as_bytes(std::span(a)), std::as_bytes(std::span(b)));
-  };
-  for (const std::size_t size : {0U, 1U, 2U, 63U, 64U, 65U, 130U, 4095U, 4096U, 4097U, 8300U}) {
-    const std::string a = period251(size);
-    EXPECT_EQ(difference(a, a), std::nullopt) << size;
-    EXPECT_EQ(difference(a, a + "x"), std::nullopt) << size;
-    std::string b = a + "x";
-    for (std::size_t i = size; i-- > 0;) {
-      b[i] = static_cast<char>(b[i] ^ 1);
-      ASSERT_EQ(difference(a, b), i) << size;
-      ASSERT_EQ(difference(b, a), i) << size;
-    }
   }
 }
 

@@ -6,7 +6,6 @@
 
 #include "core/Processor.h"
 #include "tests/core/CoreTest.h"
-#include "tests/core/Oracles.h"
 
 namespace tallyfold::test {
 
@@ -169,24 +168,6 @@ TEST_F(HashFile, ManyThreadsAtOnceDoNotDisturbEachOther) {
   // Only now, so that the threads and not this one were the first to ask for each algorithm.
   for (const fs::path& file : files) alone.push_back(digestsOf(file));
   for (const std::vector<DigestMap>& digests : together) EXPECT_EQ(digests, alone);
-}
-
-TEST_F(HashFile, ExactChunkIsFilledByShortReads) {
-  const std::string content = period251(10'000);
-  const fs::path file = folder.file("file", content);
-  WatchedSystemCalls system;
-  system.longestRead = 999;
-  FileHandle handle = HashService::openRegularFileForReading(file, {}).first;
-  std::string bytes(6000, '\0');
-  const auto space = std::as_writable_bytes(std::span(bytes));
-  for (const std::size_t expected : {6000U, 4000U, 0U}) {
-    EXPECT_EQ(HashService::readExactChunk(handle, space, {}), expected);
-    EXPECT_EQ(bytes.substr(0, expected), content.substr(expected == 6000 ? 0 : 6000, expected));
-  }
-  std::stop_source source;
-  source.request_stop();
-  FileHandle again = HashService::openRegularFileForReading(file, {}).first;
-  EXPECT_THROW(HashService::readExactChunk(again, space, source.get_token()), CancellationError) << "between reads";
 }
 
 TEST_F(HashFile, OpenThatGivesNoReasonIsAnInvalidArgument) {

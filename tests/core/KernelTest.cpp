@@ -16,7 +16,6 @@
 #include "core/crc32/Kernels.h"
 #include "core/sha224/Kernels.h"
 #include "tests/core/CoreTest.h"
-#include "tests/core/Oracles.h"
 
 namespace tallyfold::test {
 

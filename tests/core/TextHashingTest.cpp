@@ -6,7 +6,6 @@
 
 #include "core/TextHashing.h"
 #include "tests/core/CoreTest.h"
-#include "tests/core/Oracles.h"
 
 namespace tallyfold::test {
 

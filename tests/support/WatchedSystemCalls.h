@@ -4,7 +4,9 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <fcntl.h>
 #include <functional>
+#include <gtest/gtest.h>
 #include <limits>
 #include <string_view>
 #include <sys/stat.h>
@@ -44,7 +46,7 @@ class WatchedSystemCalls : public SystemCalls {
   int stillOpen = 0;
 
   int open(const char* path, int flags, mode_t mode) override {
-    return isRefused("open") ? -1 : counted(SystemCalls::open(path, flags, mode));
+    return isRefused("open") ? -1 : counted(SystemCalls::open(path, flags, mode), flags);
   }
 
   int close(int descriptor) override {
@@ -98,11 +100,11 @@ class WatchedSystemCalls : public SystemCalls {
   int rmdir(const char* path) override { return isRefused("rmdir") ? -1 : SystemCalls::rmdir(path); }
 
   int openat(int folder, const char* path, int flags) override {
-    return isRefused("openat") ? -1 : counted(SystemCalls::openat(folder, path, flags));
+    return isRefused("openat") ? -1 : counted(SystemCalls::openat(folder, path, flags), flags);
   }
 
   int openat2(int folder, const char* path, int flags, std::uint64_t resolve) override {
-    return isRefused("openat2") ? -1 : counted(SystemCalls::openat2(folder, path, flags, resolve));
+    return isRefused("openat2") ? -1 : counted(SystemCalls::openat2(folder, path, flags, resolve), flags);
   }
 
  protected:
@@ -115,7 +117,8 @@ class WatchedSystemCalls : public SystemCalls {
   }
 
  private:
-  int counted(int descriptor) {
+  int counted(int descriptor, int flags) {
+    EXPECT_NE(flags & O_CLOEXEC, 0) << "A program that is started now has the file open too";
     if (descriptor >= 0) ++stillOpen;
     return descriptor;
   }
