@@ -1,5 +1,3 @@
-#include <QAbstractItemModelTester>
-
 #include "tests/app/ModelTest.h"
 
 namespace tallyfold::test {
@@ -120,25 +118,6 @@ TEST_F(AddFiles, ChosenFilesAreQueuedUnlessARunHasBegun) {
   model_->startProcessing();
   desktop_.confirmOpenPanel({urlOf("/late")});
   EXPECT_THAT(paths(), ElementsAre(file));
-}
-
-TEST_F(AddFiles, ListKeepsTheContractOfAListModel) {
-  // It ends the program at the first breach.
-  const QAbstractItemModelTester tester(model_->jobs(), QAbstractItemModelTester::FailureReportingMode::Fatal);
-  model_->addFiles(vanishedFiles(3));
-  add({folder_.file("a", "abc"), folder_.file("b", "abc")});
-  run();
-  model_->removeJob(idAt(4));
-  model_->removeJob(idAt(0));
-  model_->removeJob(idAt(1));
-  EXPECT_EQ(model_->jobs()->count(), 2);
-  run();
-  model_->startProcessing();
-  model_->clearFiles();
-  EXPECT_EQ(model_->jobs()->count(), 0);
-  ASSERT_TRUE(runEnds());
-  model_->addFiles(vanishedFiles(1));
-  EXPECT_EQ(model_->jobs()->count(), 1);
 }
 
 }  // namespace
