@@ -5,7 +5,6 @@
 #include <QAccessible>
 #include <QFileDialog>
 
-#include "tests/support/Process.h"
 #include "tests/ui/WindowFixture.h"
 
 namespace tallyfold::test {
@@ -13,8 +12,6 @@ namespace tallyfold::test {
 namespace {
 
 constexpr std::string_view abc = "abc";
-const std::string sha256OfAbc = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
-const std::string sha1OfAbc = "a9993e364706816aba3e25717850c26c9cd0d89d";
 
 class FilesKeyboardTest : public WindowFixture {
  protected:
@@ -88,38 +85,6 @@ TEST_F(FilesKeyboardTest, TabWalksThroughEveryControlInReadingOrderAndShowsWhere
   tab({"Tab"});
   driver.press({"Down"});
   waitFor("the next row", [&] { return focusedName() == "b"; });
-}
-
-TEST_F(FilesKeyboardTest, FilesAreAddedCalculatedCopiedAndExported) {
-  const auto first = folder.file("first.txt", abc);
-  const auto second = folder.file("second, \"quoted\".txt", "");
-  driver.press({"Control_L", "o"});
-  driver.answerPanel("openPanel", "\"" + first.string() + "\"");
-  waitFor("the file", [&] { return model.jobs()->count() == 1; });
-  EXPECT_FALSE(model.isProcessing()) << "Choosing files starts no run";
-  add({second});
-  calculate();
-
-  driver.press({"Control_L", "c"});
-  waitFor("the checksums", [&] {
-    return driver.clipboard() ==
-           "SHA-256: " + sha256OfAbc + "\nBLAKE3: " + outputOf({"b3sum", "--no-names", first.string()}).substr(0, 64);
-  });
-
-  int downs = 0;
-  for (const std::string name : {"r.txt", "r.csv", "r.json"}) {
-    ++downs;
-    driver.press({"Control_L", "e"});
-    driver.usableItem("exportText");
-    for (int i = 0; i < downs; ++i) driver.press({"Down"});
-    driver.press({"Return"});
-    driver.answerPanel("savePanel", folder.path() / name);
-    waitFor(name, [&] { return std::filesystem::exists(folder.path() / name) && !model.isExporting(); });
-  }
-  EXPECT_THAT(contentOf(folder.path() / "r.txt"), testing::StartsWith("SHA-256  " + sha256OfAbc));
-  EXPECT_THAT(contentOf(folder.path() / "r.csv"), testing::HasSubstr("second, \"\"quoted\"\".txt\",\"SHA-256\""));
-  EXPECT_THAT(contentOf(folder.path() / "r.json"), testing::HasSubstr("\"sizeBytes\" : 3"));
-  EXPECT_EQ(model.errorMessage(), "");
 }
 
 TEST_F(FilesKeyboardTest, AChoiceInThePanelIsNotTakenBeforeItIsConfirmed) {
@@ -243,15 +208,7 @@ TEST_F(FilesKeyboardTest, TheMenuKeyOpensTheMenuOfTheSelectedRow) {
   waitFor("the path", [&] { return driver.clipboard() == (folder.path() / "second").string(); });
 }
 
-TEST_F(FilesKeyboardTest, ModesAndSettingsHaveKeys) {
-  for (const AppMode::Case mode :
-       {AppMode::Text, AppMode::Verify, AppMode::Manifest, AppMode::Compare, AppMode::Files}) {
-    const std::string key = std::to_string(mode + 1);
-    driver.press({"Control_L", key.c_str()});
-    waitFor("mode " + key, [&] { return model.mode() == mode; });
-    EXPECT_EQ(driver.findItem("calculate") != nullptr, mode == AppMode::Files);
-  }
-
+TEST_F(FilesKeyboardTest, SettingsHaveKeys) {
   driver.press({"Control_L", "comma"});
   QWindow* about = driver.usableItem("aboutTitle")->window();
   driver.focus(*about);

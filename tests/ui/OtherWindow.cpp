@@ -6,7 +6,6 @@
 
 // Last: it defines macros with everyday names.
 #include <X11/Xlib.h>
-#include <X11/Xutil.h>
 
 namespace tallyfold::test {
 
@@ -50,19 +49,6 @@ OtherWindow::OtherWindow(const std::string& title) : connection_(new Connection)
 OtherWindow::~OtherWindow() {
   XCloseDisplay(connection_->display);
   delete connection_;
-}
-
-QRect OtherWindow::geometry() const {
-  XWindowAttributes attributes;
-  if (XGetWindowAttributes(connection_->display, connection_->window, &attributes) == 0) return {};
-  return {attributes.x, attributes.y, attributes.width, attributes.height};
-}
-
-QSize OtherWindow::minimumSize() const {
-  XSizeHints hints;
-  long supplied = 0;
-  if (XGetWMNormalHints(connection_->display, connection_->window, &hints, &supplied) == 0) return {};
-  return (hints.flags & PMinSize) != 0 ? QSize(hints.min_width, hints.min_height) : QSize();
 }
 
 bool OtherWindow::isVisible() const { return connection_->isViewable(connection_->window); }

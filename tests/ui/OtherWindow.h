@@ -2,8 +2,6 @@
 
 #include <string>
 
-#include <QRect>
-
 namespace tallyfold::test {
 
 /// A window of another program, as a window manager knows it.
@@ -15,10 +13,6 @@ class OtherWindow {
   OtherWindow(const OtherWindow&) = delete;
   OtherWindow& operator=(const OtherWindow&) = delete;
 
-  /// On the screen, in pixels.
-  [[nodiscard]] QRect geometry() const;
-  /// The least size that the program asks for.
-  [[nodiscard]] QSize minimumSize() const;
   [[nodiscard]] bool isVisible() const;
 
   /// Gives it the keyboard, and waits until it has it.

@@ -83,17 +83,6 @@ class ProgramTest : public testing::Test {
   TemporaryFolder folder;
 };
 
-TEST_F(ProgramTest, StartsInTheMiddleOfTheScreenAndEndsWithItsWindow) {
-  start();
-  const OtherWindow window("Tally Fold");
-  EXPECT_EQ(window.geometry().size(), QSize(1000, 680));
-  EXPECT_LE((window.geometry().center() - QRect(0, 0, 1920, 1200).center()).manhattanLength(), 2);
-  EXPECT_GE(window.minimumSize().width(), 165 + 720);
-  EXPECT_GE(window.minimumSize().height(), 520);
-  window.close();
-  expectExit();
-}
-
 TEST_F(ProgramTest, ClosingInMidRunEndsEveryWorkerWithinASecond) {
   const fs::path endless = folder.file("endless", "");
   fs::resize_file(endless, 256ULL << 30U);
