@@ -11,7 +11,6 @@
 
 #include "core/BLAKE3Stream.h"
 #include "core/FileComparison.h"
-#include "core/Processor.h"
 #include "core/blake3/Blake3.h"
 #include "tests/core/CoreTest.h"
 

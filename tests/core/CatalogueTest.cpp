@@ -1,6 +1,3 @@
-#include <new>
-#include <system_error>
-
 #include "core/HashAlgorithm.h"
 #include "core/HexText.h"
 #include "tests/core/CoreTest.h"

@@ -1,10 +1,5 @@
 // What each algorithm makes of its input. KernelTest has every length and every way of cutting it.
 
-#include <cstdint>
-#include <memory>
-
-#include "core/HashPipeline.h"
-#include "core/HexEncoder.h"
 #include "core/SHA224.h"
 #include "core/blake3/Blake3.h"
 #include "tests/core/CoreTest.h"

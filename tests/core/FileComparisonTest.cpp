@@ -1,7 +1,3 @@
-#include <cmath>
-#include <cstring>
-#include <fstream>
-
 #include "tests/core/CoreTest.h"
 
 namespace tallyfold::test {

@@ -1,9 +1,6 @@
 #include <chrono>
 #include <ctime>
-#include <fcntl.h>
 #include <limits>
-#include <system_error>
-#include <unistd.h>
 
 #include "core/FileHandle.h"
 #include "tests/core/CoreTest.h"

@@ -1,10 +1,5 @@
-#include <fcntl.h>
-#include <random>
-#include <sys/stat.h>
 #include <thread>
-#include <unistd.h>
 
-#include "core/Processor.h"
 #include "tests/core/CoreTest.h"
 
 namespace tallyfold::test {

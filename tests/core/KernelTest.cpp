@@ -1,16 +1,9 @@
 // Every kernel that this processor can run, next to the portable one and next to other programs.
 
 #include <cctype>
-#include <cstring>
-#include <fstream>
-#include <random>
 #include <set>
-#include <sstream>
 #include <sys/mman.h>
-#include <system_error>
 
-#include "core/HashPipeline.h"
-#include "core/Processor.h"
 #include "core/blake3/Constants.h"
 #include "core/blake3/Kernels.h"
 #include "core/crc32/Kernels.h"

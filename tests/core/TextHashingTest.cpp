@@ -1,6 +1,4 @@
 #include <csignal>
-#include <cstring>
-#include <random>
 #include <sys/mman.h>
 #include <unicode/unistr.h>
 
