@@ -1,6 +1,3 @@
-#include <cerrno>
-#include <cstring>
-
 #include "tests/app/ModelTest.h"
 
 namespace tallyfold::test {

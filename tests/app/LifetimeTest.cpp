@@ -1,14 +1,9 @@
-#include <algorithm>
-#include <fstream>
-#include <iostream>
 #include <malloc.h>
-#include <random>
 #include <unistd.h>
 
 #include <QCoreApplication>
 
 #include "tests/app/ModelTest.h"
-#include "tests/support/Seed.h"
 
 namespace tallyfold::test {
 

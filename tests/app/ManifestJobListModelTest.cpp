@@ -1,11 +1,6 @@
-#include <array>
-#include <random>
-
 #include <QAbstractItemModelTester>
-#include <QSignalSpy>
 
 #include "tests/app/ModelTest.h"
-#include "tests/support/Seed.h"
 
 namespace tallyfold::test {
 

@@ -1,11 +1,18 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
+#include <iostream>
 #include <memory>
 #include <mutex>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +24,7 @@
 
 #include "app/AppViewModel.h"
 #include "tests/app/FakeDesktop.h"
+#include "tests/support/Seed.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WatchedSystemCalls.h"
 

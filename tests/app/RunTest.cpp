@@ -1,7 +1,3 @@
-#include <algorithm>
-#include <cerrno>
-#include <fstream>
-
 #include "tests/app/ModelTest.h"
 
 namespace tallyfold::test {
@@ -13,15 +9,8 @@ using testing::ElementsAre;
 
 namespace fs = std::filesystem;
 
-// FIPS 180-4.
-constexpr std::string_view sha256OfAbc = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
 class Run : public ModelTest {
  protected:
-  [[nodiscard]] std::string digestAt(int row, HashAlgorithm algorithm = HashAlgorithm::sha256) {
-    const auto result = model_->result(idAt(row));
-    return result == nullptr ? "none" : std::string(result->hashes.find(algorithm).value_or("none"));
-  }
-
   /// A file of 20 MiB of zeros: its progress is reported at 40 % and at 80 %.
   fs::path largeFile() {
     fs::path path = folder_.file("large", "");
@@ -42,33 +31,6 @@ class Run : public ModelTest {
     ASSERT_TRUE(gate_.waitForArrival());
   }
 };
-
-TEST_F(Run, ResultsComeInQueueOrderAndBelongToTheirRows) {
-  const std::vector<fs::path> files = {folder_.file("c", "abc"), folder_.file("a", ""), folder_.file("b", "abc")};
-  add(files);
-  EXPECT_THAT(states(), Each("queued"));
-  EXPECT_EQ(model_->overallProgress(), 0);
-  std::vector<double> progress;
-  QObject::connect(model_.get(), &AppViewModel::overallProgressChanged, model_.get(),
-                   [&] { progress.push_back(model_->overallProgress()); });
-  run();
-  EXPECT_THAT(states(), Each("complete"));
-  ASSERT_EQ(resultPaths(), files);
-  for (int row = 0; row < 3; ++row) EXPECT_EQ(model_->results()[static_cast<std::size_t>(row)]->id, idAt(row));
-  EXPECT_EQ(digestAt(0), sha256OfAbc);
-  EXPECT_EQ(digestAt(1), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
-  EXPECT_EQ(digestAt(0, HashAlgorithm::md5), "none");
-  EXPECT_TRUE(std::ranges::is_sorted(progress));
-  EXPECT_EQ(progress.front(), 0);
-  EXPECT_EQ(progress.back(), 1);
-
-  EXPECT_EQ(model_->unseenOutcome(AppMode::Files), AppViewModel::NoOutcome);
-  model_->setMode(AppMode::Verify);
-  run();
-  EXPECT_EQ(model_->unseenOutcome(AppMode::Files), AppViewModel::AllWell);
-  model_->setMode(AppMode::Files);
-  EXPECT_EQ(model_->unseenOutcome(AppMode::Files), AppViewModel::NoOutcome);
-}
 
 TEST_F(Run, FailureMarksOnlyItsOwnRow) {
   const fs::path good = folder_.file("good", "abc");
