@@ -181,6 +181,7 @@ TEST_F(FilesMouseTest, WhatCannotBeUsedSaysWhy) {
   driver.click("calculate");
   waitFor("the run", [&] { return model.isProcessing(); });
   expectTip("remove", "The list cannot change during a run.");
+  expectTip("presets", "The selection cannot change during a run.");
   expectTip("algorithm MD5", "The selection cannot change during a run.");
 }
 
