@@ -45,7 +45,17 @@ TEST_F(CompareFlow, ResultIsToldInWordsAndExactNumbers) {
     EXPECT_EQ(model_->compareResult(), test.result);
     EXPECT_EQ(shown("title").toString(), test.title);
     EXPECT_EQ(shown("details").toStringList(), test.details);
+    EXPECT_EQ(model_->unseenOutcome(AppMode::Compare),
+              test.details.isEmpty() ? AppViewModel::AllWell : AppViewModel::SomeFailed);
   }
+  model_->setCompareFiles({urlOf(folder_.path() / "missing")}, true);
+  EXPECT_EQ(model_->compareResult(), std::nullopt) << "It was about another file";
+  model_->setMode(AppMode::Compare);
+  model_->setMode(AppMode::Files);
+  model_->compare();
+  ASSERT_TRUE(reached([this] { return !model_->isComparing(); }));
+  EXPECT_EQ(model_->errorMessage(), QStringLiteral("No such file or directory"));
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Compare), AppViewModel::SomeFailed);
 }
 
 }  // namespace

@@ -82,6 +82,9 @@ TEST_F(ManifestFlow, EveryEntryIsToldInItsWords) {
   EXPECT_THAT(counts(), ElementsAre(0, 0, 0));
   EXPECT_EQ(model_->manifestProgress(), 0);
   EXPECT_EQ(title(), "8 entries, not verified yet");
+
+  model_->setManifestFile({urlOf(root_ / "missing")});
+  EXPECT_EQ(model_->manifestWarnings(), QStringList());
 }
 
 TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {
@@ -120,8 +123,11 @@ TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {
 
 TEST_F(ManifestFlow, RootThatIsNoFolderIsAnErrorOfTheRun) {
   load(md5OfAbc + "  abc\n");
-  fs::remove_all(root_);
   verify();
+  EXPECT_THAT(statuses(), ElementsAre("Match"));
+  fs::remove_all(root_);
+  model_->verifyManifest();
+  ASSERT_TRUE(reached([this] { return !model_->isManifestVerifying(); }));
   EXPECT_EQ(model_->errorMessage(), QStringLiteral("The selected manifest root is not an accessible directory."));
   EXPECT_THAT(statuses(), ElementsAre("Queued"));
   EXPECT_EQ(title(), "1 entry was not checked");
