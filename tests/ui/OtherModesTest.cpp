@@ -78,6 +78,7 @@ TEST_F(OtherModes, PastedTextTooLongForAnEditorIsHashedWhole) {
   driver.type("x");
   waitFor("an editor", [&] { return model.textInput() == u"x"; });
   driver.click("clearText");
+  waitFor("no text", [&] { return model.textInput().isEmpty(); });
 }
 
 TEST_F(OtherModes, FileIsVerifiedFromTheKeyboard) {
