@@ -6,18 +6,22 @@
 #include <chrono>
 #include <climits>
 #include <cstddef>
-#include <cstdio>
+#include <dirent.h>
 #include <fcntl.h>
+#include <linux/limits.h>
 #include <string>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
+#include <sys/xattr.h>
 #include <system_error>
 #include <thread>
 #include <time.h>
 #include <unistd.h>
 #include <utility>
 
+#include "core/CheckedCall.h"
 #include "core/Errors.h"
 
 #ifdef SYS_openat2
@@ -29,27 +33,6 @@ namespace tallyfold {
 namespace {
 
 std::atomic<SystemCalls*> replacement = nullptr;
-
-[[noreturn]] void throwSystemError(int number) { throw std::system_error(number, std::system_category()); }
-
-/// The result of `call`, repeated for as long as signals interrupt it.
-template <typename Call>
-auto checked(Call call) {
-  while (true) {
-    errno = 0;
-    const auto result = call(SystemCalls::current());
-    if (result >= 0) return result;
-    if (errno == EINTR) continue;
-    throwSystemError(errno == 0 ? EINVAL : errno);
-  }
-}
-
-/// The path as the system takes it. A NUL would end it early and name another file.
-const char* systemPath(const std::string& path) {
-  if (path.find('\0') != std::string::npos) throwSystemError(EINVAL);
-  return path.c_str();
-}
-const char* systemPath(const std::filesystem::path& path) { return systemPath(path.native()); }
 
 /// The clock that changes of files are stamped with.
 #ifdef CLOCK_REALTIME_COARSE
@@ -64,6 +47,8 @@ constexpr std::uint64_t kBelow = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
 #else
 constexpr std::uint64_t kBelow = 0;
 #endif
+
+constexpr const char* kAccessList = "system.posix_acl_access";
 
 }  // namespace
 
@@ -88,15 +73,12 @@ int SystemCalls::willNeed(int descriptor, off_t offset, off_t count) {
   return 0;
 #endif
 }
-int SystemCalls::rename(const char* source, const char* destination) { return ::rename(source, destination); }
-int SystemCalls::mkdir(const char* path, mode_t mode) { return ::mkdir(path, mode); }
-int SystemCalls::chmod(const char* path, mode_t mode) { return ::chmod(path, mode); }
-int SystemCalls::unlink(const char* path) { return ::unlink(path); }
-int SystemCalls::rmdir(const char* path) { return ::rmdir(path); }
 ssize_t SystemCalls::readlink(const char* path, char* bytes, std::size_t count) {
   return ::readlink(path, bytes, count);
 }
-int SystemCalls::openat(int folder, const char* path, int flags) { return ::openat(folder, path, flags); }
+int SystemCalls::openat(int folder, const char* path, int flags, mode_t mode) {
+  return ::openat(folder, path, flags, mode);
+}
 int SystemCalls::fstatat(int folder, const char* path, struct stat* status, int flags) {
   return ::fstatat(folder, path, status, flags);
 }
@@ -110,6 +92,25 @@ int SystemCalls::openat2([[maybe_unused]] int folder, [[maybe_unused]] const cha
   return -1;
 #endif
 }
+
+int SystemCalls::renameat(int folder, const char* name, int newFolder, const char* newName) {
+  return ::renameat(folder, name, newFolder, newName);
+}
+int SystemCalls::mkdirat(int folder, const char* name, mode_t mode) { return ::mkdirat(folder, name, mode); }
+int SystemCalls::unlinkat(int folder, const char* name, int flags) { return ::unlinkat(folder, name, flags); }
+int SystemCalls::flock(int descriptor, int operation) { return ::flock(descriptor, operation); }
+ssize_t SystemCalls::getdents(int folder, void* entries, std::size_t count) {
+  return ::getdents64(folder, entries, count);
+}
+int SystemCalls::fchmod(int descriptor, mode_t mode) { return ::fchmod(descriptor, mode); }
+int SystemCalls::fchown(int descriptor, uid_t owner, gid_t group) { return ::fchown(descriptor, owner, group); }
+ssize_t SystemCalls::fgetxattr(int descriptor, const char* name, void* value, std::size_t count) {
+  return ::fgetxattr(descriptor, name, value, count);
+}
+int SystemCalls::fsetxattr(int descriptor, const char* name, const void* value, std::size_t count) {
+  return ::fsetxattr(descriptor, name, value, count, 0);
+}
+int SystemCalls::fremovexattr(int descriptor, const char* name) { return ::fremovexattr(descriptor, name); }
 
 SystemCalls& SystemCalls::current() {
   static SystemCalls real;
@@ -137,7 +138,7 @@ FileHandle FileHandle::openBelow(const std::string& path, int flags) const {
   }
   const auto openItem = [](const FileHandle& folder, const std::string& item, int itemFlags) {
     return FileHandle(checked([&](SystemCalls& system) {
-      return system.openat(folder.descriptor_, item.c_str(), itemFlags | O_NOFOLLOW | O_CLOEXEC);
+      return system.openat(folder.descriptor_, item.c_str(), itemFlags | O_NOFOLLOW | O_CLOEXEC, 0);
     }));
   };
   std::size_t start = 0;
@@ -191,10 +192,38 @@ void FileHandle::sync() {
   });
 }
 
-FileSnapshot FileHandle::snapshot() const {
+FileSnapshot FileHandle::snapshot() const { return FileSnapshot::from(status()); }
+
+struct stat FileHandle::status() const {
   struct stat status {};
   checked([&](SystemCalls& system) { return system.fstat(descriptor_, &status); });
-  return FileSnapshot::from(status);
+  return status;
+}
+
+void FileHandle::setPermissions(mode_t mode) {
+  checked([&](SystemCalls& system) { return system.fchmod(descriptor_, mode); });
+}
+
+void FileHandle::setGroup(gid_t group) {
+  constexpr uid_t asItIs = static_cast<uid_t>(-1);
+  checked([&](SystemCalls& system) { return system.fchown(descriptor_, asItIs, group); });
+}
+
+std::string FileHandle::accessList() const {
+  std::string list(XATTR_SIZE_MAX, '\0');
+  const ssize_t size = checked([&](SystemCalls& system) -> ssize_t {
+    const ssize_t result = system.fgetxattr(descriptor_, kAccessList, list.data(), list.size());
+    return result < 0 && (errno == ENODATA || errno == ENOTSUP) ? 0 : result;
+  });
+  list.resize(static_cast<std::size_t>(size));
+  return list;
+}
+
+void FileHandle::setAccessList(const std::string& list) {
+  checked([&](SystemCalls& system) {
+    return list.empty() ? system.fremovexattr(descriptor_, kAccessList)
+                        : system.fsetxattr(descriptor_, kAccessList, list.data(), list.size());
+  });
 }
 
 void FileHandle::close() {
@@ -252,38 +281,6 @@ std::optional<std::string> targetOfLink(const std::string& path) {
     return result < 0 && errno == EINVAL ? 0 : result;  // Not a link. No link has an empty target.
   });
   return length > 0 ? std::optional(std::string(target.data(), static_cast<std::size_t>(length))) : std::nullopt;
-}
-
-void renameFile(const std::filesystem::path& source, const std::filesystem::path& destination) {
-  const char* const from = systemPath(source);
-  const char* const to = systemPath(destination);
-  checked([&](SystemCalls& system) { return system.rename(from, to); });
-}
-
-void makeFolder(const std::filesystem::path& path, mode_t mode) {
-  const char* const name = systemPath(path);
-  checked([&](SystemCalls& system) { return system.mkdir(name, mode); });
-}
-
-void setPermissions(const std::filesystem::path& path, mode_t mode) {
-  const char* const name = systemPath(path);
-  checked([&](SystemCalls& system) { return system.chmod(name, mode); });
-}
-
-void removeFile(const std::filesystem::path& path) {
-  const char* const name = systemPath(path);
-  checked([&](SystemCalls& system) { return system.unlink(name); });
-}
-
-void removeFolder(const std::filesystem::path& path) {
-  const char* const name = systemPath(path);
-  checked([&](SystemCalls& system) { return system.rmdir(name); });
-}
-
-std::optional<mode_t> permissionsOfFile(const std::filesystem::path& path) {
-  const struct stat status = statusOf(path, &SystemCalls::stat);
-  constexpr mode_t permissions = S_IRWXU | S_IRWXG | S_IRWXO;
-  return S_ISREG(status.st_mode) ? std::optional(status.st_mode & permissions) : std::nullopt;
 }
 
 }  // namespace tallyfold

@@ -30,16 +30,21 @@ class SystemCalls {
   virtual int stat(const char* path, struct stat* status);
   virtual int lstat(const char* path, struct stat* status);
   virtual int willNeed(int descriptor, off_t offset, off_t count);
-  virtual int rename(const char* source, const char* destination);
-  virtual int mkdir(const char* path, mode_t mode);
-  virtual int chmod(const char* path, mode_t mode);
-  virtual int unlink(const char* path);
-  virtual int rmdir(const char* path);
   virtual ssize_t readlink(const char* path, char* bytes, std::size_t count);
-  virtual int openat(int folder, const char* path, int flags);
+  virtual int openat(int folder, const char* path, int flags, mode_t mode);
   virtual int fstatat(int folder, const char* path, struct stat* status, int flags);
   /// openat2(2) of Linux. ENOSYS where the system has no such call.
   virtual int openat2(int folder, const char* path, int flags, std::uint64_t resolve);
+  virtual int renameat(int folder, const char* name, int newFolder, const char* newName);
+  virtual int mkdirat(int folder, const char* name, mode_t mode);
+  virtual int unlinkat(int folder, const char* name, int flags);
+  virtual int flock(int descriptor, int operation);
+  virtual ssize_t getdents(int folder, void* entries, std::size_t count);
+  virtual int fchmod(int descriptor, mode_t mode);
+  virtual int fchown(int descriptor, uid_t owner, gid_t group);
+  virtual ssize_t fgetxattr(int descriptor, const char* name, void* value, std::size_t count);
+  virtual int fsetxattr(int descriptor, const char* name, const void* value, std::size_t count);
+  virtual int fremovexattr(int descriptor, const char* name);
 
   static SystemCalls& current();
 
@@ -86,12 +91,24 @@ class FileHandle {
   void sync();
 
   [[nodiscard]] FileSnapshot snapshot() const;
+  [[nodiscard]] struct stat status() const;
+
+  void setPermissions(mode_t mode);
+  void setGroup(gid_t group);
+
+  /// The access control list (acl(5)), as the kernel has it; empty when there is none but the permission bits, or the
+  /// file system knows no such lists. The file is open for reading or writing.
+  [[nodiscard]] std::string accessList() const;
+  /// An empty one removes what there is.
+  void setAccessList(const std::string& list);
 
   /// Closes now and reports a failure of the close, which on some file systems is where a failed write shows.
   /// The destructor closes silently.
   void close();
 
  private:
+  friend class FolderHandle;
+
   explicit FileHandle(int descriptor) : descriptor_(descriptor) {}
 
   int descriptor_ = -1;
@@ -115,15 +132,5 @@ FileSnapshot snapshotOfItem(const std::filesystem::path& path);
 
 /// Where the symbolic link at `path` points, as it is written there; none when the item is not a link.
 std::optional<std::string> targetOfLink(const std::string& path);
-
-/// rename(2), as the following are mkdir(2), chmod(2), unlink(2) and rmdir(2). std::system_error with the error number.
-void renameFile(const std::filesystem::path& source, const std::filesystem::path& destination);
-void makeFolder(const std::filesystem::path& path, mode_t mode);
-void setPermissions(const std::filesystem::path& path, mode_t mode);
-void removeFile(const std::filesystem::path& path);
-void removeFolder(const std::filesystem::path& path);
-
-/// Who may read, write and execute the regular file that a path leads to; none for anything else that is there.
-std::optional<mode_t> permissionsOfFile(const std::filesystem::path& path);
 
 }  // namespace tallyfold

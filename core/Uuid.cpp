@@ -1,5 +1,6 @@
 #include "core/Uuid.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <span>
 #include <sys/random.h>
@@ -50,6 +51,14 @@ std::string Uuid::string() const {
   std::string text = HexEncoder::string(std::as_bytes(std::span(bytes_)));
   for (const std::size_t position : {8U, 13U, 18U, 23U}) text.insert(position, 1, '-');
   return text;
+}
+
+bool Uuid::isString(std::string_view text) {
+  constexpr std::string_view form = "xxxxxxxx-xxxx-4xxx-xxxx-xxxxxxxxxxxx";
+  constexpr std::string_view digits = "0123456789abcdef";
+  return std::ranges::equal(text, form, [&](char character, char expected) {
+    return expected == 'x' ? digits.find(character) != std::string_view::npos : character == expected;
+  });
 }
 
 }  // namespace tallyfold

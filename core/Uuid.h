@@ -6,6 +6,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace tallyfold {
 
@@ -16,6 +17,9 @@ class Uuid {
 
   /// Canonical text form: 36 lower-case characters.
   [[nodiscard]] std::string string() const;
+
+  /// Whether this is what `string` gives of some random one.
+  static bool isString(std::string_view text);
 
   bool operator==(const Uuid&) const = default;
 

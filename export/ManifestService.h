@@ -4,9 +4,11 @@
 #include <exception>
 #include <filesystem>
 #include <stop_token>
+#include <string>
 #include <string_view>
 
 #include "core/FileHandle.h"
+#include "core/FolderHandle.h"
 #include "core/HashService.h"
 
 namespace tallyfold {
@@ -14,7 +16,7 @@ namespace tallyfold {
 /// The failure of a report that has no error number of the system. `what()` is the sentence for the user.
 class ManifestServiceError : public std::exception {
  public:
-  enum class Case { fileWriteUnknown };
+  enum class Case { fileWriteUnknown, notAFile };
 
   explicit ManifestServiceError(Case value) : value_(value) {}
   [[nodiscard]] Case value() const { return value_; }
@@ -42,26 +44,33 @@ std::string_view fileExtension(Format format);
 /// Saves a report as `destination`, or fails and leaves `destination` as it was. Others see the complete old file or
 /// the complete new report at every moment, also after a crash: the report is made, and forced to the disk, in a
 /// private hidden folder beside the destination, and then renamed. That folder is removed before the call ends, however
-/// it ends.
+/// it ends; one that an earlier process could not remove is removed first (see ReplacementFolder).
 ///
-/// A symbolic link is followed and the file that it leads to is replaced (or made, if there is none yet): who saves
-/// through a link means that file, and would otherwise be left with an old report where others look for the new one.
-/// The new report has the permission bits of the file that it replaces, so that a private report stays private; a new
-/// file's follow the umask.
+/// A symbolic link at the destination is replaced, never followed: in a folder that others may write to, it could lead
+/// to any file of the user's. Links in the path of the folder are followed, once. The new report is readable and
+/// writable for nobody for whom the file that it replaces was not (see keepAccess); a new file's permissions follow the
+/// umask and the folder's access control list. Extended attributes are not kept.
 ///
-/// Failures: CancellationError when `cancellation` was requested before the report was complete; fileWriteUnknown when
-/// no file can be made in the folder; otherwise a std::system_error with the system's number (folder vanished or
-/// read-only, disk full, destination is a folder, ...).
+/// Failures: CancellationError when `cancellation` was requested before the rename; notAFile when there is a pipe, a
+/// device or a socket at the destination; fileWriteUnknown when no file can be made in the folder; otherwise a
+/// std::system_error with the system's number (folder vanished or read-only, disk full, destination is a folder, ...).
 void write(const FileHashResults& results, Format format, const std::filesystem::path& destination,
            const std::stop_token& cancellation);
 
 /// Writes a whole report to `handle` and closes it, on success and on failure alike. On success a regular file is also
-/// on the disk. Cancellation is seen before each result. After a failure the file holds some part of the report.
+/// on the disk. Cancellation is seen before each result and before waiting for the disk. After a failure the file holds
+/// some part of the report.
 void writeContents(const FileHashResults& results, Format format, FileHandle handle,
                    const std::stop_token& cancellation);
 
-/// rename(2). std::system_error with the error number.
-void atomicRename(const std::filesystem::path& source, const std::filesystem::path& destination);
+/// A name in an open folder.
+struct Place {
+  const FolderHandle& folder;
+  const std::string& name;
+};
+
+/// renameat(2). std::system_error with the error number.
+void atomicRename(const Place& source, const Place& destination);
 
 }  // namespace ManifestService
 

@@ -1,13 +1,19 @@
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <fcntl.h>
+#include <fstream>
 #include <functional>
 #include <gmock/gmock.h>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <random>
 #include <set>
+#include <span>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -15,6 +21,7 @@
 #include "tests/export/Reports.h"
 #include "tests/support/Process.h"
 #include "tests/support/Seed.h"
+#include "tests/support/WatchedSystemCalls.h"
 
 namespace tallyfold::test {
 
@@ -37,43 +44,46 @@ mode_t modeOf(const fs::path& path) {
   return status.st_mode & 07777;
 }
 
-/// Does what the real calls do, unless a test puts something else in place, and counts the descriptors left open.
-class Calls : public SystemCalls {
- public:
-  Calls() { replace(this); }
-  ~Calls() override { replace(nullptr); }
+/// The access control list of a file, or the one that a folder gives to new files.
+constexpr const char* kList = "system.posix_acl_access";
+constexpr const char* kDefaultList = "system.posix_acl_default";
 
-  std::function<void()> beforeWrite = [] {};
-  std::function<void(const fs::path& source, const fs::path& destination)> beforeRename = [](auto&&...) {};
-  const char* file = nullptr;  ///< Opened in place of the file that the program asked for.
-  int writes = 0;
-  int syncs = 0;
-  int descriptors = 0;
+/// acl(5): rw- for the owner, r-- for one other user, --- for the group, which the mask makes look like r--.
+std::string listForAnotherUser() {
+  std::string list{2, 0, 0, 0};
+  const auto add = [&](char tag, char rights, std::string_view id) { list.append({tag, 0, rights, 0}).append(id); };
+  const std::string none(4, '\xFF');
+  add(0x01, 6, none);
+  add(0x02, 4, std::string_view("\x39\x30\0\0", 4));
+  add(0x04, 0, none);
+  add(0x10, 4, none);
+  add(0x20, 0, none);
+  return list;
+}
 
-  int open(const char* path, int flags, mode_t mode) override {
-    const int descriptor =
-        file != nullptr ? SystemCalls::open(file, O_WRONLY, 0) : SystemCalls::open(path, flags, mode);
-    if (descriptor >= 0) ++descriptors;
-    return descriptor;
+void setList(const fs::path& path, const char* which, bool isThere) {
+  const std::string list = listForAnotherUser();
+  const int result =
+      isThere ? setxattr(path.c_str(), which, list.data(), list.size(), 0) : removexattr(path.c_str(), which);
+  ASSERT_TRUE(result == 0 || !isThere) << errno;
+}
+
+std::string listOf(const fs::path& path) {
+  std::string list(1024, '\0');
+  list.resize(static_cast<std::size_t>(std::max<ssize_t>(0, getxattr(path.c_str(), kList, list.data(), list.size()))));
+  return list;
+}
+
+/// A group that a file can be given; our own where there is no other.
+gid_t anotherGroup() {
+  if (geteuid() == 0) return 12'345;
+  std::array<gid_t, 64> groups{};
+  const int count = std::max(0, getgroups(groups.size(), groups.data()));
+  for (const gid_t group : std::span(groups).first(static_cast<std::size_t>(count))) {
+    if (group != getegid()) return group;
   }
-  ssize_t write(int descriptor, const void* bytes, std::size_t count) override {
-    ++writes;
-    beforeWrite();
-    return SystemCalls::write(descriptor, bytes, count);
-  }
-  int fsync(int descriptor) override {
-    ++syncs;
-    return SystemCalls::fsync(descriptor);
-  }
-  int close(int descriptor) override {
-    --descriptors;
-    return SystemCalls::close(descriptor);
-  }
-  int rename(const char* source, const char* destination) override {
-    beforeRename(source, destination);
-    return SystemCalls::rename(source, destination);
-  }
-};
+  return getegid();
+}
 
 class ReportReplacement : public testing::Test {
  protected:
@@ -104,20 +114,22 @@ class ReportReplacement : public testing::Test {
 };
 
 TEST_F(ReportReplacement, ReportIsMadeInAPrivateFolderBesideItAndSyncedBeforeItIsRenamed) {
-  const fs::path fresh = folder_.path() / "fresh.txt";
-  Calls calls;
+  WatchedSystemCalls calls;
   int renames = 0;
-  calls.beforeRename = [&](const fs::path& source, const fs::path& destination) {
+  calls.before = [&](std::string_view call, std::size_t) {
+    if (call != "renameat") return 0;
     ++renames;
-    EXPECT_EQ(destination, fresh);
-    EXPECT_THAT(source.filename(), testing::Property(&fs::path::native, testing::SizeIs(36)));
-    EXPECT_THAT(source.parent_path().filename().native(), testing::StartsWith("."));
-    EXPECT_EQ(source.parent_path().parent_path(), folder_.path());
-    EXPECT_EQ(modeOf(source.parent_path()), mode_t{0700});
-    EXPECT_EQ(calls.syncs, 1);
-    EXPECT_EQ(calls.descriptors, 0);
+    std::set<std::string> names = namesIn(folder_.path());
+    names.erase("report.txt");
+    EXPECT_THAT(names, testing::ElementsAre(testing::StartsWith(".tallyfold-")));
+    const fs::path privateFolder = folder_.path() / *names.begin();
+    EXPECT_EQ(modeOf(privateFolder), mode_t{0700});
+    EXPECT_THAT(namesIn(privateFolder), testing::ElementsAre(testing::SizeIs(36)));
+    EXPECT_THAT(calls.names, testing::Contains("fsync"));
+    EXPECT_EQ(calls.stillOpen, 2) << "the two folders";
+    return 0;
   };
-  write(few_, fresh);
+  write(few_, folder_.path() / "fresh.txt");
   EXPECT_EQ(renames, 1);
   EXPECT_EQ(namesIn(folder_.path()), (std::set<std::string>{"fresh.txt", "report.txt"}));
 }
@@ -134,46 +146,196 @@ TEST_F(ReportReplacement, PermissionsAreThoseOfTheReplacedFileOrOfTheUmask) {
   }
 }
 
-TEST_F(ReportReplacement, FileBehindSymbolicLinksIsReplacedAndTheLinksStay) {
-  fs::create_directory(folder_.path() / "elsewhere");
-  const fs::path target = folder_.file("elsewhere/target.txt", oldReport);
-  fs::create_symlink("elsewhere/hop", folder_.path() / "relative");
-  fs::create_symlink(target, folder_.path() / "elsewhere/hop");
-  fs::create_symlink("elsewhere/new.txt", folder_.path() / "dangling");
-  fs::create_symlink("loop", folder_.path() / "loop");
+TEST_F(ReportReplacement, NobodyGainsRightsOfTheReplacedFile) {
+  struct Case {
+    const char* situation;
+    mode_t before;
+    mode_t after;
+    bool hasList = false;
+    bool hasOtherGroup = false;
+    bool isKept = false;
+    std::string_view refused = "";  ///< The last call of this name.
+    bool hasFolderList = false;
+  };
+  const std::vector<Case> cases{
+      {"list", 0640, 0640, true, false, true},
+      {"list that cannot be set", 0640, 0600, true, false, false, "fsetxattr"},
+      {"list that cannot be read", 0644, 0604, true, false, false, "openat"},
+      {"list of the folder for new files", 0640, 0640, false, false, true, "", true},
+      {"group", 0664, 0664, false, true, true},
+      {"group that cannot be set", 0664, 0604, false, true, false, "fchown"},
+      {"group with fewer rights than others, that cannot be set", 0606, 0600, false, true, false, "fchown"},
+      {"list of a group that cannot be set", 0640, 0600, true, true, false, "fchown"},
+  };
+  for (const Case& now : cases) {
+    SCOPED_TRACE(now.situation);
+    const gid_t group = now.hasOtherGroup ? anotherGroup() : getegid();
+    if (now.hasOtherGroup && group == getegid()) continue;  // No other that a user without rights may set.
+    fs::remove(report_);
+    setList(folder_.path(), kDefaultList, false);
+    folder_.file("report.txt", oldReport);
+    ASSERT_EQ(chown(report_.c_str(), static_cast<uid_t>(-1), group), 0);
+    setList(report_, kList, now.hasList);
+    ASSERT_EQ(chmod(report_.c_str(), now.before), 0);
+    setList(folder_.path(), kDefaultList, now.hasFolderList);
+    const std::string before = listOf(report_);
 
-  write(few_, folder_.path() / "relative");
-  EXPECT_THAT(contentOf(target), testing::StartsWith("MD5  "));
-  write(few_, folder_.path() / "dangling");
-  EXPECT_EQ(contentOf(folder_.path() / "elsewhere/new.txt"), contentOf(target));
-  EXPECT_EQ(errorOf(few_, folder_.path() / "loop"), ELOOP);
-  for (const char* link : {"relative", "elsewhere/hop", "dangling", "loop"}) {
-    EXPECT_TRUE(fs::is_symlink(folder_.path() / link)) << link;
+    WatchedSystemCalls calls;
+    calls.before = [&](std::string_view call, std::size_t) {
+      const bool isLast = call != "openat" || std::ranges::count(calls.names, "fsync") > 0;
+      return call == now.refused && isLast ? EACCES : 0;
+    };
+    write(few_, report_);
+    EXPECT_THAT(contentOf(report_), testing::StartsWith("MD5  "));
+    EXPECT_EQ(modeOf(report_), now.after);
+    EXPECT_EQ(listOf(report_), now.isKept ? before : "");
+    struct stat status {};
+    ASSERT_EQ(stat(report_.c_str(), &status), 0);
+    EXPECT_EQ(status.st_gid, now.refused == "fchown" ? getegid() : group);
   }
-  EXPECT_EQ(namesIn(folder_.path()),
-            (std::set<std::string>{"dangling", "elsewhere", "loop", "relative", "report.txt"}));
-  EXPECT_EQ(namesIn(folder_.path() / "elsewhere"), (std::set<std::string>{"hop", "new.txt", "target.txt"}));
 }
 
-TEST_F(ReportReplacement, AsManyLinksAreFollowedAsTheSystemFollows) {
-  const auto link = [&](int number) { return folder_.path() / ("link " + std::to_string(number)); };
-  for (int i = 1; i <= 41; ++i) fs::create_symlink(i == 1 ? report_ : link(i - 1), link(i));
-  EXPECT_EQ(contentOf(link(40)), oldReport);
-  write(few_, link(40));
-  EXPECT_THAT(contentOf(report_), testing::StartsWith("MD5  "));
-  EXPECT_THROW(write(few_, link(41)), std::system_error);
-  EXPECT_TRUE(fs::is_symlink(link(41)));
-  EXPECT_EQ(open(link(41).c_str(), O_RDONLY | O_CLOEXEC), -1);
-  EXPECT_EQ(errno, ELOOP);
+TEST_F(ReportReplacement, LinkIsReplacedAndNotFollowed) {
+  const fs::path victim = folder_.file("victim", "kept");
+  chmod(victim.c_str(), 0606);
+  fs::create_directory_symlink(".", folder_.path() / "the same folder");
+  for (const fs::path& target : {victim, fs::path("missing"), fs::path("link")}) {
+    const fs::path link = folder_.path() / "link";
+    fs::remove(link);
+    fs::create_symlink(target, link);
+    write(few_, folder_.path() / "the same folder/link");
+    EXPECT_FALSE(fs::is_symlink(link));
+    EXPECT_THAT(contentOf(link), testing::StartsWith("MD5  "));
+    EXPECT_EQ(modeOf(link), modeOf(report_)) << "not those of what the link led to";
+  }
+  EXPECT_EQ(contentOf(victim), "kept");
+  EXPECT_EQ(namesIn(folder_.path()), (std::set<std::string>{"link", "report.txt", "the same folder", "victim"}));
 }
 
-TEST_F(ReportReplacement, FullDiskLeavesTheOldReport) {
-  Calls calls;
-  calls.file = "/dev/full";
-  EXPECT_EQ(errorOf(few_, report_), ENOSPC);
-  EXPECT_EQ(errorOf(many_, report_), ENOSPC);
-  expectNothingHappened();
-  EXPECT_EQ(calls.descriptors, 0);
+TEST_F(ReportReplacement, WhatIsNoFileIsRefused) {
+  const fs::path pipe = folder_.path() / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const fs::path door = folder_.path() / "socket";
+  ASSERT_EQ(mknod(door.c_str(), S_IFSOCK | 0600, 0), 0);
+  for (const fs::path& path : {pipe, door}) {
+    EXPECT_THAT([&] { write(few_, path); },
+                testing::ThrowsMessage<ManifestServiceError>(
+                    "What has this name is not a file. Choose another name for the report."));
+  }
+  EXPECT_TRUE(fs::is_fifo(pipe));
+  EXPECT_TRUE(fs::is_socket(door));
+  EXPECT_EQ(namesIn(folder_.path()), (std::set<std::string>{"pipe", "report.txt", "socket"}));
+}
+
+TEST_F(ReportReplacement, FolderThatIsSwappedLeadsToNoOtherFile) {
+  const fs::path victim = folder_.file("victim", "kept");
+  chmod(victim.c_str(), 0600);
+  const fs::path place = folder_.path() / "place";
+  for (std::size_t call = 1, last = 1; call <= last; ++call) {
+    for (const bool isPrivateFolder : {true, false}) {
+      fs::remove_all(place);
+      fs::remove_all(folder_.path() / "moved");
+      fs::create_directory(place);
+      folder_.file("place/report.txt", oldReport);
+      WatchedSystemCalls calls;
+      calls.before = [&](std::string_view, std::size_t number) {
+        if (number != call) return 0;
+        fs::path swapped = place;
+        if (isPrivateFolder) {
+          for (const fs::path& item : fs::directory_iterator(place)) {
+            if (fs::is_directory(item)) swapped = item;
+          }
+          if (swapped == place) return 0;
+        }
+        std::set<std::string> names = namesIn(swapped);
+        fs::rename(swapped, folder_.path() / "moved");
+        fs::create_directory(swapped);
+        for (const std::string& name : names) fs::create_symlink(victim, swapped / name);
+        return 0;
+      };
+      errorOf(few_, place / "report.txt");  // Whatever comes of it.
+      last = std::max(last, calls.names.size());
+      EXPECT_EQ(contentOf(victim), "kept") << call;
+      EXPECT_EQ(modeOf(victim), mode_t{0600}) << call;
+    }
+  }
+}
+
+TEST_F(ReportReplacement, WhatAKilledExportLeftIsRemovedByTheNextIfItIsCertainlyOurs) {
+  const auto left = [&](const std::string& digits) {
+    return ".tallyfold-" + digits + "aaaa-bbbb-4ccc-8ddd-eeeeeeeeeeee";
+  };
+  const std::string file = "00000000-1111-4222-8333-444444444444";
+  const std::string other = "00000000-1111-4222-8333-555555555555";
+  const fs::path victim = folder_.file("victim", "kept");
+  fs::create_directories(folder_.path() / "elsewhere");
+  folder_.file("elsewhere/" + file, "kept");
+  struct Case {
+    const char* situation;
+    std::string name;
+    bool isRemoved;
+    std::function<void(const fs::path&)> make = [](auto&) {};
+  };
+  const auto write = [](const fs::path& path) { std::ofstream(path) << "part of a report"; };
+  std::optional<FolderHandle> lock;
+  std::vector<Case> cases{
+      {"empty", left("0000"), true},
+      {"with a report", left("0001"), true, [&](const fs::path& path) { write(path / file); }},
+      {"with another name", left("0002"), false, [&](const fs::path& path) { write(path / "my file"); }},
+      {"with more", left("0003"), false, [&](const fs::path& path) { write(path / file), write(path / other); }},
+      {"with a link", left("0004"), false, [&](const fs::path& path) { fs::create_symlink(victim, path / file); }},
+      {"with a folder", left("0005"), false, [&](const fs::path& path) { fs::create_directory(path / file); }},
+      {"that others may read", left("0006"), false, [](const fs::path& path) { chmod(path.c_str(), 0750); }},
+      {"with a name of no such form", ".tallyfold-my-things", false},
+      {"in use", left("0007"), false,
+       [&](const fs::path& path) {
+         lock = FolderHandle::open(path).openFolder(".");
+         ASSERT_TRUE(lock->tryLock());
+       }},
+      {"behind a link", left("0008"), false,
+       [&](const fs::path& path) {
+         fs::remove(path);
+         chmod((folder_.path() / "elsewhere").c_str(), 0700);
+         fs::create_directory_symlink("elsewhere", path);
+       }},
+  };
+  if (geteuid() == 0) {
+    cases.push_back({"of another user", left("0009"), false,
+                     [](const fs::path& path) { EXPECT_EQ(chown(path.c_str(), 12'345, getegid()), 0); }});
+  }
+  for (const Case& now : cases) {
+    const fs::path path = folder_.path() / now.name;
+    fs::create_directory(path);
+    chmod(path.c_str(), 0700);
+    now.make(path);
+  }
+  ReportReplacement::write(few_, report_);
+  for (const Case& now : cases) {
+    const bool isThere = fs::symlink_status(folder_.path() / now.name).type() != fs::file_type::not_found;
+    EXPECT_EQ(isThere, !now.isRemoved) << now.situation;
+  }
+  EXPECT_EQ(contentOf(victim), "kept");
+  EXPECT_EQ(contentOf(folder_.path() / "elsewhere" / file), "kept");
+}
+
+TEST_F(ReportReplacement, FolderThatAnotherExportTakesForAbandonedIsMadeAgain) {
+  for (const bool isStillLocked : {true, false}) {
+    std::optional<FolderHandle> lock;
+    WatchedSystemCalls calls;
+    calls.before = [&](std::string_view call, std::size_t) {
+      if (call != "flock" || lock) return 0;
+      for (const std::string& name : namesIn(folder_.path())) {
+        if (name == "report.txt") continue;
+        lock = FolderHandle::open(folder_.path()).openFolder(name);
+        EXPECT_TRUE(lock->tryLock());
+        if (!isStillLocked) fs::remove(folder_.path() / name);
+      }
+      return 0;
+    };
+    write(few_, report_);
+    EXPECT_EQ(std::ranges::count(calls.names, "mkdirat"), 2);
+    EXPECT_EQ(namesIn(folder_.path()), std::set<std::string>{"report.txt"});
+  }
 }
 
 TEST_F(ReportReplacement, VanishedFolderIsNotMadeAgain) {
@@ -182,12 +344,14 @@ TEST_F(ReportReplacement, VanishedFolderIsNotMadeAgain) {
   EXPECT_FALSE(fs::exists(gone));
 
   fs::create_directory(gone);
-  Calls calls;
-  calls.beforeWrite = [&] { fs::remove_all(gone); };
+  WatchedSystemCalls calls;
+  calls.before = [&](std::string_view call, std::size_t) {
+    if (call == "write") fs::remove_all(gone);
+    return 0;
+  };
   EXPECT_EQ(errorOf(few_, gone / "report.txt"), ENOENT);
   EXPECT_FALSE(fs::exists(gone));
-  EXPECT_EQ(calls.writes, 1);
-  EXPECT_EQ(calls.descriptors, 0);
+  EXPECT_EQ(calls.stillOpen, 0);
 }
 
 TEST_F(ReportReplacement, FolderIsNotReplaced) {
@@ -209,15 +373,29 @@ TEST_F(ReportReplacement, CancellationAtAnyTimeLeavesTheOldReport) {
     EXPECT_THROW(write(results, report_, before.get_token()), CancellationError);
     expectNothingHappened();
   }
-  // After the first write of several, and after the only one.
+  // During any call until the rename.
   for (const FileHashResults& results : {many_, few_}) {
-    Calls calls;
-    std::stop_source during;
-    calls.beforeWrite = [&] { during.request_stop(); };
-    EXPECT_THROW(write(results, report_, during.get_token()), CancellationError);
-    expectNothingHappened();
-    EXPECT_EQ(calls.writes, 1);
-    EXPECT_EQ(calls.descriptors, 0);
+    folder_.file("report.txt", oldReport);
+    bool isRenaming = false;
+    for (std::size_t call = 1; !isRenaming; ++call) {
+      WatchedSystemCalls calls;
+      std::stop_source during;
+      calls.before = [&](std::string_view name, std::size_t number) {
+        if (number != call) return 0;
+        isRenaming = name == "renameat";
+        during.request_stop();
+        return 0;
+      };
+      try {
+        write(results, report_, during.get_token());
+        EXPECT_TRUE(isRenaming) << calls.names.at(call - 1);
+      } catch (const CancellationError&) {
+        expectNothingHappened();
+        const std::span after = std::span(calls.names).subspan(call);
+        EXPECT_THAT(after, testing::Each(testing::Not(testing::AnyOf("write", "fsync", "renameat"))));
+      }
+      EXPECT_EQ(calls.stillOpen, 0);
+    }
   }
 }
 
@@ -226,20 +404,16 @@ TEST_F(ReportReplacement, DeviceWithoutADiskTakesAReport) {
 }
 
 TEST_F(ReportReplacement, ProcessKilledAtAnyMomentLeavesAWholeReport) {
-  // Another format and another length each time; one of the names is a link.
+  // Another format and another length each time.
   struct Report {
     const FileHashResults& results;
     Format format;
-    fs::path destination;
     std::string text;
   };
-  const fs::path link = folder_.path() / "link";
-  fs::create_symlink("report.txt", link);
-  std::vector<Report> reports{
-      {many_, Format::csv, link, ""}, {many_, Format::json, report_, ""}, {few_, Format::plainText, link, ""}};
+  std::vector<Report> reports{{many_, Format::csv, ""}, {many_, Format::json, ""}, {few_, Format::plainText, ""}};
   const auto begin = std::chrono::steady_clock::now();
   for (Report& report : reports) {
-    ManifestService::write(report.results, report.format, report.destination, {});
+    ManifestService::write(report.results, report.format, report_, {});
     report.text = contentOf(report_);
   }
   const auto usual = (std::chrono::steady_clock::now() - begin) / 2;
@@ -252,7 +426,7 @@ TEST_F(ReportReplacement, ProcessKilledAtAnyMomentLeavesAWholeReport) {
     const Report& report = reports[(last + 1 + random() % 2) % reports.size()];
     const auto moment =
         std::chrono::steady_clock::now() + usual * (random() % 1000) / (random() % 2 == 0 ? 1'000 : 10'000);
-    ForkedProcess exporter([&] { ManifestService::write(report.results, report.format, report.destination, {}); });
+    ForkedProcess exporter([&] { ManifestService::write(report.results, report.format, report_, {}); });
     while (std::chrono::steady_clock::now() < moment) {
     }
     const bool isKilled = exporter.kill() == SIGKILL;
@@ -260,10 +434,8 @@ TEST_F(ReportReplacement, ProcessKilledAtAnyMomentLeavesAWholeReport) {
     const std::string after = contentOf(report_);
     ASSERT_TRUE(after == before || after == report.text) << after.size() << " bytes of no report";
     EXPECT_TRUE(isKilled || after == report.text);
-    EXPECT_TRUE(fs::is_symlink(link));
     // What a killed process leaves behind is its one private folder, which nothing mistakes for a report.
     std::set<std::string> left = namesIn(folder_.path());
-    left.erase("link");
     left.erase("report.txt");
     ASSERT_LE(left.size(), isKilled ? 1U : 0U);
     std::string state = "no folder";
@@ -284,9 +456,9 @@ TEST_F(ReportReplacement, ProcessKilledAtAnyMomentLeavesAWholeReport) {
     Uuid::random();
     last = random() % reports.size();
     const Report& next = reports[last];
-    ManifestService::write(next.results, next.format, next.destination, {});
+    ManifestService::write(next.results, next.format, report_, {});
     ASSERT_EQ(contentOf(report_), next.text);
-    for (const std::string& name : left) fs::remove_all(folder_.path() / name);
+    ASSERT_EQ(namesIn(folder_.path()), std::set<std::string>{"report.txt"});
   }
   for (const auto& [state, count] : found) std::cout << count << " " << state << '\n';
 }

@@ -87,20 +87,48 @@ class WatchedSystemCalls : public SystemCalls {
 
   int fsync(int descriptor) override { return isRefused("fsync") ? -1 : SystemCalls::fsync(descriptor); }
 
-  int rename(const char* source, const char* destination) override {
-    return isRefused("rename") ? -1 : SystemCalls::rename(source, destination);
+  int renameat(int folder, const char* name, int newFolder, const char* newName) override {
+    return isRefused("renameat") ? -1 : SystemCalls::renameat(folder, name, newFolder, newName);
   }
 
-  int mkdir(const char* path, mode_t mode) override { return isRefused("mkdir") ? -1 : SystemCalls::mkdir(path, mode); }
+  int mkdirat(int folder, const char* name, mode_t mode) override {
+    return isRefused("mkdirat") ? -1 : SystemCalls::mkdirat(folder, name, mode);
+  }
 
-  int chmod(const char* path, mode_t mode) override { return isRefused("chmod") ? -1 : SystemCalls::chmod(path, mode); }
+  int unlinkat(int folder, const char* name, int flags) override {
+    return isRefused("unlinkat") ? -1 : SystemCalls::unlinkat(folder, name, flags);
+  }
 
-  int unlink(const char* path) override { return isRefused("unlink") ? -1 : SystemCalls::unlink(path); }
+  int flock(int descriptor, int operation) override {
+    return isRefused("flock") ? -1 : SystemCalls::flock(descriptor, operation);
+  }
 
-  int rmdir(const char* path) override { return isRefused("rmdir") ? -1 : SystemCalls::rmdir(path); }
+  ssize_t getdents(int folder, void* entries, std::size_t count) override {
+    return isRefused("getdents") ? -1 : SystemCalls::getdents(folder, entries, count);
+  }
 
-  int openat(int folder, const char* path, int flags) override {
-    return isRefused("openat") ? -1 : counted(SystemCalls::openat(folder, path, flags), flags);
+  int fchmod(int descriptor, mode_t mode) override {
+    return isRefused("fchmod") ? -1 : SystemCalls::fchmod(descriptor, mode);
+  }
+
+  int fchown(int descriptor, uid_t owner, gid_t group) override {
+    return isRefused("fchown") ? -1 : SystemCalls::fchown(descriptor, owner, group);
+  }
+
+  ssize_t fgetxattr(int descriptor, const char* name, void* value, std::size_t count) override {
+    return isRefused("fgetxattr") ? -1 : SystemCalls::fgetxattr(descriptor, name, value, count);
+  }
+
+  int fsetxattr(int descriptor, const char* name, const void* value, std::size_t count) override {
+    return isRefused("fsetxattr") ? -1 : SystemCalls::fsetxattr(descriptor, name, value, count);
+  }
+
+  int fremovexattr(int descriptor, const char* name) override {
+    return isRefused("fremovexattr") ? -1 : SystemCalls::fremovexattr(descriptor, name);
+  }
+
+  int openat(int folder, const char* path, int flags, mode_t mode) override {
+    return isRefused("openat") ? -1 : counted(SystemCalls::openat(folder, path, flags, mode), flags);
   }
 
   int openat2(int folder, const char* path, int flags, std::uint64_t resolve) override {
