@@ -113,9 +113,13 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(withoutShaderC
 int TallyfoldApp::run() { return leave(QApplication::exec()); }
 
 int TallyfoldApp::leave(int status) {
+  const bool isExporting = viewModel_.isExporting();
   viewModel_.shutdown();
-  // Every worker sees the cancellation within one chunk. One that hangs in a dead file system is left behind.
-  if (!BackgroundTask::waitForAll(900ms)) std::_Exit(status);
+  window_->hide();
+  QGuiApplication::sync();  // Nobody sees what is waited for.
+  // Every worker sees the cancellation within one chunk. One that hangs in a dead file system is left behind; but a
+  // slow disk that a report is on its way to gets the time to answer, so that the report's private folder is removed.
+  if (!BackgroundTask::waitForAll(isExporting ? 5s : 900ms)) std::_Exit(status);
   return status;
 }
 

@@ -21,8 +21,9 @@ class TallyfoldApp {
   /// Until the window closes or the user quits; returns the exit status.
   int run();
 
-  /// Ends all background work, waits for it, and returns `status`; the model takes no more commands. Ends the process
-  /// with `status` when the work does not end in time.
+  /// Hides the window, ends all background work, waits for it, and returns `status`; the model takes no more commands.
+  /// Ends the process with `status` when the work does not end in time: in five seconds where a report is being saved,
+  /// else in one.
   int leave(int status);
 
   [[nodiscard]] AppViewModel& viewModel() { return viewModel_; }

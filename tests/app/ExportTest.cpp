@@ -107,6 +107,36 @@ TEST_F(Export, QueueStandsStillMeanwhile) {
   EXPECT_THAT(paths(), ElementsAre(before[1]));
 }
 
+TEST_F(Export, OtherModesWorkAndTheModelGoesWhileTheDiskHangs) {
+  holdAt("fsync", 1);
+  exportTo(reports_ / "report.csv");
+  ASSERT_TRUE(gate_.waitForArrival());
+  const QUrl file = urlOf(paths().front());
+  const QString crc32 = QStringLiteral("352441c2");
+
+  model_->setVerifyFile({file});
+  model_->setExpectedHash(crc32);
+  model_->verify();
+  ASSERT_TRUE(reached([this] { return !model_->isVerifying(); }));
+  EXPECT_TRUE(model_->verifyResult());
+  model_->setCompareFiles({file, file}, false);
+  model_->compare();
+  ASSERT_TRUE(reached([this] { return !model_->isComparing(); }));
+  EXPECT_TRUE(model_->compareResult());
+  model_->setTextInput(QStringLiteral("abc"));
+  ASSERT_TRUE(reached([this] { return model_->textHashes().size() == HashAlgorithm::count; }));
+  model_->setManifestFile({urlOf(folder_.file("list", crc32.toStdString() + "  b\n"))});
+  ASSERT_TRUE(reached([this] { return !model_->isLoadingManifest(); }));
+  model_->setManifestRoot({urlOf(folder_.path())});
+  model_->verifyManifest();
+  ASSERT_TRUE(reached([this] { return !model_->isManifestVerifying(); }));
+  EXPECT_EQ(model_->manifestErrorCount(), 1) << "there is no such file";
+
+  EXPECT_TRUE(model_->isExporting());
+  model_.reset();
+  EXPECT_FALSE(BackgroundTask::waitForAll(std::chrono::milliseconds(0))) << "it hangs still";
+}
+
 TEST_F(Export, ShutdownLeavesTheOldReportAndShowsNothing) {
   const fs::path report = folder_.file("reports/report.csv", "old");
   for (const int error : {0, EIO}) {

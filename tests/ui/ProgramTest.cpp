@@ -1,12 +1,15 @@
 // The program as it is installed, as a process of its own, met only through the display.
 
-#include <fstream>
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <iterator>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <QElapsedTimer>
 #include <QProcess>
 
-#include "tests/support/Process.h"
+#include "export/ManifestService.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/ui/OtherWindow.h"
 #include "tour/XInput.h"
@@ -106,6 +109,55 @@ TEST_F(ProgramTest, ClosingInMidRunEndsEveryWorkerWithinASecond) {
     // A sanitizer has its own work to do at the end.
     EXPECT_LT(timer.elapsed(), IS_SANITIZED ? 20'000 : 1000);
   }
+}
+
+TEST_F(ProgramTest, ClosingWhileAReportGoesToASlowDiskLeavesNothingBehindIfTheDiskAnswers) {
+  const fs::path pipe = folder.path() / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const fs::path file = folder.file("file", "abc");
+  fs::create_directory(folder.path() / "reports");
+  const fs::path report = folder.path() / "reports/report.txt";
+  const auto items = [&] { return std::distance(fs::directory_iterator(report.parent_path()), {}); };
+  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+  environment.insert(QStringLiteral("LD_PRELOAD"), QStringLiteral(SLOW_DISK));
+  environment.insert(QStringLiteral("SLOW_DISK"), QString::fromStdString(pipe));
+  environment.insert(QStringLiteral("ASAN_OPTIONS"),
+                     environment.value(QStringLiteral("ASAN_OPTIONS")) + QStringLiteral(":verify_asan_link_order=0"));
+  program.setProcessEnvironment(environment);
+
+  for (const bool answers : {true, false}) {
+    start();
+    const OtherWindow window("Tally Fold");
+    add(window, file);
+    int attempts = 0;
+    XInput::waitFor("the checksums", [&] {
+      if (attempts++ % 10 == 0) input.press({"Control_L", "Return"});
+      input.press({"Control_L", "c"});
+      return input.clipboard().starts_with("SHA-256: ba7816bf");
+    });
+    input.press({"Control_L", "e"});
+    input.press({"Down"});
+    input.press({"Return"});
+    answerPanel("Save Report", report);
+    int disk = -1;
+    XInput::waitFor("the report to be forced to the disk",
+                    [&] { return (disk = open(pipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) >= 0; });
+    EXPECT_EQ(items(), 1) << "the private folder";
+
+    window.close();
+    QElapsedTimer timer;
+    timer.start();
+    XInput::waitFor("the window to go", [&] { return !window.isVisible(); });
+    XInput::waitFor("a disk that takes two seconds", [&] { return timer.elapsed() >= 2000; });
+    EXPECT_EQ(program.state(), QProcess::Running);
+    if (answers) close(disk);
+    expectExit();
+    if (!answers) close(disk);
+    EXPECT_FALSE(fs::exists(report));
+    EXPECT_EQ(items(), answers ? 0 : 1);
+  }
+  ManifestService::write({}, ManifestService::Format::plainText, report, {});
+  EXPECT_EQ(items(), 1) << "the report";
 }
 
 }  // namespace
