@@ -16,6 +16,7 @@
 #include <sys/xattr.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 #include "core/Errors.h"
 #include "tests/export/Reports.h"
@@ -320,15 +321,16 @@ TEST_F(ReportReplacement, WhatAKilledExportLeftIsRemovedByTheNextIfItIsCertainly
 
 TEST_F(ReportReplacement, FolderThatAnotherExportTakesForAbandonedIsMadeAgain) {
   for (const bool isStillLocked : {true, false}) {
+    bool isTaken = false;
     std::optional<FolderHandle> lock;
     WatchedSystemCalls calls;
     calls.before = [&](std::string_view call, std::size_t) {
-      if (call != "flock" || lock) return 0;
+      if (call != "flock" || std::exchange(isTaken, true)) return 0;
       for (const std::string& name : namesIn(folder_.path())) {
         if (name == "report.txt") continue;
         lock = FolderHandle::open(folder_.path()).openFolder(name);
         EXPECT_TRUE(lock->tryLock());
-        if (!isStillLocked) fs::remove(folder_.path() / name);
+        if (!isStillLocked) lock.reset(), fs::remove(folder_.path() / name);
       }
       return 0;
     };
