@@ -6,14 +6,12 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <iostream>
-#include <limits>
 #include <memory>
 #include <set>
 #include <span>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 #include <utility>
 #include <vector>
 
@@ -23,9 +21,8 @@
 #include "core/Processor.h"
 #include "tests/core/ComparisonOutcome.h"
 #include "tests/core/Outcome.h"
-#include "tests/export/Reports.h"
-#include "tests/support/TemporaryFolder.h"
-#include "tests/support/WatchedSystemCalls.h"
+#include "tests/operations/ExportOperation.h"
+#include "tests/operations/Operation.h"
 
 namespace tallyfold::test {
 namespace {
@@ -46,94 +43,6 @@ const std::string kRootChanged =
 const std::string kPathChanged =
     "error: A manifest path changed while it was being verified. Run verification again on a stable folder tree.";
 const std::string kMissing = "error: No such file or directory";
-const std::string kNotWritten = "error: The report could not be written.";
-
-constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();
-
-/// What happens to one call, or to all from it on.
-struct Fault {
-  const char* name;
-  int error = 0;
-  std::size_t longest = kAll;  ///< Bytes that a read or a write is given.
-  bool isForGood = false;
-
-  [[nodiscard]] bool isOfTransfers() const { return longest != kAll; }
-  [[nodiscard]] bool isHarmless() const { return error == EINTR || (error == 0 && longest > 0); }
-};
-
-void PrintTo(const Fault& fault, std::ostream* stream) { *stream << fault.name; }
-
-/// The calls of an operation until now. Closing and announcing are among them.
-class System : public WatchedSystemCalls {
- public:
-  int close(int descriptor) override {
-    const int result = WatchedSystemCalls::close(descriptor);
-    return isRefused("close") ? -1 : result;
-  }
-  int willNeed(int descriptor, off_t offset, off_t count) override {
-    return isRefused("willNeed") ? errno : SystemCalls::willNeed(descriptor, offset, count);
-  }
-
-  int openat2(int folder, const char* path, int flags, std::uint64_t resolve) override {
-    if (!isOld) return WatchedSystemCalls::openat2(folder, path, flags, resolve);
-    if (!isRefused("openat2")) errno = ENOSYS;
-    return -1;
-  }
-  bool isOld = false;  ///< Without openat2.
-
-  [[nodiscard]] std::string_view name(std::size_t call) const { return names[call - 1]; }
-
-  /// Which of the calls of its name a call is, from 1.
-  [[nodiscard]] std::ptrdiff_t ordinal(std::size_t call) const {
-    return std::count(names.begin(), names.begin() + static_cast<std::ptrdiff_t>(call), name(call));
-  }
-};
-
-/// What came of an operation, a line for each of its parts that may fail by itself.
-using Lines = std::vector<std::string>;
-
-/// One undertaking of the program, with files of its own. It can be repeated.
-class Operation {
- public:
-  virtual ~Operation() = default;
-
-  virtual Lines run() = 0;
-
-  /// What the user must be told when this call of `system`, and nothing else, has met with an error that has this
-  /// sentence; nothing when it does not matter. A transfer of no bytes is an error that has none.
-  [[nodiscard]] virtual std::string told(const System& /*system*/, std::size_t /*call*/,
-                                         const std::string& /*sentence*/) const {
-    return "";
-  }
-
-  /// Whether the outcome is what it must be when this call, one of those of an undisturbed run, has met with `fault`.
-  virtual void check(const Lines& outcome, const Lines& undisturbed, const System& system, std::size_t call,
-                     const Fault& fault) const {
-    std::string expected = told(system, call, sentenceOf(fault));
-    while (fault.isForGood && expected.empty() && call < system.names.size()) {
-      expected = told(system, ++call, sentenceOf(fault));
-    }
-    EXPECT_EQ(outcome, expected.empty() ? undisturbed : Lines{expected});
-  }
-
-  /// After a run with this fault of a call of this name.
-  virtual void checkFiles(const Lines& /*outcome*/, const Fault& /*fault*/, std::string_view /*name*/) {}
-
- protected:
-  static std::string sentenceOf(const Fault& fault) {
-    return fault.error == 0 ? "" : std::string("error: ") + std::strerror(fault.error);
-  }
-
-  static Lines outcomeOf(const std::function<Lines()>& action) {
-    try {
-      return action();
-    } catch (...) {
-      return {"error: " + errorDescription(std::current_exception())};
-    }
-  }
-
-  TemporaryFolder folder_;
-};
 
 /// Nothing depends on announcing and closing what is only read, nor a path on what it was looked at for again.
 std::string toldOfReading(const System& system, std::size_t call, const std::string& sentence, int files) {
@@ -284,72 +193,6 @@ class Verification : public Operation {
 
  private:
   fs::path root_ = folder_.path() / "link to root";
-};
-
-/// Over an old, private report, beside what a killed export has left, in a folder that has new files be readable for
-/// another user. With a list of its own, that user may read the old report as well.
-class Export : public Operation {
- public:
-  explicit Export(bool hasList) : hasList_(hasList) { grant(folder_.path(), "system.posix_acl_default"); }
-
-  Lines run() override {
-    fs::create_directory(abandoned_);
-    chmod(abandoned_.c_str(), S_IRWXU);
-    folder_.file(std::string(kAbandoned) + "/00000000-1111-4222-8333-444444444444", "part of a report");
-    fs::remove(report_);
-    folder_.file("report", "old");
-    removexattr(report_.c_str(), kList);
-    chmod(report_.c_str(), S_IRUSR | S_IWUSR);
-    if (hasList_) grant(report_, kList);
-    return outcomeOf([&]() -> Lines {
-      ManifestService::write(results_, ManifestService::Format::json, report_, {});
-      return {contentOf(report_)};
-    });
-  }
-
-  /// Nothing depends on what was left, on locks, on closing what is only read, nor on rights that can be left away.
-  [[nodiscard]] std::string told(const System& system, std::size_t call, const std::string& sentence) const override {
-    const std::string_view name = system.name(call);
-    const auto ordinal = system.ordinal(call);
-    const auto isAny = [&](auto... ordinals) { return ((ordinal == ordinals) || ...); };
-    if (name == "unlinkat" || name == "flock" || name == "getdents" || name == "fsetxattr") return "";
-    if (name == "fstatat" && isAny(2, 3, 4)) return "";
-    if (name == "fstat" && ordinal == 1) return "";
-    if (name == "close" && ordinal != 4) return "";
-    if (name == "openat" && (isAny(1, 2) || (ordinal == 5 && sentence.ends_with(std::strerror(EACCES))))) return "";
-    if (name == "openat" && ordinal == 4) return kNotWritten;
-    return sentence.empty() ? "error: Input/output error" : sentence;
-  }
-
-  void checkFiles(const Lines& outcome, const Fault& fault, std::string_view name) override {
-    EXPECT_EQ(contentOf(report_), outcome.front().starts_with("error: ") ? "old" : outcome.front());
-    std::array<char, sizeof kGrant> list{};
-    const bool isGranted = getxattr(report_.c_str(), kList, list.data(), list.size()) > 0;
-    EXPECT_TRUE(fault.isHarmless() ? isGranted == hasList_ : hasList_ || !isGranted);
-    EXPECT_EQ(fs::status(report_).permissions(), static_cast<fs::perms>(isGranted ? 0640 : 0600));
-    fs::remove(report_);
-    for (const fs::path& left : fs::directory_iterator(folder_.path())) {
-      const bool mayStay = fault.isForGood || (!fault.isHarmless() && (left == abandoned_ || name == "unlinkat"));
-      EXPECT_TRUE(mayStay) << left << " was left";
-      fs::remove_all(left);
-    }
-  }
-
- private:
-  static constexpr const char* kAbandoned = ".tallyfold-00000000-1111-4222-8333-444444444444";
-  static constexpr const char* kList = "system.posix_acl_access";
-  /// acl(5): version 2, and the tag, the rights and the number of the owner, a user, the group, the mask and others.
-  static constexpr std::array<std::uint16_t, 22> kGrant{
-      2, 0, 1, 6, 0xFFFF, 0xFFFF, 2, 4, 12'345, 0, 4, 0, 0xFFFF, 0xFFFF, 16, 4, 0xFFFF, 0xFFFF, 32, 0, 0xFFFF, 0xFFFF};
-
-  static void grant(const fs::path& path, const char* list) {
-    ASSERT_EQ(setxattr(path.c_str(), list, kGrant.data(), sizeof kGrant, 0), 0);
-  }
-
-  const bool hasList_;
-  const FileHashResults results_ = manyResults(450);  // More than one write.
-  const fs::path report_ = folder_.path() / "report";
-  const fs::path abandoned_ = folder_.path() / kAbandoned;
 };
 
 struct Undertaking {
