@@ -2,17 +2,9 @@
 
 #include <string>
 
+#include "core/VisibleText.h"
+
 namespace tallyfold {
-
-namespace {
-
-// Letters and marks that change the direction of the text around them, and the two separators that break a line.
-bool isLayoutControl(char16_t unit) {
-  return unit == 0x061C || (unit >= 0x200E && unit <= 0x200F) || (unit >= 0x2028 && unit <= 0x202E) ||
-         (unit >= 0x2066 && unit <= 0x2069) || unit == 0xFEFF || unit == 0x200B;
-}
-
-}  // namespace
 
 bool isDirectoryPath(const QUrl& url) { return url.path(QUrl::FullyEncoded).endsWith(u'/'); }
 
@@ -36,19 +28,10 @@ QUrl fileUrl(const std::filesystem::path& path) {
 
 QString textOf(const std::filesystem::path& path) { return QString::fromStdString(path.native()); }
 
-QString displayText(const std::filesystem::path& path) {
-  const QString text = textOf(path);
-  QString shown;
-  shown.reserve(text.size());
-  for (const QChar character : text) {
-    const char16_t unit = character.unicode();
-    if (unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || isLayoutControl(unit)) {
-      shown += QStringLiteral("<U+%1>").arg(unit, 4, 16, QLatin1Char('0')).toUpper();
-    } else {
-      shown += character;
-    }
-  }
-  return shown;
-}
+QString shownText(std::string_view bytes) { return QString::fromStdString(visibleText(bytes, mostShownCharacters)); }
+
+QString displayText(const std::filesystem::path& path) { return shownText(path.native()); }
+
+QByteArray copiedText(std::string_view bytes) { return QByteArray::fromStdString(visibleText(bytes)); }
 
 }  // namespace tallyfold

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <optional>
+#include <string_view>
 
+#include <QByteArray>
 #include <QString>
 #include <QUrl>
 
@@ -23,8 +26,16 @@ QUrl fileUrl(const std::filesystem::path& path);
 /// A path as text for other programs and people. Bytes that are not UTF-8 become U+FFFD.
 QString textOf(const std::filesystem::path& path);
 
-/// A path, or a part of one, as one line that shows what is there: control characters, line breaks and the
-/// invisible characters that reorder text appear as "<U+202E>", so that no name can disguise itself.
+/// Characters of what others chose that a text on the screen, a tip or an accessible name is given at most: more cannot
+/// be read there, and takes the toolkit minutes to lay out.
+inline constexpr std::size_t mostShownCharacters = 1'024;
+
+/// A name or a path, of any size, as the screen shows it: one line that shows what is there, so that no name can
+/// disguise itself (see `visibleText`), shortened in its middle.
+QString shownText(std::string_view bytes);
 QString displayText(const std::filesystem::path& path);
+
+/// The same as it is copied: whole.
+QByteArray copiedText(std::string_view bytes);
 
 }  // namespace tallyfold

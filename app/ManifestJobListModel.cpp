@@ -62,7 +62,7 @@ QVariant ManifestJobListModel::data(const QModelIndex& index, int role) const {
       return static_cast<qint64>(job.entry->lineNumber);
     case Qt::DisplayRole:
     case PathRole:
-      return displayText(job.entry->relativePath);
+      return shownText(job.entry->relativePath);
     case AlgorithmRole:
       return tallyfold::text(job.entry->algorithm.rawValue());
     case StateRole:
@@ -146,7 +146,7 @@ QByteArray ManifestJobListModel::text(int row) const {
   const ManifestJob& job = jobAt(row);
   QByteArray line = QByteArray::number(static_cast<qlonglong>(job.entry->lineNumber));
   line.append('\t').append(job.entry->algorithm.rawValue()).append('\t');
-  line.append(displayText(job.entry->relativePath).toUtf8()).append('\t').append(status(job).toUtf8());
+  line.append(copiedText(job.entry->relativePath)).append('\t').append(status(job).toUtf8());
   if (stateOf(job) == Mismatch) line.append('\t').append(tr("Expected: ").toUtf8()).append(job.entry->expectedHash);
   return line;
 }

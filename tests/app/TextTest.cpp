@@ -11,21 +11,63 @@ namespace tallyfold::test {
 
 namespace {
 
-TEST(DisplayText, ShowsWhatANameHides) {
+TEST(ShownText, ShowsWhatANameHides) {
   const std::vector<std::pair<const char*, const char*>> cases = {
       {"report.pdf", "report.pdf"},
       {"caf\u00E9 \u4F60\u597D \U0001F600 \u0627\u0644", "caf\u00E9 \u4F60\u597D \U0001F600 \u0627\u0644"},
       {"a\nb\tc\rd\x1B[31m", "a<U+000A>b<U+0009>c<U+000D>d<U+001B>[31m"},
-      {"a\x7F", "a<U+007F>"},
-      {"a\u0085b", "a<U+0085>b"},
+      {"a\x7F\u0085", "a<U+007F><U+0085>"},
       {"\u202Efdp.exe", "<U+202E>fdp.exe"},
       {"\u2066\u2069\u200F\u061C", "<U+2066><U+2069><U+200F><U+061C>"},
       {"a\u2028b\u2029c", "a<U+2028>b<U+2029>c"},
       {"\xFF"
        "a\xC3",
        "\uFFFDa\uFFFD"},
+      // What shows as nothing, or as a blank.
+      {"\u00AD\u034F\u180E\u200B\u2060\u3164\uFEFF", "<U+00AD><U+034F><U+180E><U+200B><U+2060><U+3164><U+FEFF>"},
+      {"\u00A0\u2003\u2800\u3000\uFFFA\uFFFC", "<U+00A0><U+2003><U+2800><U+3000><U+FFFA><U+FFFC>"},
+      {"\U0001F3F4\U000E0067\U000E007F\u0601", "\U0001F3F4<U+E0067><U+E007F>\u0601"},
+      // Joiners that writing wants: behind a virama, and between letters that join, marks aside.
+      {"\u0915\u094D\u200D\u0937 \u0915\u094D\u200C\u0937", "\u0915\u094D\u200D\u0937 \u0915\u094D\u200C\u0937"},
+      {"\u0645\u06CC\u200C\u062E \u0628\u064E\u200C\u064E\u0627",
+       "\u0645\u06CC\u200C\u062E \u0628\u064E\u200C\u064E\u0627"},
+      {"a\u200Db\u200Cc", "a<U+200D>b<U+200C>c"},
+      {"\u0627\u200C\u0628 \u0628\u200C", "\u0627<U+200C>\u0628 \u0628<U+200C>"},
+      {"\u094D\u200D\u200D \u0628\u200D\u0628", "\u094D\u200D<U+200D> \u0628<U+200D>\u0628"},
+      // Emoji: a heart, a family, a pilot with skin, a keycap; and what is not one of them.
+      {"\u2764\uFE0F \U0001F468\u200D\U0001F469\u200D\U0001F467",
+       "\u2764\uFE0F \U0001F468\u200D\U0001F469\u200D\U0001F467"},
+      {"\U0001F469\U0001F3FD\u200D\u2708\uFE0F 1\uFE0F\u20E3", "\U0001F469\U0001F3FD\u200D\u2708\uFE0F 1\uFE0F\u20E3"},
+      {"1\uFE0F \u2764\uFE0F\uFE0F", "1<U+FE0F> \u2764\uFE0F<U+FE0F>"},
+      {"\U0001F600\u200D\U0001F600 \u845B\U000E0100", "\U0001F600<U+200D>\U0001F600 \u845B<U+E0100>"},
   };
-  for (const auto& [name, shown] : cases) EXPECT_EQ(displayText(name), QString::fromUtf8(shown));
+  for (const auto& [name, shown] : cases) EXPECT_EQ(shownText(name), QString::fromUtf8(shown));
+}
+
+TEST(ShownText, IsShortenedInItsMiddleAndNeverWithinACharacter) {
+  const auto times = [](std::size_t count, std::string_view text) {
+    std::string repeated;
+    while (count-- > 0) repeated += text;
+    return repeated;
+  };
+  const struct {
+    std::string name;
+    std::string shown;
+  } cases[] = {
+      {times(1'024, "x"), times(1'024, "x")},
+      {"a" + times(1'023, "x") + "b", "a" + times(511, "x") + "\u2026" + times(510, "x") + "b"},
+      {times(1'024, "\U0001F600"), times(1'024, "\U0001F600")},
+      {times(1'025, "\U0001F600"), times(512, "\U0001F600") + "\u2026" + times(511, "\U0001F600")},
+      {times(128, "\x01"), times(128, "<U+0001>")},
+      {times(127, "\x01") + times(9, "x"), times(64, "<U+0001>") + "\u2026" + times(62, "<U+0001>") + times(9, "x")},
+      {times(1'040'000, "\x01"), times(64, "<U+0001>") + "\u2026" + times(63, "<U+0001>")},
+      {times(300'000, "\u2764\uFE0F"), times(256, "\u2764\uFE0F") + "\u2026" + times(255, "\u2764\uFE0F")},
+      {times(2'000, "\xFF"), times(512, "\uFFFD") + "\u2026" + times(511, "\uFFFD")},
+  };
+  for (const auto& [name, shown] : cases) {
+    EXPECT_EQ(shownText(name).toStdString(), shown);
+    EXPECT_GE(copiedText(name).size(), static_cast<qsizetype>(name.size()));
+  }
 }
 
 TEST(FileLocationTest, UrlOfAnyPathLeadsBackToItsBytes) {
