@@ -92,14 +92,10 @@ T.ItemDelegate {
                     font.weight: Font.Medium
                 }
 
-                TFText {
-                    id: folderText
-
+                TFPathText {
                     width: parent.width
-                    text: root.facts === "" ? root.folder : root.folder + " · " + root.facts
-                    elide: Text.ElideMiddle
-                    color: TallyTheme.tertiary
-                    font.pixelSize: TallyTheme.captionSize
+                    path: root.folder
+                    facts: root.facts
                 }
             }
 

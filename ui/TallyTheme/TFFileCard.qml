@@ -68,12 +68,10 @@ TFGlassCard {
             font.weight: Font.Medium
         }
 
-        TFText {
+        TFPathText {
             width: parent.width
-            text: root.isEmpty ? root.hasProposal ? root.proposal.path : root.hint : root.file.folder + (root.file.size === "" ? "" : " · " + root.file.size)
-            color: TallyTheme.tertiary
-            elide: Text.ElideMiddle
-            font.pixelSize: TallyTheme.captionSize
+            path: root.isEmpty ? root.hasProposal ? root.proposal.path : root.hint : root.file.folder
+            facts: root.file.size ?? ""
         }
 
         TFText {
@@ -114,7 +112,8 @@ TFGlassCard {
             objectName: root.objectName + "Proposal"
             anchors.right: parent.right
             visible: root.hasProposal
-            text: qsTr("Use “%1”").arg(proposalName.elidedText)
+            // Isolated, so that a name cannot reorder the words around it.
+            text: qsTr("Use “%1”").arg("\u2068" + proposalName.elidedText + "\u2069")
             accessibleName: qsTr("Use %1").arg(root.proposal.path ?? "")
             tip: root.proposal.path ?? ""
             isProminent: root.isEmpty
