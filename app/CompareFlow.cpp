@@ -84,7 +84,6 @@ void AppViewModel::resetComparison() {
 
 QVariantMap AppViewModel::compareResultForScreen() const {
   if (!compareResult_) return {};
-  const QLocale locale = userLocale();
   const auto words = [&](const auto& outcome) -> QVariantMap {
     using Case = std::decay_t<decltype(outcome)>;
     if constexpr (std::is_same_v<Case, FileComparison::Identical>) {
@@ -97,9 +96,9 @@ QVariantMap AppViewModel::compareResultForScreen() const {
       if constexpr (std::is_same_v<Case, FileComparison::DifferentSize>) {
         const qint64 difference =
             outcome.sizeOfA > outcome.sizeOfB ? outcome.sizeOfA - outcome.sizeOfB : outcome.sizeOfB - outcome.sizeOfA;
-        details = {tr("Different sizes — A: %1 bytes, B: %2 bytes")
-                       .arg(locale.toString(qint64{outcome.sizeOfA}), locale.toString(qint64{outcome.sizeOfB})),
-                   tr("The difference is %1 bytes.").arg(locale.toString(difference))};
+        details = {tr("Different sizes — A: %1, B: %2")
+                       .arg(exactByteCount(outcome.sizeOfA), exactByteCount(outcome.sizeOfB)),
+                   tr("The difference is %1.").arg(exactByteCount(difference))};
       } else {
         details = {tr("First difference at byte %1").arg(outcome.offset),
                    tr("Hexadecimal: 0x%1").arg(outcome.offset, 0, 16)};

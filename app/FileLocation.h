@@ -17,7 +17,8 @@ bool isDirectoryPath(const QUrl& url);
 bool isDirectoryPath(const std::filesystem::path& path);
 
 /// The standardized path (absolute, without ".", ".." and doubled separators; links are not followed) of a file URL:
-/// the exact bytes, also those that are not UTF-8. None when `url` is not a file URL with an absolute path.
+/// the exact bytes, also those that are not UTF-8. None when `url` is not a file URL with an absolute path on this
+/// machine and nothing else: no query, no fragment, no zero byte.
 std::optional<std::filesystem::path> fileLocation(const QUrl& url);
 
 /// The file URL of a path; bytes that are not UTF-8 are percent-encoded, so that `fileLocation` gives them back.

@@ -14,6 +14,10 @@ QString compactDuration(double seconds) {
   return seconds < 1.0 ? QString::asprintf("%.0f ms", seconds * 1000) : QString::asprintf("%.2f s", seconds);
 }
 
+QString exactByteCount(qint64 bytes) {
+  return bytes == 1 ? QStringLiteral("1 byte") : QStringLiteral("%1 bytes").arg(userLocale().toString(bytes));
+}
+
 QString formattedByteCount(qint64 bytes) {
   struct Unit {
     const char* name;
@@ -21,10 +25,9 @@ QString formattedByteCount(qint64 bytes) {
   };
   static constexpr std::array<Unit, 6> units = {{{"KB", 0}, {"MB", 1}, {"GB", 2}, {"TB", 2}, {"PB", 2}, {"EB", 2}}};
 
-  const QLocale locale = userLocale();
-  if (bytes == 1) return QStringLiteral("1 byte");
-  if (bytes < 1000) return QStringLiteral("%1 bytes").arg(locale.toString(bytes));
+  if (bytes < 1000) return exactByteCount(bytes);
 
+  const QLocale locale = userLocale();
   double value = static_cast<double>(bytes) / 1000;
   std::size_t unit = 0;
   const auto rounded = [&] {

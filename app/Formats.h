@@ -12,6 +12,9 @@ QLocale userLocale();
 /// "18 ms" below one second, "1.00 s" from there on.
 QString compactDuration(double seconds);
 
+/// "1 byte", "4,200,000 bytes".
+QString exactByteCount(qint64 bytes);
+
 /// Bytes in decimal units as file browsers show them: "1 byte", "512 bytes", "4 KB", "4.2 MB", "1.25 GB".
 QString formattedByteCount(qint64 bytes);
 

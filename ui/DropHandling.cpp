@@ -27,7 +27,7 @@ class DropGroup {
 
   void complete(const QVariant& item) {
     const QUrl url = droppedFileURL(item);
-    if (url.isLocalFile() && (kind_ == Droppable::filesAndFolders || !isDirectoryPath(url))) accumulator_.append(url);
+    if (fileLocation(url) && (kind_ == Droppable::filesAndFolders || !isDirectoryPath(url))) accumulator_.append(url);
   }
 
  private:
@@ -64,7 +64,7 @@ QUrl droppedFileURL(const QVariant& item) {
 QList<QUrl> filteredFileURLs(const QList<QUrl>& urls) {
   QList<QUrl> files;
   for (const QUrl& url : urls) {
-    if (url.isLocalFile() && !isDirectoryPath(url)) files.append(url);
+    if (fileLocation(url) && !isDirectoryPath(url)) files.append(url);
   }
   return files;
 }
@@ -83,7 +83,7 @@ void resolveFileURLs(const QList<QUrl>& urls, FilesCallback dropped, Droppable k
   inbox();
   std::thread([urls = urls, dropped = std::move(dropped), kind]() mutable {
     QList<QUrl> files = markedFolders(std::move(urls));
-    files.removeIf([](const QUrl& url) { return !url.isLocalFile(); });
+    files.removeIf([](const QUrl& url) { return !fileLocation(url); });
     if (kind == Droppable::files) files = filteredFileURLs(files);
     if (!files.isEmpty()) inbox().post([files, dropped = std::move(dropped)] { dropped(files); });
   }).detach();

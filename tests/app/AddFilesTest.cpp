@@ -15,6 +15,7 @@ TEST_F(AddFiles, EachRegularLocationIsQueuedOnceInTheGivenOrder) {
     std::vector<const char*> urls;
     std::vector<std::filesystem::path> expected;
   };
+  const QByteArray here = "file://" + QSysInfo::machineHostName().toUpper().toLatin1() + "/t/b";
   const std::vector<Case> cases = {
       {"in the given order", {"file:///t/b", "file:///t/a", "file:///t/c"}, {"/t/b", "/t/a", "/t/c"}},
       {"a repeated file", {"file:///t/a", "file:///t/b", "file:///t/a"}, {"/t/a", "/t/b"}},
@@ -24,6 +25,11 @@ TEST_F(AddFiles, EachRegularLocationIsQueuedOnceInTheGivenOrder) {
       {"folders", {"file:///t/", "file:///t/a/", "file:///", "file:///t/.", "file:///t/a/..", "file:///t/%2E"}, {}},
       {"a folder among files", {"file:///t/a", "file:///t/", "file:///t/b"}, {"/t/a", "/t/b"}},
       {"not files", {"https://example.org/a", "/t/a", "a", "file:a", "file:", "", "mailto:a@example.org"}, {}},
+      {"files of other machines, and what is more than a file",
+       {"file://otherhost/t/a", "file://user@localhost/t/a", "file://localhost:80/t/a", "file:///t/a?b", "file:///t/a?",
+        "file:///t/a#b", "file:///t/a%00b", "file:///t/a%00"},
+       {}},
+      {"this machine", {"file://LocalHost/t/a", here.constData()}, {"/t/a", "/t/b"}},
       {"names that are not UTF-8", {"file:///t/%FF", "file:///t/%FE", "file:///t/%FF"}, {"/t/\xFF", "/t/\xFE"}},
       {"names with meaning in URLs", {"file:///t/%3F%23%25", "file:///t/a%0Ab"}, {"/t/?#%", "/t/a\nb"}},
       {"upper and lower case", {"file:///t/A", "file:///t/a"}, {"/t/A", "/t/a"}},

@@ -20,7 +20,8 @@ TEST_F(CompareFlow, ResultIsToldInWordsAndExactNumbers) {
   const auto file = folder_.file("a", std::string(5000, 'x'));
   const auto same = folder_.file("same", std::string(5000, 'x'));
   const auto differs = folder_.file("differs", std::string(4999, 'x') + "y");
-  const auto longer = folder_.file("longer", std::string(5003, 'x'));
+  const auto shortest = folder_.file("shortest", "x");
+  const auto longer = folder_.file("longer", std::string(5001, 'x'));
   const struct {
     fs::path second;
     FileComparisonResult result;
@@ -33,10 +34,15 @@ TEST_F(CompareFlow, ResultIsToldInWordsAndExactNumbers) {
        QStringLiteral("Files are different"),
        {QStringLiteral("First difference at byte 4999"), QStringLiteral("Hexadecimal: 0x1387")}},
       {longer,
-       FileComparison::DifferentSize{5000, 5003},
+       FileComparison::DifferentSize{5000, 5001},
        QStringLiteral("Files are different"),
-       {QStringLiteral("Different sizes — A: 5,000 bytes, B: 5,003 bytes"),
-        QStringLiteral("The difference is 3 bytes.")}},
+       {QStringLiteral("Different sizes — A: 5,000 bytes, B: 5,001 bytes"),
+        QStringLiteral("The difference is 1 byte.")}},
+      {shortest,
+       FileComparison::DifferentSize{5000, 1},
+       QStringLiteral("Files are different"),
+       {QStringLiteral("Different sizes — A: 5,000 bytes, B: 1 byte"),
+        QStringLiteral("The difference is 4,999 bytes.")}},
   };
   for (const auto& test : cases) {
     SCOPED_TRACE(test.second);

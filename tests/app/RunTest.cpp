@@ -38,9 +38,7 @@ TEST_F(Run, FailureMarksOnlyItsOwnRow) {
   const fs::path middle = folder_.file("middle", "abc");
   const fs::path growing = folder_.file("growing", "abc");
   const fs::path last = folder_.file("last", "abc");
-  add({good, folder_.path() / "vanished", unreadable, middle, growing});
-  model_->addFiles({QUrl(QStringLiteral("file:///a%00b"))});
-  add({last});
+  add({good, folder_.path() / "vanished", unreadable, middle, growing, last});
 
   calls_.before = [&, opened = 0](std::string_view call, std::size_t) mutable {
     if (call == "open") return ++opened == 2 ? EACCES : 0;
@@ -54,7 +52,7 @@ TEST_F(Run, FailureMarksOnlyItsOwnRow) {
   EXPECT_THAT(states(),
               ElementsAre("complete", "No such file or directory", "Permission denied", "complete",
                           "The file changed while it was being read. Run the operation again on a stable file.",
-                          "Invalid argument", "complete"));
+                          "complete"));
   EXPECT_THAT(resultPaths(), ElementsAre(good, middle, last));
   EXPECT_EQ(model_->overallProgress(), 1);
   EXPECT_EQ(model_->errorMessage(), QString());
