@@ -52,6 +52,7 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : QObject(parent),
   }
   connect(&manifestJobs_, &ManifestJobListModel::countsChanged, this, &AppViewModel::manifestStatusChanged);
   textRest_.setSingleShot(true);
+  textRest_.setTimerType(Qt::PreciseTimer);
   textRest_.setInterval(120);
   connect(&textRest_, &QTimer::timeout, this, &AppViewModel::startTextHash);
 }

@@ -58,6 +58,7 @@ class AppViewModel : public QObject {
   Q_PROPERTY(QString textInput READ textInput WRITE setTextInput NOTIFY textInputChanged)
   Q_PROPERTY(QString textSize READ textSize NOTIFY textInputChanged)
   Q_PROPERTY(QVariantMap textHashes READ textHashesByName NOTIFY textHashesChanged)
+  Q_PROPERTY(QString textError READ textError NOTIFY textHashesChanged)
   Q_PROPERTY(QVariantMap verifyFile READ verifyFile NOTIFY verifyURLChanged)
   Q_PROPERTY(QString expectedHash READ expectedHash WRITE setExpectedHash NOTIFY expectedHashChanged)
   Q_PROPERTY(QStringList verifyAlgorithms READ verifyAlgorithms CONSTANT)
@@ -187,6 +188,8 @@ class AppViewModel : public QObject {
   /// Empty until they are calculated.
   [[nodiscard]] const DigestMap& textHashes() const { return textHashes_; }
   [[nodiscard]] QVariantMap textHashesByName() const;
+  /// Why there are none; empty when nothing failed.
+  [[nodiscard]] QString textError() const { return textError_; }
   Q_INVOKABLE [[nodiscard]] static QString classification(const QString& algorithm);
   /// Of its digest, in hexadecimal digits.
   Q_INVOKABLE [[nodiscard]] static int digestLength(const QString& algorithm);
@@ -341,6 +344,7 @@ class AppViewModel : public QObject {
   void setCompareResult(std::optional<FileComparisonResult> result);
   void setCompareProgress(double progress);
   void setComparing(bool isComparing);
+  [[nodiscard]] bool appendFiles(const QList<QUrl>& urls);
   void showQueueLimit();
   void publishManifest(PreparedManifestLoad load);
   void discardManifest();
@@ -367,7 +371,8 @@ class AppViewModel : public QObject {
   QString textInput_;
   qint64 textUTF8ByteCount_ = 0;
   DigestMap textHashes_;
-  QTimer textRest_;
+  QString textError_;
+  QTimer textRest_{this};
 
   std::optional<std::filesystem::path> verifyURL_;
   QString expectedHash_;

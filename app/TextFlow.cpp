@@ -3,6 +3,7 @@
 
 #include "app/AppViewModel.h"
 #include "app/Formats.h"
+#include "core/Errors.h"
 #include "core/TextHashing.h"
 
 namespace tallyfold {
@@ -24,6 +25,7 @@ void AppViewModel::setTextInput(const QString& text) {
 void AppViewModel::updateTextHash() {
   textTask_.abandon();
   textHashes_ = {};
+  textError_.clear();
   textUTF8ByteCount_ = HashService::utf8ByteCount(viewOf(textInput_));
   emit textInputChanged();
   emit textHashesChanged();
@@ -42,10 +44,14 @@ void AppViewModel::startTextHash() {
           emit model.textHashesChanged();
         });
       },
-      [](AppViewModel&, const std::exception_ptr&) {});
+      [](AppViewModel& model, const std::exception_ptr& failure) {
+        if (!failure) return;
+        model.textError_ = QString::fromStdString(errorDescription(failure));
+        emit model.textHashesChanged();
+      });
 }
 
-QString AppViewModel::textSize() const { return tr("%1 bytes (UTF-8)").arg(userLocale().toString(textUTF8ByteCount_)); }
+QString AppViewModel::textSize() const { return tr("%1 (UTF-8)").arg(exactByteCount(textUTF8ByteCount_)); }
 
 QVariantMap AppViewModel::textHashesByName() const {
   QVariantMap map;
