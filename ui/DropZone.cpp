@@ -15,6 +15,10 @@ namespace {
 const QString mozillaUrl = QStringLiteral("text/x-moz-url-data");
 const QString plainText = QStringLiteral("text/plain");
 
+// What is longer is no list of locations, and nothing of it is taken: it would have to be parsed on this thread.
+constexpr qsizetype mostBytes = 1 << 20;
+constexpr std::size_t mostLocations = 10'000;
+
 class LoadedItem : public ItemProvider {
  public:
   explicit LoadedItem(QVariant item) : item_(std::move(item)) {}
@@ -29,13 +33,16 @@ bool isUsable(const QMimeData& data) {
 }
 
 std::vector<std::shared_ptr<ItemProvider>> providers(const QMimeData& data) {
+  const bool isOneUrl = data.hasFormat(mozillaUrl);
+  const QByteArray bytes = data.data(isOneUrl ? mozillaUrl : plainText);
+  if (bytes.size() > mostBytes) return {};
+  if (isOneUrl) return {std::make_shared<LoadedItem>(bytes)};
   std::vector<std::shared_ptr<ItemProvider>> items;
-  if (data.hasFormat(mozillaUrl)) {
-    items.push_back(std::make_shared<LoadedItem>(data.data(mozillaUrl)));
-  } else {
-    for (const QString& line : data.text().split(u'\n', Qt::SkipEmptyParts)) {
-      items.push_back(std::make_shared<LoadedItem>(line.trimmed()));
-    }
+  for (const QByteArray& line : bytes.split('\n')) {
+    const QByteArray location = line.trimmed();
+    if (location.left(5).compare("file:", Qt::CaseInsensitive) != 0) continue;
+    if (items.size() == mostLocations) return {};
+    items.push_back(std::make_shared<LoadedItem>(QString::fromUtf8(location)));
   }
   return items;
 }
