@@ -1,5 +1,6 @@
-// Lists at their limit, in the real window: whatever is done to them, no turn of the event loop is long.
+// Lists and names at their limit, in the real window: whatever is done to them, no turn of the event loop is long.
 
+#include <cstring>
 #include <iostream>
 
 #include <QDropEvent>
@@ -95,6 +96,64 @@ TEST_F(ManyRowsTest, EntriesOfTwoFilesTakeTurns) {
       "copy", [&] { model.copyManifestRows(); }, [] { return true; });
   expectShortTurns(
       "clear", [&] { model.clearManifest(); }, [&] { return jobs.total() == 0; });
+}
+
+TEST_F(ManyRowsTest, TextThatIsNoListOfLocationsIsDropped) {
+  for (const char* line : {"any words, for instance these\n", "file:///nowhere/a\n", "file:"}) {
+    QMimeData data;
+    data.setData(QStringLiteral("text/plain"), QByteArray(line).repeated((64 << 20) / static_cast<int>(strlen(line))));
+    resetPeakMemory();
+    const double before = peakMemory();
+    expectShortTurns(
+        "drop of text", [&] { drop(data); }, [] { return true; });
+    EXPECT_LT(peakMemory() - before, 10);
+    EXPECT_EQ(model.jobs()->count(), 0);
+  }
+}
+
+TEST_F(ManyRowsTest, NamesOfAnySizeAreShown) {
+  const auto lines = [](int count, int times, std::string_view text) {
+    std::string all;
+    while (count-- > 0) {
+      all += "900150983cd24fb0d6963f7d28e17f72  ";
+      for (int i = 0; i < times; ++i) all += text;
+      all += '\n';
+    }
+    return all;
+  };
+  const struct {
+    const char* what;
+    int count;
+    std::string list;
+  } cases[] = {{"a line of control characters", 1, lines(1, 1'040'000, "\x01")},
+               {"a line of Arabic words", 1, lines(1, 200'000, "\u0633\u0645 ")},
+               {"60 lines of control characters", 60, lines(60, 1'040'000, "\x01")}};
+  model.setMode(AppMode::Manifest);
+  for (const auto& [what, count, list] : cases) {
+    const QUrl url = fileUrl(folder.file("list.md5", list));
+    resetPeakMemory();
+    const double before = peakMemory();
+    expectShortTurns(
+        what, [&] { model.setManifestFile({url}); },
+        [&, count = count] { return !model.isLoadingManifest() && model.manifestJobs()->count() == count; });
+    expectShortTurns(
+        "its tip", [&] { driver.moveTo(QStringLiteral("path")); },
+        [&] {
+          int shown = 0;
+          for (const QQuickItem* item : visibleItems(window.contentItem())) {
+            if (item->property("text") == model.manifestJobs()->index(0).data()) ++shown;
+            if (item->objectName() == "path") --shown;
+          }
+          return shown > 0;
+        });
+    expectShortTurns(
+        "its end", [&] { QMetaObject::invokeMethod(driver.item("manifestList"), "positionViewAtEnd"); },
+        [] { return true; });
+    std::cout << "  " << peakMemory() - before << " MiB\n";
+    for (const QQuickItem* item : visibleItems(window.contentItem())) {
+      EXPECT_LE(item->property("text").toString().size(), qsizetype{mostShownCharacters});
+    }
+  }
 }
 
 }  // namespace
