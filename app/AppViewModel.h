@@ -198,11 +198,11 @@ class AppViewModel : public QObject {
   /// From when the text has rested until its digests are there.
   [[nodiscard]] bool isTextHashing() const { return textTask_.isRunning(); }
   Q_INVOKABLE void copyTextHash(const QString& algorithm);
-  /// The text of the clipboard becomes the input. Unlike an editor, this takes any length.
+  /// The text of the clipboard becomes the input.
   Q_INVOKABLE void pasteText();
-  /// How many characters an editor shows without becoming slow.
-  Q_INVOKABLE [[nodiscard]] static int editableLength() { return 200'000; }
-  Q_INVOKABLE [[nodiscard]] int pasteboardLength() const;
+  /// What a paste brings: of the clipboard, or of what is selected in another program. Asks that program, which can
+  /// take long: once for each paste.
+  Q_INVOKABLE [[nodiscard]] QString pasteboardText(bool isSelection = false) const;
 
   [[nodiscard]] const std::optional<std::filesystem::path>& verifyURL() const { return verifyURL_; }
   [[nodiscard]] QVariantMap verifyFile() const;
@@ -344,7 +344,6 @@ class AppViewModel : public QObject {
   void setCompareResult(std::optional<FileComparisonResult> result);
   void setCompareProgress(double progress);
   void setComparing(bool isComparing);
-  [[nodiscard]] bool appendFiles(const QList<QUrl>& urls);
   void showQueueLimit();
   void publishManifest(PreparedManifestLoad load);
   void discardManifest();

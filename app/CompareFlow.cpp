@@ -96,9 +96,9 @@ QVariantMap AppViewModel::compareResultForScreen() const {
       if constexpr (std::is_same_v<Case, FileComparison::DifferentSize>) {
         const qint64 difference =
             outcome.sizeOfA > outcome.sizeOfB ? outcome.sizeOfA - outcome.sizeOfB : outcome.sizeOfB - outcome.sizeOfA;
-        details = {tr("Different sizes — A: %1, B: %2")
-                       .arg(exactByteCount(outcome.sizeOfA), exactByteCount(outcome.sizeOfB)),
-                   tr("The difference is %1.").arg(exactByteCount(difference))};
+        details = {
+            tr("Different sizes — A: %1, B: %2").arg(exactByteCount(outcome.sizeOfA), exactByteCount(outcome.sizeOfB)),
+            tr("The difference is %1.").arg(exactByteCount(difference))};
       } else {
         details = {tr("First difference at byte %1").arg(outcome.offset),
                    tr("Hexadecimal: 0x%1").arg(outcome.offset, 0, 16)};

@@ -26,8 +26,10 @@ class Desktop {
   /// Asks for exactly one existing folder. None can be created in the panel.
   virtual void chooseFolder(std::function<void(const QUrl&)> chosen) = 0;
 
-  /// What is on the clipboard as text; empty when that is no text.
-  [[nodiscard]] virtual QString pasteboardText() const = 0;
+  /// What is on the clipboard, or selected in another program, as text; empty when that is no text, or its owner does
+  /// not answer, which can take as long as the toolkit waits.
+  enum class Pasteboard { clipboard, selection };
+  [[nodiscard]] virtual QString pasteboardText(Pasteboard pasteboard) const = 0;
 
   /// Asks where to save a file, proposing `fileName`. Folders may be created in the panel.
   virtual void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) = 0;

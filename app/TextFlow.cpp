@@ -78,8 +78,10 @@ void AppViewModel::copyTextHash(const QString& algorithm) {
   if (digest) desktop_.setPasteboard(QByteArray().append(*digest));
 }
 
-void AppViewModel::pasteText() { setTextInput(desktop_.pasteboardText()); }
+void AppViewModel::pasteText() { setTextInput(pasteboardText()); }
 
-int AppViewModel::pasteboardLength() const { return static_cast<int>(desktop_.pasteboardText().size()); }
+QString AppViewModel::pasteboardText(bool isSelection) const {
+  return desktop_.pasteboardText(isSelection ? Desktop::Pasteboard::selection : Desktop::Pasteboard::clipboard);
+}
 
 }  // namespace tallyfold

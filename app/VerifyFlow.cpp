@@ -44,7 +44,7 @@ void AppViewModel::setExpectedHash(const QString& pasted) {
   emit expectedHashChanged();
 }
 
-void AppViewModel::pasteExpectedHash() { setExpectedHash(desktop_.pasteboardText().trimmed()); }
+void AppViewModel::pasteExpectedHash() { setExpectedHash(pasteboardText().trimmed()); }
 
 QStringList AppViewModel::verifyAlgorithms() { return QStringList{automatic} + algorithmNames(); }
 

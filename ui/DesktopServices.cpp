@@ -19,6 +19,8 @@ namespace tallyfold {
 
 namespace {
 
+const QString plainText = QStringLiteral("text/plain");
+
 // A panel that belongs to `window`, blocks only it, and deletes itself when it closes.
 QFileDialog* makePanel(QWindow* window) {
   auto* panel = new QFileDialog;
@@ -76,7 +78,13 @@ void DesktopServices::chooseDestination(const QString& fileName, std::function<v
   panel->open();
 }
 
-QString DesktopServices::pasteboardText() const { return QGuiApplication::clipboard()->text(); }
+QString DesktopServices::pasteboardText(Pasteboard pasteboard) const {
+  const QClipboard& clipboard = *QGuiApplication::clipboard();
+  const QMimeData* data =
+      clipboard.mimeData(pasteboard == Pasteboard::clipboard ? QClipboard::Clipboard : QClipboard::Selection);
+  // The toolkit's own way would ask for one form after the other, and wait five seconds for each.
+  return data != nullptr && data->formats().contains(plainText) ? data->text() : QString();
+}
 
 void DesktopServices::setPasteboard(const QByteArray& text) {
   // As bytes and not as a QString: a path need not be text.

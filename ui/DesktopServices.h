@@ -16,7 +16,7 @@ class DesktopServices : public Desktop {
   void chooseFiles(std::function<void(const QList<QUrl>&)> chosen) override;
   void chooseSingleFile(std::function<void(const QUrl&)> chosen) override;
   void chooseFolder(std::function<void(const QUrl&)> chosen) override;
-  [[nodiscard]] QString pasteboardText() const override;
+  [[nodiscard]] QString pasteboardText(Pasteboard pasteboard) const override;
   void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) override;
   void setPasteboard(const QByteArray& text) override;
   void revealInFileBrowser(const std::filesystem::path& path) override;

@@ -8,21 +8,8 @@ FocusScope {
 
     required property AppViewModel viewModel
     readonly property int gutter: TallyTheme.space6
-    // More than an editor can bear: kept in the model, and only its beginning shown.
-    property bool isLarge: false
-
-    function paste(event) {
-        if (viewModel.pasteboardLength() <= viewModel.editableLength())
-            return;
-        event.accepted = true;
-        isLarge = true;
-        viewModel.pasteText();
-        editor.text = viewModel.textInput.substring(0, 10000);
-    }
-
     function clear() {
-        isLarge = false;
-        editor.text = "";
+        editor.show("");
         viewModel.textInput = "";
         editor.editor.forceActiveFocus();
     }
@@ -64,12 +51,8 @@ FocusScope {
             focus: true
             name: qsTr("Text to hash")
             hint: qsTr("Type or paste text here.")
-            readOnly: root.isLarge
-            onEdited: {
-                if (!root.isLarge)
-                    root.viewModel.textInput = text;
-            }
-            onPasteRequested: event => root.paste(event)
+            onEdited: root.viewModel.textInput = content
+            onPasteRequested: isSelection => insert(root.viewModel.pasteboardText(isSelection))
         }
     }
 
@@ -90,7 +73,7 @@ FocusScope {
         TFText {
             objectName: "byteCount"
             anchors.verticalCenter: parent.verticalCenter
-            text: root.viewModel.textSize + (root.isLarge ? " · " + qsTr("Only the beginning of this text is shown.") : "")
+            text: root.viewModel.textSize + (editor.isAbridged ? " · " + qsTr("Only the beginning of this text is shown.") : "")
             color: TallyTheme.secondary
             font.pixelSize: TallyTheme.captionSize
             Accessible.role: Accessible.StaticText
@@ -208,10 +191,24 @@ FocusScope {
                             width: Math.min(fullWidth, row.width - x - copy.width - TallyTheme.space1)
                             // While it is calculated anew, the last one fades instead of coming and going with every key.
                             name: row.digest !== "" ? row.modelData : qsTr("%1 of the text before").arg(row.modelData)
-                            text: row.digest !== "" ? row.digest : chip.checked ? row.lastDigest : ""
+                            text: row.digest !== "" ? row.digest : chip.checked && root.viewModel.textError === "" ? row.lastDigest : ""
                             enabled: row.digest !== ""
                             opacity: enabled ? 1 : TallyTheme.disabledOpacity
                             expectedLength: chip.checked ? root.viewModel.digestLength(row.modelData) : 0
+                        }
+
+                        // Once, where the first of the digests would stand.
+                        TFText {
+                            objectName: visible ? "textError" : ""
+                            anchors.left: value.left
+                            anchors.right: copy.left
+                            height: TallyTheme.controlHeight
+                            visible: root.viewModel.textError !== "" && row.modelData === root.viewModel.selectedAlgorithms[0]
+                            text: root.viewModel.textError
+                            color: TallyTheme.bad
+                            elide: Text.ElideRight
+                            Accessible.role: Accessible.AlertMessage
+                            Accessible.name: text
                         }
 
                         TFIconButton {

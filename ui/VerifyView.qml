@@ -94,6 +94,18 @@ FocusScope {
                         }
 
                         TFButton {
+                            objectName: "clearChecksum"
+                            anchors.right: paste.left
+                            anchors.rightMargin: TallyTheme.space2
+                            visible: field.isAbridged
+                            text: qsTr("Clear")
+                            refusal: root.busyRefusal
+                            onClicked: root.viewModel.expectedHash = ""
+                        }
+
+                        TFButton {
+                            id: paste
+
                             objectName: "pasteChecksum"
                             anchors.right: parent.right
                             text: qsTr("Paste")
@@ -123,7 +135,8 @@ FocusScope {
                             hint: qsTr("Paste a checksum or a standard checksum line. Use Auto when the digest length is unique; SHA-256 and BLAKE3 both use 64 hexadecimal characters.")
                             font.family: TallyTheme.digestFont
                             font.pixelSize: TallyTheme.digestSize
-                            onEdited: root.viewModel.expectedHash = text
+                            onEdited: root.viewModel.expectedHash = content
+                            onPasteRequested: isSelection => insert(root.viewModel.pasteboardText(isSelection))
                             onReturnPressed: event => {
                                 event.accepted = true;
                                 root.act();
@@ -133,8 +146,7 @@ FocusScope {
                                 target: root.viewModel
 
                                 function onExpectedHashChanged() {
-                                    if (field.text !== root.viewModel.expectedHash)
-                                        field.text = root.viewModel.expectedHash;
+                                    field.show(root.viewModel.expectedHash);
                                 }
                             }
                         }
@@ -176,7 +188,13 @@ FocusScope {
 
                         TFText {
                             objectName: "recognisedAlgorithm"
-                            text: root.viewModel.recognisedAlgorithm === "" ? "" : qsTr("Will be checked as %1.").arg(root.viewModel.recognisedAlgorithm)
+                            text: {
+                                const recognised = root.viewModel.recognisedAlgorithm;
+                                const words = recognised === "" ? [] : [qsTr("Will be checked as %1.").arg(recognised)];
+                                if (field.isAbridged)
+                                    words.push(qsTr("Only the beginning of this text is shown."));
+                                return words.join(" ");
+                            }
                             color: TallyTheme.secondary
                             font.pixelSize: TallyTheme.captionSize
                             Accessible.role: Accessible.StaticText

@@ -31,7 +31,7 @@ class FakeDesktop : public Desktop {
   void chooseFiles(std::function<void(const QList<QUrl>&)> chosen) override { openPanel = std::move(chosen); }
   void chooseSingleFile(std::function<void(const QUrl&)> chosen) override { singlePanel = std::move(chosen); }
   void chooseFolder(std::function<void(const QUrl&)> chosen) override { folderPanel = std::move(chosen); }
-  [[nodiscard]] QString pasteboardText() const override { return otherProgramsText; }
+  [[nodiscard]] QString pasteboardText(Pasteboard) const override { return otherProgramsText; }
   void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) override {
     proposedName = fileName;
     savePanel = std::move(chosen);

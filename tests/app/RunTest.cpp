@@ -49,10 +49,10 @@ TEST_F(Run, FailureMarksOnlyItsOwnRow) {
   model_->setMode(AppMode::Verify);
   run();
   EXPECT_EQ(model_->unseenOutcome(AppMode::Files), AppViewModel::SomeFailed);
-  EXPECT_THAT(states(),
-              ElementsAre("complete", "No such file or directory", "Permission denied", "complete",
-                          "The file changed while it was being read. Run the operation again on a stable file.",
-                          "complete"));
+  EXPECT_THAT(
+      states(),
+      ElementsAre("complete", "No such file or directory", "Permission denied", "complete",
+                  "The file changed while it was being read. Run the operation again on a stable file.", "complete"));
   EXPECT_THAT(resultPaths(), ElementsAre(good, middle, last));
   EXPECT_EQ(model_->overallProgress(), 1);
   EXPECT_EQ(model_->errorMessage(), QString());

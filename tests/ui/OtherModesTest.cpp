@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 
 #include "app/FileLocation.h"
+#include "tests/support/TurnWatcher.h"
 #include "tests/ui/WindowFixture.h"
 
 namespace tallyfold::test {
@@ -64,21 +65,61 @@ TEST_F(OtherModes, TextIsHashedAsItIsTyped) {
   waitFor("no text", [&] { return model.textInput().isEmpty(); });
 }
 
-TEST_F(OtherModes, PastedTextTooLongForAnEditorIsHashedWhole) {
-  const QString large(AppViewModel::editableLength() + 1, u'x');
+TEST_F(OtherModes, TextTooLongForAnEditorIsTakenWholeAndItsBeginningShown) {
+  const QString large = QString(1'000'000, u'x') + QStringLiteral("\U0001F600");
   QGuiApplication::clipboard()->setText(large);
-  enter(AppMode::Text);
-  driver.click("textEditor");
-  driver.press({"Control_L", "v"});
-  waitFor("the digests", [&] { return model.textHashes().algorithms() == model.selectedAlgorithms(); });
-  EXPECT_EQ(model.textInput().size(), large.size());
-  EXPECT_LT(textOfItem("textEditor").size(), large.size());
-  driver.click("clearText");
-  waitFor("no text", [&] { return model.textInput().isEmpty(); });
-  driver.type("x");
-  waitFor("an editor", [&] { return model.textInput() == u"x"; });
-  driver.click("clearText");
-  waitFor("no text", [&] { return model.textInput().isEmpty(); });
+  QGuiApplication::clipboard()->setText(large, QClipboard::Selection);
+  const struct {
+    AppMode::Case mode;
+    const char* editor;
+    QString (AppViewModel::*content)() const;
+    const char* clear;
+  } editors[] = {{AppMode::Text, "textEditor", &AppViewModel::textInput, "clearText"},
+                 {AppMode::Verify, "checksumField", &AppViewModel::expectedHash, "clearChecksum"}};
+  for (const auto& [mode, editor, content, clear] : editors) {
+    const auto has = [&, content = content](const QString& text) { return (model.*content)() == text; };
+    const auto middle = [&, editor = editor] {
+      driver.clickAt(driver.item(editor)->mapToGlobal(QPointF(40, 15)).toPoint(), 2);
+    };
+    enter(mode);
+    const std::vector<std::function<void()>> ways = {
+        [&] {
+          driver.press({"Control_L", "v"});
+        },
+        [&] {
+          driver.press({"Shift_L", "Insert"});
+        },
+        middle, [&, mode = mode] { mode == AppMode::Verify ? driver.click("pasteChecksum") : middle(); }};
+    for (const auto& paste : ways) {
+      driver.click(editor);
+      driver.type("a");
+      waitFor("what was typed", [&] { return has(QStringLiteral("a")); });
+      TurnWatcher turns;
+      paste();
+      waitFor("all of it", [&] { return (model.*content)().size() >= large.size(); });
+      EXPECT_TRUE((model.*content)().endsWith(large));
+      waitFor("words about it", [&] {
+        return itemWithText("Only the beginning of this text is shown.") != nullptr ||
+               textOfItem("byteCount").endsWith("Only the beginning of this text is shown.");
+      });
+      EXPECT_LT(turns.takeLongest(), longestGoodTurn);
+      EXPECT_EQ(textOfItem(editor).size(), 10'000);
+      driver.click(clear);
+      waitFor("no text", [&] { return has({}); });
+    }
+    // As much as is shown may be typed on.
+    QGuiApplication::clipboard()->setText(QString(9'998, u'x') + QStringLiteral("\U0001F600"));
+    driver.click(editor);
+    driver.press({"Control_L", "v"});
+    waitFor("the text", [&] { return (model.*content)().size() == 10'000; });
+    driver.press({"Control_L", "Home"});
+    driver.type("a");
+    waitFor("the key", [&] { return (model.*content)().size() == 10'001; });
+    EXPECT_TRUE(textOfItem(editor) == u'a' + QString(9'998, u'x')) << "No half of a character is shown";
+    driver.click(clear);
+    waitFor("no text", [&] { return has({}); });
+    QGuiApplication::clipboard()->setText(large);
+  }
 }
 
 TEST_F(OtherModes, FileIsVerifiedFromTheKeyboard) {

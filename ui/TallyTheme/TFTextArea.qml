@@ -2,21 +2,51 @@ import QtQuick
 import QtQuick.Templates as T
 import TallyFold
 
-// Text of several lines that scrolls.
+// Text of several lines that scrolls. Of more than an editor bears, it shows the beginning, which can only be read.
 Flickable {
     id: root
 
-    property alias text: area.text
-    property alias readOnly: area.readOnly
+    // All of it, whatever is shown. Set by show().
+    property string content
+    // To lay out more takes longer than a key may wait.
+    readonly property int mostCharacters: 10000
+    readonly property bool isAbridged: content.length > mostCharacters
+    // What is shown.
+    readonly property alias text: area.text
+    property bool readOnly: false
     property alias hint: hint.text
     property alias font: area.font
     property string name
     readonly property Item editor: area
 
-    // The user changed the text.
+    // The user changed the content.
     signal edited
-    signal pasteRequested(var event)
+    // The text of the clipboard is wanted, or that which is selected in another program.
+    signal pasteRequested(bool isSelection)
     signal returnPressed(var event)
+
+    function show(all: string) {
+        if (all === content)
+            return;
+        content = all;
+        // Not between the halves of a character.
+        const end = /[\uD800-\uDBFF]/.test(all.charAt(mostCharacters - 1)) ? mostCharacters - 1 : mostCharacters;
+        area.text = isAbridged ? all.substring(0, end) : all;
+    }
+
+    // In the place of what is selected; of everything, where not everything can be selected.
+    function insert(text: string) {
+        if (readOnly || text === "")
+            return;
+        const all = isAbridged ? text : area.getText(0, area.selectionStart) + text + area.getText(area.selectionEnd, area.length);
+        if (isAbridged || all.length > mostCharacters) {
+            show(all);
+            edited();
+        } else {
+            area.remove(area.selectionStart, area.selectionEnd);
+            area.insert(area.cursorPosition, text);
+        }
+    }
 
     clip: true
     boundsBehavior: Flickable.StopAtBounds
@@ -40,16 +70,18 @@ Flickable {
         selectByMouse: true
         persistentSelection: false
         Accessible.name: root.name
-        onTextChanged: root.edited()
+        readOnly: root.readOnly || root.isAbridged
+        onTextChanged: {
+            if (root.isAbridged || text === root.content)
+                return;
+            root.show(text);
+            root.edited();
+        }
         onCursorRectangleChanged: {
             if (cursorRectangle.y < root.contentY)
                 root.contentY = Math.max(0, cursorRectangle.y - TallyTheme.space3);
             else if (cursorRectangle.y + cursorRectangle.height > root.contentY + root.height)
                 root.contentY = cursorRectangle.y + cursorRectangle.height + TallyTheme.space3 - root.height;
-        }
-        Keys.onPressed: event => {
-            if (event.matches(StandardKey.Paste))
-                root.pasteRequested(event);
         }
         Keys.onReturnPressed: event => {
             event.accepted = false;
@@ -63,6 +95,7 @@ Flickable {
 
         ShortcutPassage {
             target: area
+            onPasteRequested: isSelection => root.pasteRequested(isSelection)
         }
 
         TFText {
