@@ -2,7 +2,6 @@
 #include <cstdint>
 #include <iterator>
 #include <mutex>
-#include <unordered_map>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -80,16 +79,17 @@ struct AppViewModel::ManifestRun {
     const PreparedManifestVerification prepared{ChecksumManifestService::groupEntries(*entries, cancellation),
                                                 ChecksumManifestService::captureRootIdentity(root, cancellation)};
     ManifestVerification verification(root, prepared.rootIdentity);
-    std::unordered_map<Uuid, std::size_t> indexByID;
-    indexByID.reserve(entries->size());
-    for (const ChecksumManifestEntry& entry : *entries) indexByID.emplace(entry.id, indexByID.size());
+    // The groups are views of the list: an entry's place in it is that of its job.
+    const auto indexOf = [&](const ChecksumManifestEntry& entry) {
+      return static_cast<std::size_t>(&entry - entries->data());
+    };
 
     std::vector<std::size_t> jobs;
     std::vector<Outcome> found;
     for (const ManifestFileGroup& group : prepared.groups) {
       HashService::checkCancellation(cancellation);
       jobs.clear();
-      for (const ChecksumManifestEntry& entry : group.entries) jobs.push_back(indexByID.at(entry.id));
+      for (const ChecksumManifestEntry& entry : group.entries) jobs.push_back(indexOf(entry));
       report(context, self, [&] {
         verifying = jobs;
         groups = prepared.groups.size();

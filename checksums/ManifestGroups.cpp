@@ -13,6 +13,11 @@ HashAlgorithmSet ManifestFileGroup::algorithms() const {
   return algorithms;
 }
 
+bool ManifestFileGroup::operator==(const ManifestFileGroup& other) const {
+  const auto isEqual = [](const ChecksumManifestEntry& a, const ChecksumManifestEntry& b) { return a == b; };
+  return relativePath == other.relativePath && std::ranges::equal(entries, other.entries, isEqual);
+}
+
 namespace ChecksumManifestService {
 
 ManifestGroupingKey manifestGroupingKey(std::string_view relativePath) {
@@ -46,9 +51,18 @@ EntryGrouper::EntryGrouper(std::size_t expectedCount, std::stop_token cancellati
 void EntryGrouper::add(const ChecksumManifestEntry& entry) {
   constexpr std::size_t entriesBetweenChecks = 256;
   if (count_++ % entriesBetweenChecks == 0) HashService::checkCancellation(cancellation_);
-  const auto [position, isNew] = indices_.try_emplace(manifestGroupingKey(entry.relativePath), groups_.size());
-  if (isNew) groups_.push_back({.relativePath = entry.relativePath, .entries = {}});
-  groups_[position->second].entries.push_back(entry);
+  // To keep the keys would be to keep another copy of all paths.
+  const ManifestGroupingKey key = manifestGroupingKey(entry.relativePath);
+  const std::size_t hash = std::hash<ManifestGroupingKey>()(key);
+  const auto [first, last] = indices_.equal_range(hash);
+  const auto found = std::find_if(
+      first, last, [&](const auto& item) { return manifestGroupingKey(groups_[item.second].relativePath) == key; });
+  if (found != last) {
+    groups_[found->second].entries.emplace_back(entry);
+  } else {
+    indices_.emplace(hash, groups_.size());
+    groups_.push_back({.relativePath = entry.relativePath, .entries = {entry}});
+  }
 }
 
 std::vector<ManifestFileGroup> EntryGrouper::takeGroups() {

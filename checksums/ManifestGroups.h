@@ -14,14 +14,15 @@
 
 namespace tallyfold {
 
-/// The entries of a list that name one file.
+/// The entries of a list that name one file. A view of them: the list must outlive it.
 struct ManifestFileGroup {
-  std::string relativePath;                    ///< As the first entry writes it.
-  std::vector<ChecksumManifestEntry> entries;  ///< In the order of the list; never empty.
+  std::string_view relativePath;                                             ///< As the first entry writes it.
+  std::vector<std::reference_wrapper<const ChecksumManifestEntry>> entries;  ///< In the order of the list; never empty.
 
   [[nodiscard]] HashAlgorithmSet algorithms() const;
 
-  bool operator==(const ManifestFileGroup&) const = default;
+  /// Whether the entries are equal, wherever they are.
+  bool operator==(const ManifestFileGroup& other) const;
 };
 
 namespace ChecksumManifestService {
@@ -55,28 +56,33 @@ struct std::hash<tallyfold::ChecksumManifestService::ManifestGroupingKey> {
 
 namespace tallyfold::ChecksumManifestService {
 
-/// Takes the entries of a list one by one and groups them. For `groupEntries`.
+/// Takes the entries of a list one by one and groups them. Copies none of them. For `groupEntries`.
 class EntryGrouper {
  public:
   EntryGrouper(std::size_t expectedCount, std::stop_token cancellation);
 
   void add(const ChecksumManifestEntry& entry);
+  void add(const ChecksumManifestEntry&&) = delete;
   [[nodiscard]] std::vector<ManifestFileGroup> takeGroups();
 
  private:
   std::stop_token cancellation_;
-  std::unordered_map<ManifestGroupingKey, std::size_t> indices_;
+  std::unordered_multimap<std::size_t, std::size_t> indices_;  // Of groups, by the hashes of their keys.
   std::vector<ManifestFileGroup> groups_;
   std::size_t count_ = 0;
 };
 
 /// The entries of a list, in groups that come in the order of their first entries. `entries` is anything of known size
-/// that gives references to entries. Fails with CancellationError, seen within 256 entries.
+/// that gives references to entries, which must outlive the groups. Fails with CancellationError, seen within 256
+/// entries.
 template <typename Entries>
 std::vector<ManifestFileGroup> groupEntries(const Entries& entries, const std::stop_token& cancellation) {
   EntryGrouper grouper(std::size(entries), cancellation);
   for (const ChecksumManifestEntry& entry : entries) grouper.add(entry);
   return grouper.takeGroups();
 }
+
+template <typename Entries>
+std::vector<ManifestFileGroup> groupEntries(const Entries&& entries, const std::stop_token& cancellation) = delete;
 
 }  // namespace tallyfold::ChecksumManifestService

@@ -112,7 +112,7 @@ bool ManifestVerification::isRootWithoutLinksUnchanged() const {
   }
 }
 
-ManifestVerification::OpenFile ManifestVerification::open(const std::string& relativePath,
+ManifestVerification::OpenFile ManifestVerification::open(std::string_view relativePath,
                                                           const std::stop_token& cancellation) const {
   ManifestGroupingKey key = manifestGroupingKey(relativePath);
   if (key.kind == ManifestGroupingKey::Kind::normalized) {
@@ -134,7 +134,7 @@ std::optional<ManifestVerification::OpenFile> ManifestVerification::openWithoutL
   }
 }
 
-ManifestVerification::OpenFile ManifestVerification::openThroughLinks(const std::string& relativePath,
+ManifestVerification::OpenFile ManifestVerification::openThroughLinks(std::string_view relativePath,
                                                                       const std::stop_token& cancellation) const {
   const ManifestLocation location = locate(relativePath, rootIdentity_.canonicalPath, cancellation);
   // The kernel's own opinion of the path: of what is missing, closed or a circle of links, and of where it leads.

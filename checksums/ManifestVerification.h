@@ -7,6 +7,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -90,9 +91,9 @@ class ManifestVerification {
   DigestMap digestsOf(const ManifestFileGroup& group, const std::stop_token& cancellation);
   void validateRoot();
   [[nodiscard]] bool isRootWithoutLinksUnchanged() const;
-  [[nodiscard]] OpenFile open(const std::string& relativePath, const std::stop_token& cancellation) const;
+  [[nodiscard]] OpenFile open(std::string_view relativePath, const std::stop_token& cancellation) const;
   [[nodiscard]] std::optional<OpenFile> openWithoutLinks(std::string path) const;
-  [[nodiscard]] OpenFile openThroughLinks(const std::string& relativePath, const std::stop_token& cancellation) const;
+  [[nodiscard]] OpenFile openThroughLinks(std::string_view relativePath, const std::stop_token& cancellation) const;
   [[nodiscard]] ManifestDigestCacheEntry* findCached(const ManifestFileContentIdentity& identity);
 
   std::filesystem::path rootURL_;

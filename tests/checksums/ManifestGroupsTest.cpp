@@ -66,22 +66,25 @@ TEST(ManifestGroups, EntriesOfOnePathAreOneGroupInTheOrderOfTheList) {
                           ManifestFileGroup{"/x.bin", {entries[4]}}, ManifestFileGroup{"caf\u00E9", {entries[6]}},
                           ManifestFileGroup{"cafe\u0301", {entries[7]}}));
   EXPECT_EQ(groups[0].algorithms(), HashAlgorithm::recommended);
-  EXPECT_THAT(groupEntries(std::list<ChecksumManifestEntry>(), {}), IsEmpty());
+  const std::list<ChecksumManifestEntry> none;
+  EXPECT_THAT(groupEntries(none, {}), IsEmpty());
 }
 
 TEST(ManifestGroups, CancellationIsSeenWithin256Entries) {
   std::stop_source source;
   EntryGrouper grouper(1000, source.get_token());
-  grouper.add(entryOf("a"));
+  const ChecksumManifestEntry entry = entryOf("a");
+  grouper.add(entry);
   source.request_stop();
   int added = 0;
   EXPECT_THROW(
       {
-        for (; added < 1000; ++added) grouper.add(entryOf("b"));
+        for (; added < 1000; ++added) grouper.add(entry);
       },
       CancellationError);
   EXPECT_LE(added, 256);
-  EXPECT_THROW(groupEntries(std::vector<ChecksumManifestEntry>(), source.get_token()), CancellationError);
+  const std::vector<ChecksumManifestEntry> none;
+  EXPECT_THROW(groupEntries(none, source.get_token()), CancellationError);
 }
 
 TEST(FixedCapacityCache, OldestInsertionIsForgotten) {

@@ -73,7 +73,7 @@ TEST_F(Verification, FileIsReadOncePerAlgorithmWhateverItIsCalled) {
   for (const auto& [path, algorithms, reads] : groups) {
     const WatchedSystemCalls system;
     const ManifestFileGroup group = groupOf(path, algorithms);
-    EXPECT_EQ(outcomeOf(verification, group).size(), group.entries.front().algorithm.hexLength());
+    EXPECT_EQ(outcomeOf(verification, group).size(), group.entries.front().get().algorithm.hexLength());
     EXPECT_EQ(std::ranges::count(system.names, "read"), reads) << path;
     EXPECT_EQ(system.stillOpen, 0);
   }

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <list>
 #include <string>
 
 #include "checksums/ManifestVerification.h"
@@ -40,8 +41,13 @@ class RootTest : public testing::Test {
 
   [[nodiscard]] static ManifestFileGroup groupOf(const std::string& path,
                                                  HashAlgorithmSet algorithms = {HashAlgorithm::sha256}) {
-    ManifestFileGroup group{.relativePath = path, .entries = {}};
-    for (const HashAlgorithm algorithm : algorithms) group.entries.push_back({Uuid::random(), 1, path, algorithm, ""});
+    static std::list<ChecksumManifestEntry> entries;  // A group is a view of its entries.
+    ManifestFileGroup group;
+    for (const HashAlgorithm algorithm : algorithms) {
+      entries.push_back({Uuid::random(), 1, path, algorithm, ""});
+      group.entries.emplace_back(entries.back());
+    }
+    group.relativePath = entries.back().relativePath;
     return group;
   }
 
@@ -55,7 +61,7 @@ class RootTest : public testing::Test {
     if (const auto* const sentence = std::get_if<std::string>(&outcome)) return *sentence;
     const auto& digests = std::get<DigestMap>(outcome);
     for (const HashAlgorithm algorithm : group.algorithms()) EXPECT_TRUE(digests.find(algorithm));
-    return std::string(digests.find(group.entries.front().algorithm).value_or("none"));
+    return std::string(digests.find(group.entries.front().get().algorithm).value_or("none"));
   }
   [[nodiscard]] std::string outcomeOf(const std::string& path) const {
     ManifestVerification verification = begun();

@@ -177,8 +177,8 @@ TEST_P(Stability, NeverTheOutcomeOfAMixtureOfLists) {
   const auto verify = [](const fs::path& folder) {
     const fs::path root = folder.parent_path();
     ManifestVerification verification(root, ChecksumManifestService::captureRootIdentity(root, {}));
-    const ManifestGroupOutcome outcome =
-        verification.verify({"files/a", {{Uuid(), 1, "files/a", HashAlgorithm::blake3, ""}}}, {});
+    const ChecksumManifestEntry entry{Uuid(), 1, "files/a", HashAlgorithm::blake3, ""};
+    const ManifestGroupOutcome outcome = verification.verify({entry.relativePath, {entry}}, {});
     if (const auto* const sentence = std::get_if<std::string>(&outcome)) return "error: " + *sentence;
     return std::string(std::get<DigestMap>(outcome).find(HashAlgorithm::blake3).value());
   };

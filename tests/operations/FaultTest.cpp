@@ -145,7 +145,8 @@ class Verification : public Operation {
       ManifestVerification verification(root_, captureRootIdentity(root_, {}));
       Lines lines;
       for (const char* const path : {"dir/plain", "link/other", "dir\\of windows", "again"}) {
-        const ManifestFileGroup group{path, {{Uuid(), 1, path, HashAlgorithm::sha256, ""}}};
+        const ChecksumManifestEntry entry{Uuid(), 1, path, HashAlgorithm::sha256, ""};
+        const ManifestFileGroup group{path, {entry}};
         const ManifestGroupOutcome outcome = verification.verify(group, {});
         const auto* const sentence = std::get_if<std::string>(&outcome);
         lines.push_back(sentence != nullptr ? "error: " + *sentence

@@ -188,7 +188,8 @@ TEST_F(PeakMemory, OfAVerificationDoesNotGrowOnceTheCacheIsFull) {
     return [=, &verification] {
       for (int i = first; i < first + count; ++i) {
         std::string path = "file " + std::to_string(i);
-        const ManifestFileGroup group{path, {{Uuid(), 1, path, HashAlgorithm::crc32, ""}}};
+        const ChecksumManifestEntry entry{Uuid(), 1, path, HashAlgorithm::crc32, ""};
+        const ManifestFileGroup group{path, {entry}};
         if (!std::holds_alternative<DigestMap>(verification.verify(group, {}))) return path;
       }
       return std::string("done");

@@ -45,8 +45,9 @@ std::vector<Operation> operationsOn(const fs::path& folder, const char* a, const
       {"verify",
        [=](auto& token) -> std::string {
          ManifestVerification verification(folder, captureRootIdentity(folder, {}));
+         const ChecksumManifestEntry entry{Uuid(), 1, a, HashAlgorithm::sha256, ""};
          try {
-           const auto outcome = verification.verify({a, {{Uuid(), 1, a, HashAlgorithm::sha256, ""}}}, token);
+           const auto outcome = verification.verify({entry.relativePath, {entry}}, token);
            const auto* const sentence = std::get_if<std::string>(&outcome);
            return sentence != nullptr ? "error: " + *sentence : "digests";
          } catch (const CancellationError&) {
