@@ -9,6 +9,7 @@
 #include <tuple>
 #include <utility>
 
+#include "app/FreeMemory.h"
 #include "app/WeakAppViewModelReference.h"
 #include "core/Uuid.h"
 
@@ -58,11 +59,15 @@ class BackgroundTask {
   /// is running until its last step all the same.
   void cancel();
 
-  /// Destroys what takes long to destroy, such as the results of 100,000 files, away from the interface thread.
+  /// Destroys what takes long to destroy, such as the results of 100,000 files, away from the interface thread, and
+  /// gives their memory back to the system.
   template <typename... Garbage>
   static void dispose(Garbage... garbage) {
     try {
-      runDetached([box = std::make_shared<std::tuple<Garbage...>>(std::move(garbage)...)]() mutable { box.reset(); });
+      runDetached([box = std::make_shared<std::tuple<Garbage...>>(std::move(garbage)...)]() mutable {
+        box.reset();
+        returnFreeMemory();
+      });
     } catch (const std::system_error&) {  // No thread to be had: it was destroyed here after all.
     }
   }

@@ -1,0 +1,89 @@
+#include <fstream>
+#include <iostream>
+#include <malloc.h>
+
+#include "tests/app/ModelTest.h"
+#include "tests/support/TurnWatcher.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+class Memory : public ModelTest {
+ protected:
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  void SetUp() override { GTEST_SKIP() << "here memory is also that of the sanitizer"; }
+#endif
+
+  Memory() {
+    mallopt(M_ARENA_MAX, 1);        // As in the program.
+    SystemCalls::replace(nullptr);  // What notes every call takes memory for it.
+  }
+
+  /// Does `work` and expects a peak of at most so many MiB above what there was before the first.
+  template <typename Work>
+  void expectPeak(const char* what, double most, Work work) {
+    ASSERT_NO_FATAL_FAILURE(work());
+    const double peak = peakMemory() - before_;
+    EXPECT_LE(peak, most) << what;
+    std::cout << what << " | " << peak << " MiB | at most " << most << " MiB\n";
+    resetPeakMemory();
+  }
+
+  /// Expects that by and by no more than so many MiB are left, without anyone asking for them.
+  void expectReturned(double most) {
+    EXPECT_TRUE(reached([&] {
+      std::ofstream("/proc/self/clear_refs") << 5;
+      return peakMemory() - before_ <= most;
+    })) << peakMemory() - before_;
+    std::cout << "left | " << peakMemory() - before_ << " MiB | at most " << most << " MiB\n";
+  }
+
+  double before_ = (resetPeakMemory(), peakMemory());
+};
+
+TEST_F(Memory, OfAListAtItsLimitIsLittleMoreThanItsEntries) {
+  // As many entries as there may be, with all that they may hold.
+  constexpr std::size_t count = 100'000;
+  const std::string line = std::string(32, 'a') + "  ";
+  {
+    std::ofstream stream(folder_.path() / "list");
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::string name = std::to_string(i);
+      stream << line << name << '/' << std::string(606 - name.size(), 'x') << '\n';
+    }
+  }
+  before_ = (resetPeakMemory(), peakMemory());
+  const auto load = [&] {
+    model_->setManifestFile({urlOf(folder_.path() / "list")});
+    ASSERT_TRUE(reached([&] { return !model_->isLoadingManifest(); }));
+    ASSERT_EQ(model_->manifestJobs()->total(), count);
+  };
+  expectPeak("load", 90, load);
+  expectPeak("verify", 140, [&] {
+    model_->setManifestRoot({urlOf(folder_.path())});
+    model_->verifyManifest();
+    ASSERT_TRUE(reached([&] { return !model_->isManifestVerifying(); }));
+    ASSERT_EQ(model_->manifestErrorCount(), count);
+  });
+  expectPeak("copy all rows", 160, [&] {
+    model_->copyManifestRows();
+    desktop_.pasteboard.reset();
+  });
+  expectPeak("replace", 160, load);
+  model_->clearManifest();
+  expectReturned(2);
+}
+
+TEST_F(Memory, OfClearedRowsIsReturned) {
+  constexpr int count = 100'000;
+  before_ = (resetPeakMemory(), peakMemory());
+  model_->addFiles(vanishedFiles(count, QStringLiteral("/nowhere/") + QString(200, u'x')));
+  expectPeak("add", 200, [&] { run(); });
+  model_->clearFiles();
+  expectReturned(2);
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test
