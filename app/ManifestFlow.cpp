@@ -12,6 +12,7 @@
 #include "app/FileCard.h"
 #include "app/FileLocation.h"
 #include "app/Formats.h"
+#include "app/FreeMemory.h"
 #include "checksums/ManifestVerification.h"
 #include "core/Errors.h"
 
@@ -26,7 +27,7 @@ struct AppViewModel::PreparedManifestLoad {
   qint64 unsupportedLineCount = 0;
 
   explicit PreparedManifestLoad(ChecksumManifestService::ParseResult parsed)
-      : entries(std::make_shared<const ManifestEntries>(std::move(parsed.entries))),
+      : entries(new ManifestEntries(std::move(parsed.entries)), destroy),
         ignoredLineCount(parsed.ignoredLineCount),
         unsupportedLineCount(parsed.unsupportedLineCount) {
     jobs.reserve(entries->size());
@@ -34,6 +35,12 @@ struct AppViewModel::PreparedManifestLoad {
       jobs.push_back({Uuid::random(), {entries, &entry}, ManifestJob::Queued{}});
     }
     for (const std::string& warning : parsed.warnings) warnings.append(QString::fromStdString(warning));
+  }
+
+  // A run that is still on its way out may be the last to let go of them.
+  static void destroy(const ManifestEntries* entries) {
+    delete entries;
+    returnFreeMemory();
   }
 };
 
