@@ -50,9 +50,9 @@ class ManifestFlow : public ModelTest {
 TEST_F(ManifestFlow, EveryEntryIsToldInItsWords) {
   fs::create_symlink(folder_.file("secret", "abc"), root_ / "leak");
   fs::create_directory(root_ / "folder");
-  const std::string zero(32, '0');
+  const std::string nearMiss = md5OfAbc.substr(0, 31) + "3";
   load(md5OfAbc + "  abc\n" +                    // matches
-       zero + "  ./abc\n" +                      // does not
+       nearMiss + "  ./abc\n" +                  // does not
        "# comment\n\nno checksum\n" +            // no entries
        md5OfAbc + "  leak\n" +                   //
        md5OfAbc + "  ../secret\n" +              //

@@ -63,12 +63,12 @@ TEST_F(VerifyFlow, UnclearChecksumIsToldWithoutReadingTheFile) {
 }
 
 TEST_F(VerifyFlow, MismatchShowsBothDigestsAndWhereTheyPart) {
-  verify("SHA256 (x) = ba7816bf8f" + std::string(54, '0'));
+  verify("SHA256 (x) = " + sha256OfAbc.substr(0, 63) + "0");
   EXPECT_EQ(model_->verifyResult(), VerificationResult(Verification::Mismatch{HashAlgorithm::sha256, sha256OfAbc}));
   EXPECT_EQ(title(), QStringLiteral("Checksum mismatch (SHA-256)"));
   EXPECT_EQ(model_->unseenOutcome(AppMode::Verify), AppViewModel::SomeFailed);
   const QVariantMap result = model_->verifyResultForScreen();
-  EXPECT_EQ(result.value(QStringLiteral("difference")), 11);
+  EXPECT_EQ(result.value(QStringLiteral("difference")), 63);
   const QVariantMap actual = result.value(QStringLiteral("digests")).toList().at(1).toMap();
   EXPECT_EQ(actual.value(QStringLiteral("label")), QStringLiteral("Actual: "));
   EXPECT_EQ(actual.value(QStringLiteral("digest")).toString().toStdString(), sha256OfAbc);

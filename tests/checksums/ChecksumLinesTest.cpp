@@ -76,6 +76,7 @@ TEST(ChecksumLines, GNUForm) {
       {d32 + "  a", md5 + " [a]"},
       {d32 + " *a", md5 + " [a]"},
       {d32 + "\ta", md5 + " [a]"},
+      {d32 + "\t*a", md5 + " [a]"},
       {d32 + "   a ", md5 + " [ a ]"},
       {d32 + " **a", md5 + " [*a]"},
       {d32 + "\t a", md5 + " [ a]"},
@@ -120,6 +121,7 @@ TEST(ChecksumLines, SFVForm) {
       {"a" + d8, unsupported},
       {" " + d8, unsupported},
       {"a " + d8.substr(1), unsupported},
+      {"a 1a2b3cg4", unsupported},
       {"a 0x" + d8.substr(2), unsupported},
   });
 }
@@ -207,6 +209,7 @@ TEST(AlgorithmHint, FollowsFromTheNameOfTheList) {
       {"sha-256.txt", HashAlgorithm::sha256},
       {"SHA256SUMS", HashAlgorithm::sha256},
       {"MD5SUMS.txt", HashAlgorithm::md5},
+      {"md5sum.txt", HashAlgorithm::md5},
       {"blake3-checksums.txt", HashAlgorithm::blake3},
       {"sha_224 (checksums).asc", HashAlgorithm::sha224},
       {"\xFFsha1sums", HashAlgorithm::sha1},
