@@ -76,7 +76,8 @@ DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, const 
   }
 
   waitUntilChangesShow(file.snapshot, cancellation);
-  DigestMap digests = HashService::hashOpenFile(file.handle, file.snapshot, missing, cancellation, [](double) {});
+  DigestMap digests =
+      HashService::hashOpenFile(file.handle, file.snapshot, missing, cancellation, [](double) {}).hashes;
   if (!isStillAt(*root_, file.path, file.snapshot)) fail(ManifestPathError::Case::pathChangedDuringVerification);
   if (cached != nullptr) {
     add(cached->digests, digests);

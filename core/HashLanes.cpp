@@ -1,6 +1,7 @@
 #include "core/HashLanes.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tallyfold {
 
@@ -21,8 +22,9 @@ HashLanes::HashLanes(const LanePlan& plan, std::int64_t size, std::size_t ring)
   try {
     for (std::size_t i = 0; i < others_.size(); ++i) {
       Lane& lane = others_[i];
-      lane.algorithms = plan.lanes[i + 1];
-      lane.thread = std::thread([this, &lane] { run(lane); });
+      // All that can fail or take its time is done here: what reads the stream finds the lanes ready.
+      lane.thread = std::thread(
+          [this, &lane, pipeline = HashPipeline(plan.lanes[i + 1])]() mutable { run(lane, std::move(pipeline)); });
     }
   } catch (...) {
     stop();
@@ -65,9 +67,8 @@ DigestMap HashLanes::finalize() {
 }
 
 /// The body of a lane's thread.
-void HashLanes::run(Lane& lane) noexcept {
+void HashLanes::run(Lane& lane, HashPipeline pipeline) noexcept {
   try {
-    HashPipeline pipeline(lane.algorithms);
     absorbStream(lane, pipeline);
     if (lane.absorbed.load(std::memory_order_relaxed) == size_) lane.digests = pipeline.finalize();
   } catch (...) {

@@ -42,7 +42,6 @@ class HashLanes {
   static constexpr std::size_t lineSize = 64;  // Of the caches: what two threads write is not in the same line.
 
   struct alignas(lineSize) Lane {
-    HashAlgorithmSet algorithms;
     std::atomic<std::uint64_t> absorbed = 0;  ///< Bytes of the stream; `failed` at the end of a lane that failed.
     std::optional<DigestMap> digests;         ///< Like the failure, for the owner once the thread has been joined.
     std::exception_ptr failure;
@@ -52,7 +51,7 @@ class HashLanes {
   static constexpr std::uint64_t failed = UINT64_MAX;
   static constexpr std::uint64_t abandoned = UINT64_MAX;
 
-  void run(Lane& lane) noexcept;
+  void run(Lane& lane, HashPipeline pipeline) noexcept;
   void absorbStream(Lane& lane, HashPipeline& pipeline);
   [[nodiscard]] std::span<std::byte> slice(std::uint64_t position, std::uint64_t end) const;
   void waitFor(Lane& lane, std::uint64_t position);

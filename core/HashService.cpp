@@ -149,16 +149,17 @@ std::int64_t progressStep(std::int64_t size) {
   return size < manyChunks ? chunkSize : size / 100;
 }
 
-DigestMap hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
-                       const std::stop_token& cancellation, const ProgressCallback& progress) {
+OpenFileHashes hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
+                            const std::stop_token& cancellation, const ProgressCallback& progress) {
   const std::int64_t size = initial.fileSize;
-  const auto hashWith = [&](auto&& lanes) {
+  const auto hashWith = [&](auto&& lanes) -> OpenFileHashes {
+    const auto start = std::chrono::steady_clock::now();
     readInto(lanes, handle, size, cancellation, progress);
     checkCancellation(cancellation);
     if (hasContentWithoutSize(handle, initial) || fileSnapshot(handle) != initial) {
       fail(HashServiceError::Case::fileChangedDuringRead);
     }
-    return lanes.finalize();
+    return {.hashes = lanes.finalize(), .start = start};
   };
   const std::unique_ptr<HashLanes> lanes = newLanes(algorithms, size);
   return lanes ? hashWith(*lanes) : hashWith(OneLane(algorithms, size));
@@ -171,8 +172,7 @@ FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, 
   auto [handle, initial] = openRegularFileForReading(url, cancellation);
   validatePath(url, initial);
 
-  const auto start = std::chrono::steady_clock::now();
-  DigestMap hashes = hashOpenFile(handle, initial, algorithms, cancellation, progress);
+  auto [hashes, start] = hashOpenFile(handle, initial, algorithms, cancellation, progress);
   validateUnchanged(handle, url, initial);
   const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
 

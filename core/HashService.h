@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -34,7 +35,7 @@ struct FileHashResult {
   std::int64_t fileSize = 0;  ///< Bytes.
   Timestamp modifiedAt;
   DigestMap hashes;     ///< Exactly the selected algorithms.
-  double duration = 0;  ///< Seconds, from the first read to the last check.
+  double duration = 0;  ///< Seconds, from the first read to the last check. What prepares for reading is not in it.
 
   bool operator==(const FileHashResult&) const = default;
 };
@@ -50,6 +51,12 @@ using ProgressCallback = std::function<void(double)>;
 /// CancellationError when `cancellation` was requested; there is never a partial result.
 namespace HashService {
 
+/// The digests of an open file, and when all was ready for the first read.
+struct OpenFileHashes {
+  DigestMap hashes;
+  std::chrono::steady_clock::time_point start;
+};
+
 /// Bytes read, and held, at a time.
 inline constexpr std::int64_t chunkSize = 8'388'608;
 
@@ -64,8 +71,8 @@ FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, 
 /// The same of a file that was just opened and is the version `initial`, up to what concerns its path and the clock
 /// (see `waitUntilChangesShow`): the caller looks after those. Fails with `fileChangedDuringRead` unless the file is
 /// still this version at the end. `progress` is as above, but without the 1 at the end.
-DigestMap hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
-                       const std::stop_token& cancellation, const ProgressCallback& progress);
+OpenFileHashes hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
+                            const std::stop_token& cancellation, const ProgressCallback& progress);
 
 FileSnapshot fileSnapshot(const std::filesystem::path& url);
 FileSnapshot fileSnapshot(const FileHandle& handle);

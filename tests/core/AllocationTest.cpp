@@ -2,6 +2,7 @@
 // look at memory at the moment it is given back; so is the one that starts threads, so that a test can refuse them.
 
 #include <atomic>
+#include <chrono>
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
@@ -27,7 +28,16 @@ std::atomic<int> mostThreads = INT_MAX;
 
 constexpr std::align_val_t kUsual{alignof(std::max_align_t)};
 
+std::atomic<bool> isSlow = false;
+std::atomic<std::chrono::steady_clock::time_point> lastSlowAllocation;
+
 void* allocate(std::size_t size, std::align_val_t alignment = kUsual) {
+  if (isSlow) {
+    const auto begin = std::chrono::steady_clock::now();
+    while (std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(1)) {
+    }
+    lastSlowAllocation = std::chrono::steady_clock::now();
+  }
   std::size_t largest = largestAllocation;
   while (size > largest && !largestAllocation.compare_exchange_weak(largest, size)) {
   }
@@ -123,6 +133,26 @@ TEST(Allocation, ContextIsWipedBeforeItIsFreed) {
   tf_blake3_destroy(context);
   watched = nullptr;
   EXPECT_TRUE(watchedWasZeroWhenFreed);
+}
+
+TEST(Duration, BeginsWhenAllThatReadingNeedsIsThere) {
+  struct : WatchedSystemCalls {
+    ssize_t read(int descriptor, void* bytes, std::size_t count) override {
+      isSlow = false;
+      return SystemCalls::read(descriptor, bytes, count);
+    }
+  } system;
+  const TemporaryFolder folder;
+  for (const auto& [size, cores] : {std::pair(1U, 1U), std::pair(4U << 20, 9U)}) {
+    pretendCores(cores);
+    const std::filesystem::path file = sparseFile(folder, "file", size);
+    isSlow = true;
+    std::chrono::duration<double> sinceThen{};
+    const auto end = [&](double) { sinceThen = std::chrono::steady_clock::now() - lastSlowAllocation.load(); };
+    const FileHashResult result = HashService::hashFile(file, Uuid(), HashAlgorithmSet::all(), {}, end);
+    EXPECT_LE(result.duration, sinceThen.count()) << "on " << cores << " cores";
+  }
+  pretendCores(0);
 }
 
 template <typename Work>
