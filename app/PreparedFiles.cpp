@@ -1,11 +1,10 @@
 #include "app/PreparedFiles.h"
 
-#include <functional>
-#include <string_view>
 #include <utility>
 
 #include "app/FileLocation.h"
 #include "core/HashService.h"
+#include "core/KeyedHash.h"
 
 namespace tallyfold {
 
@@ -17,7 +16,7 @@ PreparedFiles prepareFiles(const QList<QUrl>& urls, const std::stop_token& cance
     auto location = fileLocation(url);
     if (!location || isDirectoryPath(*location)) continue;
     auto path = std::make_shared<const std::filesystem::path>(*std::move(location));
-    const std::size_t hash = std::hash<std::string_view>()(path->native());
+    const std::size_t hash = KeyedHash()(path->native());
     files.push_back({std::move(path), hash, Uuid::random()});
   }
   return files;

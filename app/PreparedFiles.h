@@ -16,7 +16,7 @@ namespace tallyfold {
 /// A location to be queued, with all that can be made for it before the queue is looked at.
 struct PreparedFile {
   std::shared_ptr<const std::filesystem::path> url;  ///< Standardized.
-  std::size_t hash = 0;                              ///< Of the path's bytes.
+  std::size_t hash = 0;                              ///< Of the path's bytes; nobody outside can make many meet.
   Uuid id;
 };
 

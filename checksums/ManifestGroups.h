@@ -11,6 +11,7 @@
 
 #include "checksums/ChecksumManifestEntry.h"
 #include "core/HashAlgorithm.h"
+#include "core/KeyedHash.h"
 
 namespace tallyfold {
 
@@ -49,8 +50,8 @@ ManifestGroupingKey manifestGroupingKey(std::string_view relativePath);
 
 template <>
 struct std::hash<tallyfold::ChecksumManifestService::ManifestGroupingKey> {
-  std::size_t operator()(const tallyfold::ChecksumManifestService::ManifestGroupingKey& key) const noexcept {
-    return std::hash<std::string>()(key.path) ^ static_cast<std::size_t>(key.kind);
+  std::size_t operator()(const tallyfold::ChecksumManifestService::ManifestGroupingKey& key) const {
+    return tallyfold::KeyedHash()(key.path) ^ static_cast<std::size_t>(key.kind);
   }
 };
 

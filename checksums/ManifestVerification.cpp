@@ -3,11 +3,14 @@
 #include <cerrno>
 #include <exception>
 #include <fcntl.h>
+#include <span>
 #include <system_error>
+#include <type_traits>
 #include <utility>
 
 #include "core/Errors.h"
 #include "core/HashService.h"
+#include "core/KeyedHash.h"
 
 namespace tallyfold {
 
@@ -168,7 +171,8 @@ ManifestDigestCacheEntry* ManifestVerification::findCached(const ManifestFileCon
 }  // namespace tallyfold
 
 std::size_t std::hash<tallyfold::ManifestFileContentIdentity>::operator()(
-    const tallyfold::ManifestFileContentIdentity& identity) const noexcept {
-  // Files are told apart by their numbers; versions of one file hardly ever meet.
-  return std::hash<std::uint64_t>()(identity.inode * 0x9E37'79B9'7F4A'7C15 + identity.device);
+    const tallyfold::ManifestFileContentIdentity& identity) const {
+  // Whoever makes a file system chooses its numbers and times.
+  static_assert(std::has_unique_object_representations_v<tallyfold::ManifestFileContentIdentity>);
+  return tallyfold::KeyedHash()(std::as_bytes(std::span(&identity, 1)));
 }

@@ -38,7 +38,7 @@ struct ManifestFileContentIdentity {
 
 template <>
 struct std::hash<tallyfold::ManifestFileContentIdentity> {
-  std::size_t operator()(const tallyfold::ManifestFileContentIdentity& identity) const noexcept;
+  std::size_t operator()(const tallyfold::ManifestFileContentIdentity& identity) const;
 };
 
 namespace tallyfold {

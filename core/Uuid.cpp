@@ -1,12 +1,10 @@
 #include "core/Uuid.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <span>
-#include <sys/random.h>
-#include <system_error>
 
 #include "core/HexEncoder.h"
+#include "core/SystemRandom.h"
 
 namespace tallyfold {
 
@@ -23,12 +21,7 @@ class RandomBytes {
 
  private:
   void refill() {
-    std::size_t filled = 0;
-    while (filled < pool_.size()) {
-      const ssize_t count = getrandom(pool_.data() + filled, pool_.size() - filled, 0);
-      if (count < 0 && errno != EINTR) throw std::system_error(errno, std::generic_category());
-      if (count > 0) filled += static_cast<std::size_t>(count);
-    }
+    fillWithRandom(std::as_writable_bytes(std::span(pool_)));
     rest_ = pool_;
   }
 

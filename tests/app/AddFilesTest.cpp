@@ -1,4 +1,8 @@
+#include <set>
+
+#include "app/PreparedFiles.h"
 #include "tests/app/ModelTest.h"
+#include "tests/support/CollidingNames.h"
 
 namespace tallyfold::test {
 
@@ -48,6 +52,16 @@ TEST_F(AddFiles, EachRegularLocationIsQueuedOnceInTheGivenOrder) {
     EXPECT_EQ(changes.count(), 0);
     EXPECT_EQ(model_->errorMessage(), QString());
   }
+}
+
+TEST_F(AddFiles, NamesThatAreMadeToMeetDoNot) {
+  QList<QUrl> urls;
+  for (const std::string& name : collidingNames("/nowhere", 12)) {
+    urls.append(QUrl::fromLocalFile(QString::fromStdString(name)));
+  }
+  std::set<std::size_t> hashes;
+  for (const PreparedFile& file : prepareFiles(urls)) hashes.insert(file.hash);
+  EXPECT_EQ(hashes.size(), 4096U);
 }
 
 TEST_F(AddFiles, QueueIsLimitedAndLosesNothingAtItsLimit) {

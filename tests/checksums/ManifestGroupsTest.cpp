@@ -1,12 +1,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <list>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "checksums/FixedCapacityCache.h"
 #include "checksums/ManifestGroups.h"
+#include "checksums/ManifestVerification.h"
 #include "core/Errors.h"
+#include "tests/support/CollidingNames.h"
 
 namespace tallyfold {
 namespace {
@@ -68,6 +71,20 @@ TEST(ManifestGroups, EntriesOfOnePathAreOneGroupInTheOrderOfTheList) {
   EXPECT_EQ(groups[0].algorithms(), HashAlgorithm::recommended);
   const std::list<ChecksumManifestEntry> none;
   EXPECT_THAT(groupEntries(none, {}), IsEmpty());
+}
+
+TEST(ManifestGroups, NothingThatOutsidersNameIsMadeToMeet) {
+  const std::vector<std::string> names = test::collidingNames("", 12);
+  std::set<std::size_t> ofNames;
+  std::set<std::size_t> ofFiles;
+  for (const std::string& name : names) {
+    ofNames.insert(std::hash<ManifestGroupingKey>()(manifestGroupingKey(name)));
+    ManifestFileContentIdentity file;
+    file.changedNanoseconds = static_cast<std::int64_t>(ofNames.size());
+    ofFiles.insert(std::hash<ManifestFileContentIdentity>()(file));
+  }
+  EXPECT_EQ(ofNames.size(), names.size());
+  EXPECT_EQ(ofFiles.size(), names.size());
 }
 
 TEST(ManifestGroups, CancellationIsSeenWithin256Entries) {
