@@ -61,6 +61,7 @@ ssize_t SystemCalls::write(int descriptor, const void* bytes, std::size_t count)
 int SystemCalls::fsync(int descriptor) { return ::fsync(descriptor); }
 int SystemCalls::fstat(int descriptor, struct stat* status) { return ::fstat(descriptor, status); }
 int SystemCalls::stat(const char* path, struct stat* status) { return ::stat(path, status); }
+int SystemCalls::look(const char* path, struct stat* status) { return ::stat(path, status); }
 int SystemCalls::lstat(const char* path, struct stat* status) { return ::lstat(path, status); }
 int SystemCalls::willNeed(int descriptor, off_t offset, off_t count) {
 #if defined(POSIX_FADV_WILLNEED) && defined(RWF_NOWAIT)
@@ -267,6 +268,14 @@ FileSnapshot snapshotOfFolder(const std::filesystem::path& path) {
   const struct stat status = statusOf(path, &SystemCalls::stat);
   if (!S_ISDIR(status.st_mode)) throwSystemError(ENOTDIR);
   return FileSnapshot::from(status);
+}
+
+Sight lookAt(const std::filesystem::path& path) noexcept try {
+  const struct stat status = statusOf(path, &SystemCalls::look);
+  return {S_ISDIR(status.st_mode),
+          S_ISREG(status.st_mode) ? std::optional<std::int64_t>(status.st_size) : std::nullopt};
+} catch (const std::system_error&) {
+  return {};
 }
 
 FileSnapshot snapshotOfItem(const std::filesystem::path& path) {

@@ -46,6 +46,9 @@ class SystemCalls {
   virtual int fsetxattr(int descriptor, const char* name, const void* value, std::size_t count);
   virtual int fremovexattr(int descriptor, const char* name);
 
+  /// stat(2) of what is only shown, or sorted by what it is: from any number of threads at once.
+  virtual int look(const char* path, struct stat* status);
+
   static SystemCalls& current();
 
   /// Installs `calls` for the whole process, or the real ones for null. The caller keeps ownership and must put the
@@ -126,6 +129,13 @@ FileSnapshot snapshotOfPath(const std::filesystem::path& path);
 
 /// The same of a folder: ENOTDIR for anything else.
 FileSnapshot snapshotOfFolder(const std::filesystem::path& path);
+
+/// What a path leads to, for the screen alone: no result depends on it.
+struct Sight {
+  bool isFolder = false;
+  std::optional<std::int64_t> fileSize;  ///< Bytes of a regular file; none of anything else, and where nothing is told.
+};
+Sight lookAt(const std::filesystem::path& path) noexcept;
 
 /// Snapshot of the item at a path itself, should it be a symbolic link.
 FileSnapshot snapshotOfItem(const std::filesystem::path& path);

@@ -30,6 +30,10 @@ class WatchedSystemCalls : public SystemCalls {
   /// from 1. When it returns an error number, the call fails with that number and the system is not asked.
   std::function<int(std::string_view name, std::size_t number)> before = [](auto...) { return 0; };
 
+  /// Runs right before the path of something that is only shown is looked at, on whatever thread; such looks are
+  /// neither counted nor refused.
+  std::function<void(std::string_view path)> looked = [](auto) {};
+
   /// No read returns more bytes than this.
   std::size_t longestRead = std::numeric_limits<std::size_t>::max();
 
@@ -71,6 +75,11 @@ class WatchedSystemCalls : public SystemCalls {
 
   int lstat(const char* path, struct stat* status) override {
     return isRefused("lstat") ? -1 : SystemCalls::lstat(path, status);
+  }
+
+  int look(const char* path, struct stat* status) override {
+    looked(path);
+    return SystemCalls::look(path, status);
   }
 
   ssize_t readlink(const char* path, char* bytes, std::size_t count) override {
