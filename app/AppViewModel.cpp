@@ -134,7 +134,7 @@ void AppViewModel::shutdown() {
   resetVerification();
   resetComparison();
   cancelManifest();
-  exportTask_.cancel();
+  cancelExport();
 }
 
 }  // namespace tallyfold

@@ -21,6 +21,7 @@
 #include "app/AppMode.h"
 #include "app/BackgroundTask.h"
 #include "app/Desktop.h"
+#include "app/FileCard.h"
 #include "app/FileJob.h"
 #include "app/FileJobListModel.h"
 #include "app/ManifestJobListModel.h"
@@ -97,6 +98,7 @@ class AppViewModel : public QObject {
   Q_PROPERTY(QString exportRefusal READ exportRefusal NOTIFY refusalsChanged)
   Q_PROPERTY(QString queueRefusal READ queueRefusal NOTIFY refusalsChanged)
   Q_PROPERTY(QString clearRefusal READ clearRefusal NOTIFY refusalsChanged)
+  Q_PROPERTY(QString interruption READ interruption NOTIFY refusalsChanged)
 
  public:
   enum Preset { Recommended, Compatibility, AllAlgorithms };
@@ -152,6 +154,8 @@ class AppViewModel : public QObject {
   [[nodiscard]] QString exportRefusal() const;
   [[nodiscard]] QString queueRefusal() const;
   [[nodiscard]] QString clearRefusal() const;
+  /// Why the last run or export ended before its work came back, in a few words; empty when it did not.
+  [[nodiscard]] QString interruption() const { return interruption_; }
 
   /// Appends a job for every new regular location among `urls`; folders, duplicates and what is not a file are skipped.
   Q_INVOKABLE void addFiles(const QList<QUrl>& urls);
@@ -179,6 +183,7 @@ class AppViewModel : public QObject {
   /// Asks for a destination and writes the results there in the background.
   Q_INVOKABLE void exportResults(tallyfold::AppViewModel::ReportFormat format);
   void exportResults(ManifestService::Format format);
+  Q_INVOKABLE void cancelExport();
 
   [[nodiscard]] QString textInput() const { return textInput_; }
   void setTextInput(const QString& text);
@@ -366,6 +371,7 @@ class AppViewModel : public QObject {
   QString errorMessage_;
   std::array<Outcome, AppMode::allCases().size()> unseenOutcomes_{};
   bool isExporting_ = false;
+  QString interruption_;
 
   QString textInput_;
   qint64 textUTF8ByteCount_ = 0;
@@ -415,6 +421,10 @@ class AppViewModel : public QObject {
   BackgroundTask manifestLoadTask_{self_};
   BackgroundTask manifestTask_{self_};
   BackgroundTask exportTask_{self_};
+  ShownFileSize verifySize_{self_, &AppViewModel::verifyURLChanged};
+  ShownFileSize compareFirstSize_{self_, &AppViewModel::compareURLsChanged};
+  ShownFileSize compareSecondSize_{self_, &AppViewModel::compareURLsChanged};
+  ShownFileSize manifestSize_{self_, &AppViewModel::manifestURLsChanged};
 };
 
 }  // namespace tallyfold

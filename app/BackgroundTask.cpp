@@ -1,10 +1,6 @@
 #include "app/BackgroundTask.h"
 
-#include <condition_variable>
-#include <list>
-#include <mutex>
 #include <sys/resource.h>
-#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -16,58 +12,6 @@ namespace {
 
 constexpr int utilityNiceness = 10;
 
-// A thread is joined only once its work is done: one that hangs in a dead network file system must not keep the window
-// from closing.
-class Workers {
- public:
-  static Workers& shared() {
-    static auto* workers = new Workers;  // Never destroyed: a thread may outlive main.
-    return *workers;
-  }
-
-  void start(std::function<void()> job) {
-    const std::lock_guard lock(mutex_);
-    joinFinished();
-    const auto place = running_.emplace(running_.end());
-    try {
-      *place = std::thread([this, place, job = std::move(job)]() mutable {
-        job();
-        job = nullptr;
-        finish(place);
-      });
-    } catch (...) {
-      running_.erase(place);
-      throw;
-    }
-  }
-
-  bool waitForAll(std::chrono::milliseconds limit) {
-    std::unique_lock lock(mutex_);
-    if (!changed_.wait_for(lock, limit, [&] { return running_.empty(); })) return false;
-    joinFinished();
-    return true;
-  }
-
- private:
-  using Threads = std::list<std::thread>;
-
-  void finish(Threads::iterator place) {
-    const std::lock_guard lock(mutex_);
-    finished_.splice(finished_.end(), running_, place);
-    changed_.notify_all();
-  }
-
-  void joinFinished() {
-    for (std::thread& thread : finished_) thread.join();
-    finished_.clear();
-  }
-
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  Threads running_;
-  Threads finished_;  // They have nothing left to do but to end.
-};
-
 }  // namespace
 
 void BackgroundTask::Context::post(WeakAppViewModelReference::Message message) const {
@@ -76,10 +20,26 @@ void BackgroundTask::Context::post(WeakAppViewModelReference::Message message) c
   });
 }
 
+BackgroundTask::BackgroundTask(std::shared_ptr<WeakAppViewModelReference> model) : model_(std::move(model)) {
+  impatience_.setSingleShot(true);
+  impatience_.setTimerType(Qt::PreciseTimer);
+  impatience_.setInterval(patience);
+  impatience_.callOnTimeout([this] {
+    // After what the work may have posted meanwhile.
+    model_->post([this, run = run_](AppViewModel& owner) {
+      if (run_ != run) return;
+      hasLeftWorkBehind_ = true;
+      end(owner, run, nullptr);
+    });
+  });
+}
+
 BackgroundTask::~BackgroundTask() { cancel(); }
 
 void BackgroundTask::start(Priority priority, Work work, LastStep lastStep) {
   run_ = std::make_shared<Run>();
+  run_->lastStep = std::move(lastStep);
+  hasLeftWorkBehind_ = false;
   generation_ = Uuid::random();
 
   Context context;
@@ -88,16 +48,14 @@ void BackgroundTask::start(Priority priority, Work work, LastStep lastStep) {
   context.cancellation_ = run_->cancellation.get_token();
   context.generation_ = generation_;
 
-  const auto finish = [context, run = run_, lastStep = std::move(lastStep)](std::exception_ptr failure) {
-    context.model_->post([task = context.task_, run, lastStep, failure = std::move(failure)](AppViewModel& model) {
-      if (task->run_ != run) return;
-      task->run_ = nullptr;
-      lastStep(model, run->cancellation.stop_requested() ? nullptr : failure);
+  const auto finish = [context, run = run_](std::exception_ptr failure) {
+    context.model_->post([task = context.task_, run, failure = std::move(failure)](AppViewModel& model) {
+      task->end(model, run, failure);
     });
   };
 
   try {
-    runDetached([priority, context, work = std::move(work), finish]() mutable {
+    Workers::start([priority, context, work = std::move(work), finish]() mutable {
       if (priority == Priority::utility) setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), utilityNiceness);
       std::exception_ptr failure;
       try {
@@ -117,16 +75,20 @@ void BackgroundTask::start(Priority priority, Work work, LastStep lastStep) {
 
 void BackgroundTask::cancel() {
   generation_ = Uuid::random();
-  if (run_ != nullptr) run_->cancellation.request_stop();
+  if (run_ != nullptr && run_->cancellation.request_stop()) impatience_.start();
 }
 
 void BackgroundTask::abandon() {
   cancel();
+  impatience_.stop();
   run_ = nullptr;
 }
 
-void BackgroundTask::runDetached(std::function<void()> job) { Workers::shared().start(std::move(job)); }
-
-bool BackgroundTask::waitForAll(std::chrono::milliseconds limit) { return Workers::shared().waitForAll(limit); }
+void BackgroundTask::end(AppViewModel& model, const std::shared_ptr<Run>& run, const std::exception_ptr& failure) {
+  if (run_ != run) return;
+  impatience_.stop();
+  run_ = nullptr;
+  run->lastStep(model, run->cancellation.stop_requested() ? nullptr : failure);
+}
 
 }  // namespace tallyfold

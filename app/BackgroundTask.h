@@ -5,12 +5,14 @@
 #include <functional>
 #include <memory>
 #include <stop_token>
-#include <system_error>
 #include <tuple>
 #include <utility>
 
+#include <QTimer>
+
 #include "app/FreeMemory.h"
 #include "app/WeakAppViewModelReference.h"
+#include "app/Workers.h"
 #include "core/Uuid.h"
 
 namespace tallyfold {
@@ -44,7 +46,7 @@ class BackgroundTask {
   /// then. `failure` is what escaped from the work; null when nothing did, or when the task was cancelled.
   using LastStep = std::function<void(AppViewModel&, const std::exception_ptr& failure)>;
 
-  explicit BackgroundTask(std::shared_ptr<WeakAppViewModelReference> model) : model_(std::move(model)) {}
+  explicit BackgroundTask(std::shared_ptr<WeakAppViewModelReference> model);
   ~BackgroundTask();
   BackgroundTask(const BackgroundTask&) = delete;
   BackgroundTask& operator=(const BackgroundTask&) = delete;
@@ -56,19 +58,24 @@ class BackgroundTask {
   void start(Priority priority, Work work, LastStep lastStep);
 
   /// Asks the work to stop and takes a fresh generation: nothing that it posted or posts is applied any more. The task
-  /// is running until its last step all the same.
+  /// is running until its last step all the same. Work that has not come back after `patience`, because it hangs in a
+  /// system call, is left behind: the task takes its last step without it, and another may start.
   void cancel();
+  static constexpr std::chrono::milliseconds patience{2'000};
+
+  /// The last task was cancelled, and left its work behind. Until the next start.
+  [[nodiscard]] bool hasLeftWorkBehind() const { return hasLeftWorkBehind_; }
 
   /// Destroys what takes long to destroy, such as the results of 100,000 files, away from the interface thread, and
   /// gives their memory back to the system.
   template <typename... Garbage>
   static void dispose(Garbage... garbage) {
     try {
-      runDetached([box = std::make_shared<std::tuple<Garbage...>>(std::move(garbage)...)]() mutable {
+      Workers::start([box = std::make_shared<std::tuple<Garbage...>>(std::move(garbage)...)]() mutable {
         box.reset();
         returnFreeMemory();
       });
-    } catch (const std::system_error&) {  // No thread to be had: it was destroyed here after all.
+    } catch (const Workers::Refusal&) {  // It was destroyed here after all.
     }
   }
 
@@ -76,19 +83,21 @@ class BackgroundTask {
   void abandon();
 
   /// Waits until no work is left and its threads are gone, and says whether that was reached in time.
-  static bool waitForAll(std::chrono::milliseconds limit);
+  static bool waitForAll(std::chrono::milliseconds limit) { return Workers::waitForAll(limit); }
 
  private:
   struct Run {
     std::stop_source cancellation;
+    LastStep lastStep;
   };
 
-  /// May throw std::system_error when there is no thread to be had.
-  static void runDetached(std::function<void()> job);
+  void end(AppViewModel& model, const std::shared_ptr<Run>& run, const std::exception_ptr& failure);
 
   std::shared_ptr<WeakAppViewModelReference> model_;
   std::shared_ptr<Run> run_;
   Uuid generation_ = Uuid::random();
+  QTimer impatience_;  // From `cancel` on.
+  bool hasLeftWorkBehind_ = false;
 };
 
 }  // namespace tallyfold

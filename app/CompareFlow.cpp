@@ -4,7 +4,6 @@
 #include <QPointer>
 
 #include "app/AppViewModel.h"
-#include "app/FileCard.h"
 #include "app/FileLocation.h"
 #include "app/Formats.h"
 #include "core/Errors.h"
@@ -18,11 +17,13 @@ void AppViewModel::setCompareFiles(const QList<QUrl>& urls, bool isSecondSide) {
   const auto second = urls.size() > 1 ? fileLocation(urls.at(1)) : std::nullopt;
   if (!first) return;
   resetComparison();
-  if (second) {
+  if (second || !isSecondSide) {
     compareFirstURL_ = first;
-    compareSecondURL_ = second;
-  } else {
-    (isSecondSide ? compareSecondURL_ : compareFirstURL_) = first;
+    compareFirstSize_.ask(first);
+  }
+  if (second || isSecondSide) {
+    compareSecondURL_ = second ? second : first;
+    compareSecondSize_.ask(compareSecondURL_);
   }
   emit compareURLsChanged();
 }
@@ -38,12 +39,13 @@ void AppViewModel::swapCompareFiles() {
   if (isComparing_) return;
   resetComparison();
   compareFirstURL_.swap(compareSecondURL_);
+  compareFirstSize_.swap(compareSecondSize_);
   emit compareURLsChanged();
 }
 
-QVariantMap AppViewModel::compareFirstFile() const { return fileCard(compareFirstURL_); }
+QVariantMap AppViewModel::compareFirstFile() const { return fileCard(compareFirstURL_, compareFirstSize_.text()); }
 
-QVariantMap AppViewModel::compareSecondFile() const { return fileCard(compareSecondURL_); }
+QVariantMap AppViewModel::compareSecondFile() const { return fileCard(compareSecondURL_, compareSecondSize_.text()); }
 
 QString AppViewModel::compareRefusal() const {
   return compareFirstURL_ && compareSecondURL_ ? QString() : tr("Choose two files first.");

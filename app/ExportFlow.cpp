@@ -22,6 +22,7 @@ void AppViewModel::exportResults(ManifestService::Format format) {
     const auto destination = fileLocation(url);
     if (!destination || !exportRefusal().isEmpty()) return;
     setErrorMessage({});
+    interruption_.clear();
     setExporting(true);
     exportTask_.start(
         BackgroundTask::Priority::utility,
@@ -30,10 +31,13 @@ void AppViewModel::exportResults(ManifestService::Format format) {
         },
         [](AppViewModel& model, const std::exception_ptr& failure) {
           if (failure) model.setErrorMessage(QString::fromStdString(errorDescription(failure)));
+          if (model.exportTask_.hasLeftWorkBehind()) model.interruption_ = tr("The disk does not answer");
           model.setExporting(false);
         });
   });
 }
+
+void AppViewModel::cancelExport() { exportTask_.cancel(); }
 
 QString AppViewModel::exportRefusal() const {
   if (isProcessing_) return tr("Reports can be saved when the run has ended.");

@@ -109,6 +109,7 @@ void AppViewModel::startProcessing() {
   if (!startRefusal().isEmpty()) return;
   discardResults();
   setErrorMessage({});
+  interruption_.clear();
   setProcessing(true);
   setProgress(0, jobs_.jobs().size());
 
@@ -127,6 +128,7 @@ void AppViewModel::startProcessing() {
       [run](const BackgroundTask::Context& context) { run->work(context, run); },
       [](AppViewModel& model, const std::exception_ptr& failure) {
         if (failure) model.setErrorMessage(QString::fromStdString(errorDescription(failure)));
+        if (model.processingTask_.hasLeftWorkBehind()) model.interruption_ = tr("The disk does not answer");
         model.setProcessing(false);
         if (model.overallProgress_ == 1) {
           model.setUnseenOutcome(AppMode::Files,
@@ -190,6 +192,7 @@ void AppViewModel::removeJob(const Uuid& id) {
 void AppViewModel::clearFiles() {
   if (isExporting_) return;
   cancelProcessing();
+  interruption_.clear();
   BackgroundTask::dispose(jobs_.takeAll());
   discardResults();
   setProgress(0, 0);

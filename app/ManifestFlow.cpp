@@ -9,7 +9,6 @@
 #include <QPointer>
 
 #include "app/AppViewModel.h"
-#include "app/FileCard.h"
 #include "app/FileLocation.h"
 #include "app/Formats.h"
 #include "app/FreeMemory.h"
@@ -113,7 +112,7 @@ struct AppViewModel::ManifestRun {
   }
 };
 
-QVariantMap AppViewModel::manifestFile() const { return fileCard(manifestURL_); }
+QVariantMap AppViewModel::manifestFile() const { return fileCard(manifestURL_, manifestSize_.text()); }
 
 QVariantMap AppViewModel::manifestRoot() const { return fileCard(manifestRootURL_); }
 
@@ -156,6 +155,7 @@ void AppViewModel::setManifestFile(const QList<QUrl>& urls) {
   discardManifest();
   setErrorMessage({});
   manifestURL_ = location;
+  manifestSize_.ask(location);
   setLoadingManifest(true);
   emit manifestURLsChanged();
   manifestLoadTask_.start(

@@ -5,7 +5,6 @@
 #include <QPointer>
 
 #include "app/AppViewModel.h"
-#include "app/FileCard.h"
 #include "app/FileLocation.h"
 #include "checksums/ChecksumLines.h"
 #include "core/Errors.h"
@@ -25,6 +24,7 @@ void AppViewModel::setVerifyFile(const QList<QUrl>& urls) {
   if (isVerifying_ || !location) return;
   resetVerification();
   verifyURL_ = location;
+  verifySize_.ask(location);
   emit verifyURLChanged();
 }
 
@@ -35,7 +35,7 @@ void AppViewModel::chooseVerifyFile() {
   });
 }
 
-QVariantMap AppViewModel::verifyFile() const { return fileCard(verifyURL_); }
+QVariantMap AppViewModel::verifyFile() const { return fileCard(verifyURL_, verifySize_.text()); }
 
 void AppViewModel::setExpectedHash(const QString& pasted) {
   if (pasted == expectedHash_) return;

@@ -1,11 +1,11 @@
 #include "ui/DropHandling.h"
 
-#include <filesystem>
-#include <thread>
 #include <utility>
 
 #include "app/FileLocation.h"
 #include "app/InterfaceInbox.h"
+#include "app/Workers.h"
+#include "core/FileHandle.h"
 
 namespace tallyfold {
 
@@ -15,6 +15,12 @@ namespace {
 InterfaceInbox& inbox() {
   static auto& inbox = *new InterfaceInbox(0);
   return inbox;
+}
+
+// On the interface thread.
+std::function<void(const QString&)>& refusalListener() {
+  static std::function<void(const QString&)> listener;
+  return listener;
 }
 
 // One drop whose items load on threads of their own. The last reference to it, whoever holds it, ends the drop.
@@ -69,11 +75,12 @@ QList<QUrl> filteredFileURLs(const QList<QUrl>& urls) {
   return files;
 }
 
+void tellRefusals(std::function<void(const QString&)> tell) { refusalListener() = std::move(tell); }
+
 QList<QUrl> markedFolders(QList<QUrl> urls) {
   for (QUrl& url : urls) {
     const auto path = fileLocation(url);
-    std::error_code unknown;
-    if (path && !isDirectoryPath(url) && std::filesystem::is_directory(*path, unknown)) url = fileUrl(*path / "");
+    if (path && !isDirectoryPath(url) && lookAt(*path).isFolder) url = fileUrl(*path / "");
   }
   return urls;
 }
@@ -81,12 +88,19 @@ QList<QUrl> markedFolders(QList<QUrl> urls) {
 void resolveFileURLs(const QList<QUrl>& urls, FilesCallback dropped, Droppable kind) {
   if (urls.isEmpty()) return;
   inbox();
-  std::thread([urls = urls, dropped = std::move(dropped), kind]() mutable {
+  const auto look = [urls = urls, dropped = std::move(dropped), kind]() mutable {
     QList<QUrl> files = markedFolders(std::move(urls));
     files.removeIf([](const QUrl& url) { return !fileLocation(url); });
     if (kind == Droppable::files) files = filteredFileURLs(files);
     if (!files.isEmpty()) inbox().post([files, dropped = std::move(dropped)] { dropped(files); });
-  }).detach();
+  };
+  try {
+    Workers::start(look);
+  } catch (const Workers::Refusal& refusal) {
+    inbox().post([sentence = QString::fromUtf8(refusal.what())] {
+      if (refusalListener()) refusalListener()(sentence);
+    });
+  }
 }
 
 void resolveBigSurFileURLs(const std::vector<std::shared_ptr<ItemProvider>>& items, FilesCallback dropped,

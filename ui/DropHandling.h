@@ -39,6 +39,10 @@ QUrl droppedFileURL(const QVariant& item);
 /// Those of `urls` that are file URLs and do not denote a folder, in order.
 QList<QUrl> filteredFileURLs(const QList<QUrl>& urls);
 
+/// What is to be called on the interface thread, with a sentence for the user, when a drop or a panel's answer comes to
+/// nothing because no thread can be had to look at its files.
+void tellRefusals(std::function<void(const QString& sentence)> tell);
+
 /// `urls` with a separator at the end of each that leads to a folder, which a drop's URLs often lack. Looks at the file
 /// system once for each, which can take long: not on the interface thread.
 QList<QUrl> markedFolders(QList<QUrl> urls);
@@ -49,8 +53,8 @@ enum class Droppable { files, filesAndFolders };
 using FilesCallback = std::function<void(const QList<QUrl>& files)>;
 
 /// Loads all items of a drop and calls `dropped` once, on the interface thread, with the files among them; never when
-/// there are none. An item that fails to load is left out. Folders among the files end in a separator. To be called on
-/// the interface thread.
+/// there are none, or a refusal is told. An item that fails to load is left out. Folders among the files end in a
+/// separator. To be called on the interface thread.
 void resolveBigSurFileURLs(const std::vector<std::shared_ptr<ItemProvider>>& items, FilesCallback dropped,
                            Droppable kind = Droppable::files);
 

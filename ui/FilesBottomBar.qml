@@ -58,6 +58,14 @@ Item {
                 text: qsTr("Exporting…")
                 color: TallyTheme.secondary
             }
+
+            TFIconButton {
+                objectName: "cancelExport"
+                anchors.verticalCenter: parent.verticalCenter
+                name: qsTr("Cancel the export (Esc)")
+                icon: "xmark"
+                onClicked: root.viewModel.cancelExport()
+            }
         }
 
         TFButton {
@@ -90,6 +98,8 @@ Item {
         objectName: "runFigure"
         // Before a run, what one would be about.
         text: {
+            if (root.viewModel.interruption !== "")
+                return root.viewModel.interruption;
             const total = root.viewModel.runFileCount > 0 ? root.viewModel.runFileCount : root.viewModel.jobs.count;
             return qsTr("%1 of %2").arg(root.viewModel.processedCount.toLocaleString(Qt.locale(), "f", 0)).arg(total.toLocaleString(Qt.locale(), "f", 0));
         }

@@ -237,9 +237,9 @@ FocusScope {
     }
 
     Shortcut {
-        enabled: root.takesKeys && root.viewModel.isProcessing
+        enabled: root.takesKeys && (root.viewModel.isProcessing || root.viewModel.isExporting)
         sequence: "Esc"
-        onActivated: root.viewModel.cancelProcessing()
+        onActivated: root.viewModel.isProcessing ? root.viewModel.cancelProcessing() : root.viewModel.cancelExport()
     }
 
     Shortcut {

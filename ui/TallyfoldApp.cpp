@@ -17,6 +17,7 @@
 #include <QStyleFactory>
 
 #include "app/BackgroundTask.h"
+#include "ui/DropHandling.h"
 #include "ui/IconProvider.h"
 
 // Made by the build from the types that this floor registers.
@@ -108,6 +109,7 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(withoutShaderC
   window_ = engine_.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
   if (window_ == nullptr) qFatal("The window could not be built.");
   desktop_.setWindow(window_);
+  tellRefusals([this](const QString& sentence) { viewModel_.setErrorMessage(sentence); });
 }
 
 int TallyfoldApp::run() { return leave(QApplication::exec()); }

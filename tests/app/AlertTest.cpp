@@ -1,4 +1,5 @@
 #include "tests/app/ModelTest.h"
+#include "tests/support/ThreadLimit.h"
 
 namespace tallyfold::test {
 
@@ -46,6 +47,14 @@ TEST_F(Alert, SaysWhatTheSystemSaysAndGoesWithTheNextStart) {
        diskError},
   };
   for (const auto& flow : flows) {
+    {
+      const NoThreads refused;
+      flow.start();
+      ASSERT_TRUE(flow.isRunning());
+      ASSERT_TRUE(reached([&] { return !flow.isRunning(); }));
+    }
+    EXPECT_EQ(flow.told(), Workers::Refusal().what()) << flow.call;
+    EXPECT_EQ(model_->results().size(), 1U);
     for (const int error : {EIO, 0}) {
       SCOPED_TRACE(std::string(flow.call) + ": " + std::strerror(error));
       calls_.before = [&, isDone = false](std::string_view call, std::size_t) mutable {

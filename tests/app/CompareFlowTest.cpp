@@ -64,6 +64,21 @@ TEST_F(CompareFlow, ResultIsToldInWordsAndExactNumbers) {
   EXPECT_EQ(model_->unseenOutcome(AppMode::Compare), AppViewModel::SomeFailed);
 }
 
+TEST_F(CompareFlow, RunningOneKeepsItsFiles) {
+  const auto first = folder_.file("first", "abc");
+  const auto second = folder_.file("second", "abc");
+  holdAt("read", 1);
+  start(first, second);
+  ASSERT_TRUE(gate_.waitForArrival());
+  model_->setCompareFiles({urlOf(second)}, false);
+  model_->swapCompareFiles();
+  model_->chooseCompareFile(true);
+  EXPECT_FALSE(desktop_.singlePanel);
+  EXPECT_EQ(model_->compareFirstURL(), first);
+  gate_.open();
+  ASSERT_TRUE(reached([this] { return model_->compareResult().has_value(); }));
+}
+
 }  // namespace
 
 }  // namespace tallyfold::test

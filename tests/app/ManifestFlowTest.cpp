@@ -100,9 +100,12 @@ TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {
   EXPECT_EQ(title(), "Verifying…");
   EXPECT_TRUE(model_->busyModes().at(AppMode::Manifest).toBool());
   model_->verifyManifest();
-  model_->dropManifest({urlOf(slow)});
+  model_->dropManifest({urlOf(slow), QUrl(QStringLiteral("file:///elsewhere/"))});
+  model_->setManifestFile({urlOf(slow)});
   model_->chooseManifestFile();
   EXPECT_FALSE(desktop_.singlePanel);
+  EXPECT_EQ(model_->manifestURL(), folder_.path() / "list.txt");
+  EXPECT_EQ(model_->manifestRootURL(), root_);
 
   model_->cancelManifestVerification();
   EXPECT_FALSE(model_->isManifestVerifying());
@@ -131,6 +134,25 @@ TEST_F(ManifestFlow, RootThatIsNoFolderIsAnErrorOfTheRun) {
   EXPECT_EQ(model_->errorMessage(), QStringLiteral("The selected manifest root is not an accessible directory."));
   EXPECT_THAT(statuses(), ElementsAre("Queued"));
   EXPECT_EQ(title(), "1 entry was not checked");
+  EXPECT_THAT(model_->manifestVerdict().details.toStdString(), testing::HasSubstr("stopped by an error"));
+}
+
+TEST_F(ManifestFlow, AnotherRootInMidRunEndsTheRunAndWhatItFound) {
+  folder_.file("root/slow", "abc");
+  load(md5OfAbc + "  abc\n" + md5OfAbc + "  slow\n");
+  model_->setManifestRoot({urlOf(root_)});
+  holdAt("read", 2);
+  model_->verifyManifest();
+  ASSERT_TRUE(reached([this] { return statuses()[1] == "Verifying"; }));
+  ASSERT_TRUE(gate_.waitForArrival());
+  model_->setManifestRoot({urlOf(folder_.path())});
+  EXPECT_FALSE(model_->isManifestVerifying());
+  gate_.open();
+  EXPECT_TRUE(BackgroundTask::waitForAll(patience));
+  QCoreApplication::processEvents();
+  EXPECT_THAT(statuses(), testing::Each("Queued"));
+  EXPECT_THAT(counts(), ElementsAre(0, 0, 0));
+  EXPECT_EQ(title(), "2 entries, not verified yet");
 }
 
 TEST_F(ManifestFlow, LongListIsOneChangeAndEachOfItsFilesIsReadOnce) {

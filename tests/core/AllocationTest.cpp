@@ -1,19 +1,17 @@
 // The allocation functions of this program are its own, so that a test can see how much is allocated, refuse it, and
-// look at memory at the moment it is given back; so is the one that starts threads, so that a test can refuse them.
+// look at memory at the moment it is given back.
 
 #include <atomic>
 #include <chrono>
-#include <climits>
 #include <cstddef>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <new>
-#include <pthread.h>
 
 #include "core/BLAKE3Stream.h"
 #include "core/FileComparison.h"
 #include "core/blake3/Blake3.h"
 #include "tests/core/CoreTest.h"
+#include "tests/support/ThreadLimit.h"
 
 namespace {
 
@@ -22,9 +20,6 @@ std::atomic<std::size_t> largestAllocation = 0;
 std::atomic<std::size_t> lastSizeThatMayFail = 0;
 std::atomic<void*> watched = nullptr;
 std::atomic<bool> watchedWasZeroWhenFreed = false;
-
-std::atomic<int> threadsStarted = 0;
-std::atomic<int> mostThreads = INT_MAX;
 
 constexpr std::align_val_t kUsual{alignof(std::max_align_t)};
 
@@ -76,13 +71,6 @@ void operator delete(void* memory, std::size_t) noexcept { release(memory); }
 void operator delete[](void* memory, std::align_val_t) noexcept { release(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
 
-int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument) {
-  static const auto real = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
-  if (threadsStarted == mostThreads) return EAGAIN;
-  ++threadsStarted;
-  return real(thread, attributes, body, argument);
-}
-
 namespace tallyfold::test {
 
 namespace {
@@ -117,7 +105,7 @@ TEST(RefusedThread, OneLaneDoesTheWorkOfAll) {
     mostThreads = granted;
     EXPECT_EQ(digestsOf(file), expected) << granted;
   }
-  mostThreads = INT_MAX;
+  mostThreads = std::numeric_limits<int>::max();
   pretendCores(0);
 }
 

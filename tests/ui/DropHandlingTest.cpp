@@ -1,40 +1,21 @@
 // From what a desktop drops to a list of files, with items that load on other threads.
 
-#include <algorithm>
-#include <fcntl.h>
+#include <atomic>
+#include <chrono>
 #include <gmock/gmock.h>
 #include <latch>
-#include <mutex>
-#include <sys/stat.h>
 #include <thread>
 
 #include <QCoreApplication>
 #include <QThread>
 
 #include "app/FileLocation.h"
+#include "app/Workers.h"
+#include "core/FileHandle.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/ThreadLimit.h"
 #include "tour/XInput.h"
 #include "ui/DropHandling.h"
-
-namespace {
-
-struct Look {
-  std::string path;
-  std::thread::id thread;
-};
-std::mutex looksMutex;
-std::vector<Look> looks;
-
-}  // namespace
-
-// Stands before the system's function of this name for the whole program, and tells which thread asked.
-extern "C" int stat(const char* path, struct stat* status) noexcept {
-  {
-    const std::lock_guard lock(looksMutex);
-    looks.push_back({path, std::this_thread::get_id()});
-  }
-  return fstatat(AT_FDCWD, path, status, 0);
-}
 
 namespace tallyfold::test {
 
@@ -164,15 +145,39 @@ TEST_F(DropTest, NothingIsCalledWhenNoFileIsLeft) {
   EXPECT_TRUE(drops.empty());
 }
 
-TEST_F(DropTest, TheFileSystemIsNotAskedOnTheInterfaceThread) {
+TEST_F(DropTest, TheFileSystemIsAskedOnceAndNotOnTheInterfaceThread) {
+  struct Looks : SystemCalls {
+    Looks() { replace(this); }
+    ~Looks() override { replace(nullptr); }
+    int look(const char* path, struct stat* status) override {
+      EXPECT_NE(std::this_thread::get_id(), interfaceThread);
+      ++count;
+      return SystemCalls::look(path, status);
+    }
+    const std::thread::id interfaceThread = std::this_thread::get_id();
+    std::atomic<int> count = 0;
+  } looks;
   const TemporaryFolder folder;
   const auto path = folder.file("file", "");
   resolveFileURLs({fileUrl(path)}, note());
   resolveBigSurFileURLs({std::make_shared<Item>(fileUrl(path))}, note());
   XInput::waitFor("the drops", [&] { return drops.size() == 2; });
-  const std::lock_guard lock(looksMutex);
-  EXPECT_EQ(std::count_if(looks.begin(), looks.end(), [&](const Look& look) { return look.path == path; }), 2);
-  for (const Look& look : looks) EXPECT_TRUE(look.path != path || look.thread != std::this_thread::get_id());
+  EXPECT_TRUE(Workers::waitForAll(std::chrono::milliseconds(XInput::patience)));
+  EXPECT_EQ(looks.count, 2);
+}
+
+TEST_F(DropTest, SaysSoWhenThereIsNoThreadToLookAtTheFiles) {
+  std::vector<QString> sentences;
+  tellRefusals([&](const QString& sentence) { sentences.push_back(sentence); });
+  {
+    const NoThreads refused;
+    resolveFileURLs({file}, note());
+    resolveBigSurFileURLs({std::make_shared<Item>(file)}, note());
+  }
+  finish();
+  tellRefusals(nullptr);
+  EXPECT_THAT(sentences, ElementsAre(Workers::Refusal().what(), Workers::Refusal().what()));
+  EXPECT_TRUE(drops.empty());
 }
 
 }  // namespace

@@ -6,7 +6,9 @@
 #include <QSignalSpy>
 
 #include "app/FileLocation.h"
+#include "app/Workers.h"
 #include "tests/support/Process.h"
+#include "tests/support/ThreadLimit.h"
 #include "tests/ui/WindowFixture.h"
 #include "ui/DropZone.h"
 
@@ -116,6 +118,21 @@ TEST_F(DropTest, OfFoldersAndFilesOnlyTheFilesAreTaken) {
   EXPECT_THAT(hashedNames(), testing::ElementsAre("file"));
   EXPECT_EQ(lists.count(), 1);
   EXPECT_EQ(model.errorMessage(), "");
+}
+
+TEST_F(DropTest, WithoutAThreadForItSaysSoAndKeepsTheResults) {
+  add({"a"}, "abc");
+  calculate();
+  pick(uriList, line(folder.file("b", "")));
+  hoverUntil("the target", [&] { return zone->isTargeted() && source->hasSaid("accepted"); });
+  {
+    const NoThreads refused;
+    EXPECT_EQ(release(), "copy");
+    waitFor("the alert", [&] { return driver.findItem("alertOk") != nullptr; });
+  }
+  EXPECT_EQ(model.errorMessage(), Workers::Refusal().what());
+  EXPECT_EQ(model.results().size(), 1U);
+  model.setErrorMessage({});
 }
 
 TEST_F(DropTest, NamesAreBytes) {
