@@ -7,6 +7,7 @@
 
 #include "app/FileLocation.h"
 #include "tests/support/TurnWatcher.h"
+#include "tests/ui/SilentClipboardOwner.h"
 #include "tests/ui/WindowFixture.h"
 
 namespace tallyfold::test {
@@ -120,6 +121,33 @@ TEST_F(OtherModes, TextTooLongForAnEditorIsTakenWholeAndItsBeginningShown) {
     waitFor("no text", [&] { return has({}); });
     QGuiApplication::clipboard()->setText(large);
   }
+}
+
+TEST_F(OtherModes, ClipboardThatDoesNotAnswerIsAskedOnceForEachPaste) {
+  enter(AppMode::Text);
+  driver.click("textEditor");
+  SilentClipboardOwner owner;
+  driver.type("a");
+  waitFor("the text", [&] { return model.textInput() == u"a"; });
+  EXPECT_EQ(owner.requests(), 0) << "before anything is pasted";
+  driver.press({"Control_L", "v"});
+  driver.type("b");
+  waitFor("what was typed after", [&] { return model.textInput() == u"ab"; });
+  EXPECT_EQ(owner.requests(), 1);
+  driver.clickAt(driver.item("textEditor")->mapToGlobal(QPointF(40, 15)).toPoint(), 2);
+  driver.press({"End"});
+  driver.type("c");
+  waitFor("what was typed after", [&] { return model.textInput() == u"abc"; });
+  EXPECT_EQ(owner.requests(), 2) << "the middle button";
+  driver.click("clearText");
+  waitFor("no text", [&] { return model.textInput().isEmpty(); });
+  enter(AppMode::Verify);
+  driver.click("pasteChecksum");
+  driver.click("checksumField");
+  driver.press({"Control_L", "v"});
+  driver.type("d");
+  waitFor("what was typed after", [&] { return model.expectedHash() == u"d"; });
+  EXPECT_EQ(owner.requests(), 4);
 }
 
 TEST_F(OtherModes, FileIsVerifiedFromTheKeyboard) {
