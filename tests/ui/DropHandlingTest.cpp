@@ -83,6 +83,12 @@ class Item : public ItemProvider {
 
 class DropTest : public testing::Test {
  protected:
+  void TearDown() override { waitForWorkers(); }
+
+  static void waitForWorkers() {
+    EXPECT_TRUE(Workers::waitForAll(std::chrono::milliseconds(XInput::patience))) << "No thread is left";
+  }
+
   FilesCallback note() {
     return [this](const QList<QUrl>& files) {
       EXPECT_EQ(QThread::currentThread(), QCoreApplication::instance()->thread());
@@ -162,7 +168,7 @@ TEST_F(DropTest, TheFileSystemIsAskedOnceAndNotOnTheInterfaceThread) {
   resolveFileURLs({fileUrl(path)}, note());
   resolveBigSurFileURLs({std::make_shared<Item>(fileUrl(path))}, note());
   XInput::waitFor("the drops", [&] { return drops.size() == 2; });
-  EXPECT_TRUE(Workers::waitForAll(std::chrono::milliseconds(XInput::patience)));
+  waitForWorkers();
   EXPECT_EQ(looks.count, 2);
 }
 
