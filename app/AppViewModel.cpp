@@ -119,8 +119,8 @@ QVariantList AppViewModel::busyModes() const {
   QVariantList list;
   for (const AppMode::Case mode : AppMode::allCases()) {
     list.append((mode == AppMode::Files && (isProcessing_ || isExporting_)) ||
-                (mode == AppMode::Verify && isVerifying_) || (mode == AppMode::Compare && isComparing_) ||
-                (mode == AppMode::Manifest && (isLoadingManifest_ || isManifestVerifying_)));
+                (mode == AppMode::Verify && verify_.isRunning) || (mode == AppMode::Compare && compare_.isRunning) ||
+                (mode == AppMode::Manifest && (manifest_.isLoading || manifest_.isVerifying)));
   }
   return list;
 }

@@ -5,9 +5,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include <QList>
 #include <QObject>
@@ -24,6 +22,7 @@
 #include "app/FileCard.h"
 #include "app/FileJob.h"
 #include "app/FileJobListModel.h"
+#include "app/FlowStates.h"
 #include "app/ManifestJobListModel.h"
 #include "app/ManifestVerdict.h"
 #include "app/PreparedFiles.h"
@@ -35,8 +34,6 @@
 #include "export/ManifestService.h"
 
 namespace tallyfold {
-
-using ManifestEntries = std::vector<ChecksumManifestEntry>;
 
 /// The one state object behind the window. It lives on the interface thread: everything here is read, called and
 /// announced there. Operations that cannot run now are refused silently; the `...Refusal` properties say beforehand why
@@ -78,7 +75,6 @@ class AppViewModel : public QObject {
   Q_PROPERTY(QVariantMap proposedManifestRoot READ proposedManifestRootForScreen NOTIFY manifestURLsChanged)
   Q_PROPERTY(tallyfold::ManifestJobListModel* manifestJobs READ manifestJobs CONSTANT)
   Q_PROPERTY(QStringList manifestWarnings READ manifestWarnings NOTIFY manifestLinesChanged)
-  Q_PROPERTY(qint64 manifestIgnoredLineCount READ manifestIgnoredLineCount NOTIFY manifestLinesChanged)
   Q_PROPERTY(qint64 manifestUnsupportedLineCount READ manifestUnsupportedLineCount NOTIFY manifestLinesChanged)
   Q_PROPERTY(QString manifestLines READ manifestLines NOTIFY manifestLinesChanged)
   Q_PROPERTY(QString manifestWarningsSummary READ manifestWarningsSummary NOTIFY manifestLinesChanged)
@@ -86,9 +82,6 @@ class AppViewModel : public QObject {
   Q_PROPERTY(QString manifestProgressFigure READ manifestProgressFigure NOTIFY manifestProgressChanged)
   Q_PROPERTY(bool isLoadingManifest READ isLoadingManifest NOTIFY isLoadingManifestChanged)
   Q_PROPERTY(bool isManifestVerifying READ isManifestVerifying NOTIFY isManifestVerifyingChanged)
-  Q_PROPERTY(int manifestMatchedCount READ manifestMatchedCount NOTIFY manifestStatusChanged)
-  Q_PROPERTY(int manifestMismatchCount READ manifestMismatchCount NOTIFY manifestStatusChanged)
-  Q_PROPERTY(int manifestErrorCount READ manifestErrorCount NOTIFY manifestStatusChanged)
   Q_PROPERTY(QVariantMap manifestVerdict READ manifestVerdictForScreen NOTIFY manifestStatusChanged)
   // Why an operation would be refused now, as a sentence for a tooltip; empty when it would not.
   Q_PROPERTY(QString verifyRefusal READ verifyRefusal NOTIFY verifyURLChanged)
@@ -185,16 +178,16 @@ class AppViewModel : public QObject {
   void exportResults(ManifestService::Format format);
   Q_INVOKABLE void cancelExport();
 
-  [[nodiscard]] QString textInput() const { return textInput_; }
+  [[nodiscard]] QString textInput() const { return text_.input; }
   void setTextInput(const QString& text);
-  [[nodiscard]] qint64 textUTF8ByteCount() const { return textUTF8ByteCount_; }
+  [[nodiscard]] qint64 textUTF8ByteCount() const { return text_.utf8ByteCount; }
   /// "1,204 bytes (UTF-8)".
   [[nodiscard]] QString textSize() const;
   /// Empty until they are calculated.
-  [[nodiscard]] const DigestMap& textHashes() const { return textHashes_; }
+  [[nodiscard]] const DigestMap& textHashes() const { return text_.hashes; }
   [[nodiscard]] QVariantMap textHashesByName() const;
   /// Why there are none; empty when nothing failed.
-  [[nodiscard]] QString textError() const { return textError_; }
+  [[nodiscard]] QString textError() const { return text_.error; }
   Q_INVOKABLE [[nodiscard]] static QString classification(const QString& algorithm);
   /// Of its digest, in hexadecimal digits.
   Q_INVOKABLE [[nodiscard]] static int digestLength(const QString& algorithm);
@@ -209,9 +202,9 @@ class AppViewModel : public QObject {
   /// take long: once for each paste.
   Q_INVOKABLE [[nodiscard]] QString pasteboardText(bool isSelection = false) const;
 
-  [[nodiscard]] const std::optional<std::filesystem::path>& verifyURL() const { return verifyURL_; }
+  [[nodiscard]] const std::optional<std::filesystem::path>& verifyURL() const { return verify_.url; }
   [[nodiscard]] QVariantMap verifyFile() const;
-  [[nodiscard]] QString expectedHash() const { return expectedHash_; }
+  [[nodiscard]] QString expectedHash() const { return verify_.expectedHash; }
   void setExpectedHash(const QString& text);
   /// What can be chosen: "Auto", then every algorithm.
   [[nodiscard]] static QStringList verifyAlgorithms();
@@ -220,10 +213,10 @@ class AppViewModel : public QObject {
   void setVerifyAlgorithm(const QString& name);
   /// The algorithm that the pasted text would be checked with now; empty when there is none.
   [[nodiscard]] QString recognisedAlgorithm() const;
-  [[nodiscard]] const std::optional<VerificationResult>& verifyResult() const { return verifyResult_; }
+  [[nodiscard]] const std::optional<VerificationResult>& verifyResult() const { return verify_.result; }
   [[nodiscard]] QVariantMap verifyResultForScreen() const;
-  [[nodiscard]] double verifyProgress() const { return verifyProgress_; }
-  [[nodiscard]] bool isVerifying() const { return isVerifying_; }
+  [[nodiscard]] double verifyProgress() const { return verify_.progress; }
+  [[nodiscard]] bool isVerifying() const { return verify_.isRunning; }
   [[nodiscard]] QString verifyRefusal() const;
   /// Sets the file to verify to the first of `urls`; ignored during a verification.
   Q_INVOKABLE void setVerifyFile(const QList<QUrl>& urls);
@@ -232,14 +225,14 @@ class AppViewModel : public QObject {
   Q_INVOKABLE void verify();
   Q_INVOKABLE void resetVerification();
 
-  [[nodiscard]] const std::optional<std::filesystem::path>& compareFirstURL() const { return compareFirstURL_; }
-  [[nodiscard]] const std::optional<std::filesystem::path>& compareSecondURL() const { return compareSecondURL_; }
+  [[nodiscard]] const std::optional<std::filesystem::path>& compareFirstURL() const { return compare_.firstURL; }
+  [[nodiscard]] const std::optional<std::filesystem::path>& compareSecondURL() const { return compare_.secondURL; }
   [[nodiscard]] QVariantMap compareFirstFile() const;
   [[nodiscard]] QVariantMap compareSecondFile() const;
-  [[nodiscard]] const std::optional<FileComparisonResult>& compareResult() const { return compareResult_; }
+  [[nodiscard]] const std::optional<FileComparisonResult>& compareResult() const { return compare_.result; }
   [[nodiscard]] QVariantMap compareResultForScreen() const;
-  [[nodiscard]] double compareProgress() const { return compareProgress_; }
-  [[nodiscard]] bool isComparing() const { return isComparing_; }
+  [[nodiscard]] double compareProgress() const { return compare_.progress; }
+  [[nodiscard]] bool isComparing() const { return compare_.isRunning; }
   [[nodiscard]] QString compareRefusal() const;
   /// Two or more `urls` set both files; one sets the file of the side. Ignored during a comparison.
   Q_INVOKABLE void setCompareFiles(const QList<QUrl>& urls, bool isSecondSide);
@@ -248,27 +241,27 @@ class AppViewModel : public QObject {
   Q_INVOKABLE void compare();
   Q_INVOKABLE void resetComparison();
 
-  [[nodiscard]] const std::optional<std::filesystem::path>& manifestURL() const { return manifestURL_; }
-  [[nodiscard]] const std::optional<std::filesystem::path>& manifestRootURL() const { return manifestRootURL_; }
+  [[nodiscard]] const std::optional<std::filesystem::path>& manifestURL() const { return manifest_.url; }
+  [[nodiscard]] const std::optional<std::filesystem::path>& manifestRootURL() const { return manifest_.rootURL; }
   [[nodiscard]] QVariantMap manifestFile() const;
   [[nodiscard]] QVariantMap manifestRoot() const;
   /// The folder that the list lies in, unless it is the root already. Only a proposal: the root is what the user chose.
   [[nodiscard]] std::optional<std::filesystem::path> proposedManifestRoot() const;
   [[nodiscard]] QVariantMap proposedManifestRootForScreen() const;
   [[nodiscard]] ManifestJobListModel* manifestJobs() { return &manifestJobs_; }
-  [[nodiscard]] QStringList manifestWarnings() const { return manifestWarnings_; }
-  [[nodiscard]] qint64 manifestIgnoredLineCount() const { return manifestIgnoredLineCount_; }
-  [[nodiscard]] qint64 manifestUnsupportedLineCount() const { return manifestUnsupportedLineCount_; }
+  [[nodiscard]] QStringList manifestWarnings() const { return manifest_.warnings; }
+  [[nodiscard]] qint64 manifestIgnoredLineCount() const { return manifest_.ignoredLineCount; }
+  [[nodiscard]] qint64 manifestUnsupportedLineCount() const { return manifest_.unsupportedLineCount; }
   /// What the lines of the list came to: "3 entries · 2 unsupported"; empty while there is no list.
   [[nodiscard]] QString manifestLines() const;
   /// How many lines are behind the warnings, which are about the first of them only.
   [[nodiscard]] QString manifestWarningsSummary() const;
   /// Of the files that the list names, 0 to 1. A file that is named several times counts once.
-  [[nodiscard]] double manifestProgress() const { return manifestProgress_; }
+  [[nodiscard]] double manifestProgress() const { return manifest_.progress; }
   /// "12 of 1,204 files"; empty while there is none.
   [[nodiscard]] QString manifestProgressFigure() const;
-  [[nodiscard]] bool isLoadingManifest() const { return isLoadingManifest_; }
-  [[nodiscard]] bool isManifestVerifying() const { return isManifestVerifying_; }
+  [[nodiscard]] bool isLoadingManifest() const { return manifest_.isLoading; }
+  [[nodiscard]] bool isManifestVerifying() const { return manifest_.isVerifying; }
   [[nodiscard]] int manifestMatchedCount() const { return manifestJobs_.total(ManifestJobListModel::Match); }
   [[nodiscard]] int manifestMismatchCount() const { return manifestJobs_.total(ManifestJobListModel::Mismatch); }
   [[nodiscard]] int manifestErrorCount() const { return manifestJobs_.total(ManifestJobListModel::Failed); }
@@ -373,40 +366,12 @@ class AppViewModel : public QObject {
   bool isExporting_ = false;
   QString interruption_;
 
-  QString textInput_;
-  qint64 textUTF8ByteCount_ = 0;
-  DigestMap textHashes_;
-  QString textError_;
+  TextState text_;
   QTimer textRest_{this};
-
-  std::optional<std::filesystem::path> verifyURL_;
-  QString expectedHash_;
-  std::optional<HashAlgorithm> verifyAlgorithmOverride_;
-  std::optional<VerificationResult> verifyResult_;
-  std::string verifyExpected_;  // The normalised digest that `verifyResult_` was checked against.
-  double verifyProgress_ = 0;
-  bool isVerifying_ = false;
-
-  std::optional<std::filesystem::path> compareFirstURL_;
-  std::optional<std::filesystem::path> compareSecondURL_;
-  std::optional<FileComparisonResult> compareResult_;
-  double compareProgress_ = 0;
-  bool isComparing_ = false;
-
-  std::optional<std::filesystem::path> manifestURL_;
-  std::optional<std::filesystem::path> manifestRootURL_;
+  VerifyState verify_;
+  CompareState compare_;
+  ManifestState manifest_;
   ManifestJobListModel manifestJobs_;
-  std::shared_ptr<const ManifestEntries> manifestEntries_;  // Those of the jobs, in the same order.
-  QStringList manifestWarnings_;
-  qint64 manifestIgnoredLineCount_ = 0;
-  qint64 manifestUnsupportedLineCount_ = 0;
-  QString manifestReadError_;
-  ManifestTally::Run manifestRunState_ = ManifestTally::Run::none;
-  double manifestProgress_ = 0;
-  std::size_t manifestGroupsDone_ = 0;
-  std::size_t manifestGroups_ = 0;
-  bool isLoadingManifest_ = false;
-  bool isManifestVerifying_ = false;
 
   ResultByJobID resultByJobID_;
   FileJobListModel jobs_{resultByJobID_};

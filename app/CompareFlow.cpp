@@ -12,53 +12,53 @@
 namespace tallyfold {
 
 void AppViewModel::setCompareFiles(const QList<QUrl>& urls, bool isSecondSide) {
-  if (isComparing_ || urls.isEmpty()) return;
+  if (compare_.isRunning || urls.isEmpty()) return;
   const auto first = fileLocation(urls.at(0));
   const auto second = urls.size() > 1 ? fileLocation(urls.at(1)) : std::nullopt;
   if (!first) return;
   resetComparison();
   if (second || !isSecondSide) {
-    compareFirstURL_ = first;
+    compare_.firstURL = first;
     compareFirstSize_.ask(first);
   }
   if (second || isSecondSide) {
-    compareSecondURL_ = second ? second : first;
-    compareSecondSize_.ask(compareSecondURL_);
+    compare_.secondURL = second ? second : first;
+    compareSecondSize_.ask(compare_.secondURL);
   }
   emit compareURLsChanged();
 }
 
 void AppViewModel::chooseCompareFile(bool isSecondSide) {
-  if (isComparing_) return;
+  if (compare_.isRunning) return;
   desktop_.chooseSingleFile([this, alive = QPointer(this), isSecondSide](const QUrl& url) {
     if (alive) setCompareFiles({url}, isSecondSide);
   });
 }
 
 void AppViewModel::swapCompareFiles() {
-  if (isComparing_) return;
+  if (compare_.isRunning) return;
   resetComparison();
-  compareFirstURL_.swap(compareSecondURL_);
+  compare_.firstURL.swap(compare_.secondURL);
   compareFirstSize_.swap(compareSecondSize_);
   emit compareURLsChanged();
 }
 
-QVariantMap AppViewModel::compareFirstFile() const { return fileCard(compareFirstURL_, compareFirstSize_.text()); }
+QVariantMap AppViewModel::compareFirstFile() const { return fileCard(compare_.firstURL, compareFirstSize_.text()); }
 
-QVariantMap AppViewModel::compareSecondFile() const { return fileCard(compareSecondURL_, compareSecondSize_.text()); }
+QVariantMap AppViewModel::compareSecondFile() const { return fileCard(compare_.secondURL, compareSecondSize_.text()); }
 
 QString AppViewModel::compareRefusal() const {
-  return compareFirstURL_ && compareSecondURL_ ? QString() : tr("Choose two files first.");
+  return compare_.firstURL && compare_.secondURL ? QString() : tr("Choose two files first.");
 }
 
 void AppViewModel::compare() {
-  if (isComparing_ || compareTask_.isRunning() || !compareFirstURL_ || !compareSecondURL_) return;
+  if (compare_.isRunning || compareTask_.isRunning() || !compare_.firstURL || !compare_.secondURL) return;
   resetComparison();
   setErrorMessage({});
   setComparing(true);
   compareTask_.start(
       BackgroundTask::Priority::userInitiated,
-      [first = *compareFirstURL_, second = *compareSecondURL_](const BackgroundTask::Context& context) {
+      [first = *compare_.firstURL, second = *compare_.secondURL](const BackgroundTask::Context& context) {
         const auto progress = [&](double fraction) {
           context.post([fraction](AppViewModel& model) { model.setCompareProgress(fraction); });
         };
@@ -85,7 +85,7 @@ void AppViewModel::resetComparison() {
 }
 
 QVariantMap AppViewModel::compareResultForScreen() const {
-  if (!compareResult_) return {};
+  if (!compare_.result) return {};
   const auto words = [&](const auto& outcome) -> QVariantMap {
     using Case = std::decay_t<decltype(outcome)>;
     if constexpr (std::is_same_v<Case, FileComparison::Identical>) {
@@ -111,23 +111,23 @@ QVariantMap AppViewModel::compareResultForScreen() const {
               {QStringLiteral("details"), details}};
     }
   };
-  return std::visit(words, *compareResult_);
+  return std::visit(words, *compare_.result);
 }
 
 void AppViewModel::setCompareResult(std::optional<FileComparisonResult> result) {
-  if (std::exchange(compareResult_, result) == compareResult_) return;
+  if (std::exchange(compare_.result, result) == compare_.result) return;
   emit compareResultChanged();
-  if (!compareResult_) return;
-  const bool isIdentical = std::holds_alternative<FileComparison::Identical>(*compareResult_);
+  if (!compare_.result) return;
+  const bool isIdentical = std::holds_alternative<FileComparison::Identical>(*compare_.result);
   setUnseenOutcome(AppMode::Compare, isIdentical ? AllWell : SomeFailed);
 }
 
 void AppViewModel::setCompareProgress(double progress) {
-  if (std::exchange(compareProgress_, progress) != progress) emit compareProgressChanged();
+  if (std::exchange(compare_.progress, progress) != progress) emit compareProgressChanged();
 }
 
 void AppViewModel::setComparing(bool isComparing) {
-  if (std::exchange(isComparing_, isComparing) != isComparing) emit isComparingChanged();
+  if (std::exchange(compare_.isRunning, isComparing) != isComparing) emit isComparingChanged();
 }
 
 }  // namespace tallyfold

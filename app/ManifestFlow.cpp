@@ -112,13 +112,13 @@ struct AppViewModel::ManifestRun {
   }
 };
 
-QVariantMap AppViewModel::manifestFile() const { return fileCard(manifestURL_, manifestSize_.text()); }
+QVariantMap AppViewModel::manifestFile() const { return fileCard(manifest_.url, manifestSize_.text()); }
 
-QVariantMap AppViewModel::manifestRoot() const { return fileCard(manifestRootURL_); }
+QVariantMap AppViewModel::manifestRoot() const { return fileCard(manifest_.rootURL); }
 
 std::optional<std::filesystem::path> AppViewModel::proposedManifestRoot() const {
-  if (!manifestURL_ || manifestURL_->parent_path() == manifestRootURL_) return std::nullopt;
-  return manifestURL_->parent_path();
+  if (!manifest_.url || manifest_.url->parent_path() == manifest_.rootURL) return std::nullopt;
+  return manifest_.url->parent_path();
 }
 
 QVariantMap AppViewModel::proposedManifestRootForScreen() const {
@@ -129,32 +129,32 @@ QVariantMap AppViewModel::proposedManifestRootForScreen() const {
 }
 
 QString AppViewModel::manifestLines() const {
-  if (!manifestEntries_) return {};
+  if (!manifest_.entries) return {};
   const QLocale locale = userLocale();
   const QString entries =
       manifestJobs_.total() == 1 ? tr("1 entry") : tr("%1 entries").arg(locale.toString(manifestJobs_.total()));
-  return manifestUnsupportedLineCount_ == 0
+  return manifest_.unsupportedLineCount == 0
              ? entries
-             : tr("%1 · %2 unsupported").arg(entries, locale.toString(manifestUnsupportedLineCount_));
+             : tr("%1 · %2 unsupported").arg(entries, locale.toString(manifest_.unsupportedLineCount));
 }
 
 QString AppViewModel::manifestWarningsSummary() const {
   const QLocale locale = userLocale();
   QString summary =
       tr("Lines that are not understood and cannot be checked: %1. Blank lines and comments: %2.")
-          .arg(locale.toString(manifestUnsupportedLineCount_), locale.toString(manifestIgnoredLineCount_));
-  if (manifestUnsupportedLineCount_ > manifestWarnings_.size()) {
-    summary += tr(" The first %1 are listed here.").arg(locale.toString(manifestWarnings_.size()));
+          .arg(locale.toString(manifest_.unsupportedLineCount), locale.toString(manifest_.ignoredLineCount));
+  if (manifest_.unsupportedLineCount > manifest_.warnings.size()) {
+    summary += tr(" The first %1 are listed here.").arg(locale.toString(manifest_.warnings.size()));
   }
   return summary;
 }
 
 void AppViewModel::setManifestFile(const QList<QUrl>& urls) {
   const auto location = urls.isEmpty() ? std::nullopt : fileLocation(urls.constFirst());
-  if (isLoadingManifest_ || isManifestVerifying_ || manifestLoadTask_.isRunning() || !location) return;
+  if (manifest_.isLoading || manifest_.isVerifying || manifestLoadTask_.isRunning() || !location) return;
   discardManifest();
   setErrorMessage({});
-  manifestURL_ = location;
+  manifest_.url = location;
   manifestSize_.ask(location);
   setLoadingManifest(true);
   emit manifestURLsChanged();
@@ -166,8 +166,8 @@ void AppViewModel::setManifestFile(const QList<QUrl>& urls) {
       },
       [](AppViewModel& model, const std::exception_ptr& failure) {
         if (failure) {
-          model.manifestReadError_ = QString::fromStdString(errorDescription(failure));
-          model.setErrorMessage(model.manifestReadError_);
+          model.manifest_.readError = QString::fromStdString(errorDescription(failure));
+          model.setErrorMessage(model.manifest_.readError);
           model.setUnseenOutcome(AppMode::Manifest, SomeFailed);
         }
         model.setLoadingManifest(false);
@@ -175,18 +175,18 @@ void AppViewModel::setManifestFile(const QList<QUrl>& urls) {
 }
 
 void AppViewModel::chooseManifestFile() {
-  if (isLoadingManifest_ || isManifestVerifying_ || manifestLoadTask_.isRunning()) return;
+  if (manifest_.isLoading || manifest_.isVerifying || manifestLoadTask_.isRunning()) return;
   desktop_.chooseSingleFile([this, alive = QPointer(this)](const QUrl& url) {
     if (alive) setManifestFile({url});
   });
 }
 
 void AppViewModel::publishManifest(PreparedManifestLoad load) {
-  manifestEntries_ = std::move(load.entries);
+  manifest_.entries = std::move(load.entries);
   BackgroundTask::dispose(manifestJobs_.replaceAll(std::move(load.jobs)));
-  manifestWarnings_ = std::move(load.warnings);
-  manifestIgnoredLineCount_ = load.ignoredLineCount;
-  manifestUnsupportedLineCount_ = load.unsupportedLineCount;
+  manifest_.warnings = std::move(load.warnings);
+  manifest_.ignoredLineCount = load.ignoredLineCount;
+  manifest_.unsupportedLineCount = load.unsupportedLineCount;
   emit manifestLinesChanged();
 }
 
@@ -198,7 +198,7 @@ void AppViewModel::setManifestRoot(const QList<QUrl>& urls) {
   }
   cancelManifestVerification();
   resetManifestCounters();
-  manifestRootURL_ = location;
+  manifest_.rootURL = location;
   emit manifestURLsChanged();
 }
 
@@ -213,7 +213,7 @@ void AppViewModel::useProposedManifestRoot() {
 }
 
 void AppViewModel::dropManifest(const QList<QUrl>& urls) {
-  if (isLoadingManifest_ || isManifestVerifying_) return;
+  if (manifest_.isLoading || manifest_.isVerifying) return;
   const auto isFolder = [](const QUrl& url) { return isDirectoryPath(url); };
   const auto file = std::ranges::find_if_not(urls, isFolder);
   const auto folder = std::ranges::find_if(urls, isFolder);
@@ -222,22 +222,22 @@ void AppViewModel::dropManifest(const QList<QUrl>& urls) {
 }
 
 QString AppViewModel::manifestRefusal() const {
-  if (!manifestURL_) return tr("Choose a checksum list first.");
-  if (isLoadingManifest_) return tr("The checksum list is being read.");
+  if (!manifest_.url) return tr("Choose a checksum list first.");
+  if (manifest_.isLoading) return tr("The checksum list is being read.");
   if (manifestJobs_.total() == 0) return tr("The list has no entries to verify.");
-  if (!manifestRootURL_) return tr("Choose the root folder first.");
+  if (!manifest_.rootURL) return tr("Choose the root folder first.");
   return {};
 }
 
 void AppViewModel::verifyManifest() {
-  if (isManifestVerifying_ || !manifestRootURL_ || manifestJobs_.total() == 0) return;
+  if (manifest_.isVerifying || !manifest_.rootURL || manifestJobs_.total() == 0) return;
   resetManifestCounters();
   setErrorMessage({});
   setManifestVerifying(true);
   setManifestRun(ManifestTally::Run::running);
   auto run = std::make_shared<ManifestRun>();
-  run->entries = manifestEntries_;
-  run->root = *manifestRootURL_;
+  run->entries = manifest_.entries;
+  run->root = *manifest_.rootURL;
   manifestTask_.start(
       BackgroundTask::Priority::userInitiated,
       [run](const BackgroundTask::Context& context) { run->work(context, run); },
@@ -272,7 +272,7 @@ void AppViewModel::applyReports(ManifestRun& run) {
 }
 
 void AppViewModel::cancelManifestVerification() {
-  if (!isManifestVerifying_ && !manifestTask_.isRunning()) return;
+  if (!manifest_.isVerifying && !manifestTask_.isRunning()) return;
   manifestTask_.abandon();
   {
     const ManifestJobListModel::Batch batch(manifestJobs_);
@@ -288,9 +288,9 @@ void AppViewModel::cancelManifestVerification() {
 
 void AppViewModel::cancelManifest() {
   cancelManifestVerification();
-  if (!isLoadingManifest_) return;
+  if (!manifest_.isLoading) return;
   manifestLoadTask_.abandon();
-  manifestURL_.reset();
+  manifest_.url.reset();
   setLoadingManifest(false);
   emit manifestURLsChanged();
 }
@@ -298,20 +298,20 @@ void AppViewModel::cancelManifest() {
 void AppViewModel::clearManifest() {
   cancelManifest();
   discardManifest();
-  manifestURL_.reset();
-  manifestRootURL_.reset();
+  manifest_.url.reset();
+  manifest_.rootURL.reset();
   emit manifestURLsChanged();
 }
 
 // The list is gone; what it was read from and the root stay.
 void AppViewModel::discardManifest() {
   cancelManifestVerification();
-  BackgroundTask::dispose(manifestJobs_.replaceAll({}), std::exchange(manifestEntries_, nullptr));
+  BackgroundTask::dispose(manifestJobs_.replaceAll({}), std::exchange(manifest_.entries, nullptr));
   resetManifestCounters();
-  manifestReadError_.clear();
-  manifestWarnings_.clear();
-  manifestIgnoredLineCount_ = 0;
-  manifestUnsupportedLineCount_ = 0;
+  manifest_.readError.clear();
+  manifest_.warnings.clear();
+  manifest_.ignoredLineCount = 0;
+  manifest_.unsupportedLineCount = 0;
   emit manifestLinesChanged();
 }
 
@@ -332,27 +332,27 @@ void AppViewModel::copyManifestRows() {
 }
 
 void AppViewModel::copyManifestWarnings() {
-  if (!manifestWarnings_.isEmpty()) desktop_.setPasteboard(manifestWarnings_.join(u'\n').toUtf8());
+  if (!manifest_.warnings.isEmpty()) desktop_.setPasteboard(manifest_.warnings.join(u'\n').toUtf8());
 }
 
 QString AppViewModel::manifestProgressFigure() const {
-  if (manifestGroups_ == 0) return {};
+  if (manifest_.groups == 0) return {};
   const QLocale locale = userLocale();
   return tr("%1 of %2 files")
-      .arg(locale.toString(qulonglong{manifestGroupsDone_}), locale.toString(qulonglong{manifestGroups_}));
+      .arg(locale.toString(qulonglong{manifest_.groupsDone}), locale.toString(qulonglong{manifest_.groups}));
 }
 
 ManifestVerdict AppViewModel::manifestVerdict() const {
   const QList<int> counts = manifestJobs_.counts();
-  return tallyfold::manifestVerdict({.run = isLoadingManifest_ ? ManifestTally::Run::reading : manifestRunState_,
-                                     .readError = manifestReadError_,
-                                     .hasRoot = manifestRootURL_.has_value(),
+  return tallyfold::manifestVerdict({.run = manifest_.isLoading ? ManifestTally::Run::reading : manifest_.run,
+                                     .readError = manifest_.readError,
+                                     .hasRoot = manifest_.rootURL.has_value(),
                                      .matched = counts[ManifestJobListModel::Matches],
                                      .mismatched = counts[ManifestJobListModel::Mismatches],
                                      .failed = counts[ManifestJobListModel::Failures],
                                      .waiting = counts[ManifestJobListModel::Waiting],
-                                     .ignoredLines = manifestIgnoredLineCount_,
-                                     .unsupportedLines = manifestUnsupportedLineCount_});
+                                     .ignoredLines = manifest_.ignoredLineCount,
+                                     .unsupportedLines = manifest_.unsupportedLineCount});
 }
 
 QVariantMap AppViewModel::manifestVerdictForScreen() const {
@@ -368,24 +368,24 @@ QVariantMap AppViewModel::manifestVerdictForScreen() const {
 }
 
 void AppViewModel::setManifestRun(ManifestTally::Run run) {
-  if (std::exchange(manifestRunState_, run) != run) emit manifestStatusChanged();
+  if (std::exchange(manifest_.run, run) != run) emit manifestStatusChanged();
 }
 
 void AppViewModel::setManifestProgress(std::size_t groups, std::size_t total) {
-  manifestGroupsDone_ = groups;
-  manifestGroups_ = total;
-  manifestProgress_ = total == 0 ? 0 : static_cast<double>(groups) / static_cast<double>(total);
+  manifest_.groupsDone = groups;
+  manifest_.groups = total;
+  manifest_.progress = total == 0 ? 0 : static_cast<double>(groups) / static_cast<double>(total);
   emit manifestProgressChanged();
 }
 
 void AppViewModel::setLoadingManifest(bool isLoading) {
-  if (std::exchange(isLoadingManifest_, isLoading) == isLoading) return;
+  if (std::exchange(manifest_.isLoading, isLoading) == isLoading) return;
   emit isLoadingManifestChanged();
   emit manifestLinesChanged();
 }
 
 void AppViewModel::setManifestVerifying(bool isVerifying) {
-  if (std::exchange(isManifestVerifying_, isVerifying) != isVerifying) emit isManifestVerifyingChanged();
+  if (std::exchange(manifest_.isVerifying, isVerifying) != isVerifying) emit isManifestVerifyingChanged();
 }
 
 }  // namespace tallyfold

@@ -17,16 +17,16 @@ std::u16string_view viewOf(const QString& text) {
 }  // namespace
 
 void AppViewModel::setTextInput(const QString& text) {
-  if (text == textInput_) return;
-  textInput_ = text;
+  if (text == text_.input) return;
+  text_.input = text;
   updateTextHash();
 }
 
 void AppViewModel::updateTextHash() {
   textTask_.abandon();
-  textHashes_ = {};
-  textError_.clear();
-  textUTF8ByteCount_ = HashService::utf8ByteCount(viewOf(textInput_));
+  text_.hashes = {};
+  text_.error.clear();
+  text_.utf8ByteCount = HashService::utf8ByteCount(viewOf(text_.input));
   emit textInputChanged();
   emit textHashesChanged();
   // Only the last edit of a burst is hashed.
@@ -36,28 +36,28 @@ void AppViewModel::updateTextHash() {
 void AppViewModel::startTextHash() {
   textTask_.start(
       BackgroundTask::Priority::userInitiated,
-      [text = textInput_, algorithms = selectedAlgorithms_](const BackgroundTask::Context& context) {
+      [text = text_.input, algorithms = selectedAlgorithms_](const BackgroundTask::Context& context) {
         if (algorithms.empty()) return;
         auto computed = HashService::hashTextCancellableWithByteCount(viewOf(text), algorithms, context.cancellation());
         context.post([hashes = std::move(computed.hashes)](AppViewModel& model) {
-          model.textHashes_ = hashes;
+          model.text_.hashes = hashes;
           emit model.textHashesChanged();
         });
       },
       [](AppViewModel& model, const std::exception_ptr& failure) {
         if (!failure) return;
-        model.textError_ = QString::fromStdString(errorDescription(failure));
+        model.text_.error = QString::fromStdString(errorDescription(failure));
         emit model.textHashesChanged();
       });
 }
 
-QString AppViewModel::textSize() const { return tr("%1 (UTF-8)").arg(exactByteCount(textUTF8ByteCount_)); }
+QString AppViewModel::textSize() const { return tr("%1 (UTF-8)").arg(exactByteCount(text_.utf8ByteCount)); }
 
 QVariantMap AppViewModel::textHashesByName() const {
   QVariantMap map;
-  for (const HashAlgorithm algorithm : textHashes_.algorithms()) {
+  for (const HashAlgorithm algorithm : text_.hashes.algorithms()) {
     map.insert(QString::fromStdString(std::string(algorithm.rawValue())),
-               QString::fromStdString(std::string(*textHashes_.find(algorithm))));
+               QString::fromStdString(std::string(*text_.hashes.find(algorithm))));
   }
   return map;
 }
@@ -74,7 +74,7 @@ int AppViewModel::digestLength(const QString& algorithm) {
 
 void AppViewModel::copyTextHash(const QString& algorithm) {
   const auto known = HashAlgorithm::init(algorithm.toStdString());
-  const auto digest = known ? textHashes_.find(*known) : std::nullopt;
+  const auto digest = known ? text_.hashes.find(*known) : std::nullopt;
   if (digest) desktop_.setPasteboard(QByteArray().append(*digest));
 }
 

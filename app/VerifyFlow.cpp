@@ -21,26 +21,26 @@ QString text(std::string_view utf8) { return QString::fromUtf8(utf8.data(), stat
 
 void AppViewModel::setVerifyFile(const QList<QUrl>& urls) {
   const auto location = urls.isEmpty() ? std::nullopt : fileLocation(urls.constFirst());
-  if (isVerifying_ || !location) return;
+  if (verify_.isRunning || !location) return;
   resetVerification();
-  verifyURL_ = location;
+  verify_.url = location;
   verifySize_.ask(location);
   emit verifyURLChanged();
 }
 
 void AppViewModel::chooseVerifyFile() {
-  if (isVerifying_) return;
+  if (verify_.isRunning) return;
   desktop_.chooseSingleFile([this, alive = QPointer(this)](const QUrl& url) {
     if (alive) setVerifyFile({url});
   });
 }
 
-QVariantMap AppViewModel::verifyFile() const { return fileCard(verifyURL_, verifySize_.text()); }
+QVariantMap AppViewModel::verifyFile() const { return fileCard(verify_.url, verifySize_.text()); }
 
 void AppViewModel::setExpectedHash(const QString& pasted) {
-  if (pasted == expectedHash_) return;
+  if (pasted == verify_.expectedHash) return;
   resetVerification();
-  expectedHash_ = pasted;
+  verify_.expectedHash = pasted;
   emit expectedHashChanged();
 }
 
@@ -49,40 +49,40 @@ void AppViewModel::pasteExpectedHash() { setExpectedHash(pasteboardText().trimme
 QStringList AppViewModel::verifyAlgorithms() { return QStringList{automatic} + algorithmNames(); }
 
 QString AppViewModel::verifyAlgorithm() const {
-  return verifyAlgorithmOverride_ ? text(verifyAlgorithmOverride_->rawValue()) : automatic;
+  return verify_.algorithmOverride ? text(verify_.algorithmOverride->rawValue()) : automatic;
 }
 
 void AppViewModel::setVerifyAlgorithm(const QString& name) {
   const auto algorithm = HashAlgorithm::init(name.toStdString());
-  if (algorithm == verifyAlgorithmOverride_) return;
+  if (algorithm == verify_.algorithmOverride) return;
   resetVerification();
-  verifyAlgorithmOverride_ = algorithm;
+  verify_.algorithmOverride = algorithm;
   emit verifyAlgorithmChanged();
 }
 
 QString AppViewModel::recognisedAlgorithm() const {
   const auto expected =
-      ChecksumManifestService::extractSingleChecksum(expectedHash_.toStdString(), verifyAlgorithmOverride_);
+      ChecksumManifestService::extractSingleChecksum(verify_.expectedHash.toStdString(), verify_.algorithmOverride);
   return expected ? text(expected->algorithm.rawValue()) : QString();
 }
 
-QString AppViewModel::verifyRefusal() const { return verifyURL_ ? QString() : tr("Choose a file first."); }
+QString AppViewModel::verifyRefusal() const { return verify_.url ? QString() : tr("Choose a file first."); }
 
 void AppViewModel::verify() {
-  if (isVerifying_ || verifyTask_.isRunning() || !verifyURL_) return;
-  const std::string pasted = expectedHash_.toStdString();
-  if (!verifyAlgorithmOverride_ && ChecksumManifestService::isAmbiguousSingleChecksum(pasted)) {
+  if (verify_.isRunning || verifyTask_.isRunning() || !verify_.url) return;
+  const std::string pasted = verify_.expectedHash.toStdString();
+  if (!verify_.algorithmOverride && ChecksumManifestService::isAmbiguousSingleChecksum(pasted)) {
     return setVerifyResult(Verification::AmbiguousExpectedHash{});
   }
-  const auto expected = ChecksumManifestService::extractSingleChecksum(pasted, verifyAlgorithmOverride_);
+  const auto expected = ChecksumManifestService::extractSingleChecksum(pasted, verify_.algorithmOverride);
   if (!expected) return setVerifyResult(Verification::InvalidExpectedHash{});
 
   resetVerification();
   setVerifying(true);
-  verifyExpected_ = expected->expectedHash;
+  verify_.expected = expected->expectedHash;
   verifyTask_.start(
       BackgroundTask::Priority::userInitiated,
-      [url = *verifyURL_, algorithm = expected->algorithm,
+      [url = *verify_.url, algorithm = expected->algorithm,
        wanted = expected->expectedHash](const BackgroundTask::Context& context) {
         const auto progress = [&](double fraction) {
           context.post([fraction](AppViewModel& model) { model.setVerifyProgress(fraction); });
@@ -111,7 +111,7 @@ void AppViewModel::resetVerification() {
 }
 
 QVariantMap AppViewModel::verifyResultForScreen() const {
-  if (!verifyResult_) return {};
+  if (!verify_.result) return {};
   const auto verdict = [](const char* icon, Outcome outcome, const QString& title, const QString& details) {
     return QVariantMap{{QStringLiteral("icon"), QLatin1String(icon)},
                        {QStringLiteral("outcome"), outcome},
@@ -132,9 +132,9 @@ QVariantMap AppViewModel::verifyResultForScreen() const {
       QVariantMap map = verdict("xmark.shield.fill", SomeFailed,
                                 tr("Checksum mismatch (%1)").arg(text(outcome.algorithm.rawValue())), QString());
       const auto [expected, actual] =
-          std::mismatch(verifyExpected_.begin(), verifyExpected_.end(), outcome.actual.begin(), outcome.actual.end());
+          std::mismatch(verify_.expected.begin(), verify_.expected.end(), outcome.actual.begin(), outcome.actual.end());
       map.insert(QStringLiteral("digests"),
-                 QVariantList{line(tr("Expected: "), verifyExpected_), line(tr("Actual: "), outcome.actual)});
+                 QVariantList{line(tr("Expected: "), verify_.expected), line(tr("Actual: "), outcome.actual)});
       map.insert(QStringLiteral("difference"), static_cast<int>(actual - outcome.actual.begin()));
       return map;
     } else if constexpr (std::is_same_v<Case, Verification::Error>) {
@@ -147,23 +147,23 @@ QVariantMap AppViewModel::verifyResultForScreen() const {
                      tr("64-character digests can be SHA-256 or BLAKE3. Choose the algorithm from the menu."));
     }
   };
-  return std::visit(words, *verifyResult_);
+  return std::visit(words, *verify_.result);
 }
 
 void AppViewModel::setVerifyResult(std::optional<VerificationResult> result) {
-  if (std::exchange(verifyResult_, std::move(result)) == verifyResult_) return;
+  if (std::exchange(verify_.result, std::move(result)) == verify_.result) return;
   emit verifyResultChanged();
-  if (!verifyResult_) return;
-  const bool isMatch = std::holds_alternative<Verification::Match>(*verifyResult_);
+  if (!verify_.result) return;
+  const bool isMatch = std::holds_alternative<Verification::Match>(*verify_.result);
   setUnseenOutcome(AppMode::Verify, isMatch ? AllWell : SomeFailed);
 }
 
 void AppViewModel::setVerifyProgress(double progress) {
-  if (std::exchange(verifyProgress_, progress) != progress) emit verifyProgressChanged();
+  if (std::exchange(verify_.progress, progress) != progress) emit verifyProgressChanged();
 }
 
 void AppViewModel::setVerifying(bool isVerifying) {
-  if (std::exchange(isVerifying_, isVerifying) != isVerifying) emit isVerifyingChanged();
+  if (std::exchange(verify_.isRunning, isVerifying) != isVerifying) emit isVerifyingChanged();
 }
 
 }  // namespace tallyfold
