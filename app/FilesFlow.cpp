@@ -191,6 +191,8 @@ void AppViewModel::removeJob(const Uuid& id) {
 
 void AppViewModel::clearFiles() {
   if (isExporting_) return;
+  received_.clear();
+  receivingTask_.abandon();
   cancelProcessing();
   interruption_.clear();
   BackgroundTask::dispose(jobs_.takeAll());

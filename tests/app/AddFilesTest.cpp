@@ -99,12 +99,15 @@ TEST_F(AddFiles, QueueIsLimitedAndLosesNothingAtItsLimit) {
 }
 
 TEST_F(AddFiles, DropThatFillsTheQueueStartsAndSaysThatNotAllHadRoom) {
-  model_->addFiles(vanishedFiles(99'998));
   // Without a selection there is nothing to start. The second drop comes while the first is prepared.
   model_->setSelectedAlgorithms({});
+  model_->receiveDroppedFiles({urlOf("/elsewhere/cleared")});
+  model_->clearFiles();
+  model_->addFiles(vanishedFiles(99'998));
   model_->receiveDroppedFiles({urlOf("/elsewhere/a")});
   model_->receiveDroppedFiles({urlOf("/elsewhere/b")});
   ASSERT_TRUE(reached([&] { return model_->jobs()->count() == 100'000; }));
+  EXPECT_EQ(*model_->jobs()->jobs().back().url, "/elsewhere/b");
   EXPECT_FALSE(model_->isProcessing());
   model_->removeJob(idAt(0));
   model_->choosePreset(AppViewModel::Recommended);
