@@ -71,7 +71,11 @@ void keepAccess(const FolderHandle& folder, const std::string& name, FileHandle&
 
   if (!report.accessList().empty()) report.setAccessList({});  // The folder's own, for new files.
   mode_t permissions = status->st_mode & kPermissions;
-  if (!isGroupKept || !list || !list->empty()) permissions = withoutGroup(permissions);
+  if (!list || !list->empty()) {
+    permissions &= S_IRWXU;  // A list can deny to some what it gives to all others.
+  } else if (!isGroupKept) {
+    permissions = withoutGroup(permissions);
+  }
   // File systems without permissions report the same for all files, and may refuse to set any.
   if (permissions != (now.st_mode & kPermissions)) report.setPermissions(permissions);
 }

@@ -54,13 +54,13 @@ TEST_F(ReportReplacement, NobodyGainsRightsOfTheReplacedFile) {
   };
   const std::vector<Case> cases{
       {"list", 0640, 0640, true, false, true},
-      {"list that cannot be set", 0640, 0600, true, false, false, "fsetxattr"},
-      {"list that cannot be read", 0644, 0604, true, false, false, "openat"},
+      {"list that cannot be set", 0644, 0600, true, false, false, "fsetxattr"},
+      {"list that cannot be read", 0644, 0600, true, false, false, "openat"},
       {"list of the folder for new files", 0640, 0640, false, false, true, "", true},
       {"group", 0664, 0664, false, true, true},
       {"group that cannot be set", 0664, 0604, false, true, false, "fchown"},
       {"group with fewer rights than others, that cannot be set", 0606, 0600, false, true, false, "fchown"},
-      {"list of a group that cannot be set", 0640, 0600, true, true, false, "fchown"},
+      {"list of a group that cannot be set", 0644, 0600, true, true, false, "fchown"},
   };
   for (const Case& now : cases) {
     SCOPED_TRACE(now.situation);
