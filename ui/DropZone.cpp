@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include <QByteArrayView>
 #include <QMimeData>
 #include <QPointer>
 
@@ -38,9 +39,15 @@ std::vector<std::shared_ptr<ItemProvider>> providers(const QMimeData& data) {
   if (bytes.size() > mostBytes) return {};
   if (isOneUrl) return {std::make_shared<LoadedItem>(bytes)};
   std::vector<std::shared_ptr<ItemProvider>> items;
-  for (const QByteArray& line : bytes.split('\n')) {
-    const QByteArray location = line.trimmed();
-    if (location.left(5).compare("file:", Qt::CaseInsensitive) != 0) continue;
+  // Without a copy of each line: they may be a million empty ones.
+  constexpr QByteArrayView scheme = "file:";
+  for (QByteArrayView rest = bytes; !rest.isEmpty();) {
+    const qsizetype end = rest.indexOf('\n');
+    const QByteArrayView location = rest.first(end < 0 ? rest.size() : end).trimmed();
+    rest = end < 0 ? QByteArrayView() : rest.sliced(end + 1);
+    if (location.size() < scheme.size() || location.first(scheme.size()).compare(scheme, Qt::CaseInsensitive) != 0) {
+      continue;
+    }
     if (items.size() == mostLocations) return {};
     items.push_back(std::make_shared<LoadedItem>(QString::fromUtf8(location)));
   }
