@@ -36,7 +36,7 @@ Flickable {
 
     // In the place of what is selected; of everything, where not everything can be selected.
     function insert(text: string) {
-        if (readOnly || text === "")
+        if (text === "")
             return;
         const all = isAbridged ? text : area.getText(0, area.selectionStart) + text + area.getText(area.selectionEnd, area.length);
         if (isAbridged || all.length > mostCharacters) {
@@ -95,7 +95,10 @@ Flickable {
 
         ShortcutPassage {
             target: area
-            onPasteRequested: isSelection => root.pasteRequested(isSelection)
+            onPasteRequested: isSelection => {
+                if (!root.readOnly)
+                    root.pasteRequested(isSelection);
+            }
         }
 
         TFText {
