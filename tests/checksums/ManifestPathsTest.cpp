@@ -193,7 +193,7 @@ TEST_F(ManifestPaths, LongOnesAreWalkedInFewCalls) {
         return withoutOpenat2(isOld)(name, 0);
       };
       const bool isCancelled =
-          failureOf([&] { verification.verify(groupOf(path), source.get_token()); }) == "cancelled";
+          failureOf([&, &path = path] { verification.verify(groupOf(path), source.get_token()); }) == "cancelled";
       EXPECT_EQ(isCancelled, isSeenByCancellation);
     }
   }
