@@ -170,9 +170,12 @@ FocusScope {
     DropZone {
         id: firstZone
 
+        readonly property var file: root.viewModel.compareFirstFile
+
         width: parent.width / 2
         height: parent.height
         z: -1
+        replaces: [file.folder, file.name]
         enabled: !root.viewModel.isComparing
         onFilesDropped: files => root.viewModel.setCompareFiles(files, false)
     }
@@ -180,10 +183,13 @@ FocusScope {
     DropZone {
         id: secondZone
 
+        readonly property var file: root.viewModel.compareSecondFile
+
         x: parent.width / 2
         width: parent.width / 2
         height: parent.height
         z: -1
+        replaces: [file.folder, file.name]
         enabled: !root.viewModel.isComparing
         onFilesDropped: files => root.viewModel.setCompareFiles(files, true)
     }

@@ -13,7 +13,6 @@
 #include <QMimeData>
 
 #include "app/FileLocation.h"
-#include "ui/DropHandling.h"
 
 namespace tallyfold {
 
@@ -39,10 +38,10 @@ QFileDialog* makeOpenPanel(QWindow* window, QFileDialog::FileMode mode, const QS
   return panel;
 }
 
-void openExisting(QWindow* window, QFileDialog::FileMode mode, const QString& title, FilesCallback chosen) {
+void openExisting(QWindow* window, QFileDialog::FileMode mode, const QString& title, std::function<void(const QList<QUrl>&)> chosen) {
   QFileDialog* panel = makeOpenPanel(window, mode, title);
   QObject::connect(panel, &QDialog::accepted, panel,
-                   [panel, chosen = std::move(chosen)] { resolveFileURLs(panel->selectedUrls(), chosen); });
+                   [panel, chosen = std::move(chosen)] { chosen(panel->selectedUrls()); });
   panel->open();
 }
 
@@ -54,7 +53,7 @@ void DesktopServices::chooseFiles(std::function<void(const QList<QUrl>&)> chosen
 
 void DesktopServices::chooseSingleFile(std::function<void(const QUrl&)> chosen) {
   openExisting(window_, QFileDialog::ExistingFile, QFileDialog::tr("Choose File"),
-               [chosen = std::move(chosen)](const QList<QUrl>& files) { chosen(files.constFirst()); });
+               [chosen = std::move(chosen)](const QList<QUrl>& files) { chosen(files.value(0)); });
 }
 
 void DesktopServices::chooseFolder(std::function<void(const QUrl&)> chosen) {

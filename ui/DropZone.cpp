@@ -79,8 +79,8 @@ void DropZone::dropEvent(QDropEvent* event) {
   setTargeted(false);
   event->setDropAction(Qt::CopyAction);
   event->accept();
-  const auto dropped = [zone = QPointer<DropZone>(this)](const QList<QUrl>& files) {
-    if (zone) emit zone->filesDropped(files);
+  const auto dropped = [zone = QPointer<DropZone>(this), replaced = replaces_](const QList<QUrl>& files) {
+    if (zone && zone->replaces_ == replaced) emit zone->filesDropped(files);
   };
   const Droppable kind = takesFolders_ ? Droppable::filesAndFolders : Droppable::files;
   if (event->mimeData()->hasUrls()) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QQuickItem>
+#include <QVariantList>
 #include <QtQml/qqmlregistration.h>
 
 namespace tallyfold {
@@ -13,6 +14,8 @@ class DropZone : public QQuickItem {
   Q_PROPERTY(bool isTargeted READ isTargeted NOTIFY isTargetedChanged)
   /// Folders are dropped too, with a separator at the end of their URLs.
   Q_PROPERTY(bool takesFolders MEMBER takesFolders_ NOTIFY takesFoldersChanged)
+  /// What a drop replaces. When it is another by the time that a slow disk has answered, the drop comes to nothing.
+  Q_PROPERTY(QVariantList replaces MEMBER replaces_ NOTIFY replacesChanged)
 
  public:
   explicit DropZone(QQuickItem* parent = nullptr);
@@ -22,6 +25,7 @@ class DropZone : public QQuickItem {
  signals:
   void isTargetedChanged();
   void takesFoldersChanged();
+  void replacesChanged();
   /// Once for each accepted drop, with one file at least.
   void filesDropped(const QList<QUrl>& files);
 
@@ -36,6 +40,7 @@ class DropZone : public QQuickItem {
 
   bool isTargeted_ = false;
   bool takesFolders_ = false;
+  QVariantList replaces_;
 };
 
 }  // namespace tallyfold

@@ -433,10 +433,13 @@ FocusScope {
     DropZone {
         id: dropZone
 
+        readonly property var folder: root.viewModel.manifestRoot
+
         objectName: "manifestDropZone"
         anchors.fill: parent
         z: -1
         takesFolders: true
+        replaces: [root.listFile.folder, root.listFile.name, folder.folder, folder.name]
         enabled: !root.isBusy
         onFilesDropped: files => root.viewModel.dropManifest(files)
     }

@@ -115,7 +115,8 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(withoutShaderC
 int TallyfoldApp::run() { return leave(QApplication::exec()); }
 
 int TallyfoldApp::leave(int status) {
-  const bool isExporting = viewModel_.isExporting();
+  // An export that was cancelled may have left its work behind.
+  const bool isExporting = viewModel_.isExporting() || !viewModel_.interruption().isEmpty();
   viewModel_.shutdown();
   window_->hide();
   QGuiApplication::sync();  // Nobody sees what is waited for.

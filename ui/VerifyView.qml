@@ -307,8 +307,12 @@ FocusScope {
     DropZone {
         id: dropZone
 
+        readonly property var file: root.viewModel.verifyFile
+
+        objectName: "verifyDropZone"
         anchors.fill: parent
         z: -1
+        replaces: [file.folder, file.name]
         enabled: !root.viewModel.isVerifying
         onFilesDropped: files => root.viewModel.setVerifyFile(files)
     }

@@ -1,12 +1,17 @@
 // Real drags from another program onto the window.
 
+#include <atomic>
+#include <chrono>
 #include <gmock/gmock.h>
+#include <latch>
 #include <optional>
 
 #include <QSignalSpy>
 
+#include "app/BackgroundTask.h"
 #include "app/FileLocation.h"
 #include "app/Workers.h"
+#include "core/FileHandle.h"
 #include "tests/support/Process.h"
 #include "tests/support/ThreadLimit.h"
 #include "tests/ui/WindowFixture.h"
@@ -15,6 +20,8 @@
 namespace tallyfold::test {
 
 namespace {
+
+using namespace std::chrono_literals;
 
 constexpr QPoint sourceCenter(80, 60);
 const std::string uriList = "text/uri-list";
@@ -195,6 +202,37 @@ TEST_F(DropTest, ChecksumListAndItsFolderAreDroppedTogether) {
   EXPECT_EQ(model.manifestRootURL(), folder.path());
   EXPECT_EQ(model.manifestURL(), list);
   model.clearManifest();
+}
+
+// Neither the panel nor the card waits for the disk; what was dropped before is late by then.
+TEST_F(DropTest, WhatASlowDiskAnswersReplacesNoLaterChoice) {
+  struct SlowDisk : SystemCalls {
+    SlowDisk() { replace(this); }
+    ~SlowDisk() override { replace(nullptr); }
+    int look(const char* path, struct stat* status) override {
+      ++asked;
+      answers.wait();
+      return SystemCalls::look(path, status);
+    }
+    std::atomic<int> asked = 0;
+    std::latch answers{1};
+  } disk;
+  const auto dropped = folder.file("dropped", "");
+  const auto chosen = folder.file("chosen", "abc");
+  const auto size = [&] { return model.verifyFile().value(QStringLiteral("size")).toString(); };
+  model.setMode(AppMode::Verify);
+  waitFor("the screen", [&] { return (zone = qobject_cast<DropZone*>(driver.findItem("verifyDropZone"))) != nullptr; });
+  EXPECT_EQ(drop(uriList, line(dropped)), "copy");
+  waitFor("the disk to be asked", [&] { return disk.asked == 1; });
+  driver.focus(window);
+  driver.press({"Control_L", "o"});
+  driver.answerPanel("openPanel", chosen);
+  EXPECT_EQ(model.verifyURL(), chosen);
+  EXPECT_EQ(size(), u"…");
+  disk.answers.count_down();
+  EXPECT_TRUE(BackgroundTask::waitForAll(20s));
+  waitFor("the size", [&] { return size() == u"3 bytes"; });
+  EXPECT_EQ(model.verifyURL(), chosen);
 }
 
 }  // namespace

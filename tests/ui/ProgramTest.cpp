@@ -125,7 +125,11 @@ TEST_F(ProgramTest, ClosingWhileAReportGoesToASlowDiskLeavesNothingBehindIfTheDi
                      environment.value(QStringLiteral("ASAN_OPTIONS")) + QStringLiteral(":verify_asan_link_order=0"));
   program.setProcessEnvironment(environment);
 
-  for (const bool answers : {true, false}) {
+  const struct {
+    bool isCancelled;
+    bool answers;
+  } cases[]{{false, true}, {true, true}, {false, false}};
+  for (const auto& [isCancelled, answers] : cases) {
     start();
     const OtherWindow window("Tally Fold");
     add(window, file);
@@ -144,9 +148,15 @@ TEST_F(ProgramTest, ClosingWhileAReportGoesToASlowDiskLeavesNothingBehindIfTheDi
                     [&] { return (disk = open(pipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) >= 0; });
     EXPECT_EQ(items(), 1) << "the private folder";
 
-    window.close();
     QElapsedTimer timer;
     timer.start();
+    if (isCancelled) {
+      window.focus();
+      input.press({"Escape"});
+      XInput::waitFor("the export to end without its disk", [&] { return timer.elapsed() >= 3000; });
+      timer.start();
+    }
+    window.close();
     XInput::waitFor("the window to go", [&] { return !window.isVisible(); });
     XInput::waitFor("a disk that takes two seconds", [&] { return timer.elapsed() >= 2000; });
     EXPECT_EQ(program.state(), QProcess::Running);
