@@ -9,6 +9,8 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileDialog>
+#include <QFileIconProvider>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QMimeData>
 
@@ -20,9 +22,27 @@ namespace {
 
 const QString plainText = QStringLiteral("text/plain");
 
+// Tells kinds of items without reading them: the toolkit's own way would wait, on this thread, for a disk that does not
+// answer.
+class ItemKinds : public QFileIconProvider {
+ public:
+  QIcon icon(IconType type) const override { return QFileIconProvider::icon(type); }
+  QIcon icon(const QFileInfo& item) const override { return item.isDir() ? folder_ : file_; }
+  QString type(const QFileInfo& item) const override {
+    return item.isDir() ? QFileDialog::tr("Folder") : item.suffix();
+  }
+
+ private:
+  // Asked for on a thread of the toolkit's, too.
+  const QIcon folder_ = QFileIconProvider::icon(Folder);
+  const QIcon file_ = QFileIconProvider::icon(File);
+};
+
 // A panel that belongs to `window`, blocks only it, and deletes itself when it closes.
 QFileDialog* makePanel(QWindow* window) {
   auto* panel = new QFileDialog;
+  static auto& kinds = *new ItemKinds;  // Never destroyed: a thread of the toolkit may outlive main.
+  panel->setIconProvider(&kinds);
   panel->setAttribute(Qt::WA_DeleteOnClose);
   panel->setWindowModality(Qt::WindowModal);
   panel->winId();

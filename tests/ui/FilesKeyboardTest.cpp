@@ -2,8 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <QAbstractFileIconProvider>
 #include <QAccessible>
 #include <QFileDialog>
+#include <QFileInfo>
 
 #include "tests/ui/WindowFixture.h"
 
@@ -91,6 +93,10 @@ TEST_F(FilesKeyboardTest, AChoiceInThePanelIsNotTakenBeforeItIsConfirmed) {
   driver.press({"Control_L", "o"});
   const auto isOpen = [] { return Driver::panel("openPanel") != nullptr; };
   waitFor("the panel", isOpen);
+  const auto kindOf = [&](const char* name, const char* content) {
+    return Driver::panel("openPanel")->iconProvider()->type(QFileInfo(folder.file(name, content)));
+  };
+  EXPECT_EQ(kindOf("text", "abc"), kindOf("picture", "GIF89a")) << "The panel reads files";
   driver.focus(*Driver::panel("openPanel")->windowHandle());
   driver.press({"Escape"});
   waitFor("the panel to close", [&] { return !isOpen(); });
