@@ -22,9 +22,9 @@ namespace ManifestService {
 
 namespace {
 
-FileHandle createFile(const FolderHandle& folder, const std::string& name) {
+FileHandle createFile(const FolderHandle& folder, const std::string& name, mode_t mode) {
   try {
-    return folder.openFile(name, O_WRONLY | O_CREAT | O_EXCL, 0666);
+    return folder.openFile(name, O_WRONLY | O_CREAT | O_EXCL, mode);
   } catch (const std::system_error&) {
     throw ManifestServiceError(ManifestServiceError::Case::fileWriteUnknown);
   }
@@ -117,10 +117,11 @@ void write(const FileHashResults& results, Format format, const fs::path& destin
            const std::stop_token& cancellation) {
   const FolderHandle folder = FolderHandle::open(destination.parent_path());
   const std::string name = destination.filename();
-  checkReplaceable(folder, name);
+  // Whoever may move folders about in this one could put one of theirs in the place of the private one.
+  const mode_t mode = checkReplaceable(folder, name) ? 0600 : 0666;
   ReplacementFolder::removeAbandoned(folder, cancellation);
   const ReplacementFolder privateFolder(folder);
-  FileHandle report = createFile(privateFolder.folder(), privateFolder.fileName());
+  FileHandle report = createFile(privateFolder.folder(), privateFolder.fileName(), mode);
   writeReport(results, format, report, cancellation);
   keepAccess(folder, name, report);
   report.close();

@@ -49,8 +49,10 @@ mode_t withoutGroup(mode_t permissions) {
 
 }  // namespace
 
-void checkReplaceable(const FolderHandle& folder, const std::string& name) {
-  if (const auto status = folder.statusOf(name)) checkReplaceable(*status);
+bool checkReplaceable(const FolderHandle& folder, const std::string& name) {
+  const auto status = folder.statusOf(name);
+  if (status) checkReplaceable(*status);
+  return status && S_ISREG(status->st_mode);
 }
 
 void keepAccess(const FolderHandle& folder, const std::string& name, FileHandle& report) {

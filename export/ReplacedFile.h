@@ -7,8 +7,8 @@
 namespace tallyfold {
 
 /// Fails when what has this name can be replaced by no report: EISDIR for a folder, notAFile for a pipe, a device, a
-/// socket. A file can, and a link, which is not followed, and nothing.
-void checkReplaceable(const FolderHandle& folder, const std::string& name);
+/// socket. A file can, and a link, which is not followed, and nothing. True for a file.
+bool checkReplaceable(const FolderHandle& folder, const std::string& name);
 
 /// Lets nobody read or write `report`, not yet public, who could not do so with the file that it will replace. The
 /// permission bits, the group and the access control list become those of the file, as far as the user may set them.
