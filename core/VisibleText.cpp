@@ -86,9 +86,16 @@ std::size_t emojiSequenceLength(std::u32string_view text) {
 
 int joiningType(char32_t character) { return u_getIntPropertyValue(codePoint(character), UCHAR_JOINING_TYPE); }
 
+/// A mark at the start of a name, where there is nothing that it could be drawn on.
+bool isMarkWithoutBase(std::u32string_view text, std::size_t position) {
+  return (position == 0 || text[position - 1] == U'/') &&
+         (U_MASK(u_charType(codePoint(text[position]))) & U_GC_M_MASK) != 0;
+}
+
 bool isBehindVirama(std::u32string_view text, std::size_t position) {
   constexpr int virama = 9;  // A canonical combining class.
-  return position > 0 && u_getCombiningClass(codePoint(text[position - 1])) == virama;
+  return position > 0 && u_getCombiningClass(codePoint(text[position - 1])) == virama &&
+         !isMarkWithoutBase(text, position - 1);
 }
 
 /// Whether the letters on both sides, marks aside, would join if there were nothing between them.
@@ -114,7 +121,7 @@ bool isHidden(std::u32string_view text, std::size_t position) {
   if ((category & controlsAndBlanks) != 0 || has(character, UCHAR_DEFAULT_IGNORABLE_CODE_POINT)) return true;
   // Of the format characters, only those stand for something that are set before digits.
   if (category == U_GC_CF_MASK) return !has(character, UCHAR_PREPENDED_CONCATENATION_MARK);
-  return character == brailleBlank || character == objectReplacement;
+  return character == brailleBlank || character == objectReplacement || isMarkWithoutBase(text, position);
 }
 
 struct Piece {

@@ -33,7 +33,10 @@ TEST(ShownText, ShowsWhatANameHides) {
        "\u0645\u06CC\u200C\u062E \u0628\u064E\u200C\u064E\u0627"},
       {"a\u200Db\u200Cc", "a<U+200D>b<U+200C>c"},
       {"\u0627\u200C\u0628 \u0628\u200C", "\u0627<U+200C>\u0628 \u0628<U+200C>"},
-      {"\u094D\u200D\u200D \u0628\u200D\u0628", "\u094D\u200D<U+200D> \u0628<U+200D>\u0628"},
+      {"\u0915\u094D\u200D\u200D \u0628\u200D\u0628", "\u0915\u094D\u200D<U+200D> \u0628<U+200D>\u0628"},
+      // Marks with nothing to stand on.
+      {"\u0301\u0301a\u0301/\u0301", "<U+0301>\u0301a\u0301/<U+0301>"},
+      {"\u094D\u200D", "<U+094D><U+200D>"},
       // Emoji: a heart, a family, a pilot with skin, a keycap; and what is not one of them.
       {"\u2764\uFE0F \U0001F468\u200D\U0001F469\u200D\U0001F467",
        "\u2764\uFE0F \U0001F468\u200D\U0001F469\u200D\U0001F467"},
