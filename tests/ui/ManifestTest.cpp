@@ -77,6 +77,22 @@ TEST_F(ManifestTest, ListIsVerifiedInItsOwnFolder) {
   waitFor("the empty screen", [&] { return driver.findItem("chooseManifest") != nullptr; });
 }
 
+TEST_F(ManifestTest, FixedWordsAreWholeInTheSmallestWindow) {
+  window.resize(window.minimumSize());
+  waitFor("the size", [&] { return window.contentItem()->width() == window.minimumWidth(); });
+  model.setMode(AppMode::Manifest);
+  const auto isWhole = [&](const QString& words) {
+    waitFor(words.toStdString(), [&] { return itemWithText(words) != nullptr; });
+    QCoreApplication::processEvents();
+    return !itemWithText(words)->property("truncated").toBool();
+  };
+  EXPECT_TRUE(isWhole("Drop a folder here, or choose one."));
+  fs::create_directory(folder.path() / "A folder with a long name");
+  model.setManifestFile({fileUrl(folder.file("A folder with a long name/list.md5", md5OfAbc + "  abc\n"))});
+  driver.item("manifestRootProposal");
+  EXPECT_TRUE(isWhole("No folder selected"));
+}
+
 TEST_F(ManifestTest, RowsAreFilteredAndCopied) {
   folder.file("root/abc", "abc");
   const std::string zero(32, '0');

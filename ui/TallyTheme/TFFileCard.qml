@@ -70,8 +70,18 @@ TFGlassCard {
 
         TFPathText {
             width: parent.width
-            path: root.isEmpty ? root.hasProposal ? root.proposal.path : root.hint : root.file.folder
+            visible: !root.isEmpty || root.hasProposal
+            path: root.isEmpty ? root.proposal.path ?? "" : root.file.folder
             facts: root.file.size ?? ""
+        }
+
+        TFText {
+            width: parent.width
+            visible: root.isEmpty && !root.hasProposal
+            text: root.hint
+            color: TallyTheme.tertiary
+            wrapMode: Text.Wrap
+            font.pixelSize: TallyTheme.captionSize
         }
 
         TFText {
@@ -127,7 +137,8 @@ TFGlassCard {
 
         text: root.proposal.name ?? ""
         elide: Text.ElideMiddle
-        elideWidth: 96 * TallyTheme.textScale
+        // The fixed words beside it come first.
+        elideWidth: Math.min(96 * TallyTheme.textScale, root.width * 0.17)
         font.pixelSize: TallyTheme.bodySize
     }
 }

@@ -7,7 +7,11 @@ T.ToolTip {
 
     x: parent ? (parent.width - implicitWidth) / 2 : 0
     y: -implicitHeight - TallyTheme.space2
-    implicitWidth: contentItem.implicitWidth + leftPadding + rightPadding
+    // Longer ones have several lines, as wide as the window.
+    implicitWidth: {
+        const wanted = Math.ceil(contentItem.implicitWidth) + leftPadding + rightPadding;
+        return parent?.Window.window ? Math.min(wanted, parent.Window.width - 2 * margins) : wanted;
+    }
     implicitHeight: contentItem.implicitHeight + topPadding + bottomPadding
     horizontalPadding: TallyTheme.space2
     verticalPadding: TallyTheme.space1 + 2
@@ -17,6 +21,7 @@ T.ToolTip {
 
     contentItem: TFText {
         text: tip.text
+        wrapMode: Text.WrapAtWordBoundaryOrAnywhere
         font.pixelSize: TallyTheme.captionSize
     }
 
