@@ -52,6 +52,7 @@ class AppViewModel : public QObject {
   Q_PROPERTY(QString errorMessage READ errorMessage WRITE setErrorMessage NOTIFY errorMessageChanged)
   Q_PROPERTY(QVariantList unseenOutcomes READ unseenOutcomes NOTIFY unseenOutcomesChanged)
   Q_PROPERTY(QVariantList busyModes READ busyModes NOTIFY busyModesChanged)
+  Q_PROPERTY(int clearings READ clearings NOTIFY clearingsChanged)
   Q_PROPERTY(bool isExporting READ isExporting NOTIFY isExportingChanged)
   Q_PROPERTY(QString textInput READ textInput WRITE setTextInput NOTIFY textInputChanged)
   Q_PROPERTY(QString textSize READ textSize NOTIFY textInputChanged)
@@ -161,6 +162,8 @@ class AppViewModel : public QObject {
   Q_INVOKABLE void cancelProcessing();
   Q_INVOKABLE void removeJob(const tallyfold::Uuid& id);
   Q_INVOKABLE void clearFiles();
+  /// How often the list was cleared: what was dropped or chosen before comes too late.
+  [[nodiscard]] int clearings() const { return clearings_; }
 
   /// None when the job is unknown, unfinished or failed.
   [[nodiscard]] std::shared_ptr<const FileHashResult> result(const Uuid& id) const;
@@ -319,6 +322,7 @@ class AppViewModel : public QObject {
   void isLoadingManifestChanged();
   void isManifestVerifyingChanged();
   void isExportingChanged();
+  void clearingsChanged();
   void refusalsChanged();
 
  private:
@@ -376,6 +380,7 @@ class AppViewModel : public QObject {
   ResultByJobID resultByJobID_;
   FileJobListModel jobs_{resultByJobID_};
   QList<std::pair<QList<QUrl>, bool>> received_;  // Not prepared yet; whether they were dropped.
+  int clearings_ = 0;
 
   std::shared_ptr<WeakAppViewModelReference> self_ = std::make_shared<WeakAppViewModelReference>(*this);
   BackgroundTask receivingTask_{self_};

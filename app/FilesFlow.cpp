@@ -100,8 +100,8 @@ void AppViewModel::receiveNext() {
 
 void AppViewModel::chooseFiles() {
   if (!queueRefusal().isEmpty()) return;
-  desktop_.chooseFiles([this, alive = QPointer(this)](const QList<QUrl>& urls) {
-    if (alive) receiveFiles(urls, false);
+  desktop_.chooseFiles([this, alive = QPointer(this), clearings = clearings_](const QList<QUrl>& urls) {
+    if (alive && clearings == clearings_) receiveFiles(urls, false);
   });
 }
 
@@ -191,6 +191,8 @@ void AppViewModel::removeJob(const Uuid& id) {
 
 void AppViewModel::clearFiles() {
   if (isExporting_) return;
+  ++clearings_;
+  emit clearingsChanged();
   received_.clear();
   receivingTask_.abandon();
   cancelProcessing();

@@ -219,6 +219,7 @@ FocusScope {
         objectName: "dropZone"
         anchors.fill: parent
         enabled: root.viewModel.queueRefusal === ""
+        replaces: [root.viewModel.clearings]
         z: -1
         onFilesDropped: files => root.viewModel.receiveDroppedFiles(files)
     }

@@ -126,6 +126,17 @@ TEST_F(AddFiles, DropThatFillsTheQueueStartsAndSaysThatNotAllHadRoom) {
   ASSERT_TRUE(runEnds());
 }
 
+TEST_F(AddFiles, WhatIsReceivedBeforeTheListIsClearedComesNoMore) {
+  model_->chooseFiles();
+  model_->receiveDroppedFiles({urlOf("/elsewhere/a")});
+  model_->receiveDroppedFiles({urlOf("/elsewhere/b")});
+  model_->clearFiles();
+  desktop_.openPanel({urlOf("/elsewhere/c")});
+  model_->receiveDroppedFiles({urlOf("/elsewhere/d")});
+  ASSERT_TRUE(reached([&] { return model_->jobs()->count() > 0; }) && runEnds());
+  EXPECT_THAT(paths(), ElementsAre("/elsewhere/d"));
+}
+
 TEST_F(AddFiles, ChosenFilesAreQueuedUnlessARunHasBegun) {
   const auto file = folder_.file("abc", "abc");
   model_->chooseFiles();

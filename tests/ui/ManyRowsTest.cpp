@@ -1,11 +1,13 @@
 // Lists and names at their limit, in the real window: whatever is done to them, no turn of the event loop is long.
 
+#include <chrono>
 #include <cstring>
 #include <iostream>
 
 #include <QDropEvent>
 #include <QMimeData>
 
+#include "app/BackgroundTask.h"
 #include "app/FileLocation.h"
 #include "tests/support/TurnWatcher.h"
 #include "tests/ui/WindowFixture.h"
@@ -64,6 +66,19 @@ TEST_F(ManyRowsTest, FilesComeAndGo) {
       "remove the last", [&] { remove(limit - 2); }, isIdle);
   expectShortTurns(
       "clear", [&] { model.clearFiles(); }, isIdle);
+}
+
+TEST_F(ManyRowsTest, FilesThatWereDroppedBeforeTheListIsClearedComeNoMore) {
+  QMimeData data;
+  data.setData(QStringLiteral("text/uri-list"), "file:///nowhere/a\r\n");
+  QQuickItem* clear = driver.item("clear");
+  drop(data);
+  QMetaObject::invokeMethod(clear, "clicked");
+  ASSERT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(60)));
+  QCoreApplication::processEvents();
+  ASSERT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(60)));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(model.jobs()->count(), 0);
 }
 
 TEST_F(ManyRowsTest, EntriesOfTwoFilesTakeTurns) {
@@ -152,6 +167,8 @@ TEST_F(ManyRowsTest, NamesOfAnySizeAreShown) {
     std::cout << "  " << peakMemory() - before << " MiB\n";
     for (const QQuickItem* item : visibleItems(window.contentItem())) {
       EXPECT_LE(item->property("text").toString().size(), qsizetype{mostShownCharacters});
+      if (!item->inherits("QQuickText")) continue;
+      EXPECT_LE(item->property("contentWidth").toDouble(), window.width());
     }
   }
 }
