@@ -108,6 +108,15 @@ TEST_F(OtherModes, TextTooLongForAnEditorIsTakenWholeAndItsBeginningShown) {
       driver.click(clear);
       waitFor("no text", [&] { return has({}); });
     }
+    // Writing in two directions takes longest to lay out.
+    QGuiApplication::clipboard()->setText(QStringLiteral("a\u05D0").repeated(4'995));
+    driver.click(editor);
+    TurnWatcher turns;
+    driver.press({"Control_L", "v"});
+    waitFor("the text", [&] { return (model.*content)().size() == 9'990; });
+    EXPECT_LT(turns.takeLongest(), longestGoodTurn);
+    driver.click(clear);
+    waitFor("no text", [&] { return has({}); });
     // As much as is shown may be typed on.
     QGuiApplication::clipboard()->setText(QString(9'998, u'x') + QStringLiteral("\U0001F600"));
     driver.click(editor);

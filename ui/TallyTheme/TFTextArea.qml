@@ -8,8 +8,7 @@ Flickable {
 
     // All of it, whatever is shown. Set by show().
     property string content
-    // To lay out more takes longer than a key may wait.
-    readonly property int mostCharacters: 10000
+    readonly property int mostCharacters: bearable(content)
     readonly property bool isAbridged: content.length > mostCharacters
     // What is shown.
     readonly property alias text: area.text
@@ -25,6 +24,14 @@ Flickable {
     signal pasteRequested(bool isSelection)
     signal returnPressed(var event)
 
+    // To lay out more takes longer than a key may wait: marks, and what runs from right to left among what does not,
+    // take several times as long as other writing.
+    function bearable(all: string): int {
+        const most = 10000;
+        const isIntricate = /[\u0300-\u036F\u0590-\u08FF\u200E\u200F\u202A-\u202E\u2066-\u2069\uD802\uD803\uD83A\uD83B\uFB1D-\uFDFF\uFE70-\uFEFC]/.test(all.substring(0, most));
+        return isIntricate ? 2500 : most;
+    }
+
     function show(all: string) {
         if (all === content)
             return;
@@ -39,7 +46,7 @@ Flickable {
         if (text === "")
             return;
         const all = isAbridged ? text : area.getText(0, area.selectionStart) + text + area.getText(area.selectionEnd, area.length);
-        if (isAbridged || all.length > mostCharacters) {
+        if (isAbridged || all.length > bearable(all)) {
             show(all);
             edited();
         } else {
