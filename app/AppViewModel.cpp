@@ -135,6 +135,12 @@ void AppViewModel::shutdown() {
   resetComparison();
   cancelManifest();
   cancelExport();
+  copyTask_.abandon();
+}
+
+void AppViewModel::setPasteboard(const QByteArray& text) {
+  copyTask_.abandon();
+  desktop_.setPasteboard(text);
 }
 
 }  // namespace tallyfold

@@ -285,7 +285,7 @@ class AppViewModel : public QObject {
   /// Cancels whatever is under way: the verification, or the reading of the list, of which nothing is left then.
   Q_INVOKABLE void cancelManifest();
   Q_INVOKABLE void clearManifest();
-  /// On the clipboard: one of the rows shown, or all of them.
+  /// On the clipboard: one of the rows shown, or all of them, as soon as a worker has written them out.
   Q_INVOKABLE void copyManifestRow(int row);
   Q_INVOKABLE void copyManifestRows();
   Q_INVOKABLE void copyManifestWarnings();
@@ -347,10 +347,12 @@ class AppViewModel : public QObject {
   void setCompareProgress(double progress);
   void setComparing(bool isComparing);
   void showQueueLimit();
+  void setPasteboard(const QByteArray& text);
   void publishManifest(PreparedManifestLoad load);
   void discardManifest();
   void resetManifestCounters();
   void applyReports(ManifestRun& run);
+  void copyManifestJobs(std::vector<ManifestJob> jobs);
   void setManifestRun(ManifestTally::Run run);
   void setManifestProgress(std::size_t groups, std::size_t total);
   void setLoadingManifest(bool isLoading);
@@ -391,6 +393,7 @@ class AppViewModel : public QObject {
   BackgroundTask manifestLoadTask_{self_};
   BackgroundTask manifestTask_{self_};
   BackgroundTask exportTask_{self_};
+  BackgroundTask copyTask_{self_};
   ShownFileSize verifySize_{self_, &AppViewModel::verifyURLChanged};
   ShownFileSize compareFirstSize_{self_, &AppViewModel::compareURLsChanged};
   ShownFileSize compareSecondSize_{self_, &AppViewModel::compareURLsChanged};

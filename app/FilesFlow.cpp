@@ -232,18 +232,18 @@ void AppViewModel::copyAllHashes(const Uuid& id) {
     if (!text.isEmpty()) text += '\n';
     text.append(algorithm.rawValue()).append(": ").append(*found->hashes.find(algorithm));
   }
-  desktop_.setPasteboard(text);
+  setPasteboard(text);
 }
 
 void AppViewModel::copyHash(const Uuid& id, const QString& algorithm) {
   const auto found = result(id);
   const auto known = HashAlgorithm::init(algorithm.toStdString());
   if (!found || !known) return;
-  if (const auto digest = found->hashes.find(*known)) desktop_.setPasteboard(QByteArray().append(*digest));
+  if (const auto digest = found->hashes.find(*known)) setPasteboard(QByteArray().append(*digest));
 }
 
 void AppViewModel::copyPath(const Uuid& id) {
-  if (const FileJob* known = jobs_.job(id)) desktop_.setPasteboard(QByteArray::fromStdString(known->url->native()));
+  if (const FileJob* known = jobs_.job(id)) setPasteboard(QByteArray::fromStdString(known->url->native()));
 }
 
 void AppViewModel::reveal(const Uuid& id) {

@@ -322,17 +322,26 @@ void AppViewModel::resetManifestCounters() {
   setManifestRun(ManifestTally::Run::none);
 }
 
-void AppViewModel::copyManifestRow(int row) {
-  const QByteArray text = manifestJobs_.text(row);
-  if (!text.isEmpty()) desktop_.setPasteboard(text);
-}
+void AppViewModel::copyManifestRow(int row) { copyManifestJobs(manifestJobs_.shownJobs(row, 1)); }
 
-void AppViewModel::copyManifestRows() {
-  if (manifestJobs_.count() > 0) desktop_.setPasteboard(manifestJobs_.text());
+void AppViewModel::copyManifestRows() { copyManifestJobs(manifestJobs_.shownJobs(0, manifestJobs_.count())); }
+
+void AppViewModel::copyManifestJobs(std::vector<ManifestJob> jobs) {
+  if (jobs.empty()) return;
+  copyTask_.abandon();
+  copyTask_.start(
+      BackgroundTask::Priority::userInitiated,
+      [jobs = std::move(jobs)](const BackgroundTask::Context& context) {
+        const QByteArray text = ManifestJobListModel::text(jobs, context.cancellation());
+        context.post([text](AppViewModel& model) { model.setPasteboard(text); });
+      },
+      [](AppViewModel& model, const std::exception_ptr& failure) {
+        if (failure) model.setErrorMessage(QString::fromStdString(errorDescription(failure)));
+      });
 }
 
 void AppViewModel::copyManifestWarnings() {
-  if (!manifest_.warnings.isEmpty()) desktop_.setPasteboard(manifest_.warnings.join(u'\n').toUtf8());
+  if (!manifest_.warnings.isEmpty()) setPasteboard(manifest_.warnings.join(u'\n').toUtf8());
 }
 
 QString AppViewModel::manifestProgressFigure() const {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "app/FileLocation.h"
+#include "core/HashService.h"
 
 namespace tallyfold {
 
@@ -141,21 +142,24 @@ QList<int> ManifestJobListModel::counts() const {
   return {total(), total(Mismatch), total(Failed), total(Queued) + total(Verifying), total(Match)};
 }
 
-QByteArray ManifestJobListModel::text(int row) const {
-  if (row < 0 || row >= count()) return {};
-  const ManifestJob& job = jobAt(row);
-  QByteArray line = QByteArray::number(static_cast<qlonglong>(job.entry->lineNumber));
-  line.append('\t').append(job.entry->algorithm.rawValue()).append('\t');
-  line.append(copiedText(job.entry->relativePath)).append('\t').append(status(job).toUtf8());
-  if (stateOf(job) == Mismatch) line.append('\t').append(tr("Expected: ").toUtf8()).append(job.entry->expectedHash);
-  return line;
+std::vector<ManifestJob> ManifestJobListModel::shownJobs(int first, int most) const {
+  std::vector<ManifestJob> jobs;
+  if (first < 0 || first >= count()) return jobs;
+  const int end = first + std::min(most, count() - first);
+  jobs.reserve(static_cast<std::size_t>(end - first));
+  for (int row = first; row < end; ++row) jobs.push_back(jobAt(row));
+  return jobs;
 }
 
-QByteArray ManifestJobListModel::text() const {
+QByteArray ManifestJobListModel::text(const std::vector<ManifestJob>& jobs, const std::stop_token& cancellation) {
   QByteArray lines;
-  for (int row = 0; row < count(); ++row) {
-    if (row > 0) lines.append('\n');
-    lines.append(text(row));
+  for (const ManifestJob& job : jobs) {
+    HashService::checkCancellation(cancellation);
+    if (!lines.isEmpty()) lines.append('\n');
+    lines.append(QByteArray::number(static_cast<qlonglong>(job.entry->lineNumber)));
+    lines.append('\t').append(job.entry->algorithm.rawValue()).append('\t');
+    lines.append(copiedText(job.entry->relativePath)).append('\t').append(status(job).toUtf8());
+    if (stateOf(job) == Mismatch) lines.append('\t').append(tr("Expected: ").toUtf8()).append(job.entry->expectedHash);
   }
   return lines;
 }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <stop_token>
 #include <vector>
 
 #include <QAbstractListModel>
@@ -77,11 +78,11 @@ class ManifestJobListModel : public QAbstractListModel {
   Q_INVOKABLE [[nodiscard]] int jobOfRow(int row) const;
   Q_INVOKABLE [[nodiscard]] int rowOfJob(int job) const;
 
-  /// A shown row as one line of text: line number, algorithm, path, status and, of a mismatch, the expected digest,
-  /// with tabs between them. Empty when there is no such row.
-  [[nodiscard]] QByteArray text(int row) const;
-  /// All shown rows, a line each.
-  [[nodiscard]] QByteArray text() const;
+  /// The jobs of so many shown rows, or of those that there are, as they are now.
+  [[nodiscard]] std::vector<ManifestJob> shownJobs(int first, int most) const;
+  /// A line of text for each: line number, algorithm, path, status and, of a mismatch, the expected digest, with tabs
+  /// between them. A path can become eight times as long. On any thread; throws CancellationError.
+  static QByteArray text(const std::vector<ManifestJob>& jobs, const std::stop_token& cancellation = {});
 
   /// Replaces all rows in one change, shows all of them, and returns those that were there.
   std::vector<ManifestJob> replaceAll(std::vector<ManifestJob> jobs);

@@ -75,7 +75,7 @@ int AppViewModel::digestLength(const QString& algorithm) {
 void AppViewModel::copyTextHash(const QString& algorithm) {
   const auto known = HashAlgorithm::init(algorithm.toStdString());
   const auto digest = known ? text_.hashes.find(*known) : std::nullopt;
-  if (digest) desktop_.setPasteboard(QByteArray().append(*digest));
+  if (digest) setPasteboard(QByteArray().append(*digest));
 }
 
 void AppViewModel::pasteText() { setTextInput(pasteboardText()); }

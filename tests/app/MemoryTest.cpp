@@ -68,6 +68,7 @@ TEST_F(Memory, OfAListAtItsLimitIsLittleMoreThanItsEntries) {
   });
   expectPeak("copy all rows", 175, [&] {
     model_->copyManifestRows();
+    ASSERT_TRUE(reached([&] { return desktop_.pasteboard.has_value(); }));
     desktop_.pasteboard.reset();
   });
   expectPeak("replace", 110, load);
