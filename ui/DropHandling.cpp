@@ -42,6 +42,36 @@ class DropGroup {
   DroppedURLAccumulator accumulator_;
 };
 
+QList<QUrl> urlsIn(const QByteArray& uriList) {
+  QList<QUrl> urls;
+  for (qsizetype begin = 0; begin < uriList.size();) {
+    qsizetype end = uriList.indexOf('\n', begin);
+    if (end < 0) end = uriList.size();
+    const QByteArray line = uriList.mid(begin, end - begin).trimmed();
+    if (!line.isEmpty()) urls.append(QUrl::fromEncoded(line));
+    begin = end + 1;
+  }
+  return urls;
+}
+
+// `urls` is called on another thread.
+void resolve(std::function<QList<QUrl>()> urls, FilesCallback dropped, Droppable kind) {
+  inbox();
+  const auto look = [urls = std::move(urls), dropped = std::move(dropped), kind]() mutable {
+    QList<QUrl> files = markedFolders(urls());
+    files.removeIf([](const QUrl& url) { return !fileLocation(url); });
+    if (kind == Droppable::files) files = filteredFileURLs(files);
+    if (!files.isEmpty()) inbox().post([files, dropped = std::move(dropped)] { dropped(files); });
+  };
+  try {
+    Workers::start(look);
+  } catch (const Workers::Refusal& refusal) {
+    inbox().post([sentence = QString::fromUtf8(refusal.what())] {
+      if (refusalListener()) refusalListener()(sentence);
+    });
+  }
+}
+
 }  // namespace
 
 void DroppedURLAccumulator::append(const QUrl& url) {
@@ -86,21 +116,11 @@ QList<QUrl> markedFolders(QList<QUrl> urls) {
 }
 
 void resolveFileURLs(const QList<QUrl>& urls, FilesCallback dropped, Droppable kind) {
-  if (urls.isEmpty()) return;
-  inbox();
-  const auto look = [urls = urls, dropped = std::move(dropped), kind]() mutable {
-    QList<QUrl> files = markedFolders(std::move(urls));
-    files.removeIf([](const QUrl& url) { return !fileLocation(url); });
-    if (kind == Droppable::files) files = filteredFileURLs(files);
-    if (!files.isEmpty()) inbox().post([files, dropped = std::move(dropped)] { dropped(files); });
-  };
-  try {
-    Workers::start(look);
-  } catch (const Workers::Refusal& refusal) {
-    inbox().post([sentence = QString::fromUtf8(refusal.what())] {
-      if (refusalListener()) refusalListener()(sentence);
-    });
-  }
+  if (!urls.isEmpty()) resolve([urls] { return urls; }, std::move(dropped), kind);
+}
+
+void resolveFileURLs(const QByteArray& uriList, FilesCallback dropped, Droppable kind) {
+  if (!uriList.isEmpty()) resolve([uriList] { return urlsIn(uriList); }, std::move(dropped), kind);
 }
 
 void resolveBigSurFileURLs(const std::vector<std::shared_ptr<ItemProvider>>& items, FilesCallback dropped,

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <vector>
 
+#include <QByteArray>
 #include <QList>
 #include <QUrl>
 #include <QVariant>
@@ -60,5 +61,8 @@ void resolveBigSurFileURLs(const std::vector<std::shared_ptr<ItemProvider>>& ite
 
 /// The same for items that are URLs already.
 void resolveFileURLs(const QList<QUrl>& urls, FilesCallback dropped, Droppable kind = Droppable::files);
+
+/// The same for the lines of a text/uri-list, which are not read on this thread.
+void resolveFileURLs(const QByteArray& uriList, FilesCallback dropped, Droppable kind);
 
 }  // namespace tallyfold

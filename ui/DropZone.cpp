@@ -12,6 +12,8 @@ namespace tallyfold {
 
 namespace {
 
+const QString uriList = QStringLiteral("text/uri-list");
+
 // Types that carry one file URL each, from programs that do not offer a list of URLs.
 const QString mozillaUrl = QStringLiteral("text/x-moz-url-data");
 const QString plainText = QStringLiteral("text/plain");
@@ -84,7 +86,7 @@ void DropZone::dropEvent(QDropEvent* event) {
   };
   const Droppable kind = takesFolders_ ? Droppable::filesAndFolders : Droppable::files;
   if (event->mimeData()->hasUrls()) {
-    resolveFileURLs(event->mimeData()->urls(), dropped, kind);
+    resolveFileURLs(event->mimeData()->data(uriList), dropped, kind);
   } else {
     resolveBigSurFileURLs(providers(*event->mimeData()), dropped, kind);
   }
