@@ -97,7 +97,7 @@ TEST_F(OtherModes, TextTooLongForAnEditorIsTakenWholeAndItsBeginningShown) {
       waitFor("what was typed", [&] { return has(QStringLiteral("a")); });
       TurnWatcher turns;
       paste();
-      waitFor("all of it", [&] { return (model.*content)().size() >= large.size(); });
+      waitFor("all of it", [&, content = content] { return (model.*content)().size() >= large.size(); });
       EXPECT_TRUE((model.*content)().endsWith(large));
       waitFor("words about it", [&] {
         return itemWithText("Only the beginning of this text is shown.") != nullptr ||
@@ -113,7 +113,7 @@ TEST_F(OtherModes, TextTooLongForAnEditorIsTakenWholeAndItsBeginningShown) {
     driver.click(editor);
     TurnWatcher turns;
     driver.press({"Control_L", "v"});
-    waitFor("the text", [&] { return (model.*content)().size() == 9'990; });
+    waitFor("the text", [&, content = content] { return (model.*content)().size() == 9'990; });
     EXPECT_LT(turns.takeLongest(), longestGoodTurn);
     driver.click(clear);
     waitFor("no text", [&] { return has({}); });
@@ -121,10 +121,10 @@ TEST_F(OtherModes, TextTooLongForAnEditorIsTakenWholeAndItsBeginningShown) {
     QGuiApplication::clipboard()->setText(QString(9'998, u'x') + QStringLiteral("\U0001F600"));
     driver.click(editor);
     driver.press({"Control_L", "v"});
-    waitFor("the text", [&] { return (model.*content)().size() == 10'000; });
+    waitFor("the text", [&, content = content] { return (model.*content)().size() == 10'000; });
     driver.press({"Control_L", "Home"});
     driver.type("a");
-    waitFor("the key", [&] { return (model.*content)().size() == 10'001; });
+    waitFor("the key", [&, content = content] { return (model.*content)().size() == 10'001; });
     EXPECT_TRUE(textOfItem(editor) == u'a' + QString(9'998, u'x')) << "No half of a character is shown";
     driver.click(clear);
     waitFor("no text", [&] { return has({}); });
