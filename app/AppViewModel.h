@@ -359,7 +359,6 @@ class AppViewModel : public QObject {
   void setManifestVerifying(bool isVerifying);
 
   Desktop& desktop_;
-
   AppMode::Case mode_ = AppMode::Files;
   HashAlgorithmSet selectedAlgorithms_ = HashAlgorithm::recommended;
   FileHashResults results_;
@@ -371,14 +370,12 @@ class AppViewModel : public QObject {
   std::array<Outcome, AppMode::allCases().size()> unseenOutcomes_{};
   bool isExporting_ = false;
   QString interruption_;
-
   TextState text_;
   QTimer textRest_{this};
   VerifyState verify_;
   CompareState compare_;
   ManifestState manifest_;
   ManifestJobListModel manifestJobs_;
-
   ResultByJobID resultByJobID_;
   FileJobListModel jobs_{resultByJobID_};
   QList<std::pair<QList<QUrl>, bool>> received_;  // Not prepared yet; whether they were dropped.

@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <chrono>
 #include <iterator>
 #include <mutex>
+#include <thread>
 #include <utility>
 #include <variant>
 
@@ -44,8 +46,19 @@ struct AppViewModel::FileRun {
     if (isFirst) context.post([self](AppViewModel& model) { model.applyReports(*self); });
   }
 
+  // On the worker thread. What has piled up is applied in one turn of the interface thread, which must not become long.
+  void waitForRoom(const std::stop_token& cancellation) {
+    constexpr std::size_t mostReports = 4'000;
+    const auto isFull = [&] {
+      const std::lock_guard lock(mutex);
+      return reports.size() >= mostReports;
+    };
+    while (!cancellation.stop_requested() && isFull()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+
   void work(const BackgroundTask::Context& context, const std::shared_ptr<FileRun>& self) {
     for (std::size_t index = 0; index < items.size(); ++index) {
+      waitForRoom(context.cancellation());
       if (context.cancellation().stop_requested()) return;
       report(context, {index, FileJob::Hashing{0}}, self);
       const auto progress = [&](double fraction) { report(context, {index, FileJob::Hashing{fraction}}, self); };

@@ -17,6 +17,11 @@ const QString automatic = QStringLiteral("Auto");
 
 QString text(std::string_view utf8) { return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size())); }
 
+/// What was pasted, as far as is needed to see that it is too long.
+std::string checksumText(const QString& pasted) {
+  return pasted.left(ChecksumManifestService::maximumSingleChecksumSize + 1).toStdString();
+}
+
 }  // namespace
 
 void AppViewModel::setVerifyFile(const QList<QUrl>& urls) {
@@ -62,7 +67,7 @@ void AppViewModel::setVerifyAlgorithm(const QString& name) {
 
 QString AppViewModel::recognisedAlgorithm() const {
   const auto expected =
-      ChecksumManifestService::extractSingleChecksum(verify_.expectedHash.toStdString(), verify_.algorithmOverride);
+      ChecksumManifestService::extractSingleChecksum(checksumText(verify_.expectedHash), verify_.algorithmOverride);
   return expected ? text(expected->algorithm.rawValue()) : QString();
 }
 
@@ -70,7 +75,7 @@ QString AppViewModel::verifyRefusal() const { return verify_.url ? QString() : t
 
 void AppViewModel::verify() {
   if (verify_.isRunning || verifyTask_.isRunning() || !verify_.url) return;
-  const std::string pasted = verify_.expectedHash.toStdString();
+  const std::string pasted = checksumText(verify_.expectedHash);
   if (!verify_.algorithmOverride && ChecksumManifestService::isAmbiguousSingleChecksum(pasted)) {
     return setVerifyResult(Verification::AmbiguousExpectedHash{});
   }

@@ -58,7 +58,8 @@ QFileDialog* makeOpenPanel(QWindow* window, QFileDialog::FileMode mode, const QS
   return panel;
 }
 
-void openExisting(QWindow* window, QFileDialog::FileMode mode, const QString& title, std::function<void(const QList<QUrl>&)> chosen) {
+void openExisting(QWindow* window, QFileDialog::FileMode mode, const QString& title,
+                  std::function<void(const QList<QUrl>&)> chosen) {
   QFileDialog* panel = makeOpenPanel(window, mode, title);
   QObject::connect(panel, &QDialog::accepted, panel,
                    [panel, chosen = std::move(chosen)] { chosen(panel->selectedUrls()); });
