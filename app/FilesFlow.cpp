@@ -48,7 +48,7 @@ struct AppViewModel::FileRun {
 
   // On the worker thread. What has piled up is applied in one turn of the interface thread, which must not become long.
   void waitForRoom(const std::stop_token& cancellation) {
-    constexpr std::size_t mostReports = 4'000;
+    constexpr std::size_t mostReports = 20'000;
     const auto isFull = [&] {
       const std::lock_guard lock(mutex);
       return reports.size() >= mostReports;
