@@ -194,7 +194,8 @@ TEST_F(FilesKeyboardTest, ArrowsMoveThroughTheListAndDeleteRemovesTheSelectedRow
   EXPECT_EQ(model.jobs()->count(), 29);
   expectAfter("End", "file39");
   for (int last = 38; last >= 11; --last) expectAfter("Delete", QStringLiteral("file%1").arg(last));
-  expectAfter("Delete", "");
+  driver.press({"Delete"});
+  waitFor("an empty list", [&] { return model.jobs()->count() == 0; });
   driver.press({"Delete"});
   driver.press({"Control_L", "c"});
   add({"again"}, abc);
