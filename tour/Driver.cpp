@@ -2,9 +2,7 @@
 
 #include <stdexcept>
 #include <utility>
-#include <xcb/xcb.h>
 
-#include <QAbstractNativeEventFilter>
 #include <QApplication>
 #include <QFileDialog>
 #include <QLineEdit>
@@ -29,42 +27,9 @@ QPoint centerOf(const QQuickItem& item) { return item.mapToGlobal(item.boundingR
 
 }  // namespace
 
-/// A window that nobody sees, and how often the toolkit has heard that it lost a property. The server sends all
-/// events in one row, and the toolkit reads them in a thread of its own: what was sent before is handled by then.
-class Driver::Echo : public QAbstractNativeEventFilter {
- public:
-  Echo() {
-    window_.create();
-    QCoreApplication::instance()->installNativeEventFilter(this);
-  }
-
-  bool nativeEventFilter(const QByteArray& /*type*/, void* message, qintptr* /*result*/) override {
-    constexpr int isSent = 0x80;
-    const auto& event = *static_cast<const xcb_property_notify_event_t*>(message);
-    const bool isProperty = (event.response_type & ~isSent) == XCB_PROPERTY_NOTIFY;
-    if (isProperty && event.window == window_.winId() && event.state == XCB_PROPERTY_DELETE) ++count;
-    return false;
-  }
-
-  [[nodiscard]] WId id() const { return window_.winId(); }
-
-  int count = 0;
-
- private:
-  QWindow window_;
-};
-
-Driver::Driver(QQuickWindow& window) : window_(window), echo_(std::make_unique<Echo>()) {
+Driver::Driver(QQuickWindow& window) : window_(window) {
   waitFor("the window", [&] { return window_.isExposed(); });
   focus(window_);
-}
-
-Driver::~Driver() = default;
-
-void Driver::settle() {
-  const int before = echo_->count;
-  mark(echo_->id());
-  waitFor("the input to arrive", [&] { return echo_->count > before; });
 }
 
 QQuickItem* Driver::findItem(const QString& objectName) const {
@@ -107,7 +72,7 @@ void Driver::clickAt(const QPoint& global, unsigned number) {
   moveTo(global);
   button(number, true);
   button(number, false);
-  settle();
+  QCoreApplication::processEvents();
 }
 
 void Driver::drag(const QPoint& from, const QPoint& to) {
@@ -116,7 +81,7 @@ void Driver::drag(const QPoint& from, const QPoint& to) {
   moveTo((from + to) / 2);
   moveTo(to);
   button(1, false);
-  settle();
+  QCoreApplication::processEvents();
 }
 
 void Driver::focus(QWindow& window) {

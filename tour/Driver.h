@@ -1,7 +1,6 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
 
 #include <QPoint>
 #include <QString>
@@ -19,7 +18,6 @@ namespace tallyfold {
 class Driver : public XInput {
  public:
   explicit Driver(QQuickWindow& window);
-  ~Driver() override;
 
   /// The visible item with this object name, in any window of the scene.
   QQuickItem* item(const QString& objectName) const;
@@ -45,14 +43,8 @@ class Driver : public XInput {
   /// The whole screen as a PNG file.
   void screenshot(const std::filesystem::path& file) const;
 
- protected:
-  void settle() override;
-
  private:
-  class Echo;
-
   QQuickWindow& window_;
-  std::unique_ptr<Echo> echo_;
 };
 
 }  // namespace tallyfold

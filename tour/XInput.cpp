@@ -8,7 +8,6 @@
 
 // Last: it defines macros with everyday names.
 #include <X11/XKBlib.h>
-#include <X11/Xatom.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 
@@ -65,7 +64,7 @@ void XInput::press(std::initializer_list<const char*> keys) {
   for (const KeySym symbol : symbols) connection_->key(symbol, true);
   for (auto symbol = symbols.rbegin(); symbol != symbols.rend(); ++symbol) connection_->key(*symbol, false);
   XSync(connection_->display, False);
-  settle();
+  QCoreApplication::processEvents();
 }
 
 void XInput::type(const std::string& text) {
@@ -79,17 +78,7 @@ void XInput::type(const std::string& text) {
     if (isShifted) connection_->key(XK_Shift_L, false);
   }
   XSync(connection_->display, False);
-  settle();
-}
-
-void XInput::settle() { QCoreApplication::processEvents(); }
-
-void XInput::mark(unsigned long window) {
-  Display* display = connection_->display;
-  const Atom property = XInternAtom(display, "TALLYFOLD_DRIVER", False);
-  XChangeProperty(display, window, property, XA_STRING, 8, PropModeReplace, nullptr, 0);
-  XDeleteProperty(display, window, property);
-  XSync(display, False);
+  QCoreApplication::processEvents();
 }
 
 std::string XInput::clipboard() {

@@ -18,7 +18,7 @@ class XInput {
 
   /// For the X display in the environment, which nobody else uses.
   XInput();
-  virtual ~XInput();
+  ~XInput();
   XInput(const XInput&) = delete;
   XInput& operator=(const XInput&) = delete;
 
@@ -38,12 +38,6 @@ class XInput {
 
   /// What another program gets when it asks the clipboard for text; empty when there is none.
   [[nodiscard]] std::string clipboard();
-
- protected:
-  /// After each input, until its events are handled.
-  virtual void settle();
-  /// Deletes a property of a window, of which its owner hears after all input so far.
-  void mark(unsigned long window);
 
  private:
   struct Connection;
