@@ -49,7 +49,7 @@ TEST_F(ReportReplacement, NobodyGainsRightsOfTheReplacedFile) {
     bool hasList = false;
     bool hasOtherGroup = false;
     bool isKept = false;
-    std::string_view refused;  ///< The last call of this name.
+    std::string_view refused = {};  ///< The last call of this name.
     bool hasFolderList = false;
   };
   const std::vector<Case> cases{
