@@ -25,7 +25,7 @@ inline void require(bool holds, const char* file = __builtin_FILE(), int line = 
 /// What the C library makes of a text in another encoding; none when it is no text.
 inline std::optional<std::string> converted(std::string_view text, const char* from, const char* to) {
   const iconv_t conversion = iconv_open(to, from);
-  require(conversion != iconv_t(-1));
+  require(reinterpret_cast<std::intptr_t>(conversion) != -1);
   std::string result(4 * text.size(), '\0');  // No encoding needs more for a byte.
   char* in = const_cast<char*>(text.data());
   char* out = result.data();
