@@ -1,4 +1,4 @@
-#include "ui/TallyfoldApp.h"
+#include "ui/window/TallyfoldApp.h"
 
 int main(int argc, char** argv) {
   tallyfold::TallyfoldApp app(argc, argv);

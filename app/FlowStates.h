@@ -11,12 +11,12 @@
 #include <QStringList>
 #include <QtGlobal>
 
-#include "app/ManifestVerdict.h"
-#include "app/VerificationResult.h"
+#include "app/manifest/ManifestVerdict.h"
+#include "app/verify/VerificationResult.h"
 #include "checksums/ChecksumManifestEntry.h"
-#include "core/DigestMap.h"
-#include "core/FileComparison.h"
-#include "core/HashAlgorithm.h"
+#include "core/digests/DigestMap.h"
+#include "core/services/FileComparison.h"
+#include "core/digests/HashAlgorithm.h"
 
 namespace tallyfold {
 

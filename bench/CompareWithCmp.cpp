@@ -8,7 +8,7 @@
 #include <stdexcept>
 
 #include "bench/Measure.h"
-#include "core/FileComparison.h"
+#include "core/services/FileComparison.h"
 
 int main(int argc, char** argv) {
   using namespace tallyfold;

@@ -1,5 +1,5 @@
 // The Files screen over many files, in its real window: memory, and how fast a long list of eight digests each scrolls.
-// Needs a display (packaging/with-display gives one).
+// Needs a display (tools/with-display gives one).
 //
 //     files_screen_bench FOLDER...        hashes all regular files in the folders
 
@@ -12,9 +12,9 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 
-#include "app/FileLocation.h"
+#include "app/shared/FileLocation.h"
 #include "bench/ModelBench.h"
-#include "ui/TallyfoldApp.h"
+#include "ui/window/TallyfoldApp.h"
 
 int main(int argc, char** argv) {
   using namespace tallyfold;

@@ -1,5 +1,5 @@
 // Input that was made to stop the window, in the real window as users have it: the longest turn of the event loop in
-// CPU time, and resident memory, each in a process of its own. Needs a display (packaging/with-display gives one).
+// CPU time, and resident memory, each in a process of its own. Needs a display (tools/with-display gives one).
 //
 //     hostile_input_bench                  a table of all, each figure the median of three
 //     hostile_input_bench NUMBER FOLDER    one of them, whose files are in that folder
@@ -21,16 +21,16 @@
 #include <QGuiApplication>
 #include <QQuickWindow>
 
-#include "app/BackgroundTask.h"
-#include "app/FileLocation.h"
+#include "app/tasks/BackgroundTask.h"
+#include "app/shared/FileLocation.h"
 #include "bench/Measure.h"
-#include "core/FileHandle.h"
+#include "core/files/FileHandle.h"
 #include "tests/support/CollidingNames.h"
 #include "tests/support/Process.h"
 #include "tests/support/TurnWatcher.h"
 #include "tests/ui/SilentClipboardOwner.h"
 #include "tour/Driver.h"
-#include "ui/TallyfoldApp.h"
+#include "ui/window/TallyfoldApp.h"
 
 namespace tallyfold {
 

@@ -15,12 +15,12 @@
 #include <vector>
 
 #include "bench/Measure.h"
-#include "core/BLAKE3Stream.h"
-#include "core/CRC32.h"
-#include "core/SHA224.h"
+#include "core/blake3/BLAKE3Stream.h"
+#include "core/digests/CRC32.h"
+#include "core/digests/SHA224.h"
 #include "core/blake3/Kernels.h"
-#include "core/crc32/Kernels.h"
-#include "core/sha224/Kernels.h"
+#include "core/digests/crc32/Kernels.h"
+#include "core/digests/sha224/Kernels.h"
 
 #ifdef TALLYFOLD_BENCH_ISAL
 #include <isa-l/crc.h>

@@ -12,7 +12,7 @@
 #include <QCoreApplication>
 
 #include "app/AppViewModel.h"
-#include "app/FileLocation.h"
+#include "app/shared/FileLocation.h"
 #include "bench/Measure.h"
 #include "bench/ModelBench.h"
 

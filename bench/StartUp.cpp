@@ -1,6 +1,6 @@
 // From the start of the program to its first painted frame, and its memory when it then rests, seen from outside:
 //   start_up_bench PROGRAM [RUNS]
-// Needs a display without other windows, such as that of packaging/with-display.
+// Needs a display without other windows, such as that of tools/with-display.
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>

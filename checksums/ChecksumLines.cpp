@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <utility>
 
-#include "core/HexText.h"
-#include "core/UnicodeText.h"
+#include "core/text/HexText.h"
+#include "core/text/UnicodeText.h"
 
 namespace tallyfold::ChecksumManifestService {
 

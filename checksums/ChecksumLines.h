@@ -12,7 +12,7 @@
 namespace tallyfold {
 
 /// Checksum lists. Stateless: every operation may run on any number of threads at once. Texts are UTF-8; white space is
-/// that of `core/UnicodeText.h`.
+/// that of `core/text/UnicodeText.h`.
 namespace ChecksumManifestService {
 
 /// What the lines of a list came to.

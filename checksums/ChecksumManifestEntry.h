@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
-#include "core/HashAlgorithm.h"
-#include "core/Uuid.h"
+#include "core/digests/HashAlgorithm.h"
+#include "core/base/Uuid.h"
 
 namespace tallyfold {
 

@@ -6,9 +6,9 @@
 #include <span>
 #include <system_error>
 
-#include "core/HashService.h"
-#include "core/ReadBuffer.h"
-#include "core/UnicodeText.h"
+#include "core/services/HashService.h"
+#include "core/digests/ReadBuffer.h"
+#include "core/text/UnicodeText.h"
 
 namespace tallyfold {
 

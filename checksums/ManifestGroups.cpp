@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "core/HashService.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "checksums/ChecksumManifestEntry.h"
-#include "core/HashAlgorithm.h"
-#include "core/KeyedHash.h"
+#include "core/digests/HashAlgorithm.h"
+#include "core/base/KeyedHash.h"
 
 namespace tallyfold {
 

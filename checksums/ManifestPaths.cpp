@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "core/FileHandle.h"
-#include "core/HashService.h"
+#include "core/files/FileHandle.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 

@@ -8,9 +8,9 @@
 #include <type_traits>
 #include <utility>
 
-#include "core/Errors.h"
-#include "core/HashService.h"
-#include "core/KeyedHash.h"
+#include "core/base/Errors.h"
+#include "core/services/HashService.h"
+#include "core/base/KeyedHash.h"
 
 namespace tallyfold {
 

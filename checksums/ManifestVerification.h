@@ -14,8 +14,8 @@
 #include "checksums/FixedCapacityCache.h"
 #include "checksums/ManifestGroups.h"
 #include "checksums/ManifestPaths.h"
-#include "core/DigestMap.h"
-#include "core/FileHandle.h"
+#include "core/digests/DigestMap.h"
+#include "core/files/FileHandle.h"
 
 namespace tallyfold {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/FileHandle.h"
+#include "core/files/FileHandle.h"
 
 namespace tallyfold {
 

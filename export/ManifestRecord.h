@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "core/DigestMap.h"
-#include "core/HashService.h"
+#include "core/digests/DigestMap.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 

@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "core/FileHandle.h"
-#include "core/FolderHandle.h"
-#include "core/HashService.h"
+#include "core/files/FileHandle.h"
+#include "core/files/FolderHandle.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "core/FolderHandle.h"
+#include "core/files/FolderHandle.h"
 
 namespace tallyfold {
 

@@ -6,8 +6,8 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "core/HashService.h"
-#include "core/Uuid.h"
+#include "core/services/HashService.h"
+#include "core/base/Uuid.h"
 
 namespace tallyfold {
 

@@ -4,7 +4,7 @@
 #include <stop_token>
 #include <string>
 
-#include "core/FolderHandle.h"
+#include "core/files/FolderHandle.h"
 
 namespace tallyfold {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "checksums/ChecksumReading.h"
-#include "core/FileHandle.h"
+#include "core/files/FileHandle.h"
 #include "fuzz/Fuzz.h"
 
 namespace {

@@ -18,7 +18,7 @@
 #include <QQuickWindow>
 
 #include "tour/Driver.h"
-#include "ui/TallyfoldApp.h"
+#include "ui/window/TallyfoldApp.h"
 
 namespace fs = std::filesystem;
 

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/KernelTable.h"
+#include "core/base/KernelTable.h"
 
 namespace tallyfold::blake3 {
 

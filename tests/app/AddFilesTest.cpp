@@ -1,6 +1,6 @@
 #include <set>
 
-#include "app/PreparedFiles.h"
+#include "app/files/PreparedFiles.h"
 #include "tests/app/ModelTest.h"
 #include "tests/support/CollidingNames.h"
 

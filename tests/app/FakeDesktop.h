@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "app/Desktop.h"
+#include "app/shared/Desktop.h"
 
 namespace tallyfold::test {
 

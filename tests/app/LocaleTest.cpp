@@ -1,4 +1,4 @@
-#include "app/Formats.h"
+#include "app/shared/Formats.h"
 #include "tests/app/ModelTest.h"
 
 namespace tallyfold::test {

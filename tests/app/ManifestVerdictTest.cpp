@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "app/ManifestVerdict.h"
+#include "app/manifest/ManifestVerdict.h"
 
 namespace tallyfold::test {
 

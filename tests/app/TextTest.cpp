@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "app/FileLocation.h"
-#include "app/Formats.h"
+#include "app/shared/FileLocation.h"
+#include "app/shared/Formats.h"
 
 namespace tallyfold::test {
 

@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "checksums/ChecksumReading.h"
-#include "core/Errors.h"
-#include "core/HashService.h"
+#include "core/base/Errors.h"
+#include "core/services/HashService.h"
 #include "tests/support/Process.h"
 #include "tests/support/Seed.h"
 #include "tests/support/TemporaryFolder.h"

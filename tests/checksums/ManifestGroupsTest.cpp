@@ -8,7 +8,7 @@
 #include "checksums/FixedCapacityCache.h"
 #include "checksums/ManifestGroups.h"
 #include "checksums/ManifestVerification.h"
-#include "core/Errors.h"
+#include "core/base/Errors.h"
 #include "tests/support/CollidingNames.h"
 
 namespace tallyfold {

@@ -8,8 +8,8 @@
 #include <string>
 
 #include "checksums/ManifestVerification.h"
-#include "core/Errors.h"
-#include "core/HashService.h"
+#include "core/base/Errors.h"
+#include "core/services/HashService.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WatchedSystemCalls.h"
 

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <new>
 
-#include "core/BLAKE3Stream.h"
-#include "core/FileComparison.h"
+#include "core/blake3/BLAKE3Stream.h"
+#include "core/services/FileComparison.h"
 #include "core/blake3/Blake3.h"
 #include "tests/core/CoreTest.h"
 #include "tests/support/ThreadLimit.h"

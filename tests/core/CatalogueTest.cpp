@@ -1,5 +1,5 @@
-#include "core/HashAlgorithm.h"
-#include "core/HexText.h"
+#include "core/digests/HashAlgorithm.h"
+#include "core/text/HexText.h"
 #include "tests/core/CoreTest.h"
 
 namespace tallyfold::test {

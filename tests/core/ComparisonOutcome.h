@@ -5,8 +5,8 @@
 #include <string>
 #include <variant>
 
-#include "core/Errors.h"
-#include "core/FileComparison.h"
+#include "core/base/Errors.h"
+#include "core/services/FileComparison.h"
 
 namespace tallyfold::test {
 

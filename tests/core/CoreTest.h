@@ -25,11 +25,11 @@
 #include <utility>
 #include <vector>
 
-#include "core/Errors.h"
-#include "core/HashPipeline.h"
-#include "core/HashService.h"
-#include "core/HexEncoder.h"
-#include "core/Processor.h"
+#include "core/base/Errors.h"
+#include "core/digests/HashPipeline.h"
+#include "core/services/HashService.h"
+#include "core/base/HexEncoder.h"
+#include "core/base/Processor.h"
 #include "tests/core/ComparisonOutcome.h"
 #include "tests/core/Outcome.h"
 #include "tests/support/Process.h"

@@ -1,6 +1,6 @@
 // What each algorithm makes of its input. KernelTest has every length and every way of cutting it.
 
-#include "core/SHA224.h"
+#include "core/digests/SHA224.h"
 #include "core/blake3/Blake3.h"
 #include "tests/core/CoreTest.h"
 

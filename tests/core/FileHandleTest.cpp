@@ -2,7 +2,7 @@
 #include <ctime>
 #include <limits>
 
-#include "core/FileHandle.h"
+#include "core/files/FileHandle.h"
 #include "tests/core/CoreTest.h"
 
 namespace tallyfold::test {

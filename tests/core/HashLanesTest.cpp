@@ -1,6 +1,6 @@
 // Hashing one file on several threads: whatever their number, it is one thread's result, or its failure.
 
-#include "core/LanePlan.h"
+#include "core/digests/LanePlan.h"
 #include "tests/core/CoreTest.h"
 
 namespace tallyfold::test {

@@ -6,8 +6,8 @@
 
 #include "core/blake3/Constants.h"
 #include "core/blake3/Kernels.h"
-#include "core/crc32/Kernels.h"
-#include "core/sha224/Kernels.h"
+#include "core/digests/crc32/Kernels.h"
+#include "core/digests/sha224/Kernels.h"
 #include "tests/core/CoreTest.h"
 
 namespace tallyfold::test {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "core/KeyedHash.h"
+#include "core/base/KeyedHash.h"
 #include "tests/support/CollidingNames.h"
 #include "tests/support/Process.h"
 

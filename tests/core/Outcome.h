@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <string>
 
-#include "core/Errors.h"
-#include "core/HashService.h"
+#include "core/base/Errors.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold::test {
 

@@ -2,7 +2,7 @@
 #include <sys/mman.h>
 #include <unicode/unistr.h>
 
-#include "core/TextHashing.h"
+#include "core/services/TextHashing.h"
 #include "tests/core/CoreTest.h"
 
 namespace tallyfold::test {

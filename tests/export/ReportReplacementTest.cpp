@@ -16,7 +16,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "core/Errors.h"
+#include "core/base/Errors.h"
 #include "tests/export/ReportReplacement.h"
 #include "tests/support/Process.h"
 #include "tests/support/Seed.h"

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "core/HashService.h"
+#include "core/services/HashService.h"
 #include "export/ManifestService.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -17,8 +17,8 @@
 
 #include "checksums/ChecksumReading.h"
 #include "checksums/ManifestVerification.h"
-#include "core/Errors.h"
-#include "core/Processor.h"
+#include "core/base/Errors.h"
+#include "core/base/Processor.h"
 #include "tests/core/ComparisonOutcome.h"
 #include "tests/core/Outcome.h"
 #include "tests/operations/ExportOperation.h"

@@ -15,9 +15,9 @@
 
 #include "checksums/ChecksumReading.h"
 #include "checksums/ManifestVerification.h"
-#include "core/Errors.h"
-#include "core/Processor.h"
-#include "core/TextHashing.h"
+#include "core/base/Errors.h"
+#include "core/base/Processor.h"
+#include "core/services/TextHashing.h"
 #include "tests/core/ComparisonOutcome.h"
 #include "tests/core/Outcome.h"
 #include "tests/export/Reports.h"

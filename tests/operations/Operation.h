@@ -14,7 +14,7 @@
 #include <sys/stat.h>
 #include <vector>
 
-#include "core/Errors.h"
+#include "core/base/Errors.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WatchedSystemCalls.h"
 

@@ -10,7 +10,7 @@
 
 #include "checksums/ChecksumReading.h"
 #include "checksums/ManifestVerification.h"
-#include "core/Errors.h"
+#include "core/base/Errors.h"
 #include "tests/core/ComparisonOutcome.h"
 #include "tests/core/Outcome.h"
 #include "tests/support/TemporaryFolder.h"

@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <vector>
 
-#include "core/FileHandle.h"
+#include "core/files/FileHandle.h"
 
 namespace tallyfold::test {
 

@@ -9,13 +9,13 @@
 #include <QCoreApplication>
 #include <QThread>
 
-#include "app/FileLocation.h"
-#include "app/Workers.h"
-#include "core/FileHandle.h"
+#include "app/shared/FileLocation.h"
+#include "app/tasks/Workers.h"
+#include "core/files/FileHandle.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/ThreadLimit.h"
 #include "tour/XInput.h"
-#include "ui/DropHandling.h"
+#include "ui/drops/DropHandling.h"
 
 namespace tallyfold::test {
 

@@ -8,14 +8,14 @@
 
 #include <QSignalSpy>
 
-#include "app/BackgroundTask.h"
-#include "app/FileLocation.h"
-#include "app/Workers.h"
-#include "core/FileHandle.h"
+#include "app/tasks/BackgroundTask.h"
+#include "app/shared/FileLocation.h"
+#include "app/tasks/Workers.h"
+#include "core/files/FileHandle.h"
 #include "tests/support/Process.h"
 #include "tests/support/ThreadLimit.h"
 #include "tests/ui/WindowFixture.h"
-#include "ui/DropZone.h"
+#include "ui/drops/DropZone.h"
 
 namespace tallyfold::test {
 

@@ -4,7 +4,7 @@
 
 #include <QDBusConnection>
 
-#include "app/FileLocation.h"
+#include "app/shared/FileLocation.h"
 #include "tests/ui/WindowFixture.h"
 
 namespace tallyfold::test {

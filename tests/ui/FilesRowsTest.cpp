@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "app/FileLocation.h"
+#include "app/shared/FileLocation.h"
 #include "tests/ui/WindowFixture.h"
 
 namespace tallyfold::test {

@@ -5,7 +5,7 @@
 #include <QClipboard>
 #include <QGuiApplication>
 
-#include "app/FileLocation.h"
+#include "app/shared/FileLocation.h"
 #include "tests/support/TurnWatcher.h"
 #include "tests/ui/SilentClipboardOwner.h"
 #include "tests/ui/WindowFixture.h"

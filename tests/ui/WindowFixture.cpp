@@ -4,8 +4,8 @@
 #include <iostream>
 #include <utility>
 
-#include "app/BackgroundTask.h"
-#include "app/FileLocation.h"
+#include "app/tasks/BackgroundTask.h"
+#include "app/shared/FileLocation.h"
 
 namespace tallyfold::test {
 

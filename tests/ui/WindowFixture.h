@@ -13,7 +13,7 @@
 #include "app/AppViewModel.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tour/Driver.h"
-#include "ui/TallyfoldApp.h"
+#include "ui/window/TallyfoldApp.h"
 
 namespace tallyfold::test {
 

@@ -5,7 +5,7 @@
 #include <QWindow>
 
 #include "tests/ui/WindowFixture.h"
-#include "ui/StartupWindowConfigurator.h"
+#include "ui/window/StartupWindowConfigurator.h"
 
 namespace tallyfold::test {
 

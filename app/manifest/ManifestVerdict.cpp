@@ -1,0 +1,107 @@
+#include "app/manifest/ManifestVerdict.h"
+
+#include <QCoreApplication>
+#include <QStringList>
+
+#include "app/shared/Formats.h"
+
+namespace tallyfold {
+
+namespace {
+
+QString tr(const char* text) { return QCoreApplication::translate("ManifestVerdict", text); }
+
+QString figure(qint64 number) { return userLocale().toString(number); }
+
+QString counted(qint64 number, const char* one, const char* many) {
+  return number == 1 ? tr(one) : tr(many).arg(figure(number));
+}
+
+// "2 entries do not match, 1 could not be checked": what keeps the verdict from being good, the worst first.
+QString shortcomings(const ManifestTally& tally) {
+  QStringList parts;
+  const auto add = [&](qint64 number, const char* one, const char* many, const char* further, const char* oneFurther) {
+    if (number == 0) return;
+    if (parts.isEmpty()) {
+      parts.append(counted(number, one, many));
+    } else {
+      parts.append(counted(number, oneFurther, further));
+    }
+  };
+  add(tally.mismatched, "1 entry does not match", "%1 entries do not match", "", "");
+  add(tally.failed, "1 entry could not be checked", "%1 entries could not be checked", "%1 could not be checked",
+      "1 could not be checked");
+  add(tally.waiting, "1 entry was not checked", "%1 entries were not checked", "%1 were not checked",
+      "1 was not checked");
+  return parts.join(tr(", "));
+}
+
+ManifestVerdict beforeTheRun(const ManifestTally& tally, qint64 entries, QStringList details) {
+  if (entries == 0) {
+    return {ManifestVerdict::Tone::caution, QStringLiteral("exclamationmark.triangle.fill"), tr("Nothing to verify"),
+            tally.unsupportedLines == 0 ? tr("The list has no entries.") : details.join(u' ')};
+  }
+  details.prepend(tally.hasRoot ? tr("Ready to be checked against the files in the root folder.")
+                                : tr("Choose the root folder, from which the list's paths start."));
+  return {ManifestVerdict::Tone::pending, QStringLiteral("checklist"),
+          counted(entries, "1 entry, not verified yet", "%1 entries, not verified yet"), details.join(u' ')};
+}
+
+}  // namespace
+
+ManifestVerdict manifestVerdict(const ManifestTally& tally) {
+  using Tone = ManifestVerdict::Tone;
+  using Run = ManifestTally::Run;
+  const qint64 entries = tally.matched + tally.mismatched + tally.failed + tally.waiting;
+  if (tally.run == Run::reading) return {Tone::pending, {}, tr("Reading checksum file…"), {}};
+  if (!tally.readError.isEmpty()) {
+    return {Tone::bad, QStringLiteral("exclamationmark.triangle.fill"), tr("The checksum list was not read"),
+            tally.readError};
+  }
+  QStringList details;
+  if (tally.unsupportedLines > 0) {
+    details.append(counted(tally.unsupportedLines, "1 line is not understood and was not checked.",
+                           "%1 lines are not understood and were not checked."));
+  }
+  if (tally.run == Run::none || entries == 0) return beforeTheRun(tally, entries, std::move(details));
+
+  const bool isWrong = tally.mismatched + tally.failed > 0;
+  if (tally.run == Run::running) {
+    ManifestTally soFar = tally;
+    soFar.waiting = 0;
+    details.prepend(tr("%1 of %2 entries checked.").arg(figure(entries - tally.waiting), figure(entries)));
+    return {isWrong ? Tone::bad : Tone::pending, QStringLiteral("checklist"),
+            isWrong ? tr("So far %1").arg(shortcomings(soFar)) : tr("Verifying…"), details.join(u' ')};
+  }
+
+  if (isWrong || tally.waiting > 0) {
+    details.prepend(tally.failed == entries
+                        ? tr("Is this the right root folder?")
+                        : tr("%1 of %2 entries match.").arg(figure(tally.matched), figure(entries)));
+    if (tally.run == Run::cancelled) details.prepend(tr("The verification was cancelled."));
+    if (tally.run == Run::stoppedByError) details.prepend(tr("The verification was stopped by an error."));
+    return {
+        isWrong ? Tone::bad : Tone::caution,
+        tally.mismatched > 0 ? QStringLiteral("xmark.circle.fill") : QStringLiteral("exclamationmark.triangle.fill"),
+        shortcomings(tally), details.join(u' ')};
+  }
+  if (tally.run != Run::ended) {
+    return {Tone::caution, QStringLiteral("exclamationmark.triangle.fill"),
+            tr("The verification did not come to its end"), details.join(u' ')};
+  }
+  if (tally.unsupportedLines > 0) {
+    return {Tone::caution, QStringLiteral("exclamationmark.triangle.fill"),
+            tr("%1, but %2")
+                .arg(counted(entries, "1 entry matches", "%1 entries match"),
+                     counted(tally.unsupportedLines, "1 line could not be checked", "%1 lines could not be checked")),
+            tr("A line that is not understood may be meant for a file: see the warnings.")};
+  }
+  return {Tone::good, QStringLiteral("checkmark.circle.fill"),
+          counted(entries, "The only entry matches", "All %1 entries match"),
+          tally.ignoredLines == 0
+              ? tr("Every line of the list was checked.")
+              : counted(tally.ignoredLines, "Every entry was checked. 1 line is blank or a comment.",
+                        "Every entry was checked. %1 lines are blank or comments.")};
+}
+
+}  // namespace tallyfold

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include <QString>
+#include <QVariantMap>
+
+#include "app/tasks/WeakAppViewModelReference.h"
+
+namespace tallyfold {
+
+/// The size of a chosen file, in words, as soon as a worker has asked the file system for it: once for each choice. On
+/// the interface thread.
+class ShownFileSize {
+ public:
+  using Announcement = void (AppViewModel::*)();
+
+  /// Workers that wait for a file system at a time; where so many hang, further sizes are unknown until one comes back.
+  static constexpr int mostAsking = 8;
+
+  /// `announcement` is the signal of the model that tells of a size.
+  ShownFileSize(std::shared_ptr<WeakAppViewModelReference> model, Announcement announcement)
+      : model_(std::move(model)), announcement_(announcement) {}
+
+  /// Forgets the size of another file, and asks for that of `path`.
+  void ask(const std::optional<std::filesystem::path>& path);
+
+  /// "…" until it is known; empty when it cannot be known, or nothing was asked.
+  [[nodiscard]] QString text() const { return text_ ? *text_ : QString(); }
+
+  /// The two files change places; no announcement is lost.
+  void swap(ShownFileSize& other) { text_.swap(other.text_); }
+
+ private:
+  std::shared_ptr<WeakAppViewModelReference> model_;
+  Announcement announcement_;
+  std::shared_ptr<QString> text_;  // Nobody else keeps it: an answer to nobody is dropped.
+};
+
+/// What a screen shows of a chosen file: { name, folder, size }, safe to show; empty when none is chosen.
+QVariantMap fileCard(const std::optional<std::filesystem::path>& path, const QString& size = {});
+
+}  // namespace tallyfold

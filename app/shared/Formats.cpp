@@ -1,0 +1,53 @@
+#include "app/shared/Formats.h"
+
+#include <array>
+#include <cmath>
+
+namespace tallyfold {
+
+QLocale userLocale() {
+  const QLocale system = QLocale::system();
+  return system.language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : system;
+}
+
+QString compactDuration(double seconds) {
+  return seconds < 1.0 ? QString::asprintf("%.0f ms", seconds * 1000) : QString::asprintf("%.2f s", seconds);
+}
+
+QString exactByteCount(qint64 bytes) {
+  return bytes == 1 ? QStringLiteral("1 byte") : QStringLiteral("%1 bytes").arg(userLocale().toString(bytes));
+}
+
+QString formattedByteCount(qint64 bytes) {
+  struct Unit {
+    const char* name;
+    int decimals;
+  };
+  static constexpr std::array<Unit, 6> units = {{{"KB", 0}, {"MB", 1}, {"GB", 2}, {"TB", 2}, {"PB", 2}, {"EB", 2}}};
+
+  if (bytes < 1000) return exactByteCount(bytes);
+
+  const QLocale locale = userLocale();
+  double value = static_cast<double>(bytes) / 1000;
+  std::size_t unit = 0;
+  const auto rounded = [&] {
+    return std::round(value * std::pow(10, units[unit].decimals)) / std::pow(10, units[unit].decimals);
+  };
+  while (rounded() >= 1000 && unit + 1 < units.size()) {
+    value /= 1000;
+    ++unit;
+  }
+  QString digits = locale.toString(rounded(), 'f', units[unit].decimals);
+  while (digits.contains(locale.decimalPoint()) && digits.endsWith(locale.zeroDigit())) digits.chop(1);
+  if (digits.endsWith(locale.decimalPoint())) digits.chop(locale.decimalPoint().size());
+  return digits + QLatin1Char(' ') + QLatin1String(units[unit].name);
+}
+
+QString formattedThroughput(double bytesPerSecond) {
+  // 2^63 is the first double that no longer fits.
+  if (!std::isfinite(bytesPerSecond) || bytesPerSecond >= 0x1p63 || bytesPerSecond < -0x1p63)
+    return QStringLiteral("—");
+  return formattedByteCount(static_cast<qint64>(bytesPerSecond)) + QStringLiteral("/s");
+}
+
+}  // namespace tallyfold

@@ -1,0 +1,94 @@
+#include "app/tasks/BackgroundTask.h"
+
+#include <sys/resource.h>
+#include <unistd.h>
+#include <utility>
+
+#include "core/base/Errors.h"
+
+namespace tallyfold {
+
+namespace {
+
+constexpr int utilityNiceness = 10;
+
+}  // namespace
+
+void BackgroundTask::Context::post(WeakAppViewModelReference::Message message) const {
+  model_->post([task = task_, generation = generation_, message = std::move(message)](AppViewModel& model) {
+    if (task->generation_ == generation) message(model);
+  });
+}
+
+BackgroundTask::BackgroundTask(std::shared_ptr<WeakAppViewModelReference> model) : model_(std::move(model)) {
+  impatience_.setSingleShot(true);
+  impatience_.setTimerType(Qt::PreciseTimer);
+  impatience_.setInterval(patience);
+  impatience_.callOnTimeout([this] {
+    // After what the work may have posted meanwhile.
+    model_->post([this, run = run_](AppViewModel& owner) {
+      if (run_ != run) return;
+      hasLeftWorkBehind_ = true;
+      end(owner, run, nullptr);
+    });
+  });
+}
+
+BackgroundTask::~BackgroundTask() { cancel(); }
+
+void BackgroundTask::start(Priority priority, Work work, LastStep lastStep) {
+  run_ = std::make_shared<Run>();
+  run_->lastStep = std::move(lastStep);
+  hasLeftWorkBehind_ = false;
+  generation_ = Uuid::random();
+
+  Context context;
+  context.model_ = model_;
+  context.task_ = this;
+  context.cancellation_ = run_->cancellation.get_token();
+  context.generation_ = generation_;
+
+  const auto finish = [context, run = run_](std::exception_ptr failure) {
+    context.model_->post([task = context.task_, run, failure = std::move(failure)](AppViewModel& model) {
+      task->end(model, run, failure);
+    });
+  };
+
+  try {
+    Workers::start([priority, context, work = std::move(work), finish]() mutable {
+      if (priority == Priority::utility) setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), utilityNiceness);
+      std::exception_ptr failure;
+      try {
+        work(context);
+      } catch (const CancellationError&) {
+        failure = nullptr;
+      } catch (...) {
+        failure = std::current_exception();
+      }
+      work = nullptr;
+      finish(std::move(failure));
+    });
+  } catch (...) {
+    finish(std::current_exception());
+  }
+}
+
+void BackgroundTask::cancel() {
+  generation_ = Uuid::random();
+  if (run_ != nullptr && run_->cancellation.request_stop()) impatience_.start();
+}
+
+void BackgroundTask::abandon() {
+  cancel();
+  impatience_.stop();
+  run_ = nullptr;
+}
+
+void BackgroundTask::end(AppViewModel& model, const std::shared_ptr<Run>& run, const std::exception_ptr& failure) {
+  if (run_ != run) return;
+  impatience_.stop();
+  run_ = nullptr;
+  run->lastStep(model, run->cancellation.stop_requested() ? nullptr : failure);
+}
+
+}  // namespace tallyfold

@@ -1,0 +1,190 @@
+#include "core/services/HashService.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <fcntl.h>
+#include <limits>
+#include <memory>
+#include <system_error>
+
+#include "core/base/Errors.h"
+#include "core/digests/HashLanes.h"
+#include "core/digests/HashPipeline.h"
+#include "core/digests/LanePlan.h"
+#include "core/base/Processor.h"
+#include "core/digests/ReadBuffer.h"
+
+namespace tallyfold::HashService {
+
+namespace {
+
+[[noreturn]] void fail(HashServiceError::Case reason) { throw HashServiceError(reason); }
+
+std::int64_t saturatingSum(std::int64_t a, std::int64_t b) {
+  constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
+  return a > largest - b ? largest : a + b;
+}
+
+/// One pipeline on the calling thread, and the piece of the file that it is fed from: what is read stays in a
+/// second-level cache until one algorithm after another has read it there.
+class OneLane {
+ public:
+  OneLane(HashAlgorithmSet algorithms, std::int64_t size)
+      : pipeline_(algorithms), buffer_(static_cast<std::size_t>(std::min(size, kPiece))) {}
+
+  [[nodiscard]] std::span<std::byte> room(std::size_t wanted) const {
+    return buffer_.first(std::min(wanted, buffer_.size()));
+  }
+
+  void absorb(std::size_t count) { pipeline_.update(buffer_.first(count)); }
+
+  [[nodiscard]] DigestMap finalize() { return pipeline_.finalize(); }
+
+ private:
+  static constexpr std::int64_t kPiece = 128 << 10;
+
+  HashPipeline pipeline_;
+  ReadBuffer buffer_;
+};
+
+/// Lanes for a file of this size, or none where one lane is as good: for a small file, on one core, or when the system
+/// has no more threads.
+std::unique_ptr<HashLanes> newLanes(HashAlgorithmSet algorithms, std::int64_t size) {
+  constexpr std::int64_t large = 2 << 20;  // Hashed in the time of many thread starts, whatever the algorithm.
+  if (size < large) return nullptr;
+  const unsigned cores = availableCores();
+  if (cores == 1) return nullptr;
+  const LanePlan plan = planForCores(algorithms, measuredCosts(), cores);
+  if (plan.lanes.size() == 1) return nullptr;
+  try {
+    return std::make_unique<HashLanes>(plan, size, static_cast<std::size_t>(std::min(size, chunkSize)));
+  } catch (const std::system_error&) {
+    return nullptr;
+  }
+}
+
+/// Feeds `size` bytes to `lanes`, never reading past them.
+template <typename Lanes>
+void readInto(Lanes& lanes, FileHandle& handle, std::int64_t size, const std::stop_token& cancellation,
+              const ProgressCallback& progress) {
+  const std::int64_t step = progressStep(size);
+  std::int64_t due = step;
+  std::int64_t bytesRead = 0;
+  std::int64_t announced = 0;
+  while (bytesRead < size) {
+    checkCancellation(cancellation);
+    const std::size_t count = handle.read(lanes.room(static_cast<std::size_t>(size - bytesRead)));
+    if (count == 0) fail(HashServiceError::Case::fileChangedDuringRead);
+    bytesRead += static_cast<std::int64_t>(count);
+    // What comes next is on its way from the disk while this is hashed.
+    const std::int64_t from = std::max(bytesRead, announced);
+    if (from < size && bytesRead + chunkSize / 2 >= announced) {
+      handle.willNeed(from, std::min(size - from, chunkSize));
+      announced = from + chunkSize;
+    }
+    lanes.absorb(count);
+    if (bytesRead < size && bytesRead >= due) {
+      progress(static_cast<double>(bytesRead) / static_cast<double>(size));
+      due = saturatingSum(bytesRead, step);
+    }
+  }
+}
+
+}  // namespace
+
+FileSnapshot fileSnapshot(const std::filesystem::path& url) { return snapshotOfPath(url); }
+
+FileSnapshot fileSnapshot(const FileHandle& handle) { return handle.snapshot(); }
+
+std::pair<FileHandle, FileSnapshot> openRegularFileForReading(const std::filesystem::path& url,
+                                                              const std::stop_token& cancellation) {
+  const FileSnapshot expected = fileSnapshot(url);
+  if (!expected.isRegularFile) fail(HashServiceError::Case::notRegularFile);
+  FileHandle handle = FileHandle::open(url, O_RDONLY | O_NONBLOCK);
+  const FileSnapshot opened = fileSnapshot(handle);
+  if (!opened.isRegularFile) fail(HashServiceError::Case::notRegularFile);
+  if (!opened.isSameIdentity(expected)) fail(HashServiceError::Case::fileChangedDuringRead);
+  waitUntilChangesShow(opened, cancellation);
+  return {std::move(handle), opened};
+}
+
+void validateUnchanged(const FileHandle& handle, const std::filesystem::path& url, const FileSnapshot& initial) {
+  if (fileSnapshot(handle) != initial) fail(HashServiceError::Case::fileChangedDuringRead);
+  validatePath(url, initial);
+}
+
+void validatePath(const std::filesystem::path& url, const FileSnapshot& initial) {
+  try {
+    if (fileSnapshot(url).isSameIdentity(initial)) return;
+  } catch (const std::system_error&) {
+  }
+  fail(HashServiceError::Case::fileChangedDuringRead);
+}
+
+void checkCancellation(const std::stop_token& cancellation) {
+  if (cancellation.stop_requested()) throw CancellationError();
+}
+
+std::size_t readExactChunk(FileHandle& handle, std::span<std::byte> bytes, const std::stop_token& cancellation) {
+  if (bytes.empty()) return 0;
+  std::size_t held = handle.read(bytes);
+  if (held == 0) return 0;
+  while (held < bytes.size()) {
+    checkCancellation(cancellation);
+    const std::size_t count = handle.read(bytes.subspan(held));
+    if (count == 0) break;
+    held += count;
+  }
+  return held;
+}
+
+bool hasContentWithoutSize(FileHandle& handle, const FileSnapshot& initial) {
+  std::array<std::byte, 1> byte{};
+  return initial.fileSize == 0 && handle.read(byte) != 0;
+}
+
+std::int64_t progressStep(std::int64_t size) {
+  constexpr std::int64_t manyChunks = 838'860'800;  // 800 MiB: from here on, a hundredth is more than a chunk.
+  return size < manyChunks ? chunkSize : size / 100;
+}
+
+OpenFileHashes hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
+                            const std::stop_token& cancellation, const ProgressCallback& progress) {
+  const std::int64_t size = initial.fileSize;
+  const auto hashWith = [&](auto&& lanes) -> OpenFileHashes {
+    const auto start = std::chrono::steady_clock::now();
+    readInto(lanes, handle, size, cancellation, progress);
+    checkCancellation(cancellation);
+    if (hasContentWithoutSize(handle, initial) || fileSnapshot(handle) != initial) {
+      fail(HashServiceError::Case::fileChangedDuringRead);
+    }
+    return {.hashes = lanes.finalize(), .start = start};
+  };
+  const std::unique_ptr<HashLanes> lanes = newLanes(algorithms, size);
+  return lanes ? hashWith(*lanes) : hashWith(OneLane(algorithms, size));
+}
+
+FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,
+                        const std::stop_token& cancellation, const ProgressCallback& progress) {
+  checkCancellation(cancellation);
+  if (algorithms.empty()) fail(HashServiceError::Case::noAlgorithms);
+  auto [handle, initial] = openRegularFileForReading(url, cancellation);
+  validatePath(url, initial);
+
+  auto [hashes, start] = hashOpenFile(handle, initial, algorithms, cancellation, progress);
+  validateUnchanged(handle, url, initial);
+  const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
+
+  progress(1.0);
+  return {
+      .id = resultID,
+      .url = url,
+      .fileSize = initial.fileSize,
+      .modifiedAt = {initial.modifiedSeconds, initial.modifiedNanoseconds},
+      .hashes = std::move(hashes),
+      .duration = duration.count(),
+  };
+}
+
+}  // namespace tallyfold::HashService

@@ -1,0 +1,106 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stop_token>
+#include <utility>
+#include <vector>
+
+#include "core/digests/DigestMap.h"
+#include "core/files/FileHandle.h"
+#include "core/files/FileSnapshot.h"
+#include "core/digests/HashAlgorithm.h"
+#include "core/base/Uuid.h"
+
+namespace tallyfold {
+
+/// A point in time, since 1970-01-01 UTC. Seconds and nanoseconds stay apart so that no second is lost to rounding.
+struct Timestamp {
+  std::int64_t seconds = 0;
+  std::int64_t nanoseconds = 0;
+
+  bool operator==(const Timestamp&) const = default;
+};
+
+/// The digests of one stable version of one regular file.
+struct FileHashResult {
+  Uuid id;
+  std::filesystem::path url;  ///< As the caller passed it: bytes, not text.
+  std::int64_t fileSize = 0;  ///< Bytes.
+  Timestamp modifiedAt;
+  DigestMap hashes;     ///< Exactly the selected algorithms.
+  double duration = 0;  ///< Seconds, from the first read to the last check. What prepares for reading is not in it.
+
+  bool operator==(const FileHashResult&) const = default;
+};
+
+/// Results as the model and the report share them: immutable, in the order in which the files finished.
+using FileHashResults = std::vector<std::shared_ptr<const FileHashResult>>;
+
+/// Fraction done, 0 to 1. Called on the thread that does the work. Never empty.
+using ProgressCallback = std::function<void(double)>;
+
+/// Hashing and comparing files. Stateless: every operation may run on any number of threads at once. Failures are
+/// HashServiceError, std::system_error with the system's error number, those of creating a HashPipeline, or
+/// CancellationError when `cancellation` was requested; there is never a partial result.
+namespace HashService {
+
+/// The digests of an open file, and when all was ready for the first read.
+struct OpenFileHashes {
+  DigestMap hashes;
+  std::chrono::steady_clock::time_point start;
+};
+
+/// Bytes read, and held, at a time.
+inline constexpr std::int64_t chunkSize = 8'388'608;
+
+/// Calculates all `algorithms` in one sequential pass over the file at `url`, following symbolic links.
+/// A file that is replaced, truncated, extended or rewritten meanwhile fails with `fileChangedDuringRead`, and so does
+/// one that has content but no size: nothing tells how much of it is the file.
+/// `progress` grows strictly, stays below 1 while reading and is 1 exactly once, at the end of a successful call.
+/// Cancellation is seen within one chunk.
+FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,
+                        const std::stop_token& cancellation, const ProgressCallback& progress);
+
+/// The same of a file that was just opened and is the version `initial`, up to what concerns its path and the clock
+/// (see `waitUntilChangesShow`): the caller looks after those. Fails with `fileChangedDuringRead` unless the file is
+/// still this version at the end. `progress` is as above, but without the 1 at the end.
+OpenFileHashes hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
+                            const std::stop_token& cancellation, const ProgressCallback& progress);
+
+FileSnapshot fileSnapshot(const std::filesystem::path& url);
+FileSnapshot fileSnapshot(const FileHandle& handle);
+
+/// Opens a regular file, never blocking on a pipe or device, and makes sure that what was opened is what was looked at.
+/// Where the file changed so recently that its next change might not show, waits until it would.
+std::pair<FileHandle, FileSnapshot> openRegularFileForReading(const std::filesystem::path& url,
+                                                              const std::stop_token& cancellation);
+
+/// Fails unless the open file is still the version `initial` and `url` still leads to it.
+void validateUnchanged(const FileHandle& handle, const std::filesystem::path& url, const FileSnapshot& initial);
+
+/// Fails unless `url` still leads to the file `initial`. A path that leads nowhere is a change like any other.
+void validatePath(const std::filesystem::path& url, const FileSnapshot& initial);
+
+/// Fails with CancellationError when cancellation was requested.
+void checkCancellation(const std::stop_token& cancellation);
+
+/// Fills `bytes` as far as the file goes and returns how much that was; 0 at the end of the file.
+std::size_t readExactChunk(FileHandle& handle, std::span<std::byte> bytes, const std::stop_token& cancellation);
+
+/// Whether a file that has no size, by `initial`, has content all the same, as those have that are made when they are
+/// read. Takes one read, and none of a file that has a size. Called where nothing has been read yet.
+bool hasContentWithoutSize(FileHandle& handle, const FileSnapshot& initial);
+
+/// Bytes between two progress reports for a file of `size` bytes.
+std::int64_t progressStep(std::int64_t size);
+
+}  // namespace HashService
+
+}  // namespace tallyfold

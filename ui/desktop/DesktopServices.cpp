@@ -1,0 +1,129 @@
+#include "ui/desktop/DesktopServices.h"
+
+#include <utility>
+
+#include <QClipboard>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileIconProvider>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMimeData>
+
+#include "app/shared/FileLocation.h"
+
+namespace tallyfold {
+
+namespace {
+
+const QString plainText = QStringLiteral("text/plain");
+
+// Tells kinds of items without reading them: the toolkit's own way would wait, on this thread, for a disk that does not
+// answer.
+class ItemKinds : public QFileIconProvider {
+ public:
+  QIcon icon(IconType type) const override { return QFileIconProvider::icon(type); }
+  QIcon icon(const QFileInfo& item) const override { return item.isDir() ? folder_ : file_; }
+  QString type(const QFileInfo& item) const override {
+    return item.isDir() ? QFileDialog::tr("Folder") : item.suffix();
+  }
+
+ private:
+  // Asked for on a thread of the toolkit's, too.
+  const QIcon folder_ = QFileIconProvider::icon(Folder);
+  const QIcon file_ = QFileIconProvider::icon(File);
+};
+
+// A panel that belongs to `window`, blocks only it, and deletes itself when it closes.
+QFileDialog* makePanel(QWindow* window) {
+  auto* panel = new QFileDialog;
+  static auto& kinds = *new ItemKinds;  // Never destroyed: a thread of the toolkit may outlive main.
+  panel->setIconProvider(&kinds);
+  panel->setAttribute(Qt::WA_DeleteOnClose);
+  panel->setWindowModality(Qt::WindowModal);
+  panel->winId();
+  if (panel->windowHandle() != nullptr) panel->windowHandle()->setTransientParent(window);
+  return panel;
+}
+
+QFileDialog* makeOpenPanel(QWindow* window, QFileDialog::FileMode mode, const QString& title) {
+  QFileDialog* panel = makePanel(window);
+  panel->setObjectName(QStringLiteral("openPanel"));
+  panel->setWindowTitle(title);
+  panel->setFileMode(mode);
+  return panel;
+}
+
+void openExisting(QWindow* window, QFileDialog::FileMode mode, const QString& title,
+                  std::function<void(const QList<QUrl>&)> chosen) {
+  QFileDialog* panel = makeOpenPanel(window, mode, title);
+  QObject::connect(panel, &QDialog::accepted, panel,
+                   [panel, chosen = std::move(chosen)] { chosen(panel->selectedUrls()); });
+  panel->open();
+}
+
+}  // namespace
+
+void DesktopServices::chooseFiles(std::function<void(const QList<QUrl>&)> chosen) {
+  openExisting(window_, QFileDialog::ExistingFiles, QFileDialog::tr("Choose Files"), std::move(chosen));
+}
+
+void DesktopServices::chooseSingleFile(std::function<void(const QUrl&)> chosen) {
+  openExisting(window_, QFileDialog::ExistingFile, QFileDialog::tr("Choose File"),
+               [chosen = std::move(chosen)](const QList<QUrl>& files) { chosen(files.value(0)); });
+}
+
+void DesktopServices::chooseFolder(std::function<void(const QUrl&)> chosen) {
+  QFileDialog* panel = makeOpenPanel(window_, QFileDialog::Directory, QFileDialog::tr("Choose Folder"));
+  panel->setOptions(QFileDialog::ShowDirsOnly | QFileDialog::ReadOnly);
+  QObject::connect(panel, &QDialog::accepted, panel,
+                   [panel, chosen = std::move(chosen)] { chosen(panel->selectedUrls().value(0)); });
+  panel->open();
+}
+
+void DesktopServices::chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) {
+  QFileDialog* panel = makePanel(window_);
+  panel->setObjectName(QStringLiteral("savePanel"));
+  panel->setWindowTitle(QFileDialog::tr("Save Report"));
+  panel->setAcceptMode(QFileDialog::AcceptSave);
+  panel->setFileMode(QFileDialog::AnyFile);
+  panel->setDefaultSuffix(QFileInfo(fileName).suffix());
+  panel->selectFile(fileName);
+  QObject::connect(panel, &QDialog::accepted, panel,
+                   [panel, chosen = std::move(chosen)] { chosen(panel->selectedUrls().value(0)); });
+  panel->open();
+}
+
+QString DesktopServices::pasteboardText(Pasteboard pasteboard) const {
+  const QClipboard& clipboard = *QGuiApplication::clipboard();
+  const QMimeData* data =
+      clipboard.mimeData(pasteboard == Pasteboard::clipboard ? QClipboard::Clipboard : QClipboard::Selection);
+  // The toolkit's own way would ask for one form after the other, and wait five seconds for each.
+  return data != nullptr && data->formats().contains(plainText) ? data->text() : QString();
+}
+
+void DesktopServices::setPasteboard(const QByteArray& text) {
+  // As bytes and not as a QString: a path need not be text.
+  auto* data = new QMimeData;
+  data->setData(QStringLiteral("text/plain"), text);
+  QGuiApplication::clipboard()->setMimeData(data);
+}
+
+void DesktopServices::revealInFileBrowser(const std::filesystem::path& path) {
+  QDBusMessage call = QDBusMessage::createMethodCall(
+      QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
+      QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+  call << QStringList{fileUrl(path).toString(QUrl::FullyEncoded)} << QString();
+  auto* answer = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call));
+  QObject::connect(answer, &QDBusPendingCallWatcher::finished, answer, [path](QDBusPendingCallWatcher* watcher) {
+    // No file browser on the bus: whatever opens folders on this desktop will do.
+    if (watcher->isError()) QDesktopServices::openUrl(fileUrl(path.parent_path()));
+    watcher->deleteLater();
+  });
+}
+
+}  // namespace tallyfold

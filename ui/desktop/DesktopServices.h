@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QPointer>
+#include <QWindow>
+
+#include "app/shared/Desktop.h"
+
+namespace tallyfold {
+
+/// The desktop's own panels, clipboard and file browser.
+class DesktopServices : public Desktop {
+ public:
+  /// Panels belong to `window` from now on.
+  void setWindow(QWindow* window) { window_ = window; }
+
+  void chooseFiles(std::function<void(const QList<QUrl>&)> chosen) override;
+  void chooseSingleFile(std::function<void(const QUrl&)> chosen) override;
+  void chooseFolder(std::function<void(const QUrl&)> chosen) override;
+  [[nodiscard]] QString pasteboardText(Pasteboard pasteboard) const override;
+  void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) override;
+  void setPasteboard(const QByteArray& text) override;
+  void revealInFileBrowser(const std::filesystem::path& path) override;
+
+ private:
+  QPointer<QWindow> window_;
+};
+
+}  // namespace tallyfold

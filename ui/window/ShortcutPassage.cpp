@@ -1,0 +1,38 @@
+#include "ui/window/ShortcutPassage.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QKeySequence>
+#include <QMouseEvent>
+
+namespace tallyfold {
+
+void ShortcutPassage::setTarget(QQuickItem* target) {
+  if (target == nullptr || target == target_) return;
+  target_ = target;
+  target_->installEventFilter(this);
+  // It would look whether it could paste whenever the clipboard has a new owner.
+  disconnect(QGuiApplication::clipboard(), nullptr, target_, nullptr);
+  emit targetChanged();
+}
+
+bool ShortcutPassage::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Paste)) {
+    emit pasteRequested(false);
+    return true;
+  }
+  if ((event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonRelease) &&
+      static_cast<QMouseEvent*>(event)->button() == Qt::MiddleButton) {
+    if (event->type() == QEvent::MouseButtonPress) emit pasteRequested(true);
+    return true;
+  }
+  if (event->type() != QEvent::ShortcutOverride || !watched->property("readOnly").toBool()) return false;
+  const auto* key = static_cast<QKeyEvent*>(event);
+  const bool hasSelection = !watched->property("selectedText").toString().isEmpty();
+  if ((key->matches(QKeySequence::Copy) && hasSelection) || key->matches(QKeySequence::SelectAll)) return false;
+  event->ignore();
+  return true;
+}
+
+}  // namespace tallyfold

@@ -1,0 +1,129 @@
+#include "ui/window/TallyfoldApp.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <malloc.h>
+
+#include <QFont>
+#include <QIcon>
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
+#include <QOpenGLFunctions>
+#include <QPalette>
+#include <QQuickWindow>
+#include <QSessionManager>
+#include <QSettings>
+#include <QStyleFactory>
+
+#include "app/tasks/BackgroundTask.h"
+#include "ui/drops/DropHandling.h"
+#include "ui/desktop/IconProvider.h"
+
+// Made by the build from the types that this floor registers.
+extern void qml_register_types_TallyFold();
+
+namespace tallyfold {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// A desktop with a face of its own has said so; a bare X server has only fontconfig's alias for "any".
+void chooseFont() {
+  QFont font = QApplication::font();
+  if (font.family() != QLatin1String("Sans Serif")) return;
+  font.setFamilies({QStringLiteral("Inter"), font.family()});
+  QApplication::setFont(font);
+}
+
+// Without OpenGL, or with an OpenGL that is only emulated, the toolkit's own drawing is the faster and the leaner one.
+bool hasGraphicsProcessor() {
+  QOffscreenSurface surface;
+  surface.create();
+  QOpenGLContext context;
+  if (!context.create() || !context.makeCurrent(&surface)) return false;
+  const GLubyte* name = context.functions()->glGetString(GL_RENDERER);
+  const QString renderer = QString::fromLatin1(reinterpret_cast<const char*>(name));
+  return !renderer.contains(QLatin1String("llvmpipe")) && !renderer.contains(QLatin1String("softpipe"));
+}
+
+// The panels that the toolkit draws itself, where the desktop has none, are dark as the window is.
+void chooseDarkPalette() {
+  QPalette palette;
+  palette.setColor(QPalette::Window, QColor(0x171C2B));
+  palette.setColor(QPalette::Base, QColor(0x10141F));
+  palette.setColor(QPalette::AlternateBase, QColor(0x171C2B));
+  palette.setColor(QPalette::Button, QColor(0x242A3B));
+  palette.setColor(QPalette::ToolTipBase, QColor(0x242A3B));
+  for (const QPalette::ColorRole role :
+       {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText}) {
+    palette.setColor(role, QColor(0xE9EDF5));
+    palette.setColor(QPalette::Disabled, role, QColor(0x8590A8));
+  }
+  palette.setColor(QPalette::PlaceholderText, QColor(0x8590A8));
+  palette.setColor(QPalette::Highlight, QColor(0x8AB4FF));
+  palette.setColor(QPalette::HighlightedText, QColor(0x0B0E16));
+  palette.setColor(QPalette::Link, QColor(0x8AB4FF));
+  QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+  QApplication::setPalette(palette);
+}
+
+// The toolkit and Mesa would keep the few shaders of the window in the user's home folder. Before the toolkit: with it
+// come the drivers, which ask once.
+int& withoutShaderCaches(int& argc) {
+  QCoreApplication::setAttribute(Qt::AA_DisableShaderDiskCache);
+  qputenv("MESA_SHADER_CACHE_DISABLE", "true");
+  return argc;
+}
+
+}  // namespace
+
+TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(withoutShaderCaches(argc), argv) {
+  // One heap for all threads: what a list of 100,000 dropped URLs leaves free is used again for the results.
+  mallopt(M_ARENA_MAX, 1);
+  // Past a limit on file sizes a write must fail like any other, and not end the program.
+  std::signal(SIGXFSZ, SIG_IGN);
+  QApplication::setApplicationName(QStringLiteral("tally-fold"));
+  QApplication::setApplicationDisplayName(QStringLiteral("Tally Fold"));
+  QGuiApplication::setDesktopFileName(QStringLiteral("tally-fold"));
+  QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/tallyfold.svg")));
+  // The window is never brought back by the desktop's session.
+  QObject::connect(&application_, &QGuiApplication::saveStateRequest, &application_,
+                   [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); });
+  // Nothing is kept between two runs; the toolkit's own file panels would store where they were last.
+  QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("/dev/null"));
+  chooseFont();
+  chooseDarkPalette();
+
+  if (!hasGraphicsProcessor()) QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+  // The drivers have asked. Programs that are started from here are none of ours.
+  qunsetenv("MESA_SHADER_CACHE_DISABLE");
+
+  qml_register_types_TallyFold();
+  engine_.addImportPath(QStringLiteral("qrc:/qml"));
+  engine_.addImageProvider(QStringLiteral("icons"), new IconProvider);
+  engine_.setInitialProperties({{QStringLiteral("viewModel"), QVariant::fromValue(&viewModel_)}});
+  // As a URL: of text the toolkit would first ask whether it is a file in the current folder.
+  engine_.load(QUrl(QStringLiteral("qrc:/qml/TallyFold/window/ContentView.qml")));
+  window_ = engine_.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
+  if (window_ == nullptr) qFatal("The window could not be built.");
+  desktop_.setWindow(window_);
+  tellRefusals([this](const QString& sentence) { viewModel_.setErrorMessage(sentence); });
+}
+
+int TallyfoldApp::run() { return leave(QApplication::exec()); }
+
+int TallyfoldApp::leave(int status) {
+  // An export that was cancelled may have left its work behind.
+  const bool isExporting = viewModel_.isExporting() || !viewModel_.interruption().isEmpty();
+  viewModel_.shutdown();
+  window_->hide();
+  QGuiApplication::sync();  // Nobody sees what is waited for.
+  // Every worker sees the cancellation within one chunk. One that hangs in a dead file system is left behind; but a
+  // slow disk that a report is on its way to gets the time to answer, so that the report's private folder is removed.
+  if (!BackgroundTask::waitForAll(isExporting ? 5s : 900ms)) std::_Exit(status);
+  return status;
+}
+
+}  // namespace tallyfold

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+
+#include <QApplication>
+#include <QQmlApplicationEngine>
+
+#include "app/AppViewModel.h"
+#include "ui/desktop/DesktopServices.h"
+
+class QQuickWindow;
+
+namespace tallyfold {
+
+/// The program: the toolkit, the one model, the one window.
+class TallyfoldApp {
+ public:
+  /// Builds and shows the window. `argc` must live as long as the program.
+  TallyfoldApp(int& argc, char** argv);
+
+  /// Until the window closes or the user quits; returns the exit status.
+  int run();
+
+  /// Hides the window, ends all background work, waits for it, and returns `status`; the model takes no more commands.
+  /// Ends the process with `status` when the work does not end in time: in five seconds where a report is being saved,
+  /// else in one.
+  int leave(int status);
+
+  [[nodiscard]] AppViewModel& viewModel() { return viewModel_; }
+  [[nodiscard]] QQuickWindow& window() { return *window_; }
+
+ private:
+  QApplication application_;
+  DesktopServices desktop_;
+  AppViewModel viewModel_{desktop_};
+  QQmlApplicationEngine engine_;
+  QQuickWindow* window_ = nullptr;  // The engine's.
+};
+
+}  // namespace tallyfold
