@@ -15,8 +15,8 @@
 #include "app/verify/VerificationResult.h"
 #include "checksums/ChecksumManifestEntry.h"
 #include "core/digests/DigestMap.h"
-#include "core/services/FileComparison.h"
 #include "core/digests/HashAlgorithm.h"
+#include "core/services/FileComparison.h"
 
 namespace tallyfold {
 

@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "bench/Measure.h"
-#include "core/services/HashService.h"
-#include "core/digests/LanePlan.h"
 #include "core/base/Processor.h"
+#include "core/digests/LanePlan.h"
+#include "core/services/HashService.h"
 
 namespace {
 

@@ -21,8 +21,8 @@
 #include <QGuiApplication>
 #include <QQuickWindow>
 
-#include "app/tasks/BackgroundTask.h"
 #include "app/shared/FileLocation.h"
+#include "app/tasks/BackgroundTask.h"
 #include "bench/Measure.h"
 #include "core/files/FileHandle.h"
 #include "tests/support/CollidingNames.h"

@@ -16,9 +16,9 @@
 
 #include "bench/Measure.h"
 #include "core/blake3/BLAKE3Stream.h"
+#include "core/blake3/Kernels.h"
 #include "core/digests/CRC32.h"
 #include "core/digests/SHA224.h"
-#include "core/blake3/Kernels.h"
 #include "core/digests/crc32/Kernels.h"
 #include "core/digests/sha224/Kernels.h"
 

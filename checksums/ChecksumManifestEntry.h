@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
-#include "core/digests/HashAlgorithm.h"
 #include "core/base/Uuid.h"
+#include "core/digests/HashAlgorithm.h"
 
 namespace tallyfold {
 

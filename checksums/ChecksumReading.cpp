@@ -6,8 +6,8 @@
 #include <span>
 #include <system_error>
 
-#include "core/services/HashService.h"
 #include "core/digests/ReadBuffer.h"
+#include "core/services/HashService.h"
 #include "core/text/UnicodeText.h"
 
 namespace tallyfold {

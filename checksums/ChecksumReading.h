@@ -12,9 +12,9 @@
 #include <utility>
 
 #include "checksums/ChecksumLines.h"
+#include "core/digests/HashAlgorithm.h"
 #include "core/files/FileHandle.h"
 #include "core/files/FileSnapshot.h"
-#include "core/digests/HashAlgorithm.h"
 
 namespace tallyfold {
 

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "checksums/ChecksumManifestEntry.h"
-#include "core/digests/HashAlgorithm.h"
 #include "core/base/KeyedHash.h"
+#include "core/digests/HashAlgorithm.h"
 
 namespace tallyfold {
 

@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "core/base/Errors.h"
-#include "core/services/HashService.h"
 #include "core/base/KeyedHash.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 

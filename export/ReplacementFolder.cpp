@@ -6,8 +6,8 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "core/services/HashService.h"
 #include "core/base/Uuid.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 

@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "app/shared/FileLocation.h"
-#include "core/services/HashService.h"
 #include "core/base/KeyedHash.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 

@@ -21,8 +21,8 @@
 #include <unistd.h>
 #include <utility>
 
-#include "core/files/CheckedCall.h"
 #include "core/base/Errors.h"
+#include "core/files/CheckedCall.h"
 
 #ifdef SYS_openat2
 #include <linux/openat2.h>

@@ -9,10 +9,10 @@
 #include <system_error>
 
 #include "core/base/Errors.h"
+#include "core/base/Processor.h"
 #include "core/digests/HashLanes.h"
 #include "core/digests/HashPipeline.h"
 #include "core/digests/LanePlan.h"
-#include "core/base/Processor.h"
 #include "core/digests/ReadBuffer.h"
 
 namespace tallyfold::HashService {

@@ -12,11 +12,11 @@
 #include <utility>
 #include <vector>
 
+#include "core/base/Uuid.h"
 #include "core/digests/DigestMap.h"
+#include "core/digests/HashAlgorithm.h"
 #include "core/files/FileHandle.h"
 #include "core/files/FileSnapshot.h"
-#include "core/digests/HashAlgorithm.h"
-#include "core/base/Uuid.h"
 
 namespace tallyfold {
 

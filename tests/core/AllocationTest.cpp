@@ -8,8 +8,8 @@
 #include <new>
 
 #include "core/blake3/BLAKE3Stream.h"
-#include "core/services/FileComparison.h"
 #include "core/blake3/Blake3.h"
+#include "core/services/FileComparison.h"
 #include "tests/core/CoreTest.h"
 #include "tests/support/ThreadLimit.h"
 

@@ -26,10 +26,10 @@
 #include <vector>
 
 #include "core/base/Errors.h"
-#include "core/digests/HashPipeline.h"
-#include "core/services/HashService.h"
 #include "core/base/HexEncoder.h"
 #include "core/base/Processor.h"
+#include "core/digests/HashPipeline.h"
+#include "core/services/HashService.h"
 #include "tests/core/ComparisonOutcome.h"
 #include "tests/core/Outcome.h"
 #include "tests/support/Process.h"

@@ -1,7 +1,7 @@
 // What each algorithm makes of its input. KernelTest has every length and every way of cutting it.
 
-#include "core/digests/SHA224.h"
 #include "core/blake3/Blake3.h"
+#include "core/digests/SHA224.h"
 #include "tests/core/CoreTest.h"
 
 namespace tallyfold::test {

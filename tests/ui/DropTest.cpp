@@ -8,8 +8,8 @@
 
 #include <QSignalSpy>
 
-#include "app/tasks/BackgroundTask.h"
 #include "app/shared/FileLocation.h"
+#include "app/tasks/BackgroundTask.h"
 #include "app/tasks/Workers.h"
 #include "core/files/FileHandle.h"
 #include "tests/support/Process.h"

@@ -9,8 +9,8 @@
 #include <QGuiApplication>
 #include <QMimeData>
 
-#include "app/tasks/BackgroundTask.h"
 #include "app/shared/FileLocation.h"
+#include "app/tasks/BackgroundTask.h"
 #include "tests/support/TurnWatcher.h"
 #include "tests/ui/WindowFixture.h"
 

@@ -4,8 +4,8 @@
 #include <iostream>
 #include <utility>
 
-#include "app/tasks/BackgroundTask.h"
 #include "app/shared/FileLocation.h"
+#include "app/tasks/BackgroundTask.h"
 
 namespace tallyfold::test {
 

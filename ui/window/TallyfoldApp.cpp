@@ -17,8 +17,8 @@
 #include <QStyleFactory>
 
 #include "app/tasks/BackgroundTask.h"
-#include "ui/drops/DropHandling.h"
 #include "ui/desktop/IconProvider.h"
+#include "ui/drops/DropHandling.h"
 
 // Made by the build from the types that this floor registers.
 extern void qml_register_types_TallyFold();
