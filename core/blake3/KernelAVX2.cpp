@@ -15,7 +15,7 @@ struct AVX2 {
   template <int bits>
   static Vector rotate(Vector a) {
     if constexpr (bits % 8 == 0) {
-      const auto& mask = *reinterpret_cast<const Vector*>(bits == 8 ? rotationBy8 : rotationBy16);
+      const auto& mask = *reinterpret_cast<const Vector*>(bits == 8 ? RotatedBytes::by8 : RotatedBytes::by16);
 #ifdef __clang__
       return _mm256_shuffle_epi8(a, mask);
 #else
@@ -32,7 +32,7 @@ struct AVX2 {
   template <int bits>
   static __m128i rotateRow(__m128i a) {
     if constexpr (bits % 8 == 0) {
-      return _mm_shuffle_epi8(a, *reinterpret_cast<const __m128i*>(bits == 8 ? rotationBy8 : rotationBy16));
+      return _mm_shuffle_epi8(a, *reinterpret_cast<const __m128i*>(bits == 8 ? RotatedBytes::by8 : RotatedBytes::by16));
     } else {
       return _mm_or_si128(_mm_srli_epi32(a, bits), _mm_slli_epi32(a, 32 - bits));
     }

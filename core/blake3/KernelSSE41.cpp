@@ -15,7 +15,7 @@ struct SSE41 {
   template <int bits>
   static Vector rotate(Vector a) {
     if constexpr (bits % 8 == 0) {
-      const auto& mask = *reinterpret_cast<const Vector*>(bits == 8 ? rotationBy8 : rotationBy16);
+      const auto& mask = *reinterpret_cast<const Vector*>(bits == 8 ? RotatedBytes::by8 : RotatedBytes::by16);
 #ifdef __clang__
       return _mm_shuffle_epi8(a, mask);
 #else

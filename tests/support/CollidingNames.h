@@ -57,8 +57,7 @@ inline std::vector<std::string> collidingNames(const std::string& prefix, int bi
     state = (between ^ mixed(second)) * factor;
     std::vector<std::string> longer;
     for (const std::string& name : names) {
-      longer.push_back(name + first + second);
-      longer.push_back(name + otherFirst + otherSecond);
+      for (const std::string& ending : {first + second, otherFirst + otherSecond}) longer.push_back(name + ending);
     }
     names = std::move(longer);
   }
