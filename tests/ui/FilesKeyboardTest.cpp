@@ -233,19 +233,22 @@ TEST_F(FilesKeyboardTest, SettingsHaveKeys) {
 
 TEST_F(FilesKeyboardTest, KeysReachNothingBehindAnAlert) {
   add({"first"}, abc);
-  model.setErrorMessage("Something went wrong.");
-  driver.usableItem("alertOk");
-  driver.press({"Delete"});
-  driver.press({"Control_L", "2"});
-  driver.press({"Control_L", "o"});
-  waitFor("the keyboard on OK", [&] { return focusedName() == "OK"; });
-  driver.press({"Return"});
-  waitFor("the alert to close", [&] { return driver.findItem("alertOk") == nullptr; });
-  EXPECT_EQ(model.errorMessage(), "");
-  EXPECT_EQ(model.jobs()->count(), 1);
-  EXPECT_EQ(state(0), FileJobListModel::Queued);
-  EXPECT_EQ(model.mode(), AppMode::Files);
-  EXPECT_EQ(Driver::panel("openPanel"), nullptr);
+  for (const AppMode::Case mode : {AppMode::Files, AppMode::Manifest}) {
+    model.setMode(mode);
+    model.setErrorMessage("Something went wrong.");
+    driver.usableItem("alertOk");
+    driver.press({"Delete"});
+    for (const char* key : {"2", "o", "e", "c"}) driver.press({"Control_L", key});
+    driver.press({"Control_L", "Shift_L", "o"});
+    waitFor("the keyboard on OK", [&] { return focusedName() == "OK"; });
+    driver.press({"Return"});
+    waitFor("the alert to close", [&] { return driver.findItem("alertOk") == nullptr; });
+    EXPECT_EQ(model.errorMessage(), "");
+    EXPECT_EQ(model.jobs()->count(), 1);
+    EXPECT_EQ(state(0), FileJobListModel::Queued);
+    EXPECT_EQ(model.mode(), mode);
+    EXPECT_EQ(Driver::panel("openPanel"), nullptr);
+  }
 }
 
 }  // namespace

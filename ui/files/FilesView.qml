@@ -8,8 +8,6 @@ FocusScope {
 
     required property AppViewModel viewModel
     readonly property bool hasJobs: viewModel.jobs.count > 0
-    // Behind an alert no key reaches it.
-    readonly property bool takesKeys: visible && viewModel.errorMessage === ""
     // With little height, the list comes first.
     readonly property bool isShort: height < 600
     readonly property int gutter: TallyTheme.space6
@@ -225,38 +223,38 @@ FocusScope {
     }
 
     Shortcut {
-        enabled: root.takesKeys
+        enabled: root.visible
         sequence: StandardKey.Open
         onActivated: root.viewModel.chooseFiles()
     }
 
     Shortcut {
-        enabled: root.takesKeys
+        enabled: root.visible
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
         autoRepeat: false
         onActivated: root.viewModel.startProcessing()
     }
 
     Shortcut {
-        enabled: root.takesKeys && (root.viewModel.isProcessing || root.viewModel.isExporting)
+        enabled: root.visible && (root.viewModel.isProcessing || root.viewModel.isExporting)
         sequence: "Esc"
         onActivated: root.viewModel.isProcessing ? root.viewModel.cancelProcessing() : root.viewModel.cancelExport()
     }
 
     Shortcut {
-        enabled: root.takesKeys
+        enabled: root.visible
         sequence: "Ctrl+E"
         onActivated: bottomBar.openExportMenu()
     }
 
     Shortcut {
-        enabled: root.takesKeys && root.hasJobs
+        enabled: root.visible && root.hasJobs
         sequence: "Delete"
         onActivated: root.viewModel.removeJob(list.selectedId())
     }
 
     Shortcut {
-        enabled: root.takesKeys && root.hasJobs
+        enabled: root.visible && root.hasJobs
         sequences: [StandardKey.Copy]
         onActivated: root.viewModel.copyAllHashes(list.selectedId())
     }

@@ -15,8 +15,6 @@ FocusScope {
     readonly property bool hasList: listFile.name !== undefined
     readonly property bool isBusy: viewModel.isLoadingManifest || viewModel.isManifestVerifying
     readonly property string busyRefusal: viewModel.isLoadingManifest ? qsTr("The checksum list is being read.") : viewModel.isManifestVerifying ? qsTr("A verification is under way.") : ""
-    // Behind an alert no key reaches it.
-    readonly property bool takesKeys: visible && viewModel.errorMessage === ""
     // With little height, the list comes first.
     readonly property bool isShort: height < 600
     readonly property int gutter: TallyTheme.space6
@@ -445,19 +443,19 @@ FocusScope {
     }
 
     Shortcut {
-        enabled: root.takesKeys
+        enabled: root.visible
         sequences: [StandardKey.Open]
         onActivated: root.viewModel.chooseManifestFile()
     }
 
     Shortcut {
-        enabled: root.takesKeys && !root.viewModel.isManifestVerifying
+        enabled: root.visible && !root.viewModel.isManifestVerifying
         sequence: "Ctrl+Shift+O"
         onActivated: root.viewModel.chooseManifestRoot()
     }
 
     Shortcut {
-        enabled: root.takesKeys && !root.isBusy
+        enabled: root.visible && !root.isBusy
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
         autoRepeat: false
         onActivated: root.act()
@@ -465,26 +463,26 @@ FocusScope {
 
     // Where no item has the keyboard that could mean something else by it.
     Shortcut {
-        enabled: root.takesKeys && !root.isBusy && root.Window.activeFocusItem === root.Window.contentItem
+        enabled: root.visible && !root.isBusy && root.Window.activeFocusItem === root.Window.contentItem
         sequences: ["Return", "Enter"]
         autoRepeat: false
         onActivated: root.act()
     }
 
     Shortcut {
-        enabled: root.takesKeys && root.isBusy
+        enabled: root.visible && root.isBusy
         sequence: "Esc"
         onActivated: root.viewModel.cancelManifest()
     }
 
     Shortcut {
-        enabled: root.takesKeys && rows.visible
+        enabled: root.visible && rows.visible
         sequences: [StandardKey.Copy]
         onActivated: root.viewModel.copyManifestRow(rows.currentIndex)
     }
 
     Shortcut {
-        enabled: root.takesKeys
+        enabled: root.visible
         sequence: "Ctrl+Shift+C"
         onActivated: root.copyShown()
     }

@@ -114,7 +114,6 @@ Window {
             required property var modelData
 
             Shortcut {
-                enabled: root.viewModel.errorMessage === ""
                 sequence: "Ctrl+" + (index + 1)
                 onActivated: root.viewModel.mode = modelData.mode
             }
