@@ -49,6 +49,8 @@ void WindowFixture::SetUp() {
   waitFor("the last run to end", [&] { return !model.isProcessing() && !model.isExporting(); });
   model.choosePreset(AppViewModel::Recommended);
   model.setMode(AppMode::Files);
+  // Rows that come before it has seen the last ones go would be selected like rows among others.
+  waitFor("an empty list", [&] { return driver.findItem("jobList") == nullptr; });
   window.resize(1000, 680);
   driver.movePointer({1, 1});
   driver.focus(window);

@@ -38,6 +38,10 @@ QtObject {
     readonly property int space6: 24
     readonly property int space8: 32
 
+    readonly property int lineWidth: 1
+    // Of the bar beside a selected row.
+    readonly property int selectionWidth: 3
+
     readonly property int cardRadius: 14
     readonly property int controlRadius: 8
     readonly property int chipRadius: 6
@@ -57,6 +61,7 @@ QtObject {
     // Of a long list whose rows are one line each.
     readonly property int listRowHeight: Math.round(34 * textScale)
     readonly property int iconSize: 16
+    readonly property real runButtonWidth: 112 * textScale
     readonly property int digestGap: 4
     readonly property real disabledOpacity: 0.4
 

@@ -10,13 +10,6 @@ FocusScope {
     readonly property bool hasResult: result.title !== undefined
     readonly property string busyRefusal: viewModel.isComparing ? qsTr("A comparison is under way.") : ""
 
-    function act() {
-        if (viewModel.isComparing)
-            viewModel.resetComparison();
-        else if (viewModel.compareRefusal === "")
-            viewModel.compare();
-    }
-
     TFSectionHeader {
         id: header
 
@@ -120,17 +113,16 @@ FocusScope {
             }
         }
 
-        TFButton {
+        TFRunButton {
             id: act
 
             objectName: "compare"
             anchors.right: parent.right
-            width: 112 * TallyTheme.textScale
-            text: root.viewModel.isComparing ? qsTr("Cancel") : qsTr("Compare")
-            isProminent: !root.viewModel.isComparing
-            tip: root.viewModel.isComparing ? "Esc" : "Ctrl+Return"
-            refusal: root.viewModel.isComparing ? "" : root.viewModel.compareRefusal
-            onClicked: root.act()
+            verb: qsTr("Compare")
+            isRunning: root.viewModel.isComparing
+            startRefusal: root.viewModel.compareRefusal
+            onStarted: root.viewModel.compare()
+            onCancelled: root.viewModel.resetComparison()
         }
     }
 
@@ -196,14 +188,8 @@ FocusScope {
 
     Shortcut {
         enabled: root.visible && !root.viewModel.isComparing
-        sequences: ["Return", "Enter", "Ctrl+Return", "Ctrl+Enter"]
+        sequences: ["Return", "Enter"]
         autoRepeat: false
-        onActivated: root.act()
-    }
-
-    Shortcut {
-        enabled: root.visible && root.viewModel.isComparing
-        sequence: "Esc"
-        onActivated: root.viewModel.resetComparison()
+        onActivated: act.start()
     }
 }

@@ -1,13 +1,11 @@
 import QtQuick
-import QtQuick.Templates as T
 import TallyFold
 
 // One queued file: what it is, where it stands, and its digests once they are there.
-T.ItemDelegate {
+TFJobRow {
     id: root
 
     required property AppViewModel viewModel
-    required property int index
     required property var jobId
     required property string name
     required property string folder
@@ -16,43 +14,17 @@ T.ItemDelegate {
     required property string message
     required property string facts
     required property var digests
-    readonly property bool isSelected: ListView.isCurrentItem
     readonly property bool hasFailed: state === FileJobListModel.Failed
     readonly property string status: [qsTr("Queued"), qsTr("Hashing"), qsTr("Done"), qsTr("Failed")][state]
 
     // The widest copy button, and the space around it.
     readonly property int copyColumnWidth: 104 * TallyTheme.textScale
 
-    signal menuRequested
-
-    implicitHeight: content.implicitHeight + 1
-    padding: 0
-    hoverEnabled: true
-    focusPolicy: Qt.NoFocus
-    Accessible.role: Accessible.ListItem
+    isBad: hasFailed
     Accessible.name: name + also(root.status) + also(message) + also(facts)
-    Accessible.selected: isSelected
-    Accessible.onPressAction: select()
-    onClicked: select()
-    onPressAndHold: showMenu()
 
     function also(part: string): string {
         return part === "" ? "" : ", " + part;
-    }
-
-    function select() {
-        ListView.view.currentIndex = index;
-        forceActiveFocus(Qt.MouseFocusReason);
-    }
-
-    function showMenu() {
-        select();
-        menuRequested();
-    }
-
-    TapHandler {
-        acceptedButtons: Qt.RightButton
-        onTapped: root.showMenu()
     }
 
     contentItem: Column {
@@ -228,33 +200,6 @@ T.ItemDelegate {
             width: 1
             height: TallyTheme.space2
             visible: root.digests.length > 0
-        }
-    }
-
-    background: Rectangle {
-        radius: TallyTheme.controlRadius
-        color: {
-            if (root.hasFailed)
-                return TallyTheme.tint(TallyTheme.bad);
-            return root.isSelected ? TallyTheme.raised : root.hovered ? TallyTheme.surface : "transparent";
-        }
-
-        Rectangle {
-            y: TallyTheme.space2
-            width: 3
-            height: parent.height - 2 * y
-            radius: width / 2
-            visible: root.isSelected
-            color: root.ListView.view && root.ListView.view.activeFocus ? TallyTheme.accent : TallyTheme.tertiary
-        }
-
-        Rectangle {
-            x: TallyTheme.space4
-            anchors.bottom: parent.bottom
-            width: parent.width - 2 * x
-            height: 1
-            visible: !root.isSelected && !root.hasFailed
-            color: TallyTheme.hairline
         }
     }
 }

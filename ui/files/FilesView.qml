@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Templates as T
 import TallyFold
 
 // Files mode: choose algorithms, drop files, watch them, take the digests away.
@@ -74,71 +73,30 @@ FocusScope {
             rightMargin: root.gutter
         }
 
-        ListView {
+        TFJobList {
             id: list
 
             readonly property FileJobRow selectedRow: currentItem as FileJobRow
             readonly property bool isSelectedFinished: selectedRow !== null && selectedRow.digests.length > 0
 
-            // The selected row, which commands act on: of the rows as they are now, which may not be drawn yet.
             function selectedId() {
-                forceLayout();
-                return root.viewModel.jobs.idAt(Math.max(0, currentIndex));
+                return root.viewModel.jobs.idAt(selectedIndex());
             }
 
             objectName: "jobList"
             anchors.fill: parent
             anchors.margins: TallyTheme.space1 + 2
-            spacing: 1
-            clip: true
             visible: count > 0
-            activeFocusOnTab: true
-            // By itself the view keeps the index of a row that is gone, and selects nothing when rows come again.
-            onCountChanged: {
-                if (count === 0)
-                    currentIndex = -1;
-                else if (currentIndex < 0)
-                    currentIndex = 0;
-            }
-            // Tab comes to the row first, not to the button in it that had the keyboard last.
-            onActiveFocusChanged: {
-                if (!activeFocus && currentItem)
-                    currentItem.focus = true;
-            }
-            keyNavigationEnabled: true
-            boundsBehavior: Flickable.StopAtBounds
-            reuseItems: true
-            // No rows are made ahead of need, which the view does in the background: it stumbles when they are gone meanwhile.
-            cacheBuffer: 0
+            lineHeight: TallyTheme.rowHeight
+            menu: rowMenu
+            hasRemovableRows: true
             model: root.viewModel.jobs
-            highlightFollowsCurrentItem: true
-            highlightMoveDuration: 0
-            Accessible.role: Accessible.List
             Accessible.name: qsTr("Files")
-            Keys.onMenuPressed: {
-                const place = currentItem.mapToItem(root, TallyTheme.space8, TallyTheme.rowHeight);
-                rowMenu.popup(root, place.x, place.y);
-            }
-            Keys.onPressed: event => {
-                const page = Math.max(1, Math.floor(height / TallyTheme.rowHeight) - 1);
-                const target = {
-                    [Qt.Key_Home]: 0,
-                    [Qt.Key_End]: count - 1,
-                    [Qt.Key_PageUp]: Math.max(0, currentIndex - page),
-                    [Qt.Key_PageDown]: Math.min(count - 1, currentIndex + page)
-                }[event.key];
-                event.accepted = target !== undefined;
-                if (event.accepted)
-                    currentIndex = target;
-            }
+            onCopyRequested: root.viewModel.copyAllHashes(selectedId())
+            onRemoveRequested: root.viewModel.removeJob(selectedId())
 
             delegate: FileJobRow {
                 viewModel: root.viewModel
-                width: ListView.view.width
-                onMenuRequested: rowMenu.popup()
-            }
-
-            T.ScrollBar.vertical: TFScrollBar {
             }
         }
 
@@ -230,32 +188,7 @@ FocusScope {
 
     Shortcut {
         enabled: root.visible
-        sequences: ["Ctrl+Return", "Ctrl+Enter"]
-        autoRepeat: false
-        onActivated: root.viewModel.startProcessing()
-    }
-
-    Shortcut {
-        enabled: root.visible && (root.viewModel.isProcessing || root.viewModel.isExporting)
-        sequence: "Esc"
-        onActivated: root.viewModel.isProcessing ? root.viewModel.cancelProcessing() : root.viewModel.cancelExport()
-    }
-
-    Shortcut {
-        enabled: root.visible
         sequence: "Ctrl+E"
         onActivated: bottomBar.openExportMenu()
-    }
-
-    Shortcut {
-        enabled: root.visible && root.hasJobs
-        sequence: "Delete"
-        onActivated: root.viewModel.removeJob(list.selectedId())
-    }
-
-    Shortcut {
-        enabled: root.visible && root.hasJobs
-        sequences: [StandardKey.Copy]
-        onActivated: root.viewModel.copyAllHashes(list.selectedId())
     }
 }

@@ -1,12 +1,10 @@
 import QtQuick
-import QtQuick.Templates as T
 import TallyFold
 
 // One entry of a checksum list: where it stands, and the two digests where they differ.
-T.ItemDelegate {
+TFJobRow {
     id: root
 
-    required property int index
     required property real lineNumber
     required property string path
     required property string algorithm
@@ -17,39 +15,13 @@ T.ItemDelegate {
     required property int difference
     // Room for the largest line number of the list.
     required property real numberWidth
-    readonly property bool isSelected: ListView.isCurrentItem
     readonly property bool hasFailed: state === ManifestJobListModel.Failed
     readonly property bool isMismatch: state === ManifestJobListModel.Mismatch
     readonly property color tone: [TallyTheme.tertiary, TallyTheme.accent, TallyTheme.good, TallyTheme.bad, TallyTheme.bad][state]
 
-    signal menuRequested
-
-    implicitHeight: content.implicitHeight + 1
-    padding: 0
-    hoverEnabled: true
-    focusPolicy: Qt.NoFocus
-    Accessible.role: Accessible.ListItem
+    isBad: hasFailed || isMismatch
     Accessible.name: qsTr("Line %1, %2, %3, %4").arg(number.text).arg(path).arg(algorithm).arg(status)
     Accessible.description: isMismatch ? qsTr("Expected: ") + expected : ""
-    Accessible.selected: isSelected
-    Accessible.onPressAction: select()
-    onClicked: select()
-    onPressAndHold: showMenu()
-
-    function select() {
-        ListView.view.currentIndex = index;
-        forceActiveFocus(Qt.MouseFocusReason);
-    }
-
-    function showMenu() {
-        select();
-        menuRequested();
-    }
-
-    TapHandler {
-        acceptedButtons: Qt.RightButton
-        onTapped: root.showMenu()
-    }
 
     contentItem: Column {
         id: content
@@ -211,33 +183,6 @@ T.ItemDelegate {
                     }
                 }
             }
-        }
-    }
-
-    background: Rectangle {
-        radius: TallyTheme.controlRadius
-        color: {
-            if (root.hasFailed || root.isMismatch)
-                return TallyTheme.tint(TallyTheme.bad);
-            return root.isSelected ? TallyTheme.raised : root.hovered ? TallyTheme.surface : "transparent";
-        }
-
-        Rectangle {
-            y: TallyTheme.space2
-            width: 3
-            height: parent.height - 2 * y
-            radius: width / 2
-            visible: root.isSelected
-            color: root.ListView.view && root.ListView.view.activeFocus ? TallyTheme.accent : TallyTheme.tertiary
-        }
-
-        Rectangle {
-            x: TallyTheme.space4
-            anchors.bottom: parent.bottom
-            width: parent.width - 2 * x
-            height: 1
-            visible: !root.isSelected && !root.hasFailed && !root.isMismatch
-            color: TallyTheme.hairline
         }
     }
 }

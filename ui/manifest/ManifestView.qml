@@ -29,18 +29,16 @@ FocusScope {
             viewModel.copyManifestRows();
     }
 
-    function act() {
+    function chooseWhatIsMissing() {
         if (!hasList)
             viewModel.chooseManifestFile();
-        else if (viewModel.manifestRefusal === "")
-            viewModel.verifyManifest();
         else if (!isBusy && rootFolder.name === undefined)
             viewModel.chooseManifestRoot();
     }
 
     onHasListChanged: showsWarnings = false
-    Keys.onReturnPressed: act()
-    Keys.onEnterPressed: act()
+    Keys.onReturnPressed: bottomBar.start()
+    Keys.onEnterPressed: bottomBar.start()
 
     TFSectionHeader {
         id: header
@@ -199,62 +197,21 @@ FocusScope {
             rightMargin: root.gutter
         }
 
-        ListView {
+        TFJobList {
             id: rows
 
             objectName: "manifestList"
             anchors.fill: parent
             anchors.margins: TallyTheme.space1 + 2
-            spacing: 1
-            clip: true
             visible: !root.showsWarnings && count > 0
-            activeFocusOnTab: true
-            // By itself the view keeps the index of a row that is gone, and selects nothing when rows come again.
-            onCountChanged: {
-                if (count === 0)
-                    currentIndex = -1;
-                else if (currentIndex < 0)
-                    currentIndex = 0;
-            }
-            // Tab comes to the row first, not to the text in it that had the keyboard last.
-            onActiveFocusChanged: {
-                if (!activeFocus && currentItem)
-                    currentItem.focus = true;
-            }
-            keyNavigationEnabled: true
-            boundsBehavior: Flickable.StopAtBounds
-            reuseItems: true
-            // No rows are made ahead of need, which the view does in the background: it stumbles when they are gone meanwhile.
-            cacheBuffer: 0
+            lineHeight: TallyTheme.listRowHeight
+            menu: rowMenu
             model: root.jobs
-            highlightFollowsCurrentItem: true
-            highlightMoveDuration: 0
-            Accessible.role: Accessible.List
             Accessible.name: qsTr("Entries")
-            Keys.onMenuPressed: {
-                const place = currentItem.mapToItem(root, TallyTheme.space8, TallyTheme.listRowHeight);
-                rowMenu.popup(root, place.x, place.y);
-            }
-            Keys.onPressed: event => {
-                const page = Math.max(1, Math.floor(height / TallyTheme.listRowHeight) - 1);
-                const target = {
-                    [Qt.Key_Home]: 0,
-                    [Qt.Key_End]: count - 1,
-                    [Qt.Key_PageUp]: Math.max(0, currentIndex - page),
-                    [Qt.Key_PageDown]: Math.min(count - 1, currentIndex + page)
-                }[event.key];
-                event.accepted = target !== undefined;
-                if (event.accepted)
-                    currentIndex = target;
-            }
+            onCopyRequested: root.viewModel.copyManifestRow(selectedIndex())
 
             delegate: ManifestJobRow {
-                width: ListView.view.width
                 numberWidth: numberMetrics.width + 1
-                onMenuRequested: rowMenu.popup()
-            }
-
-            T.ScrollBar.vertical: TFScrollBar {
             }
 
             Connections {
@@ -399,7 +356,7 @@ FocusScope {
             text: qsTr("Copy row")
             symbol: "doc.on.clipboard"
             shortcutText: "Ctrl+C"
-            onTriggered: root.viewModel.copyManifestRow(rows.currentIndex)
+            onTriggered: root.viewModel.copyManifestRow(rows.selectedIndex())
         }
 
         TFMenuItem {
@@ -417,6 +374,7 @@ FocusScope {
         viewModel: root.viewModel
         hasRows: rows.visible || warnings.visible
         onCopyRequested: root.copyShown()
+        onStartRefused: root.chooseWhatIsMissing()
 
         anchors {
             left: parent.left
@@ -454,31 +412,12 @@ FocusScope {
         onActivated: root.viewModel.chooseManifestRoot()
     }
 
-    Shortcut {
-        enabled: root.visible && !root.isBusy
-        sequences: ["Ctrl+Return", "Ctrl+Enter"]
-        autoRepeat: false
-        onActivated: root.act()
-    }
-
-    // Where no item has the keyboard that could mean something else by it.
+    // Where no item has the focus that could mean something else by it.
     Shortcut {
         enabled: root.visible && !root.isBusy && root.Window.activeFocusItem === root.Window.contentItem
         sequences: ["Return", "Enter"]
         autoRepeat: false
-        onActivated: root.act()
-    }
-
-    Shortcut {
-        enabled: root.visible && root.isBusy
-        sequence: "Esc"
-        onActivated: root.viewModel.cancelManifest()
-    }
-
-    Shortcut {
-        enabled: root.visible && rows.visible
-        sequences: [StandardKey.Copy]
-        onActivated: root.viewModel.copyManifestRow(rows.currentIndex)
+        onActivated: bottomBar.start()
     }
 
     Shortcut {

@@ -11,13 +11,6 @@ FocusScope {
     readonly property bool hasResult: result.title !== undefined
     readonly property string busyRefusal: viewModel.isVerifying ? qsTr("A verification is under way.") : ""
 
-    function act() {
-        if (viewModel.isVerifying)
-            viewModel.resetVerification();
-        else if (viewModel.verifyRefusal === "")
-            viewModel.verify();
-    }
-
     TFSectionHeader {
         id: header
 
@@ -139,7 +132,7 @@ FocusScope {
                             onPasteRequested: isSelection => insert(root.viewModel.pasteboardText(isSelection))
                             onReturnPressed: event => {
                                 event.accepted = true;
-                                root.act();
+                                act.startOrCancel();
                             }
 
                             Connections {
@@ -234,17 +227,16 @@ FocusScope {
                             }
                         }
 
-                        TFButton {
+                        TFRunButton {
                             id: act
 
                             objectName: "verify"
                             anchors.right: parent.right
-                            width: 112 * TallyTheme.textScale
-                            text: root.viewModel.isVerifying ? qsTr("Cancel") : qsTr("Verify")
-                            isProminent: !root.viewModel.isVerifying
-                            tip: root.viewModel.isVerifying ? "Esc" : "Ctrl+Return"
-                            refusal: root.viewModel.isVerifying ? "" : root.viewModel.verifyRefusal
-                            onClicked: root.act()
+                            verb: qsTr("Verify")
+                            isRunning: root.viewModel.isVerifying
+                            startRefusal: root.viewModel.verifyRefusal
+                            onStarted: root.viewModel.verify()
+                            onCancelled: root.viewModel.resetVerification()
                         }
                     }
                 }
@@ -321,18 +313,5 @@ FocusScope {
         enabled: root.visible && !root.viewModel.isVerifying
         sequences: [StandardKey.Open]
         onActivated: root.viewModel.chooseVerifyFile()
-    }
-
-    Shortcut {
-        enabled: root.visible && !root.viewModel.isVerifying
-        sequences: ["Ctrl+Return", "Ctrl+Enter"]
-        autoRepeat: false
-        onActivated: root.act()
-    }
-
-    Shortcut {
-        enabled: root.visible && root.viewModel.isVerifying
-        sequence: "Esc"
-        onActivated: root.viewModel.resetVerification()
     }
 }

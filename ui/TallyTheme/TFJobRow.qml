@@ -1,0 +1,66 @@
+import QtQuick
+import QtQuick.Templates as T
+import TallyFold
+
+// The frame of a row in a TFJobList: how it is selected and asked for its menu, and how that shows.
+T.ItemDelegate {
+    id: row
+
+    required property int index
+    // What it is about went wrong.
+    property bool isBad: false
+    readonly property bool isSelected: ListView.isCurrentItem
+
+    function select() {
+        ListView.view.currentIndex = index;
+        forceActiveFocus(Qt.MouseFocusReason);
+    }
+
+    function showMenu() {
+        select();
+        (ListView.view as TFJobList).menu.popup();
+    }
+
+    implicitHeight: contentItem.implicitHeight + TallyTheme.lineWidth
+    width: ListView.view ? ListView.view.width : 0
+    padding: 0
+    hoverEnabled: true
+    focusPolicy: Qt.NoFocus
+    Accessible.role: Accessible.ListItem
+    Accessible.selected: isSelected
+    Accessible.onPressAction: select()
+    onClicked: select()
+    onPressAndHold: showMenu()
+
+    TapHandler {
+        acceptedButtons: Qt.RightButton
+        onTapped: row.showMenu()
+    }
+
+    background: Rectangle {
+        radius: TallyTheme.controlRadius
+        color: {
+            if (row.isBad)
+                return TallyTheme.tint(TallyTheme.bad);
+            return row.isSelected ? TallyTheme.raised : row.hovered ? TallyTheme.surface : "transparent";
+        }
+
+        Rectangle {
+            y: TallyTheme.space2
+            width: TallyTheme.selectionWidth
+            height: parent.height - 2 * y
+            radius: width / 2
+            visible: row.isSelected
+            color: row.ListView.view && row.ListView.view.activeFocus ? TallyTheme.accent : TallyTheme.tertiary
+        }
+
+        Rectangle {
+            x: TallyTheme.space4
+            anchors.bottom: parent.bottom
+            width: parent.width - 2 * x
+            height: TallyTheme.lineWidth
+            visible: !row.isSelected && !row.isBad
+            color: TallyTheme.hairline
+        }
+    }
+}
