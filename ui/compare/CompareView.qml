@@ -170,6 +170,7 @@ FocusScope {
         replaces: [file.folder, file.name]
         enabled: !root.viewModel.isComparing
         onFilesDropped: files => root.viewModel.setCompareFiles(files, false)
+        onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
 
     DropZone {
@@ -184,6 +185,7 @@ FocusScope {
         replaces: [file.folder, file.name]
         enabled: !root.viewModel.isComparing
         onFilesDropped: files => root.viewModel.setCompareFiles(files, true)
+        onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
 
     Shortcut {

@@ -17,31 +17,6 @@ InterfaceInbox& inbox() {
   return inbox;
 }
 
-// On the interface thread.
-std::function<void(const QString&)>& refusalListener() {
-  static std::function<void(const QString&)> listener;
-  return listener;
-}
-
-// One drop whose items load on threads of their own. The last reference to it, whoever holds it, ends the drop.
-class DropGroup {
- public:
-  DropGroup(FilesCallback dropped, Droppable kind) : dropped_(std::move(dropped)), kind_(kind) {}
-  ~DropGroup() { resolveFileURLs(accumulator_.urls(), std::move(dropped_), kind_); }
-  DropGroup(const DropGroup&) = delete;
-  DropGroup& operator=(const DropGroup&) = delete;
-
-  void complete(const QVariant& item) {
-    const QUrl url = droppedFileURL(item);
-    if (fileLocation(url) && (kind_ == Droppable::filesAndFolders || !isDirectoryPath(url))) accumulator_.append(url);
-  }
-
- private:
-  FilesCallback dropped_;
-  Droppable kind_;
-  DroppedURLAccumulator accumulator_;
-};
-
 QList<QUrl> urlsIn(const QByteArray& uriList) {
   QList<QUrl> urls;
   for (qsizetype begin = 0; begin < uriList.size();) {
@@ -54,10 +29,20 @@ QList<QUrl> urlsIn(const QByteArray& uriList) {
   return urls;
 }
 
+// `urls` with a separator at the end of each that leads to a folder, which a drop's URLs often lack. Looks at the file
+// system once for each, which can take long.
+QList<QUrl> markedFolders(QList<QUrl> urls) {
+  for (QUrl& url : urls) {
+    const auto path = fileLocation(url);
+    if (path && !isDirectoryPath(url) && lookAt(*path).isFolder) url = fileUrl(*path / "");
+  }
+  return urls;
+}
+
 // `urls` is called on another thread.
-void resolve(std::function<QList<QUrl>()> urls, FilesCallback dropped, Droppable kind) {
+void resolve(std::function<QList<QUrl>()> urls, DropOutcome outcome, Droppable kind) {
   inbox();
-  const auto look = [urls = std::move(urls), dropped = std::move(dropped), kind]() mutable {
+  const auto look = [urls = std::move(urls), dropped = std::move(outcome.dropped), kind]() mutable {
     QList<QUrl> files = markedFolders(urls());
     files.removeIf([](const QUrl& url) { return !fileLocation(url); });
     if (kind == Droppable::files) files = filteredFileURLs(files);
@@ -66,9 +51,8 @@ void resolve(std::function<QList<QUrl>()> urls, FilesCallback dropped, Droppable
   try {
     Workers::start(look);
   } catch (const Workers::Refusal& refusal) {
-    inbox().post([sentence = QString::fromUtf8(refusal.what())] {
-      if (refusalListener()) refusalListener()(sentence);
-    });
+    inbox().post(
+        [refused = std::move(outcome.refused), sentence = QString::fromUtf8(refusal.what())] { refused(sentence); });
   }
 }
 
@@ -105,29 +89,18 @@ QList<QUrl> filteredFileURLs(const QList<QUrl>& urls) {
   return files;
 }
 
-void tellRefusals(std::function<void(const QString&)> tell) { refusalListener() = std::move(tell); }
+void resolveFileURLs(const QByteArray& uriList, DropOutcome outcome, Droppable kind) {
+  if (!uriList.isEmpty()) resolve([uriList] { return urlsIn(uriList); }, std::move(outcome), kind);
+}
 
-QList<QUrl> markedFolders(QList<QUrl> urls) {
-  for (QUrl& url : urls) {
-    const auto path = fileLocation(url);
-    if (path && !isDirectoryPath(url) && lookAt(*path).isFolder) url = fileUrl(*path / "");
+void resolveBigSurFileURLs(const QVariantList& items, DropOutcome outcome, Droppable kind) {
+  DroppedURLAccumulator accumulator;
+  for (const QVariant& item : items) {
+    const QUrl url = droppedFileURL(item);
+    if (fileLocation(url) && (kind == Droppable::filesAndFolders || !isDirectoryPath(url))) accumulator.append(url);
   }
-  return urls;
-}
-
-void resolveFileURLs(const QList<QUrl>& urls, FilesCallback dropped, Droppable kind) {
-  if (!urls.isEmpty()) resolve([urls] { return urls; }, std::move(dropped), kind);
-}
-
-void resolveFileURLs(const QByteArray& uriList, FilesCallback dropped, Droppable kind) {
-  if (!uriList.isEmpty()) resolve([uriList] { return urlsIn(uriList); }, std::move(dropped), kind);
-}
-
-void resolveBigSurFileURLs(const std::vector<std::shared_ptr<ItemProvider>>& items, FilesCallback dropped,
-                           Droppable kind) {
-  inbox();
-  const auto group = std::make_shared<DropGroup>(std::move(dropped), kind);
-  for (const auto& item : items) item->loadItem([group](const QVariant& loaded) { group->complete(loaded); });
+  const QList<QUrl> urls = accumulator.urls();
+  if (!urls.isEmpty()) resolve([urls] { return urls; }, std::move(outcome), kind);
 }
 
 }  // namespace tallyfold

@@ -20,27 +20,18 @@ const QString plainText = QStringLiteral("text/plain");
 
 // What is longer is no list of locations, and nothing of it is taken: it would have to be parsed on this thread.
 constexpr qsizetype mostBytes = 1 << 20;
-constexpr std::size_t mostLocations = 10'000;
-
-class LoadedItem : public ItemProvider {
- public:
-  explicit LoadedItem(QVariant item) : item_(std::move(item)) {}
-  void loadItem(std::function<void(const QVariant&)> completion) override { completion(item_); }
-
- private:
-  QVariant item_;
-};
+constexpr qsizetype mostLocations = 10'000;
 
 bool isUsable(const QMimeData& data) {
   return data.hasUrls() || data.hasFormat(mozillaUrl) || data.hasFormat(plainText);
 }
 
-std::vector<std::shared_ptr<ItemProvider>> providers(const QMimeData& data) {
+QVariantList itemsOf(const QMimeData& data) {
   const bool isOneUrl = data.hasFormat(mozillaUrl);
   const QByteArray bytes = data.data(isOneUrl ? mozillaUrl : plainText);
   if (bytes.size() > mostBytes) return {};
-  if (isOneUrl) return {std::make_shared<LoadedItem>(bytes)};
-  std::vector<std::shared_ptr<ItemProvider>> items;
+  if (isOneUrl) return {bytes};
+  QVariantList items;
   // Without a copy of each line: they may be a million empty ones.
   constexpr QByteArrayView scheme = "file:";
   for (QByteArrayView rest = bytes; !rest.isEmpty();) {
@@ -51,7 +42,7 @@ std::vector<std::shared_ptr<ItemProvider>> providers(const QMimeData& data) {
       continue;
     }
     if (items.size() == mostLocations) return {};
-    items.push_back(std::make_shared<LoadedItem>(QString::fromUtf8(location)));
+    items.append(QString::fromUtf8(location));
   }
   return items;
 }
@@ -81,14 +72,20 @@ void DropZone::dropEvent(QDropEvent* event) {
   setTargeted(false);
   event->setDropAction(Qt::CopyAction);
   event->accept();
-  const auto dropped = [zone = QPointer<DropZone>(this), replaced = replaces_](const QList<QUrl>& files) {
-    if (zone && zone->replaces_ == replaced) emit zone->filesDropped(files);
+  const QPointer<DropZone> zone(this);
+  DropOutcome outcome = {
+      [zone, replaced = replaces_](const QList<QUrl>& files) {
+        if (zone && zone->replaces_ == replaced) emit zone->filesDropped(files);
+      },
+      [zone](const QString& sentence) {
+        if (zone) emit zone->dropRefused(sentence);
+      },
   };
   const Droppable kind = takesFolders_ ? Droppable::filesAndFolders : Droppable::files;
   if (event->mimeData()->hasUrls()) {
-    resolveFileURLs(event->mimeData()->data(uriList), dropped, kind);
+    resolveFileURLs(event->mimeData()->data(uriList), std::move(outcome), kind);
   } else {
-    resolveBigSurFileURLs(providers(*event->mimeData()), dropped, kind);
+    resolveBigSurFileURLs(itemsOf(*event->mimeData()), std::move(outcome), kind);
   }
 }
 

@@ -28,6 +28,8 @@ class DropZone : public QQuickItem {
   void replacesChanged();
   /// Once for each accepted drop, with one file at least.
   void filesDropped(const QList<QUrl>& files);
+  /// A drop comes to nothing, for the reason that `sentence` tells the user.
+  void dropRefused(const QString& sentence);
 
  protected:
   void dragEnterEvent(QDragEnterEvent* event) override;

@@ -178,6 +178,7 @@ FocusScope {
         replaces: [root.viewModel.clearings]
         z: -1
         onFilesDropped: files => root.viewModel.receiveDroppedFiles(files)
+        onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
 
     Shortcut {

@@ -398,6 +398,7 @@ FocusScope {
         replaces: [root.listFile.folder, root.listFile.name, folder.folder, folder.name]
         enabled: !root.isBusy
         onFilesDropped: files => root.viewModel.dropManifest(files)
+        onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
 
     Shortcut {

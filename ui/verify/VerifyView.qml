@@ -307,6 +307,7 @@ FocusScope {
         replaces: [file.folder, file.name]
         enabled: !root.viewModel.isVerifying
         onFilesDropped: files => root.viewModel.setVerifyFile(files)
+        onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
 
     Shortcut {

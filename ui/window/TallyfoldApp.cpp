@@ -18,7 +18,6 @@
 
 #include "app/tasks/BackgroundTask.h"
 #include "ui/desktop/IconProvider.h"
-#include "ui/drops/DropHandling.h"
 
 // Made by the build from the types that this floor registers.
 extern void qml_register_types_TallyFold();
@@ -109,7 +108,6 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(withoutShaderC
   window_ = engine_.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
   if (window_ == nullptr) qFatal("The window could not be built.");
   desktop_.setWindow(window_);
-  tellRefusals([this](const QString& sentence) { viewModel_.setErrorMessage(sentence); });
 }
 
 int TallyfoldApp::run() { return leave(QApplication::exec()); }
