@@ -60,6 +60,7 @@ class AppViewModel : public QObject {
   Q_PROPERTY(QString textError READ textError NOTIFY textHashesChanged)
   Q_PROPERTY(QVariantMap verifyFile READ verifyFile NOTIFY verifyURLChanged)
   Q_PROPERTY(QString expectedHash READ expectedHash WRITE setExpectedHash NOTIFY expectedHashChanged)
+  Q_PROPERTY(QString expectedHashHint READ expectedHashHint CONSTANT)
   Q_PROPERTY(QStringList verifyAlgorithms READ verifyAlgorithms CONSTANT)
   Q_PROPERTY(QString verifyAlgorithm READ verifyAlgorithm WRITE setVerifyAlgorithm NOTIFY verifyAlgorithmChanged)
   Q_PROPERTY(QString recognisedAlgorithm READ recognisedAlgorithm NOTIFY recognisedAlgorithmChanged)
@@ -208,6 +209,7 @@ class AppViewModel : public QObject {
   [[nodiscard]] const std::optional<std::filesystem::path>& verifyURL() const { return verify_.url; }
   [[nodiscard]] QVariantMap verifyFile() const;
   [[nodiscard]] QString expectedHash() const { return verify_.expectedHash; }
+  [[nodiscard]] static QString expectedHashHint();
   void setExpectedHash(const QString& text);
   /// What can be chosen: "Auto", then every algorithm.
   [[nodiscard]] static QStringList verifyAlgorithms();

@@ -52,28 +52,25 @@ std::optional<GNUStyleLine> splitGNUStyleLine(std::string_view line) {
   return std::nullopt;
 }
 
-/// The algorithms whose digests have so many digits.
-HashAlgorithmSet candidatesOf(std::size_t digits) {
-  HashAlgorithmSet candidates;
-  for (const HashAlgorithm algorithm : HashAlgorithm::allCases()) {
-    if (algorithm.hexLength() == digits) candidates.insert(algorithm);
-  }
-  return candidates;
-}
-
 /// The algorithm that a digest of so many digits is of; none when that cannot be known.
 std::optional<HashAlgorithm> algorithmOf(std::size_t digits, std::optional<HashAlgorithm> preferred) {
-  const HashAlgorithmSet candidates = candidatesOf(digits);
+  const HashAlgorithmSet candidates = HashAlgorithm::withHexLength(digits);
   if (candidates.size() == 1) return *candidates.begin();
   return preferred && candidates.contains(*preferred) ? preferred : std::nullopt;
 }
 
+/// The algorithms that the digest of a line of the GNU form may be of; none for any other line.
+HashAlgorithmSet candidatesOf(std::string_view line) {
+  const auto parts = splitGNUStyleLine(line);
+  return parts ? HashAlgorithm::withHexLength(parts->digits.size()) : HashAlgorithmSet();
+}
+
 std::string warningAbout(std::string_view line, std::int64_t lineNumber, bool mayBeAmbiguous) {
-  const bool isAmbiguous = mayBeAmbiguous && isAmbiguousGNUStyleLine(line);
-  return "Line " + std::to_string(lineNumber) +
-         (isAmbiguous ? ": ambiguous 64-character digest; SHA-256 and BLAKE3 cannot be distinguished from GNU format "
-                        "alone."
-                      : ": unsupported checksum format.");
+  const std::string place = "Line " + std::to_string(lineNumber) + ": ";
+  const HashAlgorithmSet candidates = candidatesOf(line);
+  if (!mayBeAmbiguous || candidates.size() < 2) return place + "unsupported checksum format.";
+  return place + "ambiguous " + std::to_string((*candidates.begin()).hexLength()) + "-character digest; " +
+         namesOf(candidates, "and") + " cannot be distinguished from GNU format alone.";
 }
 
 std::optional<ChecksumManifestEntry> parseLine(std::string_view line, std::int64_t lineNumber,
@@ -150,10 +147,7 @@ std::string unescapeCoreutilsFilename(std::string_view name) {
   return result;
 }
 
-bool isAmbiguousGNUStyleLine(std::string_view line) {
-  const auto parts = splitGNUStyleLine(line);
-  return parts && candidatesOf(parts->digits.size()).size() > 1;
-}
+bool isAmbiguousGNUStyleLine(std::string_view line) { return candidatesOf(line).size() > 1; }
 
 std::optional<SingleChecksum> extractSingleChecksum(std::string_view text,
                                                     std::optional<HashAlgorithm> preferredAlgorithm) {
@@ -168,10 +162,15 @@ std::optional<SingleChecksum> extractSingleChecksum(std::string_view text,
   return entry ? std::optional(SingleChecksum{entry->algorithm, std::move(entry->expectedHash)}) : std::nullopt;
 }
 
-bool isAmbiguousSingleChecksum(std::string_view text) {
-  if (text.size() > maximumSingleChecksumSize) return false;
+bool isAmbiguousSingleChecksum(std::string_view text) { return !ambiguousCandidates(text).empty(); }
+
+HashAlgorithmSet ambiguousCandidates(std::string_view text) {
+  if (text.size() > maximumSingleChecksumSize) return {};
   const std::string_view content = trimmed(text);
-  return HashAlgorithm::detect(content).size() > 1 || isAmbiguousGNUStyleLine(content);
+  const std::vector<HashAlgorithm> ofDigest = HashAlgorithm::detect(content);
+  if (ofDigest.size() > 1) return HashAlgorithm::withHexLength(ofDigest.front().hexLength());
+  const HashAlgorithmSet ofLine = candidatesOf(content);
+  return ofLine.size() > 1 ? ofLine : HashAlgorithmSet();
 }
 
 std::optional<HashAlgorithm> algorithmHint(const std::filesystem::path& url) {

@@ -74,6 +74,10 @@ std::optional<SingleChecksum> extractSingleChecksum(std::string_view text,
 /// Whether the checksum in `text` may be of several algorithms, and does not say which.
 bool isAmbiguousSingleChecksum(std::string_view text);
 
+/// The algorithms that such an ambiguous checksum may be of, which have digests of the same length; none of any other
+/// text.
+HashAlgorithmSet ambiguousCandidates(std::string_view text);
+
 /// The algorithm that the name of a checksum list announces: "x.sha256", "SHA-1.txt", "B3SUMS", "md5-checksums.txt".
 std::optional<HashAlgorithm> algorithmHint(const std::filesystem::path& url);
 

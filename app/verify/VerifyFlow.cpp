@@ -22,7 +22,25 @@ std::string checksumText(const QString& pasted) {
   return pasted.left(ChecksumManifestService::maximumSingleChecksumSize + 1).toStdString();
 }
 
+QString ambiguityOf(const QString& pasted) {
+  const HashAlgorithmSet candidates = ChecksumManifestService::ambiguousCandidates(checksumText(pasted));
+  return AppViewModel::tr("%1-character digests can be %2. Choose the algorithm from the menu.")
+      .arg((*candidates.begin()).hexLength())
+      .arg(text(namesOf(candidates, "or")));
+}
+
 }  // namespace
+
+QString AppViewModel::expectedHashHint() {
+  QString hint = tr("Paste a checksum or a standard checksum line. Use Auto when the digest length is unique");
+  for (const HashAlgorithmSet algorithms : HashAlgorithm::withSameHexLength()) {
+    hint += (algorithms.size() == 2 ? tr("; %1 both use %2 hexadecimal characters")
+                                    : tr("; %1 all use %2 hexadecimal characters"))
+                .arg(text(namesOf(algorithms, "and")))
+                .arg((*algorithms.begin()).hexLength());
+  }
+  return hint + QStringLiteral(".");
+}
 
 void AppViewModel::setVerifyFile(const QList<QUrl>& urls) {
   const auto location = urls.isEmpty() ? std::nullopt : fileLocation(urls.constFirst());
@@ -148,8 +166,7 @@ QVariantMap AppViewModel::verifyResultForScreen() const {
       return verdict("questionmark.diamond.fill", NoOutcome, tr("Not verified"),
                      tr("Invalid or unsupported checksum format."));
     } else {
-      return verdict("exclamationmark.triangle.fill", NoOutcome, tr("Not verified"),
-                     tr("64-character digests can be SHA-256 or BLAKE3. Choose the algorithm from the menu."));
+      return verdict("exclamationmark.triangle.fill", NoOutcome, tr("Not verified"), ambiguityOf(verify_.expectedHash));
     }
   };
   return std::visit(words, *verify_.result);

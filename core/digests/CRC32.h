@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 
 namespace tallyfold {
 
@@ -12,8 +13,8 @@ class CRC32 {
  public:
   void update(std::span<const std::byte> bytes);
 
-  /// The checksum of everything absorbed so far.
-  [[nodiscard]] std::uint32_t value() const { return state_ ^ 0xFFFFFFFF; }
+  /// The checksum of everything absorbed so far, as 8 lower-case hexadecimal characters. More may be absorbed after.
+  [[nodiscard]] std::string finalize() const;
 
  private:
   std::uint32_t state_ = 0xFFFFFFFF;

@@ -1,15 +1,13 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
+#include <memory>
 #include <span>
+#include <vector>
 
-#include "core/blake3/BLAKE3Stream.h"
-#include "core/digests/CRC32.h"
 #include "core/digests/DigestMap.h"
 #include "core/digests/HashAlgorithm.h"
-#include "core/digests/PlatformDigest.h"
-#include "core/digests/SHA224.h"
+#include "core/digests/Hasher.h"
 
 namespace tallyfold {
 
@@ -29,15 +27,7 @@ class HashPipeline {
 
  private:
   HashAlgorithmSet algorithms_;
-  // A state exists exactly when its algorithm is selected.
-  std::optional<PlatformDigest> md5_;
-  std::optional<PlatformDigest> sha1_;
-  std::optional<SHA224> sha224_;
-  std::optional<PlatformDigest> sha256_;
-  std::optional<PlatformDigest> sha384_;
-  std::optional<PlatformDigest> sha512_;
-  std::optional<BLAKE3Stream> blake3_;
-  std::optional<CRC32> crc32_;
+  std::vector<std::unique_ptr<Hasher>> hashers_;  ///< Of the selected algorithms, in their order.
 };
 
 }  // namespace tallyfold

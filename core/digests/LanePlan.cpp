@@ -13,7 +13,7 @@ namespace tallyfold {
 
 namespace {
 
-/// Tries every assignment that may still be better than the best so far. Eight algorithms have few.
+/// Tries every assignment that may still be better than the best so far.
 class Search {
  public:
   Search(HashAlgorithmSet algorithms, const AlgorithmCosts& costs, unsigned mostLanes)

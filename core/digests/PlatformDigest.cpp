@@ -1,6 +1,7 @@
 #include "core/digests/PlatformDigest.h"
 
 #include <array>
+#include <atomic>
 #include <new>
 #include <openssl/evp.h>
 #include <stdexcept>
@@ -11,34 +12,20 @@ namespace tallyfold {
 
 namespace {
 
-/// The library's implementation of one algorithm. Looking it up costs more than hashing a small file, so it is done
-/// once per process (tried again if it fails) and never given back: some thread may hash until the very end.
-template <HashAlgorithm::Case algorithm>
-const EVP_MD* implementation() {
-  static const EVP_MD* const method = [] {
-    const std::string name(HashAlgorithm{algorithm}.rawValue());
-    const EVP_MD* const fetched = EVP_MD_fetch(nullptr, name.c_str(), nullptr);
-    if (fetched == nullptr) throw std::runtime_error("The system's cryptography library does not offer " + name + ".");
-    return fetched;
-  }();
-  return method;
-}
+std::array<std::atomic<const EVP_MD*>, HashAlgorithm::count> implementations{};
 
+/// The library's implementation of an algorithm. Looking it up costs more than hashing a small file, so it is done once
+/// per process (tried again if it fails) and never given back: some thread may hash until the very end.
 const EVP_MD* implementation(HashAlgorithm algorithm) {
-  switch (algorithm) {
-    case HashAlgorithm::md5:
-      return implementation<HashAlgorithm::md5>();
-    case HashAlgorithm::sha1:
-      return implementation<HashAlgorithm::sha1>();
-    case HashAlgorithm::sha256:
-      return implementation<HashAlgorithm::sha256>();
-    case HashAlgorithm::sha384:
-      return implementation<HashAlgorithm::sha384>();
-    case HashAlgorithm::sha512:
-      return implementation<HashAlgorithm::sha512>();
-    default:
-      throw std::invalid_argument("Not a digest of the platform.");
-  }
+  std::atomic<const EVP_MD*>& known = implementations[algorithm];
+  if (const EVP_MD* const method = known.load(std::memory_order_acquire)) return method;
+  const std::string name(algorithm.rawValue());
+  EVP_MD* const fetched = EVP_MD_fetch(nullptr, name.c_str(), nullptr);
+  if (fetched == nullptr) throw std::runtime_error("The system's cryptography library does not offer " + name + ".");
+  const EVP_MD* first = nullptr;
+  if (known.compare_exchange_strong(first, fetched, std::memory_order_acq_rel)) return fetched;
+  EVP_MD_free(fetched);  // Another thread was faster.
+  return first;
 }
 
 void check(int success) {

@@ -11,7 +11,7 @@ struct evp_md_ctx_st;
 
 namespace tallyfold {
 
-/// A digest that the platform's cryptography library provides: MD5, SHA-1, SHA-256, SHA-384 or SHA-512.
+/// A digest that the platform's cryptography library provides under the name that the algorithm has here.
 /// Used by one thread at a time; different objects on different threads are independent. Every failure is a
 /// std::runtime_error with a sentence for the user: a system may, for one, be set up to refuse MD5.
 class PlatformDigest {

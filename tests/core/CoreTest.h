@@ -53,7 +53,9 @@ inline std::filesystem::path sparseFile(const TemporaryFolder& folder, std::stri
 inline std::vector<std::string> digestsByOthers(HashAlgorithm algorithm,
                                                 const std::vector<std::filesystem::path>& files) {
   constexpr std::array<std::string_view, HashAlgorithm::count> programs{
-      "md5sum", "sha1sum", "sha224sum", "sha256sum", "sha384sum", "sha512sum", "b3sum", "crc32"};
+      "md5sum", "sha1sum", "sha224sum", "sha256sum", "sha384sum", "sha512sum", "b3sum", "crc32",
+  };
+  static_assert(!programs.back().empty(), "Every algorithm has one.");
   std::vector<std::string> command{std::string(programs[algorithm])};
   command.insert(command.end(), files.begin(), files.end());
   std::istringstream lines(outputOf(command));

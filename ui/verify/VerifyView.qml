@@ -125,7 +125,7 @@ FocusScope {
                             focus: true
                             readOnly: root.viewModel.isVerifying
                             name: qsTr("Checksum or checksum line")
-                            hint: qsTr("Paste a checksum or a standard checksum line. Use Auto when the digest length is unique; SHA-256 and BLAKE3 both use 64 hexadecimal characters.")
+                            hint: root.viewModel.expectedHashHint
                             font.family: TallyTheme.digestFont
                             font.pixelSize: TallyTheme.digestSize
                             onEdited: root.viewModel.expectedHash = content
