@@ -4,20 +4,9 @@
 
 #include <QVariantMap>
 
+#include "app/shared/AlgorithmNames.h"
+
 namespace tallyfold {
-
-namespace {
-
-QStringList names(HashAlgorithmSet algorithms) {
-  QStringList list;
-  for (const HashAlgorithm algorithm : algorithms) {
-    const std::string_view name = algorithm.rawValue();
-    list.append(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())));
-  }
-  return list;
-}
-
-}  // namespace
 
 QVariantList AppViewModel::modes() {
   QVariantList list;
@@ -29,56 +18,50 @@ QVariantList AppViewModel::modes() {
   return list;
 }
 
-QStringList AppViewModel::algorithmNames() { return names(HashAlgorithmSet::all()); }
-
-AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : QObject(parent), desktop_(desktop) {
-  connect(&jobs_, &FileJobListModel::countChanged, this, &AppViewModel::refusalsChanged);
-  connect(this, &AppViewModel::selectedAlgorithmsChanged, this, &AppViewModel::refusalsChanged);
-  connect(this, &AppViewModel::resultsChanged, this, &AppViewModel::refusalsChanged);
-  connect(this, &AppViewModel::isProcessingChanged, this, &AppViewModel::refusalsChanged);
-  connect(this, &AppViewModel::isExportingChanged, this, &AppViewModel::refusalsChanged);
-  connect(this, &AppViewModel::selectedAlgorithmsChanged, this, &AppViewModel::updateTextHash);
-  for (const auto change : {&AppViewModel::isProcessingChanged, &AppViewModel::isExportingChanged,
-                            &AppViewModel::isVerifyingChanged, &AppViewModel::isComparingChanged,
-                            &AppViewModel::isLoadingManifestChanged, &AppViewModel::isManifestVerifyingChanged}) {
-    connect(this, change, this, &AppViewModel::busyModesChanged);
+AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : QObject(parent), context_(desktop) {
+  connect(&context_, &FlowContext::errorMessageChanged, this, &AppViewModel::errorMessageChanged);
+  connect(&context_, &FlowContext::selectedAlgorithmsChanged, this, &AppViewModel::selectedAlgorithmsChanged);
+  for (const AppMode::Case mode : AppMode::allCases()) {
+    const Flow& flow = flowOf(mode);
+    connect(&flow, &Flow::isBusyChanged, this, &AppViewModel::busyModesChanged);
+    connect(&flow, &Flow::ended, this, [this, mode](Outcome::Case outcome) { setUnseenOutcome(mode, outcome); });
   }
-  for (const auto change : {&AppViewModel::expectedHashChanged, &AppViewModel::verifyAlgorithmChanged}) {
-    connect(this, change, this, &AppViewModel::recognisedAlgorithmChanged);
-  }
-  for (const auto change : {&AppViewModel::manifestURLsChanged, &AppViewModel::manifestLinesChanged,
-                            &AppViewModel::isLoadingManifestChanged, &AppViewModel::isManifestVerifyingChanged}) {
-    connect(this, change, this, &AppViewModel::manifestStatusChanged);
-  }
-  connect(&manifestJobs_, &ManifestJobListModel::countsChanged, this, &AppViewModel::manifestStatusChanged);
-  textRest_.setSingleShot(true);
-  textRest_.setTimerType(Qt::PreciseTimer);
-  textRest_.setInterval(120);
-  connect(&textRest_, &QTimer::timeout, this, &AppViewModel::startTextHash);
 }
 
 AppViewModel::~AppViewModel() {
   shutdown();
-  self_->reset();
+  context_.mailbox()->close();
+}
+
+Flow& AppViewModel::flowOf(AppMode::Case mode) {
+  switch (mode) {
+    case AppMode::Files:
+      return files_;
+    case AppMode::Text:
+      return text_;
+    case AppMode::Verify:
+      return verify_;
+    case AppMode::Manifest:
+      return manifest_;
+    case AppMode::Compare:
+      break;
+  }
+  return compare_;
 }
 
 void AppViewModel::setMode(AppMode::Case mode) {
   if (std::exchange(mode_, mode) != mode) emit modeChanged();
-  setUnseenOutcome(mode, NoOutcome);
+  setUnseenOutcome(mode, Outcome::NoOutcome);
 }
 
-QStringList AppViewModel::selectedAlgorithmNames() const { return names(selectedAlgorithms_); }
+QStringList AppViewModel::algorithmNames() { return displayNames(HashAlgorithmSet::all()); }
 
-void AppViewModel::setSelectedAlgorithms(HashAlgorithmSet algorithms) {
-  if (isProcessing_ || algorithms == selectedAlgorithms_) return;
-  selectedAlgorithms_ = algorithms;
-  emit selectedAlgorithmsChanged();
-}
+QStringList AppViewModel::selectedAlgorithmNames() const { return displayNames(selectedAlgorithms()); }
 
 void AppViewModel::setAlgorithmSelected(const QString& name, bool isSelected) {
-  const auto algorithm = HashAlgorithm::init(name.toStdString());
+  const auto algorithm = algorithmNamed(name);
   if (!algorithm) return;
-  HashAlgorithmSet algorithms = selectedAlgorithms_;
+  HashAlgorithmSet algorithms = selectedAlgorithms();
   if (isSelected) {
     algorithms.insert(*algorithm);
   } else {
@@ -98,49 +81,26 @@ void AppViewModel::choosePreset(Preset preset) {
   }
 }
 
-void AppViewModel::setErrorMessage(const QString& message) {
-  if (errorMessage_ == message) return;
-  errorMessage_ = message;
-  emit errorMessageChanged();
-}
-
 QVariantList AppViewModel::unseenOutcomes() const {
   QVariantList list;
-  for (const Outcome outcome : unseenOutcomes_) list.append(outcome);
+  for (const Outcome::Case outcome : unseenOutcomes_) list.append(outcome);
   return list;
 }
 
-void AppViewModel::setUnseenOutcome(AppMode::Case mode, Outcome outcome) {
-  const Outcome unseen = mode == mode_ ? NoOutcome : outcome;
+void AppViewModel::setUnseenOutcome(AppMode::Case mode, Outcome::Case outcome) {
+  const Outcome::Case unseen = mode == mode_ ? Outcome::NoOutcome : outcome;
   if (std::exchange(unseenOutcomes_.at(mode), unseen) != unseen) emit unseenOutcomesChanged();
 }
 
-QVariantList AppViewModel::busyModes() const {
+QVariantList AppViewModel::busyModes() {
   QVariantList list;
-  for (const AppMode::Case mode : AppMode::allCases()) {
-    list.append((mode == AppMode::Files && (isProcessing_ || isExporting_)) ||
-                (mode == AppMode::Verify && verify_.isRunning) || (mode == AppMode::Compare && compare_.isRunning) ||
-                (mode == AppMode::Manifest && (manifest_.isLoading || manifest_.isVerifying)));
-  }
+  for (const AppMode::Case mode : AppMode::allCases()) list.append(flowOf(mode).isBusy());
   return list;
 }
 
 void AppViewModel::shutdown() {
-  received_.clear();
-  receivingTask_.abandon();
-  cancelProcessing();
-  textRest_.stop();
-  textTask_.abandon();
-  resetVerification();
-  resetComparison();
-  cancelManifest();
-  cancelExport();
-  copyTask_.abandon();
-}
-
-void AppViewModel::setPasteboard(const QByteArray& text) {
-  copyTask_.abandon();
-  desktop_.setPasteboard(text);
+  for (const AppMode::Case mode : AppMode::allCases()) flowOf(mode).shutdown();
+  context_.abandonCopy();
 }
 
 }  // namespace tallyfold

@@ -40,11 +40,12 @@ int main(int argc, char** argv) {
 
   test::FakeDesktop desktop;
   AppViewModel model(desktop);
-  const double adding = bench::secondsOf([&] { model.addFiles(urls); });
+  const double adding = bench::secondsOf([&] { model.files()->addFiles(urls); });
   const auto calculate = [&] {
-    model.startProcessing();
-    bench::waitWhile([&] { return model.isProcessing(); });
-    if (model.results().size() != static_cast<std::size_t>(count)) throw std::runtime_error("not all were hashed");
+    model.files()->startProcessing();
+    bench::waitWhile([&] { return model.files()->isProcessing(); });
+    if (model.files()->results().size() != static_cast<std::size_t>(count))
+      throw std::runtime_error("not all were hashed");
   };
   const auto sha256sum = [&] {
     bench::run({"xargs", "--null", "--arg-file=" + (folder.path() / "names").string(), "sha256sum"});
@@ -68,9 +69,9 @@ int main(int argc, char** argv) {
 
   for (const ManifestService::Format format : ManifestService::allFormats()) {
     const std::string extension(ManifestService::fileExtension(format));
-    const auto save = [&] { ManifestService::write(model.results(), format, folder.path() / "report", {}); };
+    const auto save = [&] { ManifestService::write(model.files()->results(), format, folder.path() / "report", {}); };
     bench::printTarget("report of all results, eight digests, " + extension + ": seconds",
                        bench::medians({{extension, save}}, rounds).front(), "at most", 0.5);
   }
-  std::printf("cleared in %.0f ms\n", bench::secondsOf([&] { model.clearFiles(); }) * 1e3);
+  std::printf("cleared in %.0f ms\n", bench::secondsOf([&] { model.files()->clearFiles(); }) * 1e3);
 }

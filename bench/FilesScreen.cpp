@@ -29,14 +29,14 @@ int main(int argc, char** argv) {
         if (entry.is_regular_file()) urls.append(fileUrl(std::filesystem::absolute(entry.path())));
       }
     }
-    model.addFiles(urls);
+    model.files()->addFiles(urls);
   }
   model.setSelectedAlgorithms(HashAlgorithmSet::all());
   QElapsedTimer clock;
   clock.start();
-  model.startProcessing();
-  while (model.isProcessing()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-  std::printf("%zu files hashed in %.2f s: %.0f MB\n", model.results().size(),
+  model.files()->startProcessing();
+  while (model.files()->isProcessing()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  std::printf("%zu files hashed in %.2f s: %.0f MB\n", model.files()->results().size(),
               static_cast<double>(clock.elapsed()) / 1e3, bench::peakMegabytes());
 
   // A flick through the list: so many pixels for each frame, timed from one frame to the next.

@@ -107,16 +107,16 @@ struct Victim {
 
   void load() {
     enter(AppMode::Manifest);
-    model.setManifestRoot({fileUrl(file.parent_path())});
+    model.manifest()->setManifestRoot({fileUrl(file.parent_path())});
     begin();
-    model.setManifestFile({fileUrl(file)});
-    Driver::waitFor("the list", [&] { return !model.isLoadingManifest(); });
+    model.manifest()->setManifestFile({fileUrl(file)});
+    Driver::waitFor("the list", [&] { return !model.manifest()->isLoadingManifest(); });
   }
 
   void verify() {
     load();
-    model.verifyManifest();
-    Driver::waitFor("the run", [&] { return !model.isManifestVerifying(); });
+    model.manifest()->verifyManifest();
+    Driver::waitFor("the run", [&] { return !model.manifest()->isManifestVerifying(); });
   }
 
   /// Another program offers the file's content, to be dragged and on the clipboard.
@@ -154,7 +154,8 @@ struct Victim {
 
   void dropFiles(int count) {
     drop("text/uri-list");
-    Driver::waitFor("the run", [&] { return model.jobs()->count() == count && !model.isProcessing(); });
+    Driver::waitFor("the run",
+                    [&] { return model.files()->jobs()->count() == count && !model.files()->isProcessing(); });
   }
 };
 
@@ -201,13 +202,13 @@ std::vector<Input> inputs() {
       {"1,000,000 characters pasted into Verify", text,
        [](Victim& victim) {
          victim.enter(AppMode::Verify);
-         victim.paste(QStringLiteral("checksumField"), [&] { return victim.model.expectedHash().size(); });
+         victim.paste(QStringLiteral("checksumField"), [&] { return victim.model.verify()->expectedHash().size(); });
        }},
       {"1,000,000 characters pasted into Text", text,
        [](Victim& victim) {
          victim.enter(AppMode::Text);
-         victim.paste(QStringLiteral("textEditor"), [&] { return victim.model.textInput().size(); });
-         Driver::waitFor("the digests", [&] { return !victim.model.textHashes().algorithms().empty(); });
+         victim.paste(QStringLiteral("textEditor"), [&] { return victim.model.text()->textInput().size(); });
+         Driver::waitFor("the digests", [&] { return !victim.model.text()->textHashes().algorithms().empty(); });
        }},
       {"Ctrl+V in Text where the clipboard's owner is silent", nothing,
        [](Victim& victim) {
@@ -218,14 +219,14 @@ std::vector<Input> inputs() {
          victim.begin();
          victim.driver.press({"Control_L", "v"});
          victim.driver.type("a");
-         Driver::waitFor("what was typed after", [&] { return victim.model.textInput() == u"a"; });
+         Driver::waitFor("what was typed after", [&] { return victim.model.text()->textInput() == u"a"; });
        }},
       {"file on a dead disk chosen to be verified, and dropped", [] { return uriList({"/dead/file"}); },
        [](Victim& victim) {
          new DeadDisk;  // For as long as the process.
          victim.enter(AppMode::Verify);
          victim.drop("text/uri-list");
-         victim.model.setVerifyFile({fileUrl("/dead/file")});
+         victim.model.verify()->setVerifyFile({fileUrl("/dead/file")});
          victim.draw();
        }},
       {"path of 1 MB in a list", [] { return md5 + repeated("a/", 500'000) + "a\n"; }, verify},
@@ -244,13 +245,13 @@ std::vector<Input> inputs() {
        [](Victim& victim) {
          victim.dropFiles(limit);
          victim.begin();
-         victim.model.removeJob(victim.model.jobs()->idAt(0));
+         victim.model.files()->removeJob(victim.model.files()->jobs()->idAt(0));
        }},
       {"100,000 files cleared", files,
        [](Victim& victim) {
          victim.dropFiles(limit);
          victim.begin();
-         victim.model.clearFiles();
+         victim.model.files()->clearFiles();
        }},
       {"100,000 entries of two files in turn, filtered by \"Waiting\"",
        [] { return repeated(md5 + "a\n" + md5 + "b\n", limit / 2); },
@@ -259,16 +260,16 @@ std::vector<Input> inputs() {
          std::ofstream(victim.file.parent_path() / "b");
          fs::resize_file(victim.file.parent_path() / "b", 1 << 30);
          victim.load();
-         victim.model.manifestJobs()->setFilter(ManifestJobListModel::Waiting);
-         victim.model.verifyManifest();
-         Driver::waitFor("the run", [&] { return !victim.model.isManifestVerifying(); });
+         victim.model.manifest()->manifestJobs()->setFilter(ManifestJobListModel::Waiting);
+         victim.model.manifest()->verifyManifest();
+         Driver::waitFor("the run", [&] { return !victim.model.manifest()->isManifestVerifying(); });
        }},
       {"list of 100,000 entries that fill 64 MiB", fullList, verify},
       {"the same cleared", fullList,
        [](Victim& victim) {
          victim.verify();
          victim.begin();
-         victim.model.clearManifest();
+         victim.model.manifest()->clearManifest();
        }},
       {"15 MB of plain text dropped", [] { return repeated("not a location\n", 1'000'000); },
        [](Victim& victim) { victim.drop("text/plain"); }},

@@ -34,15 +34,15 @@ int main(int argc, char** argv) {
   test::FakeDesktop desktop;
   AppViewModel model(desktop);
   const auto load = [&] {
-    model.clearManifest();
-    model.setManifestFile({fileUrl(list)});
-    bench::waitWhile([&] { return model.isLoadingManifest(); });
-    model.setManifestRoot({fileUrl(root)});
+    model.manifest()->clearManifest();
+    model.manifest()->setManifestFile({fileUrl(list)});
+    bench::waitWhile([&] { return model.manifest()->isLoadingManifest(); });
+    model.manifest()->setManifestRoot({fileUrl(root)});
   };
   const auto verify = [&] {
-    model.verifyManifest();
-    bench::waitWhile([&] { return model.isManifestVerifying(); });
-    if (model.manifestMatchedCount() != count) throw std::runtime_error("not all entries match");
+    model.manifest()->verifyManifest();
+    bench::waitWhile([&] { return model.manifest()->isManifestVerifying(); });
+    if (model.manifest()->manifestMatchedCount() != count) throw std::runtime_error("not all entries match");
   };
   load();
   verify();  // All is in the page cache from here on.
@@ -59,7 +59,7 @@ int main(int argc, char** argv) {
   verify();
   const double verifyStall = meter.takeLongestMilliseconds();
   const double copying = bench::secondsOf([&] {
-    model.copyManifestRows();
+    model.manifest()->copyManifestRows();
     bench::waitWhile([&] { return !desktop.pasteboard; });
   });
   std::printf(

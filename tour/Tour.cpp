@@ -51,7 +51,7 @@ class Tour {
     std::string names;
     for (const fs::path& file : files_) names += '"' + file.string() + "\" ";
     driver_.answerPanel("openPanel", names);
-    Driver::waitFor("the files", [&] { return model_.jobs()->count() == static_cast<int>(files_.size()); });
+    Driver::waitFor("the files", [&] { return model_.files()->jobs()->count() == static_cast<int>(files_.size()); });
     show("added");
   }
 
@@ -65,13 +65,14 @@ class Tour {
 
   void calculate() {
     driver_.click("calculate");
-    Driver::waitFor("the checksums",
-                    [&] { return !model_.isProcessing() && model_.results().size() == files_.size(); });
+    Driver::waitFor("the checksums", [&] {
+      return !model_.files()->isProcessing() && model_.files()->results().size() == files_.size();
+    });
     show("calculated");
   }
 
   void copy() {
-    const FileHashResult& first = *model_.results().front();
+    const FileHashResult& first = *model_.files()->results().front();
     std::string lines;
     for (const HashAlgorithm algorithm : HashAlgorithm::allCases()) {
       if (!lines.empty()) lines += '\n';
@@ -93,7 +94,7 @@ class Tour {
     const std::string extension = format == "Text" ? "txt" : format == "Csv" ? "csv" : "json";
     const fs::path report = output_ / ("checksums." + extension);
     driver_.answerPanel("savePanel", report);
-    Driver::waitFor(report.string(), [&] { return !model_.isExporting() && fs::exists(report); });
+    Driver::waitFor(report.string(), [&] { return !model_.files()->isExporting() && fs::exists(report); });
     require(model_.errorMessage().isEmpty(), "The report is saved without an error");
   }
 
@@ -102,10 +103,11 @@ class Tour {
     driver_.click("textEditor");
     driver_.type("abc");
     Driver::waitFor("the text's checksums", [&] {
-      return model_.textInput() == u"abc" && model_.textHashes().algorithms() == HashAlgorithmSet::all();
+      return model_.text()->textInput() == u"abc" &&
+             model_.text()->textHashes().algorithms() == HashAlgorithmSet::all();
     });
     // FIPS 180-4, appendix to SHA-256.
-    require(model_.textHashes().find(HashAlgorithm::sha256) ==
+    require(model_.text()->textHashes().find(HashAlgorithm::sha256) ==
                 "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad",
             "The text has its published digest");
     show("text");
@@ -115,7 +117,7 @@ class Tour {
     enter(AppMode::Verify, "3");
     driver_.press({"Control_L", "o"});
     driver_.answerPanel("openPanel", files_.front());
-    Driver::waitFor("the file", [&] { return model_.verifyURL() == files_.front(); });
+    Driver::waitFor("the file", [&] { return model_.verify()->verifyURL() == files_.front(); });
     driver_.click("pasteChecksum");
     driver_.click("verify");
     expectVerdict<Verification::AmbiguousExpectedHash>("ambiguous");
@@ -127,7 +129,8 @@ class Tour {
     driver_.press({"Control_L", "a"});
     const std::string wrong = "SHA256 (a) = " + std::string(64, '0');
     driver_.type(wrong);
-    Driver::waitFor("the typed checksum", [&] { return model_.expectedHash() == QString::fromStdString(wrong); });
+    Driver::waitFor("the typed checksum",
+                    [&] { return model_.verify()->expectedHash() == QString::fromStdString(wrong); });
     driver_.press({"Return"});
     expectVerdict<Verification::Mismatch>("mismatch");
   }
@@ -135,8 +138,8 @@ class Tour {
   template <typename Verdict>
   void expectVerdict(const std::string& name) {
     Driver::waitFor("the verdict " + name, [&] {
-      const auto& result = model_.verifyResult();
-      return !model_.isVerifying() && result && std::holds_alternative<Verdict>(*result);
+      const auto& result = model_.verify()->verifyResult();
+      return !model_.verify()->isVerifying() && result && std::holds_alternative<Verdict>(*result);
     });
     show("verify-" + name);
   }
@@ -170,16 +173,19 @@ class Tour {
     show("manifest-empty");
     driver_.press({"Control_L", "o"});
     driver_.answerPanel("openPanel", list);
-    Driver::waitFor("the list", [&] { return model_.manifestJobs()->total() == static_cast<int>(files_.size()); });
+    Driver::waitFor("the list",
+                    [&] { return model_.manifest()->manifestJobs()->total() == static_cast<int>(files_.size()); });
     show("manifest-list");
     driver_.press({"Control_L", "Shift_L", "o"});
     driver_.answerPanel("openPanel", copies);
-    Driver::waitFor("the root folder", [&] { return model_.manifestRootURL() == copies; });
+    Driver::waitFor("the root folder", [&] { return model_.manifest()->manifestRootURL() == copies; });
     driver_.press({"Control_L", "Return"});
-    const int count = model_.manifestJobs()->total();
-    Driver::waitFor("the verdict",
-                    [&] { return !model_.isManifestVerifying() && model_.manifestMatchedCount() == count; });
-    require(model_.manifestVerdict().tone == ManifestVerdict::Tone::good, "A list of unchanged files verifies wholly");
+    const int count = model_.manifest()->manifestJobs()->total();
+    Driver::waitFor("the verdict", [&] {
+      return !model_.manifest()->isManifestVerifying() && model_.manifest()->manifestMatchedCount() == count;
+    });
+    require(model_.manifest()->manifestVerdict().tone == ManifestVerdict::Tone::good,
+            "A list of unchanged files verifies wholly");
     show("manifest-match");
 
     std::ofstream(copies / files_[0].filename(), std::ios::app) << '\n';
@@ -187,9 +193,11 @@ class Tour {
     fs::remove(copies / files_[2].filename());
     fs::create_symlink(files_[2], copies / files_[2].filename());
     driver_.click("verifyManifest");
-    Driver::waitFor("the verdict", [&] { return !model_.isManifestVerifying() && model_.manifestErrorCount() == 2; });
+    Driver::waitFor("the verdict", [&] {
+      return !model_.manifest()->isManifestVerifying() && model_.manifest()->manifestErrorCount() == 2;
+    });
     for (int job = 0; job < count; ++job) {
-      const ManifestJob::State& state = model_.manifestJobs()->jobs().at(job).state;
+      const ManifestJob::State& state = model_.manifest()->manifestJobs()->jobs().at(job).state;
       const auto* failed = std::get_if<ManifestJob::Failed>(&state);
       switch (job) {
         case 0:
@@ -214,23 +222,23 @@ class Tour {
     enter(AppMode::Compare, "5");
     driver_.click("compareFirstChoose");
     driver_.answerPanel("openPanel", files_.front());
-    Driver::waitFor("the first file", [&] { return model_.compareFirstURL() == files_.front(); });
+    Driver::waitFor("the first file", [&] { return model_.compare()->compareFirstURL() == files_.front(); });
     driver_.click("compareSecondChoose");
     driver_.answerPanel("openPanel", files_.back());
-    Driver::waitFor("the second file", [&] { return model_.compareSecondURL() == files_.back(); });
+    Driver::waitFor("the second file", [&] { return model_.compare()->compareSecondURL() == files_.back(); });
     driver_.click("compare");
     expectComparison("different", false);
     driver_.click("compareSecondChoose");
     driver_.answerPanel("openPanel", files_.front());
-    Driver::waitFor("the same file", [&] { return model_.compareSecondURL() == files_.front(); });
+    Driver::waitFor("the same file", [&] { return model_.compare()->compareSecondURL() == files_.front(); });
     driver_.press({"Return"});
     expectComparison("identical", true);
   }
 
   void expectComparison(const std::string& name, bool isIdentical) {
     Driver::waitFor("the comparison " + name, [&] {
-      const auto& result = model_.compareResult();
-      return !model_.isComparing() && result &&
+      const auto& result = model_.compare()->compareResult();
+      return !model_.compare()->isComparing() && result &&
              std::holds_alternative<FileComparison::Identical>(*result) == isIdentical;
     });
     show("compare-" + name);

@@ -1,96 +1,84 @@
+#include "app/compare/CompareFlow.h"
+
 #include <type_traits>
 #include <utility>
 
 #include <QPointer>
 
-#include "app/AppViewModel.h"
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
-#include "core/base/Errors.h"
-#include "core/services/FileComparison.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 
-void AppViewModel::setCompareFiles(const QList<QUrl>& urls, bool isSecondSide) {
-  if (compare_.isRunning || urls.isEmpty()) return;
+CompareFlow::CompareFlow(FlowContext& context)
+    : Flow(context),
+      calculation_(*this, context,
+                   {&CompareFlow::compareResultChanged, &CompareFlow::compareProgressChanged,
+                    &CompareFlow::isComparingChanged}) {
+  connect(this, &CompareFlow::isComparingChanged, this, &Flow::isBusyChanged);
+}
+
+void CompareFlow::setCompareFiles(const QList<QUrl>& urls, bool isSecondSide) {
+  if (isComparing() || urls.isEmpty()) return;
   const auto first = fileLocation(urls.at(0));
   const auto second = urls.size() > 1 ? fileLocation(urls.at(1)) : std::nullopt;
   if (!first) return;
   resetComparison();
   if (second || !isSecondSide) {
-    compare_.firstURL = first;
-    compareFirstSize_.ask(first);
+    firstURL_ = first;
+    firstSize_.ask(first);
   }
   if (second || isSecondSide) {
-    compare_.secondURL = second ? second : first;
-    compareSecondSize_.ask(compare_.secondURL);
+    secondURL_ = second ? second : first;
+    secondSize_.ask(secondURL_);
   }
   emit compareURLsChanged();
 }
 
-void AppViewModel::chooseCompareFile(bool isSecondSide) {
-  if (compare_.isRunning) return;
-  desktop_.chooseSingleFile([this, alive = QPointer(this), isSecondSide](const QUrl& url) {
+void CompareFlow::chooseCompareFile(bool isSecondSide) {
+  if (isComparing()) return;
+  context().desktop().chooseSingleFile([this, alive = QPointer(this), isSecondSide](const QUrl& url) {
     if (alive) setCompareFiles({url}, isSecondSide);
   });
 }
 
-void AppViewModel::swapCompareFiles() {
-  if (compare_.isRunning) return;
+void CompareFlow::swapCompareFiles() {
+  if (isComparing()) return;
   resetComparison();
-  compare_.firstURL.swap(compare_.secondURL);
-  compareFirstSize_.swap(compareSecondSize_);
+  firstURL_.swap(secondURL_);
+  firstSize_.swap(secondSize_);
   emit compareURLsChanged();
 }
 
-QVariantMap AppViewModel::compareFirstFile() const { return fileCard(compare_.firstURL, compareFirstSize_.text()); }
+QVariantMap CompareFlow::compareFirstFile() const { return fileCard(firstURL_, firstSize_.text()); }
 
-QVariantMap AppViewModel::compareSecondFile() const { return fileCard(compare_.secondURL, compareSecondSize_.text()); }
+QVariantMap CompareFlow::compareSecondFile() const { return fileCard(secondURL_, secondSize_.text()); }
 
-QString AppViewModel::compareRefusal() const {
-  return compare_.firstURL && compare_.secondURL ? QString() : tr("Choose two files first.");
+QString CompareFlow::compareRefusal() const {
+  return firstURL_ && secondURL_ ? QString() : tr("Choose two files first.");
 }
 
-void AppViewModel::compare() {
-  if (compare_.isRunning || compareTask_.isRunning() || !compare_.firstURL || !compare_.secondURL) return;
-  resetComparison();
-  setErrorMessage({});
-  setComparing(true);
-  compareTask_.start(
-      BackgroundTask::Priority::userInitiated,
-      [first = *compare_.firstURL, second = *compare_.secondURL](const BackgroundTask::Context& context) {
-        const auto progress = [&](double fraction) {
-          context.post([fraction](AppViewModel& model) { model.setCompareProgress(fraction); });
-        };
-        const FileComparisonResult result = HashService::compareFiles(first, second, context.cancellation(), progress);
-        context.post([result](AppViewModel& model) {
-          model.setCompareProgress(1);
-          model.setCompareResult(result);
-        });
+void CompareFlow::compare() {
+  if (!calculation_.isStartable() || !firstURL_ || !secondURL_) return;
+  context().setErrorMessage(QString());
+  calculation_.start(
+      [first = *firstURL_, second = *secondURL_](const std::stop_token& cancellation, const auto& progress) {
+        return HashService::compareFiles(first, second, cancellation, progress);
       },
-      [](AppViewModel& model, const std::exception_ptr& failure) {
-        if (failure) {
-          model.setErrorMessage(QString::fromStdString(errorDescription(failure)));
-          model.setUnseenOutcome(AppMode::Compare, SomeFailed);
-        }
-        model.setComparing(false);
+      [](CompareFlow& flow, const std::exception_ptr& failure) {
+        flow.context().setErrorMessage(failure);
+        emit flow.ended(Outcome::SomeFailed);
       });
 }
 
-void AppViewModel::resetComparison() {
-  compareTask_.abandon();
-  setCompareResult(std::nullopt);
-  setCompareProgress(0);
-  setComparing(false);
-}
-
-QVariantMap AppViewModel::compareResultForScreen() const {
-  if (!compare_.result) return {};
+QVariantMap CompareFlow::compareResultForScreen() const {
+  if (!compareResult()) return {};
   const auto words = [&](const auto& outcome) -> QVariantMap {
     using Case = std::decay_t<decltype(outcome)>;
     if constexpr (std::is_same_v<Case, FileComparison::Identical>) {
       return {{QStringLiteral("icon"), QStringLiteral("checkmark.circle.fill")},
-              {QStringLiteral("outcome"), AllWell},
+              {QStringLiteral("outcome"), Outcome::AllWell},
               {QStringLiteral("title"), tr("Files are identical")},
               {QStringLiteral("details"), QStringList{}}};
     } else {
@@ -106,28 +94,16 @@ QVariantMap AppViewModel::compareResultForScreen() const {
                    tr("Hexadecimal: 0x%1").arg(outcome.offset, 0, 16)};
       }
       return {{QStringLiteral("icon"), QStringLiteral("xmark.circle.fill")},
-              {QStringLiteral("outcome"), SomeFailed},
+              {QStringLiteral("outcome"), Outcome::SomeFailed},
               {QStringLiteral("title"), tr("Files are different")},
               {QStringLiteral("details"), details}};
     }
   };
-  return std::visit(words, *compare_.result);
+  return std::visit(words, *compareResult());
 }
 
-void AppViewModel::setCompareResult(std::optional<FileComparisonResult> result) {
-  if (std::exchange(compare_.result, result) == compare_.result) return;
-  emit compareResultChanged();
-  if (!compare_.result) return;
-  const bool isIdentical = std::holds_alternative<FileComparison::Identical>(*compare_.result);
-  setUnseenOutcome(AppMode::Compare, isIdentical ? AllWell : SomeFailed);
-}
-
-void AppViewModel::setCompareProgress(double progress) {
-  if (std::exchange(compare_.progress, progress) != progress) emit compareProgressChanged();
-}
-
-void AppViewModel::setComparing(bool isComparing) {
-  if (std::exchange(compare_.isRunning, isComparing) != isComparing) emit isComparingChanged();
+Outcome::Case CompareFlow::outcomeOf(const FileComparisonResult& result) {
+  return std::holds_alternative<FileComparison::Identical>(result) ? Outcome::AllWell : Outcome::SomeFailed;
 }
 
 }  // namespace tallyfold

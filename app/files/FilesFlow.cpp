@@ -1,87 +1,39 @@
+#include "app/files/FilesFlow.h"
+
 #include <algorithm>
-#include <chrono>
-#include <iterator>
-#include <mutex>
-#include <thread>
 #include <utility>
 #include <variant>
 
 #include <QPointer>
 
-#include "app/AppViewModel.h"
+#include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
-#include "core/base/Errors.h"
 
 namespace tallyfold {
 
-/// One run over the queue: its snapshot, and what the worker has reported and the interface thread has not applied yet.
-struct AppViewModel::FileRun {
-  struct Item {
-    Uuid id;
-    std::shared_ptr<const std::filesystem::path> url;
-  };
-  using Outcome = std::variant<std::shared_ptr<const FileHashResult>, FileJob::Failed>;
-  struct Report {
-    std::size_t index;
-    std::variant<FileJob::Hashing, Outcome> news;
-  };
-
-  std::vector<Item> items;
-  HashAlgorithmSet algorithms;
-
-  std::mutex mutex;
-  std::vector<Report> reports;  // Guarded by the mutex.
-
-  // On the worker thread. Until the interface thread comes by, reports pile up here as values, and a file's progress
-  // replaces its earlier progress.
-  void report(const BackgroundTask::Context& context, Report report, const std::shared_ptr<FileRun>& self) {
-    bool isFirst = false;
-    {
-      const std::lock_guard lock(mutex);
-      isFirst = reports.empty();
-      if (!isFirst && reports.back().index == report.index && reports.back().news.index() == 0) reports.pop_back();
-      reports.push_back(std::move(report));
-    }
-    if (isFirst) context.post([self](AppViewModel& model) { model.applyReports(*self); });
+FilesFlow::FilesFlow(FlowContext& context) : Flow(context) {
+  for (const auto change : {&FilesFlow::isProcessingChanged, &FilesFlow::isExportingChanged}) {
+    connect(this, change, this, &FilesFlow::refusalsChanged);
+    connect(this, change, this, &Flow::isBusyChanged);
   }
+  connect(this, &FilesFlow::resultsChanged, this, &FilesFlow::refusalsChanged);
+  connect(&jobs_, &FileJobListModel::countChanged, this, &FilesFlow::refusalsChanged);
+  connect(&context, &FlowContext::selectedAlgorithmsChanged, this, &FilesFlow::refusalsChanged);
+}
 
-  // On the worker thread. What has piled up is applied in one turn of the interface thread, which must not become long.
-  void waitForRoom(const std::stop_token& cancellation) {
-    constexpr std::size_t mostReports = 20'000;
-    const auto isFull = [&] {
-      const std::lock_guard lock(mutex);
-      return reports.size() >= mostReports;
-    };
-    while (!cancellation.stop_requested() && isFull()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
+void FilesFlow::shutdown() {
+  received_.clear();
+  receivingTask_.abandon();
+  cancelProcessing();
+  cancelExport();
+}
 
-  void work(const BackgroundTask::Context& context, const std::shared_ptr<FileRun>& self) {
-    for (std::size_t index = 0; index < items.size(); ++index) {
-      waitForRoom(context.cancellation());
-      if (context.cancellation().stop_requested()) return;
-      report(context, {index, FileJob::Hashing{0}}, self);
-      const auto progress = [&](double fraction) { report(context, {index, FileJob::Hashing{fraction}}, self); };
-      Outcome outcome;
-      try {
-        outcome = std::make_shared<const FileHashResult>(
-            HashService::hashFile(*items[index].url, items[index].id, algorithms, context.cancellation(), progress));
-      } catch (const CancellationError&) {
-        return;
-      } catch (...) {
-        outcome = FileJob::Failed{errorDescription(std::current_exception())};
-      }
-      if (context.cancellation().stop_requested()) return;
-      report(context, {index, std::move(outcome)}, self);
-    }
-  }
-};
+void FilesFlow::addFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFiles(urls), false); }
 
-void AppViewModel::addFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFiles(urls), false); }
+void FilesFlow::addDroppedFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFiles(urls), true); }
 
-void AppViewModel::addDroppedFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFiles(urls), true); }
-
-void AppViewModel::addPreparedFiles(PreparedFiles files, bool isDrop) {
+void FilesFlow::addPreparedFiles(PreparedFiles files, bool isDrop) {
   if (isProcessing_ || isExporting_) return;
   const int before = jobs_.count();
   const bool hasRoomForAll = jobs_.add(std::move(files), queueLimit);
@@ -90,44 +42,43 @@ void AppViewModel::addPreparedFiles(PreparedFiles files, bool isDrop) {
   if (!hasRoomForAll) showQueueLimit();
 }
 
-void AppViewModel::receiveFiles(const QList<QUrl>& urls, bool isDrop) {
+void FilesFlow::receiveFiles(const QList<QUrl>& urls, bool isDrop) {
   if (isProcessing_ || isExporting_) return;
   received_.append({urls, isDrop});
   if (!receivingTask_.isRunning()) receiveNext();
 }
 
-void AppViewModel::receiveNext() {
+void FilesFlow::receiveNext() {
   if (received_.isEmpty()) return;
   receivingTask_.start(
       BackgroundTask::Priority::userInitiated,
-      [next = received_.takeFirst()](const BackgroundTask::Context& context) {
-        auto files = std::make_shared<PreparedFiles>(prepareFiles(next.first, context.cancellation()));
-        context.post(
-            [files, isDrop = next.second](AppViewModel& model) { model.addPreparedFiles(std::move(*files), isDrop); });
+      [next = received_.takeFirst()](const FlowTask<FilesFlow>::Context& task) {
+        auto files = std::make_shared<PreparedFiles>(prepareFiles(next.first, task.cancellation()));
+        task.post([files, isDrop = next.second](FilesFlow& flow) { flow.addPreparedFiles(std::move(*files), isDrop); });
       },
-      [](AppViewModel& model, const std::exception_ptr& failure) {
-        if (failure) model.setErrorMessage(QString::fromStdString(errorDescription(failure)));
-        model.receiveNext();
+      [](FilesFlow& flow, const std::exception_ptr& failure) {
+        if (failure) flow.context().setErrorMessage(failure);
+        flow.receiveNext();
       });
 }
 
-void AppViewModel::chooseFiles() {
+void FilesFlow::chooseFiles() {
   if (!queueRefusal().isEmpty()) return;
-  desktop_.chooseFiles([this, alive = QPointer(this), clearings = clearings_](const QList<QUrl>& urls) {
+  context().desktop().chooseFiles([this, alive = QPointer(this), clearings = clearings_](const QList<QUrl>& urls) {
     if (alive && clearings == clearings_) receiveFiles(urls, false);
   });
 }
 
-void AppViewModel::startProcessing() {
+void FilesFlow::startProcessing() {
   if (!startRefusal().isEmpty()) return;
   discardResults();
-  setErrorMessage({});
+  context().setErrorMessage(QString());
   interruption_.clear();
   setProcessing(true);
   setProgress(0, jobs_.jobs().size());
 
   auto run = std::make_shared<FileRun>();
-  run->algorithms = selectedAlgorithms_;
+  run->algorithms = context().selectedAlgorithms();
   run->items.reserve(jobs_.jobs().size());
   {
     const FileJobListModel::Batch batch(jobs_);
@@ -138,24 +89,23 @@ void AppViewModel::startProcessing() {
   }
   processingTask_.start(
       BackgroundTask::Priority::userInitiated,
-      [run](const BackgroundTask::Context& context) { run->work(context, run); },
-      [](AppViewModel& model, const std::exception_ptr& failure) {
-        if (failure) model.setErrorMessage(QString::fromStdString(errorDescription(failure)));
-        if (model.processingTask_.hasLeftWorkBehind()) model.interruption_ = tr("The disk does not answer");
-        model.setProcessing(false);
-        if (model.overallProgress_ == 1) {
-          model.setUnseenOutcome(AppMode::Files,
-                                 model.results_.size() == model.jobs_.jobs().size() ? AllWell : SomeFailed);
+      [run](const FileRun::Context& task) {
+        run->work(task, [run](FilesFlow& flow, std::vector<FileRun::Report> reports) {
+          flow.applyReports(*run, std::move(reports));
+        });
+      },
+      [](FilesFlow& flow, const std::exception_ptr& failure) {
+        if (failure) flow.context().setErrorMessage(failure);
+        if (flow.processingTask_.hasLeftWorkBehind()) flow.interruption_ = tr("The disk does not answer");
+        flow.setProcessing(false);
+        if (flow.overallProgress_ == 1) {
+          const bool isWell = flow.results_.size() == flow.jobs_.jobs().size();
+          emit flow.ended(isWell ? Outcome::AllWell : Outcome::SomeFailed);
         }
       });
 }
 
-void AppViewModel::applyReports(FileRun& run) {
-  std::vector<FileRun::Report> reports;
-  {
-    const std::lock_guard lock(run.mutex);
-    reports.swap(run.reports);
-  }
+void FilesFlow::applyReports(const FileRun& run, std::vector<FileRun::Report> reports) {
   const std::size_t resultsBefore = results_.size();
   std::size_t processed = 0;
   const FileJobListModel::Batch batch(jobs_);
@@ -168,13 +118,12 @@ void AppViewModel::applyReports(FileRun& run) {
       updateJobProgress(id, hashing->progress);
       continue;
     }
-    auto& outcome = std::get<FileRun::Outcome>(report.news);
-    if (auto* result = std::get_if<std::shared_ptr<const FileHashResult>>(&outcome)) {
+    if (auto* result = std::get_if<std::shared_ptr<const FileHashResult>>(&report.news)) {
       results_.push_back(*result);
       resultByJobID_.emplace(id, std::move(*result));
       updateJob(id, FileJob::Complete{});
     } else {
-      updateJob(id, std::move(std::get<FileJob::Failed>(outcome)));
+      updateJob(id, std::get<FileJob::Failed>(std::move(report.news)));
     }
     processed = report.index + 1;
   }
@@ -182,7 +131,7 @@ void AppViewModel::applyReports(FileRun& run) {
   if (results_.size() > resultsBefore) emit resultsChanged();
 }
 
-void AppViewModel::cancelProcessing() {
+void FilesFlow::cancelProcessing() {
   if (!isProcessing_ && !processingTask_.isRunning()) return;
   processingTask_.cancel();
   const FileJobListModel::Batch batch(jobs_);
@@ -191,7 +140,7 @@ void AppViewModel::cancelProcessing() {
   }
 }
 
-void AppViewModel::removeJob(const Uuid& id) {
+void FilesFlow::removeJob(const Uuid& id) {
   if (!queueRefusal().isEmpty()) return;
   const auto row = jobs_.rowOf(id);
   if (!row) return;
@@ -202,7 +151,7 @@ void AppViewModel::removeJob(const Uuid& id) {
   }
 }
 
-void AppViewModel::clearFiles() {
+void FilesFlow::clearFiles() {
   if (isExporting_) return;
   ++clearings_;
   emit clearingsChanged();
@@ -215,21 +164,21 @@ void AppViewModel::clearFiles() {
   setProgress(0, 0);
 }
 
-void AppViewModel::discardResults() {
+void FilesFlow::discardResults() {
   BackgroundTask::dispose(std::exchange(results_, {}), std::exchange(resultByJobID_, {}));
   emit resultsChanged();
 }
 
-std::shared_ptr<const FileHashResult> AppViewModel::result(const Uuid& id) const {
+std::shared_ptr<const FileHashResult> FilesFlow::result(const Uuid& id) const {
   const auto found = resultByJobID_.find(id);
   return found == resultByJobID_.end() ? nullptr : found->second;
 }
 
-void AppViewModel::updateJob(const Uuid& id, FileJob::State state) {
+void FilesFlow::updateJob(const Uuid& id, FileJob::State state) {
   if (const auto row = jobs_.rowOf(id)) jobs_.setState(*row, std::move(state));
 }
 
-void AppViewModel::updateJobProgress(const Uuid& id, double progress) {
+void FilesFlow::updateJobProgress(const Uuid& id, double progress) {
   const FileJob* current = jobs_.job(id);
   if (current == nullptr) return;
   const auto* hashing = std::get_if<FileJob::Hashing>(&current->state);
@@ -237,7 +186,7 @@ void AppViewModel::updateJobProgress(const Uuid& id, double progress) {
   updateJob(id, FileJob::Hashing{std::max(hashing->progress, std::clamp(progress, 0.0, 1.0))});
 }
 
-void AppViewModel::copyAllHashes(const Uuid& id) {
+void FilesFlow::copyAllHashes(const Uuid& id) {
   const auto found = result(id);
   if (!found) return;
   QByteArray text;
@@ -245,57 +194,100 @@ void AppViewModel::copyAllHashes(const Uuid& id) {
     if (!text.isEmpty()) text += '\n';
     text.append(algorithm.rawValue()).append(": ").append(*found->hashes.find(algorithm));
   }
-  setPasteboard(text);
+  context().copy(text);
 }
 
-void AppViewModel::copyHash(const Uuid& id, const QString& algorithm) {
+void FilesFlow::copyHash(const Uuid& id, const QString& algorithm) {
   const auto found = result(id);
-  const auto known = HashAlgorithm::init(algorithm.toStdString());
+  const auto known = algorithmNamed(algorithm);
   if (!found || !known) return;
-  if (const auto digest = found->hashes.find(*known)) setPasteboard(QByteArray().append(*digest));
+  if (const auto digest = found->hashes.find(*known)) context().copy(QByteArray().append(*digest));
 }
 
-void AppViewModel::copyPath(const Uuid& id) {
-  if (const FileJob* known = jobs_.job(id)) setPasteboard(QByteArray::fromStdString(known->url->native()));
+void FilesFlow::copyPath(const Uuid& id) {
+  if (const FileJob* known = jobs_.job(id)) context().copy(QByteArray::fromStdString(known->url->native()));
 }
 
-void AppViewModel::reveal(const Uuid& id) {
-  if (const FileJob* known = jobs_.job(id)) desktop_.revealInFileBrowser(*known->url);
+void FilesFlow::reveal(const Uuid& id) {
+  if (const FileJob* known = jobs_.job(id)) context().desktop().revealInFileBrowser(*known->url);
 }
 
-QString AppViewModel::startRefusal() const {
-  if (isProcessing_ || processingTask_.isRunning()) return tr("A run is under way.");
-  if (isExporting_) return tr("A report is being saved.");
-  if (jobs_.jobs().empty()) return tr("Add files first.");
-  if (selectedAlgorithms_.empty()) return tr("Select at least one algorithm.");
+void FilesFlow::exportResults(ReportFormat format) {
+  exportResults(ManifestService::allFormats().at(static_cast<std::size_t>(format)));
+}
+
+void FilesFlow::exportResults(ManifestService::Format format) {
+  if (!exportRefusal().isEmpty()) return;
+  const std::string_view extension = ManifestService::fileExtension(format);
+  const QString proposal = QStringLiteral("checksums.") + QString::fromStdString(std::string(extension));
+  context().desktop().chooseDestination(proposal, [this, alive = QPointer(this), format](const QUrl& url) {
+    if (!alive) return;
+    const auto destination = fileLocation(url);
+    if (!destination || !exportRefusal().isEmpty()) return;
+    context().setErrorMessage(QString());
+    interruption_.clear();
+    setExporting(true);
+    exportTask_.start(
+        BackgroundTask::Priority::utility,
+        [results = results_, format, destination = *destination](const FlowTask<FilesFlow>::Context& task) {
+          ManifestService::write(results, format, destination, task.cancellation());
+        },
+        [](FilesFlow& flow, const std::exception_ptr& failure) {
+          if (failure) flow.context().setErrorMessage(failure);
+          if (flow.exportTask_.hasLeftWorkBehind()) flow.interruption_ = tr("The disk does not answer");
+          flow.setExporting(false);
+        });
+  });
+}
+
+void FilesFlow::cancelExport() { exportTask_.cancel(); }
+
+QString FilesFlow::exportRefusal() const {
+  if (isProcessing_) return tr("Reports can be saved when the run has ended.");
+  if (isExporting_ || exportTask_.isRunning()) return tr("A report is being saved.");
+  if (results_.empty()) return tr("There are no checksums to export yet.");
   return {};
 }
 
-QString AppViewModel::queueRefusal() const {
+void FilesFlow::setExporting(bool isExporting) {
+  if (std::exchange(isExporting_, isExporting) != isExporting) emit isExportingChanged();
+}
+
+QString FilesFlow::startRefusal() const {
+  if (isProcessing_ || processingTask_.isRunning()) return tr("A run is under way.");
+  if (isExporting_) return tr("A report is being saved.");
+  if (jobs_.jobs().empty()) return tr("Add files first.");
+  if (context().selectedAlgorithms().empty()) return tr("Select at least one algorithm.");
+  return {};
+}
+
+QString FilesFlow::queueRefusal() const {
   if (isProcessing_) return tr("The list cannot change during a run.");
   if (isExporting_) return tr("The list cannot change while a report is being saved.");
   return {};
 }
 
-QString AppViewModel::clearRefusal() const {
+QString FilesFlow::clearRefusal() const {
   if (isExporting_) return tr("The list cannot change while a report is being saved.");
   if (jobs_.jobs().empty()) return tr("The list is empty.");
   return {};
 }
 
-void AppViewModel::setProcessing(bool isProcessing) {
+void FilesFlow::setProcessing(bool isProcessing) {
+  context().holdSelection(isProcessing);
   if (std::exchange(isProcessing_, isProcessing) != isProcessing) emit isProcessingChanged();
 }
 
-void AppViewModel::setProgress(std::size_t processed, std::size_t total) {
+void FilesFlow::setProgress(std::size_t processed, std::size_t total) {
   processedCount_ = static_cast<int>(processed);
   runFileCount_ = static_cast<int>(total);
   overallProgress_ = total == 0 ? 0 : static_cast<double>(processed) / static_cast<double>(total);
   emit overallProgressChanged();
 }
 
-void AppViewModel::showQueueLimit() {
-  setErrorMessage(tr("The file queue is limited to %1 items.").arg(userLocale().toString(qulonglong{queueLimit})));
+void FilesFlow::showQueueLimit() {
+  context().setErrorMessage(
+      tr("The file queue is limited to %1 items.").arg(userLocale().toString(qulonglong{queueLimit})));
 }
 
 }  // namespace tallyfold

@@ -73,12 +73,12 @@ void ShownFileSize::ask(const std::optional<std::filesystem::path>& path) {
   if (!path) return;
   text_ = std::make_shared<QString>(QChar(u'…'));
   const std::weak_ptr<QString> asker = text_;
-  const auto answer = [asker, model = model_, announcement = announcement_](const std::optional<std::int64_t>& size) {
-    model->post([asker, announcement, size](AppViewModel& owner) {
+  const auto answer = [asker, mailbox = mailbox_, announce = announce_](const std::optional<std::int64_t>& size) {
+    mailbox->post([asker, announce, size] {
       const auto text = asker.lock();
       if (!text) return;
       *text = size ? formattedByteCount(*size) : QString();
-      (owner.*announcement)();
+      announce();
     });
   };
   Questions::shared().ask({*path, answer, asker});

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -8,7 +9,7 @@
 #include <QString>
 #include <QVariantMap>
 
-#include "app/tasks/WeakAppViewModelReference.h"
+#include "app/tasks/Mailbox.h"
 
 namespace tallyfold {
 
@@ -16,14 +17,12 @@ namespace tallyfold {
 /// the interface thread.
 class ShownFileSize {
  public:
-  using Announcement = void (AppViewModel::*)();
-
   /// Workers that wait for a file system at a time; where so many hang, further sizes are unknown until one comes back.
   static constexpr int mostAsking = 8;
 
-  /// `announcement` is the signal of the model that tells of a size.
-  ShownFileSize(std::shared_ptr<WeakAppViewModelReference> model, Announcement announcement)
-      : model_(std::move(model)), announcement_(announcement) {}
+  /// `announce` is called when a size has become known. What it is about must be there as long as the mailbox is open.
+  ShownFileSize(std::shared_ptr<WeakAppViewModelReference> mailbox, std::function<void()> announce)
+      : mailbox_(std::move(mailbox)), announce_(std::move(announce)) {}
 
   /// Forgets the size of another file, and asks for that of `path`.
   void ask(const std::optional<std::filesystem::path>& path);
@@ -35,8 +34,8 @@ class ShownFileSize {
   void swap(ShownFileSize& other) { text_.swap(other.text_); }
 
  private:
-  std::shared_ptr<WeakAppViewModelReference> model_;
-  Announcement announcement_;
+  std::shared_ptr<WeakAppViewModelReference> mailbox_;
+  std::function<void()> announce_;
   std::shared_ptr<QString> text_;  // Nobody else keeps it: an answer to nobody is dropped.
 };
 

@@ -14,9 +14,9 @@ constexpr int utilityNiceness = 10;
 
 }  // namespace
 
-void BackgroundTask::Context::post(WeakAppViewModelReference::Message message) const {
-  model_->post([task = task_, generation = generation_, message = std::move(message)](AppViewModel& model) {
-    if (task->generation_ == generation) message(model);
+void BackgroundTask::Context::post(Mailbox::Message message) const {
+  model_->post([task = task_, generation = generation_, message = std::move(message)] {
+    if (task->generation_ == generation) message();
   });
 }
 
@@ -26,17 +26,18 @@ BackgroundTask::BackgroundTask(std::shared_ptr<WeakAppViewModelReference> model)
   impatience_.setInterval(patience);
   impatience_.callOnTimeout([this] {
     // After what the work may have posted meanwhile.
-    model_->post([this, run = run_](AppViewModel& owner) {
+    model_->post([this, run = run_] {
       if (run_ != run) return;
       hasLeftWorkBehind_ = true;
-      end(owner, run, nullptr);
+      end(run, nullptr);
     });
   });
 }
 
 BackgroundTask::~BackgroundTask() { cancel(); }
 
-void BackgroundTask::start(Priority priority, Work work, LastStep lastStep) {
+void BackgroundTask::start(Priority priority, std::function<void(const Context&)> work,
+                           std::function<void(const std::exception_ptr&)> lastStep) {
   run_ = std::make_shared<Run>();
   run_->lastStep = std::move(lastStep);
   hasLeftWorkBehind_ = false;
@@ -49,9 +50,7 @@ void BackgroundTask::start(Priority priority, Work work, LastStep lastStep) {
   context.generation_ = generation_;
 
   const auto finish = [context, run = run_](std::exception_ptr failure) {
-    context.model_->post([task = context.task_, run, failure = std::move(failure)](AppViewModel& model) {
-      task->end(model, run, failure);
-    });
+    context.model_->post([task = context.task_, run, failure = std::move(failure)] { task->end(run, failure); });
   };
 
   try {
@@ -84,11 +83,11 @@ void BackgroundTask::abandon() {
   run_ = nullptr;
 }
 
-void BackgroundTask::end(AppViewModel& model, const std::shared_ptr<Run>& run, const std::exception_ptr& failure) {
+void BackgroundTask::end(const std::shared_ptr<Run>& run, const std::exception_ptr& failure) {
   if (run_ != run) return;
   impatience_.stop();
   run_ = nullptr;
-  run->lastStep(model, run->cancellation.stop_requested() ? nullptr : failure);
+  run->lastStep(run->cancellation.stop_requested() ? nullptr : failure);
 }
 
 }  // namespace tallyfold

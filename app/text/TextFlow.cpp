@@ -1,7 +1,9 @@
+#include "app/text/TextFlow.h"
+
 #include <string_view>
 #include <utility>
 
-#include "app/AppViewModel.h"
+#include "app/shared/AlgorithmNames.h"
 #include "app/shared/Formats.h"
 #include "core/base/Errors.h"
 #include "core/services/TextHashing.h"
@@ -16,72 +18,80 @@ std::u16string_view viewOf(const QString& text) {
 
 }  // namespace
 
-void AppViewModel::setTextInput(const QString& text) {
-  if (text == text_.input) return;
-  text_.input = text;
+TextFlow::TextFlow(FlowContext& context) : Flow(context) {
+  untilRested_.setSingleShot(true);
+  untilRested_.setTimerType(Qt::PreciseTimer);
+  untilRested_.setInterval(120);
+  connect(&untilRested_, &QTimer::timeout, this, &TextFlow::startTextHash);
+  connect(&context, &FlowContext::selectedAlgorithmsChanged, this, &TextFlow::updateTextHash);
+}
+
+void TextFlow::shutdown() {
+  untilRested_.stop();
+  task_.abandon();
+}
+
+void TextFlow::setTextInput(const QString& text) {
+  if (text == input_) return;
+  input_ = text;
   updateTextHash();
 }
 
-void AppViewModel::updateTextHash() {
-  textTask_.abandon();
-  text_.hashes = {};
-  text_.error.clear();
-  text_.utf8ByteCount = HashService::utf8ByteCount(viewOf(text_.input));
+void TextFlow::updateTextHash() {
+  task_.abandon();
+  hashes_ = {};
+  error_.clear();
+  utf8ByteCount_ = HashService::utf8ByteCount(viewOf(input_));
   emit textInputChanged();
   emit textHashesChanged();
   // Only the last edit of a burst is hashed.
-  textRest_.start();
+  untilRested_.start();
 }
 
-void AppViewModel::startTextHash() {
-  textTask_.start(
+void TextFlow::startTextHash() {
+  task_.start(
       BackgroundTask::Priority::userInitiated,
-      [text = text_.input, algorithms = selectedAlgorithms_](const BackgroundTask::Context& context) {
+      [text = input_, algorithms = context().selectedAlgorithms()](const FlowTask<TextFlow>::Context& task) {
         if (algorithms.empty()) return;
-        auto computed = HashService::hashTextCancellableWithByteCount(viewOf(text), algorithms, context.cancellation());
-        context.post([hashes = std::move(computed.hashes)](AppViewModel& model) {
-          model.text_.hashes = hashes;
-          emit model.textHashesChanged();
+        auto computed = HashService::hashTextCancellableWithByteCount(viewOf(text), algorithms, task.cancellation());
+        task.post([hashes = std::move(computed.hashes)](TextFlow& flow) {
+          flow.hashes_ = hashes;
+          emit flow.textHashesChanged();
         });
       },
-      [](AppViewModel& model, const std::exception_ptr& failure) {
+      [](TextFlow& flow, const std::exception_ptr& failure) {
         if (!failure) return;
-        model.text_.error = QString::fromStdString(errorDescription(failure));
-        emit model.textHashesChanged();
+        flow.error_ = QString::fromStdString(errorDescription(failure));
+        emit flow.textHashesChanged();
       });
 }
 
-QString AppViewModel::textSize() const { return tr("%1 (UTF-8)").arg(exactByteCount(text_.utf8ByteCount)); }
+QString TextFlow::textSize() const { return tr("%1 (UTF-8)").arg(exactByteCount(utf8ByteCount_)); }
 
-QVariantMap AppViewModel::textHashesByName() const {
+QVariantMap TextFlow::textHashesByName() const {
   QVariantMap map;
-  for (const HashAlgorithm algorithm : text_.hashes.algorithms()) {
-    map.insert(QString::fromStdString(std::string(algorithm.rawValue())),
-               QString::fromStdString(std::string(*text_.hashes.find(algorithm))));
+  for (const HashAlgorithm algorithm : hashes_.algorithms()) {
+    map.insert(displayName(algorithm), utf8Text(*hashes_.find(algorithm)));
   }
   return map;
 }
 
-QString AppViewModel::classification(const QString& algorithm) {
-  const auto known = HashAlgorithm::init(algorithm.toStdString());
-  return known ? QString::fromStdString(std::string(known->classification())) : QString();
+QString TextFlow::classification(const QString& algorithm) {
+  const auto known = algorithmNamed(algorithm);
+  return known ? utf8Text(known->classification()) : QString();
 }
 
-int AppViewModel::digestLength(const QString& algorithm) {
-  const auto known = HashAlgorithm::init(algorithm.toStdString());
+int TextFlow::digestLength(const QString& algorithm) {
+  const auto known = algorithmNamed(algorithm);
   return known ? static_cast<int>(known->hexLength()) : 0;
 }
 
-void AppViewModel::copyTextHash(const QString& algorithm) {
-  const auto known = HashAlgorithm::init(algorithm.toStdString());
-  const auto digest = known ? text_.hashes.find(*known) : std::nullopt;
-  if (digest) setPasteboard(QByteArray().append(*digest));
+void TextFlow::copyTextHash(const QString& algorithm) {
+  const auto known = algorithmNamed(algorithm);
+  const auto digest = known ? hashes_.find(*known) : std::nullopt;
+  if (digest) context().copy(QByteArray().append(*digest));
 }
 
-void AppViewModel::pasteText() { setTextInput(pasteboardText()); }
-
-QString AppViewModel::pasteboardText(bool isSelection) const {
-  return desktop_.pasteboardText(isSelection ? Desktop::Pasteboard::selection : Desktop::Pasteboard::clipboard);
-}
+void TextFlow::pasteText() { setTextInput(context().pasteboardText()); }
 
 }  // namespace tallyfold

@@ -1,21 +1,22 @@
+#include "app/verify/VerifyFlow.h"
+
 #include <algorithm>
 #include <type_traits>
 #include <utility>
 
 #include <QPointer>
 
-#include "app/AppViewModel.h"
+#include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
 #include "checksums/ChecksumLines.h"
 #include "core/base/Errors.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 
 namespace {
 
 const QString automatic = QStringLiteral("Auto");
-
-QString text(std::string_view utf8) { return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size())); }
 
 /// What was pasted, as far as is needed to see that it is too long.
 std::string checksumText(const QString& pasted) {
@@ -24,168 +25,148 @@ std::string checksumText(const QString& pasted) {
 
 QString ambiguityOf(const QString& pasted) {
   const HashAlgorithmSet candidates = ChecksumManifestService::ambiguousCandidates(checksumText(pasted));
-  return AppViewModel::tr("%1-character digests can be %2. Choose the algorithm from the menu.")
+  return VerifyFlow::tr("%1-character digests can be %2. Choose the algorithm from the menu.")
       .arg((*candidates.begin()).hexLength())
-      .arg(text(namesOf(candidates, "or")));
+      .arg(utf8Text(namesOf(candidates, "or")));
 }
 
 }  // namespace
 
-QString AppViewModel::expectedHashHint() {
+VerifyFlow::VerifyFlow(FlowContext& context)
+    : Flow(context),
+      calculation_(
+          *this, context,
+          {&VerifyFlow::verifyResultChanged, &VerifyFlow::verifyProgressChanged, &VerifyFlow::isVerifyingChanged}) {
+  connect(this, &VerifyFlow::isVerifyingChanged, this, &Flow::isBusyChanged);
+  connect(this, &VerifyFlow::expectedHashChanged, this, &VerifyFlow::recognisedAlgorithmChanged);
+  connect(this, &VerifyFlow::verifyAlgorithmChanged, this, &VerifyFlow::recognisedAlgorithmChanged);
+}
+
+QString VerifyFlow::expectedHashHint() {
   QString hint = tr("Paste a checksum or a standard checksum line. Use Auto when the digest length is unique");
   for (const HashAlgorithmSet algorithms : HashAlgorithm::withSameHexLength()) {
     hint += (algorithms.size() == 2 ? tr("; %1 both use %2 hexadecimal characters")
                                     : tr("; %1 all use %2 hexadecimal characters"))
-                .arg(text(namesOf(algorithms, "and")))
+                .arg(utf8Text(namesOf(algorithms, "and")))
                 .arg((*algorithms.begin()).hexLength());
   }
   return hint + QStringLiteral(".");
 }
 
-void AppViewModel::setVerifyFile(const QList<QUrl>& urls) {
+void VerifyFlow::setVerifyFile(const QList<QUrl>& urls) {
   const auto location = urls.isEmpty() ? std::nullopt : fileLocation(urls.constFirst());
-  if (verify_.isRunning || !location) return;
+  if (isVerifying() || !location) return;
   resetVerification();
-  verify_.url = location;
-  verifySize_.ask(location);
+  url_ = location;
+  size_.ask(location);
   emit verifyURLChanged();
 }
 
-void AppViewModel::chooseVerifyFile() {
-  if (verify_.isRunning) return;
-  desktop_.chooseSingleFile([this, alive = QPointer(this)](const QUrl& url) {
+void VerifyFlow::chooseVerifyFile() {
+  if (isVerifying()) return;
+  context().desktop().chooseSingleFile([this, alive = QPointer(this)](const QUrl& url) {
     if (alive) setVerifyFile({url});
   });
 }
 
-QVariantMap AppViewModel::verifyFile() const { return fileCard(verify_.url, verifySize_.text()); }
+QVariantMap VerifyFlow::verifyFile() const { return fileCard(url_, size_.text()); }
 
-void AppViewModel::setExpectedHash(const QString& pasted) {
-  if (pasted == verify_.expectedHash) return;
+void VerifyFlow::setExpectedHash(const QString& pasted) {
+  if (pasted == expectedHash_) return;
   resetVerification();
-  verify_.expectedHash = pasted;
+  expectedHash_ = pasted;
   emit expectedHashChanged();
 }
 
-void AppViewModel::pasteExpectedHash() { setExpectedHash(pasteboardText().trimmed()); }
+void VerifyFlow::pasteExpectedHash() { setExpectedHash(context().pasteboardText().trimmed()); }
 
-QStringList AppViewModel::verifyAlgorithms() { return QStringList{automatic} + algorithmNames(); }
+QStringList VerifyFlow::verifyAlgorithms() { return QStringList{automatic} + displayNames(HashAlgorithmSet::all()); }
 
-QString AppViewModel::verifyAlgorithm() const {
-  return verify_.algorithmOverride ? text(verify_.algorithmOverride->rawValue()) : automatic;
+QString VerifyFlow::verifyAlgorithm() const {
+  return algorithmOverride_ ? displayName(*algorithmOverride_) : automatic;
 }
 
-void AppViewModel::setVerifyAlgorithm(const QString& name) {
-  const auto algorithm = HashAlgorithm::init(name.toStdString());
-  if (algorithm == verify_.algorithmOverride) return;
+void VerifyFlow::setVerifyAlgorithm(const QString& name) {
+  const auto algorithm = algorithmNamed(name);
+  if (algorithm == algorithmOverride_) return;
   resetVerification();
-  verify_.algorithmOverride = algorithm;
+  algorithmOverride_ = algorithm;
   emit verifyAlgorithmChanged();
 }
 
-QString AppViewModel::recognisedAlgorithm() const {
-  const auto expected =
-      ChecksumManifestService::extractSingleChecksum(checksumText(verify_.expectedHash), verify_.algorithmOverride);
-  return expected ? text(expected->algorithm.rawValue()) : QString();
+QString VerifyFlow::recognisedAlgorithm() const {
+  const auto expected = ChecksumManifestService::extractSingleChecksum(checksumText(expectedHash_), algorithmOverride_);
+  return expected ? displayName(expected->algorithm) : QString();
 }
 
-QString AppViewModel::verifyRefusal() const { return verify_.url ? QString() : tr("Choose a file first."); }
+QString VerifyFlow::verifyRefusal() const { return url_ ? QString() : tr("Choose a file first."); }
 
-void AppViewModel::verify() {
-  if (verify_.isRunning || verifyTask_.isRunning() || !verify_.url) return;
-  const std::string pasted = checksumText(verify_.expectedHash);
-  if (!verify_.algorithmOverride && ChecksumManifestService::isAmbiguousSingleChecksum(pasted)) {
-    return setVerifyResult(Verification::AmbiguousExpectedHash{});
+void VerifyFlow::verify() {
+  if (!calculation_.isStartable() || !url_) return;
+  const std::string pasted = checksumText(expectedHash_);
+  if (!algorithmOverride_ && ChecksumManifestService::isAmbiguousSingleChecksum(pasted)) {
+    return calculation_.setResult(Verification::AmbiguousExpectedHash{});
   }
-  const auto expected = ChecksumManifestService::extractSingleChecksum(pasted, verify_.algorithmOverride);
-  if (!expected) return setVerifyResult(Verification::InvalidExpectedHash{});
+  const auto expected = ChecksumManifestService::extractSingleChecksum(pasted, algorithmOverride_);
+  if (!expected) return calculation_.setResult(Verification::InvalidExpectedHash{});
 
-  resetVerification();
-  setVerifying(true);
-  verify_.expected = expected->expectedHash;
-  verifyTask_.start(
-      BackgroundTask::Priority::userInitiated,
-      [url = *verify_.url, algorithm = expected->algorithm,
-       wanted = expected->expectedHash](const BackgroundTask::Context& context) {
-        const auto progress = [&](double fraction) {
-          context.post([fraction](AppViewModel& model) { model.setVerifyProgress(fraction); });
-        };
-        const FileHashResult result =
-            HashService::hashFile(url, Uuid::random(), {algorithm}, context.cancellation(), progress);
+  expected_ = expected->expectedHash;
+  calculation_.start(
+      [url = *url_, algorithm = expected->algorithm, wanted = expected->expectedHash](
+          const std::stop_token& cancellation, const auto& progress) -> VerificationResult {
+        const FileHashResult result = HashService::hashFile(url, Uuid::random(), {algorithm}, cancellation, progress);
         const std::string digest(result.hashes.find(algorithm).value());
-        VerificationResult verdict = Verification::Mismatch{algorithm, digest};
-        if (digest == wanted) verdict = Verification::Match{algorithm, digest};
-        context.post([verdict](AppViewModel& model) {
-          model.setVerifyProgress(1);
-          model.setVerifyResult(verdict);
-        });
+        if (digest == wanted) return Verification::Match{algorithm, digest};
+        return Verification::Mismatch{algorithm, digest};
       },
-      [](AppViewModel& model, const std::exception_ptr& failure) {
-        if (failure) model.setVerifyResult(Verification::Error{errorDescription(failure)});
-        model.setVerifying(false);
+      [](VerifyFlow& flow, const std::exception_ptr& failure) {
+        flow.calculation_.setResult(Verification::Error{errorDescription(failure)});
       });
 }
 
-void AppViewModel::resetVerification() {
-  verifyTask_.abandon();
-  setVerifyResult(std::nullopt);
-  setVerifyProgress(0);
-  setVerifying(false);
-}
-
-QVariantMap AppViewModel::verifyResultForScreen() const {
-  if (!verify_.result) return {};
-  const auto verdict = [](const char* icon, Outcome outcome, const QString& title, const QString& details) {
+QVariantMap VerifyFlow::verifyResultForScreen() const {
+  if (!verifyResult()) return {};
+  const auto verdict = [](const char* icon, Outcome::Case outcome, const QString& title, const QString& details) {
     return QVariantMap{{QStringLiteral("icon"), QLatin1String(icon)},
                        {QStringLiteral("outcome"), outcome},
                        {QStringLiteral("title"), title},
                        {QStringLiteral("details"), details}};
   };
   const auto line = [](const QString& label, const std::string& digest) {
-    return QVariantMap{{QStringLiteral("label"), label}, {QStringLiteral("digest"), text(digest)}};
+    return QVariantMap{{QStringLiteral("label"), label}, {QStringLiteral("digest"), utf8Text(digest)}};
   };
   const auto words = [&](const auto& outcome) {
     using Case = std::decay_t<decltype(outcome)>;
     if constexpr (std::is_same_v<Case, Verification::Match>) {
-      QVariantMap map = verdict("checkmark.shield.fill", AllWell, tr("Match"), QString());
+      QVariantMap map = verdict("checkmark.shield.fill", Outcome::AllWell, tr("Match"), QString());
       map.insert(QStringLiteral("digests"),
-                 QVariantList{line(text(outcome.algorithm.rawValue()) + QStringLiteral(": "), outcome.digest)});
+                 QVariantList{line(displayName(outcome.algorithm) + QStringLiteral(": "), outcome.digest)});
       return map;
     } else if constexpr (std::is_same_v<Case, Verification::Mismatch>) {
-      QVariantMap map = verdict("xmark.shield.fill", SomeFailed,
-                                tr("Checksum mismatch (%1)").arg(text(outcome.algorithm.rawValue())), QString());
+      QVariantMap map = verdict("xmark.shield.fill", Outcome::SomeFailed,
+                                tr("Checksum mismatch (%1)").arg(displayName(outcome.algorithm)), QString());
       const auto [expected, actual] =
-          std::mismatch(verify_.expected.begin(), verify_.expected.end(), outcome.actual.begin(), outcome.actual.end());
+          std::mismatch(expected_.begin(), expected_.end(), outcome.actual.begin(), outcome.actual.end());
       map.insert(QStringLiteral("digests"),
-                 QVariantList{line(tr("Expected: "), verify_.expected), line(tr("Actual: "), outcome.actual)});
+                 QVariantList{line(tr("Expected: "), expected_), line(tr("Actual: "), outcome.actual)});
       map.insert(QStringLiteral("difference"), static_cast<int>(actual - outcome.actual.begin()));
       return map;
     } else if constexpr (std::is_same_v<Case, Verification::Error>) {
-      return verdict("exclamationmark.triangle.fill", SomeFailed, tr("Not verified"), text(outcome.message));
+      return verdict("exclamationmark.triangle.fill", Outcome::SomeFailed, tr("Not verified"),
+                     utf8Text(outcome.message));
     } else if constexpr (std::is_same_v<Case, Verification::InvalidExpectedHash>) {
-      return verdict("questionmark.diamond.fill", NoOutcome, tr("Not verified"),
+      return verdict("questionmark.diamond.fill", Outcome::NoOutcome, tr("Not verified"),
                      tr("Invalid or unsupported checksum format."));
     } else {
-      return verdict("exclamationmark.triangle.fill", NoOutcome, tr("Not verified"), ambiguityOf(verify_.expectedHash));
+      return verdict("exclamationmark.triangle.fill", Outcome::NoOutcome, tr("Not verified"),
+                     ambiguityOf(expectedHash_));
     }
   };
-  return std::visit(words, *verify_.result);
+  return std::visit(words, *verifyResult());
 }
 
-void AppViewModel::setVerifyResult(std::optional<VerificationResult> result) {
-  if (std::exchange(verify_.result, std::move(result)) == verify_.result) return;
-  emit verifyResultChanged();
-  if (!verify_.result) return;
-  const bool isMatch = std::holds_alternative<Verification::Match>(*verify_.result);
-  setUnseenOutcome(AppMode::Verify, isMatch ? AllWell : SomeFailed);
-}
-
-void AppViewModel::setVerifyProgress(double progress) {
-  if (std::exchange(verify_.progress, progress) != progress) emit verifyProgressChanged();
-}
-
-void AppViewModel::setVerifying(bool isVerifying) {
-  if (std::exchange(verify_.isRunning, isVerifying) != isVerifying) emit isVerifyingChanged();
+Outcome::Case VerifyFlow::outcomeOf(const VerificationResult& result) {
+  return std::holds_alternative<Verification::Match>(result) ? Outcome::AllWell : Outcome::SomeFailed;
 }
 
 }  // namespace tallyfold

@@ -40,14 +40,14 @@ TEST_F(AddFiles, EachRegularLocationIsQueuedOnceInTheGivenOrder) {
   };
   for (const Case& test : cases) {
     SCOPED_TRACE(test.situation);
-    model_->clearFiles();
+    model_->files()->clearFiles();
     QList<QUrl> urls;
     for (const char* url : test.urls) urls.append(QUrl(QString::fromLatin1(url)));
-    model_->addFiles(urls);
+    model_->files()->addFiles(urls);
     EXPECT_EQ(paths(), test.expected);
 
-    const QSignalSpy changes(model_->jobs(), &FileJobListModel::rowsInserted);
-    model_->addFiles(urls);
+    const QSignalSpy changes(model_->files()->jobs(), &FileJobListModel::rowsInserted);
+    model_->files()->addFiles(urls);
     EXPECT_EQ(paths(), test.expected);
     EXPECT_EQ(changes.count(), 0);
     EXPECT_EQ(model_->errorMessage(), QString());
@@ -70,86 +70,87 @@ TEST_F(AddFiles, QueueIsLimitedAndLosesNothingAtItsLimit) {
   const QUrl page(QStringLiteral("https://example.org/"));
   const QList<QUrl> first = vanishedFiles(99'999);
   const QList<QUrl> more = vanishedFiles(4, QStringLiteral("/more/"));
-  const QSignalSpy changes(model_->jobs(), &FileJobListModel::rowsInserted);
-  model_->addFiles(first);
+  const QSignalSpy changes(model_->files()->jobs(), &FileJobListModel::rowsInserted);
+  model_->files()->addFiles(first);
   ASSERT_EQ(changes.count(), 1) << "However many there are, the list changes once";
   const Uuid firstID = idAt(0);
 
   const auto add = [&](const char* situation, const QList<QUrl>& urls, int count, bool isRefused) {
     SCOPED_TRACE(situation);
     model_->setErrorMessage({});
-    model_->addFiles(urls);
-    EXPECT_EQ(model_->jobs()->count(), count);
+    model_->files()->addFiles(urls);
+    EXPECT_EQ(model_->files()->jobs()->count(), count);
     EXPECT_EQ(model_->errorMessage(), isRefused ? message : QString());
   };
   add("room for one, nothing new", {first[0], folder, page, first[99'998]}, 99'999, false);
   add("room for one, two new ones", {more[0], more[1]}, 100'000, true);
   add("no room, a new one", {more[2]}, 100'000, true);
   add("no room, a folder", {folder}, 100'000, true);
-  model_->removeJob(idAt(99'999));
+  model_->files()->removeJob(idAt(99'999));
   add("room for one, and what is no file after it", {more[2], folder, page}, 100'000, false);
-  model_->removeJob(idAt(99'999));
+  model_->files()->removeJob(idAt(99'999));
   add("room for one, the same twice", {more[3], more[3]}, 100'000, true);
 
   EXPECT_EQ(idAt(0), firstID);
   for (int row = 0; row < first.size(); ++row) {
-    ASSERT_EQ(model_->jobs()->jobs()[static_cast<std::size_t>(row)].url->native(), first[row].path().toStdString());
+    ASSERT_EQ(model_->files()->jobs()->jobs()[static_cast<std::size_t>(row)].url->native(),
+              first[row].path().toStdString());
   }
-  EXPECT_EQ(*model_->jobs()->jobs().back().url, "/more/3");
+  EXPECT_EQ(*model_->files()->jobs()->jobs().back().url, "/more/3");
 }
 
 TEST_F(AddFiles, DropThatFillsTheQueueStartsAndSaysThatNotAllHadRoom) {
   // Without a selection there is nothing to start. The second drop comes while the first is prepared.
   model_->setSelectedAlgorithms({});
-  model_->receiveDroppedFiles({urlOf("/elsewhere/cleared")});
-  model_->clearFiles();
-  model_->addFiles(vanishedFiles(99'998));
-  model_->receiveDroppedFiles({urlOf("/elsewhere/a")});
-  model_->receiveDroppedFiles({urlOf("/elsewhere/b")});
-  ASSERT_TRUE(reached([&] { return model_->jobs()->count() == 100'000; }));
-  EXPECT_EQ(*model_->jobs()->jobs().back().url, "/elsewhere/b");
-  EXPECT_FALSE(model_->isProcessing());
-  model_->removeJob(idAt(0));
+  model_->files()->receiveDroppedFiles({urlOf("/elsewhere/cleared")});
+  model_->files()->clearFiles();
+  model_->files()->addFiles(vanishedFiles(99'998));
+  model_->files()->receiveDroppedFiles({urlOf("/elsewhere/a")});
+  model_->files()->receiveDroppedFiles({urlOf("/elsewhere/b")});
+  ASSERT_TRUE(reached([&] { return model_->files()->jobs()->count() == 100'000; }));
+  EXPECT_EQ(*model_->files()->jobs()->jobs().back().url, "/elsewhere/b");
+  EXPECT_FALSE(model_->files()->isProcessing());
+  model_->files()->removeJob(idAt(0));
   model_->choosePreset(AppViewModel::Recommended);
   model_->setErrorMessage(QStringLiteral("An older one."));
-  model_->receiveDroppedFiles({urlOf("/elsewhere/c")});
-  ASSERT_TRUE(reached([&] { return model_->isProcessing(); }));
+  model_->files()->receiveDroppedFiles({urlOf("/elsewhere/c")});
+  ASSERT_TRUE(reached([&] { return model_->files()->isProcessing(); }));
   EXPECT_EQ(model_->errorMessage(), QString());
-  model_->cancelProcessing();
+  model_->files()->cancelProcessing();
   ASSERT_TRUE(runEnds());
 
-  model_->removeJob(idAt(0));
-  model_->addDroppedFiles({urlOf("/elsewhere/d"), urlOf("/elsewhere/e")});
-  EXPECT_TRUE(model_->isProcessing());
+  model_->files()->removeJob(idAt(0));
+  model_->files()->addDroppedFiles({urlOf("/elsewhere/d"), urlOf("/elsewhere/e")});
+  EXPECT_TRUE(model_->files()->isProcessing());
   EXPECT_EQ(model_->errorMessage(), QStringLiteral("The file queue is limited to 100,000 items."));
-  model_->cancelProcessing();
+  model_->files()->cancelProcessing();
   ASSERT_TRUE(runEnds());
 }
 
 TEST_F(AddFiles, WhatIsReceivedBeforeTheListIsClearedComesNoMore) {
-  model_->chooseFiles();
-  model_->receiveDroppedFiles({urlOf("/elsewhere/a")});
-  model_->receiveDroppedFiles({urlOf("/elsewhere/b")});
-  model_->clearFiles();
+  model_->files()->chooseFiles();
+  model_->files()->receiveDroppedFiles({urlOf("/elsewhere/a")});
+  model_->files()->receiveDroppedFiles({urlOf("/elsewhere/b")});
+  model_->files()->clearFiles();
   desktop_.openPanel({urlOf("/elsewhere/c")});
-  model_->receiveDroppedFiles({urlOf("/elsewhere/d")});
-  ASSERT_TRUE(reached([&] { return model_->jobs()->count() > 0; }) && runEnds());
+  model_->files()->receiveDroppedFiles({urlOf("/elsewhere/d")});
+  ASSERT_TRUE(reached([&] { return model_->files()->jobs()->count() > 0; }) && runEnds());
   EXPECT_THAT(paths(), ElementsAre("/elsewhere/d"));
 }
 
 TEST_F(AddFiles, ChosenFilesAreQueuedUnlessARunHasBegun) {
   const auto file = folder_.file("abc", "abc");
-  model_->chooseFiles();
+  model_->files()->chooseFiles();
   ASSERT_TRUE(desktop_.openPanel);
   EXPECT_THAT(paths(), IsEmpty());
   desktop_.confirmOpenPanel({urlOf(file)});
-  ASSERT_TRUE(reached([&] { return model_->jobs()->count() == 1; }));
+  ASSERT_TRUE(reached([&] { return model_->files()->jobs()->count() == 1; }));
   EXPECT_THAT(paths(), ElementsAre(file));
-  EXPECT_FALSE(model_->isProcessing());
+  EXPECT_FALSE(model_->files()->isProcessing());
 
-  model_->chooseFiles();
+  model_->files()->chooseFiles();
   holdAt("read", 1);
-  model_->startProcessing();
+  model_->files()->startProcessing();
   desktop_.confirmOpenPanel({urlOf("/late")});
   EXPECT_THAT(paths(), ElementsAre(file));
 }

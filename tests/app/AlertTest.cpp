@@ -14,10 +14,10 @@ TEST_F(Alert, SaysWhatTheSystemSaysAndGoesWithTheNextStart) {
   const fs::path list = folder_.file("list.md5", "900150983cd24fb0d6963f7d28e17f72  file\n");
   add({file});
   run();
-  model_->setVerifyFile({urlOf(file)});
-  model_->setExpectedHash(QStringLiteral("900150983cd24fb0d6963f7d28e17f72"));
-  model_->setCompareFiles({urlOf(file), urlOf(list)}, false);
-  model_->setManifestRoot({urlOf(folder_.path())});
+  model_->verify()->setVerifyFile({urlOf(file)});
+  model_->verify()->setExpectedHash(QStringLiteral("900150983cd24fb0d6963f7d28e17f72"));
+  model_->compare()->setCompareFiles({urlOf(file), urlOf(list)}, false);
+  model_->manifest()->setManifestRoot({urlOf(folder_.path())});
   const auto alert = [this] { return model_->errorMessage().toStdString(); };
   const std::string diskError = "Input/output error";
   const struct {
@@ -27,20 +27,21 @@ TEST_F(Alert, SaysWhatTheSystemSaysAndGoesWithTheNextStart) {
     std::function<std::string()> told;
     std::string sentence;
   } flows[]{
-      {"open", [&] { model_->compare(); }, [&] { return model_->isComparing(); }, alert, diskError},
-      {"read", [&] { model_->setManifestFile({urlOf(list)}); }, [&] { return model_->isLoadingManifest(); }, alert,
+      {"open", [&] { model_->compare()->compare(); }, [&] { return model_->compare()->isComparing(); }, alert,
        diskError},
-      {"stat", [&] { model_->verifyManifest(); }, [&] { return model_->isManifestVerifying(); }, alert,
-       "The selected manifest root is not an accessible directory."},
+      {"read", [&] { model_->manifest()->setManifestFile({urlOf(list)}); },
+       [&] { return model_->manifest()->isLoadingManifest(); }, alert, diskError},
+      {"stat", [&] { model_->manifest()->verifyManifest(); }, [&] { return model_->manifest()->isManifestVerifying(); },
+       alert, "The selected manifest root is not an accessible directory."},
       {"fsync",
        [&] {
-         model_->exportResults(AppViewModel::Csv);
+         model_->files()->exportResults(FilesFlow::Csv);
          desktop_.confirmSavePanel(urlOf(folder_.path() / "report"));
        },
-       [&] { return model_->isExporting(); }, alert, diskError},
-      {"read", [&] { model_->verify(); }, [&] { return model_->isVerifying(); },
+       [&] { return model_->files()->isExporting(); }, alert, diskError},
+      {"read", [&] { model_->verify()->verify(); }, [&] { return model_->verify()->isVerifying(); },
        [&] {
-         const QVariantMap result = model_->verifyResultForScreen();
+         const QVariantMap result = model_->verify()->verifyResultForScreen();
          const std::string details = result.value(QStringLiteral("details")).toString().toStdString();
          return details.starts_with("MD5") ? "" : details;
        },
@@ -54,7 +55,7 @@ TEST_F(Alert, SaysWhatTheSystemSaysAndGoesWithTheNextStart) {
       ASSERT_TRUE(reached([&] { return !flow.isRunning(); }));
     }
     EXPECT_EQ(flow.told(), Workers::Refusal().what()) << flow.call;
-    EXPECT_EQ(model_->results().size(), 1U);
+    EXPECT_EQ(model_->files()->results().size(), 1U);
     for (const int error : {EIO, 0}) {
       SCOPED_TRACE(std::string(flow.call) + ": " + std::strerror(error));
       calls_.before = [&, isDone = false](std::string_view call, std::size_t) mutable {

@@ -9,11 +9,13 @@ namespace fs = std::filesystem;
 class CompareFlow : public ModelTest {
  protected:
   void start(const fs::path& first, const fs::path& second) {
-    model_->setCompareFiles({urlOf(first), urlOf(second)}, false);
-    model_->compare();
+    model_->compare()->setCompareFiles({urlOf(first), urlOf(second)}, false);
+    model_->compare()->compare();
   }
 
-  [[nodiscard]] QVariant shown(const char* key) { return model_->compareResultForScreen().value(QLatin1String(key)); }
+  [[nodiscard]] QVariant shown(const char* key) {
+    return model_->compare()->compareResultForScreen().value(QLatin1String(key));
+  }
 };
 
 TEST_F(CompareFlow, ResultIsToldInWordsAndExactNumbers) {
@@ -47,21 +49,20 @@ TEST_F(CompareFlow, ResultIsToldInWordsAndExactNumbers) {
   for (const auto& test : cases) {
     SCOPED_TRACE(test.second);
     start(file, test.second);
-    ASSERT_TRUE(reached([this] { return !model_->isComparing(); }));
-    EXPECT_EQ(model_->compareResult(), test.result);
+    ASSERT_TRUE(reached([this] { return !model_->compare()->isComparing(); }));
+    EXPECT_EQ(model_->compare()->compareResult(), test.result);
     EXPECT_EQ(shown("title").toString(), test.title);
     EXPECT_EQ(shown("details").toStringList(), test.details);
-    EXPECT_EQ(model_->unseenOutcome(AppMode::Compare),
-              test.details.isEmpty() ? AppViewModel::AllWell : AppViewModel::SomeFailed);
+    EXPECT_EQ(model_->unseenOutcome(AppMode::Compare), test.details.isEmpty() ? Outcome::AllWell : Outcome::SomeFailed);
   }
-  model_->setCompareFiles({urlOf(folder_.path() / "missing")}, true);
-  EXPECT_EQ(model_->compareResult(), std::nullopt) << "It was about another file";
+  model_->compare()->setCompareFiles({urlOf(folder_.path() / "missing")}, true);
+  EXPECT_EQ(model_->compare()->compareResult(), std::nullopt) << "It was about another file";
   model_->setMode(AppMode::Compare);
   model_->setMode(AppMode::Files);
-  model_->compare();
-  ASSERT_TRUE(reached([this] { return !model_->isComparing(); }));
+  model_->compare()->compare();
+  ASSERT_TRUE(reached([this] { return !model_->compare()->isComparing(); }));
   EXPECT_EQ(model_->errorMessage(), QStringLiteral("No such file or directory"));
-  EXPECT_EQ(model_->unseenOutcome(AppMode::Compare), AppViewModel::SomeFailed);
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Compare), Outcome::SomeFailed);
 }
 
 TEST_F(CompareFlow, RunningOneKeepsItsFiles) {
@@ -70,13 +71,13 @@ TEST_F(CompareFlow, RunningOneKeepsItsFiles) {
   holdAt("read", 1);
   start(first, second);
   ASSERT_TRUE(gate_.waitForArrival());
-  model_->setCompareFiles({urlOf(second)}, false);
-  model_->swapCompareFiles();
-  model_->chooseCompareFile(true);
+  model_->compare()->setCompareFiles({urlOf(second)}, false);
+  model_->compare()->swapCompareFiles();
+  model_->compare()->chooseCompareFile(true);
   EXPECT_FALSE(desktop_.singlePanel);
-  EXPECT_EQ(model_->compareFirstURL(), first);
+  EXPECT_EQ(model_->compare()->compareFirstURL(), first);
   gate_.open();
-  ASSERT_TRUE(reached([this] { return model_->compareResult().has_value(); }));
+  ASSERT_TRUE(reached([this] { return model_->compare()->compareResult().has_value(); }));
 }
 
 }  // namespace

@@ -21,14 +21,14 @@ class Export : public ModelTest {
   }
 
   void exportTo(const fs::path& destination) {
-    model_->exportResults(AppViewModel::Csv);
+    model_->files()->exportResults(FilesFlow::Csv);
     ASSERT_TRUE(desktop_.savePanel);
-    EXPECT_FALSE(model_->isExporting());
+    EXPECT_FALSE(model_->files()->isExporting());
     desktop_.confirmSavePanel(urlOf(destination));
-    ASSERT_TRUE(model_->isExporting());
+    ASSERT_TRUE(model_->files()->isExporting());
   }
   bool exportEnds() {
-    return reached([this] { return !model_->isExporting(); });
+    return reached([this] { return !model_->files()->isExporting(); });
   }
 
   [[nodiscard]] std::vector<std::string> reports() const {
@@ -44,29 +44,29 @@ class Export : public ModelTest {
 };
 
 TEST_F(Export, NothingIsSavedWithoutResultsOrADestination) {
-  for (const auto& [format, name] : {std::pair{AppViewModel::Text, "checksums.txt"},
-                                     {AppViewModel::Csv, "checksums.csv"},
-                                     {AppViewModel::Json, "checksums.json"}}) {
-    model_->exportResults(format);
+  for (const auto& [format, name] : {std::pair{FilesFlow::Text, "checksums.txt"},
+                                     {FilesFlow::Csv, "checksums.csv"},
+                                     {FilesFlow::Json, "checksums.json"}}) {
+    model_->files()->exportResults(format);
     EXPECT_EQ(desktop_.proposedName, QLatin1String(name));
   }
   for (const char* url : {"", "https://example.org/report.json", "report.json"}) {
     auto panel = desktop_.savePanel;
     panel(QUrl(QString::fromLatin1(url)));
-    EXPECT_FALSE(model_->isExporting()) << url;
+    EXPECT_FALSE(model_->files()->isExporting()) << url;
   }
   desktop_.savePanel = nullptr;
-  model_->clearFiles();
-  model_->exportResults(AppViewModel::Json);
+  model_->files()->clearFiles();
+  model_->files()->exportResults(FilesFlow::Json);
   EXPECT_FALSE(desktop_.savePanel);
 }
 
 TEST_F(Export, DestinationChosenWhenARunHasBegunIsRefused) {
-  model_->exportResults(AppViewModel::Json);
+  model_->files()->exportResults(FilesFlow::Json);
   holdAt("read", 1);
-  model_->startProcessing();
+  model_->files()->startProcessing();
   desktop_.confirmSavePanel(urlOf(reports_ / "report"));
-  EXPECT_FALSE(model_->isExporting());
+  EXPECT_FALSE(model_->files()->isExporting());
   gate_.open();
   ASSERT_TRUE(runEnds());
   EXPECT_THAT(reports(), IsEmpty());
@@ -94,16 +94,16 @@ TEST_F(Export, QueueStandsStillMeanwhile) {
   ASSERT_TRUE(gate_.waitForArrival());
   const auto before = paths();
   tryEverything();
-  model_->clearFiles();
+  model_->files()->clearFiles();
   EXPECT_EQ(paths(), before);
   EXPECT_THAT(states(), ElementsAre("complete", "complete"));
-  EXPECT_EQ(model_->results().size(), 2U);
-  EXPECT_FALSE(model_->isProcessing());
+  EXPECT_EQ(model_->files()->results().size(), 2U);
+  EXPECT_FALSE(model_->files()->isProcessing());
 
   gate_.open();
   ASSERT_TRUE(exportEnds());
   EXPECT_GE(niceness, 10);
-  model_->removeJob(idAt(0));
+  model_->files()->removeJob(idAt(0));
   EXPECT_THAT(paths(), ElementsAre(before[1]));
 }
 
@@ -114,25 +114,25 @@ TEST_F(Export, OtherModesWorkAndTheModelGoesWhileTheDiskHangs) {
   const QUrl file = urlOf(paths().front());
   const QString crc32 = QStringLiteral("352441c2");
 
-  model_->setVerifyFile({file});
-  model_->setExpectedHash(crc32);
-  model_->verify();
-  ASSERT_TRUE(reached([this] { return !model_->isVerifying(); }));
-  EXPECT_TRUE(model_->verifyResult());
-  model_->setCompareFiles({file, file}, false);
-  model_->compare();
-  ASSERT_TRUE(reached([this] { return !model_->isComparing(); }));
-  EXPECT_TRUE(model_->compareResult());
-  model_->setTextInput(QStringLiteral("abc"));
-  ASSERT_TRUE(reached([this] { return model_->textHashes().size() == HashAlgorithm::count; }));
-  model_->setManifestFile({urlOf(folder_.file("list", crc32.toStdString() + "  b\n"))});
-  ASSERT_TRUE(reached([this] { return !model_->isLoadingManifest(); }));
-  model_->setManifestRoot({urlOf(folder_.path())});
-  model_->verifyManifest();
-  ASSERT_TRUE(reached([this] { return !model_->isManifestVerifying(); }));
-  EXPECT_EQ(model_->manifestErrorCount(), 1) << "there is no such file";
+  model_->verify()->setVerifyFile({file});
+  model_->verify()->setExpectedHash(crc32);
+  model_->verify()->verify();
+  ASSERT_TRUE(reached([this] { return !model_->verify()->isVerifying(); }));
+  EXPECT_TRUE(model_->verify()->verifyResult());
+  model_->compare()->setCompareFiles({file, file}, false);
+  model_->compare()->compare();
+  ASSERT_TRUE(reached([this] { return !model_->compare()->isComparing(); }));
+  EXPECT_TRUE(model_->compare()->compareResult());
+  model_->text()->setTextInput(QStringLiteral("abc"));
+  ASSERT_TRUE(reached([this] { return model_->text()->textHashes().size() == HashAlgorithm::count; }));
+  model_->manifest()->setManifestFile({urlOf(folder_.file("list", crc32.toStdString() + "  b\n"))});
+  ASSERT_TRUE(reached([this] { return !model_->manifest()->isLoadingManifest(); }));
+  model_->manifest()->setManifestRoot({urlOf(folder_.path())});
+  model_->manifest()->verifyManifest();
+  ASSERT_TRUE(reached([this] { return !model_->manifest()->isManifestVerifying(); }));
+  EXPECT_EQ(model_->manifest()->manifestErrorCount(), 1) << "there is no such file";
 
-  EXPECT_TRUE(model_->isExporting());
+  EXPECT_TRUE(model_->files()->isExporting());
   model_.reset();
   EXPECT_FALSE(BackgroundTask::waitForAll(std::chrono::milliseconds(0))) << "it hangs still";
 }

@@ -17,8 +17,8 @@ using Lifetime = ModelTest;
 TEST_F(Lifetime, PanelAnsweredAfterTheModelIsGoneIsIgnored) {
   add({folder_.file("abc", "abc")});
   run();
-  model_->chooseFiles();
-  model_->exportResults(AppViewModel::Text);
+  model_->files()->chooseFiles();
+  model_->files()->exportResults(FilesFlow::Text);
   model_.reset();
   desktop_.confirmOpenPanel({urlOf("/late")});
   desktop_.confirmSavePanel(urlOf(folder_.path() / "report"));
@@ -32,11 +32,11 @@ struct Flow {
   std::function<void(AppViewModel&)> prepare;
   std::function<void(AppViewModel&)> start;
   std::function<void(AppViewModel&)> cancel;
-  std::function<bool(const AppViewModel&)> isBusy;
+  std::function<bool(AppViewModel&)> isBusy;
   /// Whether a start that nobody cancelled has come to what it should.
   std::function<bool(AppViewModel&)> isRight;
   /// What announces an outcome.
-  void (AppViewModel::*published)();
+  std::function<void(AppViewModel&, const std::function<void()>&)> published;
   bool isBusyWhenCancelled = true;
   unsigned models = 8;      ///< At once.
   unsigned longest = 1000;  ///< Microseconds between two things that the user does.
@@ -69,7 +69,7 @@ class Cancellation : public testing::Test {
     place.model = std::make_unique<AppViewModel>(desktop_);
     place.isStarted = place.isCancelled = false;
     flow.prepare(*place.model);
-    QObject::connect(place.model.get(), flow.published, [&place] { ++place.published; });
+    flow.published(*place.model, [&place] { ++place.published; });
   }
 
   void act(Place& place, const Flow& flow) {
@@ -155,24 +155,34 @@ TEST_F(Cancellation, OfFiles) {
   test({.name = "Files",
         .prepare =
             [this](AppViewModel& model) {
-              model.addFiles({urlOf(small_), urlOf("/nowhere"), urlOf(large_)});
+              model.files()->addFiles({urlOf(small_), urlOf("/nowhere"), urlOf(large_)});
             },
-        .start = &AppViewModel::startProcessing,
-        .cancel = &AppViewModel::cancelProcessing,
-        .isBusy = &AppViewModel::isProcessing,
-        .isRight = [](AppViewModel& model) { return model.results().size() == 2 && model.overallProgress() == 1; },
-        .published = &AppViewModel::resultsChanged});
+        .start = [](AppViewModel& model) { model.files()->startProcessing(); },
+        .cancel = [](AppViewModel& model) { model.files()->cancelProcessing(); },
+        .isBusy = [](AppViewModel& model) { return model.files()->isProcessing(); },
+        .isRight =
+            [](AppViewModel& model) {
+              return model.files()->results().size() == 2 && model.files()->overallProgress() == 1;
+            },
+        .published =
+            [](AppViewModel& model, const auto& hear) {
+              QObject::connect(model.files(), &tallyfold::FilesFlow::resultsChanged, hear);
+            }});
 }
 
 TEST_F(Cancellation, OfTexts) {
   const QString text(1 << 20, u'x');
   test({.name = "Text",
-        .prepare = [&](AppViewModel& model) { model.setTextInput(text); },
-        .start = &AppViewModel::updateTextHash,
+        .prepare = [&](AppViewModel& model) { model.text()->setTextInput(text); },
+        .start = [](AppViewModel& model) { model.text()->updateTextHash(); },
         .cancel = &AppViewModel::shutdown,
-        .isBusy = [](const AppViewModel& model) { return model.textHashes().algorithms().empty(); },
-        .isRight = [](AppViewModel& model) { return model.textHashes().algorithms() == model.selectedAlgorithms(); },
-        .published = &AppViewModel::textHashesChanged,
+        .isBusy = [](AppViewModel& model) { return model.text()->textHashes().algorithms().empty(); },
+        .isRight =
+            [](AppViewModel& model) { return model.text()->textHashes().algorithms() == model.selectedAlgorithms(); },
+        .published =
+            [](AppViewModel& model, const auto& hear) {
+              QObject::connect(model.text(), &tallyfold::TextFlow::textHashesChanged, hear);
+            },
         .isBusyWhenCancelled = false,
         .models = 16,
         .longest = 10'000});
@@ -182,15 +192,20 @@ TEST_F(Cancellation, OfVerifications) {
   test({.name = "Verify",
         .prepare =
             [this](AppViewModel& model) {
-              model.setVerifyFile({urlOf(large_)});
-              model.setExpectedHash(QStringLiteral("352441c2"));
+              model.verify()->setVerifyFile({urlOf(large_)});
+              model.verify()->setExpectedHash(QStringLiteral("352441c2"));
             },
-        .start = &AppViewModel::verify,
-        .cancel = &AppViewModel::resetVerification,
-        .isBusy = &AppViewModel::isVerifying,
+        .start = [](AppViewModel& model) { model.verify()->verify(); },
+        .cancel = [](AppViewModel& model) { model.verify()->resetVerification(); },
+        .isBusy = [](AppViewModel& model) { return model.verify()->isVerifying(); },
         .isRight =
-            [](AppViewModel& model) { return std::holds_alternative<Verification::Mismatch>(*model.verifyResult()); },
-        .published = &AppViewModel::verifyResultChanged});
+            [](AppViewModel& model) {
+              return std::holds_alternative<Verification::Mismatch>(*model.verify()->verifyResult());
+            },
+        .published =
+            [](AppViewModel& model, const auto& hear) {
+              QObject::connect(model.verify(), &tallyfold::VerifyFlow::verifyResultChanged, hear);
+            }});
 }
 
 TEST_F(Cancellation, OfComparisons) {
@@ -199,40 +214,49 @@ TEST_F(Cancellation, OfComparisons) {
   test({.name = "Compare",
         .prepare =
             [&](AppViewModel& model) {
-              model.setCompareFiles({urlOf(large_), urlOf(copy)}, false);
+              model.compare()->setCompareFiles({urlOf(large_), urlOf(copy)}, false);
             },
-        .start = &AppViewModel::compare,
-        .cancel = &AppViewModel::resetComparison,
-        .isBusy = &AppViewModel::isComparing,
+        .start = [](AppViewModel& model) { model.compare()->compare(); },
+        .cancel = [](AppViewModel& model) { model.compare()->resetComparison(); },
+        .isBusy = [](AppViewModel& model) { return model.compare()->isComparing(); },
         .isRight =
             [](AppViewModel& model) {
-              return model.compareResult() == FileComparisonResult(FileComparison::Identical());
+              return model.compare()->compareResult() == FileComparisonResult(FileComparison::Identical());
             },
-        .published = &AppViewModel::compareResultChanged});
+        .published =
+            [](AppViewModel& model, const auto& hear) {
+              QObject::connect(model.compare(), &tallyfold::CompareFlow::compareResultChanged, hear);
+            }});
 }
 
 TEST_F(Cancellation, OfListsAndTheirVerification) {
   const QList<QUrl> list{urlOf(folder_.path() / "list.md5")};
-  const auto hasList = [](AppViewModel& model) { return model.manifestJobs()->total() == 50; };
+  const auto hasList = [](AppViewModel& model) { return model.manifest()->manifestJobs()->total() == 50; };
   test({.name = "List",
         .prepare = [](AppViewModel&) {},
-        .start = [&](AppViewModel& model) { model.setManifestFile(list); },
-        .cancel = &AppViewModel::cancelManifest,
-        .isBusy = &AppViewModel::isLoadingManifest,
+        .start = [&](AppViewModel& model) { model.manifest()->setManifestFile(list); },
+        .cancel = [](AppViewModel& model) { model.manifest()->cancelManifest(); },
+        .isBusy = [](AppViewModel& model) { return model.manifest()->isLoadingManifest(); },
         .isRight = hasList,
-        .published = &AppViewModel::manifestLinesChanged});
+        .published =
+            [](AppViewModel& model, const auto& hear) {
+              QObject::connect(model.manifest(), &tallyfold::ManifestFlow::manifestLinesChanged, hear);
+            }});
   test({.name = "Manifest",
         .prepare =
             [&](AppViewModel& model) {
-              model.setManifestRoot({urlOf(root_)});
-              model.setManifestFile(list);
+              model.manifest()->setManifestRoot({urlOf(root_)});
+              model.manifest()->setManifestFile(list);
               ASSERT_TRUE(reached([&] { return hasList(model); }));
             },
-        .start = &AppViewModel::verifyManifest,
-        .cancel = &AppViewModel::cancelManifestVerification,
-        .isBusy = &AppViewModel::isManifestVerifying,
-        .isRight = [](AppViewModel& model) { return model.manifestMatchedCount() == 50; },
-        .published = &AppViewModel::manifestProgressChanged});
+        .start = [](AppViewModel& model) { model.manifest()->verifyManifest(); },
+        .cancel = [](AppViewModel& model) { model.manifest()->cancelManifestVerification(); },
+        .isBusy = [](AppViewModel& model) { return model.manifest()->isManifestVerifying(); },
+        .isRight = [](AppViewModel& model) { return model.manifest()->manifestMatchedCount() == 50; },
+        .published =
+            [](AppViewModel& model, const auto& hear) {
+              QObject::connect(model.manifest(), &tallyfold::ManifestFlow::manifestProgressChanged, hear);
+            }});
 }
 
 TEST_F(Cancellation, OfExports) {
@@ -241,18 +265,19 @@ TEST_F(Cancellation, OfExports) {
   test({.name = "Export",
         .prepare =
             [&](AppViewModel& model) {
-              model.addDroppedFiles({urlOf(small_)});
-              ASSERT_TRUE(reached([&] { return !model.isProcessing(); }));
+              model.files()->addDroppedFiles({urlOf(small_)});
+              ASSERT_TRUE(reached([&] { return !model.files()->isProcessing(); }));
             },
         .start =
             [&](AppViewModel& model) {
-              model.exportResults(AppViewModel::Csv);
+              model.files()->exportResults(FilesFlow::Csv);
               desktop_.confirmSavePanel(urlOf(reports / std::to_string(random_() % 4)));
             },
         .cancel = &AppViewModel::shutdown,
-        .isBusy = &AppViewModel::isExporting,
+        .isBusy = [](AppViewModel& model) { return model.files()->isExporting(); },
         .isRight = [](AppViewModel& model) { return model.errorMessage().isEmpty(); },
-        .published = &AppViewModel::errorMessageChanged});
+        .published = [](AppViewModel& model,
+                        const auto& hear) { QObject::connect(&model, &AppViewModel::errorMessageChanged, hear); }});
   // Whole reports, and nothing that they were made of.
   for (const auto& entry : fs::directory_iterator(reports)) {
     EXPECT_THAT(contentOf(entry), testing::AllOf(testing::HasSubstr("BLAKE3"), testing::EndsWith(",3"))) << entry;

@@ -16,21 +16,21 @@ const std::string sha1OfAbc = "a9993e364706816aba3e25717850c26c9cd0d89d";
 class ManifestFlow : public ModelTest {
  protected:
   void load(const std::string& lines, const char* name = "list.txt") {
-    model_->setManifestFile({urlOf(folder_.file(name, lines))});
-    ASSERT_TRUE(model_->isLoadingManifest());
-    ASSERT_TRUE(reached([this] { return !model_->isLoadingManifest(); }));
+    model_->manifest()->setManifestFile({urlOf(folder_.file(name, lines))});
+    ASSERT_TRUE(model_->manifest()->isLoadingManifest());
+    ASSERT_TRUE(reached([this] { return !model_->manifest()->isLoadingManifest(); }));
   }
 
   void verify() {
-    model_->setManifestRoot({urlOf(root_)});
-    model_->verifyManifest();
-    ASSERT_TRUE(model_->isManifestVerifying());
-    ASSERT_TRUE(reached([this] { return !model_->isManifestVerifying(); }));
+    model_->manifest()->setManifestRoot({urlOf(root_)});
+    model_->manifest()->verifyManifest();
+    ASSERT_TRUE(model_->manifest()->isManifestVerifying());
+    ASSERT_TRUE(reached([this] { return !model_->manifest()->isManifestVerifying(); }));
   }
 
   [[nodiscard]] std::vector<std::string> statuses() const {
     std::vector<std::string> list;
-    Model& jobs = *model_->manifestJobs();
+    Model& jobs = *model_->manifest()->manifestJobs();
     for (int row = 0; row < jobs.rowCount(); ++row) {
       list.push_back(jobs.index(row).data(Model::StatusRole).toString().toStdString());
     }
@@ -38,10 +38,11 @@ class ManifestFlow : public ModelTest {
   }
 
   [[nodiscard]] std::vector<int> counts() const {
-    return {model_->manifestMatchedCount(), model_->manifestMismatchCount(), model_->manifestErrorCount()};
+    return {model_->manifest()->manifestMatchedCount(), model_->manifest()->manifestMismatchCount(),
+            model_->manifest()->manifestErrorCount()};
   }
 
-  [[nodiscard]] std::string title() const { return model_->manifestVerdict().title.toStdString(); }
+  [[nodiscard]] std::string title() const { return model_->manifest()->manifestVerdict().title.toStdString(); }
 
   const fs::path root_ = folder_.path() / "root";
   const fs::path abc_ = (fs::create_directory(root_), folder_.file("root/abc", "abc"));
@@ -60,9 +61,9 @@ TEST_F(ManifestFlow, EveryEntryIsToldInItsWords) {
        md5OfAbc + "  missing\n" +                //
        md5OfAbc + "  folder\n" +                 //
        "SHA1 (abc) = A9993E36 4706816A BA3E2571 7850C26C 9CD0D89D\n");
-  EXPECT_EQ(model_->manifestLines(), QStringLiteral("8 entries · 1 unsupported"));
-  EXPECT_EQ(model_->manifestIgnoredLineCount(), 2);
-  EXPECT_EQ(model_->manifestWarnings(), QStringList{"Line 5: unsupported checksum format."});
+  EXPECT_EQ(model_->manifest()->manifestLines(), QStringLiteral("8 entries · 1 unsupported"));
+  EXPECT_EQ(model_->manifest()->manifestIgnoredLineCount(), 2);
+  EXPECT_EQ(model_->manifest()->manifestWarnings(), QStringList{"Line 5: unsupported checksum format."});
   verify();
   EXPECT_THAT(statuses(),
               ElementsAre("Match", "Mismatch. Actual: " + md5OfAbc,
@@ -72,47 +73,47 @@ TEST_F(ManifestFlow, EveryEntryIsToldInItsWords) {
                           "The selected item is not a regular file.", "Match"));
   EXPECT_THAT(counts(), ElementsAre(2, 1, 5));
   EXPECT_EQ(title(), "1 entry does not match, 5 could not be checked");
-  EXPECT_EQ(model_->manifestProgress(), 1);
-  EXPECT_EQ(model_->manifestProgressFigure(), QStringLiteral("6 of 6 files"));
+  EXPECT_EQ(model_->manifest()->manifestProgress(), 1);
+  EXPECT_EQ(model_->manifest()->manifestProgressFigure(), QStringLiteral("6 of 6 files"));
   EXPECT_EQ(model_->errorMessage(), QString());
 
-  model_->chooseManifestRoot();
+  model_->manifest()->chooseManifestRoot();
   desktop_.confirmFolderPanel(urlOf(folder_.path()));
   EXPECT_THAT(statuses(), testing::Each("Queued"));
   EXPECT_THAT(counts(), ElementsAre(0, 0, 0));
-  EXPECT_EQ(model_->manifestProgress(), 0);
+  EXPECT_EQ(model_->manifest()->manifestProgress(), 0);
   EXPECT_EQ(title(), "8 entries, not verified yet");
 
-  model_->setManifestFile({urlOf(root_ / "missing")});
-  EXPECT_EQ(model_->manifestWarnings(), QStringList());
+  model_->manifest()->setManifestFile({urlOf(root_ / "missing")});
+  EXPECT_EQ(model_->manifest()->manifestWarnings(), QStringList());
 }
 
 TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {
   const fs::path slow = folder_.file("root/slow", "abc");
   load(md5OfAbc + "  abc\n" + md5OfAbc + "  slow\n" + sha1OfAbc + "  slow\n" + md5OfAbc + "  last\n");
   model_->setMode(AppMode::Text);
-  model_->setManifestRoot({urlOf(root_)});
+  model_->manifest()->setManifestRoot({urlOf(root_)});
   holdAt("read", 2);
-  model_->verifyManifest();
+  model_->manifest()->verifyManifest();
   ASSERT_TRUE(gate_.waitForArrival());
   ASSERT_TRUE(reached([this] { return statuses()[1] == "Verifying"; }));
   EXPECT_THAT(statuses(), ElementsAre("Match", "Verifying", "Verifying", "Queued"));
   EXPECT_EQ(title(), "Verifying…");
   EXPECT_TRUE(model_->busyModes().at(AppMode::Manifest).toBool());
-  model_->verifyManifest();
-  model_->dropManifest({urlOf(slow), QUrl(QStringLiteral("file:///elsewhere/"))});
-  model_->setManifestFile({urlOf(slow)});
-  model_->chooseManifestFile();
+  model_->manifest()->verifyManifest();
+  model_->manifest()->dropManifest({urlOf(slow), QUrl(QStringLiteral("file:///elsewhere/"))});
+  model_->manifest()->setManifestFile({urlOf(slow)});
+  model_->manifest()->chooseManifestFile();
   EXPECT_FALSE(desktop_.singlePanel);
-  EXPECT_EQ(model_->manifestURL(), folder_.path() / "list.txt");
-  EXPECT_EQ(model_->manifestRootURL(), root_);
+  EXPECT_EQ(model_->manifest()->manifestURL(), folder_.path() / "list.txt");
+  EXPECT_EQ(model_->manifest()->manifestRootURL(), root_);
 
-  model_->cancelManifestVerification();
-  EXPECT_FALSE(model_->isManifestVerifying());
+  model_->manifest()->cancelManifestVerification();
+  EXPECT_FALSE(model_->manifest()->isManifestVerifying());
   EXPECT_THAT(statuses(), ElementsAre("Match", "Queued", "Queued", "Queued"));
   EXPECT_THAT(counts(), ElementsAre(1, 0, 0));
   EXPECT_EQ(title(), "3 entries were not checked");
-  EXPECT_EQ(model_->unseenOutcome(AppMode::Manifest), AppViewModel::NoOutcome);
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Manifest), Outcome::NoOutcome);
   gate_.open();
   EXPECT_TRUE(BackgroundTask::waitForAll(patience));
   QCoreApplication::processEvents();
@@ -121,7 +122,7 @@ TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {
 
   verify();
   EXPECT_THAT(statuses(), ElementsAre("Match", "Match", "Match", "No such file or directory"));
-  EXPECT_EQ(model_->unseenOutcome(AppMode::Manifest), AppViewModel::SomeFailed);
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Manifest), Outcome::SomeFailed);
 }
 
 TEST_F(ManifestFlow, RootThatIsNoFolderIsAnErrorOfTheRun) {
@@ -129,24 +130,24 @@ TEST_F(ManifestFlow, RootThatIsNoFolderIsAnErrorOfTheRun) {
   verify();
   EXPECT_THAT(statuses(), ElementsAre("Match"));
   fs::remove_all(root_);
-  model_->verifyManifest();
-  ASSERT_TRUE(reached([this] { return !model_->isManifestVerifying(); }));
+  model_->manifest()->verifyManifest();
+  ASSERT_TRUE(reached([this] { return !model_->manifest()->isManifestVerifying(); }));
   EXPECT_EQ(model_->errorMessage(), QStringLiteral("The selected manifest root is not an accessible directory."));
   EXPECT_THAT(statuses(), ElementsAre("Queued"));
   EXPECT_EQ(title(), "1 entry was not checked");
-  EXPECT_THAT(model_->manifestVerdict().details.toStdString(), testing::HasSubstr("stopped by an error"));
+  EXPECT_THAT(model_->manifest()->manifestVerdict().details.toStdString(), testing::HasSubstr("stopped by an error"));
 }
 
 TEST_F(ManifestFlow, AnotherRootInMidRunEndsTheRunAndWhatItFound) {
   folder_.file("root/slow", "abc");
   load(md5OfAbc + "  abc\n" + md5OfAbc + "  slow\n");
-  model_->setManifestRoot({urlOf(root_)});
+  model_->manifest()->setManifestRoot({urlOf(root_)});
   holdAt("read", 2);
-  model_->verifyManifest();
+  model_->manifest()->verifyManifest();
   ASSERT_TRUE(reached([this] { return statuses()[1] == "Verifying"; }));
   ASSERT_TRUE(gate_.waitForArrival());
-  model_->setManifestRoot({urlOf(folder_.path())});
-  EXPECT_FALSE(model_->isManifestVerifying());
+  model_->manifest()->setManifestRoot({urlOf(folder_.path())});
+  EXPECT_FALSE(model_->manifest()->isManifestVerifying());
   gate_.open();
   EXPECT_TRUE(BackgroundTask::waitForAll(patience));
   QCoreApplication::processEvents();
@@ -164,8 +165,8 @@ TEST_F(ManifestFlow, LongListIsOneChangeAndEachOfItsFilesIsReadOnce) {
   fs::create_hard_link(root_ / "0", root_ / "same file");
   const std::string sha256 = outputOf({"sha256sum", root_ / "0"}).substr(0, 64);
   const std::string blake3 = outputOf({"b3sum", root_ / "0"}).substr(0, 64);
-  QSignalSpy resets(model_->manifestJobs(), &Model::modelReset);
-  QSignalSpy changes(model_->manifestJobs(), &Model::dataChanged);
+  QSignalSpy resets(model_->manifest()->manifestJobs(), &Model::modelReset);
+  QSignalSpy changes(model_->manifest()->manifestJobs(), &Model::dataChanged);
   load(outputOf(command) + sha256 + "  same file\nBLAKE3 (0) = " + blake3 + "\n", "SHA256SUMS");
   EXPECT_EQ(resets.count(), 1);
   calls_.bytesRead = 0;
@@ -173,12 +174,12 @@ TEST_F(ManifestFlow, LongListIsOneChangeAndEachOfItsFilesIsReadOnce) {
   EXPECT_EQ(title(), "All 2,002 entries match");
   EXPECT_EQ(calls_.bytesRead, 10 * count);
   EXPECT_LT(changes.count(), count / 10);
-  model_->copyManifestRow(1);
-  model_->copyManifestRows();
+  model_->manifest()->copyManifestRow(1);
+  model_->manifest()->copyManifestRows();
   EXPECT_EQ(desktop_.pasteboard, std::nullopt) << "copied on the interface thread";
   ASSERT_TRUE(reached([&] { return desktop_.pasteboard.has_value(); }));
   EXPECT_EQ(desktop_.pasteboard.value().count('\n'), count + 1);
-  model_->copyManifestRow(1);
+  model_->manifest()->copyManifestRow(1);
   ASSERT_TRUE(reached([&] { return desktop_.pasteboard == "2\tSHA-256\t1\tMatch"; }));
 }
 

@@ -55,19 +55,19 @@ TEST_F(Memory, OfAListAtItsLimitIsLittleMoreThanItsEntries) {
   }
   before_ = (resetPeakMemory(), peakMemory());
   const auto load = [&] {
-    model_->setManifestFile({urlOf(folder_.path() / "list")});
-    ASSERT_TRUE(reached([&] { return !model_->isLoadingManifest(); }));
-    ASSERT_EQ(model_->manifestJobs()->total(), count);
+    model_->manifest()->setManifestFile({urlOf(folder_.path() / "list")});
+    ASSERT_TRUE(reached([&] { return !model_->manifest()->isLoadingManifest(); }));
+    ASSERT_EQ(model_->manifest()->manifestJobs()->total(), count);
   };
   expectPeak("load", 90, load);
   expectPeak("verify", 110, [&] {
-    model_->setManifestRoot({urlOf(folder_.path())});
-    model_->verifyManifest();
-    ASSERT_TRUE(reached([&] { return !model_->isManifestVerifying(); }));
-    ASSERT_EQ(model_->manifestErrorCount(), count);
+    model_->manifest()->setManifestRoot({urlOf(folder_.path())});
+    model_->manifest()->verifyManifest();
+    ASSERT_TRUE(reached([&] { return !model_->manifest()->isManifestVerifying(); }));
+    ASSERT_EQ(model_->manifest()->manifestErrorCount(), count);
   });
   expectPeak("copy all rows", 175, [&] {
-    model_->copyManifestRows();
+    model_->manifest()->copyManifestRows();
     ASSERT_TRUE(reached([&] { return desktop_.pasteboard.has_value(); }));
     desktop_.pasteboard.reset();
   });
@@ -76,10 +76,10 @@ TEST_F(Memory, OfAListAtItsLimitIsLittleMoreThanItsEntries) {
   // Cleared in mid-run, it is still in use until the run has ended.
   SystemCalls::replace(&calls_);
   holdAt("fstatat", 1);
-  model_->verifyManifest();
+  model_->manifest()->verifyManifest();
   ASSERT_TRUE(gate_.waitForArrival());
-  model_->clearManifest();
-  ASSERT_TRUE(reached([&] { return model_->manifestJobs()->total() == 0; }));
+  model_->manifest()->clearManifest();
+  ASSERT_TRUE(reached([&] { return model_->manifest()->manifestJobs()->total() == 0; }));
   gate_.open();
   expectReturned(4);
 }
@@ -87,9 +87,9 @@ TEST_F(Memory, OfAListAtItsLimitIsLittleMoreThanItsEntries) {
 TEST_F(Memory, OfClearedRowsIsReturned) {
   constexpr int count = 100'000;
   before_ = (resetPeakMemory(), peakMemory());
-  model_->addFiles(vanishedFiles(count, QStringLiteral("/nowhere/") + QString(200, u'x')));
+  model_->files()->addFiles(vanishedFiles(count, QStringLiteral("/nowhere/") + QString(200, u'x')));
   expectPeak("add", 200, [&] { run(); });
-  model_->clearFiles();
+  model_->files()->clearFiles();
   expectReturned(4);
 }
 

@@ -106,36 +106,36 @@ class ModelTest : public testing::Test {
   void add(const std::vector<std::filesystem::path>& files) {
     QList<QUrl> urls;
     for (const auto& file : files) urls.append(urlOf(file));
-    model_->addFiles(urls);
+    model_->files()->addFiles(urls);
   }
 
   /// Runs over the whole queue until the run has ended.
   void run() {
-    model_->startProcessing();
-    ASSERT_TRUE(model_->isProcessing());
+    model_->files()->startProcessing();
+    ASSERT_TRUE(model_->files()->isProcessing());
     ASSERT_TRUE(runEnds());
   }
   bool runEnds() {
-    return reached([this] { return !model_->isProcessing(); });
+    return reached([this] { return !model_->files()->isProcessing(); });
   }
 
   /// All that a run or an export refuses; it must leave no trace.
   void tryEverything() {
-    model_->addFiles({urlOf("/more")});
-    model_->addDroppedFiles({urlOf("/more")});
-    model_->removeJob(idAt(0));
-    model_->startProcessing();
-    model_->chooseFiles();
-    model_->exportResults(AppViewModel::Text);
+    model_->files()->addFiles({urlOf("/more")});
+    model_->files()->addDroppedFiles({urlOf("/more")});
+    model_->files()->removeJob(idAt(0));
+    model_->files()->startProcessing();
+    model_->files()->chooseFiles();
+    model_->files()->exportResults(FilesFlow::Text);
     EXPECT_FALSE(desktop_.openPanel);
     EXPECT_FALSE(desktop_.savePanel);
   }
 
-  [[nodiscard]] Uuid idAt(int row) { return model_->jobs()->idAt(row); }
+  [[nodiscard]] Uuid idAt(int row) { return model_->files()->jobs()->idAt(row); }
 
   [[nodiscard]] std::vector<std::filesystem::path> paths() {
     std::vector<std::filesystem::path> list;
-    for (const FileJob& job : model_->jobs()->jobs()) list.push_back(*job.url);
+    for (const FileJob& job : model_->files()->jobs()->jobs()) list.push_back(*job.url);
     return list;
   }
 
@@ -150,14 +150,14 @@ class ModelTest : public testing::Test {
       std::string operator()(const FileJob::Failed& state) { return state.message; }
     };
     std::vector<std::string> list;
-    for (const FileJob& job : model_->jobs()->jobs()) list.push_back(std::visit(Name(), job.state));
+    for (const FileJob& job : model_->files()->jobs()->jobs()) list.push_back(std::visit(Name(), job.state));
     return list;
   }
 
   /// The files of the results, in the order of the results.
   [[nodiscard]] std::vector<std::filesystem::path> resultPaths() {
     std::vector<std::filesystem::path> list;
-    for (const auto& result : model_->results()) list.push_back(result->url);
+    for (const auto& result : model_->files()->results()) list.push_back(result->url);
     return list;
   }
 

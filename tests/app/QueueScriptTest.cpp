@@ -68,16 +68,16 @@ class Player {
         if ((argument >> (i % 16) & 1U) == 0) continue;
         urls.append(urlOf(files_[i].path));
         if (isRunning_) continue;
-        if (rows_.size() == AppViewModel::queueLimit) {
+        if (rows_.size() == FilesFlow::queueLimit) {
           isLimitShown_ = true;  // Whatever comes when the queue is full.
         } else if (queued_.insert(i).second) {
           rows_.push_back({i, {}});
         }
       }
       const bool isDrop = verb == "drop";
-      isDrop ? model_->addDroppedFiles(urls) : model_->addFiles(urls);
+      isDrop ? model_->files()->addDroppedFiles(urls) : model_->files()->addFiles(urls);
       for (std::size_t row = before; row < rows_.size(); ++row) {
-        rows_[row].id = model_->jobs()->idAt(static_cast<int>(row));
+        rows_[row].id = model_->files()->jobs()->idAt(static_cast<int>(row));
         require(ids_.insert(rows_[row].id).second, "an id is used twice");
       }
       const bool isLimited = isLimitShown_;
@@ -86,26 +86,26 @@ class Player {
     } else if (verb == "remove") {
       const std::size_t row = argument % (rows_.size() + 1);
       const bool isKnown = row < rows_.size();
-      model_->removeJob(isKnown ? rows_[row].id : Uuid::random());
+      model_->files()->removeJob(isKnown ? rows_[row].id : Uuid::random());
       if (isRunning_ || !isKnown) return;
       queued_.erase(rows_[row].file);
       rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(row));
     } else if (verb == "clear") {
-      model_->clearFiles();
+      model_->files()->clearFiles();
       rows_.clear();
       queued_.clear();
       isCancelled_ = true;
       processed_ = total_ = 0;
     } else if (verb == "cancel") {
-      model_->cancelProcessing();
+      model_->files()->cancelProcessing();
       if (isRunning_) isCancelled_ = true;
     } else if (verb == "start") {
-      model_->startProcessing();
+      model_->files()->startProcessing();
       begin();
     } else if (verb == "mode") {
       mode_ = AppMode::allCases().at(argument % AppMode::allCases().size());
       model_->setMode(mode_);
-      if (mode_ == AppMode::Files) unseen_ = AppViewModel::NoOutcome;
+      if (mode_ == AppMode::Files) unseen_ = Outcome::NoOutcome;
     } else if (verb == "algorithms") {
       const std::array<HashAlgorithmSet, 3> sets{HashAlgorithmSet{}, {HashAlgorithm::crc32}, HashAlgorithmSet::all()};
       model_->setSelectedAlgorithms(sets.at(argument % 3));
@@ -115,7 +115,7 @@ class Player {
       do QCoreApplication::processEvents();
       while (!end.hasExpired());
     } else {
-      require(reached([this] { return !model_->isProcessing(); }), "the run never ends");
+      require(reached([this] { return !model_->files()->isProcessing(); }), "the run never ends");
     }
   }
 
@@ -131,7 +131,7 @@ class Player {
   /// What the workers did meanwhile is all that the reference learns from the model: which rows of a run are finished,
   /// and that the run has ended. Everything else must be as the reference has it.
   void observe() {
-    const auto& jobs = model_->jobs()->jobs();
+    const auto& jobs = model_->files()->jobs()->jobs();
     require(jobs.size() == rows_.size(), "the number of jobs");
     if (jobs.size() != rows_.size()) return;
     const bool isAlive = isRunning_ && !isCancelled_;
@@ -153,32 +153,34 @@ class Player {
       if (isFinished) ++finished;
       const bool hasResult = isFinished && failed == nullptr;
       if (hasResult) results.push_back(row.id);
-      const auto result = model_->result(row.id);
+      const auto result = model_->files()->result(row.id);
       require((result != nullptr) == hasResult && (!hasResult || result->url == file.path), "the result of a job");
     }
     if (isAlive) processed_ = finished;
-    require(std::ranges::equal(results, model_->results(), {}, {}, [](const auto& result) { return result->id; }),
-            "the results");
-    if (isRunning_ && !model_->isProcessing()) {
+    require(
+        std::ranges::equal(results, model_->files()->results(), {}, {}, [](const auto& result) { return result->id; }),
+        "the results");
+    if (isRunning_ && !model_->files()->isProcessing()) {
       isRunning_ = false;
       require(isCancelled_ || processed_ == total_, "a run ended early");
       const bool isWell = results.size() == rows_.size();
       if (total_ > 0 && processed_ == total_ && mode_ != AppMode::Files)
-        unseen_ = isWell ? AppViewModel::AllWell : AppViewModel::SomeFailed;
+        unseen_ = isWell ? Outcome::AllWell : Outcome::SomeFailed;
     }
-    require(model_->isProcessing() == isRunning_, "a run that nobody started");
-    require(model_->processedCount() == static_cast<int>(processed_), "the count of finished files");
+    require(model_->files()->isProcessing() == isRunning_, "a run that nobody started");
+    require(model_->files()->processedCount() == static_cast<int>(processed_), "the count of finished files");
     const double progress = total_ == 0 ? 0 : static_cast<double>(processed_) / static_cast<double>(total_);
-    require(model_->overallProgress() == progress, "the progress");
+    require(model_->files()->overallProgress() == progress, "the progress");
     require(model_->unseenOutcome(AppMode::Files) == unseen_, "the unseen outcome");
     require(model_->mode() == mode_ && model_->selectedAlgorithms() == algorithms_, "the mode or the selection");
     require(model_->errorMessage().isEmpty() != isLimitShown_, "an error");
-    require(model_->startRefusal().isEmpty() == !(isRunning_ || rows_.empty() || algorithms_.empty()), "the refusals");
-    require(model_->queueRefusal().isEmpty() != isRunning_, "the refusal of changes");
+    require(model_->files()->startRefusal().isEmpty() == !(isRunning_ || rows_.empty() || algorithms_.empty()),
+            "the refusals");
+    require(model_->files()->queueRefusal().isEmpty() != isRunning_, "the refusal of changes");
     // The index: any job is found by its id, and none that is gone.
     for (const Uuid& id : {rows_.empty() ? Uuid() : rows_[processed_ % rows_.size()].id, Uuid()}) {
       desktop_.pasteboard.reset();
-      model_->copyPath(id);
+      model_->files()->copyPath(id);
       const auto row = std::ranges::find(rows_, id, &Row::id);
       require(
           desktop_.pasteboard ==
@@ -195,7 +197,8 @@ class Player {
   FakeDesktop desktop_;
   std::unique_ptr<AppViewModel> model_ = std::make_unique<AppViewModel>(desktop_);
   // It ends the program when the rows that come and go are not those that are announced.
-  const QAbstractItemModelTester tester_{model_->jobs(), QAbstractItemModelTester::FailureReportingMode::Fatal};
+  const QAbstractItemModelTester tester_{model_->files()->jobs(),
+                                         QAbstractItemModelTester::FailureReportingMode::Fatal};
   std::string complaint_;
 
   std::vector<Row> rows_;
@@ -207,7 +210,7 @@ class Player {
   std::size_t processed_ = 0;
   std::size_t total_ = 0;
   AppMode::Case mode_ = AppMode::Files;
-  AppViewModel::Outcome unseen_ = AppViewModel::NoOutcome;
+  Outcome::Case unseen_ = Outcome::NoOutcome;
   HashAlgorithmSet algorithms_ = HashAlgorithm::recommended;
 };
 

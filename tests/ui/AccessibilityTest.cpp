@@ -149,12 +149,12 @@ TEST_F(AccessibilityTest, RowsSayTheirNameAndTheirState) {
   find(QAccessible::ListItem, "Files, working");
 
   press(find(QAccessible::Button, "Cancel"));
-  waitFor("the end of the run", [&] { return !model.isProcessing(); });
+  waitFor("the end of the run", [&] { return !model.files()->isProcessing(); });
   EXPECT_EQ(rowNames().at(2), "endless.img, Queued");
   press(find(QAccessible::ListItem, "waiting, Queued"));
   EXPECT_EQ(selectedName(), "waiting");
   press(below(find(QAccessible::ListItem, "waiting, Queued")).at(1));
-  EXPECT_EQ(model.jobs()->count(), 3) << "Its first part is the button that removes it";
+  EXPECT_EQ(model.files()->jobs()->count(), 3) << "Its first part is the button that removes it";
 }
 
 TEST_F(AccessibilityTest, MenusAndTheAlertAreThereWhileTheyAreOpen) {
@@ -199,25 +199,25 @@ TEST_F(AccessibilityTest, EntriesOfAListAreToldWithTheirStates) {
   const std::string zero(32, '0');
   folder.file("abc", "abc");
   model.setMode(AppMode::Manifest);
-  model.setManifestRoot({QUrl::fromLocalFile(QString::fromStdString(folder.path()))});
-  model.setManifestFile({QUrl::fromLocalFile(
+  model.manifest()->setManifestRoot({QUrl::fromLocalFile(QString::fromStdString(folder.path()))});
+  model.manifest()->setManifestFile({QUrl::fromLocalFile(
       QString::fromStdString(folder.file("list", md5OfAbc + "  abc\n" + zero + "  abc\n" + zero + "  missing\n?\n")))});
-  waitFor("the list", [&] { return model.manifestRefusal().isEmpty(); });
-  model.verifyManifest();
-  waitFor("the end", [&] { return !model.isManifestVerifying() && driver.findItem("message") != nullptr; });
+  waitFor("the list", [&] { return model.manifest()->manifestRefusal().isEmpty(); });
+  model.manifest()->verifyManifest();
+  waitFor("the end", [&] { return !model.manifest()->isManifestVerifying() && driver.findItem("message") != nullptr; });
   expectSound();
   find(QAccessible::Grouping, "Checksum list: list");
   find(QAccessible::AlertMessage, "1 entry does not match, 1 could not be checked");
   find(QAccessible::ListItem, "Line 1, abc, MD5, Match");
   find(QAccessible::ListItem, "Line 2, abc, MD5, Mismatch. Actual: " + md5OfAbc);
   press(find(QAccessible::RadioButton, "Failed, 1"));
-  waitFor("the failure", [&] { return model.manifestJobs()->count() == 1; });
+  waitFor("the failure", [&] { return model.manifest()->manifestJobs()->count() == 1; });
   find(QAccessible::ListItem, "Line 3, missing, MD5, No such file or directory");
   press(find(QAccessible::RadioButton, "Warnings, 1"));
   waitFor("the warnings", [&] { return driver.findItem("manifestWarnings") != nullptr; });
   find(QAccessible::ListItem, "Line 4: unsupported checksum format.");
   expectSound();
-  model.clearManifest();
+  model.manifest()->clearManifest();
 }
 
 }  // namespace

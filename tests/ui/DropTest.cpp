@@ -80,9 +80,9 @@ class DropTest : public WindowFixture {
 
   // The names of all files, once their run is over.
   std::vector<std::string> hashedNames() {
-    waitFor("the run", [&] { return !model.isProcessing() && model.overallProgress() == 1; });
+    waitFor("the run", [&] { return !model.files()->isProcessing() && model.files()->overallProgress() == 1; });
     std::vector<std::string> names;
-    for (const FileJob& job : model.jobs()->jobs()) names.push_back(job.url->filename());
+    for (const FileJob& job : model.files()->jobs()->jobs()) names.push_back(job.url->filename());
     return names;
   }
 
@@ -103,22 +103,22 @@ TEST_F(DropTest, AFileIsTargetedAndHashed) {
   EXPECT_FALSE(zone->isTargeted());
   hoverUntil("the target", [&] { return zone->isTargeted() && source->hasSaid("accepted"); });
   EXPECT_TRUE(driver.item("dropCard")->property("isTargeted").toBool());
-  EXPECT_EQ(model.jobs()->count(), 0);
+  EXPECT_EQ(model.files()->jobs()->count(), 0);
   EXPECT_EQ(release(), "copy");
   EXPECT_EQ(targeted.count(), 2);
   EXPECT_THAT(hashedNames(), testing::ElementsAre("file"));
-  EXPECT_EQ(model.results().front()->hashes.find(HashAlgorithm::sha256),
+  EXPECT_EQ(model.files()->results().front()->hashes.find(HashAlgorithm::sha256),
             "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
   EXPECT_EQ(state(0), FileJobListModel::Complete);
   waitFor("a smaller card", [&] { return driver.item("dropCard")->height() < card.height(); });
 
   // A second drop adds to the list, and hashes all of it again.
   EXPECT_EQ(drop(uriList, line(folder.file("other", ""))), "copy");
-  waitFor("both files", [&] { return model.results().size() == 2 && !model.isProcessing(); });
+  waitFor("both files", [&] { return model.files()->results().size() == 2 && !model.files()->isProcessing(); });
 }
 
 TEST_F(DropTest, OfFoldersAndFilesOnlyTheFilesAreTaken) {
-  QSignalSpy lists(model.jobs(), &FileJobListModel::countChanged);
+  QSignalSpy lists(model.files()->jobs(), &FileJobListModel::countChanged);
   EXPECT_EQ(drop(uriList, line(folder.path())), "copy");
   const auto file = folder.file("file", "");
   EXPECT_EQ(drop(uriList, line(folder.path()) + line(file) + line(folder.path() / "")), "copy");
@@ -138,7 +138,7 @@ TEST_F(DropTest, WithoutAThreadForItSaysSoAndKeepsTheResults) {
     waitFor("the alert", [&] { return driver.findItem("alertOk") != nullptr; });
   }
   EXPECT_EQ(model.errorMessage(), Workers::Refusal().what());
-  EXPECT_EQ(model.results().size(), 1U);
+  EXPECT_EQ(model.files()->results().size(), 1U);
   model.setErrorMessage({});
 }
 
@@ -149,7 +149,7 @@ TEST_F(DropTest, NamesAreBytes) {
   EXPECT_EQ(drop(uriList, lines), "copy");
   EXPECT_EQ(hashedNames(), names);
   for (std::size_t i = 0; i < names.size(); ++i) {
-    EXPECT_EQ(model.results().at(i)->hashes.find(HashAlgorithm::sha256),
+    EXPECT_EQ(model.files()->results().at(i)->hashes.find(HashAlgorithm::sha256),
               outputOf({"sha256sum", "--zero", (folder.path() / names[i]).string()}).substr(0, 64));
   }
 }
@@ -161,7 +161,7 @@ TEST_F(DropTest, ProgramsThatOfferOnlyTextOrBytesAreUnderstood) {
             "copy");
   EXPECT_THAT(hashedNames(), testing::ElementsAre("first"));
   EXPECT_EQ(drop("text/x-moz-url-data", fileUrl(second).toEncoded().toStdString()), "copy");
-  waitFor("both files", [&] { return model.results().size() == 2 && !model.isProcessing(); });
+  waitFor("both files", [&] { return model.files()->results().size() == 2 && !model.files()->isProcessing(); });
 }
 
 TEST_F(DropTest, WhatCannotBeUsedIsRefusedWhileItHovers) {
@@ -172,13 +172,13 @@ TEST_F(DropTest, WhatCannotBeUsedIsRefusedWhileItHovers) {
     EXPECT_EQ(release(), "nothing");
   };
   expectRefusal("application/x-color", "red");
-  EXPECT_EQ(model.jobs()->count(), 0);
+  EXPECT_EQ(model.files()->jobs()->count(), 0);
 
   add({endlessFile()});
-  model.startProcessing();
+  model.files()->startProcessing();
   expectRefusal(uriList, line(folder.file("file", "")));
   EXPECT_EQ(targeted.count(), 0);
-  EXPECT_EQ(model.jobs()->count(), 1);
+  EXPECT_EQ(model.files()->jobs()->count(), 1);
 }
 
 TEST_F(DropTest, ADragThatGoesAwayLeavesNothing) {
@@ -189,7 +189,7 @@ TEST_F(DropTest, ADragThatGoesAwayLeavesNothing) {
     return !zone->isTargeted();
   });
   EXPECT_EQ(release(), "nothing");
-  EXPECT_EQ(model.jobs()->count(), 0);
+  EXPECT_EQ(model.files()->jobs()->count(), 0);
 }
 
 TEST_F(DropTest, ChecksumListAndItsFolderAreDroppedTogether) {
@@ -198,10 +198,12 @@ TEST_F(DropTest, ChecksumListAndItsFolderAreDroppedTogether) {
   waitFor("the screen",
           [&] { return (zone = qobject_cast<DropZone*>(driver.findItem("manifestDropZone"))) != nullptr; });
   EXPECT_EQ(drop(uriList, line(folder.path()) + line(list)), "copy");
-  waitFor("the list", [&] { return model.manifestJobs()->count() == 1 && model.manifestRefusal().isEmpty(); });
-  EXPECT_EQ(model.manifestRootURL(), folder.path());
-  EXPECT_EQ(model.manifestURL(), list);
-  model.clearManifest();
+  waitFor("the list", [&] {
+    return model.manifest()->manifestJobs()->count() == 1 && model.manifest()->manifestRefusal().isEmpty();
+  });
+  EXPECT_EQ(model.manifest()->manifestRootURL(), folder.path());
+  EXPECT_EQ(model.manifest()->manifestURL(), list);
+  model.manifest()->clearManifest();
 }
 
 // Neither the panel nor the card waits for the disk; what was dropped before is late by then.
@@ -219,7 +221,7 @@ TEST_F(DropTest, WhatASlowDiskAnswersReplacesNoLaterChoice) {
   } disk;
   const auto dropped = folder.file("dropped", "");
   const auto chosen = folder.file("chosen", "abc");
-  const auto size = [&] { return model.verifyFile().value(QStringLiteral("size")).toString(); };
+  const auto size = [&] { return model.verify()->verifyFile().value(QStringLiteral("size")).toString(); };
   model.setMode(AppMode::Verify);
   waitFor("the screen", [&] { return (zone = qobject_cast<DropZone*>(driver.findItem("verifyDropZone"))) != nullptr; });
   EXPECT_EQ(drop(uriList, line(dropped)), "copy");
@@ -227,12 +229,12 @@ TEST_F(DropTest, WhatASlowDiskAnswersReplacesNoLaterChoice) {
   driver.focus(window);
   driver.press({"Control_L", "o"});
   driver.answerPanel("openPanel", chosen);
-  EXPECT_EQ(model.verifyURL(), chosen);
+  EXPECT_EQ(model.verify()->verifyURL(), chosen);
   EXPECT_EQ(size(), u"…");
   disk.answers.count_down();
   EXPECT_TRUE(BackgroundTask::waitForAll(20s));
   waitFor("the size", [&] { return size() == u"3 bytes"; });
-  EXPECT_EQ(model.verifyURL(), chosen);
+  EXPECT_EQ(model.verify()->verifyURL(), chosen);
 }
 
 }  // namespace

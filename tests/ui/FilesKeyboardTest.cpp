@@ -101,7 +101,7 @@ TEST_F(FilesKeyboardTest, AChoiceInThePanelIsNotTakenBeforeItIsConfirmed) {
   driver.press({"Escape"});
   waitFor("the panel to close", [&] { return !isOpen(); });
   driver.focus(window);
-  EXPECT_EQ(model.jobs()->count(), 0);
+  EXPECT_EQ(model.files()->jobs()->count(), 0);
 }
 
 TEST_F(FilesKeyboardTest, SpaceAndReturnToggleAlgorithms) {
@@ -158,8 +158,8 @@ TEST_F(FilesKeyboardTest, EscapeCancelsARun) {
   driver.press({"Delete"});
   driver.press({"Control_L", "o"});
   driver.press({"Escape"});
-  waitFor("the end of the run", [&] { return !model.isProcessing(); });
-  EXPECT_EQ(model.jobs()->count(), 2);
+  waitFor("the end of the run", [&] { return !model.files()->isProcessing(); });
+  EXPECT_EQ(model.files()->jobs()->count(), 2);
   EXPECT_EQ(Driver::panel("openPanel"), nullptr);
   EXPECT_EQ(state(0), FileJobListModel::Complete);
   EXPECT_EQ(state(1), FileJobListModel::Queued);
@@ -191,11 +191,11 @@ TEST_F(FilesKeyboardTest, ArrowsMoveThroughTheListAndDeleteRemovesTheSelectedRow
   EXPECT_LT(farther, "file30");
 
   expectAfter("Delete", "file11");
-  EXPECT_EQ(model.jobs()->count(), 29);
+  EXPECT_EQ(model.files()->jobs()->count(), 29);
   expectAfter("End", "file39");
   for (int last = 38; last >= 11; --last) expectAfter("Delete", QStringLiteral("file%1").arg(last));
   driver.press({"Delete"});
-  waitFor("an empty list", [&] { return model.jobs()->count() == 0; });
+  waitFor("an empty list", [&] { return model.files()->jobs()->count() == 0; });
   driver.press({"Delete"});
   driver.press({"Control_L", "c"});
   add({"again"}, abc);
@@ -244,7 +244,7 @@ TEST_F(FilesKeyboardTest, KeysReachNothingBehindAnAlert) {
     driver.press({"Return"});
     waitFor("the alert to close", [&] { return driver.findItem("alertOk") == nullptr; });
     EXPECT_EQ(model.errorMessage(), "");
-    EXPECT_EQ(model.jobs()->count(), 1);
+    EXPECT_EQ(model.files()->jobs()->count(), 1);
     EXPECT_EQ(state(0), FileJobListModel::Queued);
     EXPECT_EQ(model.mode(), mode);
     EXPECT_EQ(Driver::panel("openPanel"), nullptr);

@@ -82,12 +82,12 @@ TEST_F(FilesMouseTest, CalculateAndCancelAreTheSameButtonAndClearEmptiesTheList)
   driver.click("removeRow");
   driver.press({"Escape"});
   waitFor("the menu to close", [&] { return driver.findItem("copyPath") == nullptr; });
-  EXPECT_TRUE(model.isProcessing()) << "The key closed the menu, and nothing else";
+  EXPECT_TRUE(model.files()->isProcessing()) << "The key closed the menu, and nothing else";
   EXPECT_EQ(driver.findItem("presetAll"), nullptr);
   EXPECT_TRUE(model.selectedAlgorithms() == HashAlgorithm::recommended);
 
   driver.click("calculate");
-  waitFor("the end of the run", [&] { return !model.isProcessing(); });
+  waitFor("the end of the run", [&] { return !model.files()->isProcessing(); });
   EXPECT_EQ(state(0), FileJobListModel::Complete);
   EXPECT_EQ(state(1), FileJobListModel::Queued);
   EXPECT_NE(itemWithText("Queued"), nullptr);
@@ -95,7 +95,7 @@ TEST_F(FilesMouseTest, CalculateAndCancelAreTheSameButtonAndClearEmptiesTheList)
   driver.click("calculate");
   waitFor("the endless file", [&] { return state(1) == FileJobListModel::Hashing; });
   driver.click("clear");
-  waitFor("an empty list", [&] { return model.jobs()->count() == 0 && !model.isProcessing(); });
+  waitFor("an empty list", [&] { return model.files()->jobs()->count() == 0 && !model.files()->isProcessing(); });
   EXPECT_NE(driver.findItem("emptyList"), nullptr);
 }
 
@@ -130,7 +130,8 @@ TEST_F(FilesMouseTest, SelectedDigitsAreCopiedWithoutTheGapsThatTheEyeSees) {
   EXPECT_EQ(sha256->property("selectedText").toString(), "") << "Only one selection at a time";
   driver.press({"Control_L", "c"});
   waitFor("eight digits", [&] {
-    return driver.clipboard() == model.results().front()->hashes.find(HashAlgorithm::sha512).value().substr(60, 8);
+    return driver.clipboard() ==
+           model.files()->results().front()->hashes.find(HashAlgorithm::sha512).value().substr(60, 8);
   });
 
   click(*inRow(0, "name"));
@@ -159,10 +160,10 @@ TEST_F(FilesMouseTest, TheMenuOfARowRevealsCopiesItsPathAndRemovesIt) {
 
   openRowMenu(0);
   driver.click("removeRow");
-  waitFor("the removal", [&] { return model.jobs()->count() == 1; });
-  EXPECT_EQ(*model.jobs()->jobs().front().url, file);
+  waitFor("the removal", [&] { return model.files()->jobs()->count() == 1; });
+  EXPECT_EQ(*model.files()->jobs()->jobs().front().url, file);
   click(*inRow(0, "remove"));
-  waitFor("the removal", [&] { return model.jobs()->count() == 0; });
+  waitFor("the removal", [&] { return model.files()->jobs()->count() == 0; });
   EXPECT_TRUE(std::filesystem::exists(file)) << "Removed from the list, not from the disk";
 }
 
@@ -179,7 +180,7 @@ TEST_F(FilesMouseTest, WhatCannotBeUsedSaysWhy) {
 
   add({endlessFile()});
   driver.click("calculate");
-  waitFor("the run", [&] { return model.isProcessing(); });
+  waitFor("the run", [&] { return model.files()->isProcessing(); });
   expectTip("remove", "The list cannot change during a run.");
   expectTip("presets", "The selection cannot change during a run.");
   expectTip("algorithm MD5", "The selection cannot change during a run.");

@@ -40,13 +40,13 @@ TEST_F(FilesRowsTest, FigureOfARunIsOfItsOwnFiles) {
   add({"a", "b", "c"}, "abc");
   EXPECT_EQ(figure(), "0 of 3");
   calculate();
-  model.removeJob(model.jobs()->idAt(0));
+  model.files()->removeJob(model.files()->jobs()->idAt(0));
   EXPECT_EQ(figure(), "3 of 3");
   add({"d", "e"}, "abc");
   EXPECT_EQ(figure(), "3 of 3");
   calculate();
   EXPECT_EQ(figure(), "4 of 4");
-  model.clearFiles();
+  model.files()->clearFiles();
   EXPECT_EQ(figure(), "0 of 0");
 }
 
@@ -94,7 +94,7 @@ TEST_F(FilesRowsTest, RowsOfAFullQueueAreMadeAsTheyComeIntoView) {
   constexpr int limit = 100'000;
   QList<QUrl> urls;
   for (int i = 0; i < limit; ++i) urls.append(QUrl(QStringLiteral("file:///nowhere/%1").arg(i)));
-  model.addFiles(urls);
+  model.files()->addFiles(urls);
   row(0);
   driver.clickAt(row(0)->mapToGlobal(QPointF(100, 10)).toPoint());
   driver.press({"End"});

@@ -18,14 +18,14 @@ class ManifestTest : public WindowFixture {
  protected:
   void SetUp() override {
     WindowFixture::SetUp();
-    model.clearManifest();
+    model.manifest()->clearManifest();
     fs::create_directory(root);
     driver.press({"Control_L", "4"});
     waitFor("the mode", [&] { return model.mode() == AppMode::Manifest; });
   }
 
   void TearDown() override {
-    model.clearManifest();
+    model.manifest()->clearManifest();
     WindowFixture::TearDown();
   }
 
@@ -40,11 +40,11 @@ class ManifestTest : public WindowFixture {
 
   // Loads the list and verifies it, without the screen.
   void verify(const std::string& lines) {
-    model.setManifestRoot({fileUrl(root)});
-    model.setManifestFile({fileUrl(folder.file("list.md5", lines))});
-    waitFor("the list", [&] { return model.manifestRefusal().isEmpty(); });
-    model.verifyManifest();
-    waitFor("the end", [&] { return !model.isManifestVerifying(); });
+    model.manifest()->setManifestRoot({fileUrl(root)});
+    model.manifest()->setManifestFile({fileUrl(folder.file("list.md5", lines))});
+    waitFor("the list", [&] { return model.manifest()->manifestRefusal().isEmpty(); });
+    model.manifest()->verifyManifest();
+    waitFor("the end", [&] { return !model.manifest()->isManifestVerifying(); });
   }
 
   [[nodiscard]] int property(const QString& objectName, const char* name) {
@@ -60,11 +60,11 @@ TEST_F(ManifestTest, ListIsVerifiedInItsOwnFolder) {
   driver.press({"Return"});
   driver.answerPanel("openPanel", folder.file("root/list.md5", md5OfAbc + "  abc\n"));
   waitForVerdict("1 entry, not verified yet");
-  model.verifyManifest();
-  EXPECT_FALSE(model.isManifestVerifying()) << "The folder of the list is proposed, and never taken";
-  EXPECT_EQ(model.manifestRefusal(), "Choose the root folder first.");
+  model.manifest()->verifyManifest();
+  EXPECT_FALSE(model.manifest()->isManifestVerifying()) << "The folder of the list is proposed, and never taken";
+  EXPECT_EQ(model.manifest()->manifestRefusal(), "Choose the root folder first.");
   driver.click("manifestRootProposal");
-  waitFor("the root", [&] { return model.manifestRootURL() == root; });
+  waitFor("the root", [&] { return model.manifest()->manifestRootURL() == root; });
   driver.click("verifyManifest");
   waitForVerdict("The only entry matches");
   fs::remove(root / "abc");
@@ -88,7 +88,7 @@ TEST_F(ManifestTest, FixedWordsAreWholeInTheSmallestWindow) {
   };
   EXPECT_TRUE(isWhole("Drop a folder here, or choose one."));
   fs::create_directory(folder.path() / "A folder with a long name");
-  model.setManifestFile({fileUrl(folder.file("A folder with a long name/list.md5", md5OfAbc + "  abc\n"))});
+  model.manifest()->setManifestFile({fileUrl(folder.file("A folder with a long name/list.md5", md5OfAbc + "  abc\n"))});
   driver.item("manifestRootProposal");
   EXPECT_TRUE(isWhole("No folder selected"));
 }
@@ -128,22 +128,22 @@ TEST_F(ManifestTest, RowsAreFilteredAndCopied) {
 }
 
 TEST_F(ManifestTest, ListThatCannotBeReadIsToldByTheAlertAndStaysTold) {
-  model.setManifestFile({fileUrl(folder.file("list.md5", md5OfAbc + "  abc\n"))});
+  model.manifest()->setManifestFile({fileUrl(folder.file("list.md5", md5OfAbc + "  abc\n"))});
   waitForVerdict("1 entry, not verified yet");
-  model.setManifestFile({fileUrl(folder.path() / "gone.md5")});
+  model.manifest()->setManifestFile({fileUrl(folder.path() / "gone.md5")});
   waitFor("the alert", [&] { return shows("alertMessage", "No such file or directory"); });
   driver.press({"Return"});
   waitFor("no alert", [&] { return model.errorMessage().isEmpty(); });
   waitForVerdict("The checksum list was not read");
   EXPECT_TRUE(shows("manifestVerdictDetails", "No such file or directory"));
-  EXPECT_EQ(model.manifestJobs()->total(), 0);
+  EXPECT_EQ(model.manifest()->manifestJobs()->total(), 0);
 }
 
 TEST_F(ManifestTest, LongListIsMadeAsItComesIntoView) {
   constexpr int count = 100'000;
   std::string lines;
   for (int i = 1; i <= count; ++i) lines += md5OfAbc + "  " + std::string(120, 'W') + std::to_string(i) + "\n";
-  model.setManifestFile({fileUrl(folder.file("long.md5", lines))});
+  model.manifest()->setManifestFile({fileUrl(folder.file("long.md5", lines))});
   waitForVerdict("100,000 entries, not verified yet");
   driver.click("filterAll");
   driver.press({"Tab"});

@@ -33,7 +33,7 @@ class LocationsAsBytes : public QMimeData {
 class ManyRowsTest : public WindowFixture {
  protected:
   void TearDown() override {
-    model.clearManifest();
+    model.manifest()->clearManifest();
     WindowFixture::TearDown();
   }
 
@@ -60,7 +60,7 @@ class ManyRowsTest : public WindowFixture {
     QGuiApplication::clipboard()->clear();
     const auto hasCopied = [&] { return clipboard.ownsClipboard() && clipboard.mimeData()->hasText(); };
     expectShortTurns(
-        "copy", [&] { model.copyManifestRows(); }, hasCopied);
+        "copy", [&] { model.manifest()->copyManifestRows(); }, hasCopied);
     EXPECT_EQ(clipboard.mimeData()->data(QStringLiteral("text/plain")).count('\n'), count - 1);
   }
 
@@ -78,16 +78,16 @@ TEST_F(ManyRowsTest, FilesComeAndGo) {
   for (int i = 0; i < limit; ++i) lines += "file:///nowhere/folder%20" + QByteArray::number(i) + "/a%20file\r\n";
   LocationsAsBytes data;
   data.setData(QStringLiteral("text/uri-list"), lines);
-  const auto isIdle = [&] { return !model.isProcessing(); };
-  const auto remove = [&](int row) { model.removeJob(model.jobs()->idAt(row)); };
+  const auto isIdle = [&] { return !model.files()->isProcessing(); };
+  const auto remove = [&](int row) { model.files()->removeJob(model.files()->jobs()->idAt(row)); };
   expectShortTurns(
-      "drop", [&] { drop(data); }, [&] { return model.jobs()->count() == limit && isIdle(); });
+      "drop", [&] { drop(data); }, [&] { return model.files()->jobs()->count() == limit && isIdle(); });
   expectShortTurns(
       "remove the first", [&] { remove(0); }, isIdle);
   expectShortTurns(
       "remove the last", [&] { remove(limit - 2); }, isIdle);
   expectShortTurns(
-      "clear", [&] { model.clearFiles(); }, isIdle);
+      "clear", [&] { model.files()->clearFiles(); }, isIdle);
 }
 
 TEST_F(ManyRowsTest, FilesThatWereDroppedBeforeTheListIsClearedComeNoMore) {
@@ -100,7 +100,7 @@ TEST_F(ManyRowsTest, FilesThatWereDroppedBeforeTheListIsClearedComeNoMore) {
   QCoreApplication::processEvents();
   ASSERT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(60)));
   QCoreApplication::processEvents();
-  EXPECT_EQ(model.jobs()->count(), 0);
+  EXPECT_EQ(model.files()->jobs()->count(), 0);
 }
 
 TEST_F(ManyRowsTest, EntriesOfTwoFilesTakeTurns) {
@@ -110,28 +110,29 @@ TEST_F(ManyRowsTest, EntriesOfTwoFilesTakeTurns) {
   for (int i = 0; i < limit; ++i) lines += "900150983cd24fb0d6963f7d28e17f72  " + names[i % 2] + "\n";
   model.setMode(AppMode::Manifest);
   driver.item("manifestDropZone");
-  model.setManifestRoot({fileUrl(folder.path())});
+  model.manifest()->setManifestRoot({fileUrl(folder.path())});
   const QUrl list = fileUrl(folder.file("list", lines));
-  ManifestJobListModel& jobs = *model.manifestJobs();
+  ManifestJobListModel& jobs = *model.manifest()->manifestJobs();
   expectShortTurns(
-      "load", [&] { model.setManifestFile({list}); }, [&] { return model.manifestRefusal().isEmpty(); });
+      "load", [&] { model.manifest()->setManifestFile({list}); },
+      [&] { return model.manifest()->manifestRefusal().isEmpty(); });
   const auto isFiltered = [&] { return jobs.count() == limit / 2; };
   expectShortTurns(
       "filter", [&] { jobs.setFilter(ManifestJobListModel::Waiting); }, [] { return true; });
   QQuickItem* view = driver.item("manifestList");
   view->setProperty("currentIndex", 1001);
   expectShortTurns(
-      "verify", [&] { model.verifyManifest(); }, isFiltered);
+      "verify", [&] { model.manifest()->verifyManifest(); }, isFiltered);
   EXPECT_EQ(view->property("currentIndex").toInt(), 500) << "The selection stays with its entry";
   expectShortTurns(
       "matches", [&] { jobs.setFilter(ManifestJobListModel::Matches); }, isFiltered);
   expectShortTurns(
-      "cancel", [&] { model.cancelManifest(); }, [&] { return !model.isManifestVerifying(); });
+      "cancel", [&] { model.manifest()->cancelManifest(); }, [&] { return !model.manifest()->isManifestVerifying(); });
   expectShortTurns(
       "all", [&] { jobs.setFilter(ManifestJobListModel::All); }, [&] { return jobs.count() == limit; });
   expectCopied(limit);
   expectShortTurns(
-      "clear", [&] { model.clearManifest(); }, [&] { return jobs.total() == 0; });
+      "clear", [&] { model.manifest()->clearManifest(); }, [&] { return jobs.total() == 0; });
 }
 
 TEST_F(ManyRowsTest, TextThatIsNoListOfLocationsIsDropped) {
@@ -143,7 +144,7 @@ TEST_F(ManyRowsTest, TextThatIsNoListOfLocationsIsDropped) {
     expectShortTurns(
         "drop of text", [&] { drop(data); }, [] { return true; });
     EXPECT_LT(peakMemory() - before, 10);
-    EXPECT_EQ(model.jobs()->count(), 0);
+    EXPECT_EQ(model.files()->jobs()->count(), 0);
   }
 }
 
@@ -170,14 +171,16 @@ TEST_F(ManyRowsTest, NamesOfAnySizeAreShown) {
     resetPeakMemory();
     const double before = peakMemory();
     expectShortTurns(
-        what, [&] { model.setManifestFile({url}); },
-        [&, count = count] { return !model.isLoadingManifest() && model.manifestJobs()->count() == count; });
+        what, [&] { model.manifest()->setManifestFile({url}); },
+        [&, count = count] {
+          return !model.manifest()->isLoadingManifest() && model.manifest()->manifestJobs()->count() == count;
+        });
     expectShortTurns(
         "its tip", [&] { driver.moveTo(QStringLiteral("path")); },
         [&] {
           int shown = 0;
           for (const QQuickItem* item : visibleItems(window.contentItem())) {
-            if (item->property("text") == model.manifestJobs()->index(0).data()) ++shown;
+            if (item->property("text") == model.manifest()->manifestJobs()->index(0).data()) ++shown;
             if (item->objectName() == "path") --shown;
           }
           return shown > 0;

@@ -17,11 +17,11 @@ namespace {
 class OtherModes : public WindowFixture {
  protected:
   void TearDown() override {
-    model.resetVerification();
-    model.setExpectedHash({});
-    model.setVerifyAlgorithm(QStringLiteral("Auto"));
-    model.resetComparison();
-    model.clearManifest();
+    model.verify()->resetVerification();
+    model.verify()->setExpectedHash({});
+    model.verify()->setVerifyAlgorithm(QStringLiteral("Auto"));
+    model.compare()->resetComparison();
+    model.manifest()->clearManifest();
     WindowFixture::TearDown();
   }
 
@@ -63,7 +63,7 @@ TEST_F(OtherModes, TextIsHashedAsItIsTyped) {
   waitFor("the digest to go",
           [&] { return textOfItem("text digest MD5").isEmpty() && !textOfItem("text digest SHA-1").isEmpty(); });
   driver.click("clearText");
-  waitFor("no text", [&] { return model.textInput().isEmpty(); });
+  waitFor("no text", [&] { return model.text()->textInput().isEmpty(); });
 }
 
 TEST_F(OtherModes, TextTooLongForAnEditorIsTakenWholeAndItsBeginningShown) {
@@ -73,12 +73,13 @@ TEST_F(OtherModes, TextTooLongForAnEditorIsTakenWholeAndItsBeginningShown) {
   const struct {
     AppMode::Case mode;
     const char* editor;
-    QString (AppViewModel::*content)() const;
+    std::function<QString()> content;
     const char* clear;
-  } editors[] = {{AppMode::Text, "textEditor", &AppViewModel::textInput, "clearText"},
-                 {AppMode::Verify, "checksumField", &AppViewModel::expectedHash, "clearChecksum"}};
+  } editors[] = {
+      {AppMode::Text, "textEditor", [this] { return model.text()->textInput(); }, "clearText"},
+      {AppMode::Verify, "checksumField", [this] { return model.verify()->expectedHash(); }, "clearChecksum"}};
   for (const auto& [mode, editor, content, clear] : editors) {
-    const auto has = [&, content = content](const QString& text) { return (model.*content)() == text; };
+    const auto has = [&, content = content](const QString& text) { return content() == text; };
     const auto middle = [&, editor = editor] {
       driver.clickAt(driver.item(editor)->mapToGlobal(QPointF(40, 15)).toPoint(), 2);
     };
@@ -97,8 +98,8 @@ TEST_F(OtherModes, TextTooLongForAnEditorIsTakenWholeAndItsBeginningShown) {
       waitFor("what was typed", [&] { return has(QStringLiteral("a")); });
       TurnWatcher turns;
       paste();
-      waitFor("all of it", [&, content = content] { return (model.*content)().size() >= large.size(); });
-      EXPECT_TRUE((model.*content)().endsWith(large));
+      waitFor("all of it", [&, content = content] { return content().size() >= large.size(); });
+      EXPECT_TRUE(content().endsWith(large));
       waitFor("words about it", [&] {
         return itemWithText("Only the beginning of this text is shown.") != nullptr ||
                textOfItem("byteCount").endsWith("Only the beginning of this text is shown.");
@@ -113,7 +114,7 @@ TEST_F(OtherModes, TextTooLongForAnEditorIsTakenWholeAndItsBeginningShown) {
     driver.click(editor);
     TurnWatcher turns;
     driver.press({"Control_L", "v"});
-    waitFor("the text", [&, content = content] { return (model.*content)().size() == 9'990; });
+    waitFor("the text", [&, content = content] { return content().size() == 9'990; });
     EXPECT_LT(turns.takeLongest(), longestGoodTurn);
     driver.click(clear);
     waitFor("no text", [&] { return has({}); });
@@ -121,10 +122,10 @@ TEST_F(OtherModes, TextTooLongForAnEditorIsTakenWholeAndItsBeginningShown) {
     QGuiApplication::clipboard()->setText(QString(9'998, u'x') + QStringLiteral("\U0001F600"));
     driver.click(editor);
     driver.press({"Control_L", "v"});
-    waitFor("the text", [&, content = content] { return (model.*content)().size() == 10'000; });
+    waitFor("the text", [&, content = content] { return content().size() == 10'000; });
     driver.press({"Control_L", "Home"});
     driver.type("a");
-    waitFor("the key", [&, content = content] { return (model.*content)().size() == 10'001; });
+    waitFor("the key", [&, content = content] { return content().size() == 10'001; });
     EXPECT_TRUE(textOfItem(editor) == u'a' + QString(9'998, u'x')) << "No half of a character is shown";
     driver.click(clear);
     waitFor("no text", [&] { return has({}); });
@@ -137,25 +138,25 @@ TEST_F(OtherModes, ClipboardThatDoesNotAnswerIsAskedOnceForEachPaste) {
   driver.click("textEditor");
   SilentClipboardOwner owner;
   driver.type("a");
-  waitFor("the text", [&] { return model.textInput() == u"a"; });
+  waitFor("the text", [&] { return model.text()->textInput() == u"a"; });
   EXPECT_EQ(owner.requests(), 0) << "before anything is pasted";
   driver.press({"Control_L", "v"});
   driver.type("b");
-  waitFor("what was typed after", [&] { return model.textInput() == u"ab"; });
+  waitFor("what was typed after", [&] { return model.text()->textInput() == u"ab"; });
   EXPECT_EQ(owner.requests(), 1);
   driver.clickAt(driver.item("textEditor")->mapToGlobal(QPointF(40, 15)).toPoint(), 2);
   driver.press({"End"});
   driver.type("c");
-  waitFor("what was typed after", [&] { return model.textInput() == u"abc"; });
+  waitFor("what was typed after", [&] { return model.text()->textInput() == u"abc"; });
   EXPECT_EQ(owner.requests(), 2) << "the middle button";
   driver.click("clearText");
-  waitFor("no text", [&] { return model.textInput().isEmpty(); });
+  waitFor("no text", [&] { return model.text()->textInput().isEmpty(); });
   enter(AppMode::Verify);
   driver.click("pasteChecksum");
   driver.click("checksumField");
   driver.press({"Control_L", "v"});
   driver.type("d");
-  waitFor("what was typed after", [&] { return model.expectedHash() == u"d"; });
+  waitFor("what was typed after", [&] { return model.verify()->expectedHash() == u"d"; });
   EXPECT_EQ(owner.requests(), 4);
 }
 
@@ -185,25 +186,25 @@ TEST_F(OtherModes, WorkGoesOnInAnotherModeAndEscapeEndsIt) {
       {AppMode::Files,
        [&] {
          add({endless});
-         model.startProcessing();
+         model.files()->startProcessing();
        }},
       {AppMode::Verify,
        [&] {
-         model.setVerifyFile({fileUrl(endless)});
-         model.setExpectedHash("00000000");
-         model.verify();
+         model.verify()->setVerifyFile({fileUrl(endless)});
+         model.verify()->setExpectedHash("00000000");
+         model.verify()->verify();
        }},
       {AppMode::Manifest,
        [&] {
-         model.setManifestRoot({fileUrl(folder.path())});
-         model.setManifestFile({fileUrl(folder.file("list", "00000000000000000000000000000000  equal\n"))});
-         waitFor("the list", [&] { return model.manifestRefusal().isEmpty(); });
-         model.verifyManifest();
+         model.manifest()->setManifestRoot({fileUrl(folder.path())});
+         model.manifest()->setManifestFile({fileUrl(folder.file("list", "00000000000000000000000000000000  equal\n"))});
+         waitFor("the list", [&] { return model.manifest()->manifestRefusal().isEmpty(); });
+         model.manifest()->verifyManifest();
        }},
       {AppMode::Compare,
        [&] {
-         model.setCompareFiles({fileUrl(endless), fileUrl(equal)}, false);
-         model.compare();
+         model.compare()->setCompareFiles({fileUrl(endless), fileUrl(equal)}, false);
+         model.compare()->compare();
        }},
   };
   for (const auto& [mode, start] : starts) {
@@ -228,12 +229,12 @@ TEST_F(OtherModes, FilesAreComparedAndSwapped) {
   driver.answerPanel("openPanel", folder.file("a", "same"));
   driver.click("compareSecondChoose");
   driver.answerPanel("openPanel", folder.file("b", "sane"));
-  waitFor("both files", [&] { return model.compareRefusal().isEmpty(); });
+  waitFor("both files", [&] { return model.compare()->compareRefusal().isEmpty(); });
   driver.press({"Control_L", "Return"});
   waitFor("the result", [&] { return textOfItem("comparisonDetail0") == u"First difference at byte 2"; });
   EXPECT_EQ(textOfItem("comparisonTitle"), u"Files are different");
   driver.click("swapFiles");
-  waitFor("the swap", [&] { return model.compareFirstURL() == folder.path() / "b"; });
+  waitFor("the swap", [&] { return model.compare()->compareFirstURL() == folder.path() / "b"; });
   EXPECT_EQ(driver.findItem("comparisonTitle"), nullptr);
   std::filesystem::remove(folder.path() / "b");
   driver.click("compare");

@@ -45,8 +45,8 @@ void WindowFixture::SetUp() {
     if (other != &window) other->close();
   }
   model.setErrorMessage({});
-  model.clearFiles();
-  waitFor("the last run to end", [&] { return !model.isProcessing() && !model.isExporting(); });
+  model.files()->clearFiles();
+  waitFor("the last run to end", [&] { return !model.files()->isProcessing() && !model.files()->isExporting(); });
   model.choosePreset(AppViewModel::Recommended);
   model.setMode(AppMode::Files);
   // Rows that come before it has seen the last ones go would be selected like rows among others.
@@ -60,7 +60,7 @@ void WindowFixture::SetUp() {
 void WindowFixture::TearDown() {
   for (const std::string& warning : std::exchange(warnings, {})) ADD_FAILURE() << warning;
   if (HasFailure()) keepScreenshot();
-  model.cancelProcessing();
+  model.files()->cancelProcessing();
 }
 
 void WindowFixture::keepScreenshot() {
@@ -75,7 +75,7 @@ void WindowFixture::keepScreenshot() {
 void WindowFixture::add(const std::vector<fs::path>& files) {
   QList<QUrl> urls;
   for (const fs::path& file : files) urls.append(fileUrl(file));
-  model.addFiles(urls);
+  model.files()->addFiles(urls);
 }
 
 void WindowFixture::add(const std::vector<std::string>& names, std::string_view content) {
@@ -86,8 +86,8 @@ void WindowFixture::add(const std::vector<std::string>& names, std::string_view 
 
 void WindowFixture::calculate() {
   driver.press({"Control_L", "Return"});
-  waitFor("the run to start", [&] { return model.isProcessing() || model.overallProgress() > 0; });
-  waitFor("the run to end", [&] { return !model.isProcessing(); });
+  waitFor("the run to start", [&] { return model.files()->isProcessing() || model.files()->overallProgress() > 0; });
+  waitFor("the run to end", [&] { return !model.files()->isProcessing(); });
 }
 
 fs::path WindowFixture::endlessFile() {
@@ -124,11 +124,11 @@ QQuickItem* WindowFixture::inRow(int index, const QString& objectName) {
 
 QString WindowFixture::selectedName() const {
   const int index = driver.item(QStringLiteral("jobList"))->property("currentIndex").toInt();
-  return model.jobs()->index(index).data(FileJobListModel::NameRole).toString();
+  return model.files()->jobs()->index(index).data(FileJobListModel::NameRole).toString();
 }
 
 FileJobListModel::State WindowFixture::state(int index) const {
-  return model.jobs()->index(index).data(FileJobListModel::StateRole).value<FileJobListModel::State>();
+  return model.files()->jobs()->index(index).data(FileJobListModel::StateRole).value<FileJobListModel::State>();
 }
 
 QQuickItem* WindowFixture::itemWithText(const QString& text) {

@@ -7,14 +7,14 @@ Rectangle {
 
     property string icon
     property string title
-    // An AppViewModel.Outcome: well, failed, or neither.
+    // An Outcome: well, failed, or neither.
     property int outcome: 0
     // There is no outcome yet, and nothing to worry about.
     property bool isPending: false
     // It is being worked on.
     property bool isBusy: false
     default property alias details: column.data
-    readonly property color tone: isPending ? TallyTheme.primary : outcome === AppViewModel.AllWell ? TallyTheme.good : outcome === AppViewModel.SomeFailed ? TallyTheme.bad : TallyTheme.caution
+    readonly property color tone: isPending ? TallyTheme.primary : outcome === Outcome.AllWell ? TallyTheme.good : outcome === Outcome.SomeFailed ? TallyTheme.bad : TallyTheme.caution
 
     implicitHeight: Math.max(72, column.implicitHeight + 2 * TallyTheme.space4)
     radius: TallyTheme.cardRadius

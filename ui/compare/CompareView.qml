@@ -6,9 +6,9 @@ FocusScope {
     id: root
 
     required property AppViewModel viewModel
-    readonly property var result: viewModel.compareResult
+    readonly property var result: viewModel.compare.compareResult
     readonly property bool hasResult: result.title !== undefined
-    readonly property string busyRefusal: viewModel.isComparing ? qsTr("A comparison is under way.") : ""
+    readonly property string busyRefusal: viewModel.compare.isComparing ? qsTr("A comparison is under way.") : ""
 
     TFSectionHeader {
         id: header
@@ -42,10 +42,10 @@ FocusScope {
             width: (parent.width - swap.width) / 2 - TallyTheme.space2
             height: parent.height
             title: qsTr("File A")
-            file: root.viewModel.compareFirstFile
+            file: root.viewModel.compare.compareFirstFile
             isTargeted: firstZone.isTargeted
             refusal: root.busyRefusal
-            onChooseRequested: root.viewModel.chooseCompareFile(false)
+            onChooseRequested: root.viewModel.compare.chooseCompareFile(false)
         }
 
         TFIconButton {
@@ -56,7 +56,7 @@ FocusScope {
             name: qsTr("Swap")
             icon: "arrow.left.arrow.right"
             refusal: root.busyRefusal
-            onClicked: root.viewModel.swapCompareFiles()
+            onClicked: root.viewModel.compare.swapCompareFiles()
         }
 
         TFFileCard {
@@ -65,10 +65,10 @@ FocusScope {
             width: (parent.width - swap.width) / 2 - TallyTheme.space2
             height: parent.height
             title: qsTr("File B")
-            file: root.viewModel.compareSecondFile
+            file: root.viewModel.compare.compareSecondFile
             isTargeted: secondZone.isTargeted
             refusal: root.busyRefusal
-            onChooseRequested: root.viewModel.chooseCompareFile(true)
+            onChooseRequested: root.viewModel.compare.chooseCompareFile(true)
         }
     }
 
@@ -87,8 +87,8 @@ FocusScope {
 
         TFProgressBar {
             objectName: "compareProgress"
-            visible: root.viewModel.isComparing
-            value: root.viewModel.compareProgress
+            visible: root.viewModel.compare.isComparing
+            value: root.viewModel.compare.compareProgress
             Accessible.name: qsTr("Comparison")
 
             anchors {
@@ -102,9 +102,9 @@ FocusScope {
         TFPercentText {
             id: percent
 
-            visible: root.viewModel.isComparing
+            visible: root.viewModel.compare.isComparing
             width: 36 * TallyTheme.textScale
-            value: root.viewModel.compareProgress
+            value: root.viewModel.compare.compareProgress
 
             anchors {
                 right: act.left
@@ -119,10 +119,10 @@ FocusScope {
             objectName: "compare"
             anchors.right: parent.right
             verb: qsTr("Compare")
-            isRunning: root.viewModel.isComparing
-            startRefusal: root.viewModel.compareRefusal
-            onStarted: root.viewModel.compare()
-            onCancelled: root.viewModel.resetComparison()
+            isRunning: root.viewModel.compare.isComparing
+            startRefusal: root.viewModel.compare.compareRefusal
+            onStarted: root.viewModel.compare.compare()
+            onCancelled: root.viewModel.compare.resetComparison()
         }
     }
 
@@ -162,34 +162,34 @@ FocusScope {
     DropZone {
         id: firstZone
 
-        readonly property var file: root.viewModel.compareFirstFile
+        readonly property var file: root.viewModel.compare.compareFirstFile
 
         width: parent.width / 2
         height: parent.height
         z: -1
         replaces: [file.folder, file.name]
-        enabled: !root.viewModel.isComparing
-        onFilesDropped: files => root.viewModel.setCompareFiles(files, false)
+        enabled: !root.viewModel.compare.isComparing
+        onFilesDropped: files => root.viewModel.compare.setCompareFiles(files, false)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
 
     DropZone {
         id: secondZone
 
-        readonly property var file: root.viewModel.compareSecondFile
+        readonly property var file: root.viewModel.compare.compareSecondFile
 
         x: parent.width / 2
         width: parent.width / 2
         height: parent.height
         z: -1
         replaces: [file.folder, file.name]
-        enabled: !root.viewModel.isComparing
-        onFilesDropped: files => root.viewModel.setCompareFiles(files, true)
+        enabled: !root.viewModel.compare.isComparing
+        onFilesDropped: files => root.viewModel.compare.setCompareFiles(files, true)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
 
     Shortcut {
-        enabled: root.visible && !root.viewModel.isComparing
+        enabled: root.visible && !root.viewModel.compare.isComparing
         sequences: ["Return", "Enter"]
         autoRepeat: false
         onActivated: act.start()

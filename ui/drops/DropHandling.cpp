@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "app/shared/FileLocation.h"
-#include "app/tasks/InterfaceInbox.h"
+#include "app/tasks/Mailbox.h"
 #include "app/tasks/Workers.h"
 #include "core/files/FileHandle.h"
 
@@ -12,9 +12,9 @@ namespace tallyfold {
 namespace {
 
 // Lives as long as any thread of a drop may post to it. First asked for on the interface thread.
-InterfaceInbox& inbox() {
-  static auto& inbox = *new InterfaceInbox(0);
-  return inbox;
+Mailbox& mailbox() {
+  static auto& mailbox = *new Mailbox(0);
+  return mailbox;
 }
 
 QList<QUrl> urlsIn(const QByteArray& uriList) {
@@ -41,17 +41,17 @@ QList<QUrl> markedFolders(QList<QUrl> urls) {
 
 // `urls` is called on another thread.
 void resolve(std::function<QList<QUrl>()> urls, DropOutcome outcome, Droppable kind) {
-  inbox();
+  mailbox();
   const auto look = [urls = std::move(urls), dropped = std::move(outcome.dropped), kind]() mutable {
     QList<QUrl> files = markedFolders(urls());
     files.removeIf([](const QUrl& url) { return !fileLocation(url); });
     if (kind == Droppable::files) files = filteredFileURLs(files);
-    if (!files.isEmpty()) inbox().post([files, dropped = std::move(dropped)] { dropped(files); });
+    if (!files.isEmpty()) mailbox().post([files, dropped = std::move(dropped)] { dropped(files); });
   };
   try {
     Workers::start(look);
   } catch (const Workers::Refusal& refusal) {
-    inbox().post(
+    mailbox().post(
         [refused = std::move(outcome.refused), sentence = QString::fromUtf8(refusal.what())] { refused(sentence); });
   }
 }

@@ -118,9 +118,9 @@ TFJobRow {
                 objectName: "remove"
                 name: qsTr("Remove")
                 icon: "xmark"
-                refusal: root.viewModel.queueRefusal
+                refusal: root.viewModel.files.queueRefusal
                 isTabStop: root.isSelected
-                onClicked: root.viewModel.removeJob(root.jobId)
+                onClicked: root.viewModel.files.removeJob(root.jobId)
 
                 anchors {
                     right: parent.right
@@ -188,7 +188,7 @@ TFJobRow {
                     text: qsTr("Copy %1").arg(line.algorithm)
                     isBorderless: true
                     isTabStop: root.isSelected
-                    onClicked: root.viewModel.copyHash(root.jobId, line.algorithm)
+                    onClicked: root.viewModel.files.copyHash(root.jobId, line.algorithm)
 
                     anchors.left: digest.right
                     anchors.leftMargin: TallyTheme.space2

@@ -18,22 +18,22 @@ TFRunBar {
     figureName: "runFigure"
     // Before a run, what one would be about.
     figure: {
-        if (viewModel.interruption !== "")
-            return viewModel.interruption;
-        const total = viewModel.runFileCount > 0 ? viewModel.runFileCount : viewModel.jobs.count;
-        return qsTr("%1 of %2").arg(viewModel.processedCount.toLocaleString(Qt.locale(), "f", 0)).arg(total.toLocaleString(Qt.locale(), "f", 0));
+        if (viewModel.files.interruption !== "")
+            return viewModel.files.interruption;
+        const total = viewModel.files.runFileCount > 0 ? viewModel.files.runFileCount : viewModel.files.jobs.count;
+        return qsTr("%1 of %2").arg(viewModel.files.processedCount.toLocaleString(Qt.locale(), "f", 0)).arg(total.toLocaleString(Qt.locale(), "f", 0));
     }
-    progress: viewModel.overallProgress
+    progress: viewModel.files.overallProgress
     progressName: "overallProgress"
     progressLabel: qsTr("All files")
 
     runButton: TFRunButton {
         objectName: "calculate"
         verb: qsTr("Calculate")
-        isRunning: root.viewModel.isProcessing
-        startRefusal: root.viewModel.startRefusal
-        onStarted: root.viewModel.startProcessing()
-        onCancelled: root.viewModel.cancelProcessing()
+        isRunning: root.viewModel.files.isProcessing
+        startRefusal: root.viewModel.files.startRefusal
+        onStarted: root.viewModel.files.startProcessing()
+        onCancelled: root.viewModel.files.cancelProcessing()
     }
 
     TFButton {
@@ -49,17 +49,17 @@ TFRunBar {
         id: exportButton
 
         objectName: "export"
-        visible: !root.viewModel.isExporting
+        visible: !root.viewModel.files.isExporting
         text: qsTr("Export…")
         icon: "square.and.arrow.up"
         opensMenu: true
         tip: "Ctrl+E"
-        refusal: root.viewModel.exportRefusal
+        refusal: root.viewModel.files.exportRefusal
         onClicked: root.openExportMenu()
     }
 
     Row {
-        visible: root.viewModel.isExporting
+        visible: root.viewModel.files.isExporting
         height: TallyTheme.controlHeight
         spacing: TallyTheme.space2
 
@@ -78,21 +78,21 @@ TFRunBar {
             anchors.verticalCenter: parent.verticalCenter
             name: qsTr("Cancel the export (Esc)")
             icon: "xmark"
-            onClicked: root.viewModel.cancelExport()
+            onClicked: root.viewModel.files.cancelExport()
         }
     }
 
     TFButton {
         objectName: "clear"
         text: qsTr("Clear")
-        refusal: root.viewModel.clearRefusal
-        onClicked: root.viewModel.clearFiles()
+        refusal: root.viewModel.files.clearRefusal
+        onClicked: root.viewModel.files.clearFiles()
     }
 
     Shortcut {
-        enabled: root.visible && root.viewModel.isExporting
+        enabled: root.visible && root.viewModel.files.isExporting
         sequence: "Esc"
-        onActivated: root.viewModel.cancelExport()
+        onActivated: root.viewModel.files.cancelExport()
     }
 
     TFMenu {
@@ -103,19 +103,19 @@ TFRunBar {
         TFMenuItem {
             objectName: "exportText"
             text: qsTr("Text")
-            onTriggered: root.viewModel.exportResults(AppViewModel.Text)
+            onTriggered: root.viewModel.files.exportResults(FilesFlow.Text)
         }
 
         TFMenuItem {
             objectName: "exportCsv"
             text: qsTr("CSV")
-            onTriggered: root.viewModel.exportResults(AppViewModel.Csv)
+            onTriggered: root.viewModel.files.exportResults(FilesFlow.Csv)
         }
 
         TFMenuItem {
             objectName: "exportJson"
             text: qsTr("JSON")
-            onTriggered: root.viewModel.exportResults(AppViewModel.Json)
+            onTriggered: root.viewModel.files.exportResults(FilesFlow.Json)
         }
     }
 }

@@ -6,7 +6,7 @@ FocusScope {
     id: root
 
     required property AppViewModel viewModel
-    readonly property bool hasJobs: viewModel.jobs.count > 0
+    readonly property bool hasJobs: viewModel.files.jobs.count > 0
     // With little height, the list comes first.
     readonly property bool isShort: height < 600
     readonly property int gutter: TallyTheme.space6
@@ -34,8 +34,8 @@ FocusScope {
         height: root.hasJobs && !dropZone.isTargeted ? collapsedHeight : Math.min(expandedHeight, root.height / 3)
         isCompact: root.hasJobs && !dropZone.isTargeted
         isTargeted: dropZone.isTargeted
-        refusal: root.viewModel.queueRefusal
-        onChooseRequested: root.viewModel.chooseFiles()
+        refusal: root.viewModel.files.queueRefusal
+        onChooseRequested: root.viewModel.files.chooseFiles()
 
         anchors {
             left: parent.left
@@ -80,7 +80,7 @@ FocusScope {
             readonly property bool isSelectedFinished: selectedRow !== null && selectedRow.digests.length > 0
 
             function selectedId() {
-                return root.viewModel.jobs.idAt(selectedIndex());
+                return root.viewModel.files.jobs.idAt(selectedIndex());
             }
 
             objectName: "jobList"
@@ -90,10 +90,10 @@ FocusScope {
             lineHeight: TallyTheme.rowHeight
             menu: rowMenu
             hasRemovableRows: true
-            model: root.viewModel.jobs
+            model: root.viewModel.files.jobs
             Accessible.name: qsTr("Files")
-            onCopyRequested: root.viewModel.copyAllHashes(selectedId())
-            onRemoveRequested: root.viewModel.removeJob(selectedId())
+            onCopyRequested: root.viewModel.files.copyAllHashes(selectedId())
+            onRemoveRequested: root.viewModel.files.removeJob(selectedId())
 
             delegate: FileJobRow {
                 viewModel: root.viewModel
@@ -133,22 +133,22 @@ FocusScope {
             objectName: "reveal"
             text: qsTr("Reveal in Finder")
             symbol: "magnifyingglass"
-            onTriggered: root.viewModel.reveal(list.selectedId())
+            onTriggered: root.viewModel.files.reveal(list.selectedId())
         }
 
         TFMenuItem {
             objectName: "copyPath"
             text: qsTr("Copy path")
             symbol: "doc.on.clipboard"
-            onTriggered: root.viewModel.copyPath(list.selectedId())
+            onTriggered: root.viewModel.files.copyPath(list.selectedId())
         }
 
         TFMenuItem {
             objectName: "removeRow"
             text: qsTr("Remove")
             symbol: "xmark"
-            enabled: root.viewModel.queueRefusal === ""
-            onTriggered: root.viewModel.removeJob(list.selectedId())
+            enabled: root.viewModel.files.queueRefusal === ""
+            onTriggered: root.viewModel.files.removeJob(list.selectedId())
         }
     }
 
@@ -157,7 +157,7 @@ FocusScope {
 
         viewModel: root.viewModel
         isSelectedFinished: list.isSelectedFinished
-        onCopyRequested: root.viewModel.copyAllHashes(list.selectedId())
+        onCopyRequested: root.viewModel.files.copyAllHashes(list.selectedId())
 
         anchors {
             left: parent.left
@@ -174,17 +174,17 @@ FocusScope {
 
         objectName: "dropZone"
         anchors.fill: parent
-        enabled: root.viewModel.queueRefusal === ""
-        replaces: [root.viewModel.clearings]
+        enabled: root.viewModel.files.queueRefusal === ""
+        replaces: [root.viewModel.files.clearings]
         z: -1
-        onFilesDropped: files => root.viewModel.receiveDroppedFiles(files)
+        onFilesDropped: files => root.viewModel.files.receiveDroppedFiles(files)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
 
     Shortcut {
         enabled: root.visible
         sequence: StandardKey.Open
-        onActivated: root.viewModel.chooseFiles()
+        onActivated: root.viewModel.files.chooseFiles()
     }
 
     Shortcut {

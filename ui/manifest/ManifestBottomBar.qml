@@ -7,9 +7,9 @@ TFRunBar {
 
     required property AppViewModel viewModel
     required property bool hasRows
-    readonly property bool isBusy: viewModel.isLoadingManifest || viewModel.isManifestVerifying
-    readonly property var listFile: viewModel.manifestFile
-    readonly property var rootFolder: viewModel.manifestRoot
+    readonly property bool isBusy: viewModel.manifest.isLoadingManifest || viewModel.manifest.isManifestVerifying
+    readonly property var listFile: viewModel.manifest.manifestFile
+    readonly property var rootFolder: viewModel.manifest.manifestRoot
 
     signal copyRequested
     signal startRefused
@@ -18,8 +18,8 @@ TFRunBar {
         verify.start();
     }
 
-    figure: viewModel.manifestProgressFigure
-    progress: viewModel.manifestProgress
+    figure: viewModel.manifest.manifestProgressFigure
+    progress: viewModel.manifest.manifestProgress
     progressName: "manifestProgress"
     progressLabel: qsTr("Verification of the list")
 
@@ -30,10 +30,10 @@ TFRunBar {
         verb: qsTr("Verify")
         isRunning: root.isBusy
         isProminent: !isRunning && refusal === ""
-        startRefusal: root.viewModel.manifestRefusal
-        onStarted: root.viewModel.verifyManifest()
+        startRefusal: root.viewModel.manifest.manifestRefusal
+        onStarted: root.viewModel.manifest.verifyManifest()
         onStartRefused: root.startRefused()
-        onCancelled: root.viewModel.cancelManifest()
+        onCancelled: root.viewModel.manifest.cancelManifest()
     }
 
     TFButton {
@@ -49,6 +49,6 @@ TFRunBar {
         objectName: "clearManifest"
         text: qsTr("Clear")
         refusal: root.listFile.name === undefined && root.rootFolder.name === undefined ? qsTr("Nothing is chosen.") : ""
-        onClicked: root.viewModel.clearManifest()
+        onClicked: root.viewModel.manifest.clearManifest()
     }
 }

@@ -8,13 +8,13 @@ FocusScope {
     id: root
 
     required property AppViewModel viewModel
-    readonly property ManifestJobListModel jobs: viewModel.manifestJobs
-    readonly property var verdict: viewModel.manifestVerdict
-    readonly property var listFile: viewModel.manifestFile
-    readonly property var rootFolder: viewModel.manifestRoot
+    readonly property ManifestJobListModel jobs: viewModel.manifest.manifestJobs
+    readonly property var verdict: viewModel.manifest.manifestVerdict
+    readonly property var listFile: viewModel.manifest.manifestFile
+    readonly property var rootFolder: viewModel.manifest.manifestRoot
     readonly property bool hasList: listFile.name !== undefined
-    readonly property bool isBusy: viewModel.isLoadingManifest || viewModel.isManifestVerifying
-    readonly property string busyRefusal: viewModel.isLoadingManifest ? qsTr("The checksum list is being read.") : viewModel.isManifestVerifying ? qsTr("A verification is under way.") : ""
+    readonly property bool isBusy: viewModel.manifest.isLoadingManifest || viewModel.manifest.isManifestVerifying
+    readonly property string busyRefusal: viewModel.manifest.isLoadingManifest ? qsTr("The checksum list is being read.") : viewModel.manifest.isManifestVerifying ? qsTr("A verification is under way.") : ""
     // With little height, the list comes first.
     readonly property bool isShort: height < 600
     readonly property int gutter: TallyTheme.space6
@@ -24,16 +24,16 @@ FocusScope {
 
     function copyShown() {
         if (showsWarnings)
-            viewModel.copyManifestWarnings();
+            viewModel.manifest.copyManifestWarnings();
         else
-            viewModel.copyManifestRows();
+            viewModel.manifest.copyManifestRows();
     }
 
     function chooseWhatIsMissing() {
         if (!hasList)
-            viewModel.chooseManifestFile();
+            viewModel.manifest.chooseManifestFile();
         else if (!isBusy && rootFolder.name === undefined)
-            viewModel.chooseManifestRoot();
+            viewModel.manifest.chooseManifestRoot();
     }
 
     onHasListChanged: showsWarnings = false
@@ -77,12 +77,12 @@ FocusScope {
             title: qsTr("Checksum list")
             icon: "checklist"
             hint: qsTr("Drop a list here, or choose one.")
-            file: root.viewModel.manifestFile
-            facts: root.viewModel.manifestLines
+            file: root.viewModel.manifest.manifestFile
+            facts: root.viewModel.manifest.manifestLines
             tip: "Ctrl+O"
             isTargeted: dropZone.isTargeted
             refusal: root.busyRefusal
-            onChooseRequested: root.viewModel.chooseManifestFile()
+            onChooseRequested: root.viewModel.manifest.chooseManifestFile()
         }
 
         TFFileCard {
@@ -96,13 +96,13 @@ FocusScope {
             icon: "folder"
             emptyName: qsTr("No folder selected")
             hint: qsTr("Drop a folder here, or choose one.")
-            file: root.viewModel.manifestRoot
-            proposal: root.viewModel.proposedManifestRoot
+            file: root.viewModel.manifest.manifestRoot
+            proposal: root.viewModel.manifest.proposedManifestRoot
             tip: "Ctrl+Shift+O"
             isTargeted: dropZone.isTargeted
-            refusal: root.viewModel.isManifestVerifying ? root.busyRefusal : ""
-            onChooseRequested: root.viewModel.chooseManifestRoot()
-            onProposalAccepted: root.viewModel.useProposedManifestRoot()
+            refusal: root.viewModel.manifest.isManifestVerifying ? root.busyRefusal : ""
+            onChooseRequested: root.viewModel.manifest.chooseManifestRoot()
+            onProposalAccepted: root.viewModel.manifest.useProposedManifestRoot()
         }
     }
 
@@ -171,7 +171,7 @@ FocusScope {
 
                 objectName: "filter" + modelData
                 text: modelData
-                figure: isOfWarnings ? root.viewModel.manifestUnsupportedLineCount : root.jobs.counts[index]
+                figure: isOfWarnings ? root.viewModel.manifest.manifestUnsupportedLineCount : root.jobs.counts[index]
                 tone: [TallyTheme.secondary, TallyTheme.bad, TallyTheme.bad, TallyTheme.secondary, TallyTheme.good, TallyTheme.caution][index]
                 isChosen: isOfWarnings ? root.showsWarnings : !root.showsWarnings && root.jobs.filter === index
                 Keys.onLeftPressed: choose(index - 1)
@@ -208,7 +208,7 @@ FocusScope {
             menu: rowMenu
             model: root.jobs
             Accessible.name: qsTr("Entries")
-            onCopyRequested: root.viewModel.copyManifestRow(selectedIndex())
+            onCopyRequested: root.viewModel.manifest.copyManifestRow(selectedIndex())
 
             delegate: ManifestJobRow {
                 numberWidth: numberMetrics.width + 1
@@ -240,14 +240,14 @@ FocusScope {
             visible: root.showsWarnings && count > 0
             activeFocusOnTab: true
             boundsBehavior: Flickable.StopAtBounds
-            model: root.viewModel.manifestWarnings
+            model: root.viewModel.manifest.manifestWarnings
             Accessible.role: Accessible.List
             Accessible.name: qsTr("Warnings")
 
             header: TFText {
                 width: ListView.view.width
                 height: implicitHeight + TallyTheme.space3
-                text: root.viewModel.manifestWarningsSummary
+                text: root.viewModel.manifest.manifestWarningsSummary
                 color: TallyTheme.secondary
                 wrapMode: Text.Wrap
                 verticalAlignment: Text.AlignTop
@@ -302,7 +302,7 @@ FocusScope {
 
             TFIcon {
                 anchors.horizontalCenter: parent.horizontalCenter
-                visible: !root.viewModel.isLoadingManifest
+                visible: !root.viewModel.manifest.isLoadingManifest
                 name: "checklist"
                 size: 32
                 color: TallyTheme.tertiary
@@ -318,7 +318,7 @@ FocusScope {
                         return qsTr("Every line of the list is understood.");
                     return root.jobs.counts[0] > 0 ? qsTr("No entry is in this state.") : qsTr("There are no entries to show.");
                 }
-                visible: !root.viewModel.isLoadingManifest
+                visible: !root.viewModel.manifest.isLoadingManifest
                 color: TallyTheme.secondary
                 horizontalAlignment: Text.AlignHCenter
                 wrapMode: Text.Wrap
@@ -333,7 +333,7 @@ FocusScope {
                 text: qsTr("Choose Checksum List…")
                 icon: "plus"
                 tip: "Ctrl+O"
-                onClicked: root.viewModel.chooseManifestFile()
+                onClicked: root.viewModel.manifest.chooseManifestFile()
             }
         }
     }
@@ -356,7 +356,7 @@ FocusScope {
             text: qsTr("Copy row")
             symbol: "doc.on.clipboard"
             shortcutText: "Ctrl+C"
-            onTriggered: root.viewModel.copyManifestRow(rows.selectedIndex())
+            onTriggered: root.viewModel.manifest.copyManifestRow(rows.selectedIndex())
         }
 
         TFMenuItem {
@@ -389,7 +389,7 @@ FocusScope {
     DropZone {
         id: dropZone
 
-        readonly property var folder: root.viewModel.manifestRoot
+        readonly property var folder: root.viewModel.manifest.manifestRoot
 
         objectName: "manifestDropZone"
         anchors.fill: parent
@@ -397,20 +397,20 @@ FocusScope {
         takesFolders: true
         replaces: [root.listFile.folder, root.listFile.name, folder.folder, folder.name]
         enabled: !root.isBusy
-        onFilesDropped: files => root.viewModel.dropManifest(files)
+        onFilesDropped: files => root.viewModel.manifest.dropManifest(files)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
 
     Shortcut {
         enabled: root.visible
         sequences: [StandardKey.Open]
-        onActivated: root.viewModel.chooseManifestFile()
+        onActivated: root.viewModel.manifest.chooseManifestFile()
     }
 
     Shortcut {
-        enabled: root.visible && !root.viewModel.isManifestVerifying
+        enabled: root.visible && !root.viewModel.manifest.isManifestVerifying
         sequence: "Ctrl+Shift+O"
-        onActivated: root.viewModel.chooseManifestRoot()
+        onActivated: root.viewModel.manifest.chooseManifestRoot()
     }
 
     // Where no item has the focus that could mean something else by it.

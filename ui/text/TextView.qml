@@ -10,7 +10,7 @@ FocusScope {
     readonly property int gutter: TallyTheme.space6
     function clear() {
         editor.show("");
-        viewModel.textInput = "";
+        viewModel.text.textInput = "";
         editor.editor.forceActiveFocus();
     }
 
@@ -51,7 +51,7 @@ FocusScope {
             focus: true
             name: qsTr("Text to hash")
             hint: qsTr("Type or paste text here.")
-            onEdited: root.viewModel.textInput = content
+            onEdited: root.viewModel.text.textInput = content
             onPasteRequested: isSelection => insert(root.viewModel.pasteboardText(isSelection))
         }
     }
@@ -73,7 +73,7 @@ FocusScope {
         TFText {
             objectName: "byteCount"
             anchors.verticalCenter: parent.verticalCenter
-            text: root.viewModel.textSize + (editor.isAbridged ? " · " + qsTr("Only the beginning of this text is shown.") : "")
+            text: root.viewModel.text.textSize + (editor.isAbridged ? " · " + qsTr("Only the beginning of this text is shown.") : "")
             color: TallyTheme.secondary
             font.pixelSize: TallyTheme.captionSize
             Accessible.role: Accessible.StaticText
@@ -150,7 +150,7 @@ FocusScope {
                         id: row
 
                         required property string modelData
-                        readonly property string digest: root.viewModel.textHashes[modelData] ?? ""
+                        readonly property string digest: root.viewModel.text.textHashes[modelData] ?? ""
                         property string lastDigest
 
                         onDigestChanged: {
@@ -177,7 +177,7 @@ FocusScope {
                             anchors.leftMargin: TallyTheme.space2
                             width: 92 * TallyTheme.textScale
                             height: TallyTheme.controlHeight
-                            text: root.viewModel.classification(row.modelData)
+                            text: root.viewModel.text.classification(row.modelData)
                             color: TallyTheme.tertiary
                             font.pixelSize: TallyTheme.captionSize
                         }
@@ -191,10 +191,10 @@ FocusScope {
                             width: Math.min(fullWidth, row.width - x - copy.width - TallyTheme.space1)
                             // While it is calculated anew, the last one fades instead of coming and going with every key.
                             name: row.digest !== "" ? row.modelData : qsTr("%1 of the text before").arg(row.modelData)
-                            text: row.digest !== "" ? row.digest : chip.checked && root.viewModel.textError === "" ? row.lastDigest : ""
+                            text: row.digest !== "" ? row.digest : chip.checked && root.viewModel.text.textError === "" ? row.lastDigest : ""
                             enabled: row.digest !== ""
                             opacity: enabled ? 1 : TallyTheme.disabledOpacity
-                            expectedLength: chip.checked ? root.viewModel.digestLength(row.modelData) : 0
+                            expectedLength: chip.checked ? root.viewModel.text.digestLength(row.modelData) : 0
                         }
 
                         // Once, where the first of the digests would stand.
@@ -203,8 +203,8 @@ FocusScope {
                             anchors.left: value.left
                             anchors.right: copy.left
                             height: TallyTheme.controlHeight
-                            visible: root.viewModel.textError !== "" && row.modelData === root.viewModel.selectedAlgorithms[0]
-                            text: root.viewModel.textError
+                            visible: root.viewModel.text.textError !== "" && row.modelData === root.viewModel.selectedAlgorithms[0]
+                            text: root.viewModel.text.textError
                             color: TallyTheme.bad
                             elide: Text.ElideRight
                             Accessible.role: Accessible.AlertMessage
@@ -221,7 +221,7 @@ FocusScope {
                             name: qsTr("Copy %1").arg(row.modelData)
                             icon: "doc.on.doc"
                             refusal: row.digest !== "" ? "" : qsTr("There is no %1 to copy.").arg(row.modelData)
-                            onClicked: root.viewModel.copyTextHash(row.modelData)
+                            onClicked: root.viewModel.text.copyTextHash(row.modelData)
                         }
                     }
                 }

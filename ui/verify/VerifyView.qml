@@ -7,9 +7,9 @@ FocusScope {
     id: root
 
     required property AppViewModel viewModel
-    readonly property var result: viewModel.verifyResult
+    readonly property var result: viewModel.verify.verifyResult
     readonly property bool hasResult: result.title !== undefined
-    readonly property string busyRefusal: viewModel.isVerifying ? qsTr("A verification is under way.") : ""
+    readonly property string busyRefusal: viewModel.verify.isVerifying ? qsTr("A verification is under way.") : ""
 
     TFSectionHeader {
         id: header
@@ -54,10 +54,10 @@ FocusScope {
                 objectName: "verifyFile"
                 width: parent.width
                 title: qsTr("File")
-                file: root.viewModel.verifyFile
+                file: root.viewModel.verify.verifyFile
                 isTargeted: dropZone.isTargeted
                 refusal: root.busyRefusal
-                onChooseRequested: root.viewModel.chooseVerifyFile()
+                onChooseRequested: root.viewModel.verify.chooseVerifyFile()
             }
 
             TFGlassCard {
@@ -93,7 +93,7 @@ FocusScope {
                             visible: field.isAbridged
                             text: qsTr("Clear")
                             refusal: root.busyRefusal
-                            onClicked: root.viewModel.expectedHash = ""
+                            onClicked: root.viewModel.verify.expectedHash = ""
                         }
 
                         TFButton {
@@ -104,7 +104,7 @@ FocusScope {
                             text: qsTr("Paste")
                             icon: "doc.on.clipboard"
                             refusal: root.busyRefusal
-                            onClicked: root.viewModel.pasteExpectedHash()
+                            onClicked: root.viewModel.verify.pasteExpectedHash()
                         }
                     }
 
@@ -123,12 +123,12 @@ FocusScope {
                             anchors.fill: parent
                             anchors.margins: 2
                             focus: true
-                            readOnly: root.viewModel.isVerifying
+                            readOnly: root.viewModel.verify.isVerifying
                             name: qsTr("Checksum or checksum line")
-                            hint: root.viewModel.expectedHashHint
+                            hint: root.viewModel.verify.expectedHashHint
                             font.family: TallyTheme.digestFont
                             font.pixelSize: TallyTheme.digestSize
-                            onEdited: root.viewModel.expectedHash = content
+                            onEdited: root.viewModel.verify.expectedHash = content
                             onPasteRequested: isSelection => insert(root.viewModel.pasteboardText(isSelection))
                             onReturnPressed: event => {
                                 event.accepted = true;
@@ -136,10 +136,10 @@ FocusScope {
                             }
 
                             Connections {
-                                target: root.viewModel
+                                target: root.viewModel.verify
 
                                 function onExpectedHashChanged() {
-                                    field.show(root.viewModel.expectedHash);
+                                    field.show(root.viewModel.verify.expectedHash);
                                 }
                             }
                         }
@@ -153,7 +153,7 @@ FocusScope {
                             id: algorithm
 
                             objectName: "verifyAlgorithm"
-                            text: root.viewModel.verifyAlgorithm
+                            text: root.viewModel.verify.verifyAlgorithm
                             description: qsTr("Algorithm")
                             opensMenu: true
                             refusal: root.busyRefusal
@@ -165,15 +165,15 @@ FocusScope {
                                 implicitWidth: 160 * TallyTheme.textScale
 
                                 Repeater {
-                                    model: root.viewModel.verifyAlgorithms
+                                    model: root.viewModel.verify.verifyAlgorithms
 
                                     TFMenuItem {
                                         required property string modelData
 
                                         objectName: "verify with " + modelData
                                         text: modelData
-                                        symbol: modelData === root.viewModel.verifyAlgorithm ? "checkmark" : ""
-                                        onTriggered: root.viewModel.verifyAlgorithm = modelData
+                                        symbol: modelData === root.viewModel.verify.verifyAlgorithm ? "checkmark" : ""
+                                        onTriggered: root.viewModel.verify.verifyAlgorithm = modelData
                                     }
                                 }
                             }
@@ -182,7 +182,7 @@ FocusScope {
                         TFText {
                             objectName: "recognisedAlgorithm"
                             text: {
-                                const recognised = root.viewModel.recognisedAlgorithm;
+                                const recognised = root.viewModel.verify.recognisedAlgorithm;
                                 const words = recognised === "" ? [] : [qsTr("Will be checked as %1.").arg(recognised)];
                                 if (field.isAbridged)
                                     words.push(qsTr("Only the beginning of this text is shown."));
@@ -202,8 +202,8 @@ FocusScope {
 
                         TFProgressBar {
                             objectName: "verifyProgress"
-                            visible: root.viewModel.isVerifying
-                            value: root.viewModel.verifyProgress
+                            visible: root.viewModel.verify.isVerifying
+                            value: root.viewModel.verify.verifyProgress
                             Accessible.name: qsTr("Verification")
 
                             anchors {
@@ -216,9 +216,9 @@ FocusScope {
                         TFPercentText {
                             id: percent
 
-                            visible: root.viewModel.isVerifying
+                            visible: root.viewModel.verify.isVerifying
                             width: 36 * TallyTheme.textScale
-                            value: root.viewModel.verifyProgress
+                            value: root.viewModel.verify.verifyProgress
 
                             anchors {
                                 right: act.left
@@ -233,10 +233,10 @@ FocusScope {
                             objectName: "verify"
                             anchors.right: parent.right
                             verb: qsTr("Verify")
-                            isRunning: root.viewModel.isVerifying
-                            startRefusal: root.viewModel.verifyRefusal
-                            onStarted: root.viewModel.verify()
-                            onCancelled: root.viewModel.resetVerification()
+                            isRunning: root.viewModel.verify.isVerifying
+                            startRefusal: root.viewModel.verify.verifyRefusal
+                            onStarted: root.viewModel.verify.verify()
+                            onCancelled: root.viewModel.verify.resetVerification()
                         }
                     }
                 }
@@ -299,20 +299,20 @@ FocusScope {
     DropZone {
         id: dropZone
 
-        readonly property var file: root.viewModel.verifyFile
+        readonly property var file: root.viewModel.verify.verifyFile
 
         objectName: "verifyDropZone"
         anchors.fill: parent
         z: -1
         replaces: [file.folder, file.name]
-        enabled: !root.viewModel.isVerifying
-        onFilesDropped: files => root.viewModel.setVerifyFile(files)
+        enabled: !root.viewModel.verify.isVerifying
+        onFilesDropped: files => root.viewModel.verify.setVerifyFile(files)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
 
     Shortcut {
-        enabled: root.visible && !root.viewModel.isVerifying
+        enabled: root.visible && !root.viewModel.verify.isVerifying
         sequences: [StandardKey.Open]
-        onActivated: root.viewModel.chooseVerifyFile()
+        onActivated: root.viewModel.verify.chooseVerifyFile()
     }
 }

@@ -4,8 +4,6 @@
 
 #include "app/AppMode.h"
 #include "app/AppViewModel.h"
-#include "app/files/FileJobListModel.h"
-#include "app/manifest/ManifestJobListModel.h"
 
 /// The types of the model, which knows nothing of QML, under their names in QML.
 namespace tallyfold {
@@ -31,10 +29,52 @@ struct ManifestJobListModelType {
   QML_UNCREATABLE("The model owns its list.")
 };
 
+struct FilesFlowType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::FilesFlow)
+  QML_NAMED_ELEMENT(FilesFlow)
+  QML_UNCREATABLE("The model owns its flows.")
+};
+
+struct TextFlowType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::TextFlow)
+  QML_NAMED_ELEMENT(TextFlow)
+  QML_UNCREATABLE("The model owns its flows.")
+};
+
+struct VerifyFlowType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::VerifyFlow)
+  QML_NAMED_ELEMENT(VerifyFlow)
+  QML_UNCREATABLE("The model owns its flows.")
+};
+
+struct ManifestFlowType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::ManifestFlow)
+  QML_NAMED_ELEMENT(ManifestFlow)
+  QML_UNCREATABLE("The model owns its flows.")
+};
+
+struct CompareFlowType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::CompareFlow)
+  QML_NAMED_ELEMENT(CompareFlow)
+  QML_UNCREATABLE("The model owns its flows.")
+};
+
 struct AppModeType {
   Q_GADGET
   QML_FOREIGN(tallyfold::AppMode)
   QML_NAMED_ELEMENT(AppMode)
+  QML_UNCREATABLE("A set of names.")
+};
+
+struct OutcomeType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::Outcome)
+  QML_NAMED_ELEMENT(Outcome)
   QML_UNCREATABLE("A set of names.")
 };
 

@@ -104,7 +104,7 @@ Item {
                     anchors {
                         left: icon.right
                         leftMargin: TallyTheme.space3
-                        right: row.isBusy || row.outcome !== AppViewModel.NoOutcome ? spinner.left : parent.right
+                        right: row.isBusy || row.outcome !== Outcome.NoOutcome ? spinner.left : parent.right
                         verticalCenter: parent.verticalCenter
                     }
                 }
@@ -125,9 +125,9 @@ Item {
                 TFIcon {
                     anchors.fill: spinner
                     size: spinner.size
-                    visible: !row.isBusy && row.outcome !== AppViewModel.NoOutcome
+                    visible: !row.isBusy && row.outcome !== Outcome.NoOutcome
                     name: ["", "checkmark.circle.fill", "exclamationmark.triangle.fill"][row.outcome]
-                    color: row.outcome === AppViewModel.SomeFailed ? TallyTheme.bad : TallyTheme.good
+                    color: row.outcome === Outcome.SomeFailed ? TallyTheme.bad : TallyTheme.good
                 }
             }
 

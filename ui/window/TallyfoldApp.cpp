@@ -18,6 +18,7 @@
 
 #include "app/tasks/BackgroundTask.h"
 #include "ui/desktop/IconProvider.h"
+#include "ui/drops/DropHandling.h"
 
 // Made by the build from the types that this floor registers.
 extern void qml_register_types_TallyFold();
@@ -114,7 +115,7 @@ int TallyfoldApp::run() { return leave(QApplication::exec()); }
 
 int TallyfoldApp::leave(int status) {
   // An export that was cancelled may have left its work behind.
-  const bool isExporting = viewModel_.isExporting() || !viewModel_.interruption().isEmpty();
+  const bool isExporting = viewModel_.files()->isExporting() || !viewModel_.files()->interruption().isEmpty();
   viewModel_.shutdown();
   window_->hide();
   QGuiApplication::sync();  // Nobody sees what is waited for.

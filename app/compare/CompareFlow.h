@@ -1,0 +1,70 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+#include <QList>
+#include <QString>
+#include <QUrl>
+#include <QVariantMap>
+
+#include "app/shared/Calculation.h"
+#include "app/shared/FileCard.h"
+#include "app/shared/Flow.h"
+#include "core/services/FileComparison.h"
+
+namespace tallyfold {
+
+/// Compare mode: two files, byte for byte.
+class CompareFlow : public Flow {
+  Q_OBJECT
+  Q_PROPERTY(QVariantMap compareFirstFile READ compareFirstFile NOTIFY compareURLsChanged)
+  Q_PROPERTY(QVariantMap compareSecondFile READ compareSecondFile NOTIFY compareURLsChanged)
+  Q_PROPERTY(QVariantMap compareResult READ compareResultForScreen NOTIFY compareResultChanged)
+  Q_PROPERTY(double compareProgress READ compareProgress NOTIFY compareProgressChanged)
+  Q_PROPERTY(bool isComparing READ isComparing NOTIFY isComparingChanged)
+  Q_PROPERTY(QString compareRefusal READ compareRefusal NOTIFY compareURLsChanged)
+
+ public:
+  explicit CompareFlow(FlowContext& context);
+
+  [[nodiscard]] bool isBusy() const override { return isComparing(); }
+  void shutdown() override { resetComparison(); }
+
+  [[nodiscard]] const std::optional<std::filesystem::path>& compareFirstURL() const { return firstURL_; }
+  [[nodiscard]] const std::optional<std::filesystem::path>& compareSecondURL() const { return secondURL_; }
+  [[nodiscard]] QVariantMap compareFirstFile() const;
+  [[nodiscard]] QVariantMap compareSecondFile() const;
+  [[nodiscard]] const std::optional<FileComparisonResult>& compareResult() const { return calculation_.result(); }
+  [[nodiscard]] QVariantMap compareResultForScreen() const;
+  [[nodiscard]] double compareProgress() const { return calculation_.progress(); }
+  [[nodiscard]] bool isComparing() const { return calculation_.isRunning(); }
+  [[nodiscard]] QString compareRefusal() const;
+
+  /// Two or more `urls` set both files; one sets the file of the side. Ignored during a comparison.
+  Q_INVOKABLE void setCompareFiles(const QList<QUrl>& urls, bool isSecondSide);
+  Q_INVOKABLE void chooseCompareFile(bool isSecondSide);
+  Q_INVOKABLE void swapCompareFiles();
+  Q_INVOKABLE void compare();
+  Q_INVOKABLE void resetComparison() { calculation_.reset(); }
+
+ signals:
+  void compareURLsChanged();
+  void compareResultChanged();
+  void compareProgressChanged();
+  void isComparingChanged();
+
+ private:
+  using Comparing = Calculation<CompareFlow, FileComparisonResult>;
+  friend Comparing;
+
+  static Outcome::Case outcomeOf(const FileComparisonResult& result);
+
+  std::optional<std::filesystem::path> firstURL_;
+  std::optional<std::filesystem::path> secondURL_;
+  ShownFileSize firstSize_{context().mailbox(), [this] { emit compareURLsChanged(); }};
+  ShownFileSize secondSize_{context().mailbox(), [this] { emit compareURLsChanged(); }};
+  Comparing calculation_;
+};
+
+}  // namespace tallyfold

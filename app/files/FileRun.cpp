@@ -1,0 +1,58 @@
+#include "app/files/FileRun.h"
+
+#include <chrono>
+#include <thread>
+#include <utility>
+
+#include "core/base/Errors.h"
+
+namespace tallyfold {
+
+namespace {
+
+using Reports = GatheredNews<std::vector<FileRun::Report>>;
+
+constexpr std::size_t mostReports = 20'000;
+
+// What has piled up is applied in one turn of the interface thread, which must not become long.
+void waitForRoom(Reports& reports, const std::stop_token& cancellation) {
+  const auto isFull = [](const auto& waiting) { return waiting.size() >= mostReports; };
+  while (!cancellation.stop_requested() && reports.holds(isFull)) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
+}  // namespace
+
+void FileRun::work(const Context& context, const Taker& take) const {
+  const auto reports = std::make_shared<Reports>();
+  const auto report = [&](Report news) {
+    const auto add = [&](std::vector<Report>& waiting) {
+      const bool isOutdated = !waiting.empty() && waiting.back().index == news.index &&
+                              std::holds_alternative<FileJob::Hashing>(waiting.back().news);
+      if (isOutdated) waiting.pop_back();
+      waiting.push_back(std::move(news));
+    };
+    context.gather(reports, add, take);
+  };
+
+  for (std::size_t index = 0; index < items.size(); ++index) {
+    waitForRoom(*reports, context.cancellation());
+    if (context.cancellation().stop_requested()) return;
+    report({index, FileJob::Hashing{0}});
+    const auto progress = [&](double fraction) { report({index, FileJob::Hashing{fraction}}); };
+    Report outcome{index, {}};
+    try {
+      outcome.news = std::make_shared<const FileHashResult>(
+          HashService::hashFile(*items[index].url, items[index].id, algorithms, context.cancellation(), progress));
+    } catch (const CancellationError&) {
+      return;
+    } catch (...) {
+      outcome.news = FileJob::Failed{errorDescription(std::current_exception())};
+    }
+    if (context.cancellation().stop_requested()) return;
+    report(std::move(outcome));
+  }
+}
+
+}  // namespace tallyfold

@@ -1,0 +1,131 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include <QList>
+#include <QString>
+#include <QUrl>
+
+#include "app/files/FileJob.h"
+#include "app/files/FileJobListModel.h"
+#include "app/files/FileRun.h"
+#include "app/files/PreparedFiles.h"
+#include "app/shared/Flow.h"
+#include "export/ManifestService.h"
+
+namespace tallyfold {
+
+/// Files mode: the queue of files, the run that hashes them, and the report of what came of it.
+class FilesFlow : public Flow {
+  Q_OBJECT
+  Q_PROPERTY(tallyfold::FileJobListModel* jobs READ jobs CONSTANT)
+  Q_PROPERTY(int processedCount READ processedCount NOTIFY overallProgressChanged)
+  Q_PROPERTY(int runFileCount READ runFileCount NOTIFY overallProgressChanged)
+  Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY isProcessingChanged)
+  Q_PROPERTY(double overallProgress READ overallProgress NOTIFY overallProgressChanged)
+  Q_PROPERTY(int clearings READ clearings NOTIFY clearingsChanged)
+  Q_PROPERTY(bool isExporting READ isExporting NOTIFY isExportingChanged)
+  Q_PROPERTY(QString startRefusal READ startRefusal NOTIFY refusalsChanged)
+  Q_PROPERTY(QString exportRefusal READ exportRefusal NOTIFY refusalsChanged)
+  Q_PROPERTY(QString queueRefusal READ queueRefusal NOTIFY refusalsChanged)
+  Q_PROPERTY(QString clearRefusal READ clearRefusal NOTIFY refusalsChanged)
+  Q_PROPERTY(QString interruption READ interruption NOTIFY refusalsChanged)
+
+ public:
+  enum ReportFormat { Text, Csv, Json };
+  Q_ENUM(ReportFormat)
+
+  static constexpr std::size_t queueLimit = 100'000;
+
+  explicit FilesFlow(FlowContext& context);
+
+  [[nodiscard]] bool isBusy() const override { return isProcessing_ || isExporting_; }
+  void shutdown() override;
+
+  [[nodiscard]] FileJobListModel* jobs() { return &jobs_; }
+  /// One entry per successfully hashed file of the current run, in the order in which they finished.
+  [[nodiscard]] const FileHashResults& results() const { return results_; }
+  [[nodiscard]] bool isProcessing() const { return isProcessing_; }
+  /// Fraction of the run's files that are finished, 0 to 1.
+  [[nodiscard]] double overallProgress() const { return overallProgress_; }
+  /// The files that are finished in the current run.
+  [[nodiscard]] int processedCount() const { return processedCount_; }
+  /// The files of the current or last run, whatever was added or removed since; 0 when there was none.
+  [[nodiscard]] int runFileCount() const { return runFileCount_; }
+  [[nodiscard]] bool isExporting() const { return isExporting_; }
+  /// How often the list was cleared: what was dropped or chosen before comes too late.
+  [[nodiscard]] int clearings() const { return clearings_; }
+  [[nodiscard]] QString startRefusal() const;
+  [[nodiscard]] QString exportRefusal() const;
+  [[nodiscard]] QString queueRefusal() const;
+  [[nodiscard]] QString clearRefusal() const;
+  /// Why the last run or export ended before its work came back, in a few words; empty when it did not.
+  [[nodiscard]] QString interruption() const { return interruption_; }
+
+  /// Appends a job for every new regular location among `urls`; folders, duplicates and what is not a file are skipped.
+  Q_INVOKABLE void addFiles(const QList<QUrl>& urls);
+  /// `addFiles`, and a run when the queue grew.
+  Q_INVOKABLE void addDroppedFiles(const QList<QUrl>& urls);
+  /// The same a moment later, without stopping the event loop for however many there are.
+  Q_INVOKABLE void receiveDroppedFiles(const QList<QUrl>& urls) { receiveFiles(urls, true); }
+  Q_INVOKABLE void chooseFiles();
+  Q_INVOKABLE void startProcessing();
+  Q_INVOKABLE void cancelProcessing();
+  Q_INVOKABLE void removeJob(const tallyfold::Uuid& id);
+  Q_INVOKABLE void clearFiles();
+
+  /// None when the job is unknown, unfinished or failed.
+  [[nodiscard]] std::shared_ptr<const FileHashResult> result(const Uuid& id) const;
+  void updateJob(const Uuid& id, FileJob::State state);
+  void updateJobProgress(const Uuid& id, double progress);
+
+  /// One file's digests on the clipboard: "SHA-256: 9f86..." and so on, a line each.
+  Q_INVOKABLE void copyAllHashes(const tallyfold::Uuid& id);
+  Q_INVOKABLE void copyHash(const tallyfold::Uuid& id, const QString& algorithm);
+  Q_INVOKABLE void copyPath(const tallyfold::Uuid& id);
+  Q_INVOKABLE void reveal(const tallyfold::Uuid& id);
+
+  /// Asks for a destination and writes the results there in the background.
+  Q_INVOKABLE void exportResults(tallyfold::FilesFlow::ReportFormat format);
+  void exportResults(ManifestService::Format format);
+  Q_INVOKABLE void cancelExport();
+
+ signals:
+  void resultsChanged();
+  void isProcessingChanged();
+  void overallProgressChanged();
+  void isExportingChanged();
+  void clearingsChanged();
+  void refusalsChanged();
+
+ private:
+  void addPreparedFiles(PreparedFiles files, bool isDrop);
+  void receiveFiles(const QList<QUrl>& urls, bool isDrop);
+  void receiveNext();
+  void discardResults();
+  void applyReports(const FileRun& run, std::vector<FileRun::Report> reports);
+  void setProcessing(bool isProcessing);
+  void setProgress(std::size_t processed, std::size_t total);
+  void setExporting(bool isExporting);
+  void showQueueLimit();
+
+  ResultByJobID resultByJobID_;
+  FileJobListModel jobs_{resultByJobID_};
+  FileHashResults results_;
+  bool isProcessing_ = false;
+  double overallProgress_ = 0;
+  int processedCount_ = 0;
+  int runFileCount_ = 0;
+  bool isExporting_ = false;
+  QString interruption_;
+  QList<std::pair<QList<QUrl>, bool>> received_;  // What the receiving task has not taken; whether it was dropped.
+  int clearings_ = 0;
+  FlowTask<FilesFlow> receivingTask_{*this, context().mailbox()};
+  FlowTask<FilesFlow> processingTask_{*this, context().mailbox()};
+  FlowTask<FilesFlow> exportTask_{*this, context().mailbox()};
+};
+
+}  // namespace tallyfold

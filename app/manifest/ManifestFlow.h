@@ -1,0 +1,134 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+#include <QVariantMap>
+#include <QtGlobal>
+
+#include "app/manifest/ManifestJobListModel.h"
+#include "app/manifest/ManifestRun.h"
+#include "app/manifest/ManifestVerdict.h"
+#include "app/shared/FileCard.h"
+#include "app/shared/Flow.h"
+
+namespace tallyfold {
+
+/// Manifest mode: the files below a folder against a checksum list.
+class ManifestFlow : public Flow {
+  Q_OBJECT
+  Q_PROPERTY(QVariantMap manifestFile READ manifestFile NOTIFY manifestURLsChanged)
+  Q_PROPERTY(QVariantMap manifestRoot READ manifestRoot NOTIFY manifestURLsChanged)
+  Q_PROPERTY(QVariantMap proposedManifestRoot READ proposedManifestRootForScreen NOTIFY manifestURLsChanged)
+  Q_PROPERTY(tallyfold::ManifestJobListModel* manifestJobs READ manifestJobs CONSTANT)
+  Q_PROPERTY(QStringList manifestWarnings READ manifestWarnings NOTIFY manifestLinesChanged)
+  Q_PROPERTY(qint64 manifestUnsupportedLineCount READ manifestUnsupportedLineCount NOTIFY manifestLinesChanged)
+  Q_PROPERTY(QString manifestLines READ manifestLines NOTIFY manifestLinesChanged)
+  Q_PROPERTY(QString manifestWarningsSummary READ manifestWarningsSummary NOTIFY manifestLinesChanged)
+  Q_PROPERTY(double manifestProgress READ manifestProgress NOTIFY manifestProgressChanged)
+  Q_PROPERTY(QString manifestProgressFigure READ manifestProgressFigure NOTIFY manifestProgressChanged)
+  Q_PROPERTY(bool isLoadingManifest READ isLoadingManifest NOTIFY isLoadingManifestChanged)
+  Q_PROPERTY(bool isManifestVerifying READ isManifestVerifying NOTIFY isManifestVerifyingChanged)
+  Q_PROPERTY(QVariantMap manifestVerdict READ manifestVerdictForScreen NOTIFY manifestStatusChanged)
+  Q_PROPERTY(QString manifestRefusal READ manifestRefusal NOTIFY manifestStatusChanged)
+
+ public:
+  explicit ManifestFlow(FlowContext& context);
+
+  [[nodiscard]] bool isBusy() const override { return isLoading_ || isVerifying_; }
+  void shutdown() override { cancelManifest(); }
+
+  [[nodiscard]] const std::optional<std::filesystem::path>& manifestURL() const { return url_; }
+  [[nodiscard]] const std::optional<std::filesystem::path>& manifestRootURL() const { return rootURL_; }
+  [[nodiscard]] QVariantMap manifestFile() const;
+  [[nodiscard]] QVariantMap manifestRoot() const;
+  [[nodiscard]] QVariantMap proposedManifestRootForScreen() const;
+  [[nodiscard]] ManifestJobListModel* manifestJobs() { return &jobs_; }
+  [[nodiscard]] QStringList manifestWarnings() const { return warnings_; }
+  [[nodiscard]] qint64 manifestIgnoredLineCount() const { return ignoredLineCount_; }
+  [[nodiscard]] qint64 manifestUnsupportedLineCount() const { return unsupportedLineCount_; }
+  /// What the lines of the list came to: "3 entries · 2 unsupported"; empty while there is no list.
+  [[nodiscard]] QString manifestLines() const;
+  /// How many lines are behind the warnings, which are about the first of them only.
+  [[nodiscard]] QString manifestWarningsSummary() const;
+  /// Of the files that the list names, 0 to 1. A file that is named several times counts once.
+  [[nodiscard]] double manifestProgress() const;
+  /// "12 of 1,204 files"; empty while there is none.
+  [[nodiscard]] QString manifestProgressFigure() const;
+  [[nodiscard]] bool isLoadingManifest() const { return isLoading_; }
+  [[nodiscard]] bool isManifestVerifying() const { return isVerifying_; }
+  [[nodiscard]] int manifestMatchedCount() const { return jobs_.total(ManifestJobListModel::Match); }
+  [[nodiscard]] int manifestMismatchCount() const { return jobs_.total(ManifestJobListModel::Mismatch); }
+  [[nodiscard]] int manifestErrorCount() const { return jobs_.total(ManifestJobListModel::Failed); }
+  [[nodiscard]] ManifestVerdict manifestVerdict() const;
+  [[nodiscard]] QVariantMap manifestVerdictForScreen() const;
+  [[nodiscard]] QString manifestRefusal() const;
+
+  /// Reads the first of `urls` as the checksum list. Ignored while one is read, and during a verification.
+  Q_INVOKABLE void setManifestFile(const QList<QUrl>& urls);
+  Q_INVOKABLE void chooseManifestFile();
+  /// Ends a verification; what it found out about another folder is forgotten.
+  Q_INVOKABLE void setManifestRoot(const QList<QUrl>& urls);
+  Q_INVOKABLE void chooseManifestRoot();
+  Q_INVOKABLE void useProposedManifestRoot();
+  /// What was dropped: of `urls`, the first folder is the root, and the first file the list.
+  Q_INVOKABLE void dropManifest(const QList<QUrl>& urls);
+  Q_INVOKABLE void verifyManifest();
+  Q_INVOKABLE void cancelManifestVerification();
+  /// Cancels whatever is under way: the verification, or the reading of the list, of which nothing is left then.
+  Q_INVOKABLE void cancelManifest();
+  Q_INVOKABLE void clearManifest();
+  /// On the clipboard: one of the rows shown, or all of them, as soon as a worker has written them out.
+  Q_INVOKABLE void copyManifestRow(int row);
+  Q_INVOKABLE void copyManifestRows();
+  Q_INVOKABLE void copyManifestWarnings();
+
+ signals:
+  void manifestURLsChanged();
+  void manifestLinesChanged();
+  void manifestProgressChanged();
+  void manifestStatusChanged();
+  void isLoadingManifestChanged();
+  void isManifestVerifyingChanged();
+
+ private:
+  struct PreparedManifestLoad;
+
+  /// The folder that the list lies in, unless it is the root already. Only a proposal: the root is what the user chose.
+  [[nodiscard]] std::optional<std::filesystem::path> proposedManifestRoot() const;
+  void publishManifest(PreparedManifestLoad load);
+  void discardManifest();
+  void resetManifestCounters();
+  void applyReport(ManifestRun::Report report);
+  void copyManifestJobs(std::vector<ManifestJob> jobs);
+  void setStage(ManifestTally::Run stage);
+  void setProgress(std::size_t groupsDone, std::size_t groups);
+  void setLoading(bool isLoading);
+  void setVerifying(bool isVerifying);
+
+  std::optional<std::filesystem::path> url_;
+  ShownFileSize size_{context().mailbox(), [this] { emit manifestURLsChanged(); }};
+  std::optional<std::filesystem::path> rootURL_;
+  std::shared_ptr<const ManifestEntries> entries_;  // Those of the jobs, in the same order.
+  ManifestJobListModel jobs_;
+  QStringList warnings_;
+  qint64 ignoredLineCount_ = 0;
+  qint64 unsupportedLineCount_ = 0;
+  QString readError_;
+  ManifestTally::Run stage_ = ManifestTally::Run::none;
+  std::size_t groupsDone_ = 0;
+  std::size_t groups_ = 0;
+  bool isLoading_ = false;
+  bool isVerifying_ = false;
+  FlowTask<ManifestFlow> loadTask_{*this, context().mailbox()};
+  FlowTask<ManifestFlow> verifyTask_{*this, context().mailbox()};
+};
+
+}  // namespace tallyfold

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "app/manifest/ManifestJob.h"
+#include "app/tasks/BackgroundTask.h"
+#include "checksums/ChecksumManifestEntry.h"
+
+namespace tallyfold {
+
+class ManifestFlow;
+
+using ManifestEntries = std::vector<ChecksumManifestEntry>;
+
+/// One verification: what it is about, and how its files are checked on the verification's thread.
+struct ManifestRun {
+  struct Finding {
+    std::size_t job;  ///< The index of the entry.
+    ManifestJob::State state;
+  };
+  /// What was found out since the last time.
+  struct Report {
+    std::vector<std::size_t> verifying;  ///< Jobs of the group under way, unless they were reported as such before.
+    std::vector<Finding> findings;
+    std::size_t groupsDone = 0;  ///< Of all groups, since the start.
+    std::size_t groups = 0;
+  };
+  using Context = FlowTask<ManifestFlow>::Context;
+  using Taker = std::function<void(ManifestFlow&, Report)>;
+
+  std::shared_ptr<const ManifestEntries> entries;
+  std::filesystem::path root;
+
+  void work(const Context& context, const Taker& take) const;
+};
+
+}  // namespace tallyfold

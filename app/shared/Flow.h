@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QObject>
+
+#include "app/shared/FlowContext.h"
+#include "app/shared/Outcome.h"
+
+namespace tallyfold {
+
+/// The work of one mode: its state, and what can be done with it. Operations that cannot run now are refused silently;
+/// the `...Refusal` properties say beforehand why one would be, as a sentence for a tooltip, and are empty when it
+/// would not. On the interface thread.
+class Flow : public QObject {
+  Q_OBJECT
+
+ public:
+  [[nodiscard]] virtual bool isBusy() const = 0;
+  /// Stops whatever is under way. Threads end on their own, within one chunk of what they read.
+  virtual void shutdown() = 0;
+
+ signals:
+  void isBusyChanged();
+  /// Work has come to an end of which a user who looked elsewhere should hear.
+  void ended(tallyfold::Outcome::Case outcome);
+
+ protected:
+  /// `context` must outlive the flow.
+  explicit Flow(FlowContext& context) : context_(context) {}
+
+  [[nodiscard]] FlowContext& context() const { return context_; }
+
+ private:
+  FlowContext& context_;
+};
+
+}  // namespace tallyfold
