@@ -24,7 +24,7 @@
 #include "app/shared/FileLocation.h"
 #include "app/tasks/BackgroundTask.h"
 #include "bench/Measure.h"
-#include "core/files/FileHandle.h"
+#include "core/files/SystemCalls.h"
 #include "tests/support/CollidingNames.h"
 #include "tests/support/Process.h"
 #include "tests/support/TurnWatcher.h"

@@ -59,18 +59,46 @@ std::optional<HashAlgorithm> algorithmOf(std::size_t digits, std::optional<HashA
   return preferred && candidates.contains(*preferred) ? preferred : std::nullopt;
 }
 
-/// The algorithms that the digest of a line of the GNU form may be of; none for any other line.
-HashAlgorithmSet candidatesOf(std::string_view line) {
+/// The algorithms that the digest of a line of the GNU form, perhaps without a name, may be of; none for any other
+/// line.
+HashAlgorithmSet candidatesOfGNUStyleLine(std::string_view line) {
   const auto parts = splitGNUStyleLine(line);
   return parts ? HashAlgorithm::withHexLength(parts->digits.size()) : HashAlgorithmSet();
 }
 
+bool isAmbiguousGNUStyleLine(std::string_view line) { return candidatesOfGNUStyleLine(line).size() > 1; }
+
 std::string warningAbout(std::string_view line, std::int64_t lineNumber, bool mayBeAmbiguous) {
   const std::string place = "Line " + std::to_string(lineNumber) + ": ";
-  const HashAlgorithmSet candidates = candidatesOf(line);
-  if (!mayBeAmbiguous || candidates.size() < 2) return place + "unsupported checksum format.";
+  if (!mayBeAmbiguous || !isAmbiguousGNUStyleLine(line)) return place + "unsupported checksum format.";
+  const HashAlgorithmSet candidates = candidatesOfGNUStyleLine(line);
   return place + "ambiguous " + std::to_string((*candidates.begin()).hexLength()) + "-character digest; " +
          namesOf(candidates, "and") + " cannot be distinguished from GNU format alone.";
+}
+
+/// "name digest", the digest being a CRC-32, as in SFV files.
+std::optional<ChecksumManifestEntry> parseSFVLine(std::string_view line, std::int64_t lineNumber) {
+  if (line.empty() || !isHexDigit(line.back())) return std::nullopt;
+  const std::size_t start = findBehindLastWhiteSpace(line);
+  const std::string_view digits = withoutPrefix(line.substr(start));
+  const bool hasLength = digits.size() == HashAlgorithm(HashAlgorithm::crc32).hexLength();
+  if (!hasLength || !std::ranges::all_of(digits, isHexDigit)) return std::nullopt;
+  const std::string_view name = trimmedAtEnd(line.substr(0, start));
+  if (name.empty()) return std::nullopt;
+  return ChecksumManifestEntry{Uuid::random(), lineNumber, std::string(name), HashAlgorithm::crc32, lowerCased(digits)};
+}
+
+/// Undoes what coreutils do to the names of files: `\n`, `\r` and `\\` become one character. All else stays.
+std::string unescapeCoreutilsFilename(std::string_view name) {
+  std::string result;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const std::string_view pair = name.substr(i, 2);
+    const bool isLineFeed = pair == R"(\n)";
+    const bool isCarriageReturn = pair == R"(\r)";
+    if (isLineFeed || isCarriageReturn || pair == R"(\\)") ++i;
+    result += isLineFeed ? '\n' : isCarriageReturn ? '\r' : name[i];
+  }
+  return result;
 }
 
 std::optional<ChecksumManifestEntry> parseLine(std::string_view line, std::int64_t lineNumber,
@@ -124,31 +152,6 @@ std::optional<ChecksumManifestEntry> parseGNUStyleLine(std::string_view line, st
   return ChecksumManifestEntry{Uuid::random(), lineNumber, std::move(name), *algorithm, lowerCased(parts->digits)};
 }
 
-std::optional<ChecksumManifestEntry> parseSFVLine(std::string_view line, std::int64_t lineNumber) {
-  if (line.empty() || !isHexDigit(line.back())) return std::nullopt;
-  const std::size_t start = findBehindLastWhiteSpace(line);
-  const std::string_view digits = withoutPrefix(line.substr(start));
-  const bool hasLength = digits.size() == HashAlgorithm(HashAlgorithm::crc32).hexLength();
-  if (!hasLength || !std::ranges::all_of(digits, isHexDigit)) return std::nullopt;
-  const std::string_view name = trimmedAtEnd(line.substr(0, start));
-  if (name.empty()) return std::nullopt;
-  return ChecksumManifestEntry{Uuid::random(), lineNumber, std::string(name), HashAlgorithm::crc32, lowerCased(digits)};
-}
-
-std::string unescapeCoreutilsFilename(std::string_view name) {
-  std::string result;
-  for (std::size_t i = 0; i < name.size(); ++i) {
-    const std::string_view pair = name.substr(i, 2);
-    const bool isLineFeed = pair == R"(\n)";
-    const bool isCarriageReturn = pair == R"(\r)";
-    if (isLineFeed || isCarriageReturn || pair == R"(\\)") ++i;
-    result += isLineFeed ? '\n' : isCarriageReturn ? '\r' : name[i];
-  }
-  return result;
-}
-
-bool isAmbiguousGNUStyleLine(std::string_view line) { return candidatesOf(line).size() > 1; }
-
 std::optional<SingleChecksum> extractSingleChecksum(std::string_view text,
                                                     std::optional<HashAlgorithm> preferredAlgorithm) {
   if (text.size() > maximumSingleChecksumSize) return std::nullopt;
@@ -169,8 +172,7 @@ HashAlgorithmSet ambiguousCandidates(std::string_view text) {
   const std::string_view content = trimmed(text);
   const std::vector<HashAlgorithm> ofDigest = HashAlgorithm::detect(content);
   if (ofDigest.size() > 1) return HashAlgorithm::withHexLength(ofDigest.front().hexLength());
-  const HashAlgorithmSet ofLine = candidatesOf(content);
-  return ofLine.size() > 1 ? ofLine : HashAlgorithmSet();
+  return isAmbiguousGNUStyleLine(content) ? candidatesOfGNUStyleLine(content) : HashAlgorithmSet();
 }
 
 std::optional<HashAlgorithm> algorithmHint(const std::filesystem::path& url) {

@@ -44,15 +44,6 @@ std::optional<ChecksumManifestEntry> parseBSDLine(std::string_view line, std::in
 std::optional<ChecksumManifestEntry> parseGNUStyleLine(std::string_view line, std::int64_t lineNumber,
                                                        std::optional<HashAlgorithm> preferredAlgorithm);
 
-/// "name digest", the digest being a CRC-32, as in SFV files.
-std::optional<ChecksumManifestEntry> parseSFVLine(std::string_view line, std::int64_t lineNumber);
-
-/// Undoes what coreutils do to the names of files: `\n`, `\r` and `\\` become one character. All else stays.
-std::string unescapeCoreutilsFilename(std::string_view name);
-
-/// Whether a line has the GNU form, perhaps without a name, and a digest of a length that several algorithms have.
-bool isAmbiguousGNUStyleLine(std::string_view line);
-
 /// A checksum without its file.
 struct SingleChecksum {
   HashAlgorithm algorithm;
@@ -64,8 +55,8 @@ struct SingleChecksum {
 /// Bytes of a text beyond which no single checksum is looked for in it.
 inline constexpr std::size_t maximumSingleChecksumSize = 65'536;
 
-/// The checksum in `text`: a digest by itself, in any case, with any white space and perhaps 0x before it; or a line as
-/// above. `preferredAlgorithm` decides where the number of digits leaves a choice; where it leaves none,
+/// The checksum in `text`: a digest by itself, in any case, with any white space and perhaps 0x before it; or a line
+/// of a list. `preferredAlgorithm` decides where the number of digits leaves a choice; where it leaves none,
 /// the number of digits wins, without a word. None when there is no checksum, or a choice and no algorithm to decide
 /// it.
 std::optional<SingleChecksum> extractSingleChecksum(std::string_view text,

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "core/digests/ReadBuffer.h"
+#include "core/files/Paths.h"
 #include "core/services/HashService.h"
 #include "core/text/UnicodeText.h"
 
@@ -46,6 +47,16 @@ char16_t unitOf(char first, char second, std::endian order) {
   const auto a = static_cast<unsigned char>(first);
   const auto b = static_cast<unsigned char>(second);
   return static_cast<char16_t>(order == std::endian::little ? b << 8 | a : a << 8 | b);
+}
+
+/// Whether every surrogate has its partner.
+bool isValidUTF16(std::u16string_view units) {
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    if (isLowSurrogate(units[i])) return false;
+    if (!isHighSurrogate(units[i])) continue;
+    if (++i == units.size() || !isLowSurrogate(units[i])) return false;
+  }
+  return true;
 }
 
 /// Finds the line breaks of a text from its start to its end, and looks at each character once per kind of break.
@@ -224,24 +235,24 @@ void stream(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view i
   }
 }
 
-}  // namespace
-
-ParseResult load(const std::filesystem::path& url, const std::stop_token& cancellation) {
-  HashService::checkCancellation(cancellation);
-  auto [handle, initial] = openRegularManifestForReading(url, cancellation);
-  const auto count = static_cast<std::size_t>(std::min(initial.fileSize, prefixSize));
-  const std::string prefix = readExactPrefix(handle, count, cancellation);
-  if (prefix.size() < count) fail(ManifestReadError::Case::fileChangedDuringRead);  // It tells no encoding.
-  const auto preferred = algorithmHint(url);
-  const auto encoding = detectUTF16Encoding(prefix);
-  ParseResult result = encoding
-                           ? loadUTF16Streaming(handle, initial.fileSize, prefix, *encoding, preferred, cancellation)
-                           : loadUTF8Streaming(handle, initial.fileSize, prefix, preferred, cancellation);
-  if (HashService::hasContentWithoutSize(handle, initial)) fail(ManifestReadError::Case::fileChangedDuringRead);
-  validateManifestUnchanged(handle, url, initial);
-  return result;
+/// Parses UTF-16 as `loadUTF8Streaming` parses UTF-8. An odd number of bytes is not a text.
+ParseResult loadUTF16Streaming(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view initialData,
+                               std::endian encoding, std::optional<HashAlgorithm> preferredGNUAlgorithm,
+                               const std::stop_token& cancellation) {
+  Parser parser(preferredGNUAlgorithm);
+  UnitDecoder decoder(encoding);
+  LineSplitter<char16_t> lines;
+  const auto parse = [&](std::u16string_view line) { parser.parse(line); };
+  stream(handle, sourceByteLimit, initialData, cancellation,
+         [&](std::string_view bytes) { lines.split(decoder.decode(bytes), parse); });
+  if (decoder.isWithinUnit()) fail(ManifestReadError::Case::unsupportedEncoding);
+  lines.finish(parse);
+  return parser.takeResult();
 }
 
+ManifestFileSnapshot manifestSnapshot(const std::filesystem::path& url) { return snapshotOfPath(url); }
+
+/// Opens a regular file of a size that is allowed, and waits where its next change might not show yet.
 std::pair<FileHandle, ManifestFileSnapshot> openRegularManifestForReading(const std::filesystem::path& url,
                                                                           const std::stop_token& cancellation) {
   const ManifestFileSnapshot initial = manifestSnapshot(url);
@@ -253,14 +264,14 @@ std::pair<FileHandle, ManifestFileSnapshot> openRegularManifestForReading(const 
   return {std::move(handle), initial};
 }
 
-ManifestFileSnapshot manifestSnapshot(const std::filesystem::path& url) { return snapshotOfPath(url); }
-
+/// The next `count` bytes of a file, fewer when it ends before.
 std::string readExactPrefix(FileHandle& handle, std::size_t count, const std::stop_token& cancellation) {
   std::string prefix(count, '\0');
   prefix.resize(HashService::readExactChunk(handle, std::as_writable_bytes(std::span(prefix)), cancellation));
   return prefix;
 }
 
+/// Fails unless the open file and what `url` leads to are both still the version `initial`.
 void validateManifestUnchanged(const FileHandle& handle, const std::filesystem::path& url,
                                const ManifestFileSnapshot& initial) {
   try {
@@ -270,22 +281,7 @@ void validateManifestUnchanged(const FileHandle& handle, const std::filesystem::
   fail(ManifestReadError::Case::fileChangedDuringRead);
 }
 
-std::optional<std::endian> detectUTF16Encoding(std::string_view prefix) {
-  using namespace std::string_view_literals;
-  if (prefix.size() < 2) return std::nullopt;
-  if (prefix.starts_with("\xFF\xFE"sv)) return std::endian::little;
-  if (prefix.starts_with("\xFE\xFF"sv)) return std::endian::big;
-  if (prefix.find('\0') == std::string_view::npos) return std::nullopt;
-  const std::int64_t little = utf16PlausibilityScore(prefix, std::endian::little);
-  const std::int64_t big = utf16PlausibilityScore(prefix, std::endian::big);
-  constexpr std::int64_t clearly = 4;
-  if (little >= big + clearly) return std::endian::little;
-  if (big >= little + clearly) return std::endian::big;
-  if (prefix[0] == '\0' && prefix[1] != '\0') return std::endian::big;
-  if (prefix[0] != '\0' && prefix[1] == '\0') return std::endian::little;
-  return std::nullopt;
-}
-
+/// How much `bytes`, as UTF-16 in this order, look like a text. An odd last byte does not count.
 std::int64_t utf16PlausibilityScore(std::string_view bytes, std::endian order) {
   std::int64_t score = 0;
   bool followsHighSurrogate = false;
@@ -310,13 +306,38 @@ std::int64_t utf16PlausibilityScore(std::string_view bytes, std::endian order) {
   return score + (followsHighSurrogate ? lonelyHighSurrogate : 0);
 }
 
-bool isValidUTF16(std::u16string_view units) {
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    if (isLowSurrogate(units[i])) return false;
-    if (!isHighSurrogate(units[i])) continue;
-    if (++i == units.size() || !isLowSurrogate(units[i])) return false;
-  }
-  return true;
+}  // namespace
+
+ParseResult load(const std::filesystem::path& url, const std::stop_token& cancellation) {
+  HashService::checkCancellation(cancellation);
+  auto [handle, initial] = openRegularManifestForReading(url, cancellation);
+  const auto count = static_cast<std::size_t>(std::min(initial.fileSize, prefixSize));
+  const std::string prefix = readExactPrefix(handle, count, cancellation);
+  if (prefix.size() < count) fail(ManifestReadError::Case::fileChangedDuringRead);  // It tells no encoding.
+  const auto preferred = algorithmHint(url);
+  const auto encoding = detectUTF16Encoding(prefix);
+  ParseResult result = encoding
+                           ? loadUTF16Streaming(handle, initial.fileSize, prefix, *encoding, preferred, cancellation)
+                           : loadUTF8Streaming(handle, initial.fileSize, prefix, preferred, cancellation);
+  if (HashService::hasContentWithoutSize(handle, initial)) fail(ManifestReadError::Case::fileChangedDuringRead);
+  validateManifestUnchanged(handle, url, initial);
+  return result;
+}
+
+std::optional<std::endian> detectUTF16Encoding(std::string_view prefix) {
+  using namespace std::string_view_literals;
+  if (prefix.size() < 2) return std::nullopt;
+  if (prefix.starts_with("\xFF\xFE"sv)) return std::endian::little;
+  if (prefix.starts_with("\xFE\xFF"sv)) return std::endian::big;
+  if (prefix.find('\0') == std::string_view::npos) return std::nullopt;
+  const std::int64_t little = utf16PlausibilityScore(prefix, std::endian::little);
+  const std::int64_t big = utf16PlausibilityScore(prefix, std::endian::big);
+  constexpr std::int64_t clearly = 4;
+  if (little >= big + clearly) return std::endian::little;
+  if (big >= little + clearly) return std::endian::big;
+  if (prefix[0] == '\0' && prefix[1] != '\0') return std::endian::big;
+  if (prefix[0] != '\0' && prefix[1] == '\0') return std::endian::little;
+  return std::nullopt;
 }
 
 ParseResult loadUTF8Streaming(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view initialData,
@@ -326,20 +347,6 @@ ParseResult loadUTF8Streaming(FileHandle& handle, std::int64_t sourceByteLimit, 
   const auto parse = [&](std::string_view line) { parser.parse(line); };
   stream(handle, sourceByteLimit, initialData, cancellation,
          [&](std::string_view bytes) { lines.split(bytes, parse); });
-  lines.finish(parse);
-  return parser.takeResult();
-}
-
-ParseResult loadUTF16Streaming(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view initialData,
-                               std::endian encoding, std::optional<HashAlgorithm> preferredGNUAlgorithm,
-                               const std::stop_token& cancellation) {
-  Parser parser(preferredGNUAlgorithm);
-  UnitDecoder decoder(encoding);
-  LineSplitter<char16_t> lines;
-  const auto parse = [&](std::u16string_view line) { parser.parse(line); };
-  stream(handle, sourceByteLimit, initialData, cancellation,
-         [&](std::string_view bytes) { lines.split(decoder.decode(bytes), parse); });
-  if (decoder.isWithinUnit()) fail(ManifestReadError::Case::unsupportedEncoding);
   lines.finish(parse);
   return parser.takeResult();
 }

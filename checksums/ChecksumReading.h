@@ -7,9 +7,7 @@
 #include <filesystem>
 #include <optional>
 #include <stop_token>
-#include <string>
 #include <string_view>
-#include <utility>
 
 #include "checksums/ChecksumLines.h"
 #include "core/digests/HashAlgorithm.h"
@@ -60,38 +58,14 @@ inline constexpr std::int64_t prefixSize = 1'048'578;   ///< ... but for the fir
 /// partial result.
 ParseResult load(const std::filesystem::path& url, const std::stop_token& cancellation);
 
-/// Opens a regular file of a size that is allowed, and waits where its next change might not show yet.
-std::pair<FileHandle, ManifestFileSnapshot> openRegularManifestForReading(const std::filesystem::path& url,
-                                                                          const std::stop_token& cancellation);
-
-ManifestFileSnapshot manifestSnapshot(const std::filesystem::path& url);
-
-/// The next `count` bytes of a file, fewer when it ends before.
-std::string readExactPrefix(FileHandle& handle, std::size_t count, const std::stop_token& cancellation);
-
-/// Fails with fileChangedDuringRead unless the open file and what `url` leads to are both still the version `initial`.
-void validateManifestUnchanged(const FileHandle& handle, const std::filesystem::path& url,
-                               const ManifestFileSnapshot& initial);
-
 /// The byte order of a UTF-16 text that starts with these bytes; none when it is not UTF-16. Goes by the byte-order
 /// mark; without one, by zero bytes, and by which order makes more sense.
 std::optional<std::endian> detectUTF16Encoding(std::string_view prefix);
 
-/// How much `bytes`, as UTF-16 in this order, look like a text. An odd last byte does not count.
-std::int64_t utf16PlausibilityScore(std::string_view bytes, std::endian order);
-
-/// Whether every surrogate has its partner.
-bool isValidUTF16(std::u16string_view units);
-
-/// Parses `initialData` and then what `handle` gives until the whole is `sourceByteLimit` bytes. A file that ends
-/// before fails with fileChangedDuringRead.
+/// Parses the UTF-8 of `initialData` and then of what `handle` gives until the whole is `sourceByteLimit` bytes. A file
+/// that ends before fails with fileChangedDuringRead.
 ParseResult loadUTF8Streaming(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view initialData,
                               std::optional<HashAlgorithm> preferredGNUAlgorithm, const std::stop_token& cancellation);
-
-/// The same for UTF-16. An odd number of bytes is not a text.
-ParseResult loadUTF16Streaming(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view initialData,
-                               std::endian encoding, std::optional<HashAlgorithm> preferredGNUAlgorithm,
-                               const std::stop_token& cancellation);
 
 }  // namespace ChecksumManifestService
 

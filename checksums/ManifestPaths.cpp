@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/files/FileHandle.h"
+#include "core/files/Paths.h"
 #include "core/services/HashService.h"
 
 namespace tallyfold {
@@ -182,17 +183,23 @@ std::string canonicalPathOf(const std::filesystem::path& url, const std::stop_to
   return follower.isInCircle() ? path : follower.path();
 }
 
-const std::string& orSlash(const std::string& path) {
+/// A path of this file as everybody else writes it.
+const std::string& writtenOut(const std::string& path) {
   static const std::string slash = "/";
   return path.empty() ? slash : path;
 }
 
 bool isInside(std::string_view root, std::string_view path) { return !pathBelow(root, path).empty(); }
 
-/// The candidate of a path that may be looked up at all, and where it leads.
-ManifestLocation locateContained(std::string_view candidatePath, std::string_view canonicalRoot,
-                                 const std::stop_token& cancellation) {
-  const std::string root(canonicalRoot == "/" ? "" : canonicalRoot);
+std::string folderOf(std::string_view canonicalRoot) {
+  return canonicalRoot == "/" ? std::string() : std::string(canonicalRoot);
+}
+
+/// Where exactly this path leads below a folder that is absolute and free of links. Both the item and the folder that
+/// it is in must lie inside; the root itself does not. Of the errors of a path only outsideRoot.
+std::string resolveContained(std::string_view candidatePath, std::string_view canonicalRoot,
+                             const std::stop_token& cancellation) {
+  const std::string root = folderOf(canonicalRoot);
   std::string candidate = joined(root, candidatePath);
   const std::string_view below = pathBelow(root, candidate);
   if (candidate.size() >= PATH_MAX) {  // The kernel would look at nothing on its way.
@@ -209,7 +216,14 @@ ManifestLocation locateContained(std::string_view candidatePath, std::string_vie
   const std::string& resolved = follower.isInCircle() ? candidate : follower.path();
   const bool isParentInside = parent == root || isInside(root, parent) || follower.isInCircle();
   if (!isParentInside || !isInside(root, resolved)) fail(ManifestPathError::Case::outsideRoot);
-  return {.candidate = candidate, .canonicalPath = resolved};
+  return resolved;
+}
+
+/// A path of a list as it is looked up, and where it leads.
+ManifestLocation locationOf(std::string_view candidatePath, std::string_view canonicalRoot,
+                            const std::stop_token& cancellation) {
+  return {.candidate = joined(folderOf(canonicalRoot), candidatePath),
+          .canonicalPath = resolveContained(candidatePath, canonicalRoot, cancellation)};
 }
 
 /// Whether looking at `path` in this way finds something, or fails for another reason than that nothing is there.
@@ -221,6 +235,14 @@ bool mayExist(const std::filesystem::path& path, FileSnapshot (*look)(const std:
   }
   return true;
 }
+
+/// "C:\\" or "C:/" at the start, of any letter.
+bool isWindowsAbsoluteDrivePath(std::string_view path) {
+  const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+  return path.size() >= 3 && isLetter(path[0]) && path[1] == ':' && (path[2] == '/' || path[2] == '\\');
+}
+
+ManifestFileSnapshot manifestRootSnapshot(const std::filesystem::path& url) { return snapshotOfFolder(url); }
 
 }  // namespace
 
@@ -239,7 +261,7 @@ ManifestLocation locate(std::string_view relativePath, const std::string& canoni
   if (relativePath.empty()) fail(ManifestPathError::Case::emptyPath);
   if (relativePath.find('\0') != std::string_view::npos) fail(ManifestPathError::Case::invalidPath);
   if (relativePath.starts_with('/')) fail(ManifestPathError::Case::absolutePath);
-  ManifestLocation asWritten = locateContained(relativePath, canonicalRoot, cancellation);
+  ManifestLocation asWritten = locationOf(relativePath, canonicalRoot, cancellation);
   if (finalPathEntryMayExist(asWritten.candidate)) return asWritten;
   if (relativePath.starts_with('\\') || isWindowsAbsoluteDrivePath(relativePath)) {
     fail(ManifestPathError::Case::absolutePath);
@@ -247,25 +269,16 @@ ManifestLocation locate(std::string_view relativePath, const std::string& canoni
   if (relativePath.find('\\') == std::string_view::npos) return asWritten;
   std::string withSlashes(relativePath);
   std::ranges::replace(withSlashes, '\\', '/');
-  ManifestLocation converted = locateContained(withSlashes, canonicalRoot, cancellation);
+  ManifestLocation converted = locationOf(withSlashes, canonicalRoot, cancellation);
   return mayExist(converted.canonicalPath, snapshotOfPath) ? converted : asWritten;
-}
-
-std::filesystem::path resolveContained(std::string_view candidatePath, const std::filesystem::path& rootURL) {
-  return locateContained(candidatePath, rootURL.native(), {}).canonicalPath;
 }
 
 bool finalPathEntryMayExist(const std::filesystem::path& url) { return mayExist(url, snapshotOfItem); }
 
-bool isWindowsAbsoluteDrivePath(std::string_view path) {
-  const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
-  return path.size() >= 3 && isLetter(path[0]) && path[1] == ':' && (path[2] == '/' || path[2] == '\\');
-}
-
 ManifestRootIdentity captureRootIdentity(const std::filesystem::path& rootURL, const std::stop_token& cancellation) {
   HashService::checkCancellation(cancellation);
   try {
-    std::string path = orSlash(canonicalPathOf(rootURL, cancellation));
+    std::string path = writtenOut(canonicalPathOf(rootURL, cancellation));
     const ManifestFileSnapshot snapshot = manifestRootSnapshot(path);
     return {.canonicalPath = std::move(path), .snapshot = snapshot};
   } catch (const std::system_error&) {
@@ -285,7 +298,7 @@ ManifestResolvedFileIdentity captureResolvedFileIdentity(const std::filesystem::
                                                          const std::stop_token& cancellation) {
   HashService::checkCancellation(cancellation);
   try {
-    std::string path = orSlash(canonicalPathOf(url, cancellation));
+    std::string path = writtenOut(canonicalPathOf(url, cancellation));
     const FileSnapshot snapshot = snapshotOfPath(path);
     if (snapshot.isRegularFile) return ManifestResolvedFileIdentity::from(std::move(path), snapshot);
   } catch (const std::system_error&) {
@@ -296,8 +309,6 @@ ManifestResolvedFileIdentity captureResolvedFileIdentity(const std::filesystem::
 void validateResolvedFileIdentity(const ManifestResolvedFileIdentity& expected, const std::filesystem::path& url) {
   if (captureResolvedFileIdentity(url, {}) != expected) fail(ManifestPathError::Case::pathChangedDuringVerification);
 }
-
-ManifestFileSnapshot manifestRootSnapshot(const std::filesystem::path& url) { return snapshotOfFolder(url); }
 
 }  // namespace ChecksumManifestService
 

@@ -65,15 +65,8 @@ namespace ChecksumManifestService {
 /// The answer is as old as the last look at the tree. Whoever reads the file must open it so that no link is followed.
 std::filesystem::path resolve(std::string_view relativePath, const std::filesystem::path& rootURL);
 
-/// The same for a folder that is absolute and free of links, and for exactly this path: of the errors of a path only
-/// outsideRoot. Both the item and the folder that it is in must lie inside; the root itself does not.
-std::filesystem::path resolveContained(std::string_view candidatePath, const std::filesystem::path& rootURL);
-
 /// False only when certainly nothing is at `url`, not even a dangling link.
 bool finalPathEntryMayExist(const std::filesystem::path& url);
-
-/// "C:\" or "C:/" at the start, of any letter.
-bool isWindowsAbsoluteDrivePath(std::string_view path);
 
 /// Fails with invalidRoot for what is not a folder or cannot be looked at, or with CancellationError.
 ManifestRootIdentity captureRootIdentity(const std::filesystem::path& rootURL, const std::stop_token& cancellation);
@@ -88,9 +81,6 @@ ManifestResolvedFileIdentity captureResolvedFileIdentity(const std::filesystem::
 
 /// Fails with pathChangedDuringVerification unless capturing it again gives `expected`.
 void validateResolvedFileIdentity(const ManifestResolvedFileIdentity& expected, const std::filesystem::path& url);
-
-/// Snapshot of a folder. std::system_error for anything else: ENOTDIR.
-ManifestFileSnapshot manifestRootSnapshot(const std::filesystem::path& url);
 
 /// A path of a list, found below a root.
 struct ManifestLocation {

@@ -3,13 +3,11 @@
 #include <cerrno>
 #include <exception>
 #include <fcntl.h>
-#include <span>
 #include <system_error>
-#include <type_traits>
 #include <utility>
 
 #include "core/base/Errors.h"
-#include "core/base/KeyedHash.h"
+#include "core/files/Paths.h"
 #include "core/services/HashService.h"
 
 namespace tallyfold {
@@ -24,7 +22,7 @@ constexpr std::int64_t kCacheCapacity = 4'096;
 [[noreturn]] void fail(ManifestPathError::Case reason) { throw ManifestPathError(reason); }
 
 /// Whether opening failed because something else is there by now.
-bool isOfAChangedTree(const std::system_error& error) {
+bool isSignOfChange(const std::system_error& error) {
   const int number = error.code().value();
   return number == ENOENT || number == ENOTDIR || number == ELOOP || number == EXDEV;
 }
@@ -43,18 +41,6 @@ void add(DigestMap& digests, const DigestMap& more) {
 
 }  // namespace
 
-ManifestFileContentIdentity ManifestFileContentIdentity::from(const FileSnapshot& snapshot) {
-  return {
-      .device = snapshot.device,
-      .inode = snapshot.inode,
-      .fileSize = snapshot.fileSize,
-      .modifiedSeconds = snapshot.modifiedSeconds,
-      .modifiedNanoseconds = snapshot.modifiedNanoseconds,
-      .changedSeconds = snapshot.changedSeconds,
-      .changedNanoseconds = snapshot.changedNanoseconds,
-  };
-}
-
 ManifestVerification::ManifestVerification(std::filesystem::path rootURL, ManifestRootIdentity rootIdentity)
     : rootURL_(std::move(rootURL)), rootIdentity_(std::move(rootIdentity)), cache_(kCacheCapacity) {}
 
@@ -70,7 +56,7 @@ DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, const 
   HashService::checkCancellation(cancellation);
   validateRoot();
   OpenFile file = open(group.relativePath, cancellation);
-  const auto identity = ManifestFileContentIdentity::from(file.snapshot);
+  const ManifestFileContentIdentity& identity = file.snapshot;
   ManifestDigestCacheEntry* const cached = findCached(identity);
   HashAlgorithmSet missing = group.algorithms();
   if (cached != nullptr) {
@@ -151,7 +137,7 @@ ManifestVerification::OpenFile ManifestVerification::openThroughLinks(std::strin
     if (!opened.isSameIdentity(expected)) fail(ManifestPathError::Case::pathChangedDuringVerification);
     return {.handle = std::move(handle), .snapshot = opened, .path = std::move(path)};
   } catch (const std::system_error& error) {
-    if (isOfAChangedTree(error)) fail(ManifestPathError::Case::pathChangedDuringVerification);
+    if (isSignOfChange(error)) fail(ManifestPathError::Case::pathChangedDuringVerification);
     throw;
   }
 }
@@ -169,10 +155,3 @@ ManifestDigestCacheEntry* ManifestVerification::findCached(const ManifestFileCon
 }
 
 }  // namespace tallyfold
-
-std::size_t std::hash<tallyfold::ManifestFileContentIdentity>::operator()(
-    const tallyfold::ManifestFileContentIdentity& identity) const {
-  // Whoever makes a file system chooses its numbers and times.
-  static_assert(std::has_unique_object_representations_v<tallyfold::ManifestFileContentIdentity>);
-  return tallyfold::KeyedHash()(std::as_bytes(std::span(&identity, 1)));
-}

@@ -1,9 +1,6 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -20,28 +17,7 @@
 namespace tallyfold {
 
 /// One version of one file, whatever it is called. A file that is rewritten becomes another one, also of the same size.
-struct ManifestFileContentIdentity {
-  std::uint64_t device = 0;
-  std::uint64_t inode = 0;
-  std::int64_t fileSize = 0;
-  std::int64_t modifiedSeconds = 0;
-  std::int64_t modifiedNanoseconds = 0;
-  std::int64_t changedSeconds = 0;
-  std::int64_t changedNanoseconds = 0;
-
-  static ManifestFileContentIdentity from(const FileSnapshot& snapshot);
-
-  bool operator==(const ManifestFileContentIdentity&) const = default;
-};
-
-}  // namespace tallyfold
-
-template <>
-struct std::hash<tallyfold::ManifestFileContentIdentity> {
-  std::size_t operator()(const tallyfold::ManifestFileContentIdentity& identity) const;
-};
-
-namespace tallyfold {
+using ManifestFileContentIdentity = FileSnapshot;
 
 /// The digests of a file that was hashed, and where that was.
 struct ManifestDigestCacheEntry {

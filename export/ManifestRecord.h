@@ -6,7 +6,7 @@
 #include <string>
 
 #include "core/digests/DigestMap.h"
-#include "core/services/HashService.h"
+#include "core/services/FileHashResult.h"
 
 namespace tallyfold {
 

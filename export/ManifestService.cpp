@@ -4,6 +4,7 @@
 #include <string>
 #include <system_error>
 
+#include "core/services/HashService.h"
 #include "export/BufferedFileWriter.h"
 #include "export/ManifestRecord.h"
 #include "export/ReplacedFile.h"
@@ -99,6 +100,16 @@ void writeReport(const FileHashResults& results, Format format, FileHandle& hand
   handle.sync();
 }
 
+/// A name in an open folder.
+struct Place {
+  const FolderHandle& folder;
+  const std::string& name;
+};
+
+void atomicRename(const Place& source, const Place& destination) {
+  source.folder.rename(source.name, destination.folder, destination.name);
+}
+
 }  // namespace
 
 std::string_view fileExtension(Format format) {
@@ -133,10 +144,6 @@ void writeContents(const FileHashResults& results, Format format, FileHandle han
                    const std::stop_token& cancellation) {
   writeReport(results, format, handle, cancellation);
   handle.close();
-}
-
-void atomicRename(const Place& source, const Place& destination) {
-  source.folder.rename(source.name, destination.folder, destination.name);
 }
 
 }  // namespace ManifestService

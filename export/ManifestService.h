@@ -4,12 +4,10 @@
 #include <exception>
 #include <filesystem>
 #include <stop_token>
-#include <string>
 #include <string_view>
 
 #include "core/files/FileHandle.h"
-#include "core/files/FolderHandle.h"
-#include "core/services/HashService.h"
+#include "core/services/FileHashResult.h"
 
 namespace tallyfold {
 
@@ -62,15 +60,6 @@ void write(const FileHashResults& results, Format format, const std::filesystem:
 /// some part of the report.
 void writeContents(const FileHashResults& results, Format format, FileHandle handle,
                    const std::stop_token& cancellation);
-
-/// A name in an open folder.
-struct Place {
-  const FolderHandle& folder;
-  const std::string& name;
-};
-
-/// renameat(2). std::system_error with the error number.
-void atomicRename(const Place& source, const Place& destination);
 
 }  // namespace ManifestService
 

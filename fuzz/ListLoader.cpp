@@ -9,6 +9,7 @@
 
 #include "checksums/ChecksumReading.h"
 #include "core/files/FileHandle.h"
+#include "core/files/SystemCalls.h"
 #include "fuzz/Fuzz.h"
 
 namespace {

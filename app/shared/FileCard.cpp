@@ -9,7 +9,7 @@
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
 #include "app/tasks/Workers.h"
-#include "core/files/FileHandle.h"
+#include "core/files/Paths.h"
 
 namespace tallyfold {
 

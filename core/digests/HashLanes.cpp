@@ -92,9 +92,9 @@ void HashLanes::absorbStream(Lane& lane, HashPipeline& pipeline) {
 }
 
 /// The bytes of the ring from one position in the stream to another, as far as they are in one piece and no more than a
-/// slice.
+/// slice. Where no other lane has yet to read them, the next bytes take their place, which is still in the cache.
 std::span<std::byte> HashLanes::slice(std::uint64_t position, std::uint64_t end) const {
-  const std::uint64_t offset = position % ring_.size();
+  const std::uint64_t offset = others_.empty() ? 0 : position % ring_.size();
   const std::uint64_t count = std::min({end - position, ring_.size() - offset, kSlice});
   return ring_.first(offset + count).subspan(offset);
 }

@@ -16,9 +16,9 @@
 
 namespace tallyfold {
 
-/// Hashes one stream of known length on several threads: one pipeline per lane, all fed from the same ring of memory,
-/// without locks. The thread that owns the object is the first lane: it fills the ring, and hashes its share of every
-/// slice right after. The slowest lane may be a whole ring behind. Used by that one thread.
+/// Hashes one stream of known length on one thread or several: one pipeline per lane, all fed from the same ring of
+/// memory, without locks. The thread that owns the object is the first lane: it fills the ring, and hashes its share of
+/// every slice right after. The slowest lane may be a whole ring behind. Used by that one thread.
 class HashLanes {
  public:
   /// `ring` bytes are held, at most, whatever the `size` of the stream. Fails with std::system_error, and leaves no
@@ -60,9 +60,10 @@ class HashLanes {
   HashAlgorithmSet algorithms_;  ///< Of all lanes.
   const ReadBuffer ring_;
   const std::uint64_t size_;
-  std::optional<HashPipeline> own_;                             ///< None when this thread only reads.
-  std::uint64_t filled_ = 0;                                    ///< Bytes of the stream that have been handed over.
-  alignas(lineSize) std::atomic<std::uint64_t> published_ = 0;  ///< The same for the other lanes, or `abandoned`.
+  std::optional<HashPipeline> own_;  ///< None when this thread only reads.
+  std::uint64_t filled_ = 0;         ///< Bytes of the stream that have been handed over.
+  alignas(lineSize) std::atomic<std::uint64_t> published_ =
+      0;  ///< `filled_` as the other lanes see it; or `abandoned`.
   std::vector<Lane> others_;
 };
 

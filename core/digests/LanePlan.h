@@ -14,9 +14,6 @@ using AlgorithmCosts = std::array<double, HashAlgorithm::count>;
 /// the algorithms matters, and only roughly.
 inline constexpr double kReadingCost = 0.1;
 
-/// What a lane takes at least whose bytes another lane has read: they come from another core's cache. As rough.
-inline constexpr double kPassingCost = 0.35;
-
 /// Which lane calculates what. The first lane also reads, and may have nothing else to do; no other lane is empty.
 struct LanePlan {
   std::vector<HashAlgorithmSet> lanes;

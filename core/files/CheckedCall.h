@@ -5,7 +5,7 @@
 #include <string>
 #include <system_error>
 
-#include "core/files/FileHandle.h"
+#include "core/files/SystemCalls.h"
 
 namespace tallyfold {
 

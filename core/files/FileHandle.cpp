@@ -1,27 +1,13 @@
 #include "core/files/FileHandle.h"
 
-#include <array>
-#include <atomic>
 #include <cerrno>
-#include <chrono>
-#include <climits>
-#include <cstddef>
-#include <dirent.h>
 #include <fcntl.h>
 #include <linux/limits.h>
-#include <string>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/uio.h>
-#include <sys/xattr.h>
 #include <system_error>
-#include <thread>
-#include <time.h>
-#include <unistd.h>
 #include <utility>
 
-#include "core/base/Errors.h"
 #include "core/files/CheckedCall.h"
 
 #ifdef SYS_openat2
@@ -31,15 +17,6 @@
 namespace tallyfold {
 
 namespace {
-
-std::atomic<SystemCalls*> replacement = nullptr;
-
-/// The clock that changes of files are stamped with.
-#ifdef CLOCK_REALTIME_COARSE
-constexpr clockid_t kClockOfFiles = CLOCK_REALTIME_COARSE;
-#else
-constexpr clockid_t kClockOfFiles = CLOCK_REALTIME;
-#endif
 
 /// The resolution of openat2 that follows no link and never leaves the folder.
 #ifdef SYS_openat2
@@ -51,75 +28,6 @@ constexpr std::uint64_t kBelow = 0;
 constexpr const char* kAccessList = "system.posix_acl_access";
 
 }  // namespace
-
-int SystemCalls::open(const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); }
-int SystemCalls::close(int descriptor) { return ::close(descriptor); }
-ssize_t SystemCalls::read(int descriptor, void* bytes, std::size_t count) { return ::read(descriptor, bytes, count); }
-ssize_t SystemCalls::write(int descriptor, const void* bytes, std::size_t count) {
-  return ::write(descriptor, bytes, count);
-}
-int SystemCalls::fsync(int descriptor) { return ::fsync(descriptor); }
-int SystemCalls::fstat(int descriptor, struct stat* status) { return ::fstat(descriptor, status); }
-int SystemCalls::stat(const char* path, struct stat* status) { return ::stat(path, status); }
-int SystemCalls::look(const char* path, struct stat* status) { return ::stat(path, status); }
-int SystemCalls::lstat(const char* path, struct stat* status) { return ::lstat(path, status); }
-int SystemCalls::willNeed(int descriptor, off_t offset, off_t count) {
-#if defined(POSIX_FADV_WILLNEED) && defined(RWF_NOWAIT)
-  // The kernel would look for every page. Where the last one is in memory, so are most likely all.
-  std::byte last{};
-  const iovec room{&last, 1};
-  if (::preadv2(descriptor, &room, 1, offset + count - 1, RWF_NOWAIT) == 1) return 0;
-  return posix_fadvise(descriptor, offset, count, POSIX_FADV_WILLNEED);
-#else
-  return 0;
-#endif
-}
-ssize_t SystemCalls::readlink(const char* path, char* bytes, std::size_t count) {
-  return ::readlink(path, bytes, count);
-}
-int SystemCalls::openat(int folder, const char* path, int flags, mode_t mode) {
-  return ::openat(folder, path, flags, mode);
-}
-int SystemCalls::fstatat(int folder, const char* path, struct stat* status, int flags) {
-  return ::fstatat(folder, path, status, flags);
-}
-int SystemCalls::openat2([[maybe_unused]] int folder, [[maybe_unused]] const char* path, [[maybe_unused]] int flags,
-                         [[maybe_unused]] std::uint64_t resolve) {
-#ifdef SYS_openat2
-  open_how how{.flags = static_cast<std::uint64_t>(flags), .mode = 0, .resolve = resolve};
-  return static_cast<int>(::syscall(SYS_openat2, folder, path, &how, sizeof how));
-#else
-  errno = ENOSYS;
-  return -1;
-#endif
-}
-
-int SystemCalls::renameat(int folder, const char* name, int newFolder, const char* newName) {
-  return ::renameat(folder, name, newFolder, newName);
-}
-int SystemCalls::mkdirat(int folder, const char* name, mode_t mode) { return ::mkdirat(folder, name, mode); }
-int SystemCalls::unlinkat(int folder, const char* name, int flags) { return ::unlinkat(folder, name, flags); }
-int SystemCalls::flock(int descriptor, int operation) { return ::flock(descriptor, operation); }
-ssize_t SystemCalls::getdents(int folder, void* entries, std::size_t count) {
-  return ::getdents64(folder, entries, count);
-}
-int SystemCalls::fchmod(int descriptor, mode_t mode) { return ::fchmod(descriptor, mode); }
-int SystemCalls::fchown(int descriptor, uid_t owner, gid_t group) { return ::fchown(descriptor, owner, group); }
-ssize_t SystemCalls::fgetxattr(int descriptor, const char* name, void* value, std::size_t count) {
-  return ::fgetxattr(descriptor, name, value, count);
-}
-int SystemCalls::fsetxattr(int descriptor, const char* name, const void* value, std::size_t count) {
-  return ::fsetxattr(descriptor, name, value, count, 0);
-}
-int SystemCalls::fremovexattr(int descriptor, const char* name) { return ::fremovexattr(descriptor, name); }
-
-SystemCalls& SystemCalls::current() {
-  static SystemCalls real;
-  SystemCalls* const calls = replacement.load(std::memory_order_acquire);
-  return calls != nullptr ? *calls : real;
-}
-
-void SystemCalls::replace(SystemCalls* calls) { replacement.store(calls, std::memory_order_release); }
 
 FileHandle FileHandle::open(const std::filesystem::path& path, int flags, mode_t mode) {
   const char* const name = systemPath(path);
@@ -232,64 +140,6 @@ void FileHandle::close() {
   const int descriptor = std::exchange(descriptor_, -1);
   // An interrupted close has closed the descriptor all the same: its number may belong to another thread's file by now.
   if (SystemCalls::current().close(descriptor) != 0 && errno != EINTR) throwSystemError(errno);
-}
-
-void waitUntilChangesShow(const FileSnapshot& snapshot, const std::stop_token& cancellation) {
-  constexpr double twoTicks = 0.02;  // Seconds, of the slowest clock.
-  // Where a file system keeps whole seconds, there are no nanoseconds.
-  const double rest = snapshot.changedNanoseconds == 0 ? 1 : 0;
-  while (true) {
-    timespec now{};
-    clock_gettime(kClockOfFiles, &now);
-    const double ahead = static_cast<double>(snapshot.changedSeconds) - static_cast<double>(now.tv_sec) +
-                         static_cast<double>(snapshot.changedNanoseconds - now.tv_nsec) / 1e9 + rest;
-    if (ahead < 0 || ahead > rest + twoTicks) return;
-    if (cancellation.stop_requested()) throw CancellationError();
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-}
-
-namespace {
-
-struct stat statusOf(const std::filesystem::path& path, int (SystemCalls::*look)(const char*, struct stat*)) {
-  const char* const name = systemPath(path);
-  struct stat status {};
-  checked([&](SystemCalls& system) { return (system.*look)(name, &status); });
-  return status;
-}
-
-}  // namespace
-
-FileSnapshot snapshotOfPath(const std::filesystem::path& path) {
-  return FileSnapshot::from(statusOf(path, &SystemCalls::stat));
-}
-
-FileSnapshot snapshotOfFolder(const std::filesystem::path& path) {
-  const struct stat status = statusOf(path, &SystemCalls::stat);
-  if (!S_ISDIR(status.st_mode)) throwSystemError(ENOTDIR);
-  return FileSnapshot::from(status);
-}
-
-Sight lookAt(const std::filesystem::path& path) noexcept try {
-  const struct stat status = statusOf(path, &SystemCalls::look);
-  return {S_ISDIR(status.st_mode),
-          S_ISREG(status.st_mode) ? std::optional<std::int64_t>(status.st_size) : std::nullopt};
-} catch (const std::system_error&) {
-  return {};
-}
-
-FileSnapshot snapshotOfItem(const std::filesystem::path& path) {
-  return FileSnapshot::from(statusOf(path, &SystemCalls::lstat));
-}
-
-std::optional<std::string> targetOfLink(const std::string& path) {
-  const char* const name = systemPath(path);
-  std::array<char, PATH_MAX> target{};
-  const ssize_t length = checked([&](SystemCalls& system) -> ssize_t {
-    const ssize_t result = system.readlink(name, target.data(), target.size());
-    return result < 0 && errno == EINVAL ? 0 : result;  // Not a link. No link has an empty target.
-  });
-  return length > 0 ? std::optional(std::string(target.data(), static_cast<std::size_t>(length))) : std::nullopt;
 }
 
 }  // namespace tallyfold

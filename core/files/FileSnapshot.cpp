@@ -1,8 +1,27 @@
 #include "core/files/FileSnapshot.h"
 
+#include <array>
+#include <chrono>
+#include <span>
 #include <sys/stat.h>
+#include <thread>
+#include <time.h>
+
+#include "core/base/Errors.h"
+#include "core/base/KeyedHash.h"
 
 namespace tallyfold {
+
+namespace {
+
+/// The clock that changes of files are stamped with.
+#ifdef CLOCK_REALTIME_COARSE
+constexpr clockid_t kClockOfFiles = CLOCK_REALTIME_COARSE;
+#else
+constexpr clockid_t kClockOfFiles = CLOCK_REALTIME;
+#endif
+
+}  // namespace
 
 FileSnapshot FileSnapshot::from(const struct stat& status) {
   return {
@@ -17,4 +36,32 @@ FileSnapshot FileSnapshot::from(const struct stat& status) {
   };
 }
 
+void waitUntilChangesShow(const FileSnapshot& snapshot, const std::stop_token& cancellation) {
+  constexpr double twoTicks = 0.02;  // Seconds, of the slowest clock.
+  // Where a file system keeps whole seconds, there are no nanoseconds.
+  const double rest = snapshot.changedNanoseconds == 0 ? 1 : 0;
+  while (true) {
+    timespec now{};
+    clock_gettime(kClockOfFiles, &now);
+    const double ahead = static_cast<double>(snapshot.changedSeconds) - static_cast<double>(now.tv_sec) +
+                         static_cast<double>(snapshot.changedNanoseconds - now.tv_nsec) / 1e9 + rest;
+    if (ahead < 0 || ahead > rest + twoTicks) return;
+    if (cancellation.stop_requested()) throw CancellationError();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
 }  // namespace tallyfold
+
+std::size_t std::hash<tallyfold::FileSnapshot>::operator()(const tallyfold::FileSnapshot& snapshot) const {
+  const std::array fields{
+      static_cast<std::int64_t>(snapshot.device),
+      static_cast<std::int64_t>(snapshot.inode),
+      snapshot.fileSize,
+      snapshot.modifiedSeconds,
+      snapshot.modifiedNanoseconds,
+      snapshot.changedSeconds,
+      snapshot.changedNanoseconds,
+  };
+  return tallyfold::KeyedHash()(std::as_bytes(std::span(fields)));
+}

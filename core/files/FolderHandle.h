@@ -28,7 +28,7 @@ class FolderHandle {
 
   [[nodiscard]] struct stat status() const { return folder_.status(); }
 
-  /// Of an item, should it be a link; none when there is no such item.
+  /// Status of an item: of the link itself, should it be one; none when there is no such item.
   [[nodiscard]] std::optional<struct stat> statusOf(const std::string& name) const;
 
   void makeFolder(const std::string& name, mode_t mode) const;

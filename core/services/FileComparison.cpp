@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <optional>
+#include <span>
 #include <utility>
 
 #include "core/base/Errors.h"
@@ -38,6 +40,16 @@ struct OpenFile {
   OpenFile(const std::filesystem::path& location, std::pair<FileHandle, FileSnapshot> opened)
       : url(location), handle(std::move(opened.first)), initial(opened.second) {}
 };
+
+/// Where two byte ranges differ first, or none when the shorter one is the start of the longer one.
+std::optional<std::size_t> firstDifference(std::span<const std::byte> a, std::span<const std::byte> b) {
+  const std::size_t size = std::min(a.size(), b.size());
+  std::size_t start = 0;
+  for (const std::size_t step : {size, std::size_t{4096}, std::size_t{64}, std::size_t{1}}) {
+    while (start < size && step <= size - start && std::memcmp(&a[start], &b[start], step) == 0) start += step;
+  }
+  return start < size ? std::optional(start) : std::nullopt;
+}
 
 /// The first difference of two files of the same size.
 std::optional<std::int64_t> findDifference(OpenFile& a, OpenFile& b, const std::stop_token& cancellation,
@@ -93,15 +105,6 @@ FileComparisonResult compareFiles(const std::filesystem::path& a, const std::fil
   second.validate();
   if (!std::holds_alternative<FileComparison::ContentMismatch>(result)) progress(1.0);
   return result;
-}
-
-std::optional<std::size_t> firstDifference(std::span<const std::byte> a, std::span<const std::byte> b) {
-  const std::size_t size = std::min(a.size(), b.size());
-  std::size_t start = 0;
-  for (const std::size_t step : {size, std::size_t{4096}, std::size_t{64}, std::size_t{1}}) {
-    while (start < size && step <= size - start && std::memcmp(&a[start], &b[start], step) == 0) start += step;
-  }
-  return start < size ? std::optional(start) : std::nullopt;
 }
 
 }  // namespace tallyfold::HashService

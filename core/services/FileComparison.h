@@ -1,10 +1,7 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <optional>
-#include <span>
 #include <stop_token>
 #include <variant>
 
@@ -51,9 +48,6 @@ namespace HashService {
 /// a bit.
 FileComparisonResult compareFiles(const std::filesystem::path& a, const std::filesystem::path& b,
                                   const std::stop_token& cancellation, const ProgressCallback& progress);
-
-/// Where two byte ranges differ first, or none when the shorter one is the start of the longer one.
-std::optional<std::size_t> firstDifference(std::span<const std::byte> a, std::span<const std::byte> b);
 
 }  // namespace HashService
 

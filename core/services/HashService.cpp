@@ -5,15 +5,13 @@
 #include <chrono>
 #include <fcntl.h>
 #include <limits>
-#include <memory>
 #include <system_error>
 
 #include "core/base/Errors.h"
 #include "core/base/Processor.h"
 #include "core/digests/HashLanes.h"
-#include "core/digests/HashPipeline.h"
 #include "core/digests/LanePlan.h"
-#include "core/digests/ReadBuffer.h"
+#include "core/files/Paths.h"
 
 namespace tallyfold::HashService {
 
@@ -26,47 +24,28 @@ std::int64_t saturatingSum(std::int64_t a, std::int64_t b) {
   return a > largest - b ? largest : a + b;
 }
 
-/// One pipeline on the calling thread, and the piece of the file that it is fed from: what is read stays in a
-/// second-level cache until one algorithm after another has read it there.
-class OneLane {
- public:
-  OneLane(HashAlgorithmSet algorithms, std::int64_t size)
-      : pipeline_(algorithms), buffer_(static_cast<std::size_t>(std::min(size, kPiece))) {}
+FileSnapshot fileSnapshot(const std::filesystem::path& url) { return snapshotOfPath(url); }
 
-  [[nodiscard]] std::span<std::byte> room(std::size_t wanted) const {
-    return buffer_.first(std::min(wanted, buffer_.size()));
+FileSnapshot fileSnapshot(const FileHandle& handle) { return handle.snapshot(); }
+
+/// The lanes for a file of this size: one where more are no better, which is for a small file and on one core, and
+/// where the system has no more threads.
+HashLanes lanesFor(HashAlgorithmSet algorithms, std::int64_t size) {
+  constexpr std::int64_t large = 2 << 20;    // Hashed in the time of many thread starts, whatever the algorithm.
+  constexpr std::int64_t piece = 128 << 10;  // In a second-level cache until one algorithm after another has read it.
+  const unsigned cores = size < large ? 1 : availableCores();
+  if (cores > 1) {
+    const LanePlan plan = planForCores(algorithms, measuredCosts(), cores);
+    try {
+      if (plan.lanes.size() > 1) return {plan, size, static_cast<std::size_t>(std::min(size, chunkSize))};
+    } catch (const std::system_error&) {
+    }
   }
-
-  void absorb(std::size_t count) { pipeline_.update(buffer_.first(count)); }
-
-  [[nodiscard]] DigestMap finalize() { return pipeline_.finalize(); }
-
- private:
-  static constexpr std::int64_t kPiece = 128 << 10;
-
-  HashPipeline pipeline_;
-  ReadBuffer buffer_;
-};
-
-/// Lanes for a file of this size, or none where one lane is as good: for a small file, on one core, or when the system
-/// has no more threads.
-std::unique_ptr<HashLanes> newLanes(HashAlgorithmSet algorithms, std::int64_t size) {
-  constexpr std::int64_t large = 2 << 20;  // Hashed in the time of many thread starts, whatever the algorithm.
-  if (size < large) return nullptr;
-  const unsigned cores = availableCores();
-  if (cores == 1) return nullptr;
-  const LanePlan plan = planForCores(algorithms, measuredCosts(), cores);
-  if (plan.lanes.size() == 1) return nullptr;
-  try {
-    return std::make_unique<HashLanes>(plan, size, static_cast<std::size_t>(std::min(size, chunkSize)));
-  } catch (const std::system_error&) {
-    return nullptr;
-  }
+  return {{.lanes = {algorithms}}, size, static_cast<std::size_t>(std::min(size, piece))};
 }
 
 /// Feeds `size` bytes to `lanes`, never reading past them.
-template <typename Lanes>
-void readInto(Lanes& lanes, FileHandle& handle, std::int64_t size, const std::stop_token& cancellation,
+void readInto(HashLanes& lanes, FileHandle& handle, std::int64_t size, const std::stop_token& cancellation,
               const ProgressCallback& progress) {
   const std::int64_t step = progressStep(size);
   std::int64_t due = step;
@@ -92,10 +71,6 @@ void readInto(Lanes& lanes, FileHandle& handle, std::int64_t size, const std::st
 }
 
 }  // namespace
-
-FileSnapshot fileSnapshot(const std::filesystem::path& url) { return snapshotOfPath(url); }
-
-FileSnapshot fileSnapshot(const FileHandle& handle) { return handle.snapshot(); }
 
 std::pair<FileHandle, FileSnapshot> openRegularFileForReading(const std::filesystem::path& url,
                                                               const std::stop_token& cancellation) {
@@ -152,17 +127,14 @@ std::int64_t progressStep(std::int64_t size) {
 OpenFileHashes hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
                             const std::stop_token& cancellation, const ProgressCallback& progress) {
   const std::int64_t size = initial.fileSize;
-  const auto hashWith = [&](auto&& lanes) -> OpenFileHashes {
-    const auto start = std::chrono::steady_clock::now();
-    readInto(lanes, handle, size, cancellation, progress);
-    checkCancellation(cancellation);
-    if (hasContentWithoutSize(handle, initial) || fileSnapshot(handle) != initial) {
-      fail(HashServiceError::Case::fileChangedDuringRead);
-    }
-    return {.hashes = lanes.finalize(), .start = start};
-  };
-  const std::unique_ptr<HashLanes> lanes = newLanes(algorithms, size);
-  return lanes ? hashWith(*lanes) : hashWith(OneLane(algorithms, size));
+  HashLanes lanes = lanesFor(algorithms, size);
+  const auto start = std::chrono::steady_clock::now();
+  readInto(lanes, handle, size, cancellation, progress);
+  checkCancellation(cancellation);
+  if (hasContentWithoutSize(handle, initial) || fileSnapshot(handle) != initial) {
+    fail(HashServiceError::Case::fileChangedDuringRead);
+  }
+  return {.hashes = lanes.finalize(), .start = start};
 }
 
 FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,

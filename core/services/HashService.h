@@ -5,43 +5,18 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <memory>
-#include <optional>
 #include <span>
 #include <stop_token>
 #include <utility>
-#include <vector>
 
 #include "core/base/Uuid.h"
 #include "core/digests/DigestMap.h"
 #include "core/digests/HashAlgorithm.h"
 #include "core/files/FileHandle.h"
 #include "core/files/FileSnapshot.h"
+#include "core/services/FileHashResult.h"
 
 namespace tallyfold {
-
-/// A point in time, since 1970-01-01 UTC. Seconds and nanoseconds stay apart so that no second is lost to rounding.
-struct Timestamp {
-  std::int64_t seconds = 0;
-  std::int64_t nanoseconds = 0;
-
-  bool operator==(const Timestamp&) const = default;
-};
-
-/// The digests of one stable version of one regular file.
-struct FileHashResult {
-  Uuid id;
-  std::filesystem::path url;  ///< As the caller passed it: bytes, not text.
-  std::int64_t fileSize = 0;  ///< Bytes.
-  Timestamp modifiedAt;
-  DigestMap hashes;     ///< Exactly the selected algorithms.
-  double duration = 0;  ///< Seconds, from the first read to the last check. What prepares for reading is not in it.
-
-  bool operator==(const FileHashResult&) const = default;
-};
-
-/// Results as the model and the report share them: immutable, in the order in which the files finished.
-using FileHashResults = std::vector<std::shared_ptr<const FileHashResult>>;
 
 /// Fraction done, 0 to 1. Called on the thread that does the work. Never empty.
 using ProgressCallback = std::function<void(double)>;
@@ -68,14 +43,11 @@ inline constexpr std::int64_t chunkSize = 8'388'608;
 FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,
                         const std::stop_token& cancellation, const ProgressCallback& progress);
 
-/// The same of a file that was just opened and is the version `initial`, up to what concerns its path and the clock
-/// (see `waitUntilChangesShow`): the caller looks after those. Fails with `fileChangedDuringRead` unless the file is
-/// still this version at the end. `progress` is as above, but without the 1 at the end.
+/// Calculates all `algorithms` over a file that was just opened and is the version `initial`, as `hashFile` does but
+/// for what concerns its path and the clock (see `waitUntilChangesShow`): the caller looks after those. Fails with
+/// `fileChangedDuringRead` unless the file is still this version at the end. `progress` never becomes 1.
 OpenFileHashes hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
                             const std::stop_token& cancellation, const ProgressCallback& progress);
-
-FileSnapshot fileSnapshot(const std::filesystem::path& url);
-FileSnapshot fileSnapshot(const FileHandle& handle);
 
 /// Opens a regular file, never blocking on a pipe or device, and makes sure that what was opened is what was looked at.
 /// Where the file changed so recently that its next change might not show, waits until it would.

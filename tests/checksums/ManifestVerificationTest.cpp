@@ -86,12 +86,12 @@ TEST_F(Verification, FileIsReadOncePerAlgorithmWhateverItIsCalled) {
 }
 
 TEST(ManifestFileContentIdentity, IsThatOfOneVersionOfOneFile) {
-  const auto identity = ManifestFileContentIdentity::from(FileSnapshot());
+  const auto identity = ManifestFileContentIdentity();
   FileSnapshot changed;
   for (std::uint64_t FileSnapshot::*const field : {&FileSnapshot::device, &FileSnapshot::inode}) {
     changed = {};
     changed.*field = 1;
-    EXPECT_NE(ManifestFileContentIdentity::from(changed), identity);
+    EXPECT_NE(ManifestFileContentIdentity(changed), identity);
   }
   int number = 0;
   for (std::int64_t FileSnapshot::*const field :
@@ -99,7 +99,7 @@ TEST(ManifestFileContentIdentity, IsThatOfOneVersionOfOneFile) {
         &FileSnapshot::changedSeconds, &FileSnapshot::changedNanoseconds}) {
     changed = {};
     changed.*field = 1;
-    EXPECT_NE(ManifestFileContentIdentity::from(changed), identity) << "field " << number++;
+    EXPECT_NE(ManifestFileContentIdentity(changed), identity) << "field " << number++;
   }
 }
 

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "core/files/FolderHandle.h"
+#include "core/files/SystemCalls.h"
 #include "core/services/HashService.h"
 #include "export/ManifestService.h"
 #include "tests/support/TemporaryFolder.h"

@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <vector>
 
-#include "core/files/FileHandle.h"
+#include "core/files/SystemCalls.h"
 
 namespace tallyfold::test {
 

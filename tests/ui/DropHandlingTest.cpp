@@ -10,7 +10,7 @@
 
 #include "app/shared/FileLocation.h"
 #include "app/tasks/Workers.h"
-#include "core/files/FileHandle.h"
+#include "core/files/SystemCalls.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/ThreadLimit.h"
 #include "tour/XInput.h"

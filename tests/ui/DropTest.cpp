@@ -11,7 +11,7 @@
 #include "app/shared/FileLocation.h"
 #include "app/tasks/BackgroundTask.h"
 #include "app/tasks/Workers.h"
-#include "core/files/FileHandle.h"
+#include "core/files/SystemCalls.h"
 #include "tests/support/Process.h"
 #include "tests/support/ThreadLimit.h"
 #include "tests/ui/WindowFixture.h"

@@ -5,7 +5,7 @@
 #include "app/shared/FileLocation.h"
 #include "app/tasks/Mailbox.h"
 #include "app/tasks/Workers.h"
-#include "core/files/FileHandle.h"
+#include "core/files/Paths.h"
 
 namespace tallyfold {
 

@@ -1,0 +1,56 @@
+#include "core/files/Paths.h"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <sys/stat.h>
+#include <system_error>
+
+#include "core/files/CheckedCall.h"
+
+namespace tallyfold {
+
+namespace {
+
+struct stat statusOf(const std::filesystem::path& path, int (SystemCalls::*look)(const char*, struct stat*)) {
+  const char* const name = systemPath(path);
+  struct stat status {};
+  checked([&](SystemCalls& system) { return (system.*look)(name, &status); });
+  return status;
+}
+
+}  // namespace
+
+FileSnapshot snapshotOfPath(const std::filesystem::path& path) {
+  return FileSnapshot::from(statusOf(path, &SystemCalls::stat));
+}
+
+FileSnapshot snapshotOfFolder(const std::filesystem::path& path) {
+  const struct stat status = statusOf(path, &SystemCalls::stat);
+  if (!S_ISDIR(status.st_mode)) throwSystemError(ENOTDIR);
+  return FileSnapshot::from(status);
+}
+
+Sight lookAt(const std::filesystem::path& path) noexcept try {
+  const struct stat status = statusOf(path, &SystemCalls::look);
+  return {S_ISDIR(status.st_mode),
+          S_ISREG(status.st_mode) ? std::optional<std::int64_t>(status.st_size) : std::nullopt};
+} catch (const std::system_error&) {
+  return {};
+}
+
+FileSnapshot snapshotOfItem(const std::filesystem::path& path) {
+  return FileSnapshot::from(statusOf(path, &SystemCalls::lstat));
+}
+
+std::optional<std::string> targetOfLink(const std::string& path) {
+  const char* const name = systemPath(path);
+  std::array<char, PATH_MAX> target{};
+  const ssize_t length = checked([&](SystemCalls& system) -> ssize_t {
+    const ssize_t result = system.readlink(name, target.data(), target.size());
+    return result < 0 && errno == EINVAL ? 0 : result;  // Not a link. No link has an empty target.
+  });
+  return length > 0 ? std::optional(std::string(target.data(), static_cast<std::size_t>(length))) : std::nullopt;
+}
+
+}  // namespace tallyfold

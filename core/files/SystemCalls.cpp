@@ -1,0 +1,95 @@
+#include "core/files/SystemCalls.h"
+
+#include <atomic>
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#ifdef SYS_openat2
+#include <linux/openat2.h>
+#endif
+
+namespace tallyfold {
+
+namespace {
+
+std::atomic<SystemCalls*> replacement = nullptr;
+
+}  // namespace
+
+int SystemCalls::open(const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); }
+int SystemCalls::close(int descriptor) { return ::close(descriptor); }
+ssize_t SystemCalls::read(int descriptor, void* bytes, std::size_t count) { return ::read(descriptor, bytes, count); }
+ssize_t SystemCalls::write(int descriptor, const void* bytes, std::size_t count) {
+  return ::write(descriptor, bytes, count);
+}
+int SystemCalls::fsync(int descriptor) { return ::fsync(descriptor); }
+int SystemCalls::fstat(int descriptor, struct stat* status) { return ::fstat(descriptor, status); }
+int SystemCalls::stat(const char* path, struct stat* status) { return ::stat(path, status); }
+int SystemCalls::look(const char* path, struct stat* status) { return ::stat(path, status); }
+int SystemCalls::lstat(const char* path, struct stat* status) { return ::lstat(path, status); }
+int SystemCalls::willNeed(int descriptor, off_t offset, off_t count) {
+#if defined(POSIX_FADV_WILLNEED) && defined(RWF_NOWAIT)
+  // The kernel would look for every page. Where the last one is in memory, so are most likely all.
+  std::byte last{};
+  const iovec room{&last, 1};
+  if (::preadv2(descriptor, &room, 1, offset + count - 1, RWF_NOWAIT) == 1) return 0;
+  return posix_fadvise(descriptor, offset, count, POSIX_FADV_WILLNEED);
+#else
+  return 0;
+#endif
+}
+ssize_t SystemCalls::readlink(const char* path, char* bytes, std::size_t count) {
+  return ::readlink(path, bytes, count);
+}
+int SystemCalls::openat(int folder, const char* path, int flags, mode_t mode) {
+  return ::openat(folder, path, flags, mode);
+}
+int SystemCalls::fstatat(int folder, const char* path, struct stat* status, int flags) {
+  return ::fstatat(folder, path, status, flags);
+}
+int SystemCalls::openat2([[maybe_unused]] int folder, [[maybe_unused]] const char* path, [[maybe_unused]] int flags,
+                         [[maybe_unused]] std::uint64_t resolve) {
+#ifdef SYS_openat2
+  open_how how{.flags = static_cast<std::uint64_t>(flags), .mode = 0, .resolve = resolve};
+  return static_cast<int>(::syscall(SYS_openat2, folder, path, &how, sizeof how));
+#else
+  errno = ENOSYS;
+  return -1;
+#endif
+}
+
+int SystemCalls::renameat(int folder, const char* name, int newFolder, const char* newName) {
+  return ::renameat(folder, name, newFolder, newName);
+}
+int SystemCalls::mkdirat(int folder, const char* name, mode_t mode) { return ::mkdirat(folder, name, mode); }
+int SystemCalls::unlinkat(int folder, const char* name, int flags) { return ::unlinkat(folder, name, flags); }
+int SystemCalls::flock(int descriptor, int operation) { return ::flock(descriptor, operation); }
+ssize_t SystemCalls::getdents(int folder, void* entries, std::size_t count) {
+  return ::getdents64(folder, entries, count);
+}
+int SystemCalls::fchmod(int descriptor, mode_t mode) { return ::fchmod(descriptor, mode); }
+int SystemCalls::fchown(int descriptor, uid_t owner, gid_t group) { return ::fchown(descriptor, owner, group); }
+ssize_t SystemCalls::fgetxattr(int descriptor, const char* name, void* value, std::size_t count) {
+  return ::fgetxattr(descriptor, name, value, count);
+}
+int SystemCalls::fsetxattr(int descriptor, const char* name, const void* value, std::size_t count) {
+  return ::fsetxattr(descriptor, name, value, count, 0);
+}
+int SystemCalls::fremovexattr(int descriptor, const char* name) { return ::fremovexattr(descriptor, name); }
+
+SystemCalls& SystemCalls::current() {
+  static SystemCalls real;
+  SystemCalls* const calls = replacement.load(std::memory_order_acquire);
+  return calls != nullptr ? *calls : real;
+}
+
+void SystemCalls::replace(SystemCalls* calls) { replacement.store(calls, std::memory_order_release); }
+
+}  // namespace tallyfold
