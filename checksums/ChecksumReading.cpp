@@ -40,9 +40,6 @@ namespace {
 
 [[noreturn]] void fail(ManifestReadError::Case reason) { throw ManifestReadError(reason); }
 
-constexpr bool isHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
-constexpr bool isLowSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
-
 char16_t unitOf(char first, char second, std::endian order) {
   const auto a = static_cast<unsigned char>(first);
   const auto b = static_cast<unsigned char>(second);
@@ -141,9 +138,7 @@ class Parser {
   void parse(std::u16string_view line) {
     countLine();
     if (!isValidUTF16(line)) fail(ManifestReadError::Case::unsupportedEncoding);
-    converted_.clear();
-    appendUTF8(line, converted_);
-    process(converted_);
+    process(utf8Of(line, converted_));
   }
 
   ParseResult takeResult() { return std::move(result_); }

@@ -5,7 +5,8 @@
 #include <chrono>
 #include <cstdio>
 #include <string_view>
-#include <unicode/unistr.h>
+
+#include "core/text/UnicodeText.h"
 
 namespace tallyfold {
 
@@ -103,12 +104,6 @@ void ManifestRecord::appendJson(std::string& text) const {
   text.append("    \"sizeBytes\" : ").append(std::to_string(sizeBytes)).append("\n  }");
 }
 
-std::string reportedPath(const std::filesystem::path& path) {
-  const std::string& bytes = path.native();
-  if (std::ranges::all_of(bytes, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; })) return bytes;
-
-  std::string text;
-  return icu::UnicodeString::fromUTF8(bytes).toUTF8String(text);
-}
+std::string reportedPath(const std::filesystem::path& path) { return wellFormedUTF8(path.native()); }
 
 }  // namespace tallyfold

@@ -1,93 +1,27 @@
 #include "core/services/TextHashing.h"
 
 #include <algorithm>
-#include <memory>
 #include <span>
+#include <string>
 
 #include "core/digests/HashPipeline.h"
 #include "core/services/HashService.h"
+#include "core/text/UnicodeText.h"
 
 namespace tallyfold::HashService {
 
 namespace {
 
-constexpr bool isHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
-constexpr bool isLowSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
+/// So many units are made UTF-8 and hashed at a time that all of it stays in the processor's own cache.
+constexpr std::size_t kUnitsPerSlice = 32'768;
+static_assert(3 * kUnitsPerSlice <= textSliceSize);
 
-/// The character at `position`, which moves behind it.
-char32_t nextCharacter(std::u16string_view text, std::size_t& position) {
-  const char16_t unit = text[position++];
-  if (!isHighSurrogate(unit) && !isLowSurrogate(unit)) return unit;
-  const bool isPair = isHighSurrogate(unit) && position < text.size() && isLowSurrogate(text[position]);
-  if (!isPair) return U'\uFFFD';
-  return 0x10000U + ((unit & 0x3FFU) << 10) + (text[position++] & 0x3FFU);
+/// The start of `text`, which ends within no pair of surrogates.
+std::u16string_view firstSlice(std::u16string_view text) {
+  std::size_t size = std::min(text.size(), kUnitsPerSlice);
+  if (size < text.size() && isHighSurrogate(text[size - 1]) && isLowSurrogate(text[size])) --size;
+  return text.substr(0, size);
 }
-
-/// Makes UTF-8 of UTF-16 and feeds it to a pipeline, in slices that may end within a character.
-class Transcoder {
- public:
-  Transcoder(HashPipeline& pipeline, const std::stop_token& cancellation, std::size_t capacity)
-      : pipeline_(pipeline),
-        cancellation_(cancellation),
-        capacity_(capacity),
-        slice_(std::make_unique_for_overwrite<std::byte[]>(capacity)) {}
-
-  /// Takes all of a text and returns how many bytes it had.
-  std::int64_t absorb(std::u16string_view text) {
-    for (std::size_t position = 0; position < text.size();) {
-      position += absorbASCII(text.substr(position));
-      if (position < text.size()) absorb(nextCharacter(text, position));
-    }
-    flush();
-    return byteCount_;
-  }
-
- private:
-  /// Takes the ASCII at the start of `text`, no more than there is room for, and returns how much that was.
-  std::size_t absorbASCII(std::u16string_view text) {
-    const std::size_t most = std::min(text.size(), capacity_ - filled_);
-    std::byte* const end = slice_.get() + filled_;
-    std::size_t count = 0;
-    for (; count < most && text[count] < 0x80; ++count) end[count] = static_cast<std::byte>(text[count]);
-    filled_ += count;
-    if (filled_ == capacity_) flush();
-    return count;
-  }
-
-  void absorb(char32_t character) {
-    if (character < 0x80) return put(character);
-    if (character < 0x800) {
-      put(0xC0 | character >> 6);
-    } else if (character < 0x10000) {
-      put(0xE0 | character >> 12);
-      put(0x80 | (character >> 6 & 0x3F));
-    } else {
-      put(0xF0 | character >> 18);
-      put(0x80 | (character >> 12 & 0x3F));
-      put(0x80 | (character >> 6 & 0x3F));
-    }
-    put(0x80 | (character & 0x3F));
-  }
-
-  void put(char32_t byte) {
-    slice_[filled_++] = static_cast<std::byte>(byte);
-    if (filled_ == capacity_) flush();
-  }
-
-  void flush() {
-    checkCancellation(cancellation_);
-    pipeline_.update(std::span(slice_.get(), filled_));
-    byteCount_ += static_cast<std::int64_t>(filled_);
-    filled_ = 0;
-  }
-
-  HashPipeline& pipeline_;
-  const std::stop_token& cancellation_;
-  std::size_t capacity_;
-  std::unique_ptr<std::byte[]> slice_;
-  std::size_t filled_ = 0;
-  std::int64_t byteCount_ = 0;
-};
 
 }  // namespace
 
@@ -109,9 +43,16 @@ TextHashComputation hashTextCancellableWithByteCount(std::u16string_view text, H
                                                      const std::stop_token& cancellation) {
   checkCancellation(cancellation);
   HashPipeline pipeline(algorithms);
-  constexpr std::size_t mostBytesPerUnit = 3;
-  const std::size_t capacity = std::min(std::min(text.size(), textSliceSize) * mostBytesPerUnit, textSliceSize);
-  const std::int64_t byteCount = Transcoder(pipeline, cancellation, capacity).absorb(text);
+  std::string storage;
+  std::int64_t byteCount = 0;
+  while (!text.empty()) {
+    const std::u16string_view slice = firstSlice(text);
+    text.remove_prefix(slice.size());
+    const std::string_view utf8 = utf8Of(slice, storage);
+    checkCancellation(cancellation);
+    pipeline.update(std::as_bytes(std::span(utf8)));
+    byteCount += std::ssize(utf8);
+  }
   checkCancellation(cancellation);
   return {.hashes = pipeline.finalize(), .utf8ByteCount = byteCount};
 }

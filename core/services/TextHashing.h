@@ -23,20 +23,19 @@ namespace HashService {
 /// Bytes of text hashed, and at most held, between two looks at the cancellation.
 inline constexpr std::size_t textSliceSize = 1'048'576;
 
-/// Calculates all `algorithms` in one pass over the UTF-8 of `text`: nothing is trimmed, normalised or added, and line
-/// breaks stay as they are. Fails with HashServiceError::Case::noAlgorithms, as creating a HashPipeline does, or with
-/// CancellationError; there is never a partial result.
-///
-/// This one takes UTF-8 and hashes it where it is, as it is, well-formed or not.
+/// Calculates all `algorithms` in one pass over a text in UTF-8, where it is, as it is, well-formed or not: nothing is
+/// trimmed, normalised or added, and line breaks stay as they are. Fails with HashServiceError::Case::noAlgorithms, as
+/// creating a HashPipeline does, or with CancellationError; there is never a partial result.
 TextHashComputation hashTextCancellableWithByteCount(std::string_view text, HashAlgorithmSet algorithms,
                                                      const std::stop_token& cancellation);
 
-/// This one takes UTF-16, which passes through one buffer of at most a slice. A surrogate without its partner has no
-/// UTF-8: it is hashed as U+FFFD, the replacement character, as the toolkit itself writes it to a file.
+/// Calculates all `algorithms` over the UTF-8 of a text in UTF-16, which passes through one buffer of at most a slice.
+/// A surrogate without its partner has no UTF-8: it is hashed as U+FFFD, the replacement character, as the toolkit
+/// itself writes it to a file. Failures are those of hashing UTF-8.
 TextHashComputation hashTextCancellableWithByteCount(std::u16string_view text, HashAlgorithmSet algorithms,
                                                      const std::stop_token& cancellation);
 
-/// How many bytes the function above hashes, without hashing: quick enough for every key that is typed.
+/// How many bytes a text in UTF-16 has in UTF-8, without hashing them: quick enough for every key that is typed.
 std::int64_t utf8ByteCount(std::u16string_view text);
 
 }  // namespace HashService

@@ -10,7 +10,7 @@
 #include <unicode/casemap.h>
 #include <unicode/stringpiece.h>
 #include <unicode/uchar.h>
-#include <unicode/utf16.h>
+#include <unicode/ustring.h>
 #include <unicode/utf8.h>
 
 namespace tallyfold {
@@ -29,19 +29,6 @@ UChar32 nextCharacter(std::string_view text, std::size_t& position) {
   return character;
 }
 
-/// The same for well-formed UTF-16.
-UChar32 nextCharacter(std::u16string_view text, std::size_t& position) {
-  UChar32 character = 0;
-  U16_NEXT_UNSAFE(text.data(), position, character);
-  return character;
-}
-
-void appendCharacter(std::string& result, UChar32 character) {
-  std::array<char, U8_MAX_LENGTH> bytes{};
-  std::size_t length = 0;
-  U8_APPEND_UNSAFE(bytes.data(), length, character);
-  result.append(bytes.data(), length);
-}
 #pragma GCC diagnostic pop
 
 /// How many bytes at the start of `text` are ASCII, up to a few that are not counted.
@@ -52,6 +39,28 @@ std::size_t mostOfASCIIPrefix(std::string_view text) {
     if ((word & 0x8080'8080'8080'8080) != 0) break;
   }
   return count;
+}
+
+bool isASCII(std::string_view text) {
+  text.remove_prefix(mostOfASCIIPrefix(text));
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+/// Without branches, so that compilers make vector code of it.
+bool isASCII(std::u16string_view text) {
+  char16_t allBits = 0;
+  for (const char16_t unit : text) allBits |= unit;
+  return allBits < 0x80;
+}
+
+/// How many units at the start of `text` are blocks of which each, or none, is ASCII alone.
+std::size_t lengthOfBlocks(std::u16string_view text, bool areASCII) {
+  constexpr std::size_t blockSize = 64;
+  std::size_t length = 0;
+  while (length < text.size() && isASCII(text.substr(length, blockSize)) == areASCII) {
+    length += std::min(blockSize, text.size() - length);
+  }
+  return length;
 }
 
 /// The character that ends at `position`, which moves before it; negative for bytes that are not UTF-8.
@@ -113,11 +122,6 @@ std::string mapped(std::string_view text, Mapping mapping) {
 
 }  // namespace
 
-bool isASCII(std::string_view text) {
-  text.remove_prefix(mostOfASCIIPrefix(text));
-  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
 bool isValidUTF8(std::string_view text) {
   for (text.remove_prefix(mostOfASCIIPrefix(text)); !text.empty(); text.remove_prefix(mostOfASCIIPrefix(text))) {
     std::size_t position = 0;
@@ -127,24 +131,36 @@ bool isValidUTF8(std::string_view text) {
   return true;
 }
 
-void appendUTF8(std::u16string_view text, std::string& result) {
+std::string wellFormedUTF8(std::string_view text) {
+  if (isValidUTF8(text)) return std::string(text);
+  std::string result;
   for (std::size_t position = 0; position < text.size();) {
-    // Without branches, so that compilers make vector code of it.
-    constexpr std::size_t blockSize = 64;
-    const std::u16string_view block = text.substr(position, blockSize);
-    char16_t allBits = 0;
-    for (const char16_t unit : block) allBits |= unit;
-    if (allBits < 0x80) {
-      const std::size_t start = result.size();
-      result.resize(start + block.size());
-      for (std::size_t i = 0; i < block.size(); ++i) result[start + i] = static_cast<char>(block[i]);
-      position += block.size();
-    } else {
-      for (const std::size_t end = position + block.size(); position < end;) {
-        appendCharacter(result, nextCharacter(text, position));
-      }
-    }
+    const std::size_t start = position;
+    result += nextCharacter(text, position) >= 0 ? text.substr(start, position - start) : "\uFFFD";
   }
+  return result;
+}
+
+std::string_view utf8Of(std::u16string_view text, std::string& storage) {
+  constexpr std::size_t mostBytesPerUnit = 3;
+  storage.resize(std::max(storage.size(), mostBytesPerUnit * text.size()));
+  char* end = storage.data();
+  // No pair is cut: both its halves are beyond ASCII, and so are the blocks that they are in.
+  while (!text.empty()) {
+    const std::size_t ofASCII = lengthOfBlocks(text, true);
+    for (std::size_t i = 0; i < ofASCII; ++i) end[i] = static_cast<char>(text[i]);
+    end += ofASCII;
+    text.remove_prefix(ofASCII);
+
+    const auto others = static_cast<std::int32_t>(lengthOfBlocks(text, false));
+    std::int32_t written = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strToUTF8WithSub(end, others * static_cast<std::int32_t>(mostBytesPerUnit), &written, text.data(), others, 0xFFFD,
+                       nullptr, &status);
+    end += written;
+    text.remove_prefix(static_cast<std::size_t>(others));
+  }
+  return {storage.data(), end};
 }
 
 std::string lowerCased(std::string_view text) {
@@ -168,14 +184,6 @@ std::string_view trimmed(std::string_view text) {
 std::string_view trimmedAtEnd(std::string_view text) { return trimmedAtEnd(text, isWhiteSpace); }
 
 std::string_view trimmedOfBlanks(std::string_view text) { return trimmedAtEnd(trimmedAtStart(text, isBlank), isBlank); }
-
-std::size_t findWhiteSpace(std::string_view text) {
-  for (std::size_t position = 0; position < text.size();) {
-    const std::size_t start = position;
-    if (isWhiteSpace(nextCharacter(text, position))) return start;
-  }
-  return std::string_view::npos;
-}
 
 std::size_t findBehindLastWhiteSpace(std::string_view text) {
   std::size_t start = text.size();

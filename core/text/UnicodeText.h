@@ -6,13 +6,18 @@
 
 namespace tallyfold {
 
-bool isASCII(std::string_view text);
-
 /// Whether `text` is well-formed UTF-8: no surrogates, nothing overlong, nothing cut off.
 bool isValidUTF8(std::string_view text);
 
-/// Appends well-formed UTF-16 to `result` as UTF-8.
-void appendUTF8(std::u16string_view text, std::string& result);
+/// `text` with U+FFFD in the place of each ill-formed sequence (a maximal subpart, Unicode 15 chapter 3.9).
+std::string wellFormedUTF8(std::string_view text);
+
+constexpr bool isHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
+constexpr bool isLowSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
+
+/// UTF-16 text, of at most 2^28 units, as UTF-8, with U+FFFD for each surrogate without its partner. The result is a
+/// view of `storage`, which grows to three bytes for each unit and never shrinks: it is valid until `storage` changes.
+std::string_view utf8Of(std::u16string_view text, std::string& storage);
 
 /// UTF-8 text in the case mapping of the Unicode standard, the same in every locale. Bytes that are not well-formed
 /// UTF-8 stay as they are.
@@ -26,9 +31,6 @@ std::string upperCased(std::string_view text);
 std::string_view trimmed(std::string_view text);
 std::string_view trimmedAtEnd(std::string_view text);
 std::string_view trimmedOfBlanks(std::string_view text);
-
-/// Where the first white space of `text` begins, or npos.
-std::size_t findWhiteSpace(std::string_view text);
 
 /// Where the part of `text` that follows its last white space begins: 0 when there is none, the size at its end.
 std::size_t findBehindLastWhiteSpace(std::string_view text);
