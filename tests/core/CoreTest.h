@@ -12,6 +12,7 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <random>
@@ -56,7 +57,8 @@ inline std::vector<std::string> digestsByOthers(HashAlgorithm algorithm,
       "md5sum", "sha1sum", "sha224sum", "sha256sum", "sha384sum", "sha512sum", "b3sum", "crc32",
   };
   static_assert(!programs.back().empty(), "Every algorithm has one.");
-  std::vector<std::string> command{std::string(programs[algorithm])};
+  std::istringstream words{std::string(programs[algorithm])};
+  std::vector<std::string> command{std::istream_iterator<std::string>(words), {}};
   command.insert(command.end(), files.begin(), files.end());
   std::istringstream lines(outputOf(command));
   std::vector<std::string> digests;
