@@ -18,7 +18,6 @@ Item {
     property string description
     // What it is called where its text alone would not say which of several it is.
     property string accessibleName: text
-    readonly property bool hasFocus: control.activeFocus
     readonly property color foreground: isProminent ? TallyTheme.inkOnAccent : isBorderless ? TallyTheme.secondary : TallyTheme.primary
 
     signal clicked
@@ -90,7 +89,7 @@ Item {
 
                     sourceComponent: TFIcon {
                         name: "chevron.down"
-                        size: 12
+                        size: TallyTheme.chevronSize
                         color: root.foreground
                     }
                 }
@@ -108,7 +107,7 @@ Item {
                     return TallyTheme.raised;
                 return root.isBorderless ? "transparent" : TallyTheme.surface;
             }
-            border.width: root.isProminent || root.isBorderless ? 0 : 1
+            border.width: root.isProminent || root.isBorderless ? 0 : TallyTheme.lineWidth
             border.color: TallyTheme.hairline
 
             Behavior on color  {

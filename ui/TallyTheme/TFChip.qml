@@ -51,7 +51,7 @@ Item {
                 TFIcon {
                     anchors.verticalCenter: parent.verticalCenter
                     name: root.checked ? "checkmark" : "plus"
-                    size: 11
+                    size: TallyTheme.markSize
                     color: root.checked ? TallyTheme.accent : TallyTheme.tertiary
                 }
 

@@ -8,14 +8,14 @@ T.Popup {
     id: alert
 
     property string message
-    // Had the keyboard, and gets it back.
+    // What had the focus, and gets it back.
     property Item opener
 
     signal dismissed
 
     parent: T.Overlay.overlay
     anchors.centerIn: parent
-    width: Math.min(420 * TallyTheme.textScale, (parent ? parent.width : 420) - TallyTheme.space8)
+    width: Math.min(TallyTheme.alertWidth, (parent ? parent.width : TallyTheme.alertWidth) - TallyTheme.space8)
     implicitHeight: contentItem.implicitHeight + 2 * padding
     padding: TallyTheme.space6
     modal: true
@@ -44,7 +44,7 @@ T.Popup {
             TFIcon {
                 anchors.verticalCenter: parent.verticalCenter
                 name: "exclamationmark.triangle.fill"
-                size: 20
+                size: TallyTheme.titleIconSize
                 color: TallyTheme.bad
             }
 
@@ -73,7 +73,7 @@ T.Popup {
 
             objectName: "alertOk"
             anchors.right: parent.right
-            width: 88
+            width: TallyTheme.alertButtonWidth
             text: qsTr("OK")
             isProminent: true
             onClicked: alert.close()

@@ -33,14 +33,14 @@ TFGlassCard {
         x: TallyTheme.space4
         anchors.verticalCenter: parent.verticalCenter
         name: root.isEmpty ? "arrow.down.doc" : root.icon
-        size: 24
+        size: TallyTheme.cardIconSize
         color: root.isTargeted ? TallyTheme.accent : TallyTheme.secondary
     }
 
     Column {
         id: content
 
-        spacing: 2
+        spacing: TallyTheme.space0
 
         anchors {
             left: icon.right
@@ -84,7 +84,7 @@ TFGlassCard {
             font.pixelSize: TallyTheme.captionSize
         }
 
-        TFText {
+        TFStaticText {
             objectName: "fileFacts"
             width: parent.width
             visible: text !== ""
@@ -92,8 +92,6 @@ TFGlassCard {
             color: TallyTheme.secondary
             elide: Text.ElideRight
             font.pixelSize: TallyTheme.captionSize
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
     }
 
@@ -138,7 +136,7 @@ TFGlassCard {
         text: root.proposal.name ?? ""
         elide: Text.ElideMiddle
         // The fixed words beside it come first.
-        elideWidth: Math.min(96 * TallyTheme.textScale, root.width * 0.17)
+        elideWidth: Math.min(TallyTheme.proposalWidth, root.width * TallyTheme.proposalShare)
         font.pixelSize: TallyTheme.bodySize
     }
 }

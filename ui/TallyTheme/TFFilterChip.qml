@@ -9,7 +9,7 @@ T.RadioButton {
 
     property int figure
     property bool isChosen: false
-    // Of the figure, where it is not 0.
+    // The colour of the figure, where it is not 0.
     property color tone: TallyTheme.secondary
 
     signal chosen
@@ -58,7 +58,7 @@ T.RadioButton {
 
         TFFocusRing {
             visible: control.visualFocus
-            inset: -3
+            inset: TallyTheme.chipRing
         }
     }
 }

@@ -1,9 +1,9 @@
 import QtQuick
 import TallyFold
 
-// Shows, around its parent, that the keyboard is there.
+// Shows, around its parent, that the focus is there.
 Rectangle {
-    property int inset: -4
+    property int inset: TallyTheme.ring
 
     anchors.fill: parent
     anchors.margins: inset
@@ -11,7 +11,7 @@ Rectangle {
     color: "transparent"
 
     border {
-        width: 2
+        width: TallyTheme.focusWidth
         color: TallyTheme.accent
     }
 }

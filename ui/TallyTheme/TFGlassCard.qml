@@ -7,7 +7,7 @@ Rectangle {
 
     radius: TallyTheme.cardRadius
     color: isTargeted ? TallyTheme.accentTint : TallyTheme.surface
-    border.width: isTargeted ? 2 : 1
+    border.width: isTargeted ? TallyTheme.focusWidth : TallyTheme.lineWidth
     border.color: isTargeted ? TallyTheme.accent : TallyTheme.hairline
 
     Behavior on color  {

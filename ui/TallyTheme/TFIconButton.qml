@@ -39,7 +39,7 @@ Item {
             TFIcon {
                 anchors.centerIn: parent
                 name: root.icon
-                size: 14
+                size: TallyTheme.smallIconSize
                 color: control.hovered ? TallyTheme.primary : TallyTheme.tertiary
             }
         }
@@ -53,7 +53,7 @@ Item {
                 active: control.visualFocus
 
                 sourceComponent: TFFocusRing {
-                    inset: -2
+                    inset: TallyTheme.tightRing
                 }
             }
         }

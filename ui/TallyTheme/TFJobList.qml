@@ -6,10 +6,10 @@ import TallyFold
 ListView {
     id: list
 
-    // Of a row at the least: a page is as many of them as are seen at once.
+    // The least height of a row: a page is as many of them as are seen at once.
     required property int lineHeight
     required property TFMenu menu
-    // Whether Delete means the selected row.
+    // Delete means the selected row.
     property bool hasRemovableRows: false
 
     // What Ctrl+C and Delete ask of the selected row, wherever on the screen the focus is.

@@ -6,15 +6,15 @@ import TallyFold
 T.Menu {
     id: menu
 
-    // Had the keyboard, and gets it back, with the ring if it had one.
+    // What had the focus, and gets it back, with the ring if it had one.
     property Item opener
     property int returnReason: Qt.PopupFocusReason
 
-    implicitWidth: 320 * TallyTheme.textScale
+    implicitWidth: TallyTheme.wideMenuWidth
     implicitHeight: contentItem.implicitHeight + topPadding + bottomPadding
     padding: TallyTheme.space1
     margins: TallyTheme.space2
-    overlap: 1
+    overlap: TallyTheme.lineWidth
     delegate: TFMenuItem {
     }
     onAboutToShow: {

@@ -55,7 +55,7 @@ T.MenuItem {
     background: Rectangle {
         radius: TallyTheme.controlRadius
         color: item.down ? TallyTheme.pressed : item.highlighted ? TallyTheme.raised : "transparent"
-        border.width: item.highlighted ? 1 : 0
+        border.width: item.highlighted ? TallyTheme.lineWidth : 0
         border.color: TallyTheme.accentEdge
     }
 }

@@ -5,8 +5,8 @@ import TallyFold
 T.ProgressBar {
     id: control
 
-    implicitWidth: 160
-    implicitHeight: 6
+    implicitWidth: TallyTheme.progressWidth
+    implicitHeight: TallyTheme.progressHeight
     Accessible.role: Accessible.ProgressBar
     // Screen readers get no value of a progress bar from the toolkit.
     Accessible.description: Math.floor(position * 100) + "%"

@@ -5,14 +5,14 @@ import TallyFold
 T.ScrollBar {
     id: control
 
-    implicitWidth: 12
-    padding: 3
-    minimumSize: 0.06
+    implicitWidth: TallyTheme.space3
+    padding: TallyTheme.scrollPadding
+    minimumSize: TallyTheme.leastScrollShare
     visible: size < 1
     Accessible.ignored: true
 
     contentItem: Rectangle {
         radius: width / 2
-        color: control.pressed ? TallyTheme.tertiary : control.hovered ? Qt.alpha(TallyTheme.tertiary, 0.8) : Qt.alpha(TallyTheme.tertiary, 0.45)
+        color: control.pressed ? TallyTheme.tertiary : control.hovered ? TallyTheme.scrollHover : TallyTheme.scrollRest
     }
 }

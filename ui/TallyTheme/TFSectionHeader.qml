@@ -20,12 +20,10 @@ Column {
         Accessible.name: text
     }
 
-    TFText {
+    TFStaticText {
         width: root.width
         text: root.subtitle
         color: TallyTheme.secondary
         elide: Text.ElideRight
-        Accessible.role: Accessible.StaticText
-        Accessible.name: text
     }
 }

@@ -11,7 +11,7 @@ Item {
     property int mark: -1
     // Room is kept for so many digits while they are not known yet.
     property int expectedLength: 0
-    property alias activatesOnTab: edit.activeFocusOnTab
+    property bool isTabStop: false
     readonly property int groupsPerLine: Math.max(1, Math.floor(width / grouping.groupWidth))
     // Wider lines than those of 64 digits are hard to follow.
     readonly property int fullWidth: Math.ceil(8 * grouping.groupWidth) + 1
@@ -31,6 +31,8 @@ Item {
         text: root.text
         textFormat: TextEdit.PlainText
         readOnly: true
+        // The toolkit takes no stop away from under the focus.
+        activeFocusOnTab: root.isTabStop || activeFocus
         selectByMouse: true
         persistentSelection: false
         wrapMode: TextEdit.WrapAnywhere
@@ -46,7 +48,7 @@ Item {
             hintingPreference: Font.PreferNoHinting
         }
 
-        ShortcutPassage {
+        TextKeys {
             target: edit
         }
 

@@ -14,7 +14,7 @@ T.ToolTip {
     }
     implicitHeight: contentItem.implicitHeight + topPadding + bottomPadding
     horizontalPadding: TallyTheme.space2
-    verticalPadding: TallyTheme.space1 + 2
+    verticalPadding: TallyTheme.rowMargin
     margins: TallyTheme.space2
     delay: TallyTheme.tipDelay
     closePolicy: T.Popup.NoAutoClose

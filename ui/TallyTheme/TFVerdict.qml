@@ -16,7 +16,7 @@ Rectangle {
     default property alias details: column.data
     readonly property color tone: isPending ? TallyTheme.primary : outcome === Outcome.AllWell ? TallyTheme.good : outcome === Outcome.SomeFailed ? TallyTheme.bad : TallyTheme.caution
 
-    implicitHeight: Math.max(72, column.implicitHeight + 2 * TallyTheme.space4)
+    implicitHeight: Math.max(TallyTheme.verdictHeight, column.implicitHeight + 2 * TallyTheme.space4)
     radius: TallyTheme.cardRadius
     color: isPending ? TallyTheme.surface : TallyTheme.tint(tone)
     border.color: isPending ? TallyTheme.hairline : TallyTheme.edge(tone)
@@ -29,14 +29,14 @@ Rectangle {
         x: TallyTheme.space4
         y: TallyTheme.space4
         name: root.icon
-        size: 40
+        size: TallyTheme.verdictIconSize
         visible: !root.isBusy
         color: root.isPending ? TallyTheme.tertiary : root.tone
     }
 
     TFSpinner {
         anchors.centerIn: icon
-        size: 32
+        size: TallyTheme.largeIconSize
         visible: root.isBusy
     }
 

@@ -7,6 +7,9 @@ QtObject {
     readonly property color backgroundTop: "#171C2B"
     readonly property color backgroundBottom: "#0B0E16"
     readonly property color panel: "#1E2434"
+    // Fields and buttons of the panels that the toolkit draws itself.
+    readonly property color panelField: "#10141F"
+    readonly property color panelButton: "#242A3B"
 
     readonly property color surface: Qt.rgba(1, 1, 1, 0.05)
     readonly property color raised: Qt.rgba(1, 1, 1, 0.08)
@@ -28,8 +31,12 @@ QtObject {
     readonly property color good: "#5FDC94"
     readonly property color bad: "#FF8A8A"
     readonly property color caution: "#F5C15D"
+    readonly property color scrollHover: Qt.alpha(tertiary, 0.8)
+    readonly property color scrollRest: Qt.alpha(tertiary, 0.45)
     readonly property color scrim: Qt.rgba(0.02, 0.03, 0.05, 0.6)
 
+    // Only between lines that belong together.
+    readonly property int space0: 2
     readonly property int space1: 4
     readonly property int space2: 8
     readonly property int space3: 12
@@ -38,8 +45,20 @@ QtObject {
     readonly property int space6: 24
     readonly property int space8: 32
 
+    // Between the edge of a list, a chip or a tip and what is in it.
+    readonly property int rowMargin: space0 + space1
+    readonly property int chipSpacing: space0 + space1
+    readonly property int modePadding: 5
+    readonly property int aboutSpacing: 10
+    readonly property int scrollPadding: 3
+
     readonly property int lineWidth: 1
-    // Of the bar beside a selected row.
+    readonly property int focusWidth: 2
+    // How far a focus ring is inside its control: negative, as it is around it.
+    readonly property int ring: -4
+    readonly property int chipRing: -3
+    readonly property int tightRing: -2
+    // The bar beside a selected row.
     readonly property int selectionWidth: 3
 
     readonly property int cardRadius: 14
@@ -58,10 +77,68 @@ QtObject {
     readonly property int controlHeight: Math.round(32 * textScale)
     readonly property int smallControlHeight: Math.round(28 * textScale)
     readonly property int rowHeight: Math.round(48 * textScale)
-    // Of a long list whose rows are one line each.
+    // The height of rows that are one line each.
     readonly property int listRowHeight: Math.round(34 * textScale)
+    readonly property int markSize: 11
+    readonly property int chevronSize: 12
+    readonly property int smallIconSize: 14
     readonly property int iconSize: 16
+    readonly property int titleIconSize: 20
+    readonly property int cardIconSize: 24
+    readonly property int largeIconSize: 32
+    readonly property int verdictIconSize: 40
+    readonly property int progressWidth: 160
+    readonly property int progressHeight: 6
+    readonly property real leastScrollShare: 0.06
+
+    // Extents of the window, its parts and its panels.
+    readonly property int leastHeight: 520
+    readonly property int leastScreenWidth: 720
+    readonly property int leastSidebarWidth: 165
+    readonly property int sidebarWidth: 190
+    // A narrower window has its sidebar at the least width.
+    readonly property int narrowWidth: 900
+    // A lower screen saves height.
+    readonly property int shortHeight: 600
+    readonly property int aboutWidth: 420
+    readonly property real alertWidth: 420 * textScale
+    readonly property int alertButtonWidth: 88
+
+    // Extents of cards, banners and fields.
+    readonly property int dropCardHeight: Math.round(168 * textScale)
+    readonly property real fileCardHeight: 120 * textScale
+    readonly property real listCardHeight: 92 * textScale
+    readonly property int verdictHeight: 72
+    readonly property real listVerdictHeight: 80 * textScale
+    readonly property real fieldHeight: 76 * textScale
+    // The width of a screen that is one column.
+    readonly property real columnWidth: 744 * textScale
+    // What the checksums take of the height of the Text screen, at the most.
+    readonly property real checksumsShare: 0.58
+    readonly property real proposalWidth: 96 * textScale
+    readonly property real proposalShare: 0.17
+
     readonly property real runButtonWidth: 112 * textScale
+    readonly property real menuWidth: 200 * textScale
+    readonly property real listMenuWidth: 220 * textScale
+    readonly property real algorithmMenuWidth: 160 * textScale
+    readonly property real shortMenuWidth: 140 * textScale
+    readonly property real wideMenuWidth: 320 * textScale
+
+    // Columns, each as wide as the longest of the words that come into it.
+    readonly property real percentWidth: 36 * textScale
+    readonly property real algorithmWidth: 58 * textScale
+    readonly property real listAlgorithmWidth: 56 * textScale
+    readonly property real listStatusWidth: 64 * textScale
+    readonly property real chipColumnWidth: 88 * textScale
+    readonly property real classificationWidth: 92 * textScale
+    readonly property real verdictLabelWidth: 72 * textScale
+    readonly property real expectedLabelWidth: 124 * textScale
+    // The widest copy button, and the space around it.
+    readonly property int copyColumnWidth: 104 * textScale
+
+    // How far below the top of a control a line of digits begins that stands in the middle of it.
+    readonly property int digestInset: Math.round((controlHeight - digestSize * 1.35) / 2)
     readonly property int digestGap: 4
     readonly property real disabledOpacity: 0.4
 

@@ -2,37 +2,25 @@ import QtQuick
 import TallyFold
 
 // Compare mode: two files, byte for byte.
-FocusScope {
+TFScreen {
     id: root
 
-    required property AppViewModel viewModel
     readonly property var result: viewModel.compare.compareResult
     readonly property bool hasResult: result.title !== undefined
     readonly property string busyRefusal: viewModel.compare.isComparing ? qsTr("A comparison is under way.") : ""
 
-    TFSectionHeader {
-        id: header
-
-        title: qsTr("Compare")
-        subtitle: qsTr("Perform an exact byte-for-byte comparison and locate the first mismatch.")
-
-        anchors {
-            left: parent.left
-            right: parent.right
-            top: parent.top
-            margins: TallyTheme.space6
-        }
-    }
+    title: qsTr("Compare")
+    subtitle: qsTr("Perform an exact byte-for-byte comparison and locate the first mismatch.")
 
     Item {
         id: cards
 
-        height: 120 * TallyTheme.textScale
+        height: TallyTheme.fileCardHeight
 
         anchors {
             left: parent.left
             right: parent.right
-            top: header.bottom
+            top: root.header.bottom
             margins: TallyTheme.space6
             topMargin: TallyTheme.space4
         }
@@ -103,7 +91,6 @@ FocusScope {
             id: percent
 
             visible: root.viewModel.compare.isComparing
-            width: 36 * TallyTheme.textScale
             value: root.viewModel.compare.compareProgress
 
             anchors {
@@ -144,7 +131,7 @@ FocusScope {
         Repeater {
             model: root.result.details ?? []
 
-            TFText {
+            TFStaticText {
                 required property string modelData
                 required property int index
 
@@ -152,8 +139,6 @@ FocusScope {
                 width: parent.width
                 text: modelData
                 wrapMode: Text.Wrap
-                Accessible.role: Accessible.StaticText
-                Accessible.name: text
             }
         }
     }

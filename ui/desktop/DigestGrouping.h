@@ -26,8 +26,6 @@ class DigestGrouping : public QSyntaxHighlighter {
   Q_PROPERTY(qreal groupWidth READ groupWidth NOTIFY groupWidthChanged)
 
  public:
-  static constexpr int groupLength = 8;
-
   explicit DigestGrouping(QObject* parent = nullptr) : QSyntaxHighlighter(parent) {}
 
   [[nodiscard]] QQuickTextDocument* target() const { return target_; }
@@ -51,6 +49,8 @@ class DigestGrouping : public QSyntaxHighlighter {
   void highlightBlock(const QString& text) override;
 
  private:
+  static constexpr int groupLength = 8;
+
   [[nodiscard]] QTextCharFormat spaced() const;
 
   QQuickTextDocument* target_ = nullptr;

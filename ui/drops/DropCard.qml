@@ -8,7 +8,7 @@ TFGlassCard {
     property bool isCompact: false
     property string refusal
     readonly property int collapsedHeight: TallyTheme.rowHeight
-    readonly property int expandedHeight: Math.round(168 * TallyTheme.textScale)
+    readonly property int expandedHeight: TallyTheme.dropCardHeight
     readonly property string title: qsTr("Drop files to calculate checksums")
     readonly property string note: qsTr("Files are processed locally in bounded 8 MiB chunks. Nothing is uploaded.")
 
@@ -34,7 +34,7 @@ TFGlassCard {
         TFIcon {
             anchors.horizontalCenter: parent.horizontalCenter
             name: "arrow.down.doc"
-            size: 32
+            size: TallyTheme.largeIconSize
             color: root.isTargeted ? TallyTheme.accent : TallyTheme.secondary
         }
 

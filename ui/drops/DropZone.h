@@ -26,7 +26,7 @@ class DropZone : public QQuickItem {
   void isTargetedChanged();
   void takesFoldersChanged();
   void replacesChanged();
-  /// Once for each accepted drop, with one file at least.
+  /// Emitted once for each accepted drop, with one file at least.
   void filesDropped(const QList<QUrl>& files);
   /// A drop comes to nothing, for the reason that `sentence` tells the user.
   void dropRefused(const QString& sentence);

@@ -46,7 +46,7 @@ TFGlassCard {
 
         Flow {
             width: parent.width
-            spacing: TallyTheme.space1 + 2
+            spacing: TallyTheme.chipSpacing
 
             Repeater {
                 model: root.viewModel.algorithms
@@ -61,15 +61,13 @@ TFGlassCard {
             }
         }
 
-        TFText {
+        TFStaticText {
             width: parent.width
             visible: root.hasNote
             text: qsTr("All selected algorithms are calculated in one file pass.")
             color: TallyTheme.tertiary
             elide: Text.ElideRight
             font.pixelSize: TallyTheme.captionSize
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
     }
 }

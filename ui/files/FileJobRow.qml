@@ -17,9 +17,6 @@ TFJobRow {
     readonly property bool hasFailed: state === FileJobListModel.Failed
     readonly property string status: [qsTr("Queued"), qsTr("Hashing"), qsTr("Done"), qsTr("Failed")][state]
 
-    // The widest copy button, and the space around it.
-    readonly property int copyColumnWidth: 104 * TallyTheme.textScale
-
     isBad: hasFailed
     Accessible.name: name + also(root.status) + also(message) + also(facts)
 
@@ -44,7 +41,7 @@ TFJobRow {
             }
 
             Column {
-                spacing: 2
+                spacing: TallyTheme.space0
 
                 anchors {
                     left: icon.right
@@ -92,7 +89,6 @@ TFJobRow {
                 TFPercentText {
                     anchors.verticalCenter: parent.verticalCenter
                     visible: root.state === FileJobListModel.Hashing
-                    width: 36 * TallyTheme.textScale
                     value: root.progress
                 }
 
@@ -160,7 +156,7 @@ TFJobRow {
                     id: algorithm
 
                     x: nameText.parent.x
-                    width: 58 * TallyTheme.textScale
+                    width: TallyTheme.algorithmWidth
                     height: TallyTheme.smallControlHeight
                     text: line.algorithm
                     color: TallyTheme.secondary
@@ -174,10 +170,10 @@ TFJobRow {
                     objectName: "digest " + line.algorithm
                     name: line.algorithm
                     text: line.digest
-                    y: TallyTheme.space1 + 2
+                    y: TallyTheme.rowMargin
 
                     anchors.left: algorithm.right
-                    width: Math.min(fullWidth, line.width - x - root.copyColumnWidth)
+                    width: Math.min(fullWidth, line.width - x - TallyTheme.copyColumnWidth)
                 }
 
                 TFButton {
@@ -197,7 +193,7 @@ TFJobRow {
         }
 
         Item {
-            width: 1
+            width: TallyTheme.lineWidth
             height: TallyTheme.space2
             visible: root.digests.length > 0
         }

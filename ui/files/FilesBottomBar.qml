@@ -98,7 +98,7 @@ TFRunBar {
     TFMenu {
         id: exportMenu
 
-        implicitWidth: 140 * TallyTheme.textScale
+        implicitWidth: TallyTheme.shortMenuWidth
 
         TFMenuItem {
             objectName: "exportText"

@@ -2,35 +2,20 @@ import QtQuick
 import TallyFold
 
 // Files mode: choose algorithms, drop files, watch them, take the digests away.
-FocusScope {
+TFScreen {
     id: root
 
-    required property AppViewModel viewModel
     readonly property bool hasJobs: viewModel.files.jobs.count > 0
-    // With little height, the list comes first.
-    readonly property bool isShort: height < 600
-    readonly property int gutter: TallyTheme.space6
 
-    TFSectionHeader {
-        id: header
-
-        title: qsTr("File Hashing")
-        subtitle: qsTr("Calculate multiple checksums in a single local file pass.")
-
-        anchors {
-            left: parent.left
-            right: parent.right
-            top: parent.top
-            margins: root.gutter
-            topMargin: root.isShort ? TallyTheme.space3 : root.gutter
-        }
-    }
+    title: qsTr("File Hashing")
+    subtitle: qsTr("Calculate multiple checksums in a single local file pass.")
+    isShort: height < TallyTheme.shortHeight
 
     DropCard {
         id: dropCard
 
         objectName: "dropCard"
-        y: header.y + header.height + (root.isShort ? TallyTheme.space2 : TallyTheme.space4)
+        y: root.header.y + root.header.height + (root.isShort ? TallyTheme.space2 : TallyTheme.space4)
         height: root.hasJobs && !dropZone.isTargeted ? collapsedHeight : Math.min(expandedHeight, root.height / 3)
         isCompact: root.hasJobs && !dropZone.isTargeted
         isTargeted: dropZone.isTargeted
@@ -85,7 +70,7 @@ FocusScope {
 
             objectName: "jobList"
             anchors.fill: parent
-            anchors.margins: TallyTheme.space1 + 2
+            anchors.margins: TallyTheme.rowMargin
             visible: count > 0
             lineHeight: TallyTheme.rowHeight
             menu: rowMenu
@@ -100,26 +85,12 @@ FocusScope {
             }
         }
 
-        Column {
-            anchors.centerIn: parent
+        TFEmptyState {
             visible: !root.hasJobs
             spacing: TallyTheme.space2
-
-            TFIcon {
-                anchors.horizontalCenter: parent.horizontalCenter
-                name: "doc.on.doc"
-                size: 32
-                color: TallyTheme.tertiary
-            }
-
-            TFText {
-                objectName: "emptyList"
-                anchors.horizontalCenter: parent.horizontalCenter
-                text: qsTr("Files and their checksums will be listed here.")
-                color: TallyTheme.secondary
-                Accessible.role: Accessible.StaticText
-                Accessible.name: text
-            }
+            icon: "doc.on.doc"
+            text: qsTr("Files and their checksums will be listed here.")
+            textName: "emptyList"
         }
     }
 
@@ -127,7 +98,7 @@ FocusScope {
     TFMenu {
         id: rowMenu
 
-        implicitWidth: 200 * TallyTheme.textScale
+        implicitWidth: TallyTheme.menuWidth
 
         TFMenuItem {
             objectName: "reveal"

@@ -81,7 +81,7 @@ TFJobRow {
             TFText {
                 id: algorithmText
 
-                width: 56 * TallyTheme.textScale
+                width: TallyTheme.listAlgorithmWidth
                 text: root.algorithm
                 color: TallyTheme.secondary
                 font.pixelSize: TallyTheme.captionSize
@@ -98,7 +98,7 @@ TFJobRow {
                 id: statusText
 
                 objectName: "status"
-                width: 64 * TallyTheme.textScale
+                width: TallyTheme.listStatusWidth
                 text: root.isMismatch ? qsTr("Mismatch") : root.hasFailed ? qsTr("Failed") : root.status
                 color: root.tone
                 font.weight: Font.Medium
@@ -164,7 +164,7 @@ TFJobRow {
                         TFText {
                             id: label
 
-                            width: 124 * TallyTheme.textScale
+                            width: TallyTheme.expectedLabelWidth
                             text: line.modelData
                             color: line.index === 0 ? TallyTheme.secondary : TallyTheme.bad
                         }
@@ -178,7 +178,7 @@ TFJobRow {
                             name: line.modelData
                             text: line.index === 0 ? root.expected : root.actual
                             mark: line.index === 0 ? -1 : root.difference
-                            activatesOnTab: root.isSelected
+                            isTabStop: root.isSelected
                         }
                     }
                 }

@@ -1,13 +1,11 @@
 import QtQuick
-import QtQuick.Templates as T
 import QtQuick.Window
 import TallyFold
 
 // Manifest mode: a checksum list against the files below a folder.
-FocusScope {
+TFScreen {
     id: root
 
-    required property AppViewModel viewModel
     readonly property ManifestJobListModel jobs: viewModel.manifest.manifestJobs
     readonly property var verdict: viewModel.manifest.manifestVerdict
     readonly property var listFile: viewModel.manifest.manifestFile
@@ -15,15 +13,10 @@ FocusScope {
     readonly property bool hasList: listFile.name !== undefined
     readonly property bool isBusy: viewModel.manifest.isLoadingManifest || viewModel.manifest.isManifestVerifying
     readonly property string busyRefusal: viewModel.manifest.isLoadingManifest ? qsTr("The checksum list is being read.") : viewModel.manifest.isManifestVerifying ? qsTr("A verification is under way.") : ""
-    // With little height, the list comes first.
-    readonly property bool isShort: height < 600
-    readonly property int gutter: TallyTheme.space6
     readonly property int gap: isShort ? TallyTheme.space2 : TallyTheme.space3
-    // The warnings stand in the place of the rows.
-    property bool showsWarnings: false
 
     function copyShown() {
-        if (showsWarnings)
+        if (filters.showsWarnings)
             viewModel.manifest.copyManifestWarnings();
         else
             viewModel.manifest.copyManifestRows();
@@ -36,34 +29,23 @@ FocusScope {
             viewModel.manifest.chooseManifestRoot();
     }
 
-    onHasListChanged: showsWarnings = false
+    onHasListChanged: filters.showsWarnings = false
     Keys.onReturnPressed: bottomBar.start()
     Keys.onEnterPressed: bottomBar.start()
 
-    TFSectionHeader {
-        id: header
-
-        title: qsTr("Manifest")
-        subtitle: qsTr("Verify the files below a folder against a checksum list.")
-
-        anchors {
-            left: parent.left
-            right: parent.right
-            top: parent.top
-            margins: root.gutter
-            topMargin: root.isShort ? TallyTheme.space3 : root.gutter
-        }
-    }
+    title: qsTr("Manifest")
+    subtitle: qsTr("Verify the files below a folder against a checksum list.")
+    isShort: height < TallyTheme.shortHeight
 
     Item {
         id: cards
 
-        height: Math.max(list.implicitHeight, folder.implicitHeight, 92 * TallyTheme.textScale)
+        height: Math.max(list.implicitHeight, folder.implicitHeight, TallyTheme.listCardHeight)
 
         anchors {
             left: parent.left
             right: parent.right
-            top: header.bottom
+            top: root.header.bottom
             margins: root.gutter
             topMargin: root.isShort ? TallyTheme.space2 : TallyTheme.space4
         }
@@ -110,7 +92,7 @@ FocusScope {
         id: verdict
 
         objectName: "manifestVerdict"
-        height: Math.max(implicitHeight, 80 * TallyTheme.textScale)
+        height: Math.max(implicitHeight, TallyTheme.listVerdictHeight)
         visible: root.hasList
         icon: root.verdict.icon
         title: root.verdict.title
@@ -126,24 +108,20 @@ FocusScope {
             topMargin: root.gap
         }
 
-        TFText {
+        TFStaticText {
             objectName: "manifestVerdictDetails"
             width: parent.width
             text: root.verdict.details
             color: TallyTheme.secondary
             wrapMode: Text.Wrap
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
     }
 
-    Row {
+    ManifestFilters {
         id: filters
 
-        spacing: TallyTheme.space2
+        viewModel: root.viewModel
         visible: root.hasList
-        Accessible.role: Accessible.Grouping
-        Accessible.name: qsTr("Show")
 
         anchors {
             left: parent.left
@@ -151,37 +129,6 @@ FocusScope {
             top: verdict.bottom
             margins: root.gutter
             topMargin: root.gap
-        }
-
-        Repeater {
-            id: chips
-
-            model: [qsTr("All"), qsTr("Mismatch"), qsTr("Failed"), qsTr("Waiting"), qsTr("Match"), qsTr("Warnings")]
-
-            TFFilterChip {
-                required property int index
-                required property string modelData
-                readonly property bool isOfWarnings: index === 5
-
-                function choose(other: int) {
-                    const chip = chips.itemAt(Math.min(Math.max(other, 0), chips.count - 1)) as TFFilterChip;
-                    chip.forceActiveFocus(Qt.TabFocusReason);
-                    chip.chosen();
-                }
-
-                objectName: "filter" + modelData
-                text: modelData
-                figure: isOfWarnings ? root.viewModel.manifest.manifestUnsupportedLineCount : root.jobs.counts[index]
-                tone: [TallyTheme.secondary, TallyTheme.bad, TallyTheme.bad, TallyTheme.secondary, TallyTheme.good, TallyTheme.caution][index]
-                isChosen: isOfWarnings ? root.showsWarnings : !root.showsWarnings && root.jobs.filter === index
-                Keys.onLeftPressed: choose(index - 1)
-                Keys.onRightPressed: choose(index + 1)
-                onChosen: {
-                    root.showsWarnings = isOfWarnings;
-                    if (!isOfWarnings)
-                        root.jobs.filter = index;
-                }
-            }
         }
     }
 
@@ -202,8 +149,8 @@ FocusScope {
 
             objectName: "manifestList"
             anchors.fill: parent
-            anchors.margins: TallyTheme.space1 + 2
-            visible: !root.showsWarnings && count > 0
+            anchors.margins: TallyTheme.rowMargin
+            visible: !filters.showsWarnings && count > 0
             lineHeight: TallyTheme.listRowHeight
             menu: rowMenu
             model: root.jobs
@@ -211,7 +158,7 @@ FocusScope {
             onCopyRequested: root.viewModel.manifest.copyManifestRow(selectedIndex())
 
             delegate: ManifestJobRow {
-                numberWidth: numberMetrics.width + 1
+                numberWidth: numberMetrics.width + TallyTheme.lineWidth
             }
 
             Connections {
@@ -229,101 +176,27 @@ FocusScope {
             }
         }
 
-        ListView {
+        ManifestWarnings {
             id: warnings
 
             objectName: "manifestWarnings"
             anchors.fill: parent
             anchors.margins: TallyTheme.space3
-            spacing: TallyTheme.space2
-            clip: true
-            visible: root.showsWarnings && count > 0
-            activeFocusOnTab: true
-            boundsBehavior: Flickable.StopAtBounds
-            model: root.viewModel.manifest.manifestWarnings
-            Accessible.role: Accessible.List
-            Accessible.name: qsTr("Warnings")
-
-            header: TFText {
-                width: ListView.view.width
-                height: implicitHeight + TallyTheme.space3
-                text: root.viewModel.manifest.manifestWarningsSummary
-                color: TallyTheme.secondary
-                wrapMode: Text.Wrap
-                verticalAlignment: Text.AlignTop
-                Accessible.role: Accessible.StaticText
-                Accessible.name: text
-            }
-
-            delegate: Item {
-                id: warning
-
-                required property string modelData
-
-                width: ListView.view.width
-                height: text.implicitHeight
-                Accessible.role: Accessible.ListItem
-                Accessible.name: modelData
-
-                TFIcon {
-                    id: sign
-
-                    name: "exclamationmark.triangle.fill"
-                    color: TallyTheme.caution
-                }
-
-                TFText {
-                    id: text
-
-                    text: warning.modelData
-                    wrapMode: Text.Wrap
-
-                    anchors {
-                        left: sign.right
-                        right: parent.right
-                        leftMargin: TallyTheme.space2
-                    }
-                }
-            }
-
-            TFFocusRing {
-                visible: warnings.activeFocus
-            }
-
-            T.ScrollBar.vertical: TFScrollBar {
-            }
+            visible: filters.showsWarnings && count > 0
+            viewModel: root.viewModel
         }
 
-        Column {
-            anchors.centerIn: parent
+        TFEmptyState {
             visible: !rows.visible && !warnings.visible
-            width: parent.width - 2 * TallyTheme.space6
-            spacing: TallyTheme.space3
-
-            TFIcon {
-                anchors.horizontalCenter: parent.horizontalCenter
-                visible: !root.viewModel.manifest.isLoadingManifest
-                name: "checklist"
-                size: 32
-                color: TallyTheme.tertiary
-            }
-
-            TFText {
-                objectName: "manifestEmpty"
-                width: parent.width
-                text: {
-                    if (!root.hasList)
-                        return qsTr("Drop a checksum list and the folder that it describes.");
-                    if (root.showsWarnings)
-                        return qsTr("Every line of the list is understood.");
-                    return root.jobs.counts[0] > 0 ? qsTr("No entry is in this state.") : qsTr("There are no entries to show.");
-                }
-                visible: !root.viewModel.manifest.isLoadingManifest
-                color: TallyTheme.secondary
-                horizontalAlignment: Text.AlignHCenter
-                wrapMode: Text.Wrap
-                Accessible.role: Accessible.StaticText
-                Accessible.name: text
+            isPending: root.viewModel.manifest.isLoadingManifest
+            icon: "checklist"
+            textName: "manifestEmpty"
+            text: {
+                if (!root.hasList)
+                    return qsTr("Drop a checksum list and the folder that it describes.");
+                if (filters.showsWarnings)
+                    return qsTr("Every line of the list is understood.");
+                return root.jobs.counts[0] > 0 ? qsTr("No entry is in this state.") : qsTr("There are no entries to show.");
             }
 
             TFButton {
@@ -349,7 +222,7 @@ FocusScope {
     TFMenu {
         id: rowMenu
 
-        implicitWidth: 220 * TallyTheme.textScale
+        implicitWidth: TallyTheme.listMenuWidth
 
         TFMenuItem {
             objectName: "copyRow"

@@ -3,30 +3,17 @@ import QtQuick.Templates as T
 import TallyFold
 
 // Text mode: type or paste, and every selected checksum is there.
-FocusScope {
+TFScreen {
     id: root
 
-    required property AppViewModel viewModel
-    readonly property int gutter: TallyTheme.space6
     function clear() {
         editor.show("");
         viewModel.text.textInput = "";
         editor.editor.forceActiveFocus();
     }
 
-    TFSectionHeader {
-        id: header
-
-        title: qsTr("Text Hashing")
-        subtitle: qsTr("Calculate the checksums of a piece of text as it is typed.")
-
-        anchors {
-            left: parent.left
-            right: parent.right
-            top: parent.top
-            margins: root.gutter
-        }
-    }
+    title: qsTr("Text Hashing")
+    subtitle: qsTr("Calculate the checksums of a piece of text as it is typed.")
 
     TFGlassCard {
         id: editorCard
@@ -34,7 +21,7 @@ FocusScope {
         anchors {
             left: parent.left
             right: parent.right
-            top: header.bottom
+            top: root.header.bottom
             bottom: count.top
             topMargin: TallyTheme.space4
             bottomMargin: TallyTheme.space1
@@ -47,12 +34,12 @@ FocusScope {
 
             objectName: "textEditor"
             anchors.fill: parent
-            anchors.margins: 1
+            anchors.margins: TallyTheme.lineWidth
             focus: true
+            viewModel: root.viewModel
             name: qsTr("Text to hash")
             hint: qsTr("Type or paste text here.")
             onEdited: root.viewModel.text.textInput = content
-            onPasteRequested: isSelection => insert(root.viewModel.pasteboardText(isSelection))
         }
     }
 
@@ -70,14 +57,12 @@ FocusScope {
             rightMargin: root.gutter
         }
 
-        TFText {
+        TFStaticText {
             objectName: "byteCount"
             anchors.verticalCenter: parent.verticalCenter
             text: root.viewModel.text.textSize + (editor.isAbridged ? " · " + qsTr("Only the beginning of this text is shown.") : "")
             color: TallyTheme.secondary
             font.pixelSize: TallyTheme.captionSize
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
 
         TFButton {
@@ -94,7 +79,7 @@ FocusScope {
     TFGlassCard {
         id: rowsCard
 
-        height: Math.min(rows.contentHeight + 2 * TallyTheme.space2, root.height * 0.58)
+        height: Math.min(rows.contentHeight + 2 * TallyTheme.space2, root.height * TallyTheme.checksumsShare)
 
         anchors {
             left: parent.left
@@ -165,7 +150,7 @@ FocusScope {
                             id: chip
 
                             objectName: "text algorithm " + row.modelData
-                            width: 88 * TallyTheme.textScale
+                            width: TallyTheme.chipColumnWidth
                             algorithm: row.modelData
                             viewModel: root.viewModel
                         }
@@ -175,7 +160,7 @@ FocusScope {
 
                             anchors.left: chip.right
                             anchors.leftMargin: TallyTheme.space2
-                            width: 92 * TallyTheme.textScale
+                            width: TallyTheme.classificationWidth
                             height: TallyTheme.controlHeight
                             text: root.viewModel.text.classification(row.modelData)
                             color: TallyTheme.tertiary
@@ -186,10 +171,10 @@ FocusScope {
                             id: value
 
                             objectName: "text digest " + row.modelData
-                            y: Math.round((TallyTheme.controlHeight - TallyTheme.digestSize * 1.35) / 2)
+                            y: TallyTheme.digestInset
                             anchors.left: label.right
                             width: Math.min(fullWidth, row.width - x - copy.width - TallyTheme.space1)
-                            // While it is calculated anew, the last one fades instead of coming and going with every key.
+                            // The last digest fades while the next is calculated, instead of coming and going with every key.
                             name: row.digest !== "" ? row.modelData : qsTr("%1 of the text before").arg(row.modelData)
                             text: row.digest !== "" ? row.digest : chip.checked && root.viewModel.text.textError === "" ? row.lastDigest : ""
                             enabled: row.digest !== ""
@@ -217,7 +202,7 @@ FocusScope {
                             objectName: "text copy " + row.modelData
                             anchors.left: value.right
                             anchors.leftMargin: TallyTheme.space1
-                            y: 2
+                            y: TallyTheme.space0
                             name: qsTr("Copy %1").arg(row.modelData)
                             icon: "doc.on.doc"
                             refusal: row.digest !== "" ? "" : qsTr("There is no %1 to copy.").arg(row.modelData)

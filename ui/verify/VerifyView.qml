@@ -3,29 +3,16 @@ import QtQuick.Templates as T
 import TallyFold
 
 // Verify mode: one file against one pasted checksum.
-FocusScope {
+TFScreen {
     id: root
 
-    required property AppViewModel viewModel
     readonly property var result: viewModel.verify.verifyResult
     readonly property bool hasResult: result.title !== undefined
     readonly property string busyRefusal: viewModel.verify.isVerifying ? qsTr("A verification is under way.") : ""
 
-    TFSectionHeader {
-        id: header
-
-        title: qsTr("Verify")
-        subtitle: qsTr("Check a file against a checksum that you were given.")
-
-        anchors {
-            left: parent.left
-            right: parent.right
-            top: parent.top
-            topMargin: TallyTheme.space6
-            leftMargin: column.x
-            rightMargin: column.x
-        }
-    }
+    title: qsTr("Verify")
+    subtitle: qsTr("Check a file against a checksum that you were given.")
+    headerGutter: column.x
 
     Flickable {
         clip: true
@@ -35,7 +22,7 @@ FocusScope {
         anchors {
             left: parent.left
             right: parent.right
-            top: header.bottom
+            top: root.header.bottom
             topMargin: TallyTheme.space4
             bottom: parent.bottom
         }
@@ -47,7 +34,7 @@ FocusScope {
             id: column
 
             x: (parent.width - width) / 2
-            width: Math.min(parent.width - 2 * TallyTheme.space6, 744 * TallyTheme.textScale)
+            width: Math.min(parent.width - 2 * TallyTheme.space6, TallyTheme.columnWidth)
             spacing: TallyTheme.space3
 
             TFFileCard {
@@ -110,10 +97,10 @@ FocusScope {
 
                     Rectangle {
                         width: parent.width
-                        height: 76 * TallyTheme.textScale
+                        height: TallyTheme.fieldHeight
                         radius: TallyTheme.controlRadius
                         color: TallyTheme.surface
-                        border.width: field.editor.activeFocus ? 2 : 1
+                        border.width: field.editor.activeFocus ? TallyTheme.focusWidth : TallyTheme.lineWidth
                         border.color: field.editor.activeFocus ? TallyTheme.accent : TallyTheme.hairline
 
                         TFTextArea {
@@ -121,19 +108,17 @@ FocusScope {
 
                             objectName: "checksumField"
                             anchors.fill: parent
-                            anchors.margins: 2
+                            anchors.margins: TallyTheme.focusWidth
                             focus: true
+                            viewModel: root.viewModel
+                            submitsOnReturn: true
                             readOnly: root.viewModel.verify.isVerifying
                             name: qsTr("Checksum or checksum line")
                             hint: root.viewModel.verify.expectedHashHint
                             font.family: TallyTheme.digestFont
                             font.pixelSize: TallyTheme.digestSize
                             onEdited: root.viewModel.verify.expectedHash = content
-                            onPasteRequested: isSelection => insert(root.viewModel.pasteboardText(isSelection))
-                            onReturnPressed: event => {
-                                event.accepted = true;
-                                act.startOrCancel();
-                            }
+                            onSubmitted: act.startOrCancel()
 
                             Connections {
                                 target: root.viewModel.verify
@@ -162,7 +147,7 @@ FocusScope {
                             TFMenu {
                                 id: menu
 
-                                implicitWidth: 160 * TallyTheme.textScale
+                                implicitWidth: TallyTheme.algorithmMenuWidth
 
                                 Repeater {
                                     model: root.viewModel.verify.verifyAlgorithms
@@ -179,7 +164,7 @@ FocusScope {
                             }
                         }
 
-                        TFText {
+                        TFStaticText {
                             objectName: "recognisedAlgorithm"
                             text: {
                                 const recognised = root.viewModel.verify.recognisedAlgorithm;
@@ -190,8 +175,6 @@ FocusScope {
                             }
                             color: TallyTheme.secondary
                             font.pixelSize: TallyTheme.captionSize
-                            Accessible.role: Accessible.StaticText
-                            Accessible.name: text
 
                             anchors {
                                 left: algorithm.right
@@ -217,7 +200,6 @@ FocusScope {
                             id: percent
 
                             visible: root.viewModel.verify.isVerifying
-                            width: 36 * TallyTheme.textScale
                             value: root.viewModel.verify.verifyProgress
 
                             anchors {
@@ -250,14 +232,12 @@ FocusScope {
                 title: root.result.title ?? ""
                 outcome: root.result.outcome ?? 0
 
-                TFText {
+                TFStaticText {
                     objectName: "verdictDetails"
                     width: parent.width
                     visible: text !== ""
                     text: root.result.details ?? ""
                     wrapMode: Text.WrapAtWordBoundaryOrAnywhere
-                    Accessible.role: Accessible.StaticText
-                    Accessible.name: text
                 }
 
                 Repeater {
@@ -274,7 +254,7 @@ FocusScope {
                         TFText {
                             id: label
 
-                            width: 72 * TallyTheme.textScale
+                            width: TallyTheme.verdictLabelWidth
                             text: line.modelData.label
                             color: TallyTheme.secondary
                         }

@@ -17,7 +17,7 @@ Window {
     objectName: "aboutPanel"
     title: qsTr("Settings")
     flags: Qt.Dialog
-    width: 420
+    width: TallyTheme.aboutWidth
     height: content.implicitHeight + 2 * TallyTheme.space6
     minimumWidth: width
     maximumWidth: width
@@ -32,7 +32,7 @@ Window {
     Column {
         id: content
 
-        spacing: 10
+        spacing: TallyTheme.aboutSpacing
 
         anchors {
             left: parent.left
@@ -50,24 +50,20 @@ Window {
             Accessible.name: text
         }
 
-        TFText {
+        TFStaticText {
             text: qsTr("Local checksum and file-integrity utility.")
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
 
         Rectangle {
             width: parent.width
-            height: 1
+            height: TallyTheme.lineWidth
             color: TallyTheme.hairline
         }
 
-        TFText {
+        TFStaticText {
             text: qsTr("No telemetry. No network access required.")
             color: TallyTheme.secondary
             font.pixelSize: TallyTheme.captionSize
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
 
         TFButton {

@@ -10,8 +10,8 @@ Window {
     required property AppViewModel viewModel
 
     title: "Tally Fold"
-    minimumWidth: sidebar.T.SplitView.minimumWidth + split.edgeWidth + detail.T.SplitView.minimumWidth
-    minimumHeight: 520
+    minimumWidth: sidebar.T.SplitView.minimumWidth + TallyTheme.lineWidth + detail.T.SplitView.minimumWidth
+    minimumHeight: TallyTheme.leastHeight
     color: TallyTheme.backgroundBottom
     visible: true
     onClosing: viewModel.shutdown()
@@ -23,16 +23,24 @@ Window {
     StartupWindowConfigurator {
     }
 
+    PanelPalette {
+        window: TallyTheme.backgroundTop
+        field: TallyTheme.panelField
+        button: TallyTheme.panelButton
+        text: TallyTheme.primary
+        faintText: TallyTheme.tertiary
+        accent: TallyTheme.accent
+        inkOnAccent: TallyTheme.inkOnAccent
+    }
+
     T.SplitView {
         id: split
-
-        readonly property int edgeWidth: 1
 
         anchors.fill: parent
         orientation: Qt.Horizontal
 
         handle: Item {
-            implicitWidth: split.edgeWidth
+            implicitWidth: TallyTheme.lineWidth
 
             Rectangle {
                 anchors.fill: parent
@@ -42,7 +50,7 @@ Window {
             // Easier to hit than it looks.
             containmentMask: Item {
                 x: -TallyTheme.space1
-                width: 2 * TallyTheme.space1 + 1
+                width: 2 * TallyTheme.space1 + TallyTheme.lineWidth
                 height: split.height
             }
         }
@@ -50,8 +58,8 @@ Window {
         Sidebar {
             id: sidebar
 
-            T.SplitView.minimumWidth: 165
-            T.SplitView.preferredWidth: root.width < 900 ? 165 : 190
+            T.SplitView.minimumWidth: TallyTheme.leastSidebarWidth
+            T.SplitView.preferredWidth: root.width < TallyTheme.narrowWidth ? TallyTheme.leastSidebarWidth : TallyTheme.sidebarWidth
             viewModel: root.viewModel
             onSettingsRequested: about.open()
         }
@@ -59,7 +67,7 @@ Window {
         Item {
             id: detail
 
-            T.SplitView.minimumWidth: 720
+            T.SplitView.minimumWidth: TallyTheme.leastScreenWidth
             T.SplitView.fillWidth: true
 
             FilesView {

@@ -22,7 +22,7 @@ Item {
         TFIcon {
             anchors.verticalCenter: parent.verticalCenter
             name: "tallyfold"
-            size: 20
+            size: TallyTheme.titleIconSize
         }
 
         TFText {
@@ -39,7 +39,7 @@ Item {
         objectName: "sidebar"
         interactive: false
         activeFocusOnTab: true
-        spacing: 2
+        spacing: TallyTheme.space0
         model: root.viewModel.modes
         currentIndex: root.viewModel.mode
         keyNavigationEnabled: false
@@ -70,9 +70,9 @@ Item {
 
             objectName: "mode" + modelData.label
             width: ListView.view.width
-            implicitHeight: label.implicitHeight + topPadding + bottomPadding + 10
-            topPadding: 5
-            bottomPadding: 5
+            implicitHeight: label.implicitHeight + topPadding + bottomPadding + 2 * TallyTheme.modePadding
+            topPadding: TallyTheme.modePadding
+            bottomPadding: TallyTheme.modePadding
             hoverEnabled: true
             focusPolicy: Qt.NoFocus
             text: modelData.label
@@ -112,7 +112,7 @@ Item {
                 TFSpinner {
                     id: spinner
 
-                    size: 14
+                    size: TallyTheme.smallIconSize
                     visible: row.isBusy
 
                     anchors {
@@ -137,7 +137,7 @@ Item {
 
                 TFFocusRing {
                     visible: row.isSelected && list.activeFocus
-                    inset: -2
+                    inset: TallyTheme.tightRing
                 }
             }
         }
@@ -163,7 +163,7 @@ Item {
     TFMenu {
         id: menu
 
-        implicitWidth: 200 * TallyTheme.textScale
+        implicitWidth: TallyTheme.menuWidth
 
         TFMenuItem {
             objectName: "settingsItem"

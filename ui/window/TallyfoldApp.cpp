@@ -10,7 +10,6 @@
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 #include <QOpenGLFunctions>
-#include <QPalette>
 #include <QQuickWindow>
 #include <QSessionManager>
 #include <QSettings>
@@ -48,27 +47,6 @@ bool hasGraphicsProcessor() {
   return !renderer.contains(QLatin1String("llvmpipe")) && !renderer.contains(QLatin1String("softpipe"));
 }
 
-// The panels that the toolkit draws itself, where the desktop has none, are dark as the window is.
-void chooseDarkPalette() {
-  QPalette palette;
-  palette.setColor(QPalette::Window, QColor(0x171C2B));
-  palette.setColor(QPalette::Base, QColor(0x10141F));
-  palette.setColor(QPalette::AlternateBase, QColor(0x171C2B));
-  palette.setColor(QPalette::Button, QColor(0x242A3B));
-  palette.setColor(QPalette::ToolTipBase, QColor(0x242A3B));
-  for (const QPalette::ColorRole role :
-       {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText}) {
-    palette.setColor(role, QColor(0xE9EDF5));
-    palette.setColor(QPalette::Disabled, role, QColor(0x8590A8));
-  }
-  palette.setColor(QPalette::PlaceholderText, QColor(0x8590A8));
-  palette.setColor(QPalette::Highlight, QColor(0x8AB4FF));
-  palette.setColor(QPalette::HighlightedText, QColor(0x0B0E16));
-  palette.setColor(QPalette::Link, QColor(0x8AB4FF));
-  QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-  QApplication::setPalette(palette);
-}
-
 // The toolkit and Mesa would keep the few shaders of the window in the user's home folder. Before the toolkit: with it
 // come the drivers, which ask once.
 int& withoutShaderCaches(int& argc) {
@@ -94,7 +72,8 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(withoutShaderC
   // Nothing is kept between two runs; the toolkit's own file panels would store where they were last.
   QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("/dev/null"));
   chooseFont();
-  chooseDarkPalette();
+  // The one style of the toolkit whose panels, where the desktop has none, take all the colours that they are given.
+  QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
 
   if (!hasGraphicsProcessor()) QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
   // The drivers have asked. Programs that are started from here are none of ours.

@@ -1,4 +1,4 @@
-#include "ui/window/ShortcutPassage.h"
+#include "ui/window/TextKeys.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -8,7 +8,7 @@
 
 namespace tallyfold {
 
-void ShortcutPassage::setTarget(QQuickItem* target) {
+void TextKeys::setTarget(QQuickItem* target) {
   if (target == nullptr || target == target_) return;
   target_ = target;
   target_->installEventFilter(this);
@@ -17,9 +17,14 @@ void ShortcutPassage::setTarget(QQuickItem* target) {
   emit targetChanged();
 }
 
-bool ShortcutPassage::eventFilter(QObject* watched, QEvent* event) {
+bool TextKeys::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Paste)) {
     emit pasteRequested(false);
+    return true;
+  }
+  if (event->type() == QEvent::KeyPress && submitsOnReturn_ &&
+      static_cast<QKeyEvent*>(event)->key() == Qt::Key_Return) {
+    emit submitted();
     return true;
   }
   if ((event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonRelease) &&

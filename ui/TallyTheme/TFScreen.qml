@@ -1,0 +1,30 @@
+import QtQuick
+import TallyFold
+
+// What is beside the sidebar in one mode: its title, and the distances that every mode keeps.
+FocusScope {
+    id: screen
+
+    required property AppViewModel viewModel
+    property alias title: header.title
+    property alias subtitle: header.subtitle
+    readonly property alias header: header
+    // The distance of what the screen shows from the edges.
+    readonly property int gutter: TallyTheme.space6
+    property real headerGutter: gutter
+    // The height is so little that what the screen is about comes before the space around it.
+    property bool isShort: false
+
+    TFSectionHeader {
+        id: header
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: parent.top
+            leftMargin: screen.headerGutter
+            rightMargin: screen.headerGutter
+            topMargin: screen.isShort ? TallyTheme.space3 : screen.gutter
+        }
+    }
+}
