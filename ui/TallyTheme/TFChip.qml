@@ -64,10 +64,10 @@ Item {
             }
         }
 
-        background: Rectangle {
-            radius: TallyTheme.controlRadius
-            color: control.down ? TallyTheme.pressed : root.checked ? TallyTheme.accentTint : control.hovered ? TallyTheme.raised : TallyTheme.surface
-            border.color: root.checked ? TallyTheme.accentEdge : TallyTheme.hairline
+        background: TFChipFrame {
+            isOn: root.checked
+            isDown: control.down
+            isHovered: control.hovered
 
             TFFocusRing {
                 visible: control.visualFocus

@@ -51,10 +51,10 @@ T.RadioButton {
         }
     }
 
-    background: Rectangle {
-        radius: TallyTheme.controlRadius
-        color: control.down ? TallyTheme.pressed : control.isChosen ? TallyTheme.accentTint : control.hovered ? TallyTheme.raised : TallyTheme.surface
-        border.color: control.isChosen ? TallyTheme.accentEdge : TallyTheme.hairline
+    background: TFChipFrame {
+        isOn: control.isChosen
+        isDown: control.down
+        isHovered: control.hovered
 
         TFFocusRing {
             visible: control.visualFocus

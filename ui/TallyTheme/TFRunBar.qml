@@ -1,7 +1,7 @@
 import QtQuick
 import TallyFold
 
-// The bar below a list: what is done with all of it, how far the run is, and the TFRunButton.
+// The bar at the bottom of a screen with a list: what is done with all of it, how far the run is, and the TFRunButton.
 Item {
     id: bar
 
@@ -14,6 +14,15 @@ Item {
     property string progressLabel
 
     implicitHeight: TallyTheme.controlHeight
+
+    anchors {
+        left: parent.left
+        right: parent.right
+        bottom: parent.bottom
+        leftMargin: TallyTheme.space6
+        rightMargin: TallyTheme.space6
+        bottomMargin: TallyTheme.space4
+    }
 
     Row {
         id: actions

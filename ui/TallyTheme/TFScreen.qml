@@ -1,11 +1,12 @@
 import QtQuick
 import TallyFold
 
-// What is beside the sidebar in one mode: its title, and the distances that every mode keeps.
+// What is beside the sidebar in one mode, and only then: its title, and the distances that every mode keeps.
 FocusScope {
     id: screen
 
     required property AppViewModel viewModel
+    required property int mode
     property alias title: header.title
     property alias subtitle: header.subtitle
     readonly property alias header: header
@@ -14,6 +15,9 @@ FocusScope {
     property real headerGutter: gutter
     // The height is so little that what the screen is about comes before the space around it.
     property bool isShort: false
+
+    anchors.fill: parent
+    visible: viewModel.mode === mode
 
     TFSectionHeader {
         id: header

@@ -9,6 +9,7 @@ TFScreen {
     readonly property bool hasResult: result.title !== undefined
     readonly property string busyRefusal: viewModel.compare.isComparing ? qsTr("A comparison is under way.") : ""
 
+    mode: AppMode.Compare
     title: qsTr("Compare")
     subtitle: qsTr("Perform an exact byte-for-byte comparison and locate the first mismatch.")
 
@@ -73,27 +74,14 @@ TFScreen {
             topMargin: TallyTheme.space4
         }
 
-        TFProgressBar {
-            objectName: "compareProgress"
+        TFProgress {
+            barName: "compareProgress"
             visible: root.viewModel.compare.isComparing
             value: root.viewModel.compare.compareProgress
-            Accessible.name: qsTr("Comparison")
+            label: qsTr("Comparison")
 
             anchors {
                 left: parent.left
-                right: percent.left
-                rightMargin: TallyTheme.space2
-                verticalCenter: parent.verticalCenter
-            }
-        }
-
-        TFPercentText {
-            id: percent
-
-            visible: root.viewModel.compare.isComparing
-            value: root.viewModel.compare.compareProgress
-
-            anchors {
                 right: act.left
                 rightMargin: TallyTheme.space3
                 verticalCenter: parent.verticalCenter

@@ -79,17 +79,11 @@ TFJobRow {
                     verticalCenter: parent.verticalCenter
                 }
 
-                TFProgressBar {
+                TFProgress {
                     anchors.verticalCenter: parent.verticalCenter
                     visible: root.state === FileJobListModel.Hashing
                     value: root.progress
-                    Accessible.name: root.name
-                }
-
-                TFPercentText {
-                    anchors.verticalCenter: parent.verticalCenter
-                    visible: root.state === FileJobListModel.Hashing
-                    value: root.progress
+                    label: root.name
                 }
 
                 TFIcon {

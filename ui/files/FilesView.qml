@@ -7,6 +7,7 @@ TFScreen {
 
     readonly property bool hasJobs: viewModel.files.jobs.count > 0
 
+    mode: AppMode.Files
     title: qsTr("File Hashing")
     subtitle: qsTr("Calculate multiple checksums in a single local file pass.")
     isShort: height < TallyTheme.shortHeight
@@ -129,14 +130,6 @@ TFScreen {
         viewModel: root.viewModel
         isSelectedFinished: list.isSelectedFinished
         onCopyRequested: root.viewModel.files.copyAllHashes(list.selectedId())
-
-        anchors {
-            left: parent.left
-            right: parent.right
-            bottom: parent.bottom
-            margins: root.gutter
-            bottomMargin: TallyTheme.space4
-        }
     }
 
     // Drops are taken anywhere on the screen; the card shows that they are.

@@ -33,6 +33,7 @@ TFScreen {
     Keys.onReturnPressed: bottomBar.start()
     Keys.onEnterPressed: bottomBar.start()
 
+    mode: AppMode.Manifest
     title: qsTr("Manifest")
     subtitle: qsTr("Verify the files below a folder against a checksum list.")
     isShort: height < TallyTheme.shortHeight
@@ -248,14 +249,6 @@ TFScreen {
         hasRows: rows.visible || warnings.visible
         onCopyRequested: root.copyShown()
         onStartRefused: root.chooseWhatIsMissing()
-
-        anchors {
-            left: parent.left
-            right: parent.right
-            bottom: parent.bottom
-            margins: root.gutter
-            bottomMargin: TallyTheme.space4
-        }
     }
 
     // A list, a folder or both may be dropped anywhere on the screen.

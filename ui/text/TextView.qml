@@ -12,6 +12,7 @@ TFScreen {
         editor.editor.forceActiveFocus();
     }
 
+    mode: AppMode.Text
     title: qsTr("Text Hashing")
     subtitle: qsTr("Calculate the checksums of a piece of text as it is typed.")
 

@@ -10,6 +10,7 @@ TFScreen {
     readonly property bool hasResult: result.title !== undefined
     readonly property string busyRefusal: viewModel.verify.isVerifying ? qsTr("A verification is under way.") : ""
 
+    mode: AppMode.Verify
     title: qsTr("Verify")
     subtitle: qsTr("Check a file against a checksum that you were given.")
     headerGutter: column.x
@@ -183,24 +184,11 @@ TFScreen {
                             }
                         }
 
-                        TFProgressBar {
-                            objectName: "verifyProgress"
+                        TFProgress {
+                            barName: "verifyProgress"
                             visible: root.viewModel.verify.isVerifying
                             value: root.viewModel.verify.verifyProgress
-                            Accessible.name: qsTr("Verification")
-
-                            anchors {
-                                right: percent.left
-                                rightMargin: TallyTheme.space2
-                                verticalCenter: parent.verticalCenter
-                            }
-                        }
-
-                        TFPercentText {
-                            id: percent
-
-                            visible: root.viewModel.verify.isVerifying
-                            value: root.viewModel.verify.verifyProgress
+                            label: qsTr("Verification")
 
                             anchors {
                                 right: act.left

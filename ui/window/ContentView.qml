@@ -72,33 +72,23 @@ Window {
 
             FilesView {
                 objectName: "filesView"
-                anchors.fill: parent
                 viewModel: root.viewModel
-                visible: root.viewModel.mode === AppMode.Files
             }
 
             TextView {
-                anchors.fill: parent
                 viewModel: root.viewModel
-                visible: root.viewModel.mode === AppMode.Text
             }
 
             VerifyView {
-                anchors.fill: parent
                 viewModel: root.viewModel
-                visible: root.viewModel.mode === AppMode.Verify
             }
 
             CompareView {
-                anchors.fill: parent
                 viewModel: root.viewModel
-                visible: root.viewModel.mode === AppMode.Compare
             }
 
             ManifestView {
-                anchors.fill: parent
                 viewModel: root.viewModel
-                visible: root.viewModel.mode === AppMode.Manifest
             }
         }
     }
