@@ -1,20 +1,10 @@
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <string>
-#include <vector>
+#include "tests/checksums/ChecksumsTest.h"
 
-#include "checksums/ChecksumLines.h"
-
-namespace tallyfold {
+namespace tallyfold::test {
 namespace {
 
-using namespace ChecksumManifestService;
 using Preference = std::optional<HashAlgorithm>;
 
-const std::string d8 = "1a2b3c4d";
-const std::string d32(32, 'a');
-const std::string d40(40, 'b');
-const std::string d64(64, 'c');
 const std::string ambiguous =
     ": ambiguous 64-character digest; SHA-256 and BLAKE3 cannot be distinguished from GNU format alone.";
 const std::string unsupported = ": unsupported checksum format.";
@@ -224,10 +214,10 @@ TEST(AlgorithmHint, FollowsFromTheNameOfTheList) {
       {"", std::nullopt},
   };
   for (const auto& [name, algorithm] : names) {
-    EXPECT_EQ(algorithmHint(std::filesystem::path("/md5/x.sha1") / name), algorithm) << name;
+    EXPECT_EQ(algorithmHint(fs::path("/md5/x.sha1") / name), algorithm) << name;
     EXPECT_EQ(algorithmHint(name), algorithm) << name;
   }
 }
 
 }  // namespace
-}  // namespace tallyfold
+}  // namespace tallyfold::test

@@ -1,23 +1,7 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <list>
-#include <set>
-#include <string>
-#include <vector>
+#include "tests/checksums/ChecksumsTest.h"
 
-#include "checksums/FixedCapacityCache.h"
-#include "checksums/ManifestGroups.h"
-#include "checksums/ManifestVerification.h"
-#include "core/base/Errors.h"
-#include "tests/support/CollidingNames.h"
-
-namespace tallyfold {
+namespace tallyfold::test {
 namespace {
-
-using namespace ChecksumManifestService;
-using namespace std::string_literals;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 ChecksumManifestEntry entryOf(std::string path, std::int64_t line = 1,
                               HashAlgorithm algorithm = HashAlgorithm::sha256) {
@@ -74,7 +58,7 @@ TEST(ManifestGroups, EntriesOfOnePathAreOneGroupInTheOrderOfTheList) {
 }
 
 TEST(ManifestGroups, NothingThatOutsidersNameIsMadeToMeet) {
-  const std::vector<std::string> names = test::collidingNames("", 12);
+  const std::vector<std::string> names = collidingNames("", 12);
   std::set<std::size_t> ofNames;
   std::set<std::size_t> ofFiles;
   for (const std::string& name : names) {
@@ -129,4 +113,4 @@ TEST(FixedCapacityCache, OldestInsertionIsForgotten) {
 }
 
 }  // namespace
-}  // namespace tallyfold
+}  // namespace tallyfold::test

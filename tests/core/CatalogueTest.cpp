@@ -1,13 +1,9 @@
-#include "core/digests/HashAlgorithm.h"
 #include "core/text/HexText.h"
 #include "tests/core/CoreTest.h"
 
 namespace tallyfold::test {
 
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(Catalogue, NamesAndLengthsInOrder) {
   std::string table;
@@ -84,17 +80,6 @@ TEST(HexText, ASCIIHexDigits) {
     EXPECT_FALSE(isASCIIHex(text)) << text;
   }
   EXPECT_FALSE(isASCIIHex(std::string_view("ab\0", 3)));
-}
-
-TEST(Errors, OfTheSystemAreToldInItsWords) {
-  const std::error_code denied(EACCES, std::generic_category());
-  const std::vector<std::pair<std::exception_ptr, std::string>> errors{
-      {std::make_exception_ptr(std::system_error(denied, "reading")), "Permission denied"},
-      {std::make_exception_ptr(std::filesystem::filesystem_error("canonical", "/a", denied)), "Permission denied"},
-      {std::make_exception_ptr(std::bad_alloc()), "Cannot allocate memory"},
-      {std::make_exception_ptr(std::runtime_error("A sentence.")), "A sentence."},
-  };
-  for (const auto& [error, sentence] : errors) EXPECT_EQ(errorDescription(error), sentence);
 }
 
 }  // namespace

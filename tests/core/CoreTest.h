@@ -3,56 +3,146 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cmath>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
+#include <exception>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <iostream>
 #include <iterator>
+#include <limits>
+#include <map>
 #include <memory>
-#include <new>
+#include <optional>
 #include <random>
+#include <set>
 #include <span>
 #include <sstream>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
+#include <type_traits>
 #include <unistd.h>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "core/base/Errors.h"
 #include "core/base/HexEncoder.h"
 #include "core/base/Processor.h"
 #include "core/digests/HashPipeline.h"
+#include "core/services/FileComparison.h"
 #include "core/services/HashService.h"
-#include "tests/core/ComparisonOutcome.h"
-#include "tests/core/Outcome.h"
+#include "tests/support/CollidingNames.h"
 #include "tests/support/Process.h"
 #include "tests/support/Seed.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WatchedSystemCalls.h"
 
-/// What most tests of this floor need.
+/// What the tests of this floor and of those above it need.
 namespace tallyfold::test {
+
+namespace fs = std::filesystem;
+using namespace std::string_literals;
+using testing::AnyOf;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+using testing::ThrowsMessage;
+
+inline const std::string kChanged =
+    "error: The file changed while it was being read. Run the operation again on a stable file.";
+inline const std::string kListChanged =
+    "error: The checksum file changed while it was being read. Load it again after the file is stable.";
+inline const std::string kInvalidRoot = "error: The selected manifest root is not an accessible directory.";
+inline const std::string kRootChanged =
+    "error: The manifest root folder changed while verification was running. Run verification again on a stable folder "
+    "tree.";
+inline const std::string kPathChanged =
+    "error: A manifest path changed while it was being verified. Run verification again on a stable folder tree.";
+inline const std::string kOutside = "error: A manifest path resolves outside the selected root folder.";
+inline const std::string kNotRegular = "error: The selected item is not a regular file.";
+inline const std::string kMissing = "error: No such file or directory";
+inline const std::string kNotAFolder = "error: Not a directory";
+inline const std::string kCircle = "error: Too many levels of symbolic links";
+inline const std::string kTooLong = "error: File name too long";
+
+/// What `work` returns, if anything; or "error: " and the sentence, or "cancelled".
+template <typename Work>
+std::string attempted(Work work) {
+  try {
+    if constexpr (std::is_void_v<decltype(work())>) {
+      return work(), "";
+    } else {
+      return work();
+    }
+  } catch (const CancellationError&) {
+    return "cancelled";
+  } catch (...) {
+    return "error: " + errorDescription(std::current_exception());
+  }
+}
+
+inline DigestMap digestsOf(const fs::path& file, HashAlgorithmSet algorithms = HashAlgorithmSet::all()) {
+  return HashService::hashFile(file, Uuid(), algorithms, {}, [](double) {}).hashes;
+}
+
+/// What came of hashing a file, as one text: its digests. Only when there are any was the file reported as done.
+inline std::string outcomeOf(const fs::path& file, HashAlgorithmSet algorithms = {HashAlgorithm::blake3},
+                             const std::stop_token& cancellation = {}) {
+  double done = 0;
+  std::string outcome = attempted([&] {
+    const auto digests =
+        HashService::hashFile(file, Uuid(), algorithms, cancellation, [&](double now) { done = now; }).hashes;
+    EXPECT_EQ(std::exchange(done, 0), 1);
+    std::string text;
+    for (const HashAlgorithm algorithm : algorithms)
+      text.append(text.empty() ? "" : " ").append(*digests.find(algorithm));
+    return text;
+  });
+  EXPECT_LT(done, 1) << outcome;
+  return outcome;
+}
+
+/// What came of comparing two files: "identical", "sizes 10, 11" or "differ at 5".
+inline std::string outcomeOfComparison(
+    const fs::path& a, const fs::path& b, const std::stop_token& cancellation = {},
+    const ProgressCallback& progress = [](double) {}) {
+  return attempted([&]() -> std::string {
+    const FileComparisonResult result = HashService::compareFiles(a, b, cancellation, progress);
+    if (const auto* sizes = std::get_if<FileComparison::DifferentSize>(&result))
+      return "sizes " + std::to_string(sizes->sizeOfA) + ", " + std::to_string(sizes->sizeOfB);
+    if (const auto* mismatch = std::get_if<FileComparison::ContentMismatch>(&result))
+      return "differ at " + std::to_string(mismatch->offset);
+    return "identical";
+  });
+}
 
 inline std::span<const std::byte> bytesOf(std::string_view text) { return std::as_bytes(std::span(text)); }
 
 /// A file of zero bytes that takes no space.
-inline std::filesystem::path sparseFile(const TemporaryFolder& folder, std::string_view name, std::uintmax_t size) {
-  std::filesystem::path file = folder.file(name, "");
-  std::filesystem::resize_file(file, size);
+inline fs::path sparseFile(const TemporaryFolder& folder, std::string_view name, std::uintmax_t size) {
+  fs::path file = folder.file(name, "");
+  fs::resize_file(file, size);
   return file;
 }
 
+inline void makePipe(const fs::path& path) {
+  if (mkfifo(path.c_str(), 0600) != 0) throw std::system_error(errno, std::system_category());
+}
+
 /// The digests of files as another program calculates them: coreutils, b3sum, and crc32 of Archive::Zip.
-inline std::vector<std::string> digestsByOthers(HashAlgorithm algorithm,
-                                                const std::vector<std::filesystem::path>& files) {
+inline std::vector<std::string> digestsByOthers(HashAlgorithm algorithm, const std::vector<fs::path>& files) {
   constexpr std::array<std::string_view, HashAlgorithm::count> programs{
       "md5sum", "sha1sum", "sha224sum", "sha256sum", "sha384sum", "sha512sum", "b3sum", "crc32",
   };
@@ -66,12 +156,15 @@ inline std::vector<std::string> digestsByOthers(HashAlgorithm algorithm,
   return digests;
 }
 
-/// As above, for the first bytes of the BLAKE3 vectors' input, of every length in `lengths`.
-inline std::vector<std::string> digestsByOthers(HashAlgorithm algorithm, const std::vector<std::size_t>& lengths) {
-  const TemporaryFolder folder;
-  std::vector<std::filesystem::path> files;
-  for (const std::size_t length : lengths) files.push_back(folder.file(std::to_string(length), period251(length)));
-  return digestsByOthers(algorithm, files);
+/// Expects digests of these files, with every algorithm, to be those that other programs calculate.
+inline void expectAsOthersHaveThem(const std::vector<DigestMap>& digests, const std::vector<fs::path>& files) {
+  for (const HashAlgorithm algorithm : HashAlgorithm::allCases()) {
+    const std::vector<std::string> expected = digestsByOthers(algorithm, files);
+    ASSERT_EQ(expected.size(), files.size()) << algorithm.rawValue();
+    for (std::size_t i = 0; i < files.size(); ++i) {
+      EXPECT_EQ(digests[i].find(algorithm), expected[i]) << algorithm.rawValue() << " of " << files[i];
+    }
+  }
 }
 
 }  // namespace tallyfold::test

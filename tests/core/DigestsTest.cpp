@@ -10,21 +10,22 @@ namespace {
 
 using enum HashAlgorithm::Case;
 
-DigestMap digestsOf(HashAlgorithmSet algorithms, std::string_view text) {
+DigestMap digestsOfText(HashAlgorithmSet algorithms, std::string_view text) {
   HashPipeline pipeline(algorithms);
   pipeline.update(bytesOf(text));
   return pipeline.finalize();
 }
 
 TEST(Digests, EverySelectionGivesExactlyItsDigests) {
-  EXPECT_EQ(HashPipeline(HashAlgorithmSet::all()).finalize(), digestsOf(HashAlgorithmSet::all(), "")) << "never fed";
-  const DigestMap complete = digestsOf(HashAlgorithmSet::all(), "123456789");
+  EXPECT_EQ(HashPipeline(HashAlgorithmSet::all()).finalize(), digestsOfText(HashAlgorithmSet::all(), ""))
+      << "never fed";
+  const DigestMap complete = digestsOfText(HashAlgorithmSet::all(), "123456789");
   for (unsigned bits = 1; bits < 256; ++bits) {
     HashAlgorithmSet selection;
     for (const HashAlgorithm algorithm : HashAlgorithm::allCases()) {
       if ((bits >> algorithm & 1U) != 0) selection.insert(algorithm);
     }
-    const DigestMap digests = digestsOf(selection, "123456789");
+    const DigestMap digests = digestsOfText(selection, "123456789");
     EXPECT_EQ(digests.algorithms(), selection);
     for (const HashAlgorithm algorithm : selection) EXPECT_EQ(digests.find(algorithm), complete.find(algorithm));
   }
@@ -49,7 +50,7 @@ TEST(Digests, FinalizingLeavesTheStateAsItWas) {
     tf_blake3_update(context.get(), next.data(), next.size());
     hash.update(next);
     absorbed = length;
-    const DigestMap expected = digestsOf({blake3, sha224}, std::string_view(input).substr(0, length));
+    const DigestMap expected = digestsOfText({blake3, sha224}, std::string_view(input).substr(0, length));
     for (const char* const time : {"once", "again"}) {
       EXPECT_EQ(digestOf(context), expected.find(blake3)) << length << ", " << time;
       EXPECT_EQ(hash.finalize(), expected.find(sha224)) << length << ", " << time;
@@ -68,7 +69,7 @@ TEST(BLAKE3, NullArgumentsAreTolerated) {
   const Context context(tf_blake3_create(), tf_blake3_destroy);
   tf_blake3_update(context.get(), nullptr, 3);
   tf_blake3_finalize(context.get(), nullptr);
-  EXPECT_EQ(digestOf(context), digestsOf({blake3}, "").find(blake3));
+  EXPECT_EQ(digestOf(context), digestsOfText({blake3}, "").find(blake3));
 }
 
 TEST(BLAKE3, CompressionGivesAllSixteenWords) {

@@ -4,9 +4,6 @@ namespace tallyfold::test {
 
 namespace {
 
-namespace fs = std::filesystem;
-using testing::ElementsAre;
-
 class CompareFiles : public testing::Test {
  protected:
   std::string outcomeAndProgress(const fs::path& a, const fs::path& b) {
@@ -94,40 +91,11 @@ TEST_F(CompareFiles, ProgressOfLargeFilesIsReportedOncePerHundredth) {
 TEST_F(CompareFiles, WhatCannotBeReadFailsOnEitherSide) {
   const fs::path good = folder.file("good", "good");
   for (const auto& [bad, outcome] :
-       {std::pair(folder.path() / "missing", std::string("error: No such file or directory")),
-        std::pair(folder.path(), kNotRegular)}) {
+       {std::pair(folder.path() / "missing", kMissing), std::pair(folder.path(), kNotRegular)}) {
     WatchedSystemCalls system;
     EXPECT_EQ(outcomeAndProgress(bad, good), outcome + ";") << bad;
     EXPECT_EQ(outcomeAndProgress(good, bad), outcome + ";") << bad;
     EXPECT_EQ(system.stillOpen, 0) << bad;
-  }
-}
-
-TEST_F(CompareFiles, CancellationComesFirstAndIsSeenWithinAChunk) {
-  std::stop_source stopped;
-  stopped.request_stop();
-  WatchedSystemCalls system;
-  EXPECT_EQ(outcomeOfComparison("missing", "missing", stopped.get_token()), "cancelled");
-  EXPECT_TRUE(system.names.empty());
-
-  const fs::path a = sparseFile(folder, "a", 24 << 20);
-  const fs::path b = sparseFile(folder, "b", 24 << 20);
-  system.longestRead = 1 << 20;
-  for (const long reads : {0, 1, 9}) {  // After the first report, and in the first chunk of either file.
-    system.names.clear();
-    std::stop_source source;
-    system.before = [&](std::string_view, std::size_t) {
-      if (reads > 0 && std::ranges::count(system.names, "read") == reads) source.request_stop();
-      return 0;
-    };
-    std::vector<double> reports;
-    const auto note = [&](double done) {
-      reports.push_back(done);
-      source.request_stop();
-    };
-    EXPECT_EQ(outcomeOfComparison(a, b, source.get_token(), note), "cancelled");
-    EXPECT_EQ(reports.size(), reads == 0 ? 1U : 0U);
-    EXPECT_EQ(system.stillOpen, 0);
   }
 }
 

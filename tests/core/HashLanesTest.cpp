@@ -7,9 +7,6 @@ namespace tallyfold::test {
 
 namespace {
 
-namespace fs = std::filesystem;
-using testing::ElementsAre;
-
 /// The speeds of a processor that has the SHA extensions.
 const AlgorithmCosts usual{1.5, 0.6, 0.6, 0.6, 1.3, 1.3, 0.25, 0.05};
 
@@ -61,10 +58,6 @@ class HashLanesTest : public testing::TestWithParam<unsigned> {
   void SetUp() override { pretendCores(GetParam()); }
   void TearDown() override { pretendCores(0); }
 
-  [[nodiscard]] static DigestMap digestsOf(const fs::path& file, HashAlgorithmSet algorithms) {
-    return HashService::hashFile(file, Uuid(), algorithms, {}, [](double) {}).hashes;
-  }
-
   [[nodiscard]] static DigestMap digestsOnOneCore(const fs::path& file, HashAlgorithmSet algorithms) {
     pretendCores(1);
     DigestMap digests = digestsOf(file, algorithms);
@@ -92,20 +85,6 @@ TEST_P(HashLanesTest, SameDigestsAsOnOneCore) {
       EXPECT_EQ(digestsOf(file, algorithms), expected) << size << " bytes, by " << longestRead;
     }
   }
-}
-
-TEST_P(HashLanesTest, CancellationStopsTheReading) {
-  const fs::path file = folder.file("file", randomBytes(20 << 20, 1));
-  std::stop_source source;
-  WatchedSystemCalls system;
-  system.longestRead = 1 << 20;
-  system.before = [&](std::string_view, std::size_t) {
-    if (std::ranges::count(system.names, "read") == 17) source.request_stop();
-    return 0;
-  };
-  EXPECT_EQ(outcomeOf(file, HashAlgorithm::md5, source.get_token()), "cancelled");
-  EXPECT_EQ(std::ranges::count(system.names, "read"), 17);
-  EXPECT_EQ(system.stillOpen, 0);
 }
 
 TEST_P(HashLanesTest, ProgressIsReportedOncePerChunkAndMayThrow) {

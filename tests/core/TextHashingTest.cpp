@@ -1,7 +1,6 @@
-#include <csignal>
-#include <sys/mman.h>
 #include <unicode/unistr.h>
 
+#include "core/digests/crc32/Kernels.h"
 #include "core/services/TextHashing.h"
 #include "tests/core/CoreTest.h"
 
@@ -62,13 +61,7 @@ TEST(TextHashing, TextsAsOtherProgramsHaveThem) {
     EXPECT_EQ(hashTextCancellableWithByteCount(text.utf8, HashAlgorithmSet::all(), {}), result) << files.back();
     digests.push_back(result.hashes);
   }
-  for (const HashAlgorithm algorithm : HashAlgorithm::allCases()) {
-    const std::vector<std::string> expected = digestsByOthers(algorithm, files);
-    ASSERT_EQ(expected.size(), files.size()) << algorithm.rawValue();
-    for (std::size_t i = 0; i < files.size(); ++i) {
-      EXPECT_EQ(digests[i].find(algorithm), expected[i]) << algorithm.rawValue() << " of text " << i;
-    }
-  }
+  expectAsOthersHaveThem(digests, files);
 }
 
 TEST(TextHashing, AnySequenceOfUnitsAsTheUnicodeLibraryHasIt) {
@@ -101,60 +94,26 @@ TEST(TextHashing, EmptySelectionFailsAndCancellationComesFirst) {
   }
 }
 
-/// A text of many NULs in memory that only its first slice may be read of. Who reads another slice is let into it, but
-/// has to stop.
-class TrappedText {
- public:
-  explicit TrappedText(std::size_t bytesPerSlice) : bytesPerSlice_(bytesPerSlice) {
-    start_ = static_cast<char*>(mmap(nullptr, size(), PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    open(0);
-    current = this;
-    struct sigaction action {};
-    action.sa_flags = SA_SIGINFO;
-    action.sa_sigaction = [](int, siginfo_t* info, void*) {
-      current->open(static_cast<std::size_t>(static_cast<char*>(info->si_addr) - current->start_));
-      current->source.request_stop();
-    };
-    sigaction(SIGSEGV, &action, &before_);
-  }
-  ~TrappedText() {
-    sigaction(SIGSEGV, &before_, nullptr);
-    munmap(start_, size());
-  }
-  TrappedText(const TrappedText&) = delete;
-  TrappedText& operator=(const TrappedText&) = delete;
-
-  [[nodiscard]] const char* data() const { return start_; }
-  [[nodiscard]] std::size_t size() const { return 4 * bytesPerSlice_; }
-
-  std::stop_source source;
-  int slicesOpened = 0;
-
- private:
-  void open(std::size_t offset) {
-    if (offset >= size()) std::abort();
-    mprotect(start_ + offset / bytesPerSlice_ * bytesPerSlice_, bytesPerSlice_, PROT_READ);
-    ++slicesOpened;
-  }
-
-  static inline TrappedText* current = nullptr;
-
-  std::size_t bytesPerSlice_;
-  char* start_ = nullptr;
-  struct sigaction before_ {};
-};
-
 TEST(TextHashing, CancellationIsSeenBeforeTheNextSlice) {
-  for (const std::size_t unitSize : {sizeof(char), sizeof(char16_t)}) {
-    TrappedText text(textSliceSize * unitSize);
-    const std::string_view utf8(text.data(), text.size());
-    const std::u16string_view utf16(reinterpret_cast<const char16_t*>(text.data()), text.size() / sizeof(char16_t));
-    const auto hash = [&](auto units) {
-      hashTextCancellableWithByteCount(units, {HashAlgorithm::crc32}, text.source.get_token());
-    };
-    EXPECT_THROW(unitSize == 1 ? hash(utf8) : hash(utf16), CancellationError);
-    EXPECT_EQ(text.slicesOpened, 2) << unitSize;
-  }
+  static std::stop_source source;
+  static std::size_t absorbed = 0;
+  const crc32::Kernel cancelling{"cancelling", 0, [](std::uint32_t state, const std::byte*, std::size_t size) {
+                                   absorbed += size;
+                                   source.request_stop();
+                                   return state;
+                                 }};
+  const Text text = letters(3 * textSliceSize);
+  const auto expectCancelled = [](auto units) {
+    source = {};
+    absorbed = 0;
+    EXPECT_THROW(hashTextCancellableWithByteCount(units, {HashAlgorithm::crc32}, source.get_token()),
+                 CancellationError);
+    EXPECT_EQ(absorbed, textSliceSize);
+  };
+  crc32::kernels.pin(&cancelling);
+  expectCancelled(std::string_view(text.utf8));
+  expectCancelled(std::u16string_view(text.utf16));
+  crc32::kernels.pin(nullptr);
 }
 
 }  // namespace

@@ -1,33 +1,43 @@
-#include <algorithm>
-#include <cerrno>
-#include <chrono>
-#include <fcntl.h>
-#include <fstream>
-#include <functional>
-#include <gmock/gmock.h>
-#include <iostream>
-#include <map>
-#include <optional>
-#include <random>
-#include <set>
-#include <span>
-#include <sys/stat.h>
-#include <system_error>
-#include <unistd.h>
-#include <utility>
+#include <csignal>
+#include <sys/wait.h>
 
-#include "core/base/Errors.h"
-#include "tests/export/ReportReplacement.h"
-#include "tests/support/Process.h"
-#include "tests/support/Seed.h"
-#include "tests/support/WatchedSystemCalls.h"
+#include "tests/export/ExportTest.h"
 
 namespace tallyfold::test {
-
 namespace {
 
-namespace fs = std::filesystem;
 using ManifestService::Format;
+
+const std::string oldReport = "the report of yesterday\n";
+
+std::set<std::string> namesIn(const fs::path& folder) {
+  std::set<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder)) names.insert(entry.path().filename());
+  return names;
+}
+
+mode_t modeOf(const fs::path& path) {
+  struct stat status {};
+  if (lstat(path.c_str(), &status) != 0) throw std::system_error(errno, std::system_category());
+  return status.st_mode & 07777;
+}
+
+/// A report of yesterday, alone in its folder.
+class ReportReplacement : public testing::Test {
+ protected:
+  static void write(const FileHashResults& results, const fs::path& destination) {
+    ManifestService::write(results, Format::plainText, destination, {});
+  }
+
+  std::string outcomeOfWriting(const fs::path& destination) {
+    return attempted([&] { write(few_, destination); });
+  }
+
+  const FileHashResults few_ = manyResults(2);
+  const FileHashResults many_ = manyResults(2'000);  ///< Over 1 MiB as a report.
+  TemporaryFolder folder_;
+  const fs::path report_ = folder_.file("report.txt", oldReport);
+};
 
 TEST_F(ReportReplacement, ReportIsMadeInAPrivateFolderBesideItAndSyncedBeforeItIsRenamed) {
   WatchedSystemCalls calls;
@@ -37,11 +47,11 @@ TEST_F(ReportReplacement, ReportIsMadeInAPrivateFolderBesideItAndSyncedBeforeItI
     ++renames;
     std::set<std::string> names = namesIn(folder_.path());
     names.erase("report.txt");
-    EXPECT_THAT(names, testing::ElementsAre(testing::StartsWith(".tallyfold-")));
+    EXPECT_THAT(names, ElementsAre(StartsWith(".tallyfold-")));
     const fs::path privateFolder = folder_.path() / *names.begin();
     EXPECT_EQ(modeOf(privateFolder), mode_t{0700});
-    EXPECT_THAT(namesIn(privateFolder), testing::ElementsAre(testing::SizeIs(36)));
-    EXPECT_THAT(calls.names, testing::Contains("fsync"));
+    EXPECT_THAT(namesIn(privateFolder), ElementsAre(testing::SizeIs(36)));
+    EXPECT_THAT(calls.names, Contains("fsync"));
     EXPECT_EQ(calls.stillOpen, 2) << "the two folders";
     return 0;
   };
@@ -130,7 +140,7 @@ TEST_F(ReportReplacement, FolderThatAnotherExportTakesForAbandonedIsMadeAgain) {
 
 TEST_F(ReportReplacement, VanishedFolderIsNotMadeAgain) {
   const fs::path gone = folder_.path() / "gone";
-  EXPECT_EQ(errorOf(few_, gone / "report.txt"), ENOENT);
+  EXPECT_EQ(outcomeOfWriting(gone / "report.txt"), kMissing);
   EXPECT_FALSE(fs::exists(gone));
 
   fs::create_directory(gone);
@@ -139,7 +149,7 @@ TEST_F(ReportReplacement, VanishedFolderIsNotMadeAgain) {
     if (call == "write") fs::remove_all(gone);
     return 0;
   };
-  EXPECT_EQ(errorOf(few_, gone / "report.txt"), ENOENT);
+  EXPECT_EQ(outcomeOfWriting(gone / "report.txt"), kMissing);
   EXPECT_FALSE(fs::exists(gone));
   EXPECT_EQ(calls.stillOpen, 0);
 }
@@ -149,44 +159,11 @@ TEST_F(ReportReplacement, FolderIsNotReplaced) {
   for (const char* const kept : {"", "folder/kept"}) {
     fs::create_directory(destination);
     if (*kept != '\0') folder_.file(kept, "kept");
-    EXPECT_NE(errorOf(few_, destination), 0);
+    EXPECT_EQ(outcomeOfWriting(destination), "error: Is a directory");
     EXPECT_TRUE(fs::is_directory(destination));
     EXPECT_EQ(namesIn(folder_.path()), (std::set<std::string>{"folder", "report.txt"}));
   }
   EXPECT_EQ(contentOf(destination / "kept"), "kept");
-}
-
-TEST_F(ReportReplacement, CancellationAtAnyTimeLeavesTheOldReport) {
-  std::stop_source before;
-  before.request_stop();
-  for (const FileHashResults& results : {many_, few_, {}}) {
-    EXPECT_THROW(write(results, report_, before.get_token()), CancellationError);
-    expectNothingHappened();
-  }
-  // During any call until the rename.
-  for (const FileHashResults& results : {many_, few_}) {
-    folder_.file("report.txt", oldReport);
-    bool isRenaming = false;
-    for (std::size_t call = 1; !isRenaming; ++call) {
-      WatchedSystemCalls calls;
-      std::stop_source during;
-      calls.before = [&](std::string_view name, std::size_t number) {
-        if (number != call) return 0;
-        isRenaming = name == "renameat";
-        during.request_stop();
-        return 0;
-      };
-      try {
-        write(results, report_, during.get_token());
-        EXPECT_TRUE(isRenaming) << calls.names.at(call - 1);
-      } catch (const CancellationError&) {
-        expectNothingHappened();
-        const std::span after = std::span(calls.names).subspan(call);
-        EXPECT_THAT(after, testing::Each(testing::Not(testing::AnyOf("write", "fsync", "renameat"))));
-      }
-      EXPECT_EQ(calls.stillOpen, 0);
-    }
-  }
 }
 
 TEST_F(ReportReplacement, DeviceWithoutADiskTakesAReport) {
@@ -194,65 +171,184 @@ TEST_F(ReportReplacement, DeviceWithoutADiskTakesAReport) {
 }
 
 TEST_F(ReportReplacement, ProcessKilledAtAnyMomentLeavesAWholeReport) {
-  // Another format and another length each time.
-  struct Report {
-    const FileHashResults& results;
-    Format format;
-    std::string text;
-  };
-  std::vector<Report> reports{{many_, Format::csv, ""}, {many_, Format::json, ""}, {few_, Format::plainText, ""}};
+  std::array<std::string, 3> reports;
+  const std::array<FileHashResults, 3> results{few_, manyResults(2'000), manyResults(1'500)};
   const auto begin = std::chrono::steady_clock::now();
-  for (Report& report : reports) {
-    ManifestService::write(report.results, report.format, report_, {});
-    report.text = contentOf(report_);
+  for (std::size_t i = 0; i < reports.size(); ++i) {
+    write(results[i], report_);
+    reports[i] = contentOf(report_);
   }
   const auto usual = (std::chrono::steady_clock::now() - begin) / 2;
 
   std::mt19937 random(seedOfThisRun());
-  std::map<std::string, int> found;
-  std::size_t last = reports.size() - 1;
-  for (int round = 0; round < roundsOfThisRun(30); ++round) {
+  int killed = 0;
+  const int rounds = roundsOfThisRun(30);
+  for (int round = 0; round < rounds; ++round) {
     const std::string before = contentOf(report_);
-    const Report& report = reports[(last + 1 + random() % 2) % reports.size()];
-    const auto moment =
-        std::chrono::steady_clock::now() + usual * (random() % 1000) / (random() % 2 == 0 ? 1'000 : 10'000);
-    ForkedProcess exporter([&] { ManifestService::write(report.results, report.format, report_, {}); });
+    const std::size_t next = random() % reports.size();
+    const auto moment = std::chrono::steady_clock::now() + usual * (random() % 1000) / (random() % 2 == 0 ? 1e3 : 1e4);
+    const pid_t exporter = fork();
+    ASSERT_GE(exporter, 0);
+    if (exporter == 0) {
+      _exit(attempted([&] { write(results[next], report_); }).empty() ? 0 : 1);
+    }
     while (std::chrono::steady_clock::now() < moment) {
     }
-    const bool isKilled = exporter.kill() == SIGKILL;
-
-    const std::string after = contentOf(report_);
-    ASSERT_TRUE(after == before || after == report.text) << after.size() << " bytes of no report";
-    EXPECT_TRUE(isKilled || after == report.text);
-    // What a killed process leaves behind is its one private folder, which nothing mistakes for a report.
-    std::set<std::string> left = namesIn(folder_.path());
-    left.erase("report.txt");
-    ASSERT_LE(left.size(), isKilled ? 1U : 0U);
-    std::string state = "no folder";
-    for (const std::string& name : left) {
-      EXPECT_THAT(name, testing::StartsWith(".tallyfold-"));
-      EXPECT_EQ(modeOf(folder_.path() / name), mode_t{0700});
-      const std::set<std::string> files = namesIn(folder_.path() / name);
-      ASSERT_LE(files.size(), 1U);
-      state = files.empty() ? "empty folder" : "folder with a part of a report";
-      if (!files.empty() && contentOf(folder_.path() / name / *files.begin()) == report.text) {
-        state = "folder with a whole report";
-      }
-    }
-    ++found[(isKilled ? "killed: " : "ended: ") + state + (after == before ? ", old report" : ", new report")];
+    kill(exporter, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(waitpid(exporter, &status, 0), exporter);
+    killed += status == SIGKILL ? 1 : 0;
+    EXPECT_THAT(status, AnyOf(0, SIGKILL));
+    EXPECT_THAT(contentOf(report_), AnyOf(reports[next], status == SIGKILL ? before : reports[next]));
 
     // A fork has the random names that are next here.
     Uuid::random();
     Uuid::random();
-    last = random() % reports.size();
-    const Report& next = reports[last];
-    ManifestService::write(next.results, next.format, report_, {});
-    ASSERT_EQ(contentOf(report_), next.text);
-    ASSERT_EQ(namesIn(folder_.path()), std::set<std::string>{"report.txt"});
+    write(few_, folder_.path() / "another report");
+    EXPECT_EQ(namesIn(folder_.path()), (std::set<std::string>{"another report", "report.txt"})) << "left behind";
   }
-  for (const auto& [state, count] : found) std::cout << count << " " << state << '\n';
+  std::cout << killed << " of " << rounds << " killed\n";
+}
+
+/// A group that a file can be given; our own where there is no other.
+gid_t anotherGroup() {
+  if (geteuid() == 0) return 12'345;
+  std::array<gid_t, 64> groups{};
+  const int count = std::max(0, getgroups(groups.size(), groups.data()));
+  for (const gid_t group : std::span(groups).first(static_cast<std::size_t>(count))) {
+    if (group != getegid()) return group;
+  }
+  return getegid();
+}
+
+TEST_F(ReportReplacement, PermissionsAreThoseOfTheReplacedFileOrOfTheUmask) {
+  const mode_t umaskBefore = umask(027);
+  write(few_, folder_.path() / "fresh.txt");
+  umask(umaskBefore);
+  EXPECT_EQ(modeOf(folder_.path() / "fresh.txt"), mode_t{0640});
+  for (const mode_t mode : {0600U, 0666U, 0444U}) {
+    chmod(report_.c_str(), mode);
+    write(few_, report_);
+    EXPECT_EQ(modeOf(report_), mode);
+  }
+}
+
+TEST_F(ReportReplacement, NobodyGainsRightsOfTheReplacedFile) {
+  struct Case {
+    const char* situation;
+    mode_t before;
+    mode_t after;
+    bool hasList = false;
+    bool hasOtherGroup = false;
+    bool isKept = false;
+    std::string_view refused = {};  ///< The last call of this name.
+    bool hasFolderList = false;
+  };
+  const std::vector<Case> cases{
+      {"list", 0640, 0640, true, false, true},
+      {"list that cannot be set", 0644, 0600, true, false, false, "fsetxattr"},
+      {"list that cannot be read", 0644, 0600, true, false, false, "openat"},
+      {"list of the folder for new files", 0640, 0640, false, false, true, "", true},
+      {"group", 0664, 0664, false, true, true},
+      {"group that cannot be set", 0664, 0604, false, true, false, "fchown"},
+      {"group with fewer rights than others, that cannot be set", 0606, 0600, false, true, false, "fchown"},
+      {"list of a group that cannot be set", 0644, 0600, true, true, false, "fchown"},
+  };
+  for (const Case& now : cases) {
+    SCOPED_TRACE(now.situation);
+    const gid_t group = now.hasOtherGroup ? anotherGroup() : getegid();
+    if (now.hasOtherGroup && group == getegid()) continue;  // No other that a user without rights may set.
+    fs::remove(report_);
+    removexattr(folder_.path().c_str(), defaultList);
+    folder_.file("report.txt", oldReport);
+    ASSERT_EQ(chown(report_.c_str(), static_cast<uid_t>(-1), group), 0);
+    if (now.hasList) setListForAnotherUser(report_, accessList);
+    ASSERT_EQ(chmod(report_.c_str(), now.before), 0);
+    if (now.hasFolderList) setListForAnotherUser(folder_.path(), defaultList);
+    const std::string before = accessListOf(report_);
+
+    WatchedSystemCalls calls;
+    calls.before = [&](std::string_view call, std::size_t) {
+      for (const auto& item : fs::recursive_directory_iterator(folder_.path())) {
+        if (call != "fsync" || item.path().parent_path() == folder_.path()) continue;
+        EXPECT_EQ(modeOf(item), mode_t{0600}) << "also should the folder around it be another's";
+      }
+      const bool isLast = call != "openat" || std::ranges::count(calls.names, "fsync") > 0;
+      return call == now.refused && isLast ? EACCES : 0;
+    };
+    write(few_, report_);
+    EXPECT_THAT(contentOf(report_), StartsWith("MD5  "));
+    EXPECT_EQ(modeOf(report_), now.after);
+    EXPECT_EQ(accessListOf(report_), now.isKept ? before : "");
+    struct stat status {};
+    ASSERT_EQ(stat(report_.c_str(), &status), 0);
+    EXPECT_EQ(status.st_gid, now.refused == "fchown" ? getegid() : group);
+  }
+}
+
+TEST_F(ReportReplacement, LinkIsReplacedAndNotFollowed) {
+  const fs::path victim = folder_.file("victim", "kept");
+  chmod(victim.c_str(), 0606);
+  fs::create_directory_symlink(".", folder_.path() / "the same folder");
+  for (const fs::path& target : {victim, fs::path("missing"), fs::path("link")}) {
+    const fs::path link = folder_.path() / "link";
+    fs::remove(link);
+    fs::create_symlink(target, link);
+    write(few_, folder_.path() / "the same folder/link");
+    EXPECT_FALSE(fs::is_symlink(link));
+    EXPECT_THAT(contentOf(link), StartsWith("MD5  "));
+    EXPECT_EQ(modeOf(link), modeOf(report_)) << "not those of what the link led to";
+  }
+  EXPECT_EQ(contentOf(victim), "kept");
+  EXPECT_EQ(namesIn(folder_.path()), (std::set<std::string>{"link", "report.txt", "the same folder", "victim"}));
+}
+
+TEST_F(ReportReplacement, WhatIsNoFileIsRefused) {
+  const fs::path pipe = folder_.path() / "pipe";
+  makePipe(pipe);
+  const fs::path door = folder_.path() / "socket";
+  ASSERT_EQ(mknod(door.c_str(), S_IFSOCK | 0600, 0), 0);
+  for (const fs::path& path : {pipe, door}) {
+    EXPECT_EQ(outcomeOfWriting(path), "error: What has this name is not a file. Choose another name for the report.");
+  }
+  EXPECT_TRUE(fs::is_fifo(pipe));
+  EXPECT_TRUE(fs::is_socket(door));
+  EXPECT_EQ(namesIn(folder_.path()), (std::set<std::string>{"pipe", "report.txt", "socket"}));
+}
+
+TEST_F(ReportReplacement, FolderThatIsSwappedLeadsToNoOtherFile) {
+  const fs::path victim = folder_.file("victim", "kept");
+  chmod(victim.c_str(), 0600);
+  const fs::path place = folder_.path() / "place";
+  for (std::size_t call = 1, last = 1; call <= last; ++call) {
+    for (const bool isPrivateFolder : {true, false}) {
+      fs::remove_all(place);
+      fs::remove_all(folder_.path() / "moved");
+      fs::create_directory(place);
+      folder_.file("place/report.txt", oldReport);
+      WatchedSystemCalls calls;
+      calls.before = [&](std::string_view, std::size_t number) {
+        if (number != call) return 0;
+        fs::path swapped = place;
+        if (isPrivateFolder) {
+          for (const fs::path& item : fs::directory_iterator(place)) {
+            if (fs::is_directory(item)) swapped = item;
+          }
+          if (swapped == place) return 0;
+        }
+        std::set<std::string> names = namesIn(swapped);
+        fs::rename(swapped, folder_.path() / "moved");
+        fs::create_directory(swapped);
+        for (const std::string& name : names) fs::create_symlink(victim, swapped / name);
+        return 0;
+      };
+      outcomeOfWriting(place / "report.txt");  // Whatever comes of it.
+      last = std::max(last, calls.names.size());
+      EXPECT_EQ(contentOf(victim), "kept") << call;
+      EXPECT_EQ(modeOf(victim), mode_t{0600}) << call;
+    }
+  }
 }
 
 }  // namespace
-
 }  // namespace tallyfold::test

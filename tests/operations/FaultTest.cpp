@@ -1,82 +1,109 @@
-#include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <functional>
-#include <gmock/gmock.h>
-#include <iostream>
-#include <memory>
-#include <set>
-#include <span>
-#include <string>
-#include <string_view>
-#include <sys/stat.h>
-#include <utility>
-#include <vector>
+// Right before the k-th system call of an operation, for every k, it is disturbed: the call fails, or the operation is
+// cancelled.
 
-#include "checksums/ChecksumReading.h"
-#include "checksums/ManifestVerification.h"
-#include "core/base/Errors.h"
-#include "core/base/Processor.h"
-#include "tests/core/ComparisonOutcome.h"
-#include "tests/core/Outcome.h"
-#include "tests/operations/ExportOperation.h"
-#include "tests/operations/Operation.h"
+#include "tests/operations/Operations.h"
 
 namespace tallyfold::test {
 namespace {
 
-namespace fs = std::filesystem;
-using namespace ChecksumManifestService;
-using testing::AnyOf;
-using testing::Contains;
-using testing::Each;
-using testing::IsEmpty;
+constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();
 
-const std::string kListChanged =
-    "error: The checksum file changed while it was being read. Load it again after the file is stable.";
-const std::string kInvalidRoot = "error: The selected manifest root is not an accessible directory.";
-const std::string kRootChanged =
-    "error: The manifest root folder changed while verification was running. Run verification again on a stable folder "
-    "tree.";
-const std::string kPathChanged =
-    "error: A manifest path changed while it was being verified. Run verification again on a stable folder tree.";
-const std::string kMissing = "error: No such file or directory";
+/// What happens to one call, or to all from it on.
+struct Fault {
+  const char* name;
+  int error = 0;
+  std::size_t longest = kAll;  ///< Bytes that a read or a write is given.
+  bool isForGood = false;
+  bool isCancellation = false;  ///< Comes right before the call.
 
-/// Nothing depends on announcing and closing what is only read, nor a path on what it was looked at for again.
-std::string toldOfReading(const System& system, std::size_t call, const std::string& sentence, int files) {
-  const std::string_view name = system.name(call);
-  if (name == "close" || name == "willNeed") return "";
-  const bool isOfAFileInUse = name == "stat" && system.ordinal(call) > files;
-  return sentence.empty() || isOfAFileInUse ? kChanged : sentence;
-}
+  [[nodiscard]] bool isOfTransfers() const { return longest != kAll; }
+  [[nodiscard]] bool isHarmless() const { return error == EINTR || (error == 0 && longest > 0 && !isCancellation); }
+  [[nodiscard]] std::string sentence() const { return error == 0 ? "" : "error: "s + std::strerror(error); }
+};
+
+void PrintTo(const Fault& fault, std::ostream* stream) { *stream << fault.name; }
+
+/// The calls of an operation until now. Closing and announcing are among them.
+class System : public WatchedSystemCalls {
+ public:
+  int close(int descriptor) override {
+    const int result = WatchedSystemCalls::close(descriptor);
+    return isRefused("close") ? -1 : result;
+  }
+  int willNeed(int descriptor, off_t offset, off_t count) override {
+    return isRefused("willNeed") ? errno : SystemCalls::willNeed(descriptor, offset, count);
+  }
+  int openat2(int folder, const char* path, int flags, std::uint64_t resolve) override {
+    if (!isOld) return WatchedSystemCalls::openat2(folder, path, flags, resolve);
+    if (!isRefused("openat2")) errno = ENOSYS;
+    return -1;
+  }
+  bool isOld = false;  ///< Without openat2.
+
+  [[nodiscard]] std::string_view name(std::size_t call) const { return names[call - 1]; }
+
+  /// Which of the calls of its name a call is, from 1.
+  [[nodiscard]] std::ptrdiff_t ordinal(std::size_t call) const {
+    return std::count(names.begin(), names.begin() + static_cast<std::ptrdiff_t>(call), name(call));
+  }
+};
+
+/// One undertaking of the program, with files of its own. It can be repeated.
+class Operation {
+ public:
+  virtual ~Operation() = default;
+
+  virtual Lines run(const std::stop_token& cancellation) = 0;
+
+  /// What the user must be told when this call of `system`, and nothing else, has met with an error that has this
+  /// sentence; nothing when it does not matter. A transfer of no bytes is an error that has none.
+  [[nodiscard]] virtual std::string told(const System& /*system*/, std::size_t /*call*/,
+                                         const std::string& /*sentence*/) const {
+    return "";
+  }
+
+  /// Whether the outcome is what it must be when this call, one of those of an undisturbed run, has met with `fault`.
+  virtual void check(const Lines& outcome, const Lines& undisturbed, const System& system, std::size_t call,
+                     const Fault& fault) const {
+    std::string expected = told(system, call, fault.sentence());
+    while (fault.isForGood && expected.empty() && call < system.names.size()) {
+      expected = told(system, ++call, fault.sentence());
+    }
+    EXPECT_EQ(outcome, expected.empty() ? undisturbed : Lines{expected});
+  }
+
+  /// Whether a cancellation is seen although all was read.
+  [[nodiscard]] virtual bool looksAfterTheLastRead() const { return false; }
+
+  /// After a run with this fault of a call of this name.
+  virtual void checkFiles(const Lines& /*outcome*/, const Fault& /*fault*/, std::string_view /*name*/) {}
+
+ protected:
+  /// Nothing depends on announcing and closing what is only read, nor a path on what it was looked at for again.
+  static std::string toldOfReading(const System& system, std::size_t call, const std::string& sentence, int files) {
+    const std::string_view name = system.name(call);
+    if (name == "close" || name == "willNeed") return "";
+    const bool isOfAFileInUse = name == "stat" && system.ordinal(call) > files;
+    return sentence.empty() || isOfAFileInUse ? kChanged : sentence;
+  }
+
+  TemporaryFolder folder_;
+};
 
 class Hash : public Operation {
  public:
   Hash(std::size_t size, unsigned cores) : file_(folder_.file("file", randomBytes(size, 1))) { pretendCores(cores); }
   ~Hash() override { pretendCores(0); }
 
-  Lines run() override {
-    double done = 0;
-    Lines lines = outcomeOf([&] {
-      const auto result = HashService::hashFile(file_, Uuid(), algorithms_, {}, [&](double now) { done = now; });
-      Lines digests;
-      for (const HashAlgorithm algorithm : result.hashes.algorithms()) {
-        digests.emplace_back(*result.hashes.find(algorithm));
-      }
-      return digests;
-    });
-    EXPECT_EQ(done == 1, lines.size() == algorithms_.size()) << done;
-    return lines;
+  Lines run(const std::stop_token& cancellation) override {
+    return {outcomeOf(file_, {HashAlgorithm::sha256, HashAlgorithm::blake3, HashAlgorithm::crc32}, cancellation)};
   }
-
   [[nodiscard]] std::string told(const System& system, std::size_t call, const std::string& sentence) const override {
     return toldOfReading(system, call, sentence, 1);
   }
+  [[nodiscard]] bool looksAfterTheLastRead() const override { return true; }
 
  private:
-  const HashAlgorithmSet algorithms_{HashAlgorithm::sha256, HashAlgorithm::blake3, HashAlgorithm::crc32};
   fs::path file_;
 };
 
@@ -84,8 +111,9 @@ class Comparison : public Operation {
  public:
   explicit Comparison(std::string_view end) { folder_.file("b", randomBytes(300'000, 1).append(end)); }
 
-  Lines run() override { return {outcomeOfComparison(a_, folder_.path() / "b")}; }
-
+  Lines run(const std::stop_token& cancellation) override {
+    return {outcomeOfComparison(a_, folder_.path() / "b", cancellation)};
+  }
   [[nodiscard]] std::string told(const System& system, std::size_t call, const std::string& sentence) const override {
     return toldOfReading(system, call, sentence, 2);
   }
@@ -109,14 +137,7 @@ class ListLoad : public Operation {
     list_ = folder_.file("list", text);
   }
 
-  Lines run() override {
-    return outcomeOf([&] {
-      const ParseResult result = load(list_, {});
-      Lines lines{std::to_string(result.ignoredLineCount + result.unsupportedLineCount) + " other lines"};
-      for (const ChecksumManifestEntry& entry : result.entries) lines.push_back(entry.relativePath);
-      return lines;
-    });
-  }
+  Lines run(const std::stop_token& cancellation) override { return {outcomeOfLoad(list_, cancellation)}; }
 
   [[nodiscard]] std::string told(const System& system, std::size_t call, const std::string& sentence) const override {
     const bool isLastLook = system.name(call).ends_with("stat") && system.ordinal(call) > 1;
@@ -140,20 +161,8 @@ class Verification : public Operation {
     fs::create_symlink("dir", root_ / "link");
   }
 
-  Lines run() override {
-    return outcomeOf([&] {
-      ManifestVerification verification(root_, captureRootIdentity(root_, {}));
-      Lines lines;
-      for (const char* const path : {"dir/plain", "link/other", "dir\\of windows", "again"}) {
-        const ChecksumManifestEntry entry{Uuid(), 1, path, HashAlgorithm::sha256, ""};
-        const ManifestFileGroup group{path, {entry}};
-        const ManifestGroupOutcome outcome = verification.verify(group, {});
-        const auto* const sentence = std::get_if<std::string>(&outcome);
-        lines.push_back(sentence != nullptr ? "error: " + *sentence
-                                            : std::string(*std::get<DigestMap>(outcome).find(HashAlgorithm::sha256)));
-      }
-      return lines;
-    });
+  Lines run(const std::stop_token& cancellation) override {
+    return outcomesOfVerification(root_, {"dir/plain", "link/other", "dir\\of windows", "again"}, cancellation);
   }
 
   void check(const Lines& outcome, const Lines& undisturbed, const System& system, std::size_t call,
@@ -177,7 +186,7 @@ class Verification : public Operation {
     for (std::size_t i = 0; i < outcome.size(); ++i) {
       if (outcome[i] != undisturbed[i]) parts.push_back(outcome[i]);
     }
-    const std::string sentence = fault.error == 0 ? kChanged : sentenceOf(fault);
+    const std::string sentence = fault.error == 0 ? kChanged : fault.sentence();
     const auto also = [&, is = fault.isForGood](bool isOfSuchCalls, const std::string& told) {
       return is || isOfSuchCalls ? told : sentence;
     };
@@ -191,9 +200,68 @@ class Verification : public Operation {
       EXPECT_THAT(parts, IsEmpty());
     }
   }
+  [[nodiscard]] bool looksAfterTheLastRead() const override { return true; }
 
  private:
   fs::path root_ = folder_.path() / "link to root";
+};
+
+/// Over an old, private report, beside what a killed export has left, in a folder that has new files be readable for
+/// another user. With a list of its own, that user may read the old report as well.
+class Export : public Operation {
+ public:
+  explicit Export(bool hasList) : hasList_(hasList) { setListForAnotherUser(folder_.path(), defaultList); }
+
+  Lines run(const std::stop_token& cancellation) override {
+    fs::create_directory(abandoned_);
+    chmod(abandoned_.c_str(), S_IRWXU);
+    folder_.file(std::string(kAbandoned) + "/00000000-1111-4222-8333-444444444444", "part of a report");
+    fs::remove(report_);
+    folder_.file("report", "old");
+    removexattr(report_.c_str(), accessList);
+    chmod(report_.c_str(), S_IRUSR | S_IWUSR);
+    if (hasList_) setListForAnotherUser(report_, accessList);
+    return {attempted([&] {
+      ManifestService::write(results_, ManifestService::Format::json, report_, cancellation);
+      return contentOf(report_);
+    })};
+  }
+
+  /// Nothing depends on what was left, on locks, on closing what is only read, nor on rights that can be left away.
+  [[nodiscard]] std::string told(const System& system, std::size_t call, const std::string& sentence) const override {
+    const std::string_view name = system.name(call);
+    const auto ordinal = system.ordinal(call);
+    const auto isAny = [&](auto... ordinals) { return ((ordinal == ordinals) || ...); };
+    if (name == "unlinkat" || name == "flock" || name == "getdents" || name == "fsetxattr") return "";
+    if (name == "fstatat" && isAny(2, 3, 4)) return "";
+    if (name == "fstat" && ordinal == 1) return "";
+    if (name == "close" && ordinal != 4) return "";
+    if (name == "openat" && (isAny(1, 2) || (ordinal == 5 && sentence.ends_with(std::strerror(EACCES))))) return "";
+    if (name == "openat" && ordinal == 4) return "error: The report could not be written.";
+    return sentence.empty() ? "error: Input/output error" : sentence;
+  }
+
+  void checkFiles(const Lines& outcome, const Fault& fault, std::string_view name) override {
+    const std::string content = contentOf(report_);
+    EXPECT_EQ(content, outcome.front() == content ? content : "old");
+    const bool isGranted = !accessListOf(report_).empty();
+    EXPECT_TRUE(fault.isHarmless() ? isGranted == hasList_ : hasList_ || !isGranted);
+    EXPECT_EQ(fs::status(report_).permissions(), static_cast<fs::perms>(isGranted ? 0640 : 0600));
+    fs::remove(report_);
+    for (const fs::path& left : fs::directory_iterator(folder_.path())) {
+      const bool mayStay = fault.isForGood || (!fault.isHarmless() && (left == abandoned_ || name == "unlinkat"));
+      EXPECT_TRUE(mayStay) << left << " was left";
+      fs::remove_all(left);
+    }
+  }
+
+ private:
+  static constexpr const char* kAbandoned = ".tallyfold-00000000-1111-4222-8333-444444444444";
+
+  const bool hasList_;
+  const FileHashResults results_ = manyResults(450);  // More than one write.
+  const fs::path report_ = folder_.path() / "report";
+  const fs::path abandoned_ = folder_.path() / kAbandoned;
 };
 
 struct Undertaking {
@@ -216,12 +284,11 @@ std::multiset<fs::path> openDescriptors() {
 class FaultOfEveryCall : public testing::TestWithParam<std::tuple<Undertaking, Fault>> {};
 
 TEST_P(FaultOfEveryCall, IsToldAndLeavesNothingBehind) {
-  const Undertaking& undertaking = std::get<0>(GetParam());
-  const Fault& fault = std::get<1>(GetParam());
+  const auto& [undertaking, fault] = GetParam();
   const std::unique_ptr<Operation> operation = undertaking.make();
   System system;
   system.isOld = undertaking.isOnAnOldSystem;
-  const Lines undisturbed = operation->run();
+  const Lines undisturbed = operation->run({});
   ASSERT_FALSE(undisturbed.front().starts_with("error: ")) << undisturbed.front();
   const std::vector<std::string_view> calls = system.names;
   const auto descriptors = openDescriptors();
@@ -231,30 +298,38 @@ TEST_P(FaultOfEveryCall, IsToldAndLeavesNothingBehind) {
     const std::string_view name = calls[call - 1];
     if (fault.isOfTransfers() && name != "read" && name != "write") continue;
     SCOPED_TRACE(std::string(name) + ", call " + std::to_string(call) + " of " + std::to_string(calls.size()));
+    std::stop_source source;
     system.names.clear();
-    system.before = [&, number = call](std::string_view, std::size_t now) {
+    system.before = [&, &fault = fault, number = call](std::string_view, std::size_t now) {
       const bool isHit = fault.isForGood ? now >= number : now == number;
       system.longestRead = system.longestWrite = isHit ? fault.longest : kAll;
+      if (isHit && fault.isCancellation) source.request_stop();
       return isHit ? fault.error : 0;
     };
-    const Lines outcome = operation->run();
+    const Lines outcome = operation->run(source.get_token());
     ++runs;
     ASSERT_GE(system.names.size(), call);
+    const std::span after = std::span(system.names).subspan(call);
     if (outcome.size() == 1 && outcome.front().starts_with("error: ") && !fault.isForGood) {
-      const std::span after = std::span(system.names).subspan(call);
       EXPECT_THAT(after, Each(AnyOf("close", "unlinkat"))) << "it went on after the error";
+    }
+    if (fault.isCancellation) {
+      EXPECT_THAT(after, Each(Not(AnyOf("write", "fsync", "renameat")))) << "it went on";
+      EXPECT_LE(std::ranges::count(after, "read"), 1) << "it went on";
+      const bool mustSee = name == "read" && operation->looksAfterTheLastRead();
+      EXPECT_THAT(outcome, AnyOf(Lines{"cancelled"}, mustSee ? Lines{"cancelled"} : undisturbed));
     }
     system.before = [](auto...) { return 0; };
     system.names = calls;
     if (fault.isHarmless()) {
       EXPECT_EQ(outcome, undisturbed);
-    } else {
+    } else if (!fault.isCancellation) {
       operation->check(outcome, undisturbed, system, call, fault);
     }
     operation->checkFiles(outcome, fault, name);
     EXPECT_EQ(openDescriptors(), descriptors);
     system.longestRead = system.longestWrite = kAll;
-    EXPECT_EQ(operation->run(), undisturbed) << "afterwards";
+    EXPECT_EQ(operation->run({}), undisturbed) << "afterwards";
   }
   EXPECT_GT(runs, 0U);
   std::cout << undertaking.name << ", " << fault.name << ": " << calls.size() << " calls, " << runs << " runs\n";
@@ -277,7 +352,7 @@ INSTANTIATE_TEST_SUITE_P(
                         Fault{"IsNotPermitted", EACCES}, Fault{"HasTooManyOpenFiles", EMFILE},
                         Fault{"HasNoMemory", ENOMEM}, Fault{"HasNoSpace", ENOSPC}, Fault{"TransfersOneByte", 0, 1},
                         Fault{"TransfersNothing", 0, 0}, Fault{"TransfersLittleFromThenOn", 0, 4099, true},
-                        Fault{"FailsFromThenOn", EIO, kAll, true})),
+                        Fault{"FailsFromThenOn", EIO, kAll, true}, Fault{"IsCancelled", 0, kAll, false, true})),
     [](const auto& test) { return std::get<0>(test.param).name + std::string(std::get<1>(test.param).name); });
 
 }  // namespace

@@ -1,66 +1,17 @@
 // What all operations that read files have in common.
 
 #include <ctime>
-#include <functional>
-#include <gmock/gmock.h>
-#include <string>
-#include <sys/stat.h>
-#include <utility>
-#include <vector>
 
-#include "checksums/ChecksumReading.h"
-#include "checksums/ManifestVerification.h"
-#include "core/base/Errors.h"
-#include "tests/core/ComparisonOutcome.h"
-#include "tests/core/Outcome.h"
-#include "tests/support/TemporaryFolder.h"
-#include "tests/support/WatchedSystemCalls.h"
+#include "tests/operations/Operations.h"
+#include "tests/support/PeakMemory.h"
 
 namespace tallyfold::test {
 namespace {
 
-using namespace ChecksumManifestService;
-namespace fs = std::filesystem;
-
-struct Operation {
-  const char* name;
-  std::function<std::string(const std::stop_token&)> outcome;
-};
-
-/// On the file `a` in `folder`, and one also on the file `b`.
-std::vector<Operation> operationsOn(const fs::path& folder, const char* a, const char* b) {
-  return {
-      {"hash", [=](auto& token) { return outcomeOf(folder / a, HashAlgorithm::sha256, token); }},
-      {"compare", [=](auto& token) { return outcomeOfComparison(folder / a, folder / b, token); }},
-      {"load",
-       [=](auto& token) -> std::string {
-         try {
-           return std::to_string(load(folder / a, token).entries.size()) + " entries";
-         } catch (const CancellationError&) {
-           return "cancelled";
-         } catch (const std::exception& error) {
-           return std::string("error: ") + error.what();
-         }
-       }},
-      {"verify",
-       [=](auto& token) -> std::string {
-         ManifestVerification verification(folder, captureRootIdentity(folder, {}));
-         const ChecksumManifestEntry entry{Uuid(), 1, a, HashAlgorithm::sha256, ""};
-         try {
-           const auto outcome = verification.verify({entry.relativePath, {entry}}, token);
-           const auto* const sentence = std::get_if<std::string>(&outcome);
-           return sentence != nullptr ? "error: " + *sentence : "digests";
-         } catch (const CancellationError&) {
-           return "cancelled";
-         }
-       }},
-  };
-}
-
 TEST(Reading, ContentWithoutASizeIsNoVersionOfAFile) {
-  for (const Operation& operation : operationsOn("/proc/sys/kernel", "ostype", "osrelease")) {
-    EXPECT_THAT(operation.outcome({}), testing::MatchesRegex("error: The .*file changed while it was being read.*"))
-        << operation.name;
+  for (const Reading& reading : {kHash, kComparison, kListLoad, kVerification}) {
+    EXPECT_THAT(reading.outcome("/proc/sys/kernel/ostype", "/proc/sys/kernel/osrelease", {}), kIsChanged)
+        << reading.name;
   }
   EXPECT_EQ(outcomeOfComparison("/proc/version", "/proc/version"), "identical") << "is not read";
   const TemporaryFolder folder;
@@ -78,12 +29,6 @@ Stamp clockOfFiles() {
   timespec now{};
   clock_gettime(CLOCK_REALTIME_COARSE, &now);
   return {now.tv_sec, now.tv_nsec};
-}
-
-Stamp lastChangeOf(const fs::path& file) {
-  struct stat status {};
-  stat(file.c_str(), &status);
-  return {status.st_ctim.tv_sec, status.st_ctim.tv_nsec};
 }
 
 /// A file system that may keep no more than the seconds of a change.
@@ -104,37 +49,34 @@ struct Stamps : WatchedSystemCalls {
 TEST(Reading, WaitsUntilTheNextChangeWouldShow) {
   const TemporaryFolder folder;
   const std::string line = std::string(64, '0') + "  a\n";
-  const fs::path a = folder.file("a", line);
-  folder.file("b", line);
+  fs::create_directory(folder.path() / "files");
+  const fs::path b = folder.file("files/b", line);
   Stamps system;
-  for (const Operation& operation : operationsOn(folder.path(), "a", "b")) {
-    SCOPED_TRACE(operation.name);
+  for (const Reading& reading : {kHash, kComparison, kListLoad, kVerification}) {
+    SCOPED_TRACE(reading.name);
     constexpr int tries = 5;
-    system.areWholeSeconds = false;
-    for (int i = 0; i < tries; ++i) {
-      folder.file("a", line);
-      Stamp firstRead;
-      system.before = [&](std::string_view call, std::size_t) {
-        if (call == "read" && firstRead == Stamp()) firstRead = clockOfFiles();
-        return 0;
-      };
-      EXPECT_THAT(operation.outcome({}), testing::Not(testing::StartsWith("error")));
-      EXPECT_GT(firstRead, lastChangeOf(a));
-    }
-
-    system.areWholeSeconds = true;
     bool wasCancelledInTime = false;
-    for (int i = 0; i < tries && !wasCancelledInTime; ++i) {
-      folder.file("a", line);
+    for (int i = 0; i < 2 * tries && !wasCancelledInTime; ++i) {
+      system.areWholeSeconds = i >= tries;
+      const fs::path a = folder.file("files/a", line);
+      const FileSnapshot written = snapshotOfPath(a);
+      Stamp firstRead;
       std::stop_source source;
       system.names.clear();
       system.before = [&](std::string_view call, std::size_t) {
-        if (call == "fstat") source.request_stop();
+        if (call == "read" && firstRead == Stamp()) firstRead = clockOfFiles();
+        if (call == "fstat" && system.areWholeSeconds) source.request_stop();
         return 0;
       };
-      EXPECT_EQ(operation.outcome(source.get_token()), "cancelled");
-      EXPECT_EQ(std::ranges::count(system.names, "read"), 0);
-      wasCancelledInTime = clockOfFiles().first == lastChangeOf(a).first;
+      const std::string outcome = reading.outcome(a, b, source.get_token());
+      if (system.areWholeSeconds) {
+        EXPECT_EQ(outcome, "cancelled");
+        EXPECT_EQ(firstRead, Stamp());
+        wasCancelledInTime = clockOfFiles().first == written.changedSeconds;
+      } else {
+        EXPECT_THAT(outcome, Not(StartsWith("error")));
+        EXPECT_GT(firstRead, Stamp(written.changedSeconds, written.changedNanoseconds));
+      }
     }
     EXPECT_TRUE(wasCancelledInTime);
   }
@@ -143,6 +85,155 @@ TEST(Reading, WaitsUntilTheNextChangeWouldShow) {
   waitUntilChangesShow(changed, {});
   EXPECT_GT(clockOfFiles().first, changed.changedSeconds);
 }
+
+// Of what is resident: many small pieces of memory come and go between those that stay.
+TEST(PeakMemory, OfAVerificationDoesNotGrowOnceTheCacheIsFull) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "here memory is also that of the sanitizer";
+#endif
+  constexpr int capacity = 4096;
+  const TemporaryFolder folder;
+  for (int i = 0; i < 3 * capacity; ++i) folder.file("file " + std::to_string(i), "");
+  ManifestVerification verification(folder.path(), ChecksumManifestService::captureRootIdentity(folder.path(), {}));
+  const auto expectPeak = [&](double most, int first, int end) {
+    resetPeakMemory();
+    const double before = peakMemory();
+    for (int i = first; i < end; ++i) {
+      const ChecksumManifestEntry entry{Uuid(), 1, "file " + std::to_string(i), HashAlgorithm::crc32, ""};
+      const auto outcome = verification.verify({entry.relativePath, {entry}}, {});
+      ASSERT_TRUE(std::holds_alternative<DigestMap>(outcome)) << std::get<std::string>(outcome);
+    }
+    EXPECT_LE(peakMemory() - before, most) << "MiB";
+  };
+  expectPeak(100, 0, 1);  // With what the first of all needs.
+  expectPeak(4, 1, capacity);
+  expectPeak(0.5, capacity, 3 * capacity);
+}
+
+// A file changes right before the k-th system call, for every k. Whatever happens, the outcome is that of exactly the
+// old content, or of exactly the new one, or an error: never of a mixture.
+
+struct Change {
+  const char* name;
+  /// It is seen from so many calls behind the first look on: the next opens the file, and the one after looks at it.
+  std::size_t isSeenFrom;
+  bool isInPlace;  ///< So that the last look at the path does not see it.
+  void (*make)(const fs::path& file, const fs::path& fresh);
+};
+
+/// A list with another checksum in every line.
+std::string otherThan(const fs::path& list) {
+  std::string content = contentOf(list);
+  std::ranges::replace(content, 'a', 'b');
+  return content;
+}
+
+void writeTo(const fs::path& path, std::ios::openmode mode, const std::string& content) {
+  std::ofstream(path, mode | std::ios::binary) << content;
+}
+
+const std::array<Change, 7> kChanges{{
+    {"Append", 3, true, [](auto& file, auto&) { writeTo(file, std::ios::app, "more"); }},
+    {"Truncation", 3, true, [](auto& file, auto&) { fs::resize_file(file, 5'000); }},
+    {"RewriteWithTheSameSizeAndTime", 3, true,
+     [](auto& file, auto&) {
+       const auto time = fs::last_write_time(file);
+       writeTo(file, std::ios::in | std::ios::out, otherThan(file));
+       fs::last_write_time(file, time);
+     }},
+    {"Replacement", 1, false,
+     [](auto& file, auto& fresh) {
+       writeTo(fresh, std::ios::out, otherThan(file));
+       fs::rename(fresh, file);
+     }},
+    {"Link", 2, false,
+     [](auto& file, auto& fresh) {
+       writeTo(fresh, std::ios::out, otherThan(file));
+       fs::remove(file);
+       fs::create_symlink(fresh, file);
+     }},
+    {"Removal", 2, false, [](auto& file, auto&) { fs::remove(file); }},
+    {"Pipe", 2, false, [](auto& file, auto&) { fs::remove(file), makePipe(file); }},
+}};
+
+void PrintTo(const Change& change, std::ostream* stream) { *stream << change.name; }
+
+/// A reading and the one of its files that changes.
+struct Changed {
+  Reading reading;
+  const char* end = "";  ///< Of the other file.
+  const char* file = "a";
+  const char* look = "stat";    ///< The call that looks at this file,
+  std::ptrdiff_t first = 1;     ///< for the first time when it is made so often,
+  std::ptrdiff_t lastBack = 1;  ///< and for the last, counted from the end.
+};
+
+void PrintTo(const Changed& changed, std::ostream* stream) { *stream << changed.reading.name; }
+
+class Stability : public testing::TestWithParam<std::tuple<Changed, Change>> {};
+
+TEST_P(Stability, NeverTheOutcomeOfAMixture) {
+  const auto& [changed, change] = GetParam();
+  std::string list;
+  for (int i = 0; i < 250; ++i) list += std::string(32, 'a') + "  " + std::to_string(10'000 + i) + "\n";
+  std::vector<std::string_view> calls;
+  /// Of new files, of which one is changed right before a call; before all calls when that is 0.
+  const auto outcomeWhenChangedBefore = [&, &changed = changed, &change = change](std::size_t moment) {
+    const TemporaryFolder folder;
+    const fs::path files = fs::canonical(folder.path()) / "files";
+    fs::create_directory(files);
+    folder.file("files/a", list);
+    folder.file("files/b", list + changed.end);
+    const auto make = [&] { change.make(files / changed.file, files / "fresh"); };
+    if (moment == 0) make();
+    WatchedSystemCalls system;
+    system.longestRead = 4000;
+    system.before = [&](std::string_view, std::size_t number) { return number == moment ? make(), 0 : 0; };
+    std::string outcome = changed.reading.outcome(files / "a", files / "b", {});
+    EXPECT_EQ(system.stillOpen, 0) << moment;
+    calls = system.names;
+    return outcome;
+  };
+  const std::string after = outcomeWhenChangedBefore(0);
+  const std::string before = outcomeWhenChangedBefore(1000);
+  const std::vector<std::string_view> undisturbed = calls;
+  std::vector<std::size_t> looks;
+  for (std::size_t call = 1; call <= undisturbed.size(); ++call) {
+    if (undisturbed[call - 1] == changed.look) looks.push_back(call);
+  }
+  const std::size_t first = looks.at(static_cast<std::size_t>(changed.first - 1));
+  const std::size_t last = looks.at(looks.size() - static_cast<std::size_t>(changed.lastBack));
+  EXPECT_GT(last, first + 3);
+
+  for (std::size_t moment = 1; moment <= undisturbed.size(); ++moment) {
+    SCOPED_TRACE("changed before call " + std::to_string(moment) + ", a " + std::string(undisturbed[moment - 1]));
+    const std::string outcome = outcomeWhenChangedBefore(moment);
+    if (moment <= first) {
+      EXPECT_EQ(outcome, after);
+    } else if (moment > last) {
+      EXPECT_EQ(outcome, before);
+    } else if (moment >= first + change.isSeenFrom && (moment < last || !change.isInPlace)) {
+      EXPECT_THAT(outcome, kIsChanged);
+    } else {
+      EXPECT_THAT(outcome, AnyOf(before, after, kIsChanged));
+    }
+  }
+}
+
+std::string nameOf(const testing::TestParamInfo<std::tuple<Changed, Change>>& test) {
+  const auto& [changed, change] = test.param;
+  return changed.reading.name + "Of"s + changed.file + changed.end + change.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, Stability,
+                         testing::Combine(testing::Values(Changed{kHash}, Changed{kListLoad},
+                                                          Changed{kVerification, "", "a", "fstatat"},
+                                                          Changed{kComparison, "", "a", "stat", 1, 2},
+                                                          Changed{kComparison, "", "b", "stat", 2, 1},
+                                                          Changed{kComparison, "more", "a", "stat", 1, 2},
+                                                          Changed{kComparison, "more", "b", "stat", 2, 1}),
+                                          testing::ValuesIn(kChanges)),
+                         nameOf);
 
 }  // namespace
 }  // namespace tallyfold::test

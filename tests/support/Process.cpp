@@ -5,7 +5,6 @@
 #include <poll.h>
 #include <spawn.h>
 #include <stdexcept>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
@@ -68,27 +67,6 @@ bool OtherProgram::hasSaid(const std::string& line) {
   while (poll(&ready, 1, 0) > 0 && readSome()) {
   }
   return ('\n' + output_).find('\n' + line + '\n') != std::string::npos;
-}
-
-ForkedProcess::ForkedProcess(const std::function<void()>& work) : process_(fork()) {
-  if (process_ < 0) throw std::runtime_error("fork failed");
-  if (process_ > 0) return;
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
-  try {
-    work();
-  } catch (...) {
-    _exit(1);
-  }
-  _exit(0);
-}
-
-int ForkedProcess::kill() {
-  if (process_ == 0) return status_;
-  ::kill(process_, SIGKILL);
-  while (waitpid(process_, &status_, 0) < 0 && errno == EINTR) {
-  }
-  process_ = 0;
-  return status_;
 }
 
 std::string outputOf(const std::vector<std::string>& command) { return OtherProgram(command).finish(); }

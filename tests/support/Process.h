@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -30,23 +29,6 @@ class OtherProgram {
   std::string output_;
   pid_t process_ = 0;
   int pipe_ = -1;
-};
-
-/// A copy of this process, which must have no other threads, that does `work` and nothing else. It exits with status 0
-/// when that returns, with 1 when it throws, and dies with this process.
-class ForkedProcess {
- public:
-  explicit ForkedProcess(const std::function<void()>& work);
-  ForkedProcess(const ForkedProcess&) = delete;
-  ForkedProcess& operator=(const ForkedProcess&) = delete;
-  ~ForkedProcess() { kill(); }
-
-  /// Kills it, wherever it is in its work, and returns its wait status when it is gone.
-  int kill();
-
- private:
-  pid_t process_ = 0;
-  int status_ = 0;
 };
 
 /// What such a program prints. Throws when it cannot be started or does not exit with status 0: an oracle that is

@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "checksums/ManifestPaths.h"
+
 namespace tallyfold::test {
 
 /// The kernel's answer, by another implementation than ours: where a path leads, or nothing.
@@ -90,6 +92,22 @@ inline Containment containmentOf(const std::string& path, const std::filesystem:
   if (place.empty()) return {};
   const std::filesystem::path folder = realPath(withoutSlash.parent_path());
   return {true, isBelow(root, place) && (folder == root || isBelow(root, folder)), place};
+}
+
+/// What of our own resolution of such a path does not agree with that; empty when all does.
+inline std::string disagreementOn(const std::string& path, const std::filesystem::path& root,
+                                  const Containment& expected) {
+  using Case = ManifestPathError::Case;
+  try {
+    const std::string found = ChecksumManifestService::resolve(path, root).native();
+    const std::string place = realPath(found);
+    const bool isRight = isBelow(root, found) && (place.empty() || place == found);
+    return isRight && (!expected.exists || (expected.isInside && found == expected.place)) ? "" : "led to " + found;
+  } catch (const ManifestPathError& error) {
+    // What can be told of a path before anything is looked at is no matter of the tree.
+    const bool isOfText = error.value() == Case::emptyPath || error.value() == Case::invalidPath;
+    return expected.isInside && !isOfText && !path.starts_with('/') ? "was refused" : "";
+  }
 }
 
 }  // namespace tallyfold::test

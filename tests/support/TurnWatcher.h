@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <ctime>
-#include <fstream>
-#include <malloc.h>
-#include <string>
 #include <utility>
 
 #include <QAbstractEventDispatcher>
 #include <QObject>
+
+#include "tests/support/PeakMemory.h"
 
 namespace tallyfold::test {
 
@@ -54,21 +53,5 @@ class TurnWatcher {
   double start_ = now();
   double longest_ = 0;
 };
-
-/// The most memory that was resident since the start of the process or the last reset, in MiB.
-inline double peakMemory() {
-  std::ifstream status("/proc/self/status");
-  for (std::string word; status >> word;) {
-    double kibibytes = 0;
-    if (word == "VmHWM:" && status >> kibibytes) return kibibytes / 1024;
-  }
-  return 0;
-}
-
-/// Forgets the peak, and gives back what the allocator holds in reserve, which belongs to what was before.
-inline void resetPeakMemory() {
-  malloc_trim(0);
-  std::ofstream("/proc/self/clear_refs") << 5;
-}
 
 }  // namespace tallyfold::test

@@ -2,21 +2,22 @@
 // look at memory at the moment it is given back.
 
 #include <atomic>
-#include <chrono>
-#include <cstddef>
 #include <cstdlib>
+#include <malloc.h>
 #include <new>
 
 #include "core/blake3/BLAKE3Stream.h"
 #include "core/blake3/Blake3.h"
-#include "core/services/FileComparison.h"
-#include "tests/core/CoreTest.h"
+#include "core/services/TextHashing.h"
+#include "tests/operations/Operations.h"
 #include "tests/support/ThreadLimit.h"
 
 namespace {
 
 std::atomic<bool> refuseWhatMayFail = false;
 std::atomic<std::size_t> largestAllocation = 0;
+std::atomic<std::size_t> allocated = 0;  // Bytes that are not given back yet,
+std::atomic<std::size_t> peak = 0;       // and the most of them.
 std::atomic<std::size_t> lastSizeThatMayFail = 0;
 std::atomic<void*> watched = nullptr;
 std::atomic<bool> watchedWasZeroWhenFreed = false;
@@ -26,6 +27,12 @@ constexpr std::align_val_t kUsual{alignof(std::max_align_t)};
 std::atomic<bool> isSlow = false;
 std::atomic<std::chrono::steady_clock::time_point> lastSlowAllocation;
 
+void raise(std::atomic<std::size_t>& most, std::size_t now) {
+  std::size_t before = most;
+  while (now > before && !most.compare_exchange_weak(before, now)) {
+  }
+}
+
 void* allocate(std::size_t size, std::align_val_t alignment = kUsual) {
   if (isSlow) {
     const auto begin = std::chrono::steady_clock::now();
@@ -33,12 +40,12 @@ void* allocate(std::size_t size, std::align_val_t alignment = kUsual) {
     }
     lastSlowAllocation = std::chrono::steady_clock::now();
   }
-  std::size_t largest = largestAllocation;
-  while (size > largest && !largestAllocation.compare_exchange_weak(largest, size)) {
-  }
   void* memory = nullptr;
   const int failure = posix_memalign(&memory, static_cast<std::size_t>(alignment), std::max(size, std::size_t{1}));
-  return failure == 0 ? memory : nullptr;
+  if (failure != 0) return nullptr;
+  raise(largestAllocation, size);
+  raise(peak, allocated += malloc_usable_size(memory));
+  return memory;
 }
 
 void* allocateOrThrow(std::size_t size, std::align_val_t alignment = kUsual) {
@@ -52,6 +59,7 @@ void release(void* memory) {
     const std::span bytes(static_cast<const unsigned char*>(memory), lastSizeThatMayFail);
     watchedWasZeroWhenFreed = std::ranges::all_of(bytes, [](unsigned char byte) { return byte == 0; });
   }
+  allocated -= malloc_usable_size(memory);
   std::free(memory);
 }
 
@@ -72,22 +80,17 @@ void operator delete[](void* memory, std::align_val_t) noexcept { release(memory
 void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
 
 namespace tallyfold::test {
-
 namespace {
-
-DigestMap digestsOf(const std::filesystem::path& file) {
-  return HashService::hashFile(file, Uuid(), HashAlgorithmSet::all(), {}, [](double) {}).hashes;
-}
 
 TEST(RefusedAllocation, FailsWithItsSentenceOnAnyThread) {
   const TemporaryFolder folder;
-  const std::filesystem::path file = sparseFile(folder, "file", 20'000'000);
+  const fs::path file = sparseFile(folder, "file", 20'000'000);
   refuseWhatMayFail = true;
   EXPECT_EQ(tf_blake3_create(), nullptr);
   for (const unsigned cores : {1U, 9U}) {
     pretendCores(cores);
     EXPECT_THAT([&] { digestsOf(file); },
-                testing::ThrowsMessage<BLAKE3Stream::Error>("BLAKE3 could not allocate its hashing context."));
+                ThrowsMessage<BLAKE3Stream::Error>("BLAKE3 could not allocate its hashing context."));
   }
   refuseWhatMayFail = false;
   pretendCores(0);
@@ -95,7 +98,7 @@ TEST(RefusedAllocation, FailsWithItsSentenceOnAnyThread) {
 
 TEST(RefusedThread, OneLaneDoesTheWorkOfAll) {
   const TemporaryFolder folder;
-  const std::filesystem::path file = sparseFile(folder, "file", 20'000'000);
+  const fs::path file = sparseFile(folder, "file", 20'000'000);
   pretendCores(9);
   const DigestMap expected = digestsOf(file);
   const int started = threadsStarted;
@@ -133,7 +136,7 @@ TEST(Duration, BeginsWhenAllThatReadingNeedsIsThere) {
   const TemporaryFolder folder;
   for (const auto& [size, cores] : {std::pair(1U, 1U), std::pair(4U << 20, 9U)}) {
     pretendCores(cores);
-    const std::filesystem::path file = sparseFile(folder, "file", size);
+    const fs::path file = sparseFile(folder, "file", size);
     isSlow = true;
     std::chrono::duration<double> sinceThen{};
     const auto end = [&](double) { sinceThen = std::chrono::steady_clock::now() - lastSlowAllocation.load(); };
@@ -143,24 +146,94 @@ TEST(Duration, BeginsWhenAllThatReadingNeedsIsThere) {
   pretendCores(0);
 }
 
+constexpr std::size_t kMebibyte = 1'048'576;
+
+/// Expects `work` to allocate at most so much beside what there was before. Returns the largest piece of it.
 template <typename Work>
-std::size_t largestIn(Work work) {
+std::size_t expectPeak(const std::string& what, double most, Work work) {
   largestAllocation = 0;
+  peak = 0;
+  const std::size_t before = allocated;
   work();
+  const double mebibytes = static_cast<double>(peak - before) / kMebibyte;
+  EXPECT_LE(mebibytes, most) << what;
+  std::cout << what << " | " << mebibytes << " MiB | at most " << most << " MiB\n";
   return largestAllocation;
 }
 
 TEST(Allocation, IsNoLargerThanTheFileAndNeverOverOneChunk) {
   const TemporaryFolder folder;
-  for (const std::size_t size : {0U, 4096U, 1'000'000U, 10'000'000U}) {
-    const std::filesystem::path a = sparseFile(folder, "a", size);
-    const std::filesystem::path b = sparseFile(folder, "b", size);
-    const std::size_t most = std::clamp(size, std::size_t{4096}, std::size_t{8'388'608});
-    EXPECT_LE(largestIn([&] { digestsOf(a); }), most) << size;
-    EXPECT_LE(largestIn([&] { HashService::compareFiles(a, b, {}, [](double) {}); }), most) << size;
+  for (const unsigned cores : {1U, 4U}) {
+    pretendCores(cores);
+    for (const std::size_t size : {std::size_t{0}, std::size_t{4096}, std::size_t{1'000'000}, 32 * kMebibyte}) {
+      const fs::path a = sparseFile(folder, "a", size);
+      const fs::path b = sparseFile(folder, "b", size);
+      const std::size_t most = std::clamp(size, std::size_t{4096}, 8 * kMebibyte);
+      const std::string what = std::to_string(size) + " bytes on " + std::to_string(cores) + " cores";
+      EXPECT_LE(expectPeak("hash " + what, 9, [&] { digestsOf(a); }), most);
+      EXPECT_LE(expectPeak("compare " + what, 9, [&] { outcomeOfComparison(a, b); }), most);
+    }
+  }
+  pretendCores(0);
+}
+
+TEST(Allocation, OfATextIsASlice) {
+  const std::string text(16 * kMebibyte, 'a');
+  const std::u16string wide(16 * kMebibyte, u'a');
+  const auto hash = [](auto units) {
+    return [=] { HashService::hashTextCancellableWithByteCount(units, HashAlgorithmSet::all(), {}); };
+  };
+  expectPeak("text", 0.5, hash(std::string_view(text)));
+  expectPeak("text in UTF-16", 1.5, hash(std::u16string_view(wide)));
+}
+
+TEST(Allocation, OfAReportIsItsBuffer) {
+  const FileHashResults results = manyResults(10'000);
+  for (const auto format : ManifestService::allFormats()) {
+    expectPeak(std::string(ManifestService::fileExtension(format)), 0.5,
+               [&] { ManifestService::writeContents(results, format, FileHandle::open("/dev/null", O_WRONLY), {}); });
+  }
+}
+
+TEST(Allocation, OfAListIsItsLimits) {
+  const TemporaryFolder folder;
+  const auto lines = [&](std::size_t count, const std::string& line) {
+    std::ofstream stream(folder.path() / "list");
+    for (std::size_t i = 0; i < count; ++i) stream << line << '\n';
+    return folder.path() / "list";
+  };
+  const auto entry = [](std::size_t cost) {
+    return std::string(32, 'a') + "  " + std::string(cost - 32 - ChecksumManifestService::entryOverhead, 'x');
+  };
+  struct {
+    const char* what;
+    double most;
+    std::function<fs::path()> make;
+    std::string_view outcome;
+  } const lists[]{
+      {"lines of 1 MiB", 4, [&] { return lines(255, std::string(kMebibyte - 1, '\0')); }, "255 other lines"},
+      {"a line without an end", 4, [&] { return sparseFile(folder, "list", 256 * kMebibyte); }, "error: "},
+      {"the same in UTF-16", 8,
+       [&] {
+         fs::resize_file(folder.file("list", "\xFF\xFE"), 256 * kMebibyte);
+         return folder.path() / "list";
+       },
+       "error: "},
+      {"1,000,000 lines", 2, [&] { return lines(1'000'000, "x"); }, "1000000 other lines"},
+      {"one line more", 2, [&] { return lines(1'000'001, "x"); }, "error: "},
+      {"100,000 entries", 80, [&] { return lines(100'000, entry(671)); }, "0 other lines"},
+      {"one entry more", 80, [&] { return lines(100'001, entry(500)); }, "error: "},
+      {"64 entries", 72, [&] { return lines(64, entry(kMebibyte)); }, "0 other lines"},
+  };
+  for (const auto& [what, most, make, outcome] : lists) {
+    const fs::path list = make();
+    std::string found;
+    std::optional<ChecksumManifestService::ParseResult> result;
+    expectPeak(what, most, [&] { found = attempted([&] { result = ChecksumManifestService::load(list, {}); }); });
+    if (result) found = std::to_string(result->ignoredLineCount + result->unsupportedLineCount) + " other lines";
+    EXPECT_THAT(found, StartsWith(outcome)) << what;
   }
 }
 
 }  // namespace
-
 }  // namespace tallyfold::test

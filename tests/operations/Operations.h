@@ -1,0 +1,58 @@
+#pragma once
+
+#include "checksums/ChecksumReading.h"
+#include "checksums/ManifestVerification.h"
+#include "tests/export/ExportTest.h"
+
+/// Whole operations of all floors below the model.
+namespace tallyfold::test {
+
+/// What came of an operation, a line for each of its parts that may fail by itself.
+using Lines = std::vector<std::string>;
+
+inline const testing::Matcher<std::string> kIsChanged = HasSubstr(" changed while it was being ");
+
+inline std::string outcomeOfLoad(const fs::path& list, const std::stop_token& cancellation = {}) {
+  return attempted([&] {
+    const auto result = ChecksumManifestService::load(list, cancellation);
+    std::string text = std::to_string(result.ignoredLineCount + result.unsupportedLineCount) + " other lines";
+    for (const ChecksumManifestEntry& entry : result.entries) text += "\n" + entry.expectedHash + entry.relativePath;
+    return text;
+  });
+}
+
+/// What comes of the verification of these files, one after the other.
+inline Lines outcomesOfVerification(const fs::path& root, const std::vector<std::string>& paths,
+                                    const std::stop_token& cancellation = {}) {
+  Lines lines;
+  const std::string failure = attempted([&] {
+    ManifestVerification verification(root, ChecksumManifestService::captureRootIdentity(root, {}));
+    for (const std::string& path : paths) {
+      const ChecksumManifestEntry entry{Uuid(), 1, path, HashAlgorithm::sha256, ""};
+      const ManifestGroupOutcome outcome = verification.verify({entry.relativePath, {entry}}, cancellation);
+      const auto* const sentence = std::get_if<std::string>(&outcome);
+      lines.push_back(sentence != nullptr ? "error: " + *sentence
+                                          : std::string(*std::get<DigestMap>(outcome).find(HashAlgorithm::sha256)));
+    }
+  });
+  return failure.empty() ? lines : Lines{failure};
+}
+
+/// An operation that reads: of one file, or of two.
+struct Reading {
+  const char* name;
+  std::string (*outcome)(const fs::path& a, const fs::path& b, const std::stop_token& cancellation);
+};
+
+inline constexpr Reading kHash{
+    "Hash", [](auto& a, auto&, auto& token) { return outcomeOf(a, {HashAlgorithm::sha256}, token); }};
+inline constexpr Reading kComparison{"Comparison",
+                                     [](auto& a, auto& b, auto& token) { return outcomeOfComparison(a, b, token); }};
+inline constexpr Reading kListLoad{"ListLoad", [](auto& a, auto&, auto& token) { return outcomeOfLoad(a, token); }};
+/// Below the folder around that of the file.
+inline constexpr Reading kVerification{
+    "Verification", [](auto& a, auto&, auto& token) {
+      const fs::path root = a.parent_path().parent_path();
+      return outcomesOfVerification(root, {a.lexically_relative(root)}, token).front();
+    }};
+}  // namespace tallyfold::test
