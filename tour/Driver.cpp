@@ -1,7 +1,6 @@
 #include "tour/Driver.h"
 
 #include <stdexcept>
-#include <utility>
 
 #include <QApplication>
 #include <QFileDialog>
@@ -49,14 +48,31 @@ QQuickItem* Driver::item(const QString& objectName) const {
 
 QQuickItem* Driver::usableItem(const QString& objectName) const {
   QQuickItem* found = item(objectName);
-  QPoint before;
-  waitFor(objectName.toStdString() + " to come to rest", [&] {
+  waitForRest(objectName.toStdString(), [&] {
     found = findItem(objectName);
-    if (found == nullptr) return false;
-    const QPoint center = centerOf(*found);
-    return std::exchange(before, center) == center;
+    return found == nullptr ? std::nullopt : std::optional(QPointF(centerOf(*found)));
   });
   return found;
+}
+
+void Driver::drawFrame() {
+  for (QWindow* each : QGuiApplication::topLevelWindows()) {
+    const QPointer scene = qobject_cast<QQuickWindow*>(each);
+    if (scene == nullptr || !scene->isExposed()) continue;
+    bool isDrawn = false;
+    QObject context;
+    QObject::connect(scene, &QQuickWindow::frameSwapped, &context, [&] { isDrawn = true; });
+    scene->update();
+    waitFor("a frame", [&] { return isDrawn || scene == nullptr || !scene->isExposed(); });
+  }
+}
+
+void Driver::waitForRest(const std::string& what, const std::function<std::optional<QPointF>()>& place) {
+  waitFor(what + " to come to rest", [&] {
+    const auto before = place();
+    drawFrame();
+    return before && place() == before;
+  });
 }
 
 void Driver::moveTo(const QPoint& global) {
@@ -116,17 +132,8 @@ void Driver::answerPanel(const QString& objectName, const std::filesystem::path&
 
 void Driver::screenshot(const std::filesystem::path& file) const {
   // What was asked for is on the screen once every window has drawn two frames more.
-  for (int frame = 0; frame < 2; ++frame) {
-    for (QWindow* each : QGuiApplication::topLevelWindows()) {
-      auto* scene = qobject_cast<QQuickWindow*>(each);
-      if (scene == nullptr || !scene->isExposed()) continue;
-      bool isDrawn = false;
-      QObject context;
-      QObject::connect(scene, &QQuickWindow::frameSwapped, &context, [&] { isDrawn = true; });
-      scene->update();
-      waitFor("a frame", [&] { return isDrawn; });
-    }
-  }
+  drawFrame();
+  drawFrame();
   if (!window_.screen()->grabWindow(0).save(QString::fromStdString(file.string()), "PNG")) {
     throw std::runtime_error("Cannot save " + file.string());
   }

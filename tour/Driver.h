@@ -1,8 +1,12 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
 
 #include <QPoint>
+#include <QPointF>
 #include <QString>
 
 #include "tour/XInput.h"
@@ -24,6 +28,11 @@ class Driver : public XInput {
   [[nodiscard]] QQuickItem* findItem(const QString& objectName) const;
   /// As `item`, once it is there and has come to rest.
   QQuickItem* usableItem(const QString& objectName) const;
+
+  /// Until what `place` says is the same before and after a frame: items are laid out no sooner.
+  static void waitForRest(const std::string& what, const std::function<std::optional<QPointF>()>& place);
+  /// Every window that can be seen draws itself once more.
+  static void drawFrame();
 
   void moveTo(const QPoint& global);
   void moveTo(const QString& objectName);

@@ -37,6 +37,7 @@
 #include "core/base/HexEncoder.h"
 #include "core/base/Processor.h"
 #include "core/digests/HashPipeline.h"
+#include "core/files/Paths.h"
 #include "core/services/FileComparison.h"
 #include "core/services/HashService.h"
 #include "tests/support/CollidingNames.h"

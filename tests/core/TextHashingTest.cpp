@@ -108,7 +108,8 @@ TEST(TextHashing, CancellationIsSeenBeforeTheNextSlice) {
     absorbed = 0;
     EXPECT_THROW(hashTextCancellableWithByteCount(units, {HashAlgorithm::crc32}, source.get_token()),
                  CancellationError);
-    EXPECT_EQ(absorbed, textSliceSize);
+    EXPECT_GT(absorbed, 0);
+    EXPECT_LE(absorbed, textSliceSize);
   };
   crc32::kernels.pin(&cancelling);
   expectCancelled(std::string_view(text.utf8));

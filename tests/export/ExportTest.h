@@ -2,6 +2,7 @@
 
 #include <sys/xattr.h>
 
+#include "core/files/FolderHandle.h"
 #include "export/ManifestService.h"
 #include "tests/core/CoreTest.h"
 

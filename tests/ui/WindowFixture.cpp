@@ -112,12 +112,9 @@ QQuickItem* WindowFixture::row(int index) {
 
 QQuickItem* WindowFixture::inRow(int index, const QString& objectName) {
   QQuickItem* found = nullptr;
-  QPointF before(-1, -1);
-  waitFor(objectName.toStdString() + " to rest in row " + std::to_string(index), [&] {
+  Driver::waitForRest(objectName.toStdString() + " in row " + std::to_string(index), [&] {
     found = named(row(index), objectName);
-    if (found == nullptr) return false;
-    const QPointF place = found->mapToGlobal(QPointF());
-    return std::exchange(before, place) == place;
+    return found == nullptr ? std::nullopt : std::optional(found->mapToGlobal(QPointF()));
   });
   return found;
 }
