@@ -84,8 +84,8 @@ inline std::vector<std::filesystem::path> writeSmallFiles(const std::filesystem:
   return files;
 }
 
-/// Runs a program found on the PATH, without its output, on the cores of the calling thread. Returns its wait status.
-inline int statusOf(const std::vector<std::string>& command) {
+/// Starts a program found on the PATH, without its output, on the cores of the calling thread.
+inline pid_t start(const std::vector<std::string>& command) {
   std::vector<char*> arguments;
   arguments.reserve(command.size() + 1);
   for (const std::string& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
@@ -94,14 +94,20 @@ inline int statusOf(const std::vector<std::string>& command) {
   posix_spawn_file_actions_init(&silence);
   posix_spawn_file_actions_addopen(&silence, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   pid_t child = 0;
-  int status = 0;
   const int failure = posix_spawnp(&child, arguments[0], &silence, nullptr, arguments.data(), environ);
   posix_spawn_file_actions_destroy(&silence);
-  if (failure != 0 || waitpid(child, &status, 0) != child) throw std::runtime_error("cannot run " + command.front());
+  if (failure != 0) throw std::runtime_error("cannot start " + command.front());
+  return child;
+}
+
+/// Runs a program to its end. Returns its wait status.
+inline int statusOf(const std::vector<std::string>& command) {
+  int status = 0;
+  if (waitpid(start(command), &status, 0) < 0) throw std::runtime_error("cannot wait for " + command.front());
   return status;
 }
 
-/// The same, of a program that must succeed.
+/// Runs a program that must succeed.
 inline void run(const std::vector<std::string>& command) {
   if (statusOf(command) != 0) throw std::runtime_error(command.front() + " failed");
 }

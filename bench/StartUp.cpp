@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <spawn.h>
 #include <stdexcept>
 #include <string>
 #include <sys/wait.h>
@@ -79,10 +78,8 @@ int main(int argc, char** argv) {
   std::vector<double> seconds;
   std::vector<long> kilobytes;
   for (int run = 0; run < runs; ++run) {
-    pid_t process = 0;
-    std::vector<char*> arguments = {argv[1], nullptr};
     const Clock::time_point start = Clock::now();
-    if (posix_spawn(&process, argv[1], nullptr, nullptr, arguments.data(), environ) != 0) return 1;
+    const pid_t process = tallyfold::bench::start({argv[1]});
     while (!isPainted(display)) {
       if (waitpid(process, nullptr, WNOHANG) != 0) throw std::runtime_error("The program ended.");
       std::this_thread::sleep_for(std::chrono::milliseconds(1));

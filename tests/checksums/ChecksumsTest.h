@@ -16,10 +16,10 @@ using namespace ChecksumManifestService;
 
 inline const std::string kAbsolute = "error: Absolute paths are not allowed in manifest verification.";
 
-const std::string d8 = "1a2b3c4d";
-const std::string d32(32, 'a');
-const std::string d40(40, 'b');
-const std::string d64(64, 'c');
+inline const std::string d8 = "1a2b3c4d";
+inline const std::string d32(32, 'a');
+inline const std::string d40(40, 'b');
+inline const std::string d64(64, 'c');
 
 /// A root folder without links in its own path, in which files are verified.
 class RootTest : public testing::Test {

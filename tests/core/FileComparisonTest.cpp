@@ -88,17 +88,6 @@ TEST_F(CompareFiles, ProgressOfLargeFilesIsReportedOncePerHundredth) {
   EXPECT_EQ(std::ranges::adjacent_find(reports, std::greater_equal()), reports.end());
 }
 
-TEST_F(CompareFiles, WhatCannotBeReadFailsOnEitherSide) {
-  const fs::path good = folder.file("good", "good");
-  for (const auto& [bad, outcome] :
-       {std::pair(folder.path() / "missing", kMissing), std::pair(folder.path(), kNotRegular)}) {
-    WatchedSystemCalls system;
-    EXPECT_EQ(outcomeAndProgress(bad, good), outcome + ";") << bad;
-    EXPECT_EQ(outcomeAndProgress(good, bad), outcome + ";") << bad;
-    EXPECT_EQ(system.stillOpen, 0) << bad;
-  }
-}
-
 }  // namespace
 
 }  // namespace tallyfold::test

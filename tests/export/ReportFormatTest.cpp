@@ -100,20 +100,8 @@ TEST(ManifestRecord, TimesThatRfc3339CannotSayAreLeftOut) {
 
 // Python's csv and json modules read the three reports back, and its UTF-8 decoder says what the names must be.
 TEST_F(ReportFormat, OtherProgramsReadTheNamesBack) {
-  std::vector<std::string> names{"/",
-                                 "/a,b;c",
-                                 "/\"",
-                                 "/\"\"quoted\"\",\"x\"",
-                                 "/line\nbreak\r\nand\rreturn",
-                                 "/back\\slash\\n\\u0041",
-                                 "/ leading and trailing ",
-                                 "/=1+1",
-                                 "/\u202Egpj.exe",
-                                 "/\u05E9\u05DC\u05D5\u05DD/\u2028\u2029\u0085",
-                                 "/e\u0301 \u00E9",
-                                 "/caf\xE9",
-                                 std::string("/").append(255, '\xFF'),
-                                 std::string("/").append(4000, '"')};
+  std::vector<std::string> names{"/=1+1", "/line\nbreak\r\nand\rreturn", "/\u202Egpj.exe\u2028\u2029\u0085",
+                                 std::string("/").append(255, '\xFF'), std::string("/").append(4000, '"')};
   // Bytes that begin, continue and break UTF-8 sequences, or mean something to one of the formats.
   const std::string alphabet(
       "aZ\",\\/\n\r\t\b\f\v\x01\x1F\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC2\xDF\xE0\xE1\xED\xEF\xF0\xF1\xF4\xF5\xFF");
