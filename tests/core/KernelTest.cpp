@@ -52,7 +52,7 @@ std::string nameOf(const testing::TestParamInfo<Candidate>& info) {
 /// Bytes of no pattern in memory that ends where the next page may not be read.
 class GuardedBytes {
  public:
-  explicit GuardedBytes(std::size_t size) : size_(size), mapped_((size + 2 * page - 1) / page * page) {
+  explicit GuardedBytes(std::size_t size) : mapped_((size + 2 * page - 1) / page * page) {
     void* const memory = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) throw std::system_error(errno, std::system_category());
     memory_ = static_cast<std::byte*>(memory);
@@ -68,12 +68,10 @@ class GuardedBytes {
   [[nodiscard]] std::span<const std::byte> last(std::size_t count, std::size_t gap = 0) const {
     return {memory_ + mapped_ - page - gap - count, count};
   }
-  [[nodiscard]] std::span<const std::byte> all() const { return last(size_); }
 
  private:
   static constexpr std::size_t page = 4096;
 
-  std::size_t size_;
   std::size_t mapped_;
   std::byte* memory_ = nullptr;
 };
@@ -109,19 +107,14 @@ std::set<std::size_t> lengthsAroundEdges() {
   for (std::size_t chunks = 1; chunks <= 35; ++chunks) {
     lengths.insert({1024 * chunks - 1, 1024 * chunks, 1024 * chunks + 1, 1024 * chunks + 65});
   }
-  const std::vector<std::size_t> manyChunks{63, 64, 65, 127, 128, 129, 130, 255, 256, 257, 300};
-  for (const std::size_t chunks : manyChunks) {
+  for (const std::size_t chunks : {63UL, 64UL, 65UL, 127UL, 128UL, 129UL, 130UL, 255UL, 256UL, 257UL, 300UL}) {
     lengths.insert({1024 * chunks - 1, 1024 * chunks, 1024 * chunks + 1});
   }
   return lengths;
 }
 
-TEST_P(KernelTest, EveryLengthAndAlignmentAsPortable) {
-  const GuardedBytes bytes(std::size_t{310} * 1024);
-  for (const std::size_t length : lengthsAroundEdges()) {
-    const auto atTheGuard = bytes.last(length);
-    ASSERT_EQ(digestOf(atTheGuard), expectedFor(atTheGuard)) << length << " bytes";
-  }
+TEST_P(KernelTest, EveryAlignmentAsPortable) {
+  const GuardedBytes bytes(std::size_t{36} * 1024);
   for (std::size_t length = 0; length <= 600; ++length) {
     const auto somewhere = bytes.last(length, length % 67);
     ASSERT_EQ(digestOf(somewhere), expectedFor(somewhere)) << length << " bytes, misaligned";
@@ -153,18 +146,18 @@ TEST_P(KernelTest, AnyWayOfCuttingTheInputAsPortable) {
 }
 
 TEST_P(KernelTest, AsOtherProgramsHaveIt) {
-  std::vector<std::size_t> lengths{1023, 1024,   1025,   1087,   1088,   1089,    2047,    2048,
-                                   2049, 3071,   3072,   3073,   4095,   4096,    4097,    8192,
-                                   8193, 16'384, 17'408, 31'744, 65'537, 100'000, 102'400, 1'000'003};
-  for (std::size_t length = 0; length <= 257; ++length) lengths.push_back(length);
+  std::set<std::size_t> lengths = lengthsAroundEdges();
+  lengths.insert(1'000'003);
+  for (std::size_t length = 0; length <= 257; ++length) lengths.insert(length);
+  const GuardedBytes bytes(*lengths.rbegin());
   const TemporaryFolder folder;
   std::vector<fs::path> files;
   std::vector<std::string> digests;
   GetParam().pin();
   for (const std::size_t length : lengths) {
-    const std::string input = period251(length);
-    files.push_back(folder.file(std::to_string(length), input));
-    digests.push_back(digestOf(bytesOf(input)));
+    const auto input = bytes.last(length);
+    files.push_back(folder.file(std::to_string(length), {reinterpret_cast<const char*>(input.data()), length}));
+    digests.push_back(digestOf(input));
   }
   EXPECT_EQ(digests, digestsByOthers(GetParam().algorithm, files));
 }

@@ -65,75 +65,13 @@ class WatchedSystemCalls : public SystemCalls {
     return result;
   }
 
-  int fstat(int descriptor, struct stat* status) override {
-    return isRefused("fstat") ? -1 : SystemCalls::fstat(descriptor, status);
-  }
-
-  int stat(const char* path, struct stat* status) override {
-    return isRefused("stat") ? -1 : SystemCalls::stat(path, status);
-  }
-
-  int lstat(const char* path, struct stat* status) override {
-    return isRefused("lstat") ? -1 : SystemCalls::lstat(path, status);
-  }
-
   int look(const char* path, struct stat* status) override {
     looked(path);
     return SystemCalls::look(path, status);
   }
 
-  ssize_t readlink(const char* path, char* bytes, std::size_t count) override {
-    return isRefused("readlink") ? -1 : SystemCalls::readlink(path, bytes, count);
-  }
-
-  int fstatat(int folder, const char* path, struct stat* status, int flags) override {
-    return isRefused("fstatat") ? -1 : SystemCalls::fstatat(folder, path, status, flags);
-  }
-
   ssize_t write(int descriptor, const void* bytes, std::size_t count) override {
     return isRefused("write") ? -1 : SystemCalls::write(descriptor, bytes, std::min(count, longestWrite));
-  }
-
-  int fsync(int descriptor) override { return isRefused("fsync") ? -1 : SystemCalls::fsync(descriptor); }
-
-  int renameat(int folder, const char* name, int newFolder, const char* newName) override {
-    return isRefused("renameat") ? -1 : SystemCalls::renameat(folder, name, newFolder, newName);
-  }
-
-  int mkdirat(int folder, const char* name, mode_t mode) override {
-    return isRefused("mkdirat") ? -1 : SystemCalls::mkdirat(folder, name, mode);
-  }
-
-  int unlinkat(int folder, const char* name, int flags) override {
-    return isRefused("unlinkat") ? -1 : SystemCalls::unlinkat(folder, name, flags);
-  }
-
-  int flock(int descriptor, int operation) override {
-    return isRefused("flock") ? -1 : SystemCalls::flock(descriptor, operation);
-  }
-
-  ssize_t getdents(int folder, void* entries, std::size_t count) override {
-    return isRefused("getdents") ? -1 : SystemCalls::getdents(folder, entries, count);
-  }
-
-  int fchmod(int descriptor, mode_t mode) override {
-    return isRefused("fchmod") ? -1 : SystemCalls::fchmod(descriptor, mode);
-  }
-
-  int fchown(int descriptor, uid_t owner, gid_t group) override {
-    return isRefused("fchown") ? -1 : SystemCalls::fchown(descriptor, owner, group);
-  }
-
-  ssize_t fgetxattr(int descriptor, const char* name, void* value, std::size_t count) override {
-    return isRefused("fgetxattr") ? -1 : SystemCalls::fgetxattr(descriptor, name, value, count);
-  }
-
-  int fsetxattr(int descriptor, const char* name, const void* value, std::size_t count) override {
-    return isRefused("fsetxattr") ? -1 : SystemCalls::fsetxattr(descriptor, name, value, count);
-  }
-
-  int fremovexattr(int descriptor, const char* name) override {
-    return isRefused("fremovexattr") ? -1 : SystemCalls::fremovexattr(descriptor, name);
   }
 
   int openat(int folder, const char* path, int flags, mode_t mode) override {
@@ -143,6 +81,31 @@ class WatchedSystemCalls : public SystemCalls {
   int openat2(int folder, const char* path, int flags, std::uint64_t resolve) override {
     return isRefused("openat2") ? -1 : counted(SystemCalls::openat2(folder, path, flags, resolve), flags);
   }
+
+#define REFUSABLE(result, name, parameters, arguments) \
+  result name parameters override { return isRefused(#name) ? -1 : SystemCalls::name arguments; }
+
+  REFUSABLE(int, fstat, (int descriptor, struct stat* status), (descriptor, status))
+  REFUSABLE(int, stat, (const char* path, struct stat* status), (path, status))
+  REFUSABLE(int, lstat, (const char* path, struct stat* status), (path, status))
+  REFUSABLE(ssize_t, readlink, (const char* path, char* bytes, std::size_t count), (path, bytes, count))
+  REFUSABLE(int, fstatat, (int folder, const char* path, struct stat* status, int flags), (folder, path, status, flags))
+  REFUSABLE(int, fsync, (int descriptor), (descriptor))
+  REFUSABLE(int, renameat, (int folder, const char* name, int newFolder, const char* newName),
+            (folder, name, newFolder, newName))
+  REFUSABLE(int, mkdirat, (int folder, const char* name, mode_t mode), (folder, name, mode))
+  REFUSABLE(int, unlinkat, (int folder, const char* name, int flags), (folder, name, flags))
+  REFUSABLE(int, flock, (int descriptor, int operation), (descriptor, operation))
+  REFUSABLE(ssize_t, getdents, (int folder, void* entries, std::size_t count), (folder, entries, count))
+  REFUSABLE(int, fchmod, (int descriptor, mode_t mode), (descriptor, mode))
+  REFUSABLE(int, fchown, (int descriptor, uid_t owner, gid_t group), (descriptor, owner, group))
+  REFUSABLE(ssize_t, fgetxattr, (int descriptor, const char* name, void* value, std::size_t count),
+            (descriptor, name, value, count))
+  REFUSABLE(int, fsetxattr, (int descriptor, const char* name, const void* value, std::size_t count),
+            (descriptor, name, value, count))
+  REFUSABLE(int, fremovexattr, (int descriptor, const char* name), (descriptor, name))
+
+#undef REFUSABLE
 
  protected:
   bool isRefused(std::string_view name) {
