@@ -1,6 +1,5 @@
-// What stands below the digests: errors, hashes of names, descriptors.
+// What stands below the digests: errors and hashes of names.
 
-#include <ctime>
 #include <numeric>
 
 #include "core/base/KeyedHash.h"
@@ -53,51 +52,6 @@ TEST(KeyedHash, IsOfTheProcess) {
   unsetenv(isOther);
   EXPECT_THAT(output, HasSubstr("hash "));
   EXPECT_THAT(output, Not(HasSubstr(hash)));
-}
-
-TEST(FileHandle, CloseReportsItsFailureAndIsNeverRepeated) {
-  struct : WatchedSystemCalls {
-    int close(int descriptor) override {
-      WatchedSystemCalls::close(descriptor);
-      errno = error;
-      return error == 0 ? 0 : -1;
-    }
-    int error = 0;
-  } system;
-  for (const auto& [error, outcome] :
-       {std::pair(0, ""s), std::pair(EIO, "error: Input/output error"s), std::pair(EINTR, ""s)}) {
-    system.error = error;
-    {
-      FileHandle handle = FileHandle::open("/dev/null", O_RDONLY);
-      EXPECT_EQ(attempted([&] { handle.close(); }), outcome);
-      handle.close();
-    }
-    EXPECT_EQ(system.stillOpen, 0) << "after " << error;
-  }
-}
-
-TEST(FileHandle, DescriptorsCloseWithTheirOwners) {
-  const WatchedSystemCalls system;
-  {
-    FileHandle first = FileHandle::open("/dev/null", O_RDONLY);
-    FileHandle second = std::move(first);
-    FileHandle third = FileHandle::open("/dev/zero", O_RDONLY);
-    third = std::move(second);
-    std::array<std::byte, 1> byte{};
-    EXPECT_EQ(third.read(byte), 0U);  // It is /dev/null now, which is always at its end.
-  }
-  EXPECT_EQ(system.stillOpen, 0);
-}
-
-TEST(FileHandle, TimesFromTheFutureAreNotWaitedFor) {
-  constexpr int files = 500;
-  const auto begin = std::chrono::steady_clock::now();
-  for (const std::int64_t ahead : {std::int64_t{3600}, std::numeric_limits<std::int64_t>::max() / 2}) {
-    FileSnapshot snapshot;
-    snapshot.changedSeconds = std::time(nullptr) + ahead;
-    for (int i = 0; i < files; ++i) waitUntilChangesShow(snapshot, {});
-  }
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5)) << "or a queue would take minutes";
 }
 
 }  // namespace

@@ -84,6 +84,12 @@ TEST(Reading, WaitsUntilTheNextChangeWouldShow) {
   changed.changedSeconds = clockOfFiles().first;
   waitUntilChangesShow(changed, {});
   EXPECT_GT(clockOfFiles().first, changed.changedSeconds);
+  const auto now = clockOfFiles().first;
+  for (const std::int64_t ahead : {std::int64_t{3600}, std::numeric_limits<std::int64_t>::max() / 2}) {
+    changed.changedSeconds = now + ahead;
+    for (int i = 0; i < 500; ++i) waitUntilChangesShow(changed, {});
+  }
+  EXPECT_LT(clockOfFiles().first, now + 5) << "or a queue with times from the future would take minutes";
 }
 
 // Of what is resident: many small pieces of memory come and go between those that stay.
