@@ -35,22 +35,15 @@ const std::string kLargeSource =
     "error: The checksum file exceeds the 256 MiB source-size limit for interactive verification.";
 const std::string kNotRegularList = "error: The selected checksum item is not a regular file.";
 
-std::string utf16(std::u16string_view text, std::endian order, bool hasMark) {
-  std::string bytes;
-  const auto put = [&](char16_t unit) {
-    const std::array<char, 2> halves{static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
-    bytes += halves[order == std::endian::little ? 0 : 1];
-    bytes += halves[order == std::endian::little ? 1 : 0];
-  };
-  if (hasMark) put(u'\uFEFF');
-  for (const char16_t unit : text) put(unit);
-  return bytes;
+std::string utf16(std::u16string text, std::endian order, bool hasMark) {
+  if (hasMark) text.insert(0, u"\uFEFF");
+  if (order != std::endian::native) {
+    for (char16_t& unit : text) unit = static_cast<char16_t>(unit << 8 | unit >> 8);
+  }
+  return {reinterpret_cast<const char*>(text.data()), 2 * text.size()};
 }
 
-class ChecksumReading : public testing::Test {
- protected:
-  TemporaryFolder folder;
-};
+using ChecksumReading = RootTest;
 
 TEST_F(ChecksumReading, LineBreaksAndEncodings) {
   using enum std::endian;

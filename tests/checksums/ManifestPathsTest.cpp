@@ -251,10 +251,7 @@ TEST_F(ManifestPaths, FileIdentityChangesWithTheFile) {
   for (const fs::path& no : {root, root / "missing", fs::path("/dev/null")}) {
     EXPECT_EQ(attempted([&] { captureResolvedFileIdentity(no, {}); }), kPathChanged) << no;
   }
-  const auto validate = [&](const fs::path& url) {
-    return attempted([&] { validateResolvedFileIdentity(identity, url); });
-  };
-  EXPECT_EQ(validate(root / "link"), "");
+  EXPECT_EQ(attempted([&] { validateResolvedFileIdentity(identity, root / "link"); }), "");
   fs::create_hard_link(file, root / "other name");
   const ManifestResolvedFileIdentity linked = captureResolvedFileIdentity(file, {});
   EXPECT_EQ(attempted([&] { validateResolvedFileIdentity(linked, root / "other name"); }), kPathChanged);
