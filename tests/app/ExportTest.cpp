@@ -1,4 +1,3 @@
-#include <cerrno>
 #include <sys/resource.h>
 
 #include "tests/app/ModelTest.h"
@@ -6,11 +5,6 @@
 namespace tallyfold::test {
 
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
-
-namespace fs = std::filesystem;
 
 class Export : public ModelTest {
  protected:
@@ -37,10 +31,8 @@ class Export : public ModelTest {
     return names;
   }
 
-  const fs::path reports_ = [this] {
-    fs::create_directory(folder_.path() / "reports");
-    return folder_.path() / "reports";
-  }();
+  const fs::path reports_ = folder_.path() / "reports";
+  const bool hasReports_ = fs::create_directory(reports_);
 };
 
 TEST_F(Export, NothingIsSavedWithoutResultsOrADestination) {
@@ -55,32 +47,21 @@ TEST_F(Export, NothingIsSavedWithoutResultsOrADestination) {
     panel(QUrl(QString::fromLatin1(url)));
     EXPECT_FALSE(model_->files()->isExporting()) << url;
   }
-  desktop_.savePanel = nullptr;
-  model_->files()->clearFiles();
-  model_->files()->exportResults(FilesFlow::Json);
-  EXPECT_FALSE(desktop_.savePanel);
-}
-
-TEST_F(Export, DestinationChosenWhenARunHasBegunIsRefused) {
-  model_->files()->exportResults(FilesFlow::Json);
   holdAt("read", 1);
   model_->files()->startProcessing();
   desktop_.confirmSavePanel(urlOf(reports_ / "report"));
-  EXPECT_FALSE(model_->files()->isExporting());
+  EXPECT_FALSE(model_->files()->isExporting()) << "a run has begun";
   gate_.open();
   ASSERT_TRUE(runEnds());
   EXPECT_THAT(reports(), IsEmpty());
-}
 
-TEST_F(Export, FailureIsShownUntilTheNextExport) {
-  exportTo(reports_ / "vanished" / "report.csv");
-  ASSERT_TRUE(exportEnds());
-  EXPECT_EQ(model_->errorMessage(), QStringLiteral("No such file or directory"));
-  exportTo(reports_ / "report.csv");
-  EXPECT_EQ(model_->errorMessage(), QString());
-  ASSERT_TRUE(exportEnds());
-  EXPECT_EQ(model_->errorMessage(), QString());
-  EXPECT_THAT(reports(), ElementsAre("report.csv"));
+  model_->files()->exportResults(FilesFlow::Json);
+  model_->files()->chooseFiles();
+  model_.reset();
+  desktop_.confirmOpenPanel({urlOf("/late")});
+  desktop_.confirmSavePanel(urlOf(reports_ / "report"));
+  ASSERT_TRUE(BackgroundTask::waitForAll(patience));
+  EXPECT_THAT(reports(), IsEmpty());
 }
 
 TEST_F(Export, QueueStandsStillMeanwhile) {
@@ -103,38 +84,28 @@ TEST_F(Export, QueueStandsStillMeanwhile) {
   gate_.open();
   ASSERT_TRUE(exportEnds());
   EXPECT_GE(niceness, 10);
+  EXPECT_THAT(reports(), ElementsAre("report.csv"));
   model_->files()->removeJob(idAt(0));
   EXPECT_THAT(paths(), ElementsAre(before[1]));
+  model_->files()->clearFiles();
+  desktop_.savePanel = nullptr;
+  model_->files()->exportResults(FilesFlow::Json);
+  EXPECT_FALSE(desktop_.savePanel) << "There is nothing to export";
 }
 
-TEST_F(Export, OtherModesWorkAndTheModelGoesWhileTheDiskHangs) {
+TEST_F(Export, CancelledOneEndsWithoutAWorkerThatHangs) {
   holdAt("fsync", 1);
-  exportTo(reports_ / "report.csv");
+  exportTo(reports_ / "hangs");
   ASSERT_TRUE(gate_.waitForArrival());
-  const QUrl file = urlOf(paths().front());
-  const QString crc32 = QStringLiteral("352441c2");
-
-  model_->verify()->setVerifyFile({file});
-  model_->verify()->setExpectedHash(crc32);
-  model_->verify()->verify();
-  ASSERT_TRUE(reached([this] { return !model_->verify()->isVerifying(); }));
-  EXPECT_TRUE(model_->verify()->verifyResult());
-  model_->compare()->setCompareFiles({file, file}, false);
-  model_->compare()->compare();
-  ASSERT_TRUE(reached([this] { return !model_->compare()->isComparing(); }));
-  EXPECT_TRUE(model_->compare()->compareResult());
-  model_->text()->setTextInput(QStringLiteral("abc"));
-  ASSERT_TRUE(reached([this] { return model_->text()->textHashes().size() == HashAlgorithm::count; }));
-  model_->manifest()->setManifestFile({urlOf(folder_.file("list", crc32.toStdString() + "  b\n"))});
-  ASSERT_TRUE(reached([this] { return !model_->manifest()->isLoadingManifest(); }));
-  model_->manifest()->setManifestRoot({urlOf(folder_.path())});
-  model_->manifest()->verifyManifest();
-  ASSERT_TRUE(reached([this] { return !model_->manifest()->isManifestVerifying(); }));
-  EXPECT_EQ(model_->manifest()->manifestErrorCount(), 1) << "there is no such file";
-
-  EXPECT_TRUE(model_->files()->isExporting());
-  model_.reset();
-  EXPECT_FALSE(BackgroundTask::waitForAll(std::chrono::milliseconds(0))) << "it hangs still";
+  model_->files()->cancelExport();
+  ASSERT_TRUE(exportEnds());
+  EXPECT_EQ(model_->files()->interruption(), QStringLiteral("The disk does not answer"));
+  EXPECT_EQ(model_->errorMessage(), QString());
+  exportTo(reports_ / "report");
+  ASSERT_TRUE(exportEnds());
+  EXPECT_EQ(model_->files()->interruption(), QString());
+  goOn();
+  EXPECT_THAT(reports(), ElementsAre("report"));
 }
 
 TEST_F(Export, ShutdownLeavesTheOldReportAndShowsNothing) {

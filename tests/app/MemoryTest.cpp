@@ -1,5 +1,3 @@
-#include <fstream>
-#include <iostream>
 #include <malloc.h>
 
 #include "tests/app/ModelTest.h"

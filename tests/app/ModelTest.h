@@ -5,11 +5,12 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gmock/gmock.h>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <random>
@@ -29,6 +30,12 @@
 #include "tests/support/WatchedSystemCalls.h"
 
 namespace tallyfold::test {
+
+namespace fs = std::filesystem;
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 /// No wait comes near it unless something is wrong.
 inline constexpr std::chrono::milliseconds patience{20'000};
@@ -76,7 +83,7 @@ class Gate {
   bool isOpen_ = false;
 };
 
-inline QUrl urlOf(const std::filesystem::path& path) { return QUrl::fromLocalFile(QString::fromStdString(path)); }
+inline QUrl urlOf(const fs::path& path) { return QUrl::fromLocalFile(QString::fromStdString(path)); }
 
 /// `count` locations that nothing was ever at.
 inline QList<QUrl> vanishedFiles(int count, const QString& prefix = QStringLiteral("/nowhere/")) {
@@ -103,10 +110,17 @@ class ModelTest : public testing::Test {
     };
   }
 
-  void add(const std::vector<std::filesystem::path>& files) {
+  void add(const std::vector<fs::path>& files) {
     QList<QUrl> urls;
     for (const auto& file : files) urls.append(urlOf(file));
     model_->files()->addFiles(urls);
+  }
+
+  /// Lets the worker that was held go on, to its end.
+  void goOn() {
+    gate_.open();
+    ASSERT_TRUE(BackgroundTask::waitForAll(patience));
+    QCoreApplication::processEvents();
   }
 
   /// Runs over the whole queue until the run has ended.
@@ -133,8 +147,8 @@ class ModelTest : public testing::Test {
 
   [[nodiscard]] Uuid idAt(int row) { return model_->files()->jobs()->idAt(row); }
 
-  [[nodiscard]] std::vector<std::filesystem::path> paths() {
-    std::vector<std::filesystem::path> list;
+  [[nodiscard]] std::vector<fs::path> paths() {
+    std::vector<fs::path> list;
     for (const FileJob& job : model_->files()->jobs()->jobs()) list.push_back(*job.url);
     return list;
   }
@@ -155,8 +169,8 @@ class ModelTest : public testing::Test {
   }
 
   /// The files of the results, in the order of the results.
-  [[nodiscard]] std::vector<std::filesystem::path> resultPaths() {
-    std::vector<std::filesystem::path> list;
+  [[nodiscard]] std::vector<fs::path> resultPaths() {
+    std::vector<fs::path> list;
     for (const auto& result : model_->files()->results()) list.push_back(result->url);
     return list;
   }

@@ -1,12 +1,23 @@
+// What the environment of the process says, which is asked once.
+
+#include "app/shared/Formats.h"
 #include "tests/app/ModelTest.h"
 
 namespace tallyfold::test {
 
 namespace {
 
-using RefusedDigest = ModelTest;
+using Environment = ModelTest;
 
-TEST_F(RefusedDigest, IsToldInsteadOfDigestsAndNothingIsToldWhereNoneIsSelected) {
+TEST_F(Environment, InGermanNumbersAreWrittenAsTheUserWritesThem) {
+  model_->files()->addFiles(vanishedFiles(100'001));
+  EXPECT_EQ(model_->files()->jobs()->count(), 100'000);
+  EXPECT_EQ(model_->errorMessage(), QStringLiteral("The file queue is limited to 100.000 items."));
+  EXPECT_EQ(formattedByteCount(1'250'000'000), QStringLiteral("1,25 GB"));
+  EXPECT_EQ(formattedByteCount(100'000'000'000), QStringLiteral("100 GB"));
+}
+
+TEST_F(Environment, DigestThatTheSystemRefusesIsToldWhereItIsSelected) {
   model_->text()->setTextInput(QStringLiteral("abc"));
   ASSERT_TRUE(reached([&] { return !model_->text()->textError().isEmpty(); }));
   EXPECT_EQ(model_->text()->textError(), QStringLiteral("The system's cryptography library does not offer SHA-256."));

@@ -1,0 +1,324 @@
+#include <QAbstractItemModelTester>
+
+#include "tests/app/ModelTest.h"
+#include "tests/support/Process.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+using Model = ManifestJobListModel;
+
+const std::string md5OfAbc = "900150983cd24fb0d6963f7d28e17f72";
+const std::string sha1OfAbc = "a9993e364706816aba3e25717850c26c9cd0d89d";
+
+class ManifestFlow : public ModelTest {
+ protected:
+  void load(const std::string& lines, const char* name = "list.txt") {
+    model_->manifest()->setManifestFile({urlOf(folder_.file(name, lines))});
+    ASSERT_TRUE(model_->manifest()->isLoadingManifest());
+    ASSERT_TRUE(reached([this] { return !model_->manifest()->isLoadingManifest(); }));
+  }
+
+  void verify() {
+    model_->manifest()->setManifestRoot({urlOf(root_)});
+    model_->manifest()->verifyManifest();
+    ASSERT_TRUE(model_->manifest()->isManifestVerifying());
+    ASSERT_TRUE(reached([this] { return !model_->manifest()->isManifestVerifying(); }));
+  }
+
+  /// Of a list with one match, two entries of one file that is not read to its end, and one that waits.
+  void holdInMidRun() {
+    folder_.file("root/slow", "abc");
+    load(md5OfAbc + "  abc\n" + md5OfAbc + "  slow\n" + sha1OfAbc + "  slow\n" + md5OfAbc + "  last\n");
+    model_->manifest()->setManifestRoot({urlOf(root_)});
+    holdAt("read", 2);
+    model_->manifest()->verifyManifest();
+    ASSERT_TRUE(gate_.waitForArrival());
+    ASSERT_TRUE(reached([this] { return statuses()[1] == "Verifying"; }));
+  }
+
+  [[nodiscard]] std::vector<std::string> statuses() const {
+    std::vector<std::string> list;
+    Model& jobs = *model_->manifest()->manifestJobs();
+    for (int row = 0; row < jobs.rowCount(); ++row) {
+      list.push_back(jobs.index(row).data(Model::StatusRole).toString().toStdString());
+    }
+    return list;
+  }
+
+  [[nodiscard]] std::vector<int> counts() const {
+    return {model_->manifest()->manifestMatchedCount(), model_->manifest()->manifestMismatchCount(),
+            model_->manifest()->manifestErrorCount()};
+  }
+
+  [[nodiscard]] std::string title() const { return model_->manifest()->manifestVerdict().title.toStdString(); }
+
+  const fs::path root_ = folder_.path() / "root";
+  const fs::path abc_ = (fs::create_directory(root_), folder_.file("root/abc", "abc"));
+};
+
+TEST_F(ManifestFlow, EveryEntryIsToldInItsWords) {
+  fs::create_symlink(folder_.file("secret", "abc"), root_ / "leak");
+  fs::create_directory(root_ / "folder");
+  const std::string nearMiss = md5OfAbc.substr(0, 31) + "3";
+  load(md5OfAbc + "  abc\n" +                    // matches
+       nearMiss + "  ./abc\n" +                  // does not
+       "# comment\n\nno checksum\n" +            // no entries
+       md5OfAbc + "  leak\n" +                   //
+       md5OfAbc + "  ../secret\n" +              //
+       md5OfAbc + "  " + abc_.string() + "\n" +  //
+       md5OfAbc + "  missing\n" +                //
+       md5OfAbc + "  folder\n" +                 //
+       "SHA1 (abc) = A9993E36 4706816A BA3E2571 7850C26C 9CD0D89D\n");
+  EXPECT_EQ(model_->manifest()->manifestLines(), QStringLiteral("8 entries · 1 unsupported"));
+  EXPECT_EQ(model_->manifest()->manifestIgnoredLineCount(), 2);
+  EXPECT_EQ(model_->manifest()->manifestWarnings(), QStringList{"Line 5: unsupported checksum format."});
+  verify();
+  EXPECT_THAT(statuses(),
+              ElementsAre("Match", "Mismatch. Actual: " + md5OfAbc,
+                          "A manifest path resolves outside the selected root folder.",
+                          "A manifest path resolves outside the selected root folder.",
+                          "Absolute paths are not allowed in manifest verification.", "No such file or directory",
+                          "The selected item is not a regular file.", "Match"));
+  EXPECT_THAT(counts(), ElementsAre(2, 1, 5));
+  EXPECT_EQ(title(), "1 entry does not match, 5 could not be checked");
+  EXPECT_EQ(model_->manifest()->manifestProgress(), 1);
+  EXPECT_EQ(model_->manifest()->manifestProgressFigure(), QStringLiteral("6 of 6 files"));
+  EXPECT_EQ(model_->errorMessage(), QString());
+
+  model_->manifest()->chooseManifestRoot();
+  desktop_.confirmFolderPanel(urlOf(folder_.path()));
+  EXPECT_THAT(statuses(), Each("Queued"));
+  EXPECT_THAT(counts(), ElementsAre(0, 0, 0));
+  EXPECT_EQ(model_->manifest()->manifestProgress(), 0);
+  EXPECT_EQ(title(), "8 entries, not verified yet");
+  model_->manifest()->setManifestFile({urlOf(root_ / "missing")});
+  EXPECT_EQ(model_->manifest()->manifestWarnings(), QStringList());
+}
+
+TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {
+  holdInMidRun();
+  model_->setMode(AppMode::Text);
+  EXPECT_THAT(statuses(), ElementsAre("Match", "Verifying", "Verifying", "Queued"));
+  EXPECT_EQ(title(), "Verifying…");
+  EXPECT_TRUE(model_->busyModes().at(AppMode::Manifest).toBool());
+  model_->manifest()->verifyManifest();
+  model_->manifest()->dropManifest({urlOf(abc_), QUrl(QStringLiteral("file:///elsewhere/"))});
+  model_->manifest()->setManifestFile({urlOf(abc_)});
+  model_->manifest()->chooseManifestFile();
+  EXPECT_FALSE(desktop_.singlePanel);
+  EXPECT_EQ(model_->manifest()->manifestURL(), folder_.path() / "list.txt");
+  EXPECT_EQ(model_->manifest()->manifestRootURL(), root_);
+
+  model_->manifest()->cancelManifestVerification();
+  EXPECT_FALSE(model_->manifest()->isManifestVerifying());
+  EXPECT_EQ(title(), "3 entries were not checked");
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Manifest), Outcome::NoOutcome);
+  goOn();
+  EXPECT_THAT(statuses(), ElementsAre("Match", "Queued", "Queued", "Queued"));
+  EXPECT_THAT(counts(), ElementsAre(1, 0, 0));
+  EXPECT_EQ(model_->errorMessage(), QString());
+
+  verify();
+  EXPECT_THAT(statuses(), ElementsAre("Match", "Match", "Match", "No such file or directory"));
+  EXPECT_EQ(model_->unseenOutcome(AppMode::Manifest), Outcome::SomeFailed);
+}
+
+TEST_F(ManifestFlow, AnotherRootInMidRunEndsTheRunAndWhatItFound) {
+  holdInMidRun();
+  model_->manifest()->setManifestRoot({urlOf(folder_.path())});
+  EXPECT_FALSE(model_->manifest()->isManifestVerifying());
+  goOn();
+  EXPECT_THAT(statuses(), Each("Queued"));
+  EXPECT_THAT(counts(), ElementsAre(0, 0, 0));
+  EXPECT_EQ(title(), "4 entries, not verified yet");
+}
+
+TEST_F(ManifestFlow, RootThatIsNoFolderIsAnErrorOfTheRun) {
+  load(md5OfAbc + "  abc\n");
+  verify();
+  EXPECT_THAT(statuses(), ElementsAre("Match"));
+  fs::remove_all(root_);
+  model_->manifest()->verifyManifest();
+  ASSERT_TRUE(reached([this] { return !model_->manifest()->isManifestVerifying(); }));
+  EXPECT_EQ(model_->errorMessage(), QStringLiteral("The selected manifest root is not an accessible directory."));
+  EXPECT_THAT(statuses(), ElementsAre("Queued"));
+  EXPECT_EQ(title(), "1 entry was not checked");
+  EXPECT_THAT(model_->manifest()->manifestVerdict().details.toStdString(), testing::HasSubstr("stopped by an error"));
+}
+
+TEST_F(ManifestFlow, LongListIsOneChangeAndEachOfItsFilesIsReadOnce) {
+  constexpr int count = 2'000;
+  std::vector<std::string> command = {"env", "--chdir=" + root_.string(), "sha256sum"};
+  for (int i = 0; i < count; ++i) {
+    command.push_back(folder_.file("root/" + std::to_string(i), "1234567890").filename());
+  }
+  fs::create_hard_link(root_ / "0", root_ / "same file");
+  const std::string sha256 = outputOf({"sha256sum", root_ / "0"}).substr(0, 64);
+  const std::string blake3 = outputOf({"b3sum", root_ / "0"}).substr(0, 64);
+  QSignalSpy resets(model_->manifest()->manifestJobs(), &Model::modelReset);
+  QSignalSpy changes(model_->manifest()->manifestJobs(), &Model::dataChanged);
+  load(outputOf(command) + sha256 + "  same file\nBLAKE3 (0) = " + blake3 + "\n", "SHA256SUMS");
+  EXPECT_EQ(resets.count(), 1);
+  calls_.bytesRead = 0;
+  verify();
+  EXPECT_EQ(title(), "All 2,002 entries match");
+  EXPECT_EQ(calls_.bytesRead, 10 * count);
+  EXPECT_LT(changes.count(), count / 10);
+  model_->manifest()->copyManifestRow(1);
+  model_->manifest()->copyManifestRows();
+  EXPECT_EQ(desktop_.pasteboard, std::nullopt) << "copied on the interface thread";
+  ASSERT_TRUE(reached([&] { return desktop_.pasteboard.has_value(); }));
+  EXPECT_EQ(desktop_.pasteboard.value().count('\n'), count + 1);
+  model_->manifest()->copyManifestRow(1);
+  ASSERT_TRUE(reached([&] { return desktop_.pasteboard == "2\tSHA-256\t1\tMatch"; }));
+}
+
+const std::vector<ManifestJob::State> states = {ManifestJob::Queued{}, ManifestJob::Verifying{}, ManifestJob::Match{},
+                                                ManifestJob::Mismatch{"352443c2"},
+                                                ManifestJob::Failed{"Permission denied"}};
+
+// The fifth of them has an odd name.
+std::vector<ManifestJob> jobsOf(const std::vector<ManifestJob::State>& wanted) {
+  std::vector<ManifestJob> jobs;
+  for (const ManifestJob::State& state : wanted) {
+    const auto line = static_cast<std::int64_t>(jobs.size()) + 1;
+    const std::string name = line == 5 ? "a\tb\nc\xE2\x80\xAE" : "file " + std::to_string(line);
+    const ChecksumManifestEntry entry{Uuid::random(), line, name, HashAlgorithm::crc32, "352441c2"};
+    jobs.push_back({entry.id, std::make_shared<const ChecksumManifestEntry>(entry), state});
+  }
+  return jobs;
+}
+
+TEST(ManifestJobListModelTest, RowsAreShownAndCopiedInTheFixedWords) {
+  Model model;
+  model.replaceAll(jobsOf(states));
+  EXPECT_EQ(model.text(model.shownJobs(0, model.count())),
+            "1\tCRC-32\tfile 1\tQueued\n"
+            "2\tCRC-32\tfile 2\tVerifying\n"
+            "3\tCRC-32\tfile 3\tMatch\n"
+            "4\tCRC-32\tfile 4\tMismatch. Actual: 352443c2\tExpected: 352441c2\n"
+            "5\tCRC-32\ta<U+0009>b<U+000A>c<U+202E>\tPermission denied");
+  model.setFilter(Model::Failures);
+  EXPECT_EQ(model.text(model.shownJobs(0, 1)).count('\t'), 3);
+  EXPECT_EQ(model.text(model.shownJobs(1, 1)), QByteArray());
+  model.setFilter(Model::Mismatches);
+  EXPECT_EQ(model.index(0).data(Model::DifferenceRole).toInt(), 5);
+}
+
+TEST(ManifestJobListModelTest, EveryFilterFollowsEveryChange) {
+  std::mt19937 random(seedOfThisRun());
+  const std::array<std::vector<int>, 5> passing = {{{0, 1, 2, 3, 4}, {3}, {4}, {0, 1}, {2}}};
+  Model model;
+  // It ends the program when the rows that come and go are not those that are announced.
+  const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+  constexpr int count = 1'200;
+  model.replaceAll(jobsOf(std::vector<ManifestJob::State>(count, ManifestJob::Queued{})));
+  QSignalSpy resets(&model, &Model::shownAnew);
+  const auto line = [&](int row) { return model.index(row).data(Model::LineNumberRole).toInt(); };
+  std::vector<int> mirror;  // Line numbers of the rows that are shown, as a view keeps them, by what it is told.
+  const auto insert = [&](const QModelIndex&, int first, int last) {
+    for (int row = first; row <= last; ++row) mirror.insert(mirror.begin() + row, line(row));
+  };
+  const auto fill = [&] {
+    mirror.clear();
+    insert({}, 0, model.rowCount() - 1);
+  };
+  fill();
+  QObject::connect(&model, &Model::modelReset, fill);
+  QObject::connect(&model, &Model::rowsInserted, insert);
+  QObject::connect(&model, &Model::rowsRemoved, [&](const QModelIndex&, int first, int last) {
+    mirror.erase(mirror.begin() + first, mirror.begin() + last + 1);
+  });
+  for (int turn = 0; turn < 400; ++turn) {
+    if (turn % 7 == 0) model.setFilter(static_cast<Model::Filter>(random() % 5));
+    if (turn % 50 == 49) model.requeueAll();
+    {
+      const Model::Batch batch(model);
+      const std::size_t changes = turn % 20 == 0 ? count : turn % 20 == 10 ? 60 : random() % 12;
+      for (std::size_t n = 0; n < changes; ++n) model.setState(random() % count, states[random() % states.size()]);
+    }
+    std::vector<int> expected;
+    QList<int> counts(5);
+    for (int job = 0; job < count; ++job) {
+      const int state = static_cast<int>(model.jobs()[static_cast<std::size_t>(job)].state.index());
+      for (int filter = 0; filter < 5; ++filter) {
+        if (!std::ranges::count(passing.at(static_cast<std::size_t>(filter)), state)) continue;
+        ++counts[filter];
+        if (model.filter() == filter) expected.push_back(job + 1);
+      }
+    }
+    ASSERT_EQ(mirror, expected) << "turn " << turn << ", filter " << model.filter();
+    ASSERT_EQ(model.rowCount(), static_cast<int>(expected.size()));
+    ASSERT_EQ(model.counts(), counts);
+  }
+  EXPECT_GT(resets.count(), 0) << "Nothing changed so much at once that the rows were shown anew";
+}
+
+using RunState = ManifestTally::Run;
+using Tone = ManifestVerdict::Tone;
+
+TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
+  const struct {
+    ManifestTally tally;
+    Tone tone;
+    const char* words;
+  } cases[] = {
+      {{.run = RunState::reading}, Tone::pending, "Reading checksum file… | "},
+      {{.hasRoot = true, .unsupportedLines = 3},
+       Tone::caution,
+       "Nothing to verify | 3 lines are not understood and were not checked."},
+      {{.waiting = 1204},
+       Tone::pending,
+       "1,204 entries, not verified yet | Choose the root folder, from which the list's paths start."},
+      {{.run = RunState::running, .matched = 200, .mismatched = 1, .failed = 1, .waiting = 2},
+       Tone::bad,
+       "So far 1 entry does not match, 1 could not be checked | 202 of 204 entries checked."},
+      {{.run = RunState::ended, .matched = 2, .ignoredLines = 1},
+       Tone::good,
+       "All 2 entries match | Every entry was checked. 1 line is blank or a comment."},
+      {{.run = RunState::ended, .matched = 1204, .unsupportedLines = 1},
+       Tone::caution,
+       "1,204 entries match, but 1 line could not be checked | A line that is not understood may be meant for a file: "
+       "see the warnings."},
+      {{.run = RunState::ended, .mismatched = 2}, Tone::bad, "2 entries do not match | 0 of 2 entries match."},
+      {{.run = RunState::ended, .failed = 7},
+       Tone::bad,
+       "7 entries could not be checked | Is this the right root folder?"},
+      {{.run = RunState::cancelled, .matched = 4, .mismatched = 1, .waiting = 9},
+       Tone::bad,
+       "1 entry does not match, 9 were not checked | The verification was cancelled. 4 of 14 entries match."},
+  };
+  for (const auto& [tally, tone, words] : cases) {
+    const ManifestVerdict verdict = manifestVerdict(tally);
+    EXPECT_EQ(verdict.title + QStringLiteral(" | ") + verdict.details, QString::fromUtf8(words));
+    EXPECT_EQ(verdict.tone, tone) << words;
+  }
+}
+
+TEST(ManifestVerdictTest, GreenMeansThatEverythingWasCheckedAndMatches) {
+  for (const RunState run : {RunState::none, RunState::reading, RunState::running, RunState::cancelled,
+                             RunState::stoppedByError, RunState::ended}) {
+    for (int bits = 0; bits < 128; ++bits) {
+      const auto bit = [&](int number) { return (bits >> number) & 1; };
+      const ManifestVerdict verdict = manifestVerdict({.run = run,
+                                                       .readError = bit(0) != 0 ? "Input/output error" : "",
+                                                       .hasRoot = true,
+                                                       .matched = bit(1),
+                                                       .mismatched = bit(2),
+                                                       .failed = bit(3),
+                                                       .waiting = bit(4),
+                                                       .ignoredLines = bit(5),
+                                                       .unsupportedLines = bit(6)});
+      const bool isAllWell = run == RunState::ended && (bits & ~(1 << 5)) == (1 << 1);
+      EXPECT_EQ(verdict.tone == Tone::good, isAllWell) << bits;
+      EXPECT_EQ(verdict.icon.startsWith("checkmark"), isAllWell) << bits;
+      EXPECT_FALSE(verdict.title.isEmpty());
+    }
+  }
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test

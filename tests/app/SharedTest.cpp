@@ -1,0 +1,174 @@
+// What all modes show and copy of names, sizes and times.
+
+#include <atomic>
+#include <cmath>
+#include <limits>
+
+#include "app/shared/FileLocation.h"
+#include "app/shared/Formats.h"
+#include "tests/app/ModelTest.h"
+#include "tests/support/ThreadLimit.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+TEST(ShownText, ShowsWhatANameHides) {
+  const std::vector<std::pair<const char*, const char*>> cases = {
+      {"report.pdf", "report.pdf"},
+      {"caf\u00E9 \u4F60\u597D \U0001F600 \u0627\u0644", "caf\u00E9 \u4F60\u597D \U0001F600 \u0627\u0644"},
+      {"a\nb\tc\rd\x1B[31m", "a<U+000A>b<U+0009>c<U+000D>d<U+001B>[31m"},
+      {"a\x7F\u0085", "a<U+007F><U+0085>"},
+      {"\u202Efdp.exe", "<U+202E>fdp.exe"},
+      {"\u2066\u2069\u200F\u061C", "<U+2066><U+2069><U+200F><U+061C>"},
+      {"a\u2028b\u2029c", "a<U+2028>b<U+2029>c"},
+      {"\xFF"
+       "a\xC3",
+       "\uFFFDa\uFFFD"},
+      // What shows as nothing, or as a blank.
+      {"\u00AD\u034F\u180E\u200B\u2060\u3164\uFEFF", "<U+00AD><U+034F><U+180E><U+200B><U+2060><U+3164><U+FEFF>"},
+      {"\u00A0\u2003\u2800\u3000\uFFFA\uFFFC", "<U+00A0><U+2003><U+2800><U+3000><U+FFFA><U+FFFC>"},
+      {"\U0001F3F4\U000E0067\U000E007F\u0601", "\U0001F3F4<U+E0067><U+E007F>\u0601"},
+      // Joiners that writing wants: behind a virama, and between letters that join, marks aside.
+      {"\u0915\u094D\u200D\u0937 \u0915\u094D\u200C\u0937", "\u0915\u094D\u200D\u0937 \u0915\u094D\u200C\u0937"},
+      {"\u0645\u06CC\u200C\u062E \u0628\u064E\u200C\u064E\u0627",
+       "\u0645\u06CC\u200C\u062E \u0628\u064E\u200C\u064E\u0627"},
+      {"a\u200Db\u200Cc", "a<U+200D>b<U+200C>c"},
+      {"\u0627\u200C\u0628 \u0628\u200C", "\u0627<U+200C>\u0628 \u0628<U+200C>"},
+      {"\u0915\u094D\u200D\u200D \u0628\u200D\u0628", "\u0915\u094D\u200D<U+200D> \u0628<U+200D>\u0628"},
+      // Marks with nothing to stand on.
+      {"\u0301\u0301a\u0301/\u0301", "<U+0301>\u0301a\u0301/<U+0301>"},
+      {"\u094D\u200D", "<U+094D><U+200D>"},
+      // Emoji: a heart, a family, a pilot with skin, a keycap; and what is not one of them.
+      {"\u2764\uFE0F \U0001F468\u200D\U0001F469\u200D\U0001F467",
+       "\u2764\uFE0F \U0001F468\u200D\U0001F469\u200D\U0001F467"},
+      {"\U0001F469\U0001F3FD\u200D\u2708\uFE0F 1\uFE0F\u20E3", "\U0001F469\U0001F3FD\u200D\u2708\uFE0F 1\uFE0F\u20E3"},
+      {"1\uFE0F \u2764\uFE0F\uFE0F", "1<U+FE0F> \u2764\uFE0F<U+FE0F>"},
+      {"\U0001F600\u200D\U0001F600 \u845B\U000E0100", "\U0001F600<U+200D>\U0001F600 \u845B<U+E0100>"},
+  };
+  for (const auto& [name, shown] : cases) EXPECT_EQ(shownText(name), QString::fromUtf8(shown));
+}
+
+TEST(ShownText, IsShortenedInItsMiddleAndNeverWithinACharacter) {
+  const auto times = [](int count, const char* text) { return QByteArray(text).repeated(count).toStdString(); };
+  const std::pair<std::string, std::string> cases[] = {
+      {times(1'024, "x"), times(1'024, "x")},
+      {"a" + times(1'023, "x") + "b", "a" + times(511, "x") + "\u2026" + times(510, "x") + "b"},
+      {times(1'024, "\U0001F600"), times(1'024, "\U0001F600")},
+      {times(1'025, "\U0001F600"), times(512, "\U0001F600") + "\u2026" + times(511, "\U0001F600")},
+      {times(128, "\x01"), times(128, "<U+0001>")},
+      {times(127, "\x01") + times(9, "x"), times(64, "<U+0001>") + "\u2026" + times(62, "<U+0001>") + times(9, "x")},
+      {times(1'040'000, "\x01"), times(64, "<U+0001>") + "\u2026" + times(63, "<U+0001>")},
+      {times(300'000, "\u2764\uFE0F"), times(256, "\u2764\uFE0F") + "\u2026" + times(255, "\u2764\uFE0F")},
+      {times(2'000, "\xFF"), times(512, "\uFFFD") + "\u2026" + times(511, "\uFFFD")},
+  };
+  for (const auto& [name, shown] : cases) {
+    EXPECT_EQ(shownText(name).toStdString(), shown);
+    EXPECT_GE(copiedText(name).size(), static_cast<qsizetype>(name.size()));
+  }
+}
+
+TEST(FileLocationTest, UrlOfAnyPathLeadsBackToItsBytes) {
+  std::string everyByte = "/";
+  for (int byte = 1; byte < 256; ++byte) {
+    if (byte != '/') everyByte += static_cast<char>(byte);
+  }
+  for (const std::string& path : {everyByte, std::string("/a?b#c%20d;e"), std::string("/caf\xC3\xA9")}) {
+    const QUrl url = fileUrl(path);
+    EXPECT_TRUE(url.isValid());
+    EXPECT_EQ(fileLocation(url), std::filesystem::path(path));
+    // What a drag or a panel hands over is text.
+    EXPECT_EQ(fileLocation(QUrl::fromEncoded(url.toEncoded())), std::filesystem::path(path));
+  }
+}
+
+TEST(Formats, HaveTheirUnitAndNeverAThousandOfIt) {
+  constexpr double infinity = std::numeric_limits<double>::infinity();
+  const std::pair<double, const char*> durations[] = {{0, "0 ms"},        {0.0004, "0 ms"}, {0.5, "500 ms"},
+                                                      {0.9994, "999 ms"}, {1.0, "1.00 s"},  {61.239, "61.24 s"}};
+  for (const auto& [seconds, text] : durations) EXPECT_EQ(compactDuration(seconds), QLatin1String(text));
+
+  const std::pair<qint64, const char*> counts[] = {{0, "0 bytes"},
+                                                   {1, "1 byte"},
+                                                   {999, "999 bytes"},
+                                                   {1'000, "1 KB"},
+                                                   {1'499, "1 KB"},
+                                                   {1'500, "2 KB"},
+                                                   {999'499, "999 KB"},
+                                                   {999'500, "1 MB"},
+                                                   {999'949, "1 MB"},
+                                                   {4'200'000, "4.2 MB"},
+                                                   {999'949'999, "999.9 MB"},
+                                                   {999'950'000, "1 GB"},
+                                                   {1'250'000'000, "1.25 GB"},
+                                                   {1'100'000'000, "1.1 GB"},
+                                                   {100'000'000'000, "100 GB"},
+                                                   {999'995'000'000, "1 TB"},
+                                                   {std::numeric_limits<qint64>::max(), "9.22 EB"}};
+  for (const auto& [bytes, text] : counts) EXPECT_EQ(formattedByteCount(bytes), QLatin1String(text)) << bytes;
+
+  const std::pair<double, const char*> speeds[] = {{0.9, "0 bytes/s"},
+                                                   {1.9, "1 byte/s"},
+                                                   {1'499.9, "1 KB/s"},
+                                                   {233e6, "233 MB/s"},
+                                                   {std::nextafter(0x1p63, 0), "9.22 EB/s"},
+                                                   {0x1p63, "—"},
+                                                   {infinity, "—"},
+                                                   {-infinity, "—"},
+                                                   {std::nan(""), "—"}};
+  for (const auto& [speed, text] : speeds) EXPECT_EQ(formattedThroughput(speed), QString::fromUtf8(text)) << speed;
+}
+
+using FileSizes = ModelTest;
+
+TEST_F(FileSizes, AreAskedOnceAndNotAwaited) {
+  constexpr int most = ShownFileSize::mostAsking;
+  std::atomic<int> hanging = 0;
+  std::atomic<int> answered = 0;
+  calls_.looked = [&](std::string_view path) {
+    if (path.starts_with("/dead/")) {
+      ++hanging;
+      gate_.pass();
+    }
+    ++answered;
+  };
+  model_->files()->addFiles({urlOf("/dead/file")});
+  const auto sizes = [&] {
+    std::vector<std::string> list;
+    for (const QVariantMap& card :
+         {model_->verify()->verifyFile(), model_->compare()->compareFirstFile(), model_->compare()->compareSecondFile(),
+          model_->manifest()->manifestFile(), model_->manifest()->manifestRoot()}) {
+      list.push_back(card.value(QStringLiteral("size")).toString().toStdString());
+    }
+    return list;
+  };
+  const auto file = folder_.file("file", "abc");
+  model_->manifest()->setManifestRoot({urlOf("/dead")});
+  model_->compare()->setCompareFiles({urlOf("/dead/first"), urlOf(file)}, false);
+  for (int i = 1; i < most; ++i) {
+    ASSERT_TRUE(reached([&] { return hanging == i; }));
+    if (i < most - 1) model_->verify()->setVerifyFile({urlOf("/dead/" + std::to_string(i))});
+  }
+  model_->manifest()->setManifestFile({urlOf(file)});
+  ASSERT_TRUE(reached([&] { return sizes()[2] == "3 bytes" && sizes()[3] == "3 bytes"; }));
+  model_->compare()->swapCompareFiles();
+  EXPECT_THAT(sizes(), ElementsAre("…", "3 bytes", "…", "3 bytes", ""));
+  EXPECT_EQ(answered, 2);
+
+  model_->verify()->setVerifyFile({urlOf("/dead/more")});
+  ASSERT_TRUE(reached([&] { return hanging == most; }));
+  const int threads = threadsStarted;
+  for (int i = 0; i < 20; ++i) model_->verify()->setVerifyFile({urlOf("/dead/never asked")});
+  model_->verify()->setVerifyFile({urlOf(file)});
+  EXPECT_EQ(threadsStarted, threads) << "more than may hang";
+  EXPECT_EQ(sizes()[0], "…");
+  gate_.open();
+  ASSERT_TRUE(reached([&] { return sizes()[0] == "3 bytes" && sizes()[2].empty(); }));
+  ASSERT_TRUE(BackgroundTask::waitForAll(patience));
+  EXPECT_EQ(hanging, most);
+  EXPECT_EQ(answered, most + 3);
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test
