@@ -15,7 +15,9 @@
 #include <vector>
 
 #include <QCommandLineParser>
+#include <QQuickItem>
 #include <QQuickWindow>
+#include <QTimer>
 
 #include "tour/Driver.h"
 #include "ui/window/TallyfoldApp.h"
@@ -29,7 +31,11 @@ namespace {
 class Tour {
  public:
   Tour(TallyfoldApp& app, fs::path output, std::vector<fs::path> files)
-      : model_(app.viewModel()), driver_(app.window()), output_(std::move(output)), files_(std::move(files)) {}
+      : model_(app.viewModel()),
+        window_(app.window()),
+        driver_(window_),
+        output_(std::move(output)),
+        files_(std::move(files)) {}
 
   void walk() {
     show("empty");
@@ -43,6 +49,7 @@ class Tour {
     verifyManifest();
     compare();
     lookAround();
+    leaveInMidRun();
   }
 
  private:
@@ -163,11 +170,10 @@ class Tour {
 
   // A list that another program wrote of copies of the files; then three of the copies are no longer what they were.
   void verifyManifest() {
-    const fs::path copies = output_ / "copies";
-    fs::create_directory(copies);
-    for (const fs::path& file : files_) fs::copy_file(file, copies / file.filename());
+    fs::create_directory(copies_);
+    for (const fs::path& file : files_) fs::copy_file(file, copies_ / file.filename());
     const fs::path list = output_ / "SHA256SUMS";
-    writeList(copies, list);
+    writeList(copies_, list);
 
     enter(AppMode::Manifest, "4");
     show("manifest-empty");
@@ -177,8 +183,8 @@ class Tour {
                     [&] { return model_.manifest()->manifestJobs()->total() == static_cast<int>(files_.size()); });
     show("manifest-list");
     driver_.press({"Control_L", "Shift_L", "o"});
-    driver_.answerPanel("openPanel", copies);
-    Driver::waitFor("the root folder", [&] { return model_.manifest()->manifestRootURL() == copies; });
+    driver_.answerPanel("openPanel", copies_);
+    Driver::waitFor("the root folder", [&] { return model_.manifest()->manifestRootURL() == copies_; });
     driver_.press({"Control_L", "Return"});
     const int count = model_.manifest()->manifestJobs()->total();
     Driver::waitFor("the verdict", [&] {
@@ -188,10 +194,10 @@ class Tour {
             "A list of unchanged files verifies wholly");
     show("manifest-match");
 
-    std::ofstream(copies / files_[0].filename(), std::ios::app) << '\n';
-    fs::remove(copies / files_[1].filename());
-    fs::remove(copies / files_[2].filename());
-    fs::create_symlink(files_[2], copies / files_[2].filename());
+    std::ofstream(copies_ / files_[0].filename(), std::ios::app) << '\n';
+    fs::remove(copies_ / files_[1].filename());
+    fs::remove(copies_ / files_[2].filename());
+    fs::create_symlink(files_[2], copies_ / files_[2].filename());
     driver_.click("verifyManifest");
     Driver::waitFor("the verdict", [&] {
       return !model_.manifest()->isManifestVerifying() && model_.manifest()->manifestErrorCount() == 2;
@@ -215,7 +221,7 @@ class Tour {
       }
     }
     show("manifest-mismatch");
-    fs::remove_all(copies);
+    fs::remove_all(copies_);
   }
 
   void compare() {
@@ -233,6 +239,10 @@ class Tour {
     Driver::waitFor("the same file", [&] { return model_.compare()->compareSecondURL() == files_.front(); });
     driver_.press({"Return"});
     expectComparison("identical", true);
+    driver_.click("compareFirstChoose");
+    driver_.answerPanel("openPanel", files_.back());
+    driver_.click("swapFiles");
+    Driver::waitFor("the swap", [&] { return model_.compare()->compareSecondURL() == files_.back(); });
   }
 
   void expectComparison(const std::string& name, bool isIdentical) {
@@ -252,8 +262,27 @@ class Tour {
   void lookAround() {
     enter(AppMode::Files, "1");
     driver_.press({"Control_L", "comma"});
-    driver_.usableItem("aboutTitle");
+    driver_.focus(*driver_.usableItem("aboutTitle")->window());
     show("settings");
+    driver_.press({"Escape"});
+    Driver::waitFor("the settings to close", [&] { return driver_.findItem("aboutTitle") == nullptr; });
+    driver_.focus(window_);
+  }
+
+  void leaveInMidRun() {
+    fs::create_directory(copies_);
+    const fs::path endless = copies_ / "endless";
+    std::ofstream{endless};
+    fs::resize_file(endless, 256ULL << 30U);
+    driver_.press({"Control_L", "o"});
+    driver_.answerPanel("openPanel", endless);
+    Driver::waitFor("the endless file",
+                    [&] { return model_.files()->jobs()->count() > static_cast<int>(files_.size()); });
+    driver_.click("calculate");
+    Driver::waitFor("the run", [&] { return model_.files()->isProcessing(); });
+    driver_.press({"Control_L", "q"});
+    Driver::waitFor("the end of the run", [&] { return !model_.files()->isProcessing(); });
+    fs::remove_all(copies_);
   }
 
   void show(const std::string& step) {
@@ -267,8 +296,10 @@ class Tour {
   }
 
   AppViewModel& model_;
+  QQuickWindow& window_;
   Driver driver_;
   fs::path output_;
+  fs::path copies_ = output_ / "copies";
   std::vector<fs::path> files_;
   int steps_ = 0;
 };
@@ -288,12 +319,15 @@ int main(int argc, char** argv) {
   std::vector<fs::path> files;
   for (const QString& file : parser.positionalArguments())
     files.push_back(fs::absolute(file.toStdString()).lexically_normal());
-  try {
-    tallyfold::Tour(app, output, std::move(files)).walk();
-    return app.leave(0);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "The tour ended early. %s\n", error.what());
-    app.window().screen()->grabWindow(0).save(QString::fromStdString((output / "failure.png").string()));
-    return app.leave(1);
-  }
+  // As a user leaves: the last step closes the window, with which the program ends.
+  QTimer::singleShot(0, [&] {
+    try {
+      tallyfold::Tour(app, output, files).walk();
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "The tour ended early. %s\n", error.what());
+      app.window().screen()->grabWindow(0).save(QString::fromStdString((output / "failure.png").string()));
+      QCoreApplication::exit(1);
+    }
+  });
+  return app.run();
 }

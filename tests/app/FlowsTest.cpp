@@ -27,6 +27,8 @@ TEST_F(TextFlow, EditWinsOverTheLargeTextInFlight) {
   ASSERT_TRUE(reached([this] { return !model_->text()->textHashes().algorithms().empty(); }));
   EXPECT_EQ(model_->text()->textHashes().find(HashAlgorithm::md5), "d41d8cd98f00b204e9800998ecf8427e");
   EXPECT_EQ(changes.count(), 5) << "four edits and one set of digests";
+  model_->text()->setTextInput(QStringLiteral("x"));
+  EXPECT_TRUE(model_->text()->textHashes().algorithms().empty()) << "those of another text";
 }
 
 const std::string md5OfAbc = "900150983cd24fb0d6963f7d28e17f72";

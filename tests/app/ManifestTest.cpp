@@ -95,6 +95,9 @@ TEST_F(ManifestFlow, EveryEntryIsToldInItsWords) {
   EXPECT_EQ(title(), "8 entries, not verified yet");
   model_->manifest()->setManifestFile({urlOf(root_ / "missing")});
   EXPECT_EQ(model_->manifest()->manifestWarnings(), QStringList());
+  ASSERT_TRUE(reached([this] { return title() == "The checksum list was not read"; }));
+  load(md5OfAbc + "  abc\n");
+  EXPECT_EQ(title(), "1 entry, not verified yet");
 }
 
 TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {

@@ -1,27 +1,21 @@
 // Real drags from another program onto the window.
 
 #include <atomic>
-#include <chrono>
-#include <gmock/gmock.h>
 #include <latch>
 #include <optional>
+#include <thread>
 
-#include <QSignalSpy>
-
-#include "app/shared/FileLocation.h"
-#include "app/tasks/BackgroundTask.h"
 #include "app/tasks/Workers.h"
 #include "core/files/SystemCalls.h"
 #include "tests/support/Process.h"
 #include "tests/support/ThreadLimit.h"
 #include "tests/ui/WindowFixture.h"
+#include "ui/drops/DropHandling.h"
 #include "ui/drops/DropZone.h"
 
 namespace tallyfold::test {
 
 namespace {
-
-using namespace std::chrono_literals;
 
 constexpr QPoint sourceCenter(80, 60);
 const std::string uriList = "text/uri-list";
@@ -86,9 +80,7 @@ class DropTest : public WindowFixture {
     return names;
   }
 
-  static std::string line(const std::filesystem::path& path) {
-    return fileUrl(path).toEncoded().toStdString() + "\r\n";
-  }
+  static std::string line(const fs::path& path) { return fileUrl(path).toEncoded().toStdString() + "\r\n"; }
 
   DropZone* zone = nullptr;
   std::optional<OtherProgram> source;
@@ -106,7 +98,7 @@ TEST_F(DropTest, AFileIsTargetedAndHashed) {
   EXPECT_EQ(model.files()->jobs()->count(), 0);
   EXPECT_EQ(release(), "copy");
   EXPECT_EQ(targeted.count(), 2);
-  EXPECT_THAT(hashedNames(), testing::ElementsAre("file"));
+  EXPECT_THAT(hashedNames(), ElementsAre("file"));
   EXPECT_EQ(model.files()->results().front()->hashes.find(HashAlgorithm::sha256),
             "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
   EXPECT_EQ(state(0), FileJobListModel::Complete);
@@ -122,7 +114,7 @@ TEST_F(DropTest, OfFoldersAndFilesOnlyTheFilesAreTaken) {
   EXPECT_EQ(drop(uriList, line(folder.path())), "copy");
   const auto file = folder.file("file", "");
   EXPECT_EQ(drop(uriList, line(folder.path()) + line(file) + line(folder.path() / "")), "copy");
-  EXPECT_THAT(hashedNames(), testing::ElementsAre("file"));
+  EXPECT_THAT(hashedNames(), ElementsAre("file"));
   EXPECT_EQ(lists.count(), 1);
   EXPECT_EQ(model.errorMessage(), "");
 }
@@ -157,11 +149,15 @@ TEST_F(DropTest, NamesAreBytes) {
 TEST_F(DropTest, ProgramsThatOfferOnlyTextOrBytesAreUnderstood) {
   const auto first = folder.file("first", "");
   const auto second = folder.file("second", "");
-  EXPECT_EQ(drop("text/plain", "not a location\n" + line(first) + "https://example.org/file\n" + line(folder.path())),
+  QSignalSpy lists(model.files()->jobs(), &FileJobListModel::countChanged);
+  EXPECT_EQ(drop("text/plain", "not a location\nhttps://example.org/file\n" + line(folder.path())), "copy");
+  EXPECT_EQ(drop("text/plain", "not a location\n" + line(first) + "https://example.org/file\n" + line(folder.path()) +
+                                   line(folder.file("other", ""))),
             "copy");
-  EXPECT_THAT(hashedNames(), testing::ElementsAre("first"));
+  EXPECT_THAT(hashedNames(), testing::UnorderedElementsAre("first", "other"));
+  EXPECT_EQ(lists.count(), 1);
   EXPECT_EQ(drop("text/x-moz-url-data", fileUrl(second).toEncoded().toStdString()), "copy");
-  waitFor("both files", [&] { return model.files()->results().size() == 2 && !model.files()->isProcessing(); });
+  waitFor("all files", [&] { return model.files()->results().size() == 3 && !model.files()->isProcessing(); });
 }
 
 TEST_F(DropTest, WhatCannotBeUsedIsRefusedWhileItHovers) {
@@ -212,10 +208,12 @@ TEST_F(DropTest, WhatASlowDiskAnswersReplacesNoLaterChoice) {
     SlowDisk() { replace(this); }
     ~SlowDisk() override { replace(nullptr); }
     int look(const char* path, struct stat* status) override {
+      EXPECT_NE(std::this_thread::get_id(), interfaceThread);
       ++asked;
       answers.wait();
       return SystemCalls::look(path, status);
     }
+    const std::thread::id interfaceThread = std::this_thread::get_id();
     std::atomic<int> asked = 0;
     std::latch answers{1};
   } disk;
@@ -232,9 +230,46 @@ TEST_F(DropTest, WhatASlowDiskAnswersReplacesNoLaterChoice) {
   EXPECT_EQ(model.verify()->verifyURL(), chosen);
   EXPECT_EQ(size(), u"…");
   disk.answers.count_down();
-  EXPECT_TRUE(BackgroundTask::waitForAll(20s));
+  EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
   waitFor("the size", [&] { return size() == u"3 bytes"; });
   EXPECT_EQ(model.verify()->verifyURL(), chosen);
+}
+
+TEST(DroppedItemTest, BecomesTheLocationThatItStandsFor) {
+  const QUrl file(QStringLiteral("file:///some/file"));
+  const std::vector<std::pair<QVariant, QUrl>> cases = {
+      {QVariant(), QUrl()},
+      {file, file},
+      {QByteArray("file:///some/file"), file},
+      {QString("file:///some/file"), file},
+      {QByteArray("file:///50%25%20of%20it"), QUrl::fromLocalFile("/50% of it")},
+      {QString("file:///ü"), QUrl::fromLocalFile("/ü")},
+      {QByteArray("https://example.org/"), QUrl("https://example.org/")},
+      {QString("file://[no such host/file"), QUrl()},
+      {QByteArray("file:///50%"), QUrl()},
+      {QByteArray(), QUrl()},
+      {42, QUrl()},
+      {QStringList{"file:///some/file"}, QUrl()},
+  };
+  for (const auto& [item, url] : cases) {
+    const QUrl location = droppedFileURL(item);
+    // What did not parse remembers why, and so is not equal to an empty URL.
+    EXPECT_TRUE(url.isEmpty() ? !location.isValid() : location == url) << item.toString().toStdString();
+  }
+  EXPECT_EQ(fileLocation(droppedFileURL(QByteArray("file:///a%FF%0Ab"))), "/a\xFF\nb");
+}
+
+TEST_F(DropTest, FoldersAreMarkedWhereTheirUrlDoesNotSaySo) {
+  const auto link = folder.path() / "link \xFF";
+  fs::create_directory_symlink(folder.path(), link);
+  const QUrl regular = fileUrl(folder.file("file", ""));
+  const QUrl vanished = fileUrl(folder.path() / "vanished");
+  QList<QUrl> files;
+  resolveBigSurFileURLs({fileUrl(folder.path()), QVariant(), regular, QString("not a URL at all"),
+                         fileUrl(link).toEncoded(), QUrl("https://example.org/file"), vanished.toString()},
+                        {[&](const QList<QUrl>& dropped) { files = dropped; }, {}}, Droppable::filesAndFolders);
+  waitFor("the drop", [&] { return !files.isEmpty(); });
+  EXPECT_THAT(files, ElementsAre(fileUrl(folder.path() / ""), regular, fileUrl(link / ""), vanished));
 }
 
 }  // namespace

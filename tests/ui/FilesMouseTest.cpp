@@ -1,10 +1,7 @@
-// The Files mode with the mouse.
-
-#include <gmock/gmock.h>
+// The Files mode with the mouse, and what its rows show and tell.
 
 #include <QDBusConnection>
 
-#include "app/shared/FileLocation.h"
 #include "tests/ui/WindowFixture.h"
 
 namespace tallyfold::test {
@@ -24,7 +21,6 @@ namespace {
 
 constexpr std::string_view abc = "abc";
 const std::string sha256OfAbc = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
-const std::string sha256OfNothing = "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855";
 
 class FilesMouseTest : public WindowFixture {
  protected:
@@ -50,31 +46,79 @@ class FilesMouseTest : public WindowFixture {
     QMetaObject::invokeMethod(text, "positionToRectangle", Q_RETURN_ARG(QRectF, place), Q_ARG(int, position));
     return text->mapToGlobal(place.center()).toPoint();
   }
+
+  // Of a text that is visible in a row.
+  QColor colorOf(int index, const QString& text) {
+    for (QQuickItem* item : visibleItems(row(index))) {
+      if (item->property("text").toString() == text) return item->property("color").value<QColor>();
+    }
+    throw std::runtime_error("Row " + std::to_string(index) + " does not show " + text.toStdString());
+  }
+
+  std::vector<std::string> rowNames() {
+    std::vector<std::string> names;
+    for (QAccessibleInterface* face : below(find(QAccessible::List, "Files"))) {
+      if (face->role() == QAccessible::ListItem) names.push_back(name(face));
+    }
+    return names;
+  }
 };
 
-TEST_F(FilesMouseTest, ChipsChangeTheSelectionAndAPresetReplacesIt) {
+TEST_F(FilesMouseTest, ChipsChangeTheSelectionAndSayWhetherTheyAreSelected) {
+  for (const QString& algorithm : AppViewModel::algorithmNames()) {
+    QAccessibleInterface* chip = find(QAccessible::CheckBox, algorithm.toStdString());
+    EXPECT_TRUE(chip->state().checkable);
+    EXPECT_EQ(chip->state().checked, algorithm == "SHA-256" || algorithm == "BLAKE3") << algorithm.toStdString();
+  }
+  QAccessibleInterface* chip = find(QAccessible::CheckBox, "CRC-32");
   driver.click("algorithm SHA-256");
   driver.click("algorithm CRC-32");
   waitFor("the chips", [&] { return model.selectedAlgorithmNames() == QStringList{"BLAKE3", "CRC-32"}; });
-  EXPECT_TRUE(driver.item("algorithm CRC-32")->property("checked").toBool());
-  EXPECT_FALSE(driver.item("algorithm SHA-256")->property("checked").toBool());
+  EXPECT_TRUE(chip->state().checked);
   model.setAlgorithmSelected("CRC-32", false);
-  EXPECT_FALSE(driver.item("algorithm CRC-32")->property("checked").toBool()) << "A clicked chip still follows";
-  driver.click("presets");
-  driver.click("presetRecommended");
-  waitFor("the preset", [&] { return model.selectedAlgorithms() == HashAlgorithm::recommended; });
+  EXPECT_FALSE(chip->state().checked) << "A clicked chip still follows";
+  chip->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+  EXPECT_TRUE(model.selectedAlgorithms().contains(HashAlgorithm::crc32));
+  press(chip);
+  EXPECT_FALSE(chip->state().checked);
 }
 
-TEST_F(FilesMouseTest, CalculateAndCancelAreTheSameButtonAndClearEmptiesTheList) {
-  add({"first"}, abc);
-  add({endlessFile()});
+TEST_F(FilesMouseTest, EveryStateIsToldByWordsAndColour) {
+  add({folder.file("done", std::string(4'200'000, 'x')), folder.path() / "vanished", endlessFile(),
+       folder.file("waiting", "")});
   driver.click("calculate");
-  waitFor("the endless file", [&] { return state(1) == FileJobListModel::Hashing; });
-  EXPECT_NE(itemWithText("Cancel"), nullptr);
-  EXPECT_EQ(itemWithText("Calculate"), nullptr);
-  EXPECT_DOUBLE_EQ(driver.item("overallProgress")->property("value").toDouble(), 0.5);
+  waitFor("the endless file", [&] { return state(2) == FileJobListModel::Hashing; });
+  const QColor red(0xFF8A8A);
+  const QColor green(0x5FDC94);
+  EXPECT_EQ(colorOf(1, "No such file or directory"), red);
+  EXPECT_EQ(colorOf(1, "Failed"), red);
+  EXPECT_EQ(colorOf(0, "Done"), green);
+  EXPECT_NE(colorOf(3, "Queued"), green);
+  EXPECT_EQ(model.errorMessage(), "") << "The failure of a file is told in its row";
 
-  // During a run the selection and the list stay.
+  waitFor("the rows", [&] { return rowNames().size() == 4; });
+  const std::string facts = "4\\.2 MB · ([0-9]+ ms|[0-9]+\\.[0-9][0-9] s) · [0-9.]+ [KMG]B/s";
+  EXPECT_THAT(rowNames(),
+              ElementsAre(testing::MatchesRegex("done, Done, " + facts), "vanished, Failed, No such file or directory",
+                          "endless.img, Hashing", "waiting, Queued"));
+  EXPECT_NE(itemWithText(" · " + model.files()->jobs()->index(0).data(FileJobListModel::FactsRole).toString()),
+            nullptr);
+  EXPECT_EQ(find(QAccessible::ProgressBar, "All files")->text(QAccessible::Description), u"50%");
+  find(QAccessible::ProgressBar, "endless.img");
+  const QString digest = inRow(0, "digest SHA-256")->property("text").toString();
+  EXPECT_EQ(digest.size(), 64);
+  find(QAccessible::StaticText, "SHA-256 " + digest.toStdString());
+  find(QAccessible::ListItem, "Files, working");
+  EXPECT_EQ(itemWithText("Calculate"), nullptr);
+
+  // What cannot be used says why, and is not used.
+  for (const auto& [button, refusal] : {std::pair{"Presets", "The selection cannot change during a run."},
+                                        {"Remove", "The list cannot change during a run."},
+                                        {"Export…", "Reports can be saved when the run has ended."}}) {
+    EXPECT_EQ(find(QAccessible::Button, button)->text(QAccessible::Description), refusal);
+  }
+  driver.moveTo("algorithm MD5");
+  waitFor("the tip", [&] { return itemWithText("The selection cannot change during a run.") != nullptr; });
   driver.click("algorithm MD5");
   driver.click("presets");
   click(*inRow(0, "remove"));
@@ -86,27 +130,19 @@ TEST_F(FilesMouseTest, CalculateAndCancelAreTheSameButtonAndClearEmptiesTheList)
   EXPECT_EQ(driver.findItem("presetAll"), nullptr);
   EXPECT_TRUE(model.selectedAlgorithms() == HashAlgorithm::recommended);
 
-  driver.click("calculate");
+  press(find(QAccessible::Button, "Cancel"));
   waitFor("the end of the run", [&] { return !model.files()->isProcessing(); });
-  EXPECT_EQ(state(0), FileJobListModel::Complete);
-  EXPECT_EQ(state(1), FileJobListModel::Queued);
-  EXPECT_NE(itemWithText("Queued"), nullptr);
+  EXPECT_EQ(rowNames().at(2), "endless.img, Queued");
+  press(find(QAccessible::ListItem, "waiting, Queued"));
+  EXPECT_EQ(selectedName(), "waiting");
+  press(below(find(QAccessible::ListItem, "waiting, Queued")).at(1));
+  EXPECT_EQ(model.files()->jobs()->count(), 3) << "Its first part is the button that removes it";
 
   driver.click("calculate");
-  waitFor("the endless file", [&] { return state(1) == FileJobListModel::Hashing; });
+  waitFor("the endless file", [&] { return state(2) == FileJobListModel::Hashing; });
   driver.click("clear");
   waitFor("an empty list", [&] { return model.files()->jobs()->count() == 0 && !model.files()->isProcessing(); });
   EXPECT_NE(driver.findItem("emptyList"), nullptr);
-}
-
-TEST_F(FilesMouseTest, CopyButtonsActOnTheirRow) {
-  add({folder.file("first", abc), folder.file("second", "")});
-  calculate();
-  click(*inRow(1, "copy SHA-256"));
-  waitFor("one digest", [&] { return driver.clipboard() == sha256OfNothing; });
-  click(*inRow(0, "name"));
-  driver.click("copyAll");
-  waitFor("all checksums", [&] { return driver.clipboard().starts_with("SHA-256: " + sha256OfAbc + "\nBLAKE3: "); });
 }
 
 TEST_F(FilesMouseTest, SelectedDigitsAreCopiedWithoutTheGapsThatTheEyeSees) {
@@ -114,6 +150,15 @@ TEST_F(FilesMouseTest, SelectedDigitsAreCopiedWithoutTheGapsThatTheEyeSees) {
   model.setAlgorithmSelected("SHA-512", true);
   calculate();
   QQuickItem* sha256 = digest(0, "SHA-256");
+  driver.clickAt(digit(sha256, 20));
+  waitFor("the keyboard in the text", [&] { return sha256->hasActiveFocus(); });
+  driver.press({"Control_L", "c"});
+  waitFor("all checksums", [&] { return driver.clipboard().starts_with("SHA-256: " + sha256OfAbc + "\nSHA-512: "); });
+  driver.press({"Control_L", "2"});
+  waitFor("another mode", [&] { return model.mode() == AppMode::Text; });
+  driver.press({"Control_L", "1"});
+  waitFor("this mode", [&] { return model.mode() == AppMode::Files; });
+
   driver.clickAt(digit(sha256, 20));
   driver.clickAt(digit(sha256, 20));
   waitFor("a whole digest", [&] { return sha256->property("selectedText").toString().size() == 64; });
@@ -133,25 +178,25 @@ TEST_F(FilesMouseTest, SelectedDigitsAreCopiedWithoutTheGapsThatTheEyeSees) {
     return driver.clipboard() ==
            model.files()->results().front()->hashes.find(HashAlgorithm::sha512).value().substr(60, 8);
   });
-
-  click(*inRow(0, "name"));
-  driver.press({"Control_L", "c"});
-  waitFor("all checksums", [&] { return driver.clipboard().starts_with("SHA-256: "); });
 }
 
-TEST_F(FilesMouseTest, TheMenuOfARowRevealsCopiesItsPathAndRemovesIt) {
+TEST_F(FilesMouseTest, TheMenuAndTheButtonsOfARowActOnIt) {
   auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "file browser");
   FileBrowser browser;
   ASSERT_TRUE(bus.registerObject("/org/freedesktop/FileManager1", &browser, QDBusConnection::ExportAllSlots));
   ASSERT_TRUE(bus.registerService("org.freedesktop.FileManager1"));
   const auto file = folder.file("50% of \xFF\n", abc);
-  add({"first"}, abc);
+  add({"first"}, "");
   add({file});
+  model.choosePreset(AppViewModel::Compatibility);
+  calculate();
+  click(*inRow(1, "copy MD5"));
+  waitFor("its digest", [&] { return driver.clipboard() == "900150983cd24fb0d6963f7d28e17f72"; });
 
   openRowMenu(1);
   driver.click("reveal");
   waitFor("the file browser", [&] { return !browser.shown.isEmpty(); });
-  EXPECT_THAT(browser.shown, testing::ElementsAre(fileUrl(file).toString(QUrl::FullyEncoded)));
+  EXPECT_THAT(browser.shown, ElementsAre(fileUrl(file).toString(QUrl::FullyEncoded)));
   EXPECT_EQ(fileLocation(QUrl(browser.shown.value(0))), file);
 
   openRowMenu(1);
@@ -164,26 +209,64 @@ TEST_F(FilesMouseTest, TheMenuOfARowRevealsCopiesItsPathAndRemovesIt) {
   EXPECT_EQ(*model.files()->jobs()->jobs().front().url, file);
   click(*inRow(0, "remove"));
   waitFor("the removal", [&] { return model.files()->jobs()->count() == 0; });
-  EXPECT_TRUE(std::filesystem::exists(file)) << "Removed from the list, not from the disk";
+  EXPECT_TRUE(fs::exists(file)) << "Removed from the list, not from the disk";
 }
 
-TEST_F(FilesMouseTest, WhatCannotBeUsedSaysWhy) {
-  const auto expectTip = [&](const QString& name, const char* tip) {
-    driver.moveTo(name);
-    waitFor(std::string("\"") + tip + "\" on " + name.toStdString(), [&] { return itemWithText(tip) != nullptr; });
-    driver.movePointer({1, 1});
-    waitFor("the tip to go", [&] { return itemWithText(tip) == nullptr; });
-  };
-  expectTip("copyAll", "Select a file whose checksums are calculated.");
-  expectTip("export", "There are no checksums to export yet.");
-  expectTip("clear", "The list is empty.");
+TEST_F(FilesMouseTest, FigureOfARunIsOfItsOwnFiles) {
+  const auto figure = [&] { return driver.item("runFigure")->property("text").toString(); };
+  add({"a", "b", "c"}, abc);
+  EXPECT_EQ(figure(), "0 of 3");
+  calculate();
+  model.files()->removeJob(model.files()->jobs()->idAt(0));
+  add({"d", "e"}, abc);
+  EXPECT_EQ(figure(), "3 of 3");
+  calculate();
+  EXPECT_EQ(figure(), "4 of 4");
+  model.files()->clearFiles();
+  EXPECT_EQ(figure(), "0 of 0");
+}
 
-  add({endlessFile()});
-  driver.click("calculate");
-  waitFor("the run", [&] { return model.files()->isProcessing(); });
-  expectTip("remove", "The list cannot change during a run.");
-  expectTip("presets", "The selection cannot change during a run.");
-  expectTip("algorithm MD5", "The selection cannot change during a run.");
+TEST_F(FilesMouseTest, EveryFileNameIsShownOnOneLineInsideItsRow) {
+  const std::vector<std::pair<std::string, QString>> names = {
+      {"two\nlines", "two<U+000A>lines"},
+      {"tab\tand\x7F", "tab<U+0009>and<U+007F>"},
+      {"not \xFF UTF-8", "not \uFFFD UTF-8"},
+      {"<b>bold &amp; <img src='x'>", "<b>bold &amp; <img src='x'>"},
+      {"מסמך.pdf", "מסמך.pdf"},
+      {"photo\u202Egnp.exe", "photo<U+202E>gnp.exe"},
+      {std::string(251, 'W') + ".txt", QString(251, u'W') + ".txt"},
+  };
+  for (const auto& [name, shown] : names) add({name}, abc);
+  model.setSelectedAlgorithms({HashAlgorithm::crc32});
+  calculate();
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const auto index = static_cast<int>(i);
+    QMetaObject::invokeMethod(driver.item("jobList"), "positionViewAtIndex", Q_ARG(int, index), Q_ARG(int, 0));
+    const QQuickItem* name = inRow(index, "name");
+    EXPECT_EQ(name->property("text").toString(), names[i].second);
+    EXPECT_EQ(name->property("lineCount").toInt(), 1);
+    EXPECT_LE(name->property("contentWidth").toReal(), name->width());
+    EXPECT_TRUE(row(index)->boundingRect().contains(name->mapRectToItem(row(index), name->boundingRect())));
+    EXPECT_EQ(state(index), FileJobListModel::Complete) << names[i].first;
+  }
+}
+
+TEST_F(FilesMouseTest, AnAlertGoesWithItsMessageAndComesBackWithTheNext) {
+  for (const char* message : {"One thing failed.", "Another thing failed."}) {
+    model.setErrorMessage(message);
+    waitFor(message, [&] { return itemWithText(message) != nullptr; });
+    find(QAccessible::AlertMessage, std::string("Error: ") + message);
+  }
+  EXPECT_EQ(itemWithText("One thing failed."), nullptr);
+  model.setErrorMessage("");
+  waitFor("the alert to go", [&] { return driver.findItem("alertOk") == nullptr; });
+  for (const char* message : {"Again.", "And again."}) {
+    model.setErrorMessage(message);
+    EXPECT_EQ(itemWithText(message), driver.usableItem("alertMessage"));
+    driver.click("alertOk");
+    waitFor("the alert to go", [&] { return driver.findItem("alertOk") == nullptr; });
+    EXPECT_EQ(model.errorMessage(), "");
+  }
 }
 
 }  // namespace

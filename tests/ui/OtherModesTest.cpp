@@ -5,7 +5,6 @@
 #include <QClipboard>
 #include <QGuiApplication>
 
-#include "app/shared/FileLocation.h"
 #include "tests/support/TurnWatcher.h"
 #include "tests/ui/SilentClipboardOwner.h"
 #include "tests/ui/WindowFixture.h"
@@ -36,21 +35,7 @@ class OtherModes : public WindowFixture {
   }
 };
 
-TEST_F(OtherModes, ShortcutsWorkFromTextsThatAreOnlyToBeRead) {
-  add({"a"}, "abc");
-  calculate();
-  driver.click("copy SHA-256");
-  driver.clickAt(inRow(0, "copy SHA-256")->mapToGlobal(QPointF(-200, 10)).toPoint());
-  waitFor("the text", [&] {
-    const QQuickItem* owner = window.activeFocusItem();
-    return owner != nullptr && owner->property("readOnly").toBool();
-  });
-  driver.press({"Control_L", "c"});
-  waitFor("all checksums", [&] { return driver.clipboard().starts_with("SHA-256: "); });
-  enter(AppMode::Text);
-}
-
-TEST_F(OtherModes, TextIsHashedAsItIsTyped) {
+TEST_F(OtherModes, DigestOfATextIsCopiedAndGoesWithItsAlgorithm) {
   model.choosePreset(AppViewModel::AllAlgorithms);
   enter(AppMode::Text);
   driver.click("textEditor");
@@ -160,24 +145,6 @@ TEST_F(OtherModes, ClipboardThatDoesNotAnswerIsAskedOnceForEachPaste) {
   EXPECT_EQ(owner.requests(), 4);
 }
 
-TEST_F(OtherModes, FileIsVerifiedFromTheKeyboard) {
-  enter(AppMode::Verify);
-  EXPECT_EQ(textOfItem("fileName"), u"No file selected");
-  driver.press({"Control_L", "o"});
-  driver.answerPanel("openPanel", folder.file("abc.txt", "abc"));
-  waitFor("the file", [&] { return textOfItem("fileName") == u"abc.txt"; });
-  driver.click("checksumField");
-  driver.type("a9993e364706816aba3e25717850c26c9cd0d89d");
-  waitFor("the algorithm", [&] { return textOfItem("recognisedAlgorithm") == u"Will be checked as SHA-1."; });
-  driver.press({"Return"});
-  waitFor("the verdict", [&] { return textOfItem("verdictTitle") == u"Match"; });
-  driver.press({"BackSpace"});
-  waitFor("the verdict to go", [&] { return driver.findItem("verdictTitle") == nullptr; });
-  driver.type("0");
-  driver.press({"Return"});
-  waitFor("the other verdict", [&] { return textOfItem("verdictTitle") == u"Checksum mismatch (SHA-1)"; });
-}
-
 TEST_F(OtherModes, WorkGoesOnInAnotherModeAndEscapeEndsIt) {
   const auto endless = endlessFile();
   const auto equal = folder.file("equal", "");
@@ -221,26 +188,6 @@ TEST_F(OtherModes, WorkGoesOnInAnotherModeAndEscapeEndsIt) {
     driver.press({"Escape"});
     waitFor("the end of the work", [&] { return !isBusy(); });
   }
-}
-
-TEST_F(OtherModes, FilesAreComparedAndSwapped) {
-  enter(AppMode::Compare);
-  driver.click("compareFirstChoose");
-  driver.answerPanel("openPanel", folder.file("a", "same"));
-  driver.click("compareSecondChoose");
-  driver.answerPanel("openPanel", folder.file("b", "sane"));
-  waitFor("both files", [&] { return model.compare()->compareRefusal().isEmpty(); });
-  driver.press({"Control_L", "Return"});
-  waitFor("the result", [&] { return textOfItem("comparisonDetail0") == u"First difference at byte 2"; });
-  EXPECT_EQ(textOfItem("comparisonTitle"), u"Files are different");
-  driver.click("swapFiles");
-  waitFor("the swap", [&] { return model.compare()->compareFirstURL() == folder.path() / "b"; });
-  EXPECT_EQ(driver.findItem("comparisonTitle"), nullptr);
-  std::filesystem::remove(folder.path() / "b");
-  driver.click("compare");
-  waitFor("the alert", [&] { return textOfItem("alertMessage") == u"No such file or directory"; });
-  driver.click("alertOk");
-  waitFor("no alert", [&] { return model.errorMessage().isEmpty(); });
 }
 
 }  // namespace

@@ -1,15 +1,8 @@
 #include "tests/ui/WindowFixture.h"
 
-#include <chrono>
-#include <iostream>
-#include <utility>
-
-#include "app/shared/FileLocation.h"
-#include "app/tasks/BackgroundTask.h"
+#include <map>
 
 namespace tallyfold::test {
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -25,6 +18,17 @@ std::vector<std::string> warnings;  // Since the last test; of the interface thr
 void note(QtMsgType type, const QMessageLogContext&, const QString& message) {
   std::cerr << message.toStdString() << std::endl;
   if (type != QtDebugMsg && type != QtInfoMsg) warnings.push_back(message.toStdString());
+}
+
+bool isAction(QAccessibleInterface* face) {
+  const auto role = face->role();
+  return role == QAccessible::Button || role == QAccessible::CheckBox || role == QAccessible::MenuItem ||
+         role == QAccessible::Link;
+}
+
+bool isInRow(QAccessibleInterface* face) {
+  while (face != nullptr && face->role() != QAccessible::ListItem) face = face->parent();
+  return face != nullptr;
 }
 
 }  // namespace
@@ -58,6 +62,7 @@ void WindowFixture::SetUp() {
 }
 
 void WindowFixture::TearDown() {
+  expectSound();
   for (const std::string& warning : std::exchange(warnings, {})) ADD_FAILURE() << warning;
   if (HasFailure()) keepScreenshot();
   model.files()->cancelProcessing();
@@ -128,6 +133,71 @@ FileJobListModel::State WindowFixture::state(int index) const {
   return model.files()->jobs()->index(index).data(FileJobListModel::StateRole).value<FileJobListModel::State>();
 }
 
+std::string WindowFixture::focusedName() const {
+  QQuickItem* item = window.activeFocusItem();
+  QAccessibleInterface* face = item == nullptr ? nullptr : QAccessible::queryAccessibleInterface(item);
+  return face == nullptr ? std::string() : name(face).substr(0, name(face).find(','));
+}
+
+std::vector<QAccessibleInterface*> WindowFixture::below(QAccessibleInterface* face) {
+  if (face == nullptr || !face->isValid() || face->state().invisible) return {};
+  std::vector<QAccessibleInterface*> all{face};
+  for (int i = 0; i < face->childCount(); ++i) {
+    const auto more = below(face->child(i));
+    all.insert(all.end(), more.begin(), more.end());
+  }
+  return all;
+}
+
+QAccessibleInterface* WindowFixture::find(QAccessible::Role role, const std::string& wanted) {
+  for (QWindow* each : QGuiApplication::topLevelWindows()) {
+    if (!each->isVisible() || !each->inherits("QQuickWindow")) continue;
+    for (QAccessibleInterface* face : below(QAccessible::queryAccessibleInterface(each))) {
+      if (face->role() == role && name(face) == wanted) return face;
+    }
+  }
+  throw std::runtime_error("Nobody is told of " + wanted);
+}
+
+void WindowFixture::press(QAccessibleInterface* face) {
+  ASSERT_NE(face->actionInterface(), nullptr);
+  EXPECT_TRUE(face->actionInterface()->actionNames().contains(QAccessibleActionInterface::pressAction()));
+  face->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+}
+
+void WindowFixture::expectSound() {
+  const auto expectNamed = [](QAccessibleInterface* face) {
+    const char* type = face->object() == nullptr ? "" : face->object()->metaObject()->className();
+    EXPECT_FALSE(name(face).empty()) << type;
+    EXPECT_NE(face->role(), QAccessible::NoRole) << type;
+    EXPECT_NE(face->role(), QAccessible::Client) << type;
+  };
+  std::map<std::string, int> actions;
+  for (QAccessibleInterface* face : below(QAccessible::queryAccessibleInterface(&window))) {
+    if (isAction(face) || (face->state().focusable && face->role() != QAccessible::StaticText)) expectNamed(face);
+    if (isAction(face) && !isInRow(face)) ++actions[name(face)];
+    if (face->role() == QAccessible::ListItem) {
+      expectNamed(face);
+      std::map<std::string, int> inRow;
+      for (QAccessibleInterface* part : below(face)) {
+        if (!isAction(part)) continue;
+        EXPECT_EQ(++inRow[name(part)], 1) << name(part) << " in " << name(face);
+      }
+    }
+    if (face->role() == QAccessible::ProgressBar) {
+      expectNamed(face);
+      // Progress bars of this toolkit have no value of their own for a screen reader.
+      EXPECT_THAT(face->text(QAccessible::Description).toStdString(), testing::ContainsRegex("^[0-9]+%$"));
+    }
+  }
+  for (const auto& [action, count] : actions) EXPECT_EQ(count, 1) << action;
+  for (QQuickItem* item : visibleItems(window.contentItem())) {
+    if (!item->activeFocusOnTab()) continue;
+    ASSERT_NE(QAccessible::queryAccessibleInterface(item), nullptr) << item->metaObject()->className();
+    expectNamed(QAccessible::queryAccessibleInterface(item));
+  }
+}
+
 QQuickItem* WindowFixture::itemWithText(const QString& text) {
   for (QWindow* each : QGuiApplication::topLevelWindows()) {
     auto* scene = qobject_cast<QQuickWindow*>(each);
@@ -146,7 +216,5 @@ int main(int argc, char** argv) {
   qInstallMessageHandler(tallyfold::test::note);
   tallyfold::TallyfoldApp program(argc, argv);
   tallyfold::test::WindowFixture::program = &program;
-  const int status = RUN_ALL_TESTS();
-  tallyfold::BackgroundTask::waitForAll(std::chrono::seconds(20));
-  return status;
+  return program.leave(RUN_ALL_TESTS());
 }

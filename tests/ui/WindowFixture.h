@@ -2,24 +2,35 @@
 
 #include <filesystem>
 #include <functional>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <iostream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include <QAccessible>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSignalSpy>
 
 #include "app/AppViewModel.h"
+#include "app/shared/FileLocation.h"
+#include "app/tasks/BackgroundTask.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tour/Driver.h"
 #include "ui/window/TallyfoldApp.h"
 
 namespace tallyfold::test {
 
+namespace fs = std::filesystem;
+
+using testing::ElementsAre;
+
 /// The program as its user meets it: one window for all tests of the process, which each test finds in Files mode, with
-/// an empty list and the usual selection. A warning of the toolkit or of a screen fails a test. A screenshot is kept of
-/// the screen on which a test failed.
+/// an empty list and the usual selection. A warning of the toolkit or of a screen fails a test, and so does a screen at
+/// its end on which a screen reader cannot tell or use everything. A screenshot is kept of the screen on which a test
+/// failed.
 class WindowFixture : public testing::Test {
  public:
   /// Made before the first test.
@@ -34,19 +45,30 @@ class WindowFixture : public testing::Test {
   }
 
   /// Queues files as the open panel does.
-  void add(const std::vector<std::filesystem::path>& files);
+  void add(const std::vector<fs::path>& files);
   /// Queues new files with this content.
   void add(const std::vector<std::string>& names, std::string_view content);
   /// Starts a run from the keyboard and waits for its end.
   void calculate();
   /// A file that takes minutes to hash.
-  std::filesystem::path endlessFile();
+  fs::path endlessFile();
 
   /// The row of the list, scrolled into view, and what is in it.
   QQuickItem* row(int index);
   QQuickItem* inRow(int index, const QString& objectName);
   [[nodiscard]] QString selectedName() const;
   [[nodiscard]] FileJobListModel::State state(int index) const;
+
+  /// The name of whatever has the keyboard, without what a row says besides.
+  [[nodiscard]] std::string focusedName() const;
+
+  /// What a screen reader is told: of an item and all below it, of the window, and the one with this role and name.
+  static std::vector<QAccessibleInterface*> below(QAccessibleInterface* face);
+  static std::string name(QAccessibleInterface* face) { return face->text(QAccessible::Name).toStdString(); }
+  QAccessibleInterface* find(QAccessible::Role role, const std::string& wanted);
+  static void press(QAccessibleInterface* face);
+  /// What must hold of every screen.
+  void expectSound();
 
   /// The visible item that shows or carries exactly this text; null when there is none.
   QQuickItem* itemWithText(const QString& text);

@@ -1,9 +1,9 @@
-// The window and its sidebar.
+// The window and its sidebar, to the eye and to a screen reader, and how the program leaves.
 
-#include <gmock/gmock.h>
+#include <atomic>
+#include <semaphore>
 
-#include <QWindow>
-
+#include "core/files/SystemCalls.h"
 #include "tests/ui/WindowFixture.h"
 #include "ui/window/StartupWindowConfigurator.h"
 
@@ -19,6 +19,57 @@ class WindowTest : public WindowFixture {
     return row == nullptr ? QString() : row->property("text").toString();
   }
 };
+
+TEST_F(WindowTest, AnEmptyWindowNamesWhatCanBeDone) {
+  for (const char* button : {"Menu", "Choose Files…", "Presets", "Copy all checksums", "Export…", "Clear", "Calculate"})
+    find(QAccessible::Button, button);
+  for (const char* mode : {"Files", "Text", "Verify", "Manifest", "Compare"}) {
+    EXPECT_EQ(find(QAccessible::ListItem, mode)->state().selected, mode == std::string("Files")) << mode;
+  }
+  for (const char* heading : {"File Hashing", "Algorithms"}) find(QAccessible::Heading, heading);
+  find(QAccessible::StaticText, "Calculate multiple checksums in a single local file pass.");
+  find(QAccessible::StaticText, "All selected algorithms are calculated in one file pass.");
+  for (const auto& [button, refusal] : {std::pair{"Calculate", "Add files first."},
+                                        {"Copy all checksums", "Select a file whose checksums are calculated."},
+                                        {"Export…", "There are no checksums to export yet."},
+                                        {"Clear", "The list is empty."}}) {
+    EXPECT_EQ(find(QAccessible::Button, button)->text(QAccessible::Description), refusal);
+  }
+}
+
+TEST_F(WindowTest, MenusAreThereWhileTheyAreOpen) {
+  add({"file"}, "abc");
+  const QPoint row = inRow(0, "name")->mapToGlobal(QPointF(5, 5)).toPoint();
+  const struct {
+    std::function<void()> open;
+    const char* item;
+    std::vector<const char*> names;
+  } menus[] = {
+      {[&] { driver.click("presets"); },
+       "presetAll",
+       {"Recommended — BLAKE3 + SHA-256", "Compatibility — MD5 + SHA-1 + SHA-256", "All algorithms"}},
+      {[&] { driver.clickAt(row, 3); }, "copyPath", {"Reveal in Finder", "Copy path", "Remove"}},
+      {[&] { driver.click("applicationMenu"); }, "settingsItem", {"Settings…", "Quit"}},
+  };
+  for (const auto& menu : menus) {
+    menu.open();
+    driver.usableItem(menu.item);
+    for (const char* name : menu.names) find(QAccessible::MenuItem, name);
+    expectSound();
+    driver.press({"Escape"});
+    waitFor("the menu to close", [&] { return driver.findItem(menu.item) == nullptr; });
+  }
+  driver.click("applicationMenu");
+  driver.usableItem("settingsItem");
+  press(find(QAccessible::MenuItem, "Settings…"));
+  EXPECT_EQ(driver.usableItem("aboutTitle")->window()->width(), 420);
+  find(QAccessible::Heading, "Tally Fold");
+  find(QAccessible::StaticText, "Local checksum and file-integrity utility.");
+  find(QAccessible::StaticText, "No telemetry. No network access required.");
+  for (const char* link : {"donationLink", "contactLink", "contactText"}) {
+    EXPECT_EQ(driver.findItem(link), nullptr) << "No address, no link";
+  }
+}
 
 TEST_F(WindowTest, AWindowIsSizedAndCentredOnce) {
   const QRect theirs(40, 50, 1234, 777);
@@ -60,12 +111,15 @@ TEST_F(WindowTest, AtItsSmallestEverythingIsInside) {
 }
 
 TEST_F(WindowTest, TheSidebarSelectsTheMode) {
+  press(find(QAccessible::ListItem, "Verify"));
+  EXPECT_EQ(model.mode(), AppMode::Verify);
   qreal above = 0;
   for (const AppMode::Case mode : AppMode::allCases()) {
     const QString name = AppMode::rawValue(mode);
     driver.click("mode" + name);
     waitFor(name.toStdString(), [&] { return model.mode() == mode; });
     EXPECT_EQ(selectedMode(), name);
+    expectSound();
     const qreal y = driver.item("mode" + name)->mapToScene(QPointF()).y();
     EXPECT_GT(y, above);
     above = y;
@@ -74,7 +128,7 @@ TEST_F(WindowTest, TheSidebarSelectsTheMode) {
   // In both directions, and with the arrow keys.
   model.setMode(AppMode::Verify);
   waitFor("the selection", [&] { return selectedMode() == "Verify"; });
-  driver.press({"Tab"});
+  driver.item("sidebar")->forceActiveFocus();
   const auto expectAfter = [&](const char* key, const QStringList& names) {
     for (const QString& name : names) {
       driver.press({key});
@@ -105,6 +159,57 @@ TEST_F(WindowTest, ItIsDarkEverywhere) {
   for (const QPoint& place : {QPoint(2, 2), QPoint(2, 677), QPoint(500, 2), QPoint(997, 677)}) {
     EXPECT_LT(picture.pixelColor(place).lightness(), 50);
   }
+}
+
+/// Neither a report nor a file goes on before the disk answers.
+struct SlowDisk : SystemCalls {
+  SlowDisk() { replace(this); }
+  ~SlowDisk() override { replace(nullptr); }
+  int fsync(int descriptor) override {
+    isAsked = true;
+    isLeft.wait(false);
+    std::binary_semaphore(0).try_acquire_for(std::chrono::milliseconds(1'500));
+    return SystemCalls::fsync(descriptor);
+  }
+  ssize_t read(int descriptor, void* bytes, std::size_t count) override {
+    if (isDead) std::binary_semaphore(0).acquire();
+    return SystemCalls::read(descriptor, bytes, count);
+  }
+  std::atomic<bool> isAsked = false;
+  std::atomic<bool> isLeft = false;
+  std::atomic<bool> isDead = false;
+};
+
+// Of a program that does not wait, nothing is left but the status of a failure.
+TEST_F(WindowTest, LeavingWaitsForTheDiskThatAReportGoesTo) {
+  add({"a"}, "abc");
+  calculate();
+  const fs::path report = folder.path() / "reports/report.txt";
+  fs::create_directory(report.parent_path());
+  for (const bool isCancelled : {false, true}) {
+    SlowDisk disk;
+    model.files()->exportResults(FilesFlow::Text);
+    driver.answerPanel("savePanel", report);
+    waitFor("the report to be forced to the disk", [&] { return disk.isAsked.load(); });
+    if (isCancelled) driver.press({"Escape"});
+    waitFor("the export to end without its disk", [&] { return model.files()->isExporting() != isCancelled; });
+    disk.isLeft = true;
+    disk.isLeft.notify_all();
+    EXPECT_EQ(program->leave(1), 1);
+    EXPECT_TRUE(fs::is_empty(report.parent_path()));
+    window.show();
+    driver.focus(window);
+  }
+}
+
+// The last one: the end of this program does not wait for its worker.
+TEST_F(WindowTest, LeavingDoesNotWaitForADeadDisk) {
+  static auto& disk = *new SlowDisk;
+  disk.isDead = true;
+  model.verify()->setVerifyFile({fileUrl(folder.file("a", "abc"))});
+  model.verify()->setExpectedHash("352441c2");
+  model.verify()->verify();
+  EXPECT_TRUE(model.verify()->isVerifying());
 }
 
 }  // namespace
