@@ -13,14 +13,16 @@ namespace {
 
 /// How a user works with one flow.
 struct Flow {
-  std::function<void(AppViewModel&)> prepare;
-  std::function<void(AppViewModel&)> start;
-  std::function<void(AppViewModel&)> cancel;
-  std::function<bool(AppViewModel&)> isBusy;
+  QObject* object = nullptr;
+  const char* announcement;  ///< Its signal, whenever there is an outcome.
+  std::function<void()> prepare = [] {};
+  std::function<void()> start;
+  std::function<void()> cancel;
+  std::function<bool()> isBusy;
   /// Whether a start that nobody cancelled has come to what it should.
-  std::function<bool(AppViewModel&)> isRight;
-  /// Calls back whenever an outcome is announced.
-  std::function<void(AppViewModel&, const std::function<void()>&)> watch;
+  std::function<bool()> isRight;
+  /// What it refuses while it is busy.
+  std::function<void()> disturb = [] {};
   std::string_view call = {};  ///< The first one of this name can fail the flow, and it says so.
   std::string sentence = "Input/output error";
   bool isBusyWhenCancelled = true;
@@ -59,9 +61,9 @@ class EveryFlow : public ModelTest {
   }
 
   void startAndWait(const Flow& flow) {
-    flow.start(*model_);
-    ASSERT_TRUE(flow.isBusy(*model_));
-    ASSERT_TRUE(reached([&] { return !flow.isBusy(*model_); }));
+    flow.start();
+    ASSERT_TRUE(flow.isBusy());
+    ASSERT_TRUE(reached([&] { return !flow.isBusy(); }));
   }
 
   const fs::path small_ = folder_.file("small", "abc");
@@ -73,125 +75,124 @@ class EveryFlow : public ModelTest {
   const QString text_ = QString(1 << 20, u'x');
   std::mt19937 random_{seedOfThisRun()};
 
-  const std::map<std::string, Flow> flows_{
-      {"Files",
-       {.prepare =
-            [this](AppViewModel& model) {
-              model.files()->addFiles({urlOf(small_), urlOf("/nowhere"), urlOf(large_)});
-            },
-        .start = [](AppViewModel& model) { model.files()->startProcessing(); },
-        .cancel = [](AppViewModel& model) { model.files()->cancelProcessing(); },
-        .isBusy = [](AppViewModel& model) { return model.files()->isProcessing(); },
-        .isRight =
-            [](AppViewModel& model) {
-              return model.files()->results().size() == 2 && model.files()->overallProgress() == 1;
-            },
-        .watch =
-            [](AppViewModel& model, const auto& call) {
-              QObject::connect(model.files(), &tallyfold::FilesFlow::resultsChanged, call);
-            }}},
-      {"Text",
-       {.prepare = [this](AppViewModel& model) { model.text()->setTextInput(text_); },
-        .start = [](AppViewModel& model) { model.text()->updateTextHash(); },
-        .cancel = [](AppViewModel& model) { model.shutdown(); },
-        .isBusy =
-            [](AppViewModel& model) { return model.text()->textHashes().algorithms().empty() && told(model).empty(); },
-        .isRight =
-            [](AppViewModel& model) { return model.text()->textHashes().algorithms() == model.selectedAlgorithms(); },
-        .watch =
-            [](AppViewModel& model, const auto& call) {
-              QObject::connect(model.text(), &tallyfold::TextFlow::textHashesChanged, call);
-            },
-        .isBusyWhenCancelled = false,
-        .models = 16,
-        .longest = 10'000}},
-      {"Verify",
-       {.prepare =
-            [this](AppViewModel& model) {
-              model.verify()->setVerifyFile({urlOf(large_)});
-              model.verify()->setExpectedHash(QStringLiteral("352441c2"));
-            },
-        .start = [](AppViewModel& model) { model.verify()->verify(); },
-        .cancel = [](AppViewModel& model) { model.verify()->resetVerification(); },
-        .isBusy = [](AppViewModel& model) { return model.verify()->isVerifying(); },
-        .isRight =
-            [](AppViewModel& model) {
-              return std::holds_alternative<Verification::Mismatch>(*model.verify()->verifyResult());
-            },
-        .watch =
-            [](AppViewModel& model, const auto& call) {
-              QObject::connect(model.verify(), &tallyfold::VerifyFlow::verifyResultChanged, call);
-            },
-        .call = "read"}},
-      {"Compare",
-       {.prepare =
-            [this](AppViewModel& model) {
-              model.compare()->setCompareFiles({urlOf(large_), urlOf(copy_)}, false);
-            },
-        .start = [](AppViewModel& model) { model.compare()->compare(); },
-        .cancel = [](AppViewModel& model) { model.compare()->resetComparison(); },
-        .isBusy = [](AppViewModel& model) { return model.compare()->isComparing(); },
-        .isRight =
-            [](AppViewModel& model) {
-              return model.compare()->compareResult() == FileComparisonResult(FileComparison::Identical());
-            },
-        .watch =
-            [](AppViewModel& model, const auto& call) {
-              QObject::connect(model.compare(), &tallyfold::CompareFlow::compareResultChanged, call);
-            },
-        .call = "open"}},
-      {"List",
-       {.prepare = [](AppViewModel&) {},
-        .start = [this](AppViewModel& model) { model.manifest()->setManifestFile({urlOf(list_)}); },
-        .cancel = [](AppViewModel& model) { model.manifest()->cancelManifest(); },
-        .isBusy = [](AppViewModel& model) { return model.manifest()->isLoadingManifest(); },
-        .isRight = [](AppViewModel& model) { return model.manifest()->manifestJobs()->total() == 50; },
-        .watch =
-            [](AppViewModel& model, const auto& call) {
-              QObject::connect(model.manifest(), &tallyfold::ManifestFlow::manifestLinesChanged, call);
-            },
-        .call = "read"}},
-      {"Manifest",
-       {.prepare =
-            [this](AppViewModel& model) {
-              model.manifest()->setManifestRoot({urlOf(root_)});
-              model.manifest()->setManifestFile({urlOf(list_)});
-              ASSERT_TRUE(reached([&] { return !model.manifest()->isLoadingManifest(); }));
-            },
-        .start = [](AppViewModel& model) { model.manifest()->verifyManifest(); },
-        .cancel = [](AppViewModel& model) { model.manifest()->cancelManifestVerification(); },
-        .isBusy = [](AppViewModel& model) { return model.manifest()->isManifestVerifying(); },
-        .isRight = [](AppViewModel& model) { return model.manifest()->manifestMatchedCount() == 50; },
-        .watch =
-            [](AppViewModel& model, const auto& call) {
-              QObject::connect(model.manifest(), &tallyfold::ManifestFlow::manifestProgressChanged, call);
-            },
-        .call = "stat",
-        .sentence = "The selected manifest root is not an accessible directory."}},
-      {"Export",
-       {.prepare =
-            [this](AppViewModel& model) {
-              model.files()->addDroppedFiles({urlOf(small_)});
-              ASSERT_TRUE(reached([&] { return !model.files()->isProcessing(); }));
-            },
-        .start =
-            [this](AppViewModel& model) {
-              model.files()->exportResults(FilesFlow::Csv);
-              desktop_.confirmSavePanel(urlOf(reports_ / std::to_string(random_() % 4)));
-            },
-        .cancel = [](AppViewModel& model) { model.files()->cancelExport(); },
-        .isBusy = [](AppViewModel& model) { return model.files()->isExporting(); },
-        .isRight = [](AppViewModel& model) { return model.errorMessage().isEmpty(); },
-        .watch = [](AppViewModel& model,
-                    const auto& call) { QObject::connect(&model, &AppViewModel::errorMessageChanged, call); },
-        .call = "fsync"}},
-  };
+  /// For as long as the model lives.
+  std::map<std::string, Flow> flowsOf(AppViewModel& model) {
+    auto& files = *model.files();
+    auto& text = *model.text();
+    auto& verify = *model.verify();
+    auto& compare = *model.compare();
+    auto& manifest = *model.manifest();
+    const auto takeAnotherList = [&] {
+      manifest.dropManifest({urlOf(small_), urlOf(folder_.path())});
+      manifest.chooseManifestFile();
+    };
+    return {
+        {"Files",
+         {.object = &files,
+          .announcement = SIGNAL(resultsChanged()),
+          .prepare =
+              [&] {
+                files.addFiles({urlOf(small_), urlOf("/nowhere"), urlOf(large_)});
+              },
+          .start = [&] { files.startProcessing(); },
+          .cancel = [&] { files.cancelProcessing(); },
+          .isBusy = [&] { return files.isProcessing(); },
+          .isRight = [&] { return files.results().size() == 2 && files.overallProgress() == 1; }}},
+        {"Text",
+         {.object = &text,
+          .announcement = SIGNAL(textHashesChanged()),
+          .prepare = [&] { text.setTextInput(text_); },
+          .start = [&] { text.updateTextHash(); },
+          .cancel = [&] { model.shutdown(); },
+          .isBusy = [&] { return text.textHashes().algorithms().empty() && told(model).empty(); },
+          .isRight = [&] { return text.textHashes().algorithms() == model.selectedAlgorithms(); },
+          .isBusyWhenCancelled = false,
+          .models = 16,
+          .longest = 10'000}},
+        {"Verify",
+         {.object = &verify,
+          .announcement = SIGNAL(verifyResultChanged()),
+          .prepare =
+              [&] {
+                verify.setVerifyFile({urlOf(large_)});
+                verify.setExpectedHash(QStringLiteral("352441c2"));
+              },
+          .start = [&] { verify.verify(); },
+          .cancel = [&] { verify.resetVerification(); },
+          .isBusy = [&] { return verify.isVerifying(); },
+          .isRight = [&] { return std::holds_alternative<Verification::Mismatch>(*verify.verifyResult()); },
+          .disturb = [&] { verify.setVerifyFile({urlOf("/elsewhere")}); },
+          .call = "read"}},
+        {"Compare",
+         {.object = &compare,
+          .announcement = SIGNAL(compareResultChanged()),
+          .prepare =
+              [&] {
+                compare.setCompareFiles({urlOf(large_), urlOf(copy_)}, false);
+              },
+          .start = [&] { compare.compare(); },
+          .cancel = [&] { compare.resetComparison(); },
+          .isBusy = [&] { return compare.isComparing(); },
+          .isRight = [&] { return compare.compareResult() == FileComparisonResult(FileComparison::Identical()); },
+          .disturb =
+              [&] {
+                compare.setCompareFiles({urlOf(small_)}, false);
+                compare.swapCompareFiles();
+                compare.chooseCompareFile(true);
+              },
+          .call = "open"}},
+        {"List",
+         {.object = &manifest,
+          .announcement = SIGNAL(manifestLinesChanged()),
+          .start = [&] { manifest.setManifestFile({urlOf(list_)}); },
+          .cancel = [&] { manifest.cancelManifest(); },
+          .isBusy = [&] { return manifest.isLoadingManifest(); },
+          .isRight = [&] { return manifest.manifestJobs()->total() == 50; },
+          .disturb = takeAnotherList,
+          .call = "read"}},
+        {"Manifest",
+         {.object = &manifest,
+          .announcement = SIGNAL(manifestProgressChanged()),
+          .prepare =
+              [&] {
+                manifest.setManifestRoot({urlOf(root_)});
+                manifest.setManifestFile({urlOf(list_)});
+                ASSERT_TRUE(reached([&] { return !manifest.isLoadingManifest(); }));
+              },
+          .start = [&] { manifest.verifyManifest(); },
+          .cancel = [&] { manifest.cancelManifestVerification(); },
+          .isBusy = [&] { return manifest.isManifestVerifying(); },
+          .isRight = [&] { return manifest.manifestMatchedCount() == 50; },
+          .disturb = takeAnotherList,
+          .call = "stat",
+          .sentence = "The selected manifest root is not an accessible directory."}},
+        {"Export",
+         {.object = &model,
+          .announcement = SIGNAL(errorMessageChanged()),
+          .prepare =
+              [&] {
+                files.addDroppedFiles({urlOf(small_)});
+                ASSERT_TRUE(reached([&] { return !files.isProcessing(); }));
+              },
+          .start =
+              [&] {
+                files.exportResults(FilesFlow::Csv);
+                desktop_.confirmSavePanel(urlOf(reports_ / std::to_string(random_() % 4)));
+              },
+          .cancel = [&] { files.cancelExport(); },
+          .isBusy = [&] { return files.isExporting(); },
+          .isRight = [&] { return model.errorMessage().isEmpty(); },
+          .call = "fsync"}},
+    };
+  }
+
+  std::map<std::string, Flow> flows_ = flowsOf(*model_);
 };
 
 TEST_F(EveryFlow, SaysWhatTheSystemSaysAndForgetsItWithTheNextStart) {
   for (const auto& [name, flow] : flows_) {
     SCOPED_TRACE(name);
-    flow.prepare(*model_);
+    flow.prepare();
     {
       const NoThreads refused;
       startAndWait(flow);
@@ -207,7 +208,7 @@ TEST_F(EveryFlow, SaysWhatTheSystemSaysAndForgetsItWithTheNextStart) {
       EXPECT_TRUE(name != "Verify" || model_->errorMessage().isEmpty()) << "its failure is a verdict";
       EXPECT_EQ(calls_.stillOpen, 0);
     }
-    EXPECT_TRUE(flow.isRight(*model_));
+    EXPECT_TRUE(flow.isRight());
     calls_.before = [](auto...) { return 0; };
   }
 }
@@ -216,32 +217,35 @@ TEST_F(EveryFlow, ThatIsCancelledStartsAnewWhileItsWorkHangs) {
   for (const char* const name : {"Verify", "Compare", "List", "Manifest"}) {
     SCOPED_TRACE(name);
     const Flow& flow = flows_.at(name);
-    flow.prepare(*model_);
+    flow.prepare();
     gate_.close();
     holdAt("fstat", 1);
-    flow.start(*model_);
+    flow.start();
     ASSERT_TRUE(gate_.waitForArrival());
-    flow.cancel(*model_);
-    EXPECT_FALSE(flow.isBusy(*model_));
+    flow.start();
+    flow.disturb();
+    EXPECT_TRUE(flow.isBusy() && !desktop_.singlePanel);
+    flow.cancel();
+    EXPECT_FALSE(flow.isBusy());
     startAndWait(flow);
-    EXPECT_TRUE(flow.isRight(*model_));
+    EXPECT_TRUE(flow.isRight());
     goOn();
-    EXPECT_TRUE(flow.isRight(*model_));
-    EXPECT_FALSE(flow.isBusy(*model_));
+    EXPECT_TRUE(flow.isRight());
+    EXPECT_FALSE(flow.isBusy());
   }
 }
 
 TEST_F(EveryFlow, WorksAndGoesWithItsModelWhileAReportHangs) {
   const Flow& hanging = flows_.at("Export");
-  hanging.prepare(*model_);
+  hanging.prepare();
   holdAt("fsync", 1);
-  hanging.start(*model_);
+  hanging.start();
   ASSERT_TRUE(gate_.waitForArrival());
   for (const char* const name : {"Text", "Verify", "Compare", "List", "Manifest"}) {
     SCOPED_TRACE(name);
-    flows_.at(name).prepare(*model_);
+    flows_.at(name).prepare();
     startAndWait(flows_.at(name));
-    EXPECT_TRUE(flows_.at(name).isRight(*model_));
+    EXPECT_TRUE(flows_.at(name).isRight());
   }
   EXPECT_TRUE(model_->files()->isExporting());
   model_.reset();
@@ -258,48 +262,49 @@ class Cancellation : public EveryFlow, public testing::WithParamInterface<const 
   }
 
   struct Place {
-    int published = 0;
-    int publishedBefore = 0;  ///< The cancellation.
+    std::unique_ptr<AppViewModel> model;
+    Flow flow;
+    std::unique_ptr<QSignalSpy> announced = std::make_unique<QSignalSpy>(flow.object, flow.announcement);
+    qsizetype before = 0;  ///< So many outcomes were announced before the cancellation.
     bool isStarted = false;
     bool isCancelled = false;
-    std::unique_ptr<AppViewModel> model;
   };
 
-  void fill(Place& place) {
-    place.model = std::make_unique<AppViewModel>(desktop_);
-    place.isStarted = place.isCancelled = false;
-    flow_.prepare(*place.model);
-    flow_.watch(*place.model, [&place] { ++place.published; });
+  Place place() {
+    auto model = std::make_unique<AppViewModel>(desktop_);
+    Flow flow = flowsOf(*model).at(GetParam());
+    flow.prepare();
+    return {std::move(model), std::move(flow)};
   }
 
   void act(Place& place) {
-    AppViewModel& model = *place.model;
-    ASSERT_TRUE(!place.isCancelled || place.published == place.publishedBefore) << "published after its cancellation";
-    if (!place.isStarted || !flow_.isBusy(model) || (place.isCancelled && !flow_.isBusyWhenCancelled)) {
+    Flow& flow = place.flow;
+    ASSERT_TRUE(!place.isCancelled || place.announced->count() == place.before) << "announced after its cancellation";
+    if (!place.isStarted || !flow.isBusy() || (place.isCancelled && !flow.isBusyWhenCancelled)) {
       if (place.isStarted && !place.isCancelled) {
-        ASSERT_TRUE(flow_.isRight(model));
+        ASSERT_TRUE(flow.isRight());
         ++completed_;
       }
-      flow_.start(model);
-      ASSERT_TRUE(flow_.isBusy(model));
+      flow.start();
+      ASSERT_TRUE(flow.isBusy());
       place.isStarted = true;
       place.isCancelled = false;
       ++starts_;
     } else if (random_() % 4 == 0) {
-      fill(place);
+      place = this->place();
       ++destroyed_;
     } else if (!place.isCancelled && random_() % 2 == 0) {
-      flow_.cancel(model);
+      flow.cancel();
       place.isCancelled = true;
-      place.publishedBefore = place.published;
+      place.before = place.announced->count();
       ++cancelled_;
     }
   }
 
   /// So many starts. Nothing is left of them afterwards but the memory in use, in bytes, which is returned.
   std::size_t storm(int starts) {
-    std::vector<Place> places(flow_.models);
-    for (Place& place : places) fill(place);
+    std::vector<Place> places;
+    while (places.size() < flow_.models) places.push_back(place());
     for (starts += starts_ + static_cast<int>(flow_.models); starts_ < starts && !HasFatalFailure();) {
       act(places[random_() % places.size()]);
       const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(random_() % flow_.longest);

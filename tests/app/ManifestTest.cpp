@@ -106,13 +106,6 @@ TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {
   EXPECT_THAT(statuses(), ElementsAre("Match", "Verifying", "Verifying", "Queued"));
   EXPECT_EQ(title(), "Verifying…");
   EXPECT_TRUE(model_->busyModes().at(AppMode::Manifest).toBool());
-  model_->manifest()->verifyManifest();
-  model_->manifest()->dropManifest({urlOf(abc_), QUrl(QStringLiteral("file:///elsewhere/"))});
-  model_->manifest()->setManifestFile({urlOf(abc_)});
-  model_->manifest()->chooseManifestFile();
-  EXPECT_FALSE(desktop_.singlePanel);
-  EXPECT_EQ(model_->manifest()->manifestURL(), folder_.path() / "list.txt");
-  EXPECT_EQ(model_->manifest()->manifestRootURL(), root_);
 
   model_->manifest()->cancelManifestVerification();
   EXPECT_FALSE(model_->manifest()->isManifestVerifying());
