@@ -1,5 +1,8 @@
 #include "app/AppViewModel.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <utility>
 
 #include <QVariantMap>
@@ -21,6 +24,7 @@ QVariantList AppViewModel::modes() {
 AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : QObject(parent), context_(desktop) {
   connect(&context_, &FlowContext::errorMessageChanged, this, &AppViewModel::errorMessageChanged);
   connect(&context_, &FlowContext::selectedAlgorithmsChanged, this, &AppViewModel::selectedAlgorithmsChanged);
+  connect(&context_, &FlowContext::selectionRefusalChanged, this, &AppViewModel::selectionRefusalChanged);
   for (const AppMode::Case mode : AppMode::allCases()) {
     const Flow& flow = flowOf(mode);
     connect(&flow, &Flow::isBusyChanged, this, &AppViewModel::busyModesChanged);
@@ -52,6 +56,12 @@ Flow& AppViewModel::flowOf(AppMode::Case mode) {
 void AppViewModel::setMode(AppMode::Case mode) {
   if (std::exchange(mode_, mode) != mode) emit modeChanged();
   setUnseenOutcome(mode, Outcome::NoOutcome);
+}
+
+void AppViewModel::stepMode(int by) {
+  constexpr auto modes = AppMode::allCases();
+  const auto place = std::ranges::find(modes, mode_) - modes.begin() + by;
+  setMode(modes.at(std::clamp<std::ptrdiff_t>(place, 0, std::ssize(modes) - 1)));
 }
 
 QStringList AppViewModel::algorithmNames() { return displayNames(HashAlgorithmSet::all()); }

@@ -29,6 +29,7 @@ class AppViewModel : public QObject {
   Q_PROPERTY(QString errorMessage READ errorMessage WRITE setErrorMessage NOTIFY errorMessageChanged)
   Q_PROPERTY(QStringList algorithms READ algorithmNames CONSTANT)
   Q_PROPERTY(QStringList selectedAlgorithms READ selectedAlgorithmNames NOTIFY selectedAlgorithmsChanged)
+  Q_PROPERTY(QString selectionRefusal READ selectionRefusal NOTIFY selectionRefusalChanged)
   Q_PROPERTY(tallyfold::FilesFlow* files READ files CONSTANT)
   Q_PROPERTY(tallyfold::TextFlow* text READ text CONSTANT)
   Q_PROPERTY(tallyfold::VerifyFlow* verify READ verify CONSTANT)
@@ -53,6 +54,8 @@ class AppViewModel : public QObject {
   [[nodiscard]] static QVariantList modes();
   [[nodiscard]] AppMode::Case mode() const { return mode_; }
   void setMode(AppMode::Case mode);
+  /// So many modes further down the sidebar, or up; at its end it stays.
+  Q_INVOKABLE void stepMode(int by);
   /// For each mode: how its last work ended, while the user looked at another mode and has not come back since.
   [[nodiscard]] QVariantList unseenOutcomes() const;
   [[nodiscard]] Outcome::Case unseenOutcome(AppMode::Case mode) const { return unseenOutcomes_.at(mode); }
@@ -69,6 +72,7 @@ class AppViewModel : public QObject {
   [[nodiscard]] QStringList selectedAlgorithmNames() const;
   /// Ignored during a run, whose selection must not change under it.
   void setSelectedAlgorithms(HashAlgorithmSet algorithms) { context_.setSelectedAlgorithms(algorithms); }
+  [[nodiscard]] QString selectionRefusal() const { return context_.selectionRefusal(); }
   Q_INVOKABLE void setAlgorithmSelected(const QString& name, bool isSelected);
   Q_INVOKABLE void choosePreset(tallyfold::AppViewModel::Preset preset);
 
@@ -87,6 +91,7 @@ class AppViewModel : public QObject {
   void busyModesChanged();
   void errorMessageChanged();
   void selectedAlgorithmsChanged();
+  void selectionRefusalChanged();
 
  private:
   Flow& flowOf(AppMode::Case mode);

@@ -59,6 +59,10 @@ QString CompareFlow::compareRefusal() const {
   return firstURL_ && secondURL_ ? QString() : tr("Choose two files first.");
 }
 
+QString CompareFlow::compareInputRefusal() const {
+  return isComparing() ? tr("A comparison is under way.") : QString();
+}
+
 void CompareFlow::compare() {
   if (!calculation_.isStartable() || !firstURL_ || !secondURL_) return;
   context().setErrorMessage(QString());

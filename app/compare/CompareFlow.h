@@ -24,6 +24,7 @@ class CompareFlow : public Flow {
   Q_PROPERTY(double compareProgress READ compareProgress NOTIFY compareProgressChanged)
   Q_PROPERTY(bool isComparing READ isComparing NOTIFY isComparingChanged)
   Q_PROPERTY(QString compareRefusal READ compareRefusal NOTIFY compareURLsChanged)
+  Q_PROPERTY(QString compareInputRefusal READ compareInputRefusal NOTIFY isComparingChanged)
 
  public:
   explicit CompareFlow(FlowContext& context);
@@ -40,6 +41,8 @@ class CompareFlow : public Flow {
   [[nodiscard]] double compareProgress() const { return calculation_.progress(); }
   [[nodiscard]] bool isComparing() const { return calculation_.isRunning(); }
   [[nodiscard]] QString compareRefusal() const;
+  /// Why the files cannot change now.
+  [[nodiscard]] QString compareInputRefusal() const;
 
   /// Two or more `urls` set both files; one sets the file of the side. Ignored during a comparison.
   Q_INVOKABLE void setCompareFiles(const QList<QUrl>& urls, bool isSecondSide);

@@ -20,6 +20,9 @@ FilesFlow::FilesFlow(FlowContext& context) : Flow(context) {
   connect(this, &FilesFlow::resultsChanged, this, &FilesFlow::refusalsChanged);
   connect(&jobs_, &FileJobListModel::countChanged, this, &FilesFlow::refusalsChanged);
   connect(&context, &FlowContext::selectedAlgorithmsChanged, this, &FilesFlow::refusalsChanged);
+  for (const auto change : {&FilesFlow::refusalsChanged, &FilesFlow::overallProgressChanged}) {
+    connect(this, change, this, &FilesFlow::runFigureChanged);
+  }
 }
 
 void FilesFlow::shutdown() {
@@ -271,6 +274,13 @@ QString FilesFlow::clearRefusal() const {
   if (isExporting_) return tr("The list cannot change while a report is being saved.");
   if (jobs_.jobs().empty()) return tr("The list is empty.");
   return {};
+}
+
+QString FilesFlow::runFigure() const {
+  if (!interruption_.isEmpty()) return interruption_;
+  const QLocale locale = userLocale();
+  return tr("%1 of %2")
+      .arg(locale.toString(processedCount_), locale.toString(runFileCount_ > 0 ? runFileCount_ : jobs_.count()));
 }
 
 void FilesFlow::setProcessing(bool isProcessing) {

@@ -22,8 +22,7 @@ namespace tallyfold {
 class FilesFlow : public Flow {
   Q_OBJECT
   Q_PROPERTY(tallyfold::FileJobListModel* jobs READ jobs CONSTANT)
-  Q_PROPERTY(int processedCount READ processedCount NOTIFY overallProgressChanged)
-  Q_PROPERTY(int runFileCount READ runFileCount NOTIFY overallProgressChanged)
+  Q_PROPERTY(QString runFigure READ runFigure NOTIFY runFigureChanged)
   Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY isProcessingChanged)
   Q_PROPERTY(double overallProgress READ overallProgress NOTIFY overallProgressChanged)
   Q_PROPERTY(int clearings READ clearings NOTIFY clearingsChanged)
@@ -32,7 +31,6 @@ class FilesFlow : public Flow {
   Q_PROPERTY(QString exportRefusal READ exportRefusal NOTIFY refusalsChanged)
   Q_PROPERTY(QString queueRefusal READ queueRefusal NOTIFY refusalsChanged)
   Q_PROPERTY(QString clearRefusal READ clearRefusal NOTIFY refusalsChanged)
-  Q_PROPERTY(QString interruption READ interruption NOTIFY refusalsChanged)
 
  public:
   enum ReportFormat { Text, Csv, Json };
@@ -53,8 +51,8 @@ class FilesFlow : public Flow {
   [[nodiscard]] double overallProgress() const { return overallProgress_; }
   /// The files that are finished in the current run.
   [[nodiscard]] int processedCount() const { return processedCount_; }
-  /// The files of the current or last run, whatever was added or removed since; 0 when there was none.
-  [[nodiscard]] int runFileCount() const { return runFileCount_; }
+  /// "3 of 1,204": of the files of the current or last run, or of those that one would be about; or why it ended early.
+  [[nodiscard]] QString runFigure() const;
   [[nodiscard]] bool isExporting() const { return isExporting_; }
   /// How often the list was cleared: what was dropped or chosen before comes too late.
   [[nodiscard]] int clearings() const { return clearings_; }
@@ -97,6 +95,7 @@ class FilesFlow : public Flow {
   void resultsChanged();
   void isProcessingChanged();
   void overallProgressChanged();
+  void runFigureChanged();
   void isExportingChanged();
   void clearingsChanged();
   void refusalsChanged();

@@ -164,6 +164,27 @@ QString ManifestFlow::manifestRefusal() const {
   return {};
 }
 
+QString ManifestFlow::manifestFileRefusal() const {
+  return isLoading_ ? tr("The checksum list is being read.") : manifestRootRefusal();
+}
+
+QString ManifestFlow::manifestRootRefusal() const {
+  return isVerifying_ ? tr("A verification is under way.") : QString();
+}
+
+QString ManifestFlow::clearManifestRefusal() const { return url_ || rootURL_ ? QString() : tr("Nothing is chosen."); }
+
+void ManifestFlow::verifyManifestOrChoose() {
+  if (isBusy()) return;
+  if (!url_) {
+    chooseManifestFile();
+  } else if (!rootURL_) {
+    chooseManifestRoot();
+  } else {
+    verifyManifest();
+  }
+}
+
 void ManifestFlow::verifyManifest() {
   if (isVerifying_ || !rootURL_ || jobs_.total() == 0) return;
   resetManifestCounters();

@@ -38,6 +38,9 @@ class ManifestFlow : public Flow {
   Q_PROPERTY(bool isManifestVerifying READ isManifestVerifying NOTIFY isManifestVerifyingChanged)
   Q_PROPERTY(QVariantMap manifestVerdict READ manifestVerdictForScreen NOTIFY manifestStatusChanged)
   Q_PROPERTY(QString manifestRefusal READ manifestRefusal NOTIFY manifestStatusChanged)
+  Q_PROPERTY(QString manifestFileRefusal READ manifestFileRefusal NOTIFY isBusyChanged)
+  Q_PROPERTY(QString manifestRootRefusal READ manifestRootRefusal NOTIFY isBusyChanged)
+  Q_PROPERTY(QString clearManifestRefusal READ clearManifestRefusal NOTIFY manifestURLsChanged)
 
  public:
   explicit ManifestFlow(FlowContext& context);
@@ -70,6 +73,9 @@ class ManifestFlow : public Flow {
   [[nodiscard]] ManifestVerdict manifestVerdict() const;
   [[nodiscard]] QVariantMap manifestVerdictForScreen() const;
   [[nodiscard]] QString manifestRefusal() const;
+  [[nodiscard]] QString manifestFileRefusal() const;
+  [[nodiscard]] QString manifestRootRefusal() const;
+  [[nodiscard]] QString clearManifestRefusal() const;
 
   /// Reads the first of `urls` as the checksum list. Ignored while one is read, and during a verification.
   Q_INVOKABLE void setManifestFile(const QList<QUrl>& urls);
@@ -81,6 +87,8 @@ class ManifestFlow : public Flow {
   /// What was dropped: of `urls`, the first folder is the root, and the first file the list.
   Q_INVOKABLE void dropManifest(const QList<QUrl>& urls);
   Q_INVOKABLE void verifyManifest();
+  /// Verifies, or asks for what that needs first: the list, else the root folder.
+  Q_INVOKABLE void verifyManifestOrChoose();
   Q_INVOKABLE void cancelManifestVerification();
   /// Cancels whatever is under way: the verification, or the reading of the list, of which nothing is left then.
   Q_INVOKABLE void cancelManifest();

@@ -12,6 +12,7 @@ namespace tallyfold {
 /// would not. On the interface thread.
 class Flow : public QObject {
   Q_OBJECT
+  Q_PROPERTY(bool isBusy READ isBusy NOTIFY isBusyChanged)
 
  public:
   [[nodiscard]] virtual bool isBusy() const = 0;

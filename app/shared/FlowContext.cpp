@@ -19,6 +19,14 @@ void FlowContext::setSelectedAlgorithms(HashAlgorithmSet algorithms) {
   emit selectedAlgorithmsChanged();
 }
 
+void FlowContext::holdSelection(bool isHeld) {
+  if (std::exchange(isSelectionHeld_, isHeld) != isHeld) emit selectionRefusalChanged();
+}
+
+QString FlowContext::selectionRefusal() const {
+  return isSelectionHeld_ ? tr("The selection cannot change during a run.") : QString();
+}
+
 void FlowContext::copy(const QByteArray& text) {
   copyTask_.abandon();
   desktop_.setPasteboard(text);

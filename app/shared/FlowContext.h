@@ -38,7 +38,9 @@ class FlowContext : public QObject {
   /// Ignored while the selection is held.
   void setSelectedAlgorithms(HashAlgorithmSet algorithms);
   /// The selection must not change under work that goes by it.
-  void holdSelection(bool isHeld) { isSelectionHeld_ = isHeld; }
+  void holdSelection(bool isHeld);
+  /// Why it cannot change now, as a sentence for a tooltip; empty when it can.
+  [[nodiscard]] QString selectionRefusal() const;
 
   /// Puts a text on the clipboard: at once, or as soon as a worker has written it, unless something else is copied
   /// before.
@@ -52,6 +54,7 @@ class FlowContext : public QObject {
  signals:
   void errorMessageChanged();
   void selectedAlgorithmsChanged();
+  void selectionRefusalChanged();
 
  private:
   Desktop& desktop_;

@@ -101,6 +101,10 @@ QString VerifyFlow::recognisedAlgorithm() const {
 
 QString VerifyFlow::verifyRefusal() const { return url_ ? QString() : tr("Choose a file first."); }
 
+QString VerifyFlow::verifyInputRefusal() const {
+  return isVerifying() ? tr("A verification is under way.") : QString();
+}
+
 void VerifyFlow::verify() {
   if (!calculation_.isStartable() || !url_) return;
   const std::string pasted = checksumText(expectedHash_);

@@ -30,6 +30,7 @@ class VerifyFlow : public Flow {
   Q_PROPERTY(double verifyProgress READ verifyProgress NOTIFY verifyProgressChanged)
   Q_PROPERTY(bool isVerifying READ isVerifying NOTIFY isVerifyingChanged)
   Q_PROPERTY(QString verifyRefusal READ verifyRefusal NOTIFY verifyURLChanged)
+  Q_PROPERTY(QString verifyInputRefusal READ verifyInputRefusal NOTIFY isVerifyingChanged)
 
  public:
   explicit VerifyFlow(FlowContext& context);
@@ -54,6 +55,8 @@ class VerifyFlow : public Flow {
   [[nodiscard]] double verifyProgress() const { return calculation_.progress(); }
   [[nodiscard]] bool isVerifying() const { return calculation_.isRunning(); }
   [[nodiscard]] QString verifyRefusal() const;
+  /// Why neither the file nor what it is verified against can change now.
+  [[nodiscard]] QString verifyInputRefusal() const;
 
   /// Sets the file to verify to the first of `urls`; ignored during a verification.
   Q_INVOKABLE void setVerifyFile(const QList<QUrl>& urls);

@@ -8,7 +8,7 @@ TFChip {
     readonly property var selection: viewModel.selectedAlgorithms
 
     text: algorithm
-    refusal: viewModel.files.isProcessing ? qsTr("The selection cannot change during a run.") : ""
+    refusal: viewModel.selectionRefusal
     checked: selection.includes(algorithm)
     onToggled: isOn => viewModel.setAlgorithmSelected(algorithm, isOn)
 }

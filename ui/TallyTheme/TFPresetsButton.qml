@@ -10,7 +10,7 @@ TFButton {
     text: qsTr("Presets")
     icon: "slider.horizontal.3"
     opensMenu: true
-    refusal: viewModel.files.isProcessing ? qsTr("The selection cannot change during a run.") : ""
+    refusal: viewModel.selectionRefusal
     onClicked: menu.popup(presets, presets.width - menu.width, presets.height + TallyTheme.space1)
 
     TFMenu {

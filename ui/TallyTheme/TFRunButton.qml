@@ -11,25 +11,15 @@ TFButton {
     // Why it cannot be started now; empty when it can.
     property string startRefusal
 
+    // The keys ask for it even while it is refused.
     signal started
-    // The keys ask for a start that is refused.
-    signal startRefused
     signal cancelled
-
-    function start() {
-        if (isRunning)
-            return;
-        if (startRefusal === "")
-            started();
-        else
-            startRefused();
-    }
 
     function startOrCancel() {
         if (isRunning)
             cancelled();
         else
-            start();
+            started();
     }
 
     width: TallyTheme.runButtonWidth
@@ -40,10 +30,10 @@ TFButton {
     onClicked: startOrCancel()
 
     Shortcut {
-        enabled: button.visible
+        enabled: button.visible && !button.isRunning
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
         autoRepeat: false
-        onActivated: button.start()
+        onActivated: button.started()
     }
 
     Shortcut {

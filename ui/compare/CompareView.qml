@@ -7,7 +7,7 @@ TFScreen {
 
     readonly property var result: viewModel.compare.compareResult
     readonly property bool hasResult: result.title !== undefined
-    readonly property string busyRefusal: viewModel.compare.isComparing ? qsTr("A comparison is under way.") : ""
+    readonly property string inputRefusal: viewModel.compare.compareInputRefusal
 
     mode: AppMode.Compare
     title: qsTr("Compare")
@@ -22,7 +22,7 @@ TFScreen {
             left: parent.left
             right: parent.right
             top: root.header.bottom
-            margins: TallyTheme.space6
+            margins: root.gutter
             topMargin: TallyTheme.space4
         }
 
@@ -33,7 +33,7 @@ TFScreen {
             title: qsTr("File A")
             file: root.viewModel.compare.compareFirstFile
             isTargeted: firstZone.isTargeted
-            refusal: root.busyRefusal
+            refusal: root.inputRefusal
             onChooseRequested: root.viewModel.compare.chooseCompareFile(false)
         }
 
@@ -44,7 +44,7 @@ TFScreen {
             anchors.centerIn: parent
             name: qsTr("Swap")
             icon: "arrow.left.arrow.right"
-            refusal: root.busyRefusal
+            refusal: root.inputRefusal
             onClicked: root.viewModel.compare.swapCompareFiles()
         }
 
@@ -56,7 +56,7 @@ TFScreen {
             title: qsTr("File B")
             file: root.viewModel.compare.compareSecondFile
             isTargeted: secondZone.isTargeted
-            refusal: root.busyRefusal
+            refusal: root.inputRefusal
             onChooseRequested: root.viewModel.compare.chooseCompareFile(true)
         }
     }
@@ -70,7 +70,7 @@ TFScreen {
             left: parent.left
             right: parent.right
             top: cards.bottom
-            margins: TallyTheme.space6
+            margins: root.gutter
             topMargin: TallyTheme.space4
         }
 
@@ -112,7 +112,7 @@ TFScreen {
             left: parent.left
             right: parent.right
             top: bar.bottom
-            margins: TallyTheme.space6
+            margins: root.gutter
             topMargin: TallyTheme.space4
         }
 
@@ -141,7 +141,7 @@ TFScreen {
         height: parent.height
         z: -1
         replaces: [file.folder, file.name]
-        enabled: !root.viewModel.compare.isComparing
+        enabled: root.inputRefusal === ""
         onFilesDropped: files => root.viewModel.compare.setCompareFiles(files, false)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
@@ -156,7 +156,7 @@ TFScreen {
         height: parent.height
         z: -1
         replaces: [file.folder, file.name]
-        enabled: !root.viewModel.compare.isComparing
+        enabled: root.inputRefusal === ""
         onFilesDropped: files => root.viewModel.compare.setCompareFiles(files, true)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
@@ -165,6 +165,6 @@ TFScreen {
         enabled: root.visible && !root.viewModel.compare.isComparing
         sequences: ["Return", "Enter"]
         autoRepeat: false
-        onActivated: act.start()
+        onActivated: root.viewModel.compare.compare()
     }
 }

@@ -16,13 +16,7 @@ TFRunBar {
     }
 
     figureName: "runFigure"
-    // Before a run, what one would be about.
-    figure: {
-        if (viewModel.files.interruption !== "")
-            return viewModel.files.interruption;
-        const total = viewModel.files.runFileCount > 0 ? viewModel.files.runFileCount : viewModel.files.jobs.count;
-        return qsTr("%1 of %2").arg(viewModel.files.processedCount.toLocaleString(Qt.locale(), "f", 0)).arg(total.toLocaleString(Qt.locale(), "f", 0));
-    }
+    figure: viewModel.files.runFigure
     progress: viewModel.files.overallProgress
     progressName: "overallProgress"
     progressLabel: qsTr("All files")

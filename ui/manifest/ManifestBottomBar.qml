@@ -7,16 +7,8 @@ TFRunBar {
 
     required property AppViewModel viewModel
     required property bool hasRows
-    readonly property bool isBusy: viewModel.manifest.isLoadingManifest || viewModel.manifest.isManifestVerifying
-    readonly property var listFile: viewModel.manifest.manifestFile
-    readonly property var rootFolder: viewModel.manifest.manifestRoot
 
     signal copyRequested
-    signal startRefused
-
-    function start() {
-        verify.start();
-    }
 
     figure: viewModel.manifest.manifestProgressFigure
     progress: viewModel.manifest.manifestProgress
@@ -24,15 +16,12 @@ TFRunBar {
     progressLabel: qsTr("Verification of the list")
 
     runButton: TFRunButton {
-        id: verify
-
         objectName: "verifyManifest"
         verb: qsTr("Verify")
-        isRunning: root.isBusy
+        isRunning: root.viewModel.manifest.isBusy
         isProminent: !isRunning && refusal === ""
         startRefusal: root.viewModel.manifest.manifestRefusal
-        onStarted: root.viewModel.manifest.verifyManifest()
-        onStartRefused: root.startRefused()
+        onStarted: root.viewModel.manifest.verifyManifestOrChoose()
         onCancelled: root.viewModel.manifest.cancelManifest()
     }
 
@@ -48,7 +37,7 @@ TFRunBar {
     TFButton {
         objectName: "clearManifest"
         text: qsTr("Clear")
-        refusal: root.listFile.name === undefined && root.rootFolder.name === undefined ? qsTr("Nothing is chosen.") : ""
+        refusal: root.viewModel.manifest.clearManifestRefusal
         onClicked: root.viewModel.manifest.clearManifest()
     }
 }

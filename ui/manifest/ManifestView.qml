@@ -9,10 +9,7 @@ TFScreen {
     readonly property ManifestJobListModel jobs: viewModel.manifest.manifestJobs
     readonly property var verdict: viewModel.manifest.manifestVerdict
     readonly property var listFile: viewModel.manifest.manifestFile
-    readonly property var rootFolder: viewModel.manifest.manifestRoot
     readonly property bool hasList: listFile.name !== undefined
-    readonly property bool isBusy: viewModel.manifest.isLoadingManifest || viewModel.manifest.isManifestVerifying
-    readonly property string busyRefusal: viewModel.manifest.isLoadingManifest ? qsTr("The checksum list is being read.") : viewModel.manifest.isManifestVerifying ? qsTr("A verification is under way.") : ""
     readonly property int gap: isShort ? TallyTheme.space2 : TallyTheme.space3
 
     function copyShown() {
@@ -22,16 +19,9 @@ TFScreen {
             viewModel.manifest.copyManifestRows();
     }
 
-    function chooseWhatIsMissing() {
-        if (!hasList)
-            viewModel.manifest.chooseManifestFile();
-        else if (!isBusy && rootFolder.name === undefined)
-            viewModel.manifest.chooseManifestRoot();
-    }
-
     onHasListChanged: filters.showsWarnings = false
-    Keys.onReturnPressed: bottomBar.start()
-    Keys.onEnterPressed: bottomBar.start()
+    Keys.onReturnPressed: viewModel.manifest.verifyManifestOrChoose()
+    Keys.onEnterPressed: viewModel.manifest.verifyManifestOrChoose()
 
     mode: AppMode.Manifest
     title: qsTr("Manifest")
@@ -64,7 +54,7 @@ TFScreen {
             facts: root.viewModel.manifest.manifestLines
             tip: "Ctrl+O"
             isTargeted: dropZone.isTargeted
-            refusal: root.busyRefusal
+            refusal: root.viewModel.manifest.manifestFileRefusal
             onChooseRequested: root.viewModel.manifest.chooseManifestFile()
         }
 
@@ -83,7 +73,7 @@ TFScreen {
             proposal: root.viewModel.manifest.proposedManifestRoot
             tip: "Ctrl+Shift+O"
             isTargeted: dropZone.isTargeted
-            refusal: root.viewModel.manifest.isManifestVerifying ? root.busyRefusal : ""
+            refusal: root.viewModel.manifest.manifestRootRefusal
             onChooseRequested: root.viewModel.manifest.chooseManifestRoot()
             onProposalAccepted: root.viewModel.manifest.useProposedManifestRoot()
         }
@@ -99,7 +89,7 @@ TFScreen {
         title: root.verdict.title
         outcome: root.verdict.outcome
         isPending: root.verdict.isPending
-        isBusy: root.isBusy
+        isBusy: root.viewModel.manifest.isBusy
 
         anchors {
             left: parent.left
@@ -248,21 +238,20 @@ TFScreen {
         viewModel: root.viewModel
         hasRows: rows.visible || warnings.visible
         onCopyRequested: root.copyShown()
-        onStartRefused: root.chooseWhatIsMissing()
     }
 
     // A list, a folder or both may be dropped anywhere on the screen.
     DropZone {
         id: dropZone
 
-        readonly property var folder: root.viewModel.manifest.manifestRoot
+        readonly property var rootFolder: root.viewModel.manifest.manifestRoot
 
         objectName: "manifestDropZone"
         anchors.fill: parent
         z: -1
         takesFolders: true
-        replaces: [root.listFile.folder, root.listFile.name, folder.folder, folder.name]
-        enabled: !root.isBusy
+        replaces: [root.listFile.folder, root.listFile.name, rootFolder.folder, rootFolder.name]
+        enabled: root.viewModel.manifest.manifestFileRefusal === ""
         onFilesDropped: files => root.viewModel.manifest.dropManifest(files)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
@@ -274,17 +263,17 @@ TFScreen {
     }
 
     Shortcut {
-        enabled: root.visible && !root.viewModel.manifest.isManifestVerifying
+        enabled: root.visible && root.viewModel.manifest.manifestRootRefusal === ""
         sequence: "Ctrl+Shift+O"
         onActivated: root.viewModel.manifest.chooseManifestRoot()
     }
 
     // Where no item has the focus that could mean something else by it.
     Shortcut {
-        enabled: root.visible && !root.isBusy && root.Window.activeFocusItem === root.Window.contentItem
+        enabled: root.visible && root.Window.activeFocusItem === root.Window.contentItem
         sequences: ["Return", "Enter"]
         autoRepeat: false
-        onActivated: bottomBar.start()
+        onActivated: root.viewModel.manifest.verifyManifestOrChoose()
     }
 
     Shortcut {

@@ -8,7 +8,7 @@ TFScreen {
 
     readonly property var result: viewModel.verify.verifyResult
     readonly property bool hasResult: result.title !== undefined
-    readonly property string busyRefusal: viewModel.verify.isVerifying ? qsTr("A verification is under way.") : ""
+    readonly property string inputRefusal: viewModel.verify.verifyInputRefusal
 
     mode: AppMode.Verify
     title: qsTr("Verify")
@@ -44,7 +44,7 @@ TFScreen {
                 title: qsTr("File")
                 file: root.viewModel.verify.verifyFile
                 isTargeted: dropZone.isTargeted
-                refusal: root.busyRefusal
+                refusal: root.inputRefusal
                 onChooseRequested: root.viewModel.verify.chooseVerifyFile()
             }
 
@@ -80,7 +80,7 @@ TFScreen {
                             anchors.rightMargin: TallyTheme.space2
                             visible: field.isAbridged
                             text: qsTr("Clear")
-                            refusal: root.busyRefusal
+                            refusal: root.inputRefusal
                             onClicked: root.viewModel.verify.expectedHash = ""
                         }
 
@@ -91,7 +91,7 @@ TFScreen {
                             anchors.right: parent.right
                             text: qsTr("Paste")
                             icon: "doc.on.clipboard"
-                            refusal: root.busyRefusal
+                            refusal: root.inputRefusal
                             onClicked: root.viewModel.verify.pasteExpectedHash()
                         }
                     }
@@ -107,27 +107,22 @@ TFScreen {
                         TFTextArea {
                             id: field
 
+                            readonly property string expectedHash: root.viewModel.verify.expectedHash
+
                             objectName: "checksumField"
                             anchors.fill: parent
                             anchors.margins: TallyTheme.focusWidth
                             focus: true
                             viewModel: root.viewModel
                             submitsOnReturn: true
-                            readOnly: root.viewModel.verify.isVerifying
+                            readOnly: root.inputRefusal !== ""
                             name: qsTr("Checksum or checksum line")
                             hint: root.viewModel.verify.expectedHashHint
                             font.family: TallyTheme.digestFont
                             font.pixelSize: TallyTheme.digestSize
+                            onExpectedHashChanged: show(expectedHash)
                             onEdited: root.viewModel.verify.expectedHash = content
                             onSubmitted: act.startOrCancel()
-
-                            Connections {
-                                target: root.viewModel.verify
-
-                                function onExpectedHashChanged() {
-                                    field.show(root.viewModel.verify.expectedHash);
-                                }
-                            }
                         }
                     }
 
@@ -142,7 +137,7 @@ TFScreen {
                             text: root.viewModel.verify.verifyAlgorithm
                             description: qsTr("Algorithm")
                             opensMenu: true
-                            refusal: root.busyRefusal
+                            refusal: root.inputRefusal
                             onClicked: menu.popup(algorithm, 0, algorithm.height + TallyTheme.space1)
 
                             TFMenu {
@@ -273,13 +268,13 @@ TFScreen {
         anchors.fill: parent
         z: -1
         replaces: [file.folder, file.name]
-        enabled: !root.viewModel.verify.isVerifying
+        enabled: root.inputRefusal === ""
         onFilesDropped: files => root.viewModel.verify.setVerifyFile(files)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
 
     Shortcut {
-        enabled: root.visible && !root.viewModel.verify.isVerifying
+        enabled: root.visible
         sequences: [StandardKey.Open]
         onActivated: root.viewModel.verify.chooseVerifyFile()
     }

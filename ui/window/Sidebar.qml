@@ -45,8 +45,8 @@ Item {
         keyNavigationEnabled: false
         Accessible.role: Accessible.List
         Accessible.name: qsTr("Modes")
-        Keys.onUpPressed: root.viewModel.mode = Math.max(0, currentIndex - 1)
-        Keys.onDownPressed: root.viewModel.mode = Math.min(count - 1, currentIndex + 1)
+        Keys.onUpPressed: root.viewModel.stepMode(-1)
+        Keys.onDownPressed: root.viewModel.stepMode(1)
 
         anchors {
             top: title.bottom
