@@ -228,7 +228,8 @@ TEST(QueueScript, RandomScriptsDoWhatTheReferenceDoes) {
     stepsInMidRun += player.stepsInMidRun;
   }
   std::cout << rounds << " scripts of 40 steps, " << stepsInMidRun << " of them in mid-run\n";
-  EXPECT_GT(stepsInMidRun, rounds);
+  // A single script may be done before any run begins.
+  EXPECT_TRUE(rounds == 1 || stepsInMidRun > rounds) << stepsInMidRun;
 }
 
 }  // namespace

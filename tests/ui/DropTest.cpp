@@ -96,7 +96,6 @@ class DropTest : public WindowFixture {
 
 TEST_F(DropTest, AFileIsTargetedAndHashedOnceItIsLetGo) {
   const QRectF card = driver.item("dropCard")->boundingRect();
-  QSignalSpy targeted(zone, &DropZone::isTargetedChanged);
   pick(uriList, line(folder.file("file", "abc")));
   EXPECT_FALSE(zone->isTargeted());
   hover();
@@ -108,7 +107,7 @@ TEST_F(DropTest, AFileIsTargetedAndHashedOnceItIsLetGo) {
   EXPECT_TRUE(driver.item("dropCard")->property("isTargeted").toBool());
   EXPECT_EQ(model.files()->jobs()->count(), 0);
   EXPECT_EQ(release(), "copy");
-  EXPECT_EQ(targeted.count(), 4);
+  EXPECT_FALSE(zone->isTargeted());
   EXPECT_THAT(hashedNames(1), ElementsAre("file"));
   waitFor("a smaller card", [&] { return driver.item("dropCard")->height() < card.height(); });
 }
