@@ -142,19 +142,16 @@ print(len(names), "names")
 }
 
 TEST_F(ReportFormat, HundredThousandResultsGoOutInOneWritePer256KiB) {
-  struct : SystemCalls {
-    ssize_t write(int descriptor, const void* bytes, std::size_t count) override {
-      sizes.push_back(count);
-      return SystemCalls::write(descriptor, bytes, count);
-    }
-    std::vector<std::size_t> sizes;
-  } calls;
   const FileHashResults results = manyResults(100'000);
   for (const Format format : ManifestService::allFormats()) {
-    calls.sizes.clear();
-    SystemCalls::replace(&calls);
+    struct : WatchedSystemCalls {
+      ssize_t write(int descriptor, const void* bytes, std::size_t count) override {
+        sizes.push_back(count);
+        return SystemCalls::write(descriptor, bytes, count);
+      }
+      std::vector<std::size_t> sizes;
+    } calls;
     const std::size_t size = reportOf(results, format).size();
-    SystemCalls::replace(nullptr);
     EXPECT_GT(size, 50'000'000U);
     ASSERT_GE(calls.sizes.size(), size / BufferedFileWriter::bufferReservation);
     EXPECT_LE(calls.sizes.size(), size / BufferedFileWriter::flushThreshold + 1);

@@ -34,7 +34,6 @@ class ReportReplacement : public testing::Test {
   }
 
   const FileHashResults few_ = manyResults(2);
-  const FileHashResults many_ = manyResults(2'000);  ///< Over 1 MiB as a report.
   TemporaryFolder folder_;
   const fs::path report_ = folder_.file("report.txt", oldReport);
 };
@@ -138,11 +137,8 @@ TEST_F(ReportReplacement, FolderThatAnotherExportTakesForAbandonedIsMadeAgain) {
   }
 }
 
-TEST_F(ReportReplacement, VanishedFolderIsNotMadeAgain) {
+TEST_F(ReportReplacement, FolderThatVanishesIsNotMadeAgain) {
   const fs::path gone = folder_.path() / "gone";
-  EXPECT_EQ(outcomeOfWriting(gone / "report.txt"), kMissing);
-  EXPECT_FALSE(fs::exists(gone));
-
   fs::create_directory(gone);
   WatchedSystemCalls calls;
   calls.before = [&](std::string_view call, std::size_t) {
@@ -154,16 +150,25 @@ TEST_F(ReportReplacement, VanishedFolderIsNotMadeAgain) {
   EXPECT_EQ(calls.stillOpen, 0);
 }
 
-TEST_F(ReportReplacement, FolderIsNotReplaced) {
-  const fs::path destination = folder_.path() / "folder";
-  for (const char* const kept : {"", "folder/kept"}) {
-    fs::create_directory(destination);
-    if (*kept != '\0') folder_.file(kept, "kept");
-    EXPECT_EQ(outcomeOfWriting(destination), "error: Is a directory");
-    EXPECT_TRUE(fs::is_directory(destination));
-    EXPECT_EQ(namesIn(folder_.path()), (std::set<std::string>{"folder", "report.txt"}));
+TEST_F(ReportReplacement, WhatIsNoFileIsRefused) {
+  const fs::path top = folder_.path();
+  fs::create_directory(top / "empty");
+  fs::create_directory(top / "folder");
+  folder_.file("folder/kept", "kept");
+  makePipe(top / "pipe");
+  ASSERT_EQ(mknod((top / "socket").c_str(), S_IFSOCK | 0600, 0), 0);
+  const std::set<std::string> before = namesIn(top);
+  const std::string isNoFile = "error: What has this name is not a file. Choose another name for the report.";
+  for (const auto& [name, outcome] : {std::pair("empty", "error: Is a directory"s),
+                                      {"folder", "error: Is a directory"},
+                                      {"pipe", isNoFile},
+                                      {"socket", isNoFile},
+                                      {"missing/report.txt", kMissing}}) {
+    EXPECT_EQ(outcomeOfWriting(top / name), outcome) << name;
+    EXPECT_EQ(namesIn(top), before) << name;
   }
-  EXPECT_EQ(contentOf(destination / "kept"), "kept");
+  EXPECT_TRUE(fs::is_directory(top / "empty") && fs::is_fifo(top / "pipe") && fs::is_socket(top / "socket"));
+  EXPECT_EQ(contentOf(top / "folder/kept"), "kept");
 }
 
 TEST_F(ReportReplacement, DeviceWithoutADiskTakesAReport) {
@@ -172,7 +177,7 @@ TEST_F(ReportReplacement, DeviceWithoutADiskTakesAReport) {
 
 TEST_F(ReportReplacement, ProcessKilledAtAnyMomentLeavesAWholeReport) {
   std::array<std::string, 3> reports;
-  const std::array<FileHashResults, 3> results{few_, manyResults(2'000), manyResults(1'500)};
+  const std::array<FileHashResults, 3> results{few_, manyResults(2'000), manyResults(1'500)};  // Up to over 1 MiB.
   const auto begin = std::chrono::steady_clock::now();
   for (std::size_t i = 0; i < reports.size(); ++i) {
     write(results[i], report_);
@@ -301,19 +306,6 @@ TEST_F(ReportReplacement, LinkIsReplacedAndNotFollowed) {
   }
   EXPECT_EQ(contentOf(victim), "kept");
   EXPECT_EQ(namesIn(folder_.path()), (std::set<std::string>{"link", "report.txt", "the same folder", "victim"}));
-}
-
-TEST_F(ReportReplacement, WhatIsNoFileIsRefused) {
-  const fs::path pipe = folder_.path() / "pipe";
-  makePipe(pipe);
-  const fs::path door = folder_.path() / "socket";
-  ASSERT_EQ(mknod(door.c_str(), S_IFSOCK | 0600, 0), 0);
-  for (const fs::path& path : {pipe, door}) {
-    EXPECT_EQ(outcomeOfWriting(path), "error: What has this name is not a file. Choose another name for the report.");
-  }
-  EXPECT_TRUE(fs::is_fifo(pipe));
-  EXPECT_TRUE(fs::is_socket(door));
-  EXPECT_EQ(namesIn(folder_.path()), (std::set<std::string>{"pipe", "report.txt", "socket"}));
 }
 
 TEST_F(ReportReplacement, FolderThatIsSwappedLeadsToNoOtherFile) {

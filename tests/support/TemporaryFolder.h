@@ -1,6 +1,11 @@
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -9,8 +14,15 @@ namespace tallyfold::test {
 /// A new, empty folder that goes away, with everything in it, with the object.
 class TemporaryFolder {
  public:
-  TemporaryFolder();
-  ~TemporaryFolder();
+  TemporaryFolder() {
+    std::string pattern = std::filesystem::temp_directory_path() / "tallyfold-test-XXXXXX";
+    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+    path_ = pattern;
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
@@ -18,19 +30,38 @@ class TemporaryFolder {
 
   /// Writes (or rewrites in place) a file with these bytes and returns its path. `name` is bytes, any that a file name
   /// may hold.
-  std::filesystem::path file(std::string_view name, std::string_view content) const;
+  std::filesystem::path file(std::string_view name, std::string_view content) const {
+    std::filesystem::path path = path_ / name;
+    std::ofstream stream(path, std::ios::binary);
+    stream << content << std::flush;
+    if (!stream) throw std::runtime_error("cannot write " + path.string());
+    return path;
+  }
 
  private:
   std::filesystem::path path_;
 };
 
 /// The whole content of a file.
-std::string contentOf(const std::filesystem::path& path);
+inline std::string contentOf(const std::filesystem::path& path) {
+  std::ifstream stream(path, std::ios::binary);
+  if (!stream) throw std::runtime_error("cannot read " + path.string());
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 /// Input of the published BLAKE3 vectors: bytes 0, 1, ... 250, 0, 1, ...
-std::string period251(std::size_t size);
+inline std::string period251(std::size_t size) {
+  std::string bytes(size, '\0');
+  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i % 251);
+  return bytes;
+}
 
 /// `size` bytes that look random and depend on nothing but `seed`.
-std::string randomBytes(std::size_t size, unsigned seed);
+inline std::string randomBytes(std::size_t size, unsigned seed) {
+  std::mt19937_64 engine(seed);
+  std::string bytes(size, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(engine());
+  return bytes;
+}
 
 }  // namespace tallyfold::test
