@@ -33,7 +33,6 @@ const std::string kLargeList =
     "entry data).";
 const std::string kLargeSource =
     "error: The checksum file exceeds the 256 MiB source-size limit for interactive verification.";
-const std::string kNotRegularList = "error: The selected checksum item is not a regular file.";
 
 std::string utf16(std::u16string text, std::endian order, bool hasMark) {
   if (hasMark) text.insert(0, u"\uFEFF");
@@ -198,30 +197,6 @@ TEST_F(ChecksumReading, LargestSourceIsReadAndOneByteMoreIsNot) {
   system.names.clear();
   EXPECT_THAT(loaded(list), ElementsAre(kLargeSource));
   EXPECT_THAT(system.names, ElementsAre("stat"));
-}
-
-TEST_F(ChecksumReading, WhatIsNotARegularFileIsNotOpened) {
-  makePipe(folder.path() / "pipe");
-  fs::create_symlink("pipe", folder.path() / "link to pipe");
-  fs::create_symlink("nowhere", folder.path() / "dangling");
-  fs::create_symlink("loop", folder.path() / "loop");
-  const std::vector<std::pair<fs::path, std::string>> items{
-      {folder.path(), kNotRegularList},
-      {folder.path() / "pipe", kNotRegularList},
-      {folder.path() / "link to pipe", kNotRegularList},
-      {"/dev/null", kNotRegularList},
-      {"/dev/zero", kNotRegularList},
-      {folder.path() / "dangling", kMissing},
-      {folder.path() / "loop", kCircle},
-      {folder.path() / "missing", kMissing},
-      {folder.file("file", "") / "below", kNotAFolder},
-      {"a\0b"s, "error: Invalid argument"},
-  };
-  for (const auto& [path, outcome] : items) {
-    const WatchedSystemCalls system;
-    EXPECT_THAT(loaded(path), ElementsAre(outcome)) << path;
-    EXPECT_EQ(std::ranges::count(system.names, "open"), 0) << path;
-  }
 }
 
 }  // namespace

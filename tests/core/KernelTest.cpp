@@ -113,18 +113,6 @@ std::set<std::size_t> lengthsAroundEdges() {
   return lengths;
 }
 
-TEST_P(KernelTest, EveryAlignmentAsPortable) {
-  const GuardedBytes bytes(std::size_t{36} * 1024);
-  for (std::size_t length = 0; length <= 600; ++length) {
-    const auto somewhere = bytes.last(length, length % 67);
-    ASSERT_EQ(digestOf(somewhere), expectedFor(somewhere)) << length << " bytes, misaligned";
-  }
-  for (std::size_t gap = 0; gap < 64; ++gap) {
-    const auto misaligned = bytes.last(35 * 1024 + 1, gap);
-    ASSERT_EQ(digestOf(misaligned), expectedFor(misaligned)) << gap;
-  }
-}
-
 TEST_P(KernelTest, AnyWayOfCuttingTheInputAsPortable) {
   constexpr std::array<std::size_t, 5> largestPiece{70, 1100, 5000, 40'000, 200'000};
   const GuardedBytes bytes(600'000);

@@ -21,12 +21,10 @@ class ReportFormat : public testing::Test {
 
 TEST_F(ReportFormat, EveryByteIsAsPromised) {
   const FileHashResults none;
-  const FileHashResults one{resultOf("/Users/a/x.txt", {HA::sha256, HA::blake3}, 0, {1714566896, 999'999'999})};
-  const FileHashResults two{resultOf("/a, \"b\".txt", {HA::crc32, HA::md5}, 9'007'199'254'740'993),
-                            resultOf("/tab\there\nand\\\x1F", {HA::sha1})};
+  const FileHashResults two{
+      resultOf("/a, \"b\".txt", {HA::crc32, HA::md5}, 9'007'199'254'740'993, {1714566896, 999'999'999}),
+      resultOf("/tab\there\nand\\\x1F", {HA::sha1})};
   const FileHashResults bare{resultOf("/bare", {}, 7)};
-  const std::string sha256(64, '4');
-  const std::string blake3(64, '7');
   const std::string md5(32, '1');
   const std::string sha1(40, '2');
 
@@ -40,15 +38,6 @@ TEST_F(ReportFormat, EveryByteIsAsPromised) {
       {"no result, text", none, Format::plainText, ""},
       {"no result, CSV", none, Format::csv, "file,algorithm,hash,size_bytes"},
       {"no result, JSON", none, Format::json, "[\n\n]"},
-      {"one result, text", one, Format::plainText,
-       "SHA-256  " + sha256 + "  /Users/a/x.txt\nBLAKE3  " + blake3 + "  /Users/a/x.txt\n"},
-      {"one result, CSV", one, Format::csv,
-       "file,algorithm,hash,size_bytes\n\"/Users/a/x.txt\",\"SHA-256\"," + sha256 +
-           ",0\n\"/Users/a/x.txt\",\"BLAKE3\"," + blake3 + ",0"},
-      {"one result, JSON", one, Format::json,
-       "[\n  {\n    \"file\" : \"/Users/a/x.txt\",\n    \"hashes\" : {\n      \"BLAKE3\" : \"" + blake3 +
-           "\",\n      \"SHA-256\" : \"" + sha256 +
-           "\"\n    },\n    \"modifiedAt\" : \"2024-05-01T12:34:56Z\",\n    \"sizeBytes\" : 0\n  }\n]"},
       {"names with quotes and line breaks, text", two, Format::plainText,
        "MD5  " + md5 + "  /a, \"b\".txt\nCRC-32  88888888  /a, \"b\".txt\nSHA-1  " + sha1 +
            "  /tab\there\nand\\\x1F\n"},
@@ -61,7 +50,7 @@ TEST_F(ReportFormat, EveryByteIsAsPromised) {
        "[\n  {\n    \"file\" : \"/a, \\\"b\\\".txt\",\n    \"hashes\" : {\n      \"CRC-32\" : \"88888888\",\n"
        "      \"MD5\" : \"" +
            md5 +
-           "\"\n    },\n    \"modifiedAt\" : \"1970-01-01T00:00:00Z\",\n    \"sizeBytes\" : 9007199254740993\n  },\n"
+           "\"\n    },\n    \"modifiedAt\" : \"2024-05-01T12:34:56Z\",\n    \"sizeBytes\" : 9007199254740993\n  },\n"
            "  {\n    \"file\" : \"/tab\\there\\nand\\\\\\u001f\",\n    \"hashes\" : {\n      \"SHA-1\" : \"" +
            sha1 + "\"\n    },\n    \"modifiedAt\" : \"1970-01-01T00:00:00Z\",\n    \"sizeBytes\" : 0\n  }\n]"},
       {"result without digests, text", bare, Format::plainText, ""},

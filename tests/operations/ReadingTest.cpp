@@ -23,6 +23,49 @@ TEST(Reading, ContentWithoutASizeIsNoVersionOfAFile) {
   EXPECT_EQ(outcomeOf(empty), "error: Input/output error") << "is not the end of the file";
 }
 
+TEST(Reading, WhatIsNoFileIsNotOpened) {
+  const TemporaryFolder folder;
+  const fs::path top = folder.path();
+  makePipe(top / "pipe");
+  ASSERT_EQ(mknod((top / "socket").c_str(), S_IFSOCK | 0600, 0), 0);
+  fs::create_symlink("pipe", top / "link to pipe");
+  fs::create_symlink("nowhere", top / "dangling");
+  fs::create_symlink("circle", top / "circle");
+  const fs::path file = folder.file("file", "");
+  fs::permissions(folder.file("unreadable", "secret"), fs::perms::none);
+  const std::pair<fs::path, std::string> items[]{
+      {top, kNotRegular},
+      {top / "pipe", kNotRegular},
+      {top / "socket", kNotRegular},
+      {top / "link to pipe", kNotRegular},
+      {"/dev/null", kNotRegular},
+      {"/dev/zero", kNotRegular},
+      {"", kMissing},
+      {top / "missing", kMissing},
+      {top / "dangling", kMissing},
+      {top / "circle", kCircle},
+      {file / "below", kNotAFolder},
+      {top / std::string(256, 'x'), kTooLong},
+      {top / "file\0"s, "error: Invalid argument"},
+      {top / "unreadable", "error: Permission denied"},
+  };
+  for (const auto& [item, told] : items) {
+    const bool isSecret = item.filename() == "unreadable";
+    WatchedSystemCalls system;
+    // No permission stops root.
+    system.before = [=](std::string_view call, std::size_t) { return isSecret && call == "open" ? EACCES : 0; };
+    EXPECT_EQ(kHash.outcome(item, file, {}), told) << item;
+    EXPECT_EQ(kComparison.outcome(item, top / "link to pipe", {}), told) << item;
+    const bool isNoList = told == kNotRegular;
+    EXPECT_EQ(kListLoad.outcome(item, file, {}),
+              isNoList ? "error: The selected checksum item is not a regular file." : told)
+        << item;
+    EXPECT_EQ(std::ranges::count(system.names, "open"), isSecret ? 3 : 0) << item;
+    EXPECT_EQ(kComparison.outcome(file, item, {}), told) << item;
+    EXPECT_EQ(system.stillOpen, 0) << item;
+  }
+}
+
 using Stamp = std::pair<std::int64_t, std::int64_t>;
 
 Stamp clockOfFiles() {
