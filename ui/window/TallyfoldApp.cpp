@@ -16,7 +16,7 @@
 #include <QStyleFactory>
 
 #include "app/tasks/BackgroundTask.h"
-#include "ui/desktop/IconProvider.h"
+#include "ui/TallyTheme/IconProvider.h"
 #include "ui/drops/DropHandling.h"
 
 // Made by the build from the types that this floor registers.

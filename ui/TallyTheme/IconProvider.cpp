@@ -1,4 +1,4 @@
-#include "ui/desktop/IconProvider.h"
+#include "ui/TallyTheme/IconProvider.h"
 
 #include <QColor>
 #include <QFile>

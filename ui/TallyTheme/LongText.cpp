@@ -1,4 +1,4 @@
-#include "ui/window/LongText.h"
+#include "ui/TallyTheme/LongText.h"
 
 #include <algorithm>
 #include <array>
@@ -44,7 +44,7 @@ void LongText::show(const QString& all) {
   content_ = all;
   qsizetype shown = bearable(all);
   isAbridged_ = all.size() > shown;
-  // Not between the halves of a character.
+  // A text is not cut between the halves of a character.
   if (isAbridged_ && all.at(shown - 1).isHighSurrogate()) --shown;
   emit contentChanged();
   editor_->setProperty("text", isAbridged_ ? all.first(shown) : all);

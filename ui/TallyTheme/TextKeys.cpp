@@ -1,4 +1,4 @@
-#include "ui/window/TextKeys.h"
+#include "ui/TallyTheme/TextKeys.h"
 
 #include <QClipboard>
 #include <QGuiApplication>

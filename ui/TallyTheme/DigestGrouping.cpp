@@ -1,4 +1,4 @@
-#include "ui/desktop/DigestGrouping.h"
+#include "ui/TallyTheme/DigestGrouping.h"
 
 #include <QTextLayout>
 

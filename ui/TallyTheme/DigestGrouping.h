@@ -22,6 +22,8 @@ class DigestGrouping : public QSyntaxHighlighter {
   Q_PROPERTY(int mark READ mark WRITE setMark NOTIFY markChanged)
   Q_PROPERTY(QColor markColor MEMBER markColor_ NOTIFY markChanged)
   Q_PROPERTY(QColor markedTextColor MEMBER markedTextColor_ NOTIFY markChanged)
+  /// Digits of a group.
+  Q_PROPERTY(int groupLength MEMBER groupLength CONSTANT)
   /// Width of a group with its gap, in pixels: a line as wide as some groups breaks between groups.
   Q_PROPERTY(qreal groupWidth READ groupWidth NOTIFY groupWidthChanged)
 

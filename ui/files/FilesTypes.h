@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+
+#include "app/files/FilesFlow.h"
+
+/// The types of the model that this room shows, under their names in QML.
+namespace tallyfold {
+
+struct FilesFlowType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::FilesFlow)
+  QML_NAMED_ELEMENT(FilesFlow)
+  QML_UNCREATABLE("The model owns its flows.")
+};
+
+struct FileJobListModelType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::FileJobListModel)
+  QML_NAMED_ELEMENT(FileJobListModel)
+  QML_UNCREATABLE("The model owns its list.")
+};
+
+}  // namespace tallyfold

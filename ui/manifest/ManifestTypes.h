@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+
+#include "app/manifest/ManifestFlow.h"
+
+/// The types of the model that this room shows, under their names in QML.
+namespace tallyfold {
+
+struct ManifestFlowType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::ManifestFlow)
+  QML_NAMED_ELEMENT(ManifestFlow)
+  QML_UNCREATABLE("The model owns its flows.")
+};
+
+struct ManifestJobListModelType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::ManifestJobListModel)
+  QML_NAMED_ELEMENT(ManifestJobListModel)
+  QML_UNCREATABLE("The model owns its list.")
+};
+
+}  // namespace tallyfold
