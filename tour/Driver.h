@@ -41,7 +41,7 @@ class Driver : public XInput {
   /// Presses the first button at one place and lets it go at another.
   void drag(const QPoint& from, const QPoint& to);
 
-  /// Gives the keyboard to a window, as a window manager would.
+  /// Gives the focus to a window, as a window manager would.
   void focus(QWindow& window);
 
   /// The toolkit's own file panel that is open now; null when there is none.

@@ -12,6 +12,15 @@ ListView {
     // Delete means the selected row.
     property bool hasRemovableRows: false
 
+    readonly property int page: Math.max(1, Math.floor(height / lineHeight) - 1)
+    // How far a key goes, in rows.
+    readonly property var strides: ({
+            [Qt.Key_Home]: -count,
+            [Qt.Key_End]: count,
+            [Qt.Key_PageUp]: -page,
+            [Qt.Key_PageDown]: page
+        })
+
     // What Ctrl+C and Delete ask of the selected row, wherever on the screen the focus is.
     signal copyRequested
     signal removeRequested
@@ -50,16 +59,9 @@ ListView {
         menu.popup(list, place.x, place.y);
     }
     Keys.onPressed: event => {
-        const page = Math.max(1, Math.floor(height / lineHeight) - 1);
-        const target = {
-            [Qt.Key_Home]: 0,
-            [Qt.Key_End]: count - 1,
-            [Qt.Key_PageUp]: Math.max(0, currentIndex - page),
-            [Qt.Key_PageDown]: Math.min(count - 1, currentIndex + page)
-        }[event.key];
-        event.accepted = target !== undefined;
+        event.accepted = event.key in strides;
         if (event.accepted)
-            currentIndex = target;
+            currentIndex = Math.max(0, Math.min(currentIndex + strides[event.key], count - 1));
     }
 
     T.ScrollBar.vertical: TFScrollBar {

@@ -13,10 +13,9 @@ Item {
     property int expectedLength: 0
     property bool isTabStop: false
     readonly property int groupsPerLine: Math.max(1, Math.floor(width / grouping.groupWidth))
-    // Wider lines than those of 64 digits are hard to follow.
-    readonly property int fullWidth: Math.ceil(8 * grouping.groupWidth) + 1
+    readonly property int fullWidth: Math.ceil(TallyTheme.longestDigestLine / grouping.groupLength * grouping.groupWidth) + 1
 
-    implicitHeight: Math.max(edit.contentHeight, Math.ceil(expectedLength / 8 / groupsPerLine) * metrics.lineSpacing)
+    implicitHeight: Math.max(edit.contentHeight, Math.ceil(expectedLength / grouping.groupLength / groupsPerLine) * metrics.lineSpacing)
 
     FontMetrics {
         id: metrics

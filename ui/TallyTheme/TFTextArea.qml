@@ -10,6 +10,7 @@ Flickable {
     // All of it, whatever is shown. Set by show().
     readonly property alias content: whole.content
     readonly property alias isAbridged: whole.isAbridged
+    readonly property string abridgement: isAbridged ? qsTr("Only the beginning of this text is shown.") : ""
     // What is shown.
     readonly property alias text: area.text
     property bool readOnly: false

@@ -7,7 +7,7 @@ T.ToolTip {
 
     x: parent ? (parent.width - implicitWidth) / 2 : 0
     y: -implicitHeight - TallyTheme.space2
-    // Longer ones have several lines, as wide as the window.
+    // A longer tip has several lines, as wide as the window.
     implicitWidth: {
         const wanted = Math.ceil(contentItem.implicitWidth) + leftPadding + rightPadding;
         return parent?.Window.window ? Math.min(wanted, parent.Window.width - 2 * margins) : wanted;

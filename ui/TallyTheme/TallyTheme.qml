@@ -106,6 +106,8 @@ QtObject {
 
     // Extents of cards, banners and fields.
     readonly property int dropCardHeight: Math.round(168 * textScale)
+    // What a drop card takes of the height of its screen, at the most.
+    readonly property real dropCardShare: 1 / 3
     readonly property real fileCardHeight: 120 * textScale
     readonly property real listCardHeight: 92 * textScale
     readonly property int verdictHeight: 72
@@ -140,6 +142,8 @@ QtObject {
     // How far below the top of a control a line of digits begins that stands in the middle of it.
     readonly property int digestInset: Math.round((controlHeight - digestSize * 1.35) / 2)
     readonly property int digestGap: 4
+    // In digits: a longer line is hard to follow.
+    readonly property int longestDigestLine: 64
     readonly property real disabledOpacity: 0.4
 
     readonly property int hoverDuration: DesktopSettings.isMotionWanted ? 120 : 0

@@ -162,7 +162,7 @@ TFScreen {
     }
 
     Shortcut {
-        enabled: root.visible && !root.viewModel.compare.isComparing
+        enabled: root.visible && root.inputRefusal === ""
         sequences: ["Return", "Enter"]
         autoRepeat: false
         onActivated: root.viewModel.compare.compare()

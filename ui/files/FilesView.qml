@@ -7,6 +7,7 @@ TFScreen {
 
     readonly property bool hasJobs: viewModel.files.jobs.count > 0
 
+    objectName: "filesView"
     mode: AppMode.Files
     title: qsTr("File Hashing")
     subtitle: qsTr("Calculate multiple checksums in a single local file pass.")
@@ -17,7 +18,7 @@ TFScreen {
 
         objectName: "dropCard"
         y: root.header.y + root.header.height + (root.isShort ? TallyTheme.space2 : TallyTheme.space4)
-        height: root.hasJobs && !dropZone.isTargeted ? collapsedHeight : Math.min(expandedHeight, root.height / 3)
+        height: root.hasJobs && !dropZone.isTargeted ? collapsedHeight : Math.min(expandedHeight, root.height * TallyTheme.dropCardShare)
         isCompact: root.hasJobs && !dropZone.isTargeted
         isTargeted: dropZone.isTargeted
         refusal: root.viewModel.files.queueRefusal

@@ -61,7 +61,7 @@ TFScreen {
         TFStaticText {
             objectName: "byteCount"
             anchors.verticalCenter: parent.verticalCenter
-            text: root.viewModel.text.textSize + (editor.isAbridged ? " · " + qsTr("Only the beginning of this text is shown.") : "")
+            text: root.viewModel.text.textSize + (editor.isAbridged ? " · " + editor.abridgement : "")
             color: TallyTheme.secondary
             font.pixelSize: TallyTheme.captionSize
         }

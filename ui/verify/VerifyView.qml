@@ -8,6 +8,8 @@ TFScreen {
 
     readonly property var result: viewModel.verify.verifyResult
     readonly property bool hasResult: result.title !== undefined
+    readonly property string recognised: viewModel.verify.recognisedAlgorithm
+    readonly property string recognition: recognised === "" ? "" : qsTr("Will be checked as %1.").arg(recognised)
     readonly property string inputRefusal: viewModel.verify.verifyInputRefusal
 
     mode: AppMode.Verify
@@ -162,13 +164,7 @@ TFScreen {
 
                         TFStaticText {
                             objectName: "recognisedAlgorithm"
-                            text: {
-                                const recognised = root.viewModel.verify.recognisedAlgorithm;
-                                const words = recognised === "" ? [] : [qsTr("Will be checked as %1.").arg(recognised)];
-                                if (field.isAbridged)
-                                    words.push(qsTr("Only the beginning of this text is shown."));
-                                return words.join(" ");
-                            }
+                            text: [root.recognition, field.abridgement].filter(sentence => sentence !== "").join(" ")
                             color: TallyTheme.secondary
                             font.pixelSize: TallyTheme.captionSize
 
