@@ -71,7 +71,6 @@ Window {
             T.SplitView.fillWidth: true
 
             FilesView {
-                objectName: "filesView"
                 viewModel: root.viewModel
             }
 
