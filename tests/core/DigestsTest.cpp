@@ -15,6 +15,7 @@ TEST(Catalogue, NamesAndLengthsInOrder) {
     table += std::string(algorithm.rawValue()) + " " + std::to_string(algorithm.hexLength()) + " " +
              std::string(algorithm.classification()) + "\n";
     EXPECT_EQ(HashAlgorithm::init(algorithm.rawValue()), algorithm);
+    EXPECT_EQ(HashAlgorithm::manifestName(algorithm.rawValue()), algorithm);
   }
   EXPECT_EQ(table,
             "MD5 32 Integrity only\n"
@@ -25,6 +26,8 @@ TEST(Catalogue, NamesAndLengthsInOrder) {
             "SHA-512 128 Recommended\n"
             "BLAKE3 64 Modern\n"
             "CRC-32 8 Checksum only\n");
+  EXPECT_EQ(namesOf(HashAlgorithm::recommended, "and"), "SHA-256 and BLAKE3");
+  EXPECT_EQ(namesOf(HashAlgorithm::compatibility, "and"), "MD5, SHA-1 and SHA-256");
   for (const char* const other : {"sha256", "SHA-256 ", ""}) EXPECT_EQ(HashAlgorithm::init(other), std::nullopt);
 }
 
@@ -98,7 +101,7 @@ TEST(Digests, EverySelectionGivesExactlyItsDigests) {
   EXPECT_EQ(HashPipeline(HashAlgorithmSet::all()).finalize(), digestsOfText(HashAlgorithmSet::all(), ""))
       << "never fed";
   const DigestMap complete = digestsOfText(HashAlgorithmSet::all(), "123456789");
-  for (unsigned bits = 1; bits < 256; ++bits) {
+  for (unsigned bits = 1; bits < 1U << HashAlgorithm::count; ++bits) {
     HashAlgorithmSet selection;
     for (const HashAlgorithm algorithm : HashAlgorithm::allCases()) {
       if ((bits >> algorithm & 1U) != 0) selection.insert(algorithm);
