@@ -50,7 +50,7 @@ void use(Value value) {
 
 const std::vector<std::size_t> sizes{64, 256, 1024, 2048, 4096, 8192, 16'384, 8 << 20};
 
-/// Of each of the hashes, for each of the sizes, in GB/s.
+/// In GB/s: a row for each of the hashes, with a figure for each of the sizes.
 using Speeds = std::vector<std::vector<double>>;
 
 Speeds printTable(const char* title, const std::vector<std::pair<std::string, Hash>>& hashes, int rounds) {

@@ -38,6 +38,12 @@ namespace ChecksumManifestService {
 
 namespace {
 
+/// Bytes that tell the encoding of a list. They are read at once.
+constexpr std::int64_t prefixSize = 1'048'578;
+
+/// Bytes read at a time of what follows them, and parsed at a time.
+constexpr std::int64_t readChunkSize = 262'144;
+
 [[noreturn]] void fail(ManifestReadError::Case reason) { throw ManifestReadError(reason); }
 
 char16_t unitOf(char first, char second, std::endian order) {

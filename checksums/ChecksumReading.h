@@ -49,13 +49,10 @@ inline constexpr std::size_t maximumEntries = 100'000;
 inline constexpr std::size_t maximumRetainedSize = 67'108'864;
 inline constexpr std::size_t entryOverhead = 32;
 
-inline constexpr std::int64_t readChunkSize = 262'144;  ///< Bytes of a list read, and held, at a time ...
-inline constexpr std::int64_t prefixSize = 1'048'578;   ///< ... but for the first ones, which tell the encoding.
-
 /// Reads the checksum list at `url`, in UTF-8 or UTF-16, whatever its line breaks. Follows symbolic links and never
 /// waits for a pipe or a device. Blocks for as long as the disk does. Fails with ManifestReadError, std::system_error
-/// for a file that cannot be looked at, opened or read, or CancellationError, seen within one chunk; there is never a
-/// partial result.
+/// for a file that cannot be looked at, opened or read, or CancellationError, seen within the first MiB or 256 KiB of
+/// what follows, which is also what is held of the file at a time; there is never a partial result.
 ParseResult load(const std::filesystem::path& url, const std::stop_token& cancellation);
 
 /// The byte order of a UTF-16 text that starts with these bytes; none when it is not UTF-16. Goes by the byte-order

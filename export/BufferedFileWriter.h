@@ -19,7 +19,7 @@ class BufferedFileWriter {
   /// `handle` stays the caller's and must outlive the writer. Bytes that were not flushed are lost with the writer.
   explicit BufferedFileWriter(FileHandle& handle);
 
-  /// Flushes when the buffer then holds `flushThreshold` bytes or more.
+  /// Flushes, and may fail as `flush` does, when the buffer then holds `flushThreshold` bytes or more.
   void append(std::string_view bytes);
 
   /// Writes the whole buffer, even an empty one as nothing, and keeps its storage. After a failure, a std::system_error

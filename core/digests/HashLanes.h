@@ -18,7 +18,8 @@ namespace tallyfold {
 
 /// Hashes one stream of known length on one thread or several: one pipeline per lane, all fed from the same ring of
 /// memory, without locks. The thread that owns the object is the first lane: it fills the ring, and hashes its share of
-/// every slice right after. The slowest lane may be a whole ring behind. Used by that one thread.
+/// every slice right after. The slowest lane may be a whole ring behind. Used by that one thread, and not used after a
+/// failure, which is that of a lane: of whichever operation comes next.
 class HashLanes {
  public:
   /// `ring` bytes are held, at most, whatever the `size` of the stream. Fails with std::system_error, and leaves no
@@ -29,13 +30,13 @@ class HashLanes {
   HashLanes& operator=(const HashLanes&) = delete;
 
   /// Where the next bytes of the stream belong, at most `wanted` of them. Waits until all lanes are done with what is
-  /// there. Fails with the failure of a lane.
+  /// there.
   std::span<std::byte> room(std::size_t wanted);
 
   /// Hands over the first `count` bytes of the last room.
   void absorb(std::size_t count);
 
-  /// The digests of all lanes. Called once, after `size` bytes. Fails with the failure of a lane.
+  /// The digests of all lanes. Called once, after `size` bytes.
   [[nodiscard]] DigestMap finalize();
 
  private:

@@ -10,7 +10,8 @@
 
 namespace tallyfold {
 
-/// One digest in the making. Used by one thread at a time; different ones on different threads are independent.
+/// One digest in the making. Used by one thread at a time; different ones on different threads are independent. Fails
+/// as the digest does that it is made of, and is of no use after that.
 class Hasher {
  public:
   Hasher() = default;

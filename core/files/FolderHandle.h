@@ -42,7 +42,8 @@ class FolderHandle {
   /// False when another has it. Folders that were opened by their path, and some file systems, cannot be locked.
   [[nodiscard]] bool tryLock() const;
 
-  /// Names of the items, as the system has them, without "." and "..", until `visit` returns false. Once for a handle.
+  /// Names of the items, as the system has them, without "." and "..", until `visit` returns false. At most
+  /// once for each handle.
   void visitNames(const std::function<bool(std::string_view name)>& visit) const;
 
  private:
