@@ -15,8 +15,7 @@ class ManifestTest : public WindowFixture {
     WindowFixture::SetUp();
     model.manifest()->clearManifest();
     fs::create_directory(root);
-    driver.press({"Control_L", "4"});
-    waitFor("the mode", [&] { return model.mode() == AppMode::Manifest; });
+    enter(AppMode::Manifest);
   }
 
   void TearDown() override {
@@ -102,29 +101,29 @@ TEST_F(ManifestTest, RowsAreFilteredAndCopied) {
   EXPECT_EQ(driver.item(list)->property("count"), 1);
   driver.press({"Control_L", "c"});
   const std::string mismatch = "3\tMD5\tabc\tMismatch. Actual: " + md5OfAbc + "\tExpected: " + zero;
-  waitFor("the row", [&] { return driver.clipboard() == mismatch; });
+  waitForClipboard(mismatch);
 
   driver.press({"Right"});
   waitFor("the failure", [&] { return shows("message", "No such file or directory"); });
   driver.clickAt(driver.item("message")->mapToGlobal(QPointF(5, 5)).toPoint(), 3);
   driver.click("copyRow");
   const std::string failure = "4\tMD5\tmissing\tNo such file or directory";
-  waitFor("the row", [&] { return driver.clipboard() == failure; });
+  waitForClipboard(failure);
 
   driver.click("filterAll");
   waitFor("all rows", [&] { return driver.item(list)->property("count") == 3; });
   driver.press({"Control_L", "Shift_L", "c"});
-  waitFor("the rows", [&] { return driver.clipboard() == "1\tMD5\tabc\tMatch\n" + mismatch + "\n" + failure; });
+  waitForClipboard("1\tMD5\tabc\tMatch\n" + mismatch + "\n" + failure);
   driver.press({"Tab"});
   waitFor("the list", [&] { return driver.item(list)->hasActiveFocus(); });
   driver.press({"End"});
   driver.press({"Control_L", "c"});
-  waitFor("the last row", [&] { return driver.clipboard() == failure; });
+  waitForClipboard(failure);
   press(find(QAccessible::RadioButton, "Warnings, 1"));
   waitFor("the warnings", [&] { return driver.findItem("manifestWarnings") != nullptr; });
   find(QAccessible::ListItem, "Line 2: unsupported checksum format.");
   driver.click("copyRows");
-  waitFor("the warnings", [&] { return driver.clipboard() == "Line 2: unsupported checksum format."; });
+  waitForClipboard("Line 2: unsupported checksum format.");
   driver.click("filterWaiting");
   waitFor("no rows", [&] { return shows("manifestEmpty", "No entry is in this state."); });
 }

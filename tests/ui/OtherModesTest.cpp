@@ -24,12 +24,6 @@ class OtherModes : public WindowFixture {
     WindowFixture::TearDown();
   }
 
-  void enter(AppMode::Case mode) {
-    const std::string digit = std::to_string(mode + 1);
-    driver.press({"Control_L", digit.c_str()});
-    waitFor("the mode", [&] { return model.mode() == mode; });
-  }
-
   [[nodiscard]] QString textOfItem(const QString& objectName) {
     return driver.item(objectName)->property("text").toString();
   }
@@ -43,7 +37,7 @@ TEST_F(OtherModes, DigestOfATextIsCopiedAndGoesWithItsAlgorithm) {
   waitFor("the digests", [&] { return textOfItem("text digest MD5") == u"900150983cd24fb0d6963f7d28e17f72"; });
   EXPECT_EQ(textOfItem("byteCount"), u"3 bytes (UTF-8)");
   driver.click("text copy MD5");
-  waitFor("the copy", [&] { return driver.clipboard() == "900150983cd24fb0d6963f7d28e17f72"; });
+  waitForClipboard("900150983cd24fb0d6963f7d28e17f72");
   driver.click("text algorithm MD5");
   waitFor("the digest to go",
           [&] { return textOfItem("text digest MD5").isEmpty() && !textOfItem("text digest SHA-1").isEmpty(); });

@@ -48,6 +48,11 @@ class WindowFixture : public testing::Test {
   void add(const std::vector<fs::path>& files);
   /// Queues new files with this content.
   void add(const std::vector<std::string>& names, std::string_view content);
+  /// Enters a mode from the keyboard.
+  void enter(AppMode::Case mode);
+  void waitForClipboard(const std::string& text);
+  /// Waits until no visible item has this name.
+  void waitForNo(const QString& objectName);
   /// Starts a run from the keyboard and waits for its end.
   void calculate();
   /// A file that takes minutes to hash.

@@ -57,7 +57,7 @@ TEST_F(WindowTest, MenusAreThereWhileTheyAreOpen) {
     for (const char* name : menu.names) find(QAccessible::MenuItem, name);
     expectSound();
     driver.press({"Escape"});
-    waitFor("the menu to close", [&] { return driver.findItem(menu.item) == nullptr; });
+    waitForNo(menu.item);
   }
   driver.click("applicationMenu");
   driver.usableItem("settingsItem");
