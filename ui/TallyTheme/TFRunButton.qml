@@ -29,11 +29,15 @@ TFButton {
     refusal: isRunning ? "" : startRefusal
     onClicked: startOrCancel()
 
+    // In mid-run as well: the button with the focus would take the key for Return, and cancel.
     Shortcut {
-        enabled: button.visible && !button.isRunning
+        enabled: button.visible
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
         autoRepeat: false
-        onActivated: button.started()
+        onActivated: {
+            if (!button.isRunning)
+                button.started();
+        }
     }
 
     Shortcut {
