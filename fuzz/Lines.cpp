@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "checksums/ChecksumLines.h"
 #include "fuzz/Fuzz.h"
+#include "tests/support/PlainListReader.h"
 
 namespace {
 
@@ -45,7 +45,7 @@ void checkLine(const std::string& line, std::optional<HashAlgorithm> hint) {
   const ChecksumManifestEntry& entry = result.entries.front();
   fuzz::require(entry.lineNumber == number);
   requireDigest(entry.expectedHash, entry.algorithm);
-  fuzz::require(fuzz::isWellFormed(entry.relativePath));
+  fuzz::require(test::isWellFormed(entry.relativePath));
   if (!entry.relativePath.empty()) {
     requireSame(
         parseGNUStyleLine("\\" + entry.expectedHash + "  " + escaped(entry.relativePath), number, entry.algorithm),
@@ -74,7 +74,7 @@ void checkPasted(const std::string& text, std::optional<HashAlgorithm> preferred
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;
   const std::string text(reinterpret_cast<const char*>(data), size - 1);
-  if (!fuzz::isWellFormed(text)) return 0;
+  if (!test::isWellFormed(text)) return 0;
   const std::size_t choice = data[size - 1] % (HashAlgorithm::count + 1);
   const auto preferred =
       choice < HashAlgorithm::count ? std::optional(HashAlgorithm::allCases()[choice]) : std::nullopt;

@@ -6,7 +6,9 @@
 #include <string>
 
 #include "fuzz/Fuzz.h"
+#include "tests/support/PlainListReader.h"
 #include "tests/support/RandomTree.h"
+#include "tests/support/TemporaryFolder.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace tallyfold;
@@ -19,6 +21,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   test::RandomTree tree(top, [&] { return provider.ConsumeIntegral<std::uint16_t>(); });
   for (int i = 0; i < 20; ++i) check(tree.path());
   const std::string bytes = provider.ConsumeRemainingBytesAsString();
-  if (!bytes.empty() && fuzz::isWellFormed(bytes)) check(bytes);
+  if (!bytes.empty() && test::isWellFormed(bytes)) check(bytes);
   return 0;
 }

@@ -65,6 +65,8 @@ inline const std::string kChanged =
     "error: The file changed while it was being read. Run the operation again on a stable file.";
 inline const std::string kListChanged =
     "error: The checksum file changed while it was being read. Load it again after the file is stable.";
+inline const std::string kLongLine =
+    "error: The checksum file contains a line larger than 1 MiB and was rejected to keep memory use bounded.";
 inline const std::string kInvalidRoot = "error: The selected manifest root is not an accessible directory.";
 inline const std::string kRootChanged =
     "error: The manifest root folder changed while verification was running. Run verification again on a stable folder "

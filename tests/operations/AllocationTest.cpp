@@ -10,6 +10,7 @@
 #include "core/blake3/Blake3.h"
 #include "core/services/TextHashing.h"
 #include "tests/operations/Operations.h"
+#include "tests/support/PlainListReader.h"
 #include "tests/support/ThreadLimit.h"
 
 namespace {
@@ -188,42 +189,50 @@ TEST(Allocation, OfAReportIsItsBuffer) {
 }
 
 TEST(Allocation, OfAListIsItsLimits) {
-  const TemporaryFolder folder;
-  const auto lines = [&](std::size_t count, const std::string& line) {
-    std::ofstream stream(folder.path() / "list");
-    for (std::size_t i = 0; i < count; ++i) stream << line << '\n';
-    return folder.path() / "list";
-  };
+  const std::string manyLines =
+      "error: The checksum file exceeds the 1,000,000-line limit for interactive verification.";
+  const std::string largeList =
+      "error: The checksum file exceeds the safe in-memory manifest limit (100,000 entries or approximately 64 MiB of "
+      "retained entry data).";
+  const std::string mark = "\xFF\xFE";
   const auto entry = [](std::size_t cost) {
-    return std::string(32, 'a') + "  " + std::string(cost - 32 - ChecksumManifestService::entryOverhead, 'x');
+    return std::string(32, 'a') + "  " + std::string(cost - 32 - ChecksumManifestService::entryOverhead, 'x') + "\n";
   };
   struct {
     const char* what;
-    double most;
-    std::function<fs::path()> make;
-    std::string_view outcome;
+    double most;  // MiB
+    std::string first;
+    std::size_t count;
+    std::string line;  // So often.
+    std::string last;
+    std::string outcome;
   } const lists[]{
-      {"lines of 1 MiB", 4, [&] { return lines(255, std::string(kMebibyte - 1, '\0')); }, "255 other lines"},
-      {"a line without an end", 4, [&] { return sparseFile(folder, "list", 256 * kMebibyte); }, "error: "},
-      {"the same in UTF-16", 8,
-       [&] {
-         fs::resize_file(folder.file("list", "\xFF\xFE"), 256 * kMebibyte);
-         return folder.path() / "list";
-       },
-       "error: "},
-      {"1,000,000 lines", 2, [&] { return lines(1'000'000, "x"); }, "1000000 other lines"},
-      {"one line more", 2, [&] { return lines(1'000'001, "x"); }, "error: "},
-      {"100,000 entries", 80, [&] { return lines(100'000, entry(671)); }, "0 other lines"},
-      {"one entry more", 80, [&] { return lines(100'001, entry(500)); }, "error: "},
-      {"64 entries", 72, [&] { return lines(64, entry(kMebibyte)); }, "0 other lines"},
+      {"lines", 2, "", 1'000'000, "\n", "", "1000000 ignored, 0 unsupported"},
+      {"last line without a break", 2, "", 999'999, "x\n", "x", "0 ignored, 1000000 unsupported"},
+      {"one line more", 2, "", 1'000'001, "x\n", "", manyLines},
+      {"one line more, without a break", 2, "", 1'000'000, "\n", "x", manyLines},
+      {"UTF-16, one line more", 4, mark, 1'000'001, "\n\0"s, "", manyLines},
+      {"entries", 80, "", 100'000, entry(671), "# and a comment", "1 ignored, 0 unsupported"},
+      {"one entry more", 80, "", 100'001, entry(500), "", largeList},
+      {"large entries", 72, "", 64, entry(kMebibyte), "", "0 ignored, 0 unsupported"},
+      {"one byte more", 72, "", 63, entry(kMebibyte), entry(kMebibyte + 1), largeList},
+      {"long lines", 4, "", 255, std::string(kMebibyte, '#') + "\n", "", "255 ignored, 0 unsupported"},
+      {"longer line", 5, "\n", 1, std::string(kMebibyte + 1, '#'), "", kLongLine},
+      {"line without an end", 4, "", 32, std::string(kMebibyte, '\0'), "", kLongLine},
+      {"UTF-16, long line", 8, mark, kMebibyte / 2, "#\0"s, "", "1 ignored, 0 unsupported"},
+      {"UTF-16, longer line", 8, mark, kMebibyte / 2 + 1, "#\0"s, "", kLongLine},
+      {"UTF-16, line without an end", 8, mark, 32, std::string(kMebibyte, '\0'), "", kLongLine},
   };
-  for (const auto& [what, most, make, outcome] : lists) {
-    const fs::path list = make();
+  const TemporaryFolder folder;
+  for (const auto& [what, most, first, count, line, last, outcome] : lists) {
+    const fs::path list = folder.file("list", first);
+    std::ofstream stream(list, std::ios::app);
+    for (std::size_t i = 0; i < count; ++i) stream << line;
+    stream << last << std::flush;
     std::string found;
     std::optional<ChecksumManifestService::ParseResult> result;
     expectPeak(what, most, [&] { found = attempted([&] { result = ChecksumManifestService::load(list, {}); }); });
-    if (result) found = std::to_string(result->ignoredLineCount + result->unsupportedLineCount) + " other lines";
-    EXPECT_THAT(found, StartsWith(outcome)) << what;
+    EXPECT_EQ(result ? described(*result).back() : found, outcome) << what;
   }
 }
 
