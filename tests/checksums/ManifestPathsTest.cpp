@@ -6,7 +6,8 @@ namespace {
 
 using ManifestPaths = RootTest;
 
-/// Every path is resolved, and what is there is hashed, with the calls of a new system and of an old one.
+/// Every path is resolved, and what is there is hashed, with the calls of a new system and of an old one. What dots and
+/// links in the middle of a path do is in the random trees.
 TEST_F(ManifestPaths, LeadInsideOrAreRefused) {
   std::map<std::string, std::string> nameOf;  // Of the file with this digest.
   for (const char* const name : {"b.txt", "dir/b.txt", "dir/x", R"(dir\x)", R"(C:\data)", R"(\lead)"}) {
@@ -15,14 +16,9 @@ TEST_F(ManifestPaths, LeadInsideOrAreRefused) {
   folder.file("outside.txt", "outside");
   fs::create_directories(folder.path() / "elsewhere");
   ASSERT_EQ(mkfifo((root / "pipe").c_str(), 0600), 0);
-  link("dir/b.txt", "file link");
-  link("dir", "folder link");
-  link(root / "dir", "absolute link");
   link("../outside.txt", "link out");
   link("/dev/zero", "link to device");
   link("pipe", "link to pipe");
-  link("..", "link up");
-  link(".", "link to root");
   link("../elsewhere/back", "out and back");
   fs::create_symlink(root / "dir", folder.path() / "elsewhere/back");
   link("nothing", "dangling");
@@ -49,11 +45,7 @@ TEST_F(ManifestPaths, LeadInsideOrAreRefused) {
       {"/etc/passwd", kAbsolute},
       {root / "b.txt", kAbsolute},
       {"b.txt", "b.txt"},
-      {"./dir//./../b.txt", "b.txt"},
-      {"missing/../b.txt", "b.txt"},
-      {"../root/b.txt", "b.txt"},
       {"dir", "dir", kNotRegular},
-      {"b.txt/../dir", "dir", kNotRegular},
       {"pipe", "pipe", kNotRegular},
       {"missing/deep", "missing/deep", kMissing},
       {"b.txt/below", "b.txt/below", kNotAFolder},
@@ -62,9 +54,7 @@ TEST_F(ManifestPaths, LeadInsideOrAreRefused) {
       {tooLong, tooLong, kTooLong},
       {"..", kOutside},
       {".", kOutside},
-      {"dir/..", kOutside},
       {"../outside.txt", kOutside},
-      {"dir/../../outside.txt", kOutside},
       {"../rootless/b.txt", kOutside},
       // Backslashes are slashes only where nothing has them.
       {R"(dir\b.txt)", "dir/b.txt"},
@@ -81,22 +71,13 @@ TEST_F(ManifestPaths, LeadInsideOrAreRefused) {
       {"C:", "C:", kMissing},
       {"1:/x", "1:/x", kMissing},
       // Links lead only inside.
-      {"file link", "dir/b.txt"},
-      {"folder link/b.txt", "dir/b.txt"},
-      {"absolute link/b.txt", "dir/b.txt"},
       {"out and back/b.txt", "dir/b.txt"},
-      {"link up/root/dir/b.txt", "dir/b.txt"},
-      {"link up/../dir/b.txt", "dir/b.txt"},
-      {"link to root/dir/b.txt", "dir/b.txt"},
       {"link to pipe", "pipe", kNotRegular},
       {"dangling", "nothing", kMissing},
       {"link through nothing", "dir/b.txt", kMissing},
       {"link through a file", "dir/b.txt", kNotAFolder},
-      {"link to root", kOutside},
       {"link out", kOutside},
       {"link to device", kOutside},
-      {"link up/outside.txt", kOutside},
-      {"link up/root", kOutside},
       {"../elsewhere/back", kOutside},  // A link that is outside, wherever it leads.
       {"dangling outside", kOutside},
       {"dangling with a detour", kOutside},

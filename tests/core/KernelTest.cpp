@@ -89,13 +89,6 @@ class KernelTest : public testing::TestWithParam<Candidate> {
     pipeline.update(bytes);
     return digest(std::move(pipeline));
   }
-
-  [[nodiscard]] static std::string expectedFor(std::span<const std::byte> bytes) {
-    GetParam().pinReference();
-    std::string expected = digestOf(bytes);
-    GetParam().pin();
-    return expected;
-  }
 };
 
 /// Around the edges of blocks, of chunks, of as many of them as fit into registers, and of rows of chunks.
@@ -120,7 +113,9 @@ TEST_P(KernelTest, AnyWayOfCuttingTheInputAsPortable) {
   const auto upTo = [&](std::size_t most) { return std::uniform_int_distribution<std::size_t>(0, most)(engine); };
   for (int round = 0; round < 60; ++round) {
     const auto input = bytes.last(upTo(round < 20 ? 20'000 : 599'000), upTo(1000));
-    const std::string expected = expectedFor(input);
+    GetParam().pinReference();
+    const std::string expected = digestOf(input);
+    GetParam().pin();
     HashPipeline pipeline({GetParam().algorithm});
     std::ostringstream cuts;
     for (std::size_t at = 0; at < input.size();) {
@@ -156,7 +151,7 @@ INSTANTIATE_TEST_SUITE_P(All, KernelTest, testing::ValuesIn(allCandidates()), na
 TEST(BLAKE3Kernels, ChunkCounterPassesThirtyTwoBitsWithinOneGroup) {
   constexpr std::size_t most = 33;
   using ChainingValues = std::array<std::uint32_t, (most + 1) * blake3::kChainingWords>;  // And the unfinished one.
-  const std::string input = period251(most * blake3::kChunkSize);
+  const std::string input = randomBytes(most * blake3::kChunkSize, 1);
   const auto* const bytes = reinterpret_cast<const std::uint8_t*>(input.data());
   for (const std::uint64_t first : {0xFFFF'FFFEULL, 0xFFFF'FFF9ULL, 0xFFFF'FFF1ULL, 0x7FFF'FFFFULL}) {
     for (std::size_t count = 1; count <= most; ++count) {

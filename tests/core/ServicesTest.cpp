@@ -41,8 +41,6 @@ TEST_F(HashFile, ResultDescribesTheFile) {
   EXPECT_EQ(result.modifiedAt, (Timestamp{-5, 999'999'999}));
   EXPECT_EQ(result.hashes.find(HashAlgorithm::crc32), "cbf43926");
   EXPECT_EQ(result.hashes.size(), 1U);
-  EXPECT_GE(result.duration, 0);
-  EXPECT_LT(result.duration, 60);
 }
 
 TEST_F(HashFile, ProgressIsReportedOncePerChunkHoweverItIsRead) {
@@ -102,21 +100,18 @@ TEST(LanePlan, EveryAlgorithmIsInOneLaneAndTheTimeIsThatOfTheSlowest) {
     for (unsigned most = 1; most <= 10; ++most) {
       const LanePlan plan = planLanes(algorithms, usual, most);
       ASSERT_LE(plan.lanes.size(), most);
-      HashAlgorithmSet found;
-      std::size_t count = 0;
+      std::vector<HashAlgorithm> found;
       double slowest = 0;
       for (std::size_t i = 0; i < plan.lanes.size(); ++i) {
         double time = i == 0 ? kReadingCost : 0;
         for (const HashAlgorithm algorithm : plan.lanes[i]) {
-          found.insert(algorithm);
-          ++count;
+          found.push_back(algorithm);
           time += usual[algorithm];
         }
         EXPECT_TRUE(i == 0 || !plan.lanes[i].empty());
         slowest = std::max(slowest, time);
       }
-      EXPECT_EQ(found, algorithms);
-      EXPECT_EQ(count, algorithms.size());
+      EXPECT_THAT(found, testing::UnorderedElementsAreArray(algorithms.begin(), algorithms.end()));
       EXPECT_DOUBLE_EQ(plan.time, slowest);
     }
   }
@@ -222,7 +217,7 @@ TEST_F(CompareFiles, WhatNeedsNoReadingIsNotRead) {
 
 TEST_F(CompareFiles, FirstDifferenceIsFoundWhereverItIs) {
   constexpr std::size_t chunk = HashService::chunkSize;
-  const std::string content = period251(chunk + 200'001);
+  const std::string content = randomBytes(chunk + 200'001, 1);
   const fs::path a = folder.file("a", content);
   const fs::path b = folder.file("b", content);
   EXPECT_EQ(outcomeOfComparison(a, b), "identical");

@@ -110,7 +110,7 @@ TEST(RefusedThread, OneLaneDoesTheWorkOfAll) {
 TEST(Allocation, ContextIsWipedBeforeItIsFreed) {
   tf_blake3* const context = tf_blake3_create();
   ASSERT_NE(context, nullptr);
-  const std::string secret = period251(5000);
+  const std::string secret = randomBytes(5000, 1);
   tf_blake3_update(context, secret.data(), secret.size());
   const std::span bytes(reinterpret_cast<const unsigned char*>(context), lastSizeThatMayFail);
   ASSERT_TRUE(std::ranges::any_of(bytes, [](unsigned char byte) { return byte != 0; }));
@@ -136,6 +136,7 @@ TEST(Duration, BeginsWhenAllThatReadingNeedsIsThere) {
   pretendCores(9);
   const double duration = HashService::hashFile(file, Uuid(), HashAlgorithmSet::all(), {}, end).duration;
   pretendCores(0);
+  EXPECT_GT(duration, 0);
   EXPECT_LE(duration, sinceThen.count());
 }
 

@@ -49,13 +49,6 @@ inline std::string contentOf(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-/// Input of the published BLAKE3 vectors: bytes 0, 1, ... 250, 0, 1, ...
-inline std::string period251(std::size_t size) {
-  std::string bytes(size, '\0');
-  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i % 251);
-  return bytes;
-}
-
 /// `size` bytes that look random and depend on nothing but `seed`.
 inline std::string randomBytes(std::size_t size, unsigned seed) {
   std::mt19937_64 engine(seed);
