@@ -22,11 +22,6 @@ Item {
 
     signal clicked
 
-    function press() {
-        if (control.enabled)
-            root.clicked();
-    }
-
     function takeFocus() {
         control.forceActiveFocus(Qt.TabFocusReason);
     }
@@ -48,7 +43,10 @@ Item {
         text: root.text
         Accessible.name: root.accessibleName
         Accessible.description: root.refusal !== "" ? root.refusal : root.description
-        Accessible.onPressAction: root.press()
+        Accessible.onPressAction: {
+            if (enabled)
+                root.clicked();
+        }
         Keys.onReturnPressed: root.clicked()
         Keys.onEnterPressed: root.clicked()
         onClicked: root.clicked()

@@ -6,12 +6,6 @@ import TallyFold
 TFScreen {
     id: root
 
-    function clear() {
-        editor.show("");
-        viewModel.text.textInput = "";
-        editor.editor.forceActiveFocus();
-    }
-
     mode: AppMode.Text
     title: qsTr("Text Hashing")
     subtitle: qsTr("Calculate the checksums of a piece of text as it is typed.")
@@ -33,6 +27,8 @@ TFScreen {
         TFTextArea {
             id: editor
 
+            readonly property string textInput: root.viewModel.text.textInput
+
             objectName: "textEditor"
             anchors.fill: parent
             anchors.margins: TallyTheme.lineWidth
@@ -40,6 +36,7 @@ TFScreen {
             viewModel: root.viewModel
             name: qsTr("Text to hash")
             hint: qsTr("Type or paste text here.")
+            onTextInputChanged: show(textInput)
             onEdited: root.viewModel.text.textInput = content
         }
     }
@@ -73,7 +70,10 @@ TFScreen {
             text: qsTr("Clear")
             isBorderless: true
             refusal: editor.text !== "" ? "" : qsTr("There is no text.")
-            onClicked: root.clear()
+            onClicked: {
+                root.viewModel.text.textInput = "";
+                editor.editor.forceActiveFocus();
+            }
         }
     }
 
