@@ -29,11 +29,11 @@ TFButton {
     refusal: isRunning ? "" : startRefusal
     onClicked: startOrCancel()
 
-    // In mid-run as well: the button with the focus would take the key for Return, and cancel.
     Shortcut {
         enabled: button.visible
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
         autoRepeat: false
+        // Taken even in mid-run: a button with the focus would be pressed by it.
         onActivated: {
             if (!button.isRunning)
                 button.started();
