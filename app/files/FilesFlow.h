@@ -67,7 +67,7 @@ class FilesFlow : public Flow {
   Q_INVOKABLE void addFiles(const QList<QUrl>& urls);
   /// `addFiles`, and a run when the queue grew.
   Q_INVOKABLE void addDroppedFiles(const QList<QUrl>& urls);
-  /// The same a moment later, without stopping the event loop for however many there are.
+  /// `addDroppedFiles`, a moment later and without stopping the event loop for however many there are.
   Q_INVOKABLE void receiveDroppedFiles(const QList<QUrl>& urls) { receiveFiles(urls, true); }
   Q_INVOKABLE void chooseFiles();
   Q_INVOKABLE void startProcessing();

@@ -36,7 +36,7 @@ inline constexpr std::size_t mostShownCharacters = 1'024;
 QString shownText(std::string_view bytes);
 QString displayText(const std::filesystem::path& path);
 
-/// The same as it is copied: whole.
+/// A name or a path, of any size, as it is copied: what `shownText` makes of it, but whole.
 QByteArray copiedText(std::string_view bytes);
 
 }  // namespace tallyfold
