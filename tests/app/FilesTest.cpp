@@ -1,4 +1,7 @@
+// The Files mode: its queue, its runs and its reports.
+
 #include <set>
+#include <sys/resource.h>
 
 #include "app/files/PreparedFiles.h"
 #include "tests/app/ModelTest.h"
@@ -205,32 +208,6 @@ TEST_F(Files, NewsOfAWholeRunAreOneChangeWhenTheInterfaceWasBusy) {
   EXPECT_THAT(states(), Each("No such file or directory"));
 }
 
-TEST_F(Files, CancelledRunEndsWithoutAWorkerThatHangs) {
-  model_->setMode(AppMode::Text);
-  add({folder_.file("first", "abc"), folder_.file("hangs", "abc"), folder_.file("last", "abc")});
-  holdAt("read", 2);
-  model_->files()->startProcessing();
-  ASSERT_TRUE(gate_.waitForArrival());
-  ASSERT_TRUE(reached([this] { return states()[1] == "hashing 0%"; }));
-  model_->files()->cancelProcessing();
-  EXPECT_TRUE(model_->files()->isProcessing());
-  ASSERT_TRUE(runEnds());
-  EXPECT_THAT(states(), ElementsAre("complete", "queued", "queued"));
-  EXPECT_EQ(model_->files()->interruption(), QStringLiteral("The disk does not answer"));
-  EXPECT_EQ(model_->errorMessage(), QString());
-  EXPECT_EQ(model_->unseenOutcome(AppMode::Files), Outcome::NoOutcome);
-
-  add({folder_.file("more", "abc")});
-  run();
-  EXPECT_THAT(states(), Each("complete"));
-  EXPECT_EQ(model_->files()->interruption(), QString());
-  const auto calls = calls_.names.size();
-  goOn();
-  EXPECT_EQ(calls_.names.size(), calls) << "it went on to read";
-  EXPECT_EQ(model_->files()->results().size(), 4U);
-  EXPECT_EQ(model_->files()->overallProgress(), 1);
-}
-
 TEST_F(Files, DigestsAreCopiedOnlyWhereThereIsAResult) {
   add({folder_.file("abc", "abc"), folder_.path() / "vanished"});
   model_->files()->copyAllHashes(idAt(0));
@@ -245,6 +222,114 @@ TEST_F(Files, DigestsAreCopiedOnlyWhereThereIsAResult) {
   EXPECT_EQ(desktop_.pasteboard, std::nullopt);
   model_->files()->copyAllHashes(idAt(0));
   EXPECT_EQ(desktop_.pasteboard, "MD5: 900150983cd24fb0d6963f7d28e17f72\nCRC-32: 352441c2");
+}
+
+class Export : public ModelTest {
+ protected:
+  void SetUp() override {
+    model_->choosePreset(AppViewModel::AllAlgorithms);
+    add({folder_.file("b, \"c\"", "abc"), folder_.file("a", "")});
+    run();
+  }
+
+  void exportTo(const fs::path& destination) {
+    model_->files()->exportResults(FilesFlow::Csv);
+    ASSERT_TRUE(desktop_.savePanel);
+    EXPECT_FALSE(model_->files()->isExporting());
+    desktop_.confirmSavePanel(urlOf(destination));
+    ASSERT_TRUE(model_->files()->isExporting());
+  }
+  bool exportEnds() {
+    return reached([this] { return !model_->files()->isExporting(); });
+  }
+
+  [[nodiscard]] std::vector<std::string> reports() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(reports_)) names.push_back(entry.path().filename());
+    return names;
+  }
+
+  const fs::path reports_ = folder_.path() / "reports";
+  const bool hasReports_ = fs::create_directory(reports_);
+};
+
+TEST_F(Export, NothingIsSavedWithoutResultsOrADestination) {
+  for (const auto& [format, name] : {std::pair{FilesFlow::Text, "checksums.txt"},
+                                     {FilesFlow::Csv, "checksums.csv"},
+                                     {FilesFlow::Json, "checksums.json"}}) {
+    model_->files()->exportResults(format);
+    EXPECT_EQ(desktop_.proposedName, QLatin1String(name));
+  }
+  for (const char* url : {"", "https://example.org/report.json", "report.json"}) {
+    auto panel = desktop_.savePanel;
+    panel(QUrl(QString::fromLatin1(url)));
+    EXPECT_FALSE(model_->files()->isExporting()) << url;
+  }
+  holdAt("read", 1);
+  model_->files()->startProcessing();
+  desktop_.confirmSavePanel(urlOf(reports_ / "report"));
+  EXPECT_FALSE(model_->files()->isExporting()) << "a run has begun";
+  gate_.open();
+  ASSERT_TRUE(runEnds());
+  EXPECT_THAT(reports(), IsEmpty());
+
+  model_->files()->exportResults(FilesFlow::Json);
+  model_->files()->chooseFiles();
+  model_.reset();
+  desktop_.confirmOpenPanel({urlOf("/late")});
+  desktop_.confirmSavePanel(urlOf(reports_ / "report"));
+  ASSERT_TRUE(BackgroundTask::waitForAll(patience));
+  EXPECT_THAT(reports(), IsEmpty());
+}
+
+TEST_F(Export, QueueStandsStillMeanwhile) {
+  int niceness = -1;
+  calls_.before = [&](std::string_view call, std::size_t) {
+    niceness = getpriority(PRIO_PROCESS, 0);
+    if (call == "open") gate_.pass();
+    return 0;
+  };
+  exportTo(reports_ / "report.csv");
+  ASSERT_TRUE(gate_.waitForArrival());
+  const auto before = paths();
+  tryEverything();
+  model_->files()->clearFiles();
+  EXPECT_EQ(paths(), before);
+  EXPECT_THAT(states(), ElementsAre("complete", "complete"));
+  EXPECT_EQ(model_->files()->results().size(), 2U);
+  EXPECT_FALSE(model_->files()->isProcessing());
+
+  gate_.open();
+  ASSERT_TRUE(exportEnds());
+  EXPECT_GE(niceness, 10);
+  EXPECT_THAT(reports(), ElementsAre("report.csv"));
+  model_->files()->removeJob(idAt(0));
+  EXPECT_THAT(paths(), ElementsAre(before[1]));
+  model_->files()->clearFiles();
+  desktop_.savePanel = nullptr;
+  model_->files()->exportResults(FilesFlow::Json);
+  EXPECT_FALSE(desktop_.savePanel) << "There is nothing to export";
+}
+
+TEST_F(Export, ShutdownLeavesTheOldReportAndShowsNothing) {
+  const fs::path report = folder_.file("reports/report.csv", "old");
+  for (const int error : {0, EIO}) {
+    SCOPED_TRACE(error);
+    gate_.close();
+    calls_.before = [&](std::string_view call, std::size_t) {
+      if (call != "open") return 0;
+      gate_.pass();
+      return error;
+    };
+    exportTo(report);
+    ASSERT_TRUE(gate_.waitForArrival());
+    model_->shutdown();
+    gate_.open();
+    ASSERT_TRUE(exportEnds());
+    EXPECT_EQ(contentOf(report), "old");
+    EXPECT_THAT(reports(), ElementsAre("report.csv"));
+    EXPECT_EQ(model_->errorMessage(), QString());
+  }
 }
 
 }  // namespace

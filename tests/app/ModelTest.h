@@ -155,16 +155,15 @@ class ModelTest : public testing::Test {
 
   /// "queued", "hashing 40%", "complete", or why it failed, for every row.
   [[nodiscard]] std::vector<std::string> states() {
-    struct Name {
-      std::string operator()(const FileJob::Queued&) { return "queued"; }
-      std::string operator()(const FileJob::Hashing& state) {
-        return "hashing " + std::to_string(static_cast<int>(state.progress * 100)) + "%";
-      }
-      std::string operator()(const FileJob::Complete&) { return "complete"; }
-      std::string operator()(const FileJob::Failed& state) { return state.message; }
-    };
     std::vector<std::string> list;
-    for (const FileJob& job : model_->files()->jobs()->jobs()) list.push_back(std::visit(Name(), job.state));
+    for (const FileJob& job : model_->files()->jobs()->jobs()) {
+      const auto* hashing = std::get_if<FileJob::Hashing>(&job.state);
+      const auto* failed = std::get_if<FileJob::Failed>(&job.state);
+      list.push_back(hashing != nullptr  ? "hashing " + std::to_string(static_cast<int>(hashing->progress * 100)) + "%"
+                     : failed != nullptr ? failed->message
+                     : std::holds_alternative<FileJob::Complete>(job.state) ? "complete"
+                                                                            : "queued");
+    }
     return list;
   }
 

@@ -229,24 +229,15 @@ TEST_F(DropTest, WhatASlowDiskAnswersReplacesNoLaterChoice) {
   EXPECT_EQ(model.files()->jobs()->count(), 0);
 }
 
-TEST(DroppedItemTest, BecomesTheLocationThatItStandsFor) {
-  const QUrl file(QStringLiteral("file:///some/file"));
-  const std::vector<std::pair<QVariant, QUrl>> cases = {
-      {QVariant(), QUrl()},
-      {file, file},
-      {QString("file:///some/file"), file},
-      {QByteArray("file:///50%25%20of%20it"), QUrl::fromLocalFile("/50% of it")},
-      {QString("file:///ü"), QUrl::fromLocalFile("/ü")},
-      {QString("file://[no such host/file"), QUrl()},
-      {QByteArray("file:///50%"), QUrl()},
-      {42, QUrl()},
-  };
-  for (const auto& [item, url] : cases) {
-    const QUrl location = droppedFileURL(item);
-    // What did not parse remembers why, and so is not equal to an empty URL.
-    EXPECT_TRUE(url.isEmpty() ? !location.isValid() : location == url) << item.toString().toStdString();
+TEST(DroppedItemTest, IsALocationOfOneOfThreeTypes) {
+  const QUrl file(QStringLiteral("file:///a%FF%0Ab"));
+  for (const QVariant& item : {QVariant(file), QVariant(file.toEncoded()), QVariant(QString("file:///a%FF%0Ab"))}) {
+    EXPECT_EQ(droppedFileURL(item), file);
   }
-  EXPECT_EQ(fileLocation(droppedFileURL(QByteArray("file:///a%FF%0Ab"))), "/a\xFF\nb");
+  for (const QVariant& none : {QVariant(), QVariant(42), QVariant(QByteArray("file:///50%")),
+                               QVariant(QString("file://[no such host/file"))}) {
+    EXPECT_FALSE(droppedFileURL(none).isValid());
+  }
 }
 
 }  // namespace

@@ -81,15 +81,15 @@ TEST_F(FilesKeyboardTest, TabWalksThroughEveryControlInReadingOrderAndShowsWhere
 
 TEST_F(FilesKeyboardTest, AChoiceInThePanelIsNotTakenBeforeItIsConfirmed) {
   driver.press({"Control_L", "o"});
-  const auto isOpen = [] { return Driver::panel("openPanel") != nullptr; };
-  waitFor("the panel", isOpen);
+  waitFor("the panel", [] { return Driver::panel("openPanel") != nullptr; });
+  QFileDialog& panel = *Driver::panel("openPanel");
   const auto kindOf = [&](const char* name, const char* content) {
-    return Driver::panel("openPanel")->iconProvider()->type(QFileInfo(folder.file(name, content)));
+    return panel.iconProvider()->type(QFileInfo(folder.file(name, content)));
   };
   EXPECT_EQ(kindOf("text", "abc"), kindOf("picture", "GIF89a")) << "The panel reads files";
-  driver.focus(*Driver::panel("openPanel")->windowHandle());
+  driver.focus(*panel.windowHandle());
   driver.press({"Escape"});
-  waitFor("the panel to close", [&] { return !isOpen(); });
+  waitFor("no panel", [] { return Driver::panel("openPanel") == nullptr; });
   driver.focus(window);
   EXPECT_EQ(model.files()->jobs()->count(), 0);
 }

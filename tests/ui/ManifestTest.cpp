@@ -128,18 +128,6 @@ TEST_F(ManifestTest, RowsAreFilteredAndCopied) {
   waitFor("no rows", [&] { return shows("manifestEmpty", "No entry is in this state."); });
 }
 
-TEST_F(ManifestTest, ListThatCannotBeReadIsToldByTheAlertAndStaysTold) {
-  model.manifest()->setManifestFile({fileUrl(folder.file("list.md5", md5OfAbc + "  abc\n"))});
-  waitForVerdict("1 entry, not verified yet");
-  model.manifest()->setManifestFile({fileUrl(folder.path() / "gone.md5")});
-  waitFor("the alert", [&] { return shows("alertMessage", "No such file or directory"); });
-  driver.press({"Return"});
-  waitFor("no alert", [&] { return model.errorMessage().isEmpty(); });
-  waitForVerdict("The checksum list was not read");
-  EXPECT_TRUE(shows("manifestVerdictDetails", "No such file or directory"));
-  EXPECT_EQ(model.manifest()->manifestJobs()->total(), 0);
-}
-
 }  // namespace
 
 }  // namespace tallyfold::test

@@ -1,7 +1,5 @@
 // The Text, Verify and Compare modes with real keys, a real pointer and the real clipboard.
 
-#include <map>
-
 #include <QClipboard>
 #include <QGuiApplication>
 
@@ -46,69 +44,68 @@ TEST_F(OtherModes, DigestOfATextIsCopiedAndGoesWithItsAlgorithm) {
 }
 
 TEST_F(OtherModes, TextTooLongForAnEditorIsTakenWholeAndItsBeginningShown) {
-  const QString large = QString(1'000'000, u'x') + QStringLiteral("\U0001F600");
-  QGuiApplication::clipboard()->setText(large);
-  QGuiApplication::clipboard()->setText(large, QClipboard::Selection);
+  const QString smile = QStringLiteral("\U0001F600");
+  const QString large = QString(1'000'000, u'x') + smile;
+  const auto pasteByKey = [&] { driver.press({"Control_L", "v"}); };
+  const auto pasteByShift = [&] { driver.press({"Shift_L", "Insert"}); };
+  const auto pasteByButton = [&] { driver.click("pasteChecksum"); };
   const struct {
     AppMode::Case mode;
-    const char* editor;
+    QString editor;
     std::function<QString()> content;
-    const char* clear;
+    QString clear;
   } editors[] = {
       {AppMode::Text, "textEditor", [this] { return model.text()->textInput(); }, "clearText"},
       {AppMode::Verify, "checksumField", [this] { return model.verify()->expectedHash(); }, "clearChecksum"}};
-  for (const auto& [mode, editor, content, clear] : editors) {
-    const auto has = [&, content = content](const QString& text) { return content() == text; };
-    const auto middle = [&, editor = editor] {
+  for (const auto& [mode, editor, content, clearButton] : editors) {
+    const auto waitForText = [&, content = content](const std::function<bool(const QString&)>& isRight) {
+      waitFor("the text", [&] { return isRight(content()); });
+    };
+    const auto clear = [&, button = clearButton] {
+      driver.click(button);
+      waitForText([](const QString& text) { return text.isEmpty(); });
+    };
+    const auto offer = [](const QString& text) {
+      for (const auto to : {QClipboard::Clipboard, QClipboard::Selection})
+        QGuiApplication::clipboard()->setText(text, to);
+    };
+    const auto paste = [&](const QString& text, const std::function<void()>& way) {
+      TurnWatcher turns;
+      way();
+      waitForText([&](const QString& now) { return now.endsWith(text); });
+      EXPECT_LT(turns.takeLongest(), longestGoodTurn);
+    };
+    const auto pasteByMouse = [&, editor = editor] {
       driver.clickAt(driver.item(editor)->mapToGlobal(QPointF(40, 15)).toPoint(), 2);
     };
     enter(mode);
-    const std::vector<std::function<void()>> ways = {
-        [&] {
-          driver.press({"Control_L", "v"});
-        },
-        [&] {
-          driver.press({"Shift_L", "Insert"});
-        },
-        middle, [&, mode = mode] { mode == AppMode::Verify ? driver.click("pasteChecksum") : middle(); }};
-    for (const auto& paste : ways) {
+    offer(large);
+    std::vector<std::function<void()>> ways = {pasteByKey, pasteByShift, pasteByMouse};
+    if (mode == AppMode::Verify) ways.emplace_back(pasteByButton);
+    for (const auto& way : ways) {
+      if (!content().isEmpty()) clear();
       driver.click(editor);
       driver.type("a");
-      waitFor("what was typed", [&] { return has(QStringLiteral("a")); });
-      TurnWatcher turns;
-      paste();
-      waitFor("all of it", [&, content = content] { return content().size() >= large.size(); });
-      EXPECT_TRUE(content().endsWith(large));
+      waitForText([](const QString& text) { return text == u"a"; });
+      paste(large, way);
       waitFor("words about it", [&] {
         return itemWithText("Only the beginning of this text is shown.") != nullptr ||
                textOfItem("byteCount").endsWith("Only the beginning of this text is shown.");
       });
-      EXPECT_LT(turns.takeLongest(), longestGoodTurn);
       EXPECT_EQ(textOfItem(editor).size(), 10'000);
-      driver.click(clear);
-      waitFor("no text", [&] { return has({}); });
     }
-    // Writing in two directions takes longest to lay out.
-    QGuiApplication::clipboard()->setText(QStringLiteral("a\u05D0").repeated(4'995));
-    driver.click(editor);
-    TurnWatcher turns;
-    driver.press({"Control_L", "v"});
-    waitFor("the text", [&, content = content] { return content().size() == 9'990; });
-    EXPECT_LT(turns.takeLongest(), longestGoodTurn);
-    driver.click(clear);
-    waitFor("no text", [&] { return has({}); });
-    // As much as is shown may be typed on.
-    QGuiApplication::clipboard()->setText(QString(9'998, u'x') + QStringLiteral("\U0001F600"));
-    driver.click(editor);
-    driver.press({"Control_L", "v"});
-    waitFor("the text", [&, content = content] { return content().size() == 10'000; });
+    // Writing in two directions takes longest to lay out. As much as is shown may be typed on.
+    for (const QString& text : {QStringLiteral("a\u05D0").repeated(4'995), QString(9'998, u'x') + smile}) {
+      clear();
+      offer(text);
+      driver.click(editor);
+      paste(text, pasteByKey);
+    }
     driver.press({"Control_L", "Home"});
     driver.type("a");
-    waitFor("the key", [&, content = content] { return content().size() == 10'001; });
+    waitForText([](const QString& text) { return text.size() == 10'001; });
     EXPECT_TRUE(textOfItem(editor) == u'a' + QString(9'998, u'x')) << "No half of a character is shown";
-    driver.click(clear);
-    waitFor("no text", [&] { return has({}); });
-    QGuiApplication::clipboard()->setText(large);
+    clear();
   }
 }
 
@@ -142,37 +139,19 @@ TEST_F(OtherModes, ClipboardThatDoesNotAnswerIsAskedOnceForEachPaste) {
 TEST_F(OtherModes, WorkGoesOnInAnotherModeAndEscapeEndsIt) {
   const auto endless = endlessFile();
   const auto equal = folder.file("equal", "");
-  std::filesystem::resize_file(equal, std::filesystem::file_size(endless));
-  const std::map<AppMode::Case, std::function<void()>> starts = {
-      {AppMode::Files,
-       [&] {
-         add({endless});
-         model.files()->startProcessing();
-       }},
-      {AppMode::Verify,
-       [&] {
-         model.verify()->setVerifyFile({fileUrl(endless)});
-         model.verify()->setExpectedHash("00000000");
-         model.verify()->verify();
-       }},
-      {AppMode::Manifest,
-       [&] {
-         model.manifest()->setManifestRoot({fileUrl(folder.path())});
-         model.manifest()->setManifestFile({fileUrl(folder.file("list", "00000000000000000000000000000000  equal\n"))});
-         waitFor("the list", [&] { return model.manifest()->manifestRefusal().isEmpty(); });
-         model.manifest()->verifyManifest();
-       }},
-      {AppMode::Compare,
-       [&] {
-         model.compare()->setCompareFiles({fileUrl(endless), fileUrl(equal)}, false);
-         model.compare()->compare();
-       }},
-  };
-  for (const auto& [mode, start] : starts) {
+  fs::resize_file(equal, fs::file_size(endless));
+  add({endless});
+  model.verify()->setVerifyFile({fileUrl(endless)});
+  model.verify()->setExpectedHash("00000000");
+  model.manifest()->setManifestRoot({fileUrl(folder.path())});
+  model.manifest()->setManifestFile({fileUrl(folder.file("list", "00000000000000000000000000000000  equal\n"))});
+  model.compare()->setCompareFiles({fileUrl(endless), fileUrl(equal)}, false);
+  waitFor("the list", [&] { return model.manifest()->manifestRefusal().isEmpty(); });
+  for (const AppMode::Case mode : {AppMode::Files, AppMode::Verify, AppMode::Manifest, AppMode::Compare}) {
     const QString name = AppMode::rawValue(mode);
-    const auto isBusy = [&, index = mode] { return model.busyModes().at(index).toBool(); };
+    const auto isBusy = [&] { return model.busyModes().at(mode).toBool(); };
     enter(mode);
-    start();
+    driver.press({"Control_L", "Return"});
     waitFor("work", isBusy);
     enter(AppMode::Text);
     EXPECT_EQ(driver.item("mode" + name)->property("announcement").toString(), name + ", working");
