@@ -51,9 +51,9 @@ void CompareFlow::swapCompareFiles() {
   emit compareURLsChanged();
 }
 
-QVariantMap CompareFlow::compareFirstFile() const { return fileCard(firstURL_, firstSize_.text()); }
+FileCard CompareFlow::compareFirstFile() const { return fileCard(firstURL_, firstSize_.text()); }
 
-QVariantMap CompareFlow::compareSecondFile() const { return fileCard(secondURL_, secondSize_.text()); }
+FileCard CompareFlow::compareSecondFile() const { return fileCard(secondURL_, secondSize_.text()); }
 
 QString CompareFlow::compareRefusal() const {
   return firstURL_ && secondURL_ ? QString() : tr("Choose two files first.");
@@ -76,31 +76,28 @@ void CompareFlow::compare() {
       });
 }
 
-QVariantMap CompareFlow::compareResultForScreen() const {
+CompareVerdict CompareFlow::compareResultForScreen() const {
   if (!compareResult()) return {};
-  const auto words = [&](const auto& outcome) -> QVariantMap {
-    using Case = std::decay_t<decltype(outcome)>;
+  const auto words = [](const auto& result) -> CompareVerdict {
+    using Case = std::decay_t<decltype(result)>;
     if constexpr (std::is_same_v<Case, FileComparison::Identical>) {
-      return {{QStringLiteral("icon"), QStringLiteral("checkmark.circle.fill")},
-              {QStringLiteral("outcome"), Outcome::AllWell},
-              {QStringLiteral("title"), tr("Files are identical")},
-              {QStringLiteral("details"), QStringList{}}};
+      return {.kind = CompareVerdict::Identical, .tone = Tone::Good, .title = tr("Files are identical")};
+    } else if constexpr (std::is_same_v<Case, FileComparison::DifferentSize>) {
+      const qint64 difference =
+          result.sizeOfA > result.sizeOfB ? result.sizeOfA - result.sizeOfB : result.sizeOfB - result.sizeOfA;
+      return {
+          .kind = CompareVerdict::DifferentSize,
+          .tone = Tone::Bad,
+          .title = tr("Files are different"),
+          .details = {
+              tr("Different sizes — A: %1, B: %2").arg(exactByteCount(result.sizeOfA), exactByteCount(result.sizeOfB)),
+              tr("The difference is %1.").arg(exactByteCount(difference))}};
     } else {
-      QStringList details;
-      if constexpr (std::is_same_v<Case, FileComparison::DifferentSize>) {
-        const qint64 difference =
-            outcome.sizeOfA > outcome.sizeOfB ? outcome.sizeOfA - outcome.sizeOfB : outcome.sizeOfB - outcome.sizeOfA;
-        details = {
-            tr("Different sizes — A: %1, B: %2").arg(exactByteCount(outcome.sizeOfA), exactByteCount(outcome.sizeOfB)),
-            tr("The difference is %1.").arg(exactByteCount(difference))};
-      } else {
-        details = {tr("First difference at byte %1").arg(outcome.offset),
-                   tr("Hexadecimal: 0x%1").arg(outcome.offset, 0, 16)};
-      }
-      return {{QStringLiteral("icon"), QStringLiteral("xmark.circle.fill")},
-              {QStringLiteral("outcome"), Outcome::SomeFailed},
-              {QStringLiteral("title"), tr("Files are different")},
-              {QStringLiteral("details"), details}};
+      return {.kind = CompareVerdict::ContentMismatch,
+              .tone = Tone::Bad,
+              .title = tr("Files are different"),
+              .details = {tr("First difference at byte %1").arg(result.offset),
+                          tr("Hexadecimal: 0x%1").arg(result.offset, 0, 16)}};
     }
   };
   return std::visit(words, *compareResult());

@@ -6,8 +6,8 @@
 #include <QList>
 #include <QString>
 #include <QUrl>
-#include <QVariantMap>
 
+#include "app/compare/CompareVerdict.h"
 #include "app/shared/Calculation.h"
 #include "app/shared/FileCard.h"
 #include "app/shared/Flow.h"
@@ -16,11 +16,11 @@
 namespace tallyfold {
 
 /// Compare mode: two files, byte for byte.
-class CompareFlow : public Flow {
+class CompareFlow : public tallyfold::Flow {
   Q_OBJECT
-  Q_PROPERTY(QVariantMap compareFirstFile READ compareFirstFile NOTIFY compareURLsChanged)
-  Q_PROPERTY(QVariantMap compareSecondFile READ compareSecondFile NOTIFY compareURLsChanged)
-  Q_PROPERTY(QVariantMap compareResult READ compareResultForScreen NOTIFY compareResultChanged)
+  Q_PROPERTY(tallyfold::FileCard compareFirstFile READ compareFirstFile NOTIFY compareURLsChanged)
+  Q_PROPERTY(tallyfold::FileCard compareSecondFile READ compareSecondFile NOTIFY compareURLsChanged)
+  Q_PROPERTY(tallyfold::CompareVerdict compareResult READ compareResultForScreen NOTIFY compareResultChanged)
   Q_PROPERTY(double compareProgress READ compareProgress NOTIFY compareProgressChanged)
   Q_PROPERTY(bool isComparing READ isComparing NOTIFY isComparingChanged)
   Q_PROPERTY(QString compareRefusal READ compareRefusal NOTIFY compareURLsChanged)
@@ -34,10 +34,10 @@ class CompareFlow : public Flow {
 
   [[nodiscard]] const std::optional<std::filesystem::path>& compareFirstURL() const { return firstURL_; }
   [[nodiscard]] const std::optional<std::filesystem::path>& compareSecondURL() const { return secondURL_; }
-  [[nodiscard]] QVariantMap compareFirstFile() const;
-  [[nodiscard]] QVariantMap compareSecondFile() const;
+  [[nodiscard]] FileCard compareFirstFile() const;
+  [[nodiscard]] FileCard compareSecondFile() const;
   [[nodiscard]] const std::optional<FileComparisonResult>& compareResult() const { return calculation_.result(); }
-  [[nodiscard]] QVariantMap compareResultForScreen() const;
+  [[nodiscard]] CompareVerdict compareResultForScreen() const;
   [[nodiscard]] double compareProgress() const { return calculation_.progress(); }
   [[nodiscard]] bool isComparing() const { return calculation_.isRunning(); }
   [[nodiscard]] QString compareRefusal() const;

@@ -19,7 +19,7 @@
 namespace tallyfold {
 
 /// Files mode: the queue of files, the run that hashes them, and the report of what came of it.
-class FilesFlow : public Flow {
+class FilesFlow : public tallyfold::Flow {
   Q_OBJECT
   Q_PROPERTY(tallyfold::FileJobListModel* jobs READ jobs CONSTANT)
   Q_PROPERTY(QString runFigure READ runFigure NOTIFY runFigureChanged)

@@ -50,20 +50,21 @@ ManifestFlow::ManifestFlow(FlowContext& context) : Flow(context) {
   connect(&jobs_, &ManifestJobListModel::countsChanged, this, &ManifestFlow::manifestStatusChanged);
 }
 
-QVariantMap ManifestFlow::manifestFile() const { return fileCard(url_, size_.text()); }
+FileCard ManifestFlow::manifestFile() const { return fileCard(url_, size_.text()); }
 
-QVariantMap ManifestFlow::manifestRoot() const { return fileCard(rootURL_); }
+FileCard ManifestFlow::manifestRoot() const { return fileCard(rootURL_); }
 
 std::optional<std::filesystem::path> ManifestFlow::proposedManifestRoot() const {
   if (!url_ || url_->parent_path() == rootURL_) return std::nullopt;
   return url_->parent_path();
 }
 
-QVariantMap ManifestFlow::proposedManifestRootForScreen() const {
+ProposedFolder ManifestFlow::proposedManifestRootForScreen() const {
   const auto proposal = proposedManifestRoot();
   if (!proposal) return {};
-  return {{QStringLiteral("name"), displayText(proposal->has_filename() ? proposal->filename() : *proposal)},
-          {QStringLiteral("path"), displayText(*proposal)}};
+  return {.isPresent = true,
+          .name = displayText(proposal->has_filename() ? proposal->filename() : *proposal),
+          .path = displayText(*proposal)};
 }
 
 QString ManifestFlow::manifestLines() const {
@@ -203,7 +204,7 @@ void ManifestFlow::verifyManifest() {
         if (failure) flow.context().setErrorMessage(failure);
         flow.setStage(failure ? ManifestTally::Run::stoppedByError : ManifestTally::Run::ended);
         flow.setVerifying(false);
-        const bool isGood = flow.manifestVerdict().tone == ManifestVerdict::Tone::good;
+        const bool isGood = flow.manifestVerdict().tone == Tone::Good;
         emit flow.ended(isGood ? Outcome::AllWell : Outcome::SomeFailed);
       });
 }
@@ -300,18 +301,6 @@ ManifestVerdict ManifestFlow::manifestVerdict() const {
                                      .waiting = counts[ManifestJobListModel::Waiting],
                                      .ignoredLines = ignoredLineCount_,
                                      .unsupportedLines = unsupportedLineCount_});
-}
-
-QVariantMap ManifestFlow::manifestVerdictForScreen() const {
-  const ManifestVerdict verdict = manifestVerdict();
-  const Outcome::Case outcome = verdict.tone == ManifestVerdict::Tone::good  ? Outcome::AllWell
-                                : verdict.tone == ManifestVerdict::Tone::bad ? Outcome::SomeFailed
-                                                                             : Outcome::NoOutcome;
-  return {{QStringLiteral("icon"), verdict.icon},
-          {QStringLiteral("outcome"), outcome},
-          {QStringLiteral("isPending"), verdict.tone == ManifestVerdict::Tone::pending},
-          {QStringLiteral("title"), verdict.title},
-          {QStringLiteral("details"), verdict.details}};
 }
 
 double ManifestFlow::manifestProgress() const {

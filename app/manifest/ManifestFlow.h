@@ -10,7 +10,6 @@
 #include <QString>
 #include <QStringList>
 #include <QUrl>
-#include <QVariantMap>
 #include <QtGlobal>
 
 #include "app/manifest/ManifestJobListModel.h"
@@ -22,11 +21,12 @@
 namespace tallyfold {
 
 /// Manifest mode: the files below a folder against a checksum list.
-class ManifestFlow : public Flow {
+class ManifestFlow : public tallyfold::Flow {
   Q_OBJECT
-  Q_PROPERTY(QVariantMap manifestFile READ manifestFile NOTIFY manifestURLsChanged)
-  Q_PROPERTY(QVariantMap manifestRoot READ manifestRoot NOTIFY manifestURLsChanged)
-  Q_PROPERTY(QVariantMap proposedManifestRoot READ proposedManifestRootForScreen NOTIFY manifestURLsChanged)
+  Q_PROPERTY(tallyfold::FileCard manifestFile READ manifestFile NOTIFY manifestURLsChanged)
+  Q_PROPERTY(tallyfold::FileCard manifestRoot READ manifestRoot NOTIFY manifestURLsChanged)
+  Q_PROPERTY(
+      tallyfold::ProposedFolder proposedManifestRoot READ proposedManifestRootForScreen NOTIFY manifestURLsChanged)
   Q_PROPERTY(tallyfold::ManifestJobListModel* manifestJobs READ manifestJobs CONSTANT)
   Q_PROPERTY(QStringList manifestWarnings READ manifestWarnings NOTIFY manifestLinesChanged)
   Q_PROPERTY(qint64 manifestUnsupportedLineCount READ manifestUnsupportedLineCount NOTIFY manifestLinesChanged)
@@ -36,7 +36,7 @@ class ManifestFlow : public Flow {
   Q_PROPERTY(QString manifestProgressFigure READ manifestProgressFigure NOTIFY manifestProgressChanged)
   Q_PROPERTY(bool isLoadingManifest READ isLoadingManifest NOTIFY isLoadingManifestChanged)
   Q_PROPERTY(bool isManifestVerifying READ isManifestVerifying NOTIFY isManifestVerifyingChanged)
-  Q_PROPERTY(QVariantMap manifestVerdict READ manifestVerdictForScreen NOTIFY manifestStatusChanged)
+  Q_PROPERTY(tallyfold::ManifestVerdict manifestVerdict READ manifestVerdict NOTIFY manifestStatusChanged)
   Q_PROPERTY(QString manifestRefusal READ manifestRefusal NOTIFY manifestStatusChanged)
   Q_PROPERTY(QString manifestFileRefusal READ manifestFileRefusal NOTIFY isBusyChanged)
   Q_PROPERTY(QString manifestRootRefusal READ manifestRootRefusal NOTIFY isBusyChanged)
@@ -50,9 +50,9 @@ class ManifestFlow : public Flow {
 
   [[nodiscard]] const std::optional<std::filesystem::path>& manifestURL() const { return url_; }
   [[nodiscard]] const std::optional<std::filesystem::path>& manifestRootURL() const { return rootURL_; }
-  [[nodiscard]] QVariantMap manifestFile() const;
-  [[nodiscard]] QVariantMap manifestRoot() const;
-  [[nodiscard]] QVariantMap proposedManifestRootForScreen() const;
+  [[nodiscard]] FileCard manifestFile() const;
+  [[nodiscard]] FileCard manifestRoot() const;
+  [[nodiscard]] ProposedFolder proposedManifestRootForScreen() const;
   [[nodiscard]] ManifestJobListModel* manifestJobs() { return &jobs_; }
   [[nodiscard]] QStringList manifestWarnings() const { return warnings_; }
   [[nodiscard]] qint64 manifestIgnoredLineCount() const { return ignoredLineCount_; }
@@ -71,7 +71,6 @@ class ManifestFlow : public Flow {
   [[nodiscard]] int manifestMismatchCount() const { return jobs_.total(ManifestJobListModel::Mismatch); }
   [[nodiscard]] int manifestErrorCount() const { return jobs_.total(ManifestJobListModel::Failed); }
   [[nodiscard]] ManifestVerdict manifestVerdict() const;
-  [[nodiscard]] QVariantMap manifestVerdictForScreen() const;
   [[nodiscard]] QString manifestRefusal() const;
   [[nodiscard]] QString manifestFileRefusal() const;
   [[nodiscard]] QString manifestRootRefusal() const;

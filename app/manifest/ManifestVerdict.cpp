@@ -38,25 +38,23 @@ QString shortcomings(const ManifestTally& tally) {
 
 ManifestVerdict beforeTheRun(const ManifestTally& tally, qint64 entries, QStringList details) {
   if (entries == 0) {
-    return {ManifestVerdict::Tone::caution, QStringLiteral("exclamationmark.triangle.fill"), tr("Nothing to verify"),
+    return {ManifestVerdict::NothingToVerify, Tone::Caution, tr("Nothing to verify"),
             tally.unsupportedLines == 0 ? tr("The list has no entries.") : details.join(u' ')};
   }
   details.prepend(tally.hasRoot ? tr("Ready to be checked against the files in the root folder.")
                                 : tr("Choose the root folder, from which the list's paths start."));
-  return {ManifestVerdict::Tone::pending, QStringLiteral("checklist"),
+  return {ManifestVerdict::NotVerifiedYet, Tone::Pending,
           counted(entries, "1 entry, not verified yet", "%1 entries, not verified yet"), details.join(u' ')};
 }
 
 }  // namespace
 
 ManifestVerdict manifestVerdict(const ManifestTally& tally) {
-  using Tone = ManifestVerdict::Tone;
   using Run = ManifestTally::Run;
   const qint64 entries = tally.matched + tally.mismatched + tally.failed + tally.waiting;
-  if (tally.run == Run::reading) return {Tone::pending, {}, tr("Reading checksum file…"), {}};
+  if (tally.run == Run::reading) return {ManifestVerdict::Reading, Tone::Pending, tr("Reading checksum file…"), {}};
   if (!tally.readError.isEmpty()) {
-    return {Tone::bad, QStringLiteral("exclamationmark.triangle.fill"), tr("The checksum list was not read"),
-            tally.readError};
+    return {ManifestVerdict::Unreadable, Tone::Bad, tr("The checksum list was not read"), tally.readError};
   }
   QStringList details;
   if (tally.unsupportedLines > 0) {
@@ -70,7 +68,7 @@ ManifestVerdict manifestVerdict(const ManifestTally& tally) {
     ManifestTally soFar = tally;
     soFar.waiting = 0;
     details.prepend(tr("%1 of %2 entries checked.").arg(figure(entries - tally.waiting), figure(entries)));
-    return {isWrong ? Tone::bad : Tone::pending, QStringLiteral("checklist"),
+    return {ManifestVerdict::Verifying, isWrong ? Tone::Bad : Tone::Pending,
             isWrong ? tr("So far %1").arg(shortcomings(soFar)) : tr("Verifying…"), details.join(u' ')};
   }
 
@@ -80,24 +78,21 @@ ManifestVerdict manifestVerdict(const ManifestTally& tally) {
                         : tr("%1 of %2 entries match.").arg(figure(tally.matched), figure(entries)));
     if (tally.run == Run::cancelled) details.prepend(tr("The verification was cancelled."));
     if (tally.run == Run::stoppedByError) details.prepend(tr("The verification was stopped by an error."));
-    return {
-        isWrong ? Tone::bad : Tone::caution,
-        tally.mismatched > 0 ? QStringLiteral("xmark.circle.fill") : QStringLiteral("exclamationmark.triangle.fill"),
-        shortcomings(tally), details.join(u' ')};
+    return {tally.mismatched > 0 ? ManifestVerdict::Mismatches : ManifestVerdict::NotAllChecked,
+            isWrong ? Tone::Bad : Tone::Caution, shortcomings(tally), details.join(u' ')};
   }
   if (tally.run != Run::ended) {
-    return {Tone::caution, QStringLiteral("exclamationmark.triangle.fill"),
-            tr("The verification did not come to its end"), details.join(u' ')};
+    return {ManifestVerdict::NotEnded, Tone::Caution, tr("The verification did not come to its end"),
+            details.join(u' ')};
   }
   if (tally.unsupportedLines > 0) {
-    return {Tone::caution, QStringLiteral("exclamationmark.triangle.fill"),
+    return {ManifestVerdict::NotAllUnderstood, Tone::Caution,
             tr("%1, but %2")
                 .arg(counted(entries, "1 entry matches", "%1 entries match"),
                      counted(tally.unsupportedLines, "1 line could not be checked", "%1 lines could not be checked")),
             tr("A line that is not understood may be meant for a file: see the warnings.")};
   }
-  return {Tone::good, QStringLiteral("checkmark.circle.fill"),
-          counted(entries, "The only entry matches", "All %1 entries match"),
+  return {ManifestVerdict::AllMatch, Tone::Good, counted(entries, "The only entry matches", "All %1 entries match"),
           tally.ignoredLines == 0
               ? tr("Every line of the list was checked.")
               : counted(tally.ignoredLines, "Every entry was checked. 1 line is blank or a comment.",

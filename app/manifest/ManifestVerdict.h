@@ -1,7 +1,10 @@
 #pragma once
 
+#include <QObject>
 #include <QString>
 #include <QtGlobal>
+
+#include "app/shared/Tone.h"
 
 namespace tallyfold {
 
@@ -22,15 +25,31 @@ struct ManifestTally {
 
 /// What is to be said of a checksum list in one sentence that cannot be misread, and what else there is to know.
 struct ManifestVerdict {
-  enum class Tone {
-    pending,  ///< Nothing is known to be wrong, and it is not over.
-    good,     ///< Every line that may be an entry was checked, and matches.
-    bad,      ///< Something does not match, or could not be checked.
-    caution,  ///< Nothing is known to be wrong, and not everything was checked.
-  };
+  Q_GADGET
+  Q_PROPERTY(tallyfold::ManifestVerdict::Kind kind MEMBER kind CONSTANT)
+  Q_PROPERTY(tallyfold::Tone::Case tone MEMBER tone CONSTANT)
+  Q_PROPERTY(QString title MEMBER title CONSTANT)
+  Q_PROPERTY(QString details MEMBER details CONSTANT)
 
-  Tone tone = Tone::pending;
-  QString icon;
+ public:
+  enum Kind {
+    Reading,
+    Unreadable,
+    NothingToVerify,
+    NotVerifiedYet,
+    Verifying,
+    Mismatches,  ///< At least one; there may be failures too.
+    NotAllChecked,
+    NotEnded,  ///< Every entry was checked, but the run did not end as it should.
+    NotAllUnderstood,
+    AllMatch,
+  };
+  Q_ENUM(Kind)
+
+  Kind kind = Reading;
+  /// Good: every line that may be an entry was checked, and matches. Bad: something does not match, or could not be
+  /// checked.
+  Tone::Case tone = Tone::Pending;
   QString title;
   QString details;
 };

@@ -84,11 +84,12 @@ void ShownFileSize::ask(const std::optional<std::filesystem::path>& path) {
   Questions::shared().ask({*path, answer, asker});
 }
 
-QVariantMap fileCard(const std::optional<std::filesystem::path>& path, const QString& size) {
+FileCard fileCard(const std::optional<std::filesystem::path>& path, const QString& size) {
   if (!path) return {};
-  return {{QStringLiteral("name"), displayText(path->filename())},
-          {QStringLiteral("folder"), displayText(path->parent_path())},
-          {QStringLiteral("size"), size}};
+  return {.isPresent = true,
+          .name = displayText(path->filename()),
+          .folder = displayText(path->parent_path()),
+          .size = size};
 }
 
 }  // namespace tallyfold

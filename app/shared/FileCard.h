@@ -6,8 +6,8 @@
 #include <optional>
 #include <utility>
 
+#include <QObject>
 #include <QString>
-#include <QVariantMap>
 
 #include "app/tasks/Mailbox.h"
 
@@ -39,7 +39,38 @@ class ShownFileSize {
   std::shared_ptr<QString> text_;  // Nobody else keeps it: an answer to nobody is dropped.
 };
 
-/// What a screen shows of a chosen file: { name, folder, size }, safe to show; empty when none is chosen.
-QVariantMap fileCard(const std::optional<std::filesystem::path>& path, const QString& size = {});
+/// What a screen shows of a chosen file or folder, safe to show.
+struct FileCard {
+  Q_GADGET
+  Q_PROPERTY(bool isPresent MEMBER isPresent CONSTANT)
+  Q_PROPERTY(QString name MEMBER name CONSTANT)
+  Q_PROPERTY(QString folder MEMBER folder CONSTANT)
+  Q_PROPERTY(QString size MEMBER size CONSTANT)
+
+ public:
+  bool isPresent = false;  ///< One is chosen.
+  QString name;
+  QString folder;
+  QString size;
+
+  bool operator==(const FileCard&) const = default;
+};
+
+/// A folder that may be wanted.
+struct ProposedFolder {
+  Q_GADGET
+  Q_PROPERTY(bool isPresent MEMBER isPresent CONSTANT)
+  Q_PROPERTY(QString name MEMBER name CONSTANT)
+  Q_PROPERTY(QString path MEMBER path CONSTANT)
+
+ public:
+  bool isPresent = false;  ///< There is a proposal.
+  QString name;
+  QString path;
+
+  bool operator==(const ProposedFolder&) const = default;
+};
+
+FileCard fileCard(const std::optional<std::filesystem::path>& path, const QString& size = {});
 
 }  // namespace tallyfold

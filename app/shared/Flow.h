@@ -9,7 +9,8 @@ namespace tallyfold {
 
 /// The work of one mode: its state, and what can be done with it. Operations that cannot run now are refused silently;
 /// the `...Refusal` properties say beforehand why one would be, as a sentence for a tooltip, and are empty when it
-/// would not. On the interface thread.
+/// would not. On the interface thread. Flows name it with its namespace, without which the linter of the screens does
+/// not find it.
 class Flow : public QObject {
   Q_OBJECT
   Q_PROPERTY(bool isBusy READ isBusy NOTIFY isBusyChanged)

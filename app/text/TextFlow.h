@@ -11,7 +11,7 @@
 namespace tallyfold {
 
 /// Text mode: the selected checksums of a text, as it is typed or pasted.
-class TextFlow : public Flow {
+class TextFlow : public tallyfold::Flow {
   Q_OBJECT
   Q_PROPERTY(QString textInput READ textInput WRITE setTextInput NOTIFY textInputChanged)
   Q_PROPERTY(QString textSize READ textSize NOTIFY textInputChanged)

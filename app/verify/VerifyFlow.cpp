@@ -69,7 +69,7 @@ void VerifyFlow::chooseVerifyFile() {
   });
 }
 
-QVariantMap VerifyFlow::verifyFile() const { return fileCard(url_, size_.text()); }
+FileCard VerifyFlow::verifyFile() const { return fileCard(url_, size_.text()); }
 
 void VerifyFlow::setExpectedHash(const QString& pasted) {
   if (pasted == expectedHash_) return;
@@ -128,42 +128,38 @@ void VerifyFlow::verify() {
       });
 }
 
-QVariantMap VerifyFlow::verifyResultForScreen() const {
+VerifyVerdict VerifyFlow::verifyResultForScreen() const {
   if (!verifyResult()) return {};
-  const auto verdict = [](const char* icon, Outcome::Case outcome, const QString& title, const QString& details) {
-    return QVariantMap{{QStringLiteral("icon"), QLatin1String(icon)},
-                       {QStringLiteral("outcome"), outcome},
-                       {QStringLiteral("title"), title},
-                       {QStringLiteral("details"), details}};
-  };
-  const auto line = [](const QString& label, const std::string& digest) {
-    return QVariantMap{{QStringLiteral("label"), label}, {QStringLiteral("digest"), utf8Text(digest)}};
-  };
-  const auto words = [&](const auto& outcome) {
-    using Case = std::decay_t<decltype(outcome)>;
+  const auto words = [&](const auto& result) -> VerifyVerdict {
+    using Case = std::decay_t<decltype(result)>;
     if constexpr (std::is_same_v<Case, Verification::Match>) {
-      QVariantMap map = verdict("checkmark.shield.fill", Outcome::AllWell, tr("Match"), QString());
-      map.insert(QStringLiteral("digests"),
-                 QVariantList{line(displayName(outcome.algorithm) + QStringLiteral(": "), outcome.digest)});
-      return map;
+      return {.kind = VerifyVerdict::Match,
+              .tone = Tone::Good,
+              .title = tr("Match"),
+              .digests = {{displayName(result.algorithm) + QStringLiteral(": "), utf8Text(result.digest)}}};
     } else if constexpr (std::is_same_v<Case, Verification::Mismatch>) {
-      QVariantMap map = verdict("xmark.shield.fill", Outcome::SomeFailed,
-                                tr("Checksum mismatch (%1)").arg(displayName(outcome.algorithm)), QString());
       const auto [expected, actual] =
-          std::mismatch(expected_.begin(), expected_.end(), outcome.actual.begin(), outcome.actual.end());
-      map.insert(QStringLiteral("digests"),
-                 QVariantList{line(tr("Expected: "), expected_), line(tr("Actual: "), outcome.actual)});
-      map.insert(QStringLiteral("difference"), static_cast<int>(actual - outcome.actual.begin()));
-      return map;
+          std::mismatch(expected_.begin(), expected_.end(), result.actual.begin(), result.actual.end());
+      return {.kind = VerifyVerdict::Mismatch,
+              .tone = Tone::Bad,
+              .title = tr("Checksum mismatch (%1)").arg(displayName(result.algorithm)),
+              .digests = {{tr("Expected: "), utf8Text(expected_)}, {tr("Actual: "), utf8Text(result.actual)}},
+              .difference = static_cast<int>(actual - result.actual.begin())};
     } else if constexpr (std::is_same_v<Case, Verification::Error>) {
-      return verdict("exclamationmark.triangle.fill", Outcome::SomeFailed, tr("Not verified"),
-                     utf8Text(outcome.message));
+      return {.kind = VerifyVerdict::Error,
+              .tone = Tone::Bad,
+              .title = tr("Not verified"),
+              .details = utf8Text(result.message)};
     } else if constexpr (std::is_same_v<Case, Verification::InvalidExpectedHash>) {
-      return verdict("questionmark.diamond.fill", Outcome::NoOutcome, tr("Not verified"),
-                     tr("Invalid or unsupported checksum format."));
+      return {.kind = VerifyVerdict::InvalidExpectedHash,
+              .tone = Tone::Caution,
+              .title = tr("Not verified"),
+              .details = tr("Invalid or unsupported checksum format.")};
     } else {
-      return verdict("exclamationmark.triangle.fill", Outcome::NoOutcome, tr("Not verified"),
-                     ambiguityOf(expectedHash_));
+      return {.kind = VerifyVerdict::AmbiguousExpectedHash,
+              .tone = Tone::Caution,
+              .title = tr("Not verified"),
+              .details = ambiguityOf(expectedHash_)};
     }
   };
   return std::visit(words, *verifyResult());

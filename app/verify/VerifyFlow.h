@@ -8,25 +8,25 @@
 #include <QString>
 #include <QStringList>
 #include <QUrl>
-#include <QVariantMap>
 
 #include "app/shared/Calculation.h"
 #include "app/shared/FileCard.h"
 #include "app/shared/Flow.h"
 #include "app/verify/VerificationResult.h"
+#include "app/verify/VerifyVerdict.h"
 
 namespace tallyfold {
 
 /// Verify mode: one file against one pasted checksum.
-class VerifyFlow : public Flow {
+class VerifyFlow : public tallyfold::Flow {
   Q_OBJECT
-  Q_PROPERTY(QVariantMap verifyFile READ verifyFile NOTIFY verifyURLChanged)
+  Q_PROPERTY(tallyfold::FileCard verifyFile READ verifyFile NOTIFY verifyURLChanged)
   Q_PROPERTY(QString expectedHash READ expectedHash WRITE setExpectedHash NOTIFY expectedHashChanged)
   Q_PROPERTY(QString expectedHashHint READ expectedHashHint CONSTANT)
   Q_PROPERTY(QStringList verifyAlgorithms READ verifyAlgorithms CONSTANT)
   Q_PROPERTY(QString verifyAlgorithm READ verifyAlgorithm WRITE setVerifyAlgorithm NOTIFY verifyAlgorithmChanged)
   Q_PROPERTY(QString recognisedAlgorithm READ recognisedAlgorithm NOTIFY recognisedAlgorithmChanged)
-  Q_PROPERTY(QVariantMap verifyResult READ verifyResultForScreen NOTIFY verifyResultChanged)
+  Q_PROPERTY(tallyfold::VerifyVerdict verifyResult READ verifyResultForScreen NOTIFY verifyResultChanged)
   Q_PROPERTY(double verifyProgress READ verifyProgress NOTIFY verifyProgressChanged)
   Q_PROPERTY(bool isVerifying READ isVerifying NOTIFY isVerifyingChanged)
   Q_PROPERTY(QString verifyRefusal READ verifyRefusal NOTIFY verifyURLChanged)
@@ -39,7 +39,7 @@ class VerifyFlow : public Flow {
   void shutdown() override { resetVerification(); }
 
   [[nodiscard]] const std::optional<std::filesystem::path>& verifyURL() const { return url_; }
-  [[nodiscard]] QVariantMap verifyFile() const;
+  [[nodiscard]] FileCard verifyFile() const;
   [[nodiscard]] QString expectedHash() const { return expectedHash_; }
   [[nodiscard]] static QString expectedHashHint();
   void setExpectedHash(const QString& pasted);
@@ -51,7 +51,7 @@ class VerifyFlow : public Flow {
   /// The algorithm that the pasted text would be checked with now; empty when there is none.
   [[nodiscard]] QString recognisedAlgorithm() const;
   [[nodiscard]] const std::optional<VerificationResult>& verifyResult() const { return calculation_.result(); }
-  [[nodiscard]] QVariantMap verifyResultForScreen() const;
+  [[nodiscard]] VerifyVerdict verifyResultForScreen() const;
   [[nodiscard]] double verifyProgress() const { return calculation_.progress(); }
   [[nodiscard]] bool isVerifying() const { return calculation_.isRunning(); }
   [[nodiscard]] QString verifyRefusal() const;

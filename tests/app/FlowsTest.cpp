@@ -46,9 +46,7 @@ class VerifyFlow : public ModelTest {
     ASSERT_TRUE(reached([this] { return !model_->verify()->isVerifying(); }));
   }
 
-  [[nodiscard]] QVariant shown(const char* key) {
-    return model_->verify()->verifyResultForScreen().value(QLatin1String(key));
-  }
+  [[nodiscard]] VerifyVerdict shown() { return model_->verify()->verifyResultForScreen(); }
 
   const fs::path file_ = folder_.file("abc.txt", "abc");
 };
@@ -82,8 +80,8 @@ TEST_F(VerifyFlow, WhatPeoplePasteIsUnderstoodAndToldInWords) {
     model_->verify()->setVerifyAlgorithm(QLatin1String(chosen));
     verify(pasted);
     EXPECT_EQ(model_->verify()->verifyResult(), result);
-    EXPECT_EQ(shown("title"), title);
-    EXPECT_EQ(shown("details"), details);
+    EXPECT_EQ(shown().title, title);
+    EXPECT_EQ(shown().details, details);
     EXPECT_EQ(calls_.names.empty(), *details != '\0') << "What is unclear is told without reading the file";
     if (calls_.names.empty()) continue;
     const bool isMatch = std::holds_alternative<Match>(result);
@@ -91,10 +89,8 @@ TEST_F(VerifyFlow, WhatPeoplePasteIsUnderstoodAndToldInWords) {
     EXPECT_EQ(model_->verify()->recognisedAlgorithm(), algorithm);
   }
   EXPECT_EQ(model_->verify()->verifyProgress(), 1);
-  EXPECT_EQ(shown("difference"), 63);
-  const QVariantMap actual = shown("digests").toList().at(1).toMap();
-  EXPECT_EQ(actual.value(QStringLiteral("label")), "Actual: ");
-  EXPECT_EQ(actual.value(QStringLiteral("digest")).toString().toStdString(), sha256OfAbc);
+  EXPECT_EQ(shown().difference, 63);
+  EXPECT_EQ(shown().digests.at(1), (DigestLine{"Actual: ", QString::fromStdString(sha256OfAbc)}));
 }
 
 TEST_F(VerifyFlow, VerdictGoesWithWhatItWasAbout) {
@@ -147,9 +143,8 @@ TEST_F(CompareFlow, ResultIsToldInWordsAndExactNumbers) {
     SCOPED_TRACE(test.second);
     compare(file, test.second);
     EXPECT_EQ(model_->compare()->compareResult(), test.result);
-    const QVariantMap shown = model_->compare()->compareResultForScreen();
-    EXPECT_EQ(shown.value(QStringLiteral("title")), test.title);
-    EXPECT_EQ(shown.value(QStringLiteral("details")).toStringList(), test.details);
+    EXPECT_EQ(model_->compare()->compareResultForScreen().title, test.title);
+    EXPECT_EQ(model_->compare()->compareResultForScreen().details, test.details);
     EXPECT_EQ(model_->unseenOutcome(AppMode::Compare), test.details.isEmpty() ? Outcome::AllWell : Outcome::SomeFailed);
   }
   model_->compare()->swapCompareFiles();

@@ -240,37 +240,36 @@ TEST(ManifestJobListModelTest, EveryFilterFollowsEveryChange) {
 }
 
 using RunState = ManifestTally::Run;
-using Tone = ManifestVerdict::Tone;
 
 TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
   const struct {
     ManifestTally tally;
-    Tone tone;
+    Tone::Case tone;
     const char* words;
   } cases[] = {
-      {{.run = RunState::reading}, Tone::pending, "Reading checksum file… | "},
+      {{.run = RunState::reading}, Tone::Pending, "Reading checksum file… | "},
       {{.hasRoot = true, .unsupportedLines = 3},
-       Tone::caution,
+       Tone::Caution,
        "Nothing to verify | 3 lines are not understood and were not checked."},
       {{.waiting = 1204},
-       Tone::pending,
+       Tone::Pending,
        "1,204 entries, not verified yet | Choose the root folder, from which the list's paths start."},
       {{.run = RunState::running, .matched = 200, .mismatched = 1, .failed = 1, .waiting = 2},
-       Tone::bad,
+       Tone::Bad,
        "So far 1 entry does not match, 1 could not be checked | 202 of 204 entries checked."},
       {{.run = RunState::ended, .matched = 2, .ignoredLines = 1},
-       Tone::good,
+       Tone::Good,
        "All 2 entries match | Every entry was checked. 1 line is blank or a comment."},
       {{.run = RunState::ended, .matched = 1204, .unsupportedLines = 1},
-       Tone::caution,
+       Tone::Caution,
        "1,204 entries match, but 1 line could not be checked | A line that is not understood may be meant for a file: "
        "see the warnings."},
-      {{.run = RunState::ended, .mismatched = 2}, Tone::bad, "2 entries do not match | 0 of 2 entries match."},
+      {{.run = RunState::ended, .mismatched = 2}, Tone::Bad, "2 entries do not match | 0 of 2 entries match."},
       {{.run = RunState::ended, .failed = 7},
-       Tone::bad,
+       Tone::Bad,
        "7 entries could not be checked | Is this the right root folder?"},
       {{.run = RunState::cancelled, .matched = 4, .mismatched = 1, .waiting = 9},
-       Tone::bad,
+       Tone::Bad,
        "1 entry does not match, 9 were not checked | The verification was cancelled. 4 of 14 entries match."},
   };
   for (const auto& [tally, tone, words] : cases) {
@@ -295,8 +294,8 @@ TEST(ManifestVerdictTest, GreenMeansThatEverythingWasCheckedAndMatches) {
                                                        .ignoredLines = bit(5),
                                                        .unsupportedLines = bit(6)});
       const bool isAllWell = run == RunState::ended && (bits & ~(1 << 5)) == (1 << 1);
-      EXPECT_EQ(verdict.tone == Tone::good, isAllWell) << bits;
-      EXPECT_EQ(verdict.icon.startsWith("checkmark"), isAllWell) << bits;
+      EXPECT_EQ(verdict.tone == Tone::Good, isAllWell) << bits;
+      EXPECT_EQ(verdict.kind == ManifestVerdict::AllMatch, isAllWell) << bits;
       EXPECT_FALSE(verdict.title.isEmpty());
     }
   }

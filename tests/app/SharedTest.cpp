@@ -131,10 +131,10 @@ TEST_F(FileSizes, AreAskedOnceAndNotAwaited) {
   model_->files()->addFiles({urlOf("/dead/file")});
   const auto sizes = [&] {
     std::vector<std::string> list;
-    for (const QVariantMap& card :
+    for (const FileCard& card :
          {model_->verify()->verifyFile(), model_->compare()->compareFirstFile(), model_->compare()->compareSecondFile(),
           model_->manifest()->manifestFile(), model_->manifest()->manifestRoot()}) {
-      list.push_back(card.value(QStringLiteral("size")).toString().toStdString());
+      list.push_back(card.size.toStdString());
     }
     return list;
   };

@@ -209,7 +209,7 @@ TEST_F(DropTest, WhatASlowDiskAnswersReplacesNoLaterChoice) {
   } disk;
   const auto dropped = folder.file("dropped", "");
   const auto chosen = folder.file("chosen", "abc");
-  const auto size = [&] { return model.verify()->verifyFile().value(QStringLiteral("size")).toString(); };
+  const auto size = [&] { return model.verify()->verifyFile().size; };
   EXPECT_EQ(drop(uriList, line(dropped)), "copy");
   waitFor("the disk to be asked", [&] { return disk.asked == 1; });
   model.files()->clearFiles();

@@ -6,8 +6,7 @@ TFGlassCard {
     id: root
 
     property string title
-    // { name, folder, size }, empty while there is no file.
-    property var file: ({})
+    property fileCard file
     property string refusal
     property string icon: "doc"
     property string emptyName: qsTr("No file selected")
@@ -15,10 +14,8 @@ TFGlassCard {
     property string tip
     // What else there is to say about it, on a line of its own.
     property string facts
-    // Another one that may be wanted, { name, path }; empty when there is none.
-    property var proposal: ({})
-    readonly property bool hasProposal: root.proposal.name !== undefined
-    readonly property bool isEmpty: root.file.name === undefined
+    property proposedFolder proposal
+    readonly property bool isEmpty: !file.isPresent
 
     signal chooseRequested
     signal proposalAccepted
@@ -70,14 +67,14 @@ TFGlassCard {
 
         TFPathText {
             width: parent.width
-            visible: !root.isEmpty || root.hasProposal
-            path: root.isEmpty ? root.proposal.path ?? "" : root.file.folder
-            facts: root.file.size ?? ""
+            visible: !root.isEmpty || root.proposal.isPresent
+            path: root.isEmpty ? root.proposal.path : root.file.folder
+            facts: root.file.size
         }
 
         TFText {
             width: parent.width
-            visible: root.isEmpty && !root.hasProposal
+            visible: root.isEmpty && !root.proposal.isPresent
             text: root.hint
             color: TallyTheme.tertiary
             wrapMode: Text.Wrap
@@ -119,11 +116,11 @@ TFGlassCard {
         TFButton {
             objectName: root.objectName + "Proposal"
             anchors.right: parent.right
-            visible: root.hasProposal
+            visible: root.proposal.isPresent
             // Isolated, so that a name cannot reorder the words around it.
             text: qsTr("Use “%1”").arg("\u2068" + proposalName.elidedText + "\u2069")
-            accessibleName: qsTr("Use %1").arg(root.proposal.path ?? "")
-            tip: root.proposal.path ?? ""
+            accessibleName: qsTr("Use %1").arg(root.proposal.path)
+            tip: root.proposal.path
             isProminent: root.isEmpty
             refusal: root.refusal
             onClicked: root.proposalAccepted()
@@ -133,7 +130,7 @@ TFGlassCard {
     TextMetrics {
         id: proposalName
 
-        text: root.proposal.name ?? ""
+        text: root.proposal.name
         elide: Text.ElideMiddle
         // The fixed words beside it come first.
         elideWidth: Math.min(TallyTheme.proposalWidth, root.width * TallyTheme.proposalShare)

@@ -7,19 +7,18 @@ Rectangle {
 
     property string icon
     property string title
-    // An Outcome: well, failed, or neither.
-    property int outcome: 0
-    // There is no outcome yet, and nothing to worry about.
-    property bool isPending: false
+    // A Tone. While it is pending there is nothing to worry about.
+    property int tone: Tone.Pending
     // It is being worked on.
     property bool isBusy: false
     default property alias details: column.data
-    readonly property color tone: isPending ? TallyTheme.primary : outcome === Outcome.AllWell ? TallyTheme.good : outcome === Outcome.SomeFailed ? TallyTheme.bad : TallyTheme.caution
+    readonly property bool isPending: tone === Tone.Pending
+    readonly property color toneColor: TallyTheme.toneColor(tone)
 
     implicitHeight: Math.max(TallyTheme.verdictHeight, column.implicitHeight + 2 * TallyTheme.space4)
     radius: TallyTheme.cardRadius
-    color: isPending ? TallyTheme.surface : TallyTheme.tint(tone)
-    border.color: isPending ? TallyTheme.hairline : TallyTheme.edge(tone)
+    color: isPending ? TallyTheme.surface : TallyTheme.tint(toneColor)
+    border.color: isPending ? TallyTheme.hairline : TallyTheme.edge(toneColor)
     Accessible.role: Accessible.AlertMessage
     Accessible.name: root.title
 
@@ -31,7 +30,7 @@ Rectangle {
         name: root.icon
         size: TallyTheme.verdictIconSize
         visible: !root.isBusy
-        color: root.isPending ? TallyTheme.tertiary : root.tone
+        color: root.toneColor
     }
 
     TFSpinner {
@@ -58,7 +57,7 @@ Rectangle {
             width: parent.width
             objectName: root.objectName + "Title"
             text: root.title
-            color: root.tone
+            color: root.isPending ? TallyTheme.primary : root.toneColor
             wrapMode: Text.Wrap
             font.pixelSize: TallyTheme.titleSize
             font.weight: Font.DemiBold

@@ -2,7 +2,7 @@ pragma Singleton
 import QtQuick
 import TallyFold
 
-// Every colour, distance, radius and size of the interface.
+// Every colour, distance, radius and size of the interface, and the icons of results.
 QtObject {
     readonly property color backgroundTop: "#171C2B"
     readonly property color backgroundBottom: "#0B0E16"
@@ -151,6 +151,20 @@ QtObject {
     readonly property bool isMotionWanted: DesktopSettings.isMotionWanted
     readonly property int tipDelay: 500
 
+    function toneColor(tone: int): color {
+        switch (tone) {
+        case Tone.Good:
+            return good;
+        case Tone.Bad:
+            return bad;
+        case Tone.Caution:
+            return caution;
+        case Tone.Working:
+            return accent;
+        }
+        return tertiary;
+    }
+
     // A state's colour as the fill and as the border of what is in that state.
     function tint(color: color): color {
         return Qt.rgba(color.r, color.g, color.b, 0.12);
@@ -158,5 +172,87 @@ QtObject {
 
     function edge(color: color): color {
         return Qt.rgba(color.r, color.g, color.b, 0.3);
+    }
+
+    // The icon of everything that can come of work, by its case.
+    function iconOfVerification(kind: int): string {
+        switch (kind) {
+        case VerifyVerdict.Match:
+            return "checkmark.shield.fill";
+        case VerifyVerdict.Mismatch:
+            return "xmark.shield.fill";
+        case VerifyVerdict.InvalidExpectedHash:
+            return "questionmark.diamond.fill";
+        case VerifyVerdict.Error:
+        case VerifyVerdict.AmbiguousExpectedHash:
+            return "exclamationmark.triangle.fill";
+        }
+        return "";
+    }
+
+    function iconOfComparison(kind: int): string {
+        switch (kind) {
+        case CompareVerdict.Identical:
+            return "checkmark.circle.fill";
+        case CompareVerdict.DifferentSize:
+        case CompareVerdict.ContentMismatch:
+            return "xmark.circle.fill";
+        }
+        return "";
+    }
+
+    function iconOfList(kind: int): string {
+        switch (kind) {
+        case ManifestVerdict.NotVerifiedYet:
+        case ManifestVerdict.Verifying:
+            return "checklist";
+        case ManifestVerdict.AllMatch:
+            return "checkmark.circle.fill";
+        case ManifestVerdict.Mismatches:
+            return "xmark.circle.fill";
+        case ManifestVerdict.Unreadable:
+        case ManifestVerdict.NothingToVerify:
+        case ManifestVerdict.NotAllChecked:
+        case ManifestVerdict.NotEnded:
+        case ManifestVerdict.NotAllUnderstood:
+            return "exclamationmark.triangle.fill";
+        }
+        return "";
+    }
+
+    function iconOfEntry(state: int): string {
+        switch (state) {
+        case ManifestJobListModel.Queued:
+            return "circle";
+        case ManifestJobListModel.Match:
+            return "checkmark.circle.fill";
+        case ManifestJobListModel.Mismatch:
+            return "xmark.circle.fill";
+        case ManifestJobListModel.Failed:
+            return "exclamationmark.triangle.fill";
+        }
+        return "";
+    }
+
+    function iconOfFile(state: int): string {
+        switch (state) {
+        case FileJobListModel.Queued:
+            return "clock";
+        case FileJobListModel.Complete:
+            return "checkmark.circle.fill";
+        case FileJobListModel.Failed:
+            return "exclamationmark.triangle.fill";
+        }
+        return "";
+    }
+
+    function iconOfOutcome(outcome: int): string {
+        switch (outcome) {
+        case Outcome.AllWell:
+            return "checkmark.circle.fill";
+        case Outcome.SomeFailed:
+            return "exclamationmark.triangle.fill";
+        }
+        return "";
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtQml/qqml.h>
 #include <QtQml/qqmlregistration.h>
 
 #include "app/compare/CompareFlow.h"
@@ -13,5 +14,17 @@ struct CompareFlowType {
   QML_NAMED_ELEMENT(CompareFlow)
   QML_UNCREATABLE("The model owns its flows.")
 };
+
+struct CompareVerdictType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::CompareVerdict)
+  QML_VALUE_TYPE(compareVerdict)
+};
+
+namespace CompareVerdictNames {
+Q_NAMESPACE
+QML_FOREIGN_NAMESPACE(tallyfold::CompareVerdict)
+QML_NAMED_ELEMENT(CompareVerdict)
+}  // namespace CompareVerdictNames
 
 }  // namespace tallyfold

@@ -5,8 +5,7 @@ import TallyFold
 TFScreen {
     id: root
 
-    readonly property var result: viewModel.compare.compareResult
-    readonly property bool hasResult: result.title !== undefined
+    readonly property compareVerdict verdict: viewModel.compare.compareResult
     readonly property string inputRefusal: viewModel.compare.compareInputRefusal
 
     mode: AppMode.Compare
@@ -103,10 +102,10 @@ TFScreen {
 
     TFVerdict {
         objectName: "comparison"
-        visible: root.hasResult
-        icon: root.result.icon ?? ""
-        title: root.result.title ?? ""
-        outcome: root.result.outcome ?? 0
+        visible: root.verdict.isPresent
+        icon: TallyTheme.iconOfComparison(root.verdict.kind)
+        title: root.verdict.title
+        tone: root.verdict.tone
 
         anchors {
             left: parent.left
@@ -117,7 +116,7 @@ TFScreen {
         }
 
         Repeater {
-            model: root.result.details ?? []
+            model: root.verdict.details
 
             TFStaticText {
                 required property string modelData
@@ -135,7 +134,7 @@ TFScreen {
     DropZone {
         id: firstZone
 
-        readonly property var file: root.viewModel.compare.compareFirstFile
+        readonly property fileCard file: root.viewModel.compare.compareFirstFile
 
         width: parent.width / 2
         height: parent.height
@@ -149,7 +148,7 @@ TFScreen {
     DropZone {
         id: secondZone
 
-        readonly property var file: root.viewModel.compare.compareSecondFile
+        readonly property fileCard file: root.viewModel.compare.compareSecondFile
 
         x: parent.width / 2
         width: parent.width / 2

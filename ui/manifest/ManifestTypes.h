@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtQml/qqml.h>
 #include <QtQml/qqmlregistration.h>
 
 #include "app/manifest/ManifestFlow.h"
@@ -20,5 +21,17 @@ struct ManifestJobListModelType {
   QML_NAMED_ELEMENT(ManifestJobListModel)
   QML_UNCREATABLE("The model owns its list.")
 };
+
+struct ManifestVerdictType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::ManifestVerdict)
+  QML_VALUE_TYPE(manifestVerdict)
+};
+
+namespace ManifestVerdictNames {
+Q_NAMESPACE
+QML_FOREIGN_NAMESPACE(tallyfold::ManifestVerdict)
+QML_NAMED_ELEMENT(ManifestVerdict)
+}  // namespace ManifestVerdictNames
 
 }  // namespace tallyfold

@@ -7,9 +7,9 @@ TFScreen {
     id: root
 
     readonly property ManifestJobListModel jobs: viewModel.manifest.manifestJobs
-    readonly property var verdict: viewModel.manifest.manifestVerdict
-    readonly property var listFile: viewModel.manifest.manifestFile
-    readonly property bool hasList: listFile.name !== undefined
+    readonly property manifestVerdict verdict: viewModel.manifest.manifestVerdict
+    readonly property fileCard listFile: viewModel.manifest.manifestFile
+    readonly property bool hasList: listFile.isPresent
     readonly property int gap: isShort ? TallyTheme.space2 : TallyTheme.space3
 
     function copyShown() {
@@ -85,10 +85,9 @@ TFScreen {
         objectName: "manifestVerdict"
         height: Math.max(implicitHeight, TallyTheme.listVerdictHeight)
         visible: root.hasList
-        icon: root.verdict.icon
+        icon: TallyTheme.iconOfList(root.verdict.kind)
         title: root.verdict.title
-        outcome: root.verdict.outcome
-        isPending: root.verdict.isPending
+        tone: root.verdict.tone
         isBusy: root.viewModel.manifest.isBusy
 
         anchors {
@@ -244,7 +243,7 @@ TFScreen {
     DropZone {
         id: dropZone
 
-        readonly property var rootFolder: root.viewModel.manifest.manifestRoot
+        readonly property fileCard rootFolder: root.viewModel.manifest.manifestRoot
 
         objectName: "manifestDropZone"
         anchors.fill: parent

@@ -6,8 +6,7 @@ import TallyFold
 TFScreen {
     id: root
 
-    readonly property var result: viewModel.verify.verifyResult
-    readonly property bool hasResult: result.title !== undefined
+    readonly property verifyVerdict verdict: viewModel.verify.verifyResult
     readonly property string recognised: viewModel.verify.recognisedAlgorithm
     readonly property string recognition: recognised === "" ? "" : qsTr("Will be checked as %1.").arg(recognised)
     readonly property string inputRefusal: viewModel.verify.verifyInputRefusal
@@ -164,7 +163,7 @@ TFScreen {
 
                         TFStaticText {
                             objectName: "recognisedAlgorithm"
-                            text: [root.recognition, field.abridgement].filter(sentence => sentence !== "").join(" ")
+                            text: root.recognition + (root.recognition !== "" && field.abridgement !== "" ? " " : "") + field.abridgement
                             color: TallyTheme.secondary
                             font.pixelSize: TallyTheme.captionSize
 
@@ -206,26 +205,26 @@ TFScreen {
             TFVerdict {
                 objectName: "verdict"
                 width: parent.width
-                visible: root.hasResult
-                icon: root.result.icon ?? ""
-                title: root.result.title ?? ""
-                outcome: root.result.outcome ?? 0
+                visible: root.verdict.isPresent
+                icon: TallyTheme.iconOfVerification(root.verdict.kind)
+                title: root.verdict.title
+                tone: root.verdict.tone
 
                 TFStaticText {
                     objectName: "verdictDetails"
                     width: parent.width
                     visible: text !== ""
-                    text: root.result.details ?? ""
+                    text: root.verdict.details
                     wrapMode: Text.WrapAtWordBoundaryOrAnywhere
                 }
 
                 Repeater {
-                    model: root.result.digests ?? []
+                    model: root.verdict.digests
 
                     Item {
                         id: line
 
-                        required property var modelData
+                        required property digestLine modelData
 
                         width: parent.width
                         height: digest.implicitHeight + TallyTheme.space1
@@ -246,7 +245,7 @@ TFScreen {
                             width: Math.min(fullWidth, line.width - x)
                             name: line.modelData.label
                             text: line.modelData.digest
-                            mark: root.result.difference ?? -1
+                            mark: root.verdict.difference
                         }
                     }
                 }
@@ -258,7 +257,7 @@ TFScreen {
     DropZone {
         id: dropZone
 
-        readonly property var file: root.viewModel.verify.verifyFile
+        readonly property fileCard file: root.viewModel.verify.verifyFile
 
         objectName: "verifyDropZone"
         anchors.fill: parent

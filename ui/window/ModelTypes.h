@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtQml/qqml.h>
 #include <QtQml/qqmlregistration.h>
 
 #include "app/AppMode.h"
@@ -15,6 +16,13 @@ struct AppViewModelType {
   QML_UNCREATABLE("The window is given its model.")
 };
 
+struct FlowType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::Flow)
+  QML_NAMED_ELEMENT(ModeFlow)
+  QML_UNCREATABLE("The model owns its flows.")
+};
+
 struct AppModeType {
   Q_GADGET
   QML_FOREIGN(tallyfold::AppMode)
@@ -26,6 +34,31 @@ struct OutcomeType {
   Q_GADGET
   QML_FOREIGN(tallyfold::Outcome)
   QML_NAMED_ELEMENT(Outcome)
+  QML_UNCREATABLE("A set of names.")
+};
+
+struct FileCardType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::FileCard)
+  QML_VALUE_TYPE(fileCard)
+};
+
+struct ProposedFolderType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::ProposedFolder)
+  QML_VALUE_TYPE(proposedFolder)
+};
+
+struct DigestLineType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::DigestLine)
+  QML_VALUE_TYPE(digestLine)
+};
+
+struct ToneType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::Tone)
+  QML_NAMED_ELEMENT(Tone)
   QML_UNCREATABLE("A set of names.")
 };
 
