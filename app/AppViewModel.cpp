@@ -5,20 +5,16 @@
 #include <iterator>
 #include <utility>
 
-#include <QVariantMap>
-
 #include "app/shared/AlgorithmNames.h"
 
 namespace tallyfold {
 
-QVariantList AppViewModel::modes() {
-  QVariantList list;
+QList<ModeRow> AppViewModel::modes() {
+  QList<ModeRow> rows;
   for (const AppMode::Case mode : AppMode::allCases()) {
-    list.append(QVariantMap{{QStringLiteral("mode"), mode},
-                            {QStringLiteral("label"), AppMode::rawValue(mode)},
-                            {QStringLiteral("icon"), AppMode::iconName(mode)}});
+    rows.append({.mode = mode, .label = AppMode::rawValue(mode), .icon = AppMode::iconName(mode), .flow = &flow(mode)});
   }
-  return list;
+  return rows;
 }
 
 AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : QObject(parent), context_(desktop) {
@@ -26,9 +22,9 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : QObject(parent),
   connect(&context_, &FlowContext::selectedAlgorithmsChanged, this, &AppViewModel::selectedAlgorithmsChanged);
   connect(&context_, &FlowContext::selectionRefusalChanged, this, &AppViewModel::selectionRefusalChanged);
   for (const AppMode::Case mode : AppMode::allCases()) {
-    const Flow& flow = flowOf(mode);
-    connect(&flow, &Flow::isBusyChanged, this, &AppViewModel::busyModesChanged);
-    connect(&flow, &Flow::ended, this, [this, mode](Outcome::Case outcome) { setUnseenOutcome(mode, outcome); });
+    connect(&flow(mode), &Flow::ended, this, [this, mode](Outcome::Case outcome) {
+      if (mode != mode_) flow(mode).setUnseenOutcome(outcome);
+    });
   }
 }
 
@@ -37,7 +33,7 @@ AppViewModel::~AppViewModel() {
   context_.mailbox()->close();
 }
 
-Flow& AppViewModel::flowOf(AppMode::Case mode) {
+Flow& AppViewModel::flow(AppMode::Case mode) {
   switch (mode) {
     case AppMode::Files:
       return files_;
@@ -55,7 +51,7 @@ Flow& AppViewModel::flowOf(AppMode::Case mode) {
 
 void AppViewModel::setMode(AppMode::Case mode) {
   if (std::exchange(mode_, mode) != mode) emit modeChanged();
-  setUnseenOutcome(mode, Outcome::NoOutcome);
+  flow(mode).setUnseenOutcome(Outcome::NoOutcome);
 }
 
 void AppViewModel::stepMode(int by) {
@@ -91,25 +87,8 @@ void AppViewModel::choosePreset(Preset preset) {
   }
 }
 
-QVariantList AppViewModel::unseenOutcomes() const {
-  QVariantList list;
-  for (const Outcome::Case outcome : unseenOutcomes_) list.append(outcome);
-  return list;
-}
-
-void AppViewModel::setUnseenOutcome(AppMode::Case mode, Outcome::Case outcome) {
-  const Outcome::Case unseen = mode == mode_ ? Outcome::NoOutcome : outcome;
-  if (std::exchange(unseenOutcomes_.at(mode), unseen) != unseen) emit unseenOutcomesChanged();
-}
-
-QVariantList AppViewModel::busyModes() {
-  QVariantList list;
-  for (const AppMode::Case mode : AppMode::allCases()) list.append(flowOf(mode).isBusy());
-  return list;
-}
-
 void AppViewModel::shutdown() {
-  for (const AppMode::Case mode : AppMode::allCases()) flowOf(mode).shutdown();
+  for (const AppMode::Case mode : AppMode::allCases()) flow(mode).shutdown();
   context_.abandonCopy();
 }
 

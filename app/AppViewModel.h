@@ -1,11 +1,9 @@
 #pragma once
 
-#include <array>
-
+#include <QList>
 #include <QObject>
 #include <QString>
 #include <QStringList>
-#include <QVariantList>
 
 #include "app/AppMode.h"
 #include "app/compare/CompareFlow.h"
@@ -18,14 +16,27 @@
 
 namespace tallyfold {
 
+/// A mode as the sidebar shows it.
+struct ModeRow {
+  Q_GADGET
+  Q_PROPERTY(tallyfold::AppMode::Case mode MEMBER mode CONSTANT)
+  Q_PROPERTY(QString label MEMBER label CONSTANT)
+  Q_PROPERTY(QString icon MEMBER icon CONSTANT)
+  Q_PROPERTY(tallyfold::Flow* flow MEMBER flow CONSTANT)
+
+ public:
+  AppMode::Case mode = AppMode::Files;
+  QString label;
+  QString icon;
+  Flow* flow = nullptr;  ///< The model's.
+};
+
 /// The one state object behind the window: the modes, what they share, and a flow for each. It lives on the interface
 /// thread: everything here is read, called and announced there.
 class AppViewModel : public QObject {
   Q_OBJECT
-  Q_PROPERTY(QVariantList modes READ modes CONSTANT)
+  Q_PROPERTY(QList<tallyfold::ModeRow> modes READ modes CONSTANT)
   Q_PROPERTY(tallyfold::AppMode::Case mode READ mode WRITE setMode NOTIFY modeChanged)
-  Q_PROPERTY(QVariantList unseenOutcomes READ unseenOutcomes NOTIFY unseenOutcomesChanged)
-  Q_PROPERTY(QVariantList busyModes READ busyModes NOTIFY busyModesChanged)
   Q_PROPERTY(QString errorMessage READ errorMessage WRITE setErrorMessage NOTIFY errorMessageChanged)
   Q_PROPERTY(QStringList algorithms READ algorithmNames CONSTANT)
   Q_PROPERTY(QStringList selectedAlgorithms READ selectedAlgorithmNames NOTIFY selectedAlgorithmsChanged)
@@ -50,17 +61,14 @@ class AppViewModel : public QObject {
   [[nodiscard]] ManifestFlow* manifest() { return &manifest_; }
   [[nodiscard]] CompareFlow* compare() { return &compare_; }
 
-  /// Every mode as { mode, label, icon }, in the order of the sidebar.
-  [[nodiscard]] static QVariantList modes();
+  /// In the order of the sidebar.
+  [[nodiscard]] QList<ModeRow> modes();
   [[nodiscard]] AppMode::Case mode() const { return mode_; }
   void setMode(AppMode::Case mode);
   /// So many modes further down the sidebar, or up; at its end it stays.
   Q_INVOKABLE void stepMode(int by);
-  /// For each mode: how its last work ended, while the user looked at another mode and has not come back since.
-  [[nodiscard]] QVariantList unseenOutcomes() const;
-  [[nodiscard]] Outcome::Case unseenOutcome(AppMode::Case mode) const { return unseenOutcomes_.at(mode); }
-  /// For each mode: whether its work is under way.
-  [[nodiscard]] QVariantList busyModes();
+  [[nodiscard]] Flow& flow(AppMode::Case mode);
+  [[nodiscard]] Outcome::Case unseenOutcome(AppMode::Case mode) { return flow(mode).unseenOutcome(); }
 
   /// Empty when there is none.
   [[nodiscard]] QString errorMessage() const { return context_.errorMessage(); }
@@ -87,18 +95,12 @@ class AppViewModel : public QObject {
 
  signals:
   void modeChanged();
-  void unseenOutcomesChanged();
-  void busyModesChanged();
   void errorMessageChanged();
   void selectedAlgorithmsChanged();
   void selectionRefusalChanged();
 
  private:
-  Flow& flowOf(AppMode::Case mode);
-  void setUnseenOutcome(AppMode::Case mode, Outcome::Case outcome);
-
   AppMode::Case mode_ = AppMode::Files;
-  std::array<Outcome::Case, AppMode::allCases().size()> unseenOutcomes_{};
   FlowContext context_;
   FilesFlow files_{context_};
   TextFlow text_{context_};

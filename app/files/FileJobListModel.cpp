@@ -4,16 +4,50 @@
 #include <iterator>
 #include <utility>
 
-#include <QVariantMap>
-
+#include "app/shared/AlgorithmNames.h"
+#include "app/shared/DigestLine.h"
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
+#include "app/shared/Tone.h"
 
 namespace tallyfold {
 
 namespace {
 
-QString text(std::string_view utf8) { return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size())); }
+struct StateOf {
+  FileJobListModel::State operator()(const FileJob::Queued& /*state*/) const { return FileJobListModel::Queued; }
+  FileJobListModel::State operator()(const FileJob::Hashing& /*state*/) const { return FileJobListModel::Hashing; }
+  FileJobListModel::State operator()(const FileJob::Complete& /*state*/) const { return FileJobListModel::Complete; }
+  FileJobListModel::State operator()(const FileJob::Failed& /*state*/) const { return FileJobListModel::Failed; }
+};
+
+QString statusOf(FileJobListModel::State state) {
+  switch (state) {
+    case FileJobListModel::Queued:
+      return FileJobListModel::tr("Queued");
+    case FileJobListModel::Hashing:
+      return FileJobListModel::tr("Hashing");
+    case FileJobListModel::Complete:
+      return FileJobListModel::tr("Done");
+    case FileJobListModel::Failed:
+      return FileJobListModel::tr("Failed");
+  }
+  return {};
+}
+
+Tone::Case toneOf(FileJobListModel::State state) {
+  switch (state) {
+    case FileJobListModel::Queued:
+      return Tone::Pending;
+    case FileJobListModel::Hashing:
+      return Tone::Working;
+    case FileJobListModel::Complete:
+      return Tone::Good;
+    case FileJobListModel::Failed:
+      return Tone::Bad;
+  }
+  return Tone::Pending;
+}
 
 }  // namespace
 
@@ -34,14 +68,18 @@ QVariant FileJobListModel::data(const QModelIndex& index, int role) const {
     case FolderRole:
       return displayText(job.url->parent_path());
     case StateRole:
-      return static_cast<State>(job.state.index());
+      return std::visit(StateOf(), job.state);
+    case StatusRole:
+      return statusOf(std::visit(StateOf(), job.state));
+    case ToneRole:
+      return toneOf(std::visit(StateOf(), job.state));
     case ProgressRole: {
       const auto* hashing = std::get_if<FileJob::Hashing>(&job.state);
       return hashing == nullptr ? 0.0 : hashing->progress;
     }
     case MessageRole: {
       const auto* failed = std::get_if<FileJob::Failed>(&job.state);
-      return failed == nullptr ? QString() : text(failed->message);
+      return failed == nullptr ? QString() : utf8Text(failed->message);
     }
     case FactsRole:
     case DigestsRole:
@@ -51,20 +89,21 @@ QVariant FileJobListModel::data(const QModelIndex& index, int role) const {
   }
 
   const auto found = results_.find(job.id);
-  if (found == results_.end()) return role == FactsRole ? QVariant(QString()) : QVariant(QVariantList());
+  if (found == results_.end())
+    return role == FactsRole ? QVariant(QString()) : QVariant::fromValue(QList<DigestLine>());
   const FileHashResult& result = *found->second;
   if (role == FactsRole) return facts(result);
-  QVariantList digests;
+  QList<DigestLine> digests;
   for (const HashAlgorithm algorithm : result.hashes.algorithms()) {
-    digests.append(QVariantMap{{QStringLiteral("algorithm"), text(algorithm.rawValue())},
-                               {QStringLiteral("digest"), text(*result.hashes.find(algorithm))}});
+    digests.append({displayName(algorithm), utf8Text(*result.hashes.find(algorithm))});
   }
-  return digests;
+  return QVariant::fromValue(digests);
 }
 
 QHash<int, QByteArray> FileJobListModel::roleNames() const {
-  return {{JobIdRole, "jobId"},       {NameRole, "name"},       {FolderRole, "folder"}, {StateRole, "state"},
-          {ProgressRole, "progress"}, {MessageRole, "message"}, {FactsRole, "facts"},   {DigestsRole, "digests"}};
+  return {{JobIdRole, "jobId"},   {NameRole, "name"},      {FolderRole, "folder"},     {StateRole, "state"},
+          {StatusRole, "status"}, {ToneRole, "tone"},      {ProgressRole, "progress"}, {MessageRole, "message"},
+          {FactsRole, "facts"},   {DigestsRole, "digests"}};
 }
 
 Uuid FileJobListModel::idAt(int row) const {

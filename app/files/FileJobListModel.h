@@ -28,10 +28,12 @@ class FileJobListModel : public QAbstractListModel {
     NameRole,                  ///< The file's name, safe to show on one line.
     FolderRole,                ///< The folder that holds it, likewise.
     StateRole,                 ///< State below.
+    StatusRole,                ///< The state in words.
+    ToneRole,                  ///< Tone of the state.
     ProgressRole,              ///< 0 to 1.
     MessageRole,               ///< Why it failed.
     FactsRole,                 ///< Size, duration and throughput of a finished file.
-    DigestsRole,               ///< A list of { algorithm, digest } in catalogue order.
+    DigestsRole,               ///< DigestLines in catalogue order.
   };
   enum State { Queued, Hashing, Complete, Failed };
   Q_ENUM(State)

@@ -216,7 +216,14 @@ void FilesFlow::reveal(const Uuid& id) {
 }
 
 void FilesFlow::exportResults(ReportFormat format) {
-  exportResults(ManifestService::allFormats().at(static_cast<std::size_t>(format)));
+  switch (format) {
+    case Text:
+      return exportResults(ManifestService::Format::plainText);
+    case Csv:
+      return exportResults(ManifestService::Format::csv);
+    case Json:
+      return exportResults(ManifestService::Format::json);
+  }
 }
 
 void FilesFlow::exportResults(ManifestService::Format format) {

@@ -291,14 +291,14 @@ QString ManifestFlow::manifestProgressFigure() const {
 }
 
 ManifestVerdict ManifestFlow::manifestVerdict() const {
-  const QList<int> counts = jobs_.counts();
+  const ManifestCounts counts = jobs_.counts();
   return tallyfold::manifestVerdict({.run = isLoading_ ? ManifestTally::Run::reading : stage_,
                                      .readError = readError_,
                                      .hasRoot = rootURL_.has_value(),
-                                     .matched = counts[ManifestJobListModel::Matches],
-                                     .mismatched = counts[ManifestJobListModel::Mismatches],
-                                     .failed = counts[ManifestJobListModel::Failures],
-                                     .waiting = counts[ManifestJobListModel::Waiting],
+                                     .matched = counts.matches,
+                                     .mismatched = counts.mismatches,
+                                     .failed = counts.failures,
+                                     .waiting = counts.waiting,
                                      .ignoredLines = ignoredLineCount_,
                                      .unsupportedLines = unsupportedLineCount_});
 }

@@ -29,7 +29,7 @@ class ManifestFlow : public tallyfold::Flow {
       tallyfold::ProposedFolder proposedManifestRoot READ proposedManifestRootForScreen NOTIFY manifestURLsChanged)
   Q_PROPERTY(tallyfold::ManifestJobListModel* manifestJobs READ manifestJobs CONSTANT)
   Q_PROPERTY(QStringList manifestWarnings READ manifestWarnings NOTIFY manifestLinesChanged)
-  Q_PROPERTY(qint64 manifestUnsupportedLineCount READ manifestUnsupportedLineCount NOTIFY manifestLinesChanged)
+  Q_PROPERTY(int manifestUnsupportedLineCount READ manifestUnsupportedLineCount NOTIFY manifestLinesChanged)
   Q_PROPERTY(QString manifestLines READ manifestLines NOTIFY manifestLinesChanged)
   Q_PROPERTY(QString manifestWarningsSummary READ manifestWarningsSummary NOTIFY manifestLinesChanged)
   Q_PROPERTY(double manifestProgress READ manifestProgress NOTIFY manifestProgressChanged)
@@ -56,7 +56,7 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] ManifestJobListModel* manifestJobs() { return &jobs_; }
   [[nodiscard]] QStringList manifestWarnings() const { return warnings_; }
   [[nodiscard]] qint64 manifestIgnoredLineCount() const { return ignoredLineCount_; }
-  [[nodiscard]] qint64 manifestUnsupportedLineCount() const { return unsupportedLineCount_; }
+  [[nodiscard]] int manifestUnsupportedLineCount() const { return static_cast<int>(unsupportedLineCount_); }
   /// What the lines of the list came to: "3 entries · 2 unsupported"; empty while there is no list.
   [[nodiscard]] QString manifestLines() const;
   /// How many lines are behind the warnings, which are about the first of them only.

@@ -4,17 +4,49 @@
 #include <string_view>
 #include <utility>
 
+#include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
+#include "app/shared/Tone.h"
 #include "core/services/HashService.h"
 
 namespace tallyfold {
 
 namespace {
 
-QString text(std::string_view utf8) { return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size())); }
-
 ManifestJobListModel::State stateOf(const ManifestJob& job) {
-  return static_cast<ManifestJobListModel::State>(job.state.index());
+  struct Case {
+    ManifestJobListModel::State operator()(const ManifestJob::Queued& /*state*/) const {
+      return ManifestJobListModel::Queued;
+    }
+    ManifestJobListModel::State operator()(const ManifestJob::Verifying& /*state*/) const {
+      return ManifestJobListModel::Verifying;
+    }
+    ManifestJobListModel::State operator()(const ManifestJob::Match& /*state*/) const {
+      return ManifestJobListModel::Match;
+    }
+    ManifestJobListModel::State operator()(const ManifestJob::Mismatch& /*state*/) const {
+      return ManifestJobListModel::Mismatch;
+    }
+    ManifestJobListModel::State operator()(const ManifestJob::Failed& /*state*/) const {
+      return ManifestJobListModel::Failed;
+    }
+  };
+  return std::visit(Case(), job.state);
+}
+
+Tone::Case toneOf(ManifestJobListModel::State state) {
+  switch (state) {
+    case ManifestJobListModel::Queued:
+      return Tone::Pending;
+    case ManifestJobListModel::Verifying:
+      return Tone::Working;
+    case ManifestJobListModel::Match:
+      return Tone::Good;
+    case ManifestJobListModel::Mismatch:
+    case ManifestJobListModel::Failed:
+      return Tone::Bad;
+  }
+  return Tone::Pending;
 }
 
 QString status(const ManifestJob& job) {
@@ -23,9 +55,9 @@ QString status(const ManifestJob& job) {
     QString operator()(const ManifestJob::Verifying&) const { return ManifestJobListModel::tr("Verifying"); }
     QString operator()(const ManifestJob::Match&) const { return ManifestJobListModel::tr("Match"); }
     QString operator()(const ManifestJob::Mismatch& state) const {
-      return ManifestJobListModel::tr("Mismatch. Actual: %1").arg(text(state.actual));
+      return ManifestJobListModel::tr("Mismatch. Actual: %1").arg(utf8Text(state.actual));
     }
-    QString operator()(const ManifestJob::Failed& state) const { return text(state.message); }
+    QString operator()(const ManifestJob::Failed& state) const { return utf8Text(state.message); }
   };
   return std::visit(Words(), job.state);
 }
@@ -65,15 +97,17 @@ QVariant ManifestJobListModel::data(const QModelIndex& index, int role) const {
     case PathRole:
       return shownText(job.entry->relativePath);
     case AlgorithmRole:
-      return tallyfold::text(job.entry->algorithm.rawValue());
+      return utf8Text(job.entry->algorithm.rawValue());
     case StateRole:
       return stateOf(job);
     case StatusRole:
       return status(job);
+    case ToneRole:
+      return toneOf(stateOf(job));
     case ExpectedRole:
-      return tallyfold::text(job.entry->expectedHash);
+      return utf8Text(job.entry->expectedHash);
     case ActualRole:
-      return mismatch == nullptr ? QString() : tallyfold::text(mismatch->actual);
+      return mismatch == nullptr ? QString() : utf8Text(mismatch->actual);
     case DifferenceRole:
       return mismatch == nullptr ? -1 : difference(job.entry->expectedHash, mismatch->actual);
     default:
@@ -82,10 +116,9 @@ QVariant ManifestJobListModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> ManifestJobListModel::roleNames() const {
-  return {{LineNumberRole, "lineNumber"}, {PathRole, "path"},
-          {AlgorithmRole, "algorithm"},   {StateRole, "state"},
-          {StatusRole, "status"},         {ExpectedRole, "expected"},
-          {ActualRole, "actual"},         {DifferenceRole, "difference"}};
+  return {{LineNumberRole, "lineNumber"}, {PathRole, "path"},     {AlgorithmRole, "algorithm"},
+          {StateRole, "state"},           {StatusRole, "status"}, {ToneRole, "tone"},
+          {ExpectedRole, "expected"},     {ActualRole, "actual"}, {DifferenceRole, "difference"}};
 }
 
 const ManifestJob& ManifestJobListModel::jobAt(int row) const {
@@ -138,8 +171,33 @@ void ManifestJobListModel::setFilter(Filter filter) {
   emit countChanged();
 }
 
-QList<int> ManifestJobListModel::counts() const {
-  return {total(), total(Mismatch), total(Failed), total(Queued) + total(Verifying), total(Match)};
+int ManifestJobListModel::total(State state) const {
+  const auto found = totals_.find(state);
+  return found == totals_.end() ? 0 : found->second;
+}
+
+int ManifestJobListModel::count(Filter filter) const {
+  switch (filter) {
+    case All:
+      return total();
+    case Mismatches:
+      return total(Mismatch);
+    case Failures:
+      return total(Failed);
+    case Waiting:
+      return total(Queued) + total(Verifying);
+    case Matches:
+      return total(Match);
+  }
+  return 0;
+}
+
+ManifestCounts ManifestJobListModel::counts() const {
+  return {.all = count(All),
+          .mismatches = count(Mismatches),
+          .failures = count(Failures),
+          .waiting = count(Waiting),
+          .matches = count(Matches)};
 }
 
 std::vector<ManifestJob> ManifestJobListModel::shownJobs(int first, int most) const {
@@ -170,8 +228,8 @@ std::vector<ManifestJob> ManifestJobListModel::replaceAll(std::vector<ManifestJo
   const bool wasFiltered = std::exchange(filter_, All) != All;
   jobs.swap(jobs_);
   shown_.clear();
-  totals_ = {};
-  for (const ManifestJob& job : jobs_) ++totals_.at(stateOf(job));
+  totals_.clear();
+  for (const ManifestJob& job : jobs_) ++totals_[stateOf(job)];
   endResetModel();
   if (wasFiltered) emit filterChanged();
   emit countChanged();
@@ -182,9 +240,9 @@ std::vector<ManifestJob> ManifestJobListModel::replaceAll(std::vector<ManifestJo
 void ManifestJobListModel::setState(std::size_t job, ManifestJob::State state) {
   const Batch batch(*this);
   ManifestJob& changed = jobs_[job];
-  --totals_.at(stateOf(changed));
+  --totals_[stateOf(changed)];
   changed.state = std::move(state);
-  ++totals_.at(stateOf(changed));
+  ++totals_[stateOf(changed)];
   changed_.push_back(static_cast<std::uint32_t>(job));
 }
 
@@ -192,7 +250,7 @@ void ManifestJobListModel::requeueAll() {
   if (total(Queued) == total()) return;
   if (filter_ != All) beginResetModel();
   for (ManifestJob& job : jobs_) job.state = ManifestJob::Queued{};
-  totals_ = {total()};
+  totals_ = {{Queued, total()}};
   if (filter_ == All) {
     emit dataChanged(index(0), index(total() - 1));
   } else {

@@ -1,18 +1,34 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <stop_token>
 #include <vector>
 
 #include <QAbstractListModel>
 #include <QByteArray>
-#include <QList>
 
 #include "app/manifest/ManifestJob.h"
 
 namespace tallyfold {
+
+/// How many entries of a list each filter lets through.
+struct ManifestCounts {
+  Q_GADGET
+  Q_PROPERTY(int all MEMBER all CONSTANT)
+  Q_PROPERTY(int mismatches MEMBER mismatches CONSTANT)
+  Q_PROPERTY(int failures MEMBER failures CONSTANT)
+  Q_PROPERTY(int waiting MEMBER waiting CONSTANT)
+  Q_PROPERTY(int matches MEMBER matches CONSTANT)
+
+ public:
+  int all = 0;
+  int mismatches = 0;
+  int failures = 0;
+  int waiting = 0;
+  int matches = 0;
+};
 
 /// The entries of a checksum list for a view, in the order of the list: all of them, or those in one state. On the
 /// interface thread.
@@ -23,8 +39,7 @@ class ManifestJobListModel : public QAbstractListModel {
   /// The largest line number of all rows, whatever the filter.
   Q_PROPERTY(int lastLineNumber READ lastLineNumber NOTIFY countsChanged)
   Q_PROPERTY(tallyfold::ManifestJobListModel::Filter filter READ filter WRITE setFilter NOTIFY filterChanged)
-  /// How many rows each filter lets through, in the order of the filters.
-  Q_PROPERTY(QList<int> counts READ counts NOTIFY countsChanged)
+  Q_PROPERTY(tallyfold::ManifestCounts counts READ counts NOTIFY countsChanged)
 
  public:
   enum Role {
@@ -33,6 +48,7 @@ class ManifestJobListModel : public QAbstractListModel {
     AlgorithmRole,                  ///< Display name.
     StateRole,                      ///< State below.
     StatusRole,                     ///< The state in words.
+    ToneRole,                       ///< Tone of the state.
     ExpectedRole,                   ///< Digest.
     ActualRole,                     ///< Digest of a mismatch; empty otherwise.
     DifferenceRole,                 ///< Where expected and actual part, in digits; -1 when there is no mismatch.
@@ -66,13 +82,14 @@ class ManifestJobListModel : public QAbstractListModel {
   /// All rows, whatever the filter.
   [[nodiscard]] const std::vector<ManifestJob>& jobs() const { return jobs_; }
   [[nodiscard]] int total() const { return static_cast<int>(jobs_.size()); }
-  [[nodiscard]] int total(State state) const { return totals_.at(state); }
+  [[nodiscard]] int total(State state) const;
   [[nodiscard]] int lastLineNumber() const {
     return jobs_.empty() ? 0 : static_cast<int>(jobs_.back().entry->lineNumber);
   }
   [[nodiscard]] Filter filter() const { return filter_; }
   void setFilter(Filter filter);
-  [[nodiscard]] QList<int> counts() const;
+  [[nodiscard]] int count(Filter filter) const;
+  [[nodiscard]] ManifestCounts counts() const;
 
   /// The index in `jobs()` of a row that is shown, and the row that shows a job, or else the next one.
   Q_INVOKABLE [[nodiscard]] int jobOfRow(int row) const;
@@ -107,7 +124,7 @@ class ManifestJobListModel : public QAbstractListModel {
   void showAnew();
 
   std::vector<ManifestJob> jobs_;
-  std::array<int, 5> totals_{};  // Of each state.
+  std::map<State, int> totals_;  // Of each state; those that are not there are 0.
   Filter filter_ = All;
   std::vector<std::uint32_t> shown_;  // Indices of the jobs that pass the filter, ascending. Unused for All.
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include <QObject>
 
 #include "app/shared/FlowContext.h"
@@ -14,14 +16,21 @@ namespace tallyfold {
 class Flow : public QObject {
   Q_OBJECT
   Q_PROPERTY(bool isBusy READ isBusy NOTIFY isBusyChanged)
+  Q_PROPERTY(tallyfold::Outcome::Case unseenOutcome READ unseenOutcome NOTIFY unseenOutcomeChanged)
 
  public:
   [[nodiscard]] virtual bool isBusy() const = 0;
+  /// How its last work ended, while the user looked at another mode and has not come back since.
+  [[nodiscard]] Outcome::Case unseenOutcome() const { return unseenOutcome_; }
+  void setUnseenOutcome(Outcome::Case outcome) {
+    if (std::exchange(unseenOutcome_, outcome) != outcome) emit unseenOutcomeChanged();
+  }
   /// Stops whatever is under way. Threads end on their own, within one chunk of what they read.
   virtual void shutdown() = 0;
 
  signals:
   void isBusyChanged();
+  void unseenOutcomeChanged();
   /// Work has come to an end of which a user who looked elsewhere should hear.
   void ended(tallyfold::Outcome::Case outcome);
 
@@ -33,6 +42,7 @@ class Flow : public QObject {
 
  private:
   FlowContext& context_;
+  Outcome::Case unseenOutcome_ = Outcome::NoOutcome;
 };
 
 }  // namespace tallyfold

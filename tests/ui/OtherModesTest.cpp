@@ -149,7 +149,7 @@ TEST_F(OtherModes, WorkGoesOnInAnotherModeAndEscapeEndsIt) {
   waitFor("the list", [&] { return model.manifest()->manifestRefusal().isEmpty(); });
   for (const AppMode::Case mode : {AppMode::Files, AppMode::Verify, AppMode::Manifest, AppMode::Compare}) {
     const QString name = AppMode::rawValue(mode);
-    const auto isBusy = [&] { return model.busyModes().at(mode).toBool(); };
+    const auto isBusy = [&flow = model.flow(mode)] { return flow.isBusy(); };
     enter(mode);
     driver.press({"Control_L", "Return"});
     waitFor("work", isBusy);

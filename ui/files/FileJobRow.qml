@@ -10,12 +10,13 @@ TFJobRow {
     required property string name
     required property string folder
     required property int state
+    required property string status
+    required property int tone
     required property real progress
     required property string message
     required property string facts
-    required property var digests
+    required property list<digestLine> digests
     readonly property bool hasFailed: state === FileJobListModel.Failed
-    readonly property string status: [qsTr("Queued"), qsTr("Hashing"), qsTr("Done"), qsTr("Failed")][state]
 
     isBad: hasFailed
     Accessible.name: name + also(root.status) + also(message) + also(facts)
@@ -45,7 +46,7 @@ TFJobRow {
 
                 anchors {
                     left: icon.right
-                    right: status.left
+                    right: progressAndStatus.left
                     leftMargin: TallyTheme.space3
                     rightMargin: TallyTheme.space4
                     verticalCenter: parent.verticalCenter
@@ -69,7 +70,7 @@ TFJobRow {
             }
 
             Row {
-                id: status
+                id: progressAndStatus
 
                 spacing: TallyTheme.space2
 
@@ -89,15 +90,15 @@ TFJobRow {
                 TFIcon {
                     anchors.verticalCenter: parent.verticalCenter
                     visible: name !== ""
-                    name: ["clock", "", "checkmark.circle.fill", "exclamationmark.triangle.fill"][root.state]
-                    color: [TallyTheme.tertiary, TallyTheme.accent, TallyTheme.good, TallyTheme.bad][root.state]
+                    name: TallyTheme.iconOfFile(root.state)
+                    color: TallyTheme.toneColor(root.tone)
                 }
 
                 TFText {
                     anchors.verticalCenter: parent.verticalCenter
                     visible: root.state !== FileJobListModel.Hashing
                     text: root.status
-                    color: [TallyTheme.tertiary, TallyTheme.accent, TallyTheme.good, TallyTheme.bad][root.state]
+                    color: TallyTheme.toneColor(root.tone)
                     font.weight: Font.Medium
                 }
             }
@@ -140,7 +141,7 @@ TFJobRow {
                 id: line
 
                 required property int index
-                readonly property string algorithm: root.digests[index]?.algorithm ?? ""
+                readonly property string algorithm: root.digests[index]?.label ?? ""
                 readonly property string digest: root.digests[index]?.digest ?? ""
 
                 width: content.width

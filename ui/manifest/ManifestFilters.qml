@@ -13,34 +13,94 @@ Row {
     Accessible.role: Accessible.Grouping
     Accessible.name: qsTr("Show")
 
-    Repeater {
-        id: chips
+    component Chip: TFFilterChip {
+        id: chip
 
-        model: [qsTr("All"), qsTr("Mismatch"), qsTr("Failed"), qsTr("Waiting"), qsTr("Match"), qsTr("Warnings")]
+        // The chip beside it, as the arrow keys reach it.
+        property TFFilterChip before
+        property TFFilterChip after
 
-        TFFilterChip {
-            required property int index
-            required property string modelData
-            readonly property bool isForWarnings: index === 5
-
-            function choose(other: int) {
-                const chip = chips.itemAt(Math.min(Math.max(other, 0), chips.count - 1)) as TFFilterChip;
-                chip.forceActiveFocus(Qt.TabFocusReason);
-                chip.chosen();
-            }
-
-            objectName: "filter" + modelData
-            text: modelData
-            figure: isForWarnings ? root.viewModel.manifest.manifestUnsupportedLineCount : root.jobs.counts[index]
-            tone: [TallyTheme.secondary, TallyTheme.bad, TallyTheme.bad, TallyTheme.secondary, TallyTheme.good, TallyTheme.caution][index]
-            isChosen: isForWarnings ? root.showsWarnings : !root.showsWarnings && root.jobs.filter === index
-            Keys.onLeftPressed: choose(index - 1)
-            Keys.onRightPressed: choose(index + 1)
-            onChosen: {
-                root.showsWarnings = isForWarnings;
-                if (!isForWarnings)
-                    root.jobs.filter = index;
-            }
+        function choose(other: TFFilterChip) {
+            const next = other ?? chip;
+            next.forceActiveFocus(Qt.TabFocusReason);
+            next.chosen();
         }
+
+        objectName: "filter" + text
+        Keys.onLeftPressed: choose(before)
+        Keys.onRightPressed: choose(after)
+    }
+
+    component RowsChip: Chip {
+        required property int filter
+
+        isChosen: !root.showsWarnings && root.jobs.filter === filter
+        onChosen: {
+            root.showsWarnings = false;
+            root.jobs.filter = filter;
+        }
+    }
+
+    RowsChip {
+        id: all
+
+        after: mismatches
+        filter: ManifestJobListModel.All
+        text: qsTr("All")
+        figure: root.jobs.counts.all
+    }
+
+    RowsChip {
+        id: mismatches
+
+        before: all
+        after: failures
+        filter: ManifestJobListModel.Mismatches
+        text: qsTr("Mismatch")
+        figure: root.jobs.counts.mismatches
+        tone: TallyTheme.bad
+    }
+
+    RowsChip {
+        id: failures
+
+        before: mismatches
+        after: waiting
+        filter: ManifestJobListModel.Failures
+        text: qsTr("Failed")
+        figure: root.jobs.counts.failures
+        tone: TallyTheme.bad
+    }
+
+    RowsChip {
+        id: waiting
+
+        before: failures
+        after: matches
+        filter: ManifestJobListModel.Waiting
+        text: qsTr("Waiting")
+        figure: root.jobs.counts.waiting
+    }
+
+    RowsChip {
+        id: matches
+
+        before: waiting
+        after: warnings
+        filter: ManifestJobListModel.Matches
+        text: qsTr("Match")
+        figure: root.jobs.counts.matches
+        tone: TallyTheme.good
+    }
+
+    Chip {
+        id: warnings
+
+        before: matches
+        text: qsTr("Warnings")
+        figure: root.viewModel.manifest.manifestUnsupportedLineCount
+        tone: TallyTheme.caution
+        isChosen: root.showsWarnings
+        onChosen: root.showsWarnings = true
     }
 }

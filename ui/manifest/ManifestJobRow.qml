@@ -10,6 +10,7 @@ TFJobRow {
     required property string algorithm
     required property int state
     required property string status
+    required property int tone
     required property string expected
     required property string actual
     required property int difference
@@ -17,7 +18,7 @@ TFJobRow {
     required property real numberWidth
     readonly property bool hasFailed: state === ManifestJobListModel.Failed
     readonly property bool isMismatch: state === ManifestJobListModel.Mismatch
-    readonly property color tone: [TallyTheme.tertiary, TallyTheme.accent, TallyTheme.good, TallyTheme.bad, TallyTheme.bad][state]
+    readonly property color toneColor: TallyTheme.toneColor(tone)
 
     isBad: hasFailed || isMismatch
     Accessible.name: qsTr("Line %1, %2, %3, %4").arg(number.text).arg(path).arg(algorithm).arg(status)
@@ -36,8 +37,8 @@ TFJobRow {
                 anchors.verticalCenter: parent.verticalCenter
                 x: TallyTheme.space3
                 visible: root.state !== ManifestJobListModel.Verifying
-                name: ["circle", "", "checkmark.circle.fill", "xmark.circle.fill", "exclamationmark.triangle.fill"][root.state]
-                color: root.tone
+                name: TallyTheme.iconOfEntry(root.state)
+                color: root.toneColor
             }
 
             TFSpinner {
@@ -100,7 +101,7 @@ TFJobRow {
                 objectName: "status"
                 width: TallyTheme.listStatusWidth
                 text: root.isMismatch ? qsTr("Mismatch") : root.hasFailed ? qsTr("Failed") : root.status
-                color: root.tone
+                color: root.toneColor
                 font.weight: Font.Medium
 
                 anchors {

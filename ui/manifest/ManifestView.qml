@@ -186,7 +186,7 @@ TFScreen {
                     return qsTr("Drop a checksum list and the folder that it describes.");
                 if (filters.showsWarnings)
                     return qsTr("Every line of the list is understood.");
-                return root.jobs.counts[0] > 0 ? qsTr("No entry is in this state.") : qsTr("There are no entries to show.");
+                return root.jobs.counts.all > 0 ? qsTr("No entry is in this state.") : qsTr("There are no entries to show.");
             }
 
             TFButton {

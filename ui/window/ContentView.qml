@@ -108,7 +108,7 @@ Window {
 
         Item {
             required property int index
-            required property var modelData
+            required property modeRow modelData
 
             Shortcut {
                 sequence: "Ctrl+" + (index + 1)

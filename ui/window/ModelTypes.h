@@ -16,6 +16,12 @@ struct AppViewModelType {
   QML_UNCREATABLE("The window is given its model.")
 };
 
+struct ModeRowType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::ModeRow)
+  QML_VALUE_TYPE(modeRow)
+};
+
 struct FlowType {
   Q_GADGET
   QML_FOREIGN(tallyfold::Flow)

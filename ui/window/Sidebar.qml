@@ -62,11 +62,11 @@ Item {
             id: row
 
             required property int index
-            required property var modelData
+            required property modeRow modelData
             readonly property bool isSelected: ListView.isCurrentItem
-            readonly property bool isBusy: root.viewModel.busyModes[modelData.mode]
-            readonly property string announcement: text + (isBusy ? qsTr(", working") : ["", qsTr(", finished"), qsTr(", finished with failures")][outcome])
-            readonly property int outcome: root.viewModel.unseenOutcomes[modelData.mode]
+            readonly property bool isBusy: modelData.flow.isBusy
+            readonly property int outcome: modelData.flow.unseenOutcome
+            readonly property string announcement: text + (isBusy ? qsTr(", working") : outcome === Outcome.AllWell ? qsTr(", finished") : outcome === Outcome.SomeFailed ? qsTr(", finished with failures") : "")
 
             objectName: "mode" + modelData.label
             width: ListView.view.width
@@ -126,7 +126,7 @@ Item {
                     anchors.fill: spinner
                     size: spinner.size
                     visible: !row.isBusy && row.outcome !== Outcome.NoOutcome
-                    name: ["", "checkmark.circle.fill", "exclamationmark.triangle.fill"][row.outcome]
+                    name: TallyTheme.iconOfOutcome(row.outcome)
                     color: row.outcome === Outcome.SomeFailed ? TallyTheme.bad : TallyTheme.good
                 }
             }
