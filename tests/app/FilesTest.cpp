@@ -11,24 +11,7 @@ namespace tallyfold::test {
 
 namespace {
 
-class Files : public ModelTest {
- protected:
-  /// Queues a small, a large and a small file, and holds a run when 80 % of the large one is read, of which progress is
-  /// reported at 40 % and at 80 %.
-  void holdInMidRun() {
-    const fs::path large = folder_.file("large", "");
-    fs::resize_file(large, 20 << 20);
-    model_->setSelectedAlgorithms({HashAlgorithm::sha256});
-    add({folder_.file("first", "abc"), large, folder_.file("last", "abc")});
-    calls_.before = [this](std::string_view call, std::size_t) {
-      if (call == "read" && calls_.bytesRead >= 3 + (16 << 20)) gate_.pass();
-      return 0;
-    };
-    model_->files()->startProcessing();
-    ASSERT_TRUE(reached([this] { return states()[1] == "hashing 80%"; }));
-    ASSERT_TRUE(gate_.waitForArrival());
-  }
-};
+using Files = ModelTest;
 
 TEST_F(Files, EachRegularLocationIsQueuedOnceInTheGivenOrder) {
   const QByteArray here = "file://" + QSysInfo::machineHostName().toUpper().toLatin1() + "/t/b";
@@ -171,7 +154,18 @@ TEST_F(Files, FailureMarksOnlyItsOwnRow) {
 }
 
 TEST_F(Files, WhatCannotRunInMidRunIsRefusedAndProgressNeverGoesBack) {
-  holdInMidRun();
+  const fs::path large = folder_.file("large", "");
+  fs::resize_file(large, 20 << 20);
+  model_->setSelectedAlgorithms({HashAlgorithm::sha256});
+  add({folder_.file("first", "abc"), large, folder_.file("last", "abc")});
+  // At 80 % of the large one, of which progress is reported at 40 % and at 80 %.
+  calls_.before = [this](std::string_view call, std::size_t) {
+    if (call == "read" && calls_.bytesRead >= 3 + (16 << 20)) gate_.pass();
+    return 0;
+  };
+  model_->files()->startProcessing();
+  ASSERT_TRUE(reached([this] { return states()[1] == "hashing 80%"; }));
+  ASSERT_TRUE(gate_.waitForArrival());
   const auto before = paths();
   const auto statesBefore = states();
   EXPECT_THAT(statesBefore, ElementsAre("complete", "hashing 80%", "queued"));

@@ -157,7 +157,6 @@ TEST_F(DropTest, WithoutAThreadForItSaysSoAndKeepsTheResults) {
   }
   EXPECT_EQ(model.errorMessage(), Workers::Refusal().what());
   EXPECT_EQ(model.files()->results().size(), 1U);
-  model.setErrorMessage({});
 }
 
 TEST_F(DropTest, WhatCannotBeUsedIsRefusedWhileItHovers) {
@@ -189,7 +188,6 @@ TEST_F(DropTest, ChecksumListAndItsFolderAreDroppedTogether) {
   });
   EXPECT_EQ(model.manifest()->manifestRootURL(), link);
   EXPECT_EQ(model.manifest()->manifestURL(), list);
-  model.manifest()->clearManifest();
 }
 
 // Neither the panel nor the card waits for the disk; what was dropped before is late by then.

@@ -13,14 +13,8 @@ class ManifestTest : public WindowFixture {
  protected:
   void SetUp() override {
     WindowFixture::SetUp();
-    model.manifest()->clearManifest();
     fs::create_directory(root);
     enter(AppMode::Manifest);
-  }
-
-  void TearDown() override {
-    model.manifest()->clearManifest();
-    WindowFixture::TearDown();
   }
 
   [[nodiscard]] bool shows(const QString& objectName, const QString& text) {

@@ -28,11 +28,6 @@ class LocationsAsBytes : public QMimeData {
 
 class ManyRowsTest : public WindowFixture {
  protected:
-  void TearDown() override {
-    model.manifest()->clearManifest();
-    WindowFixture::TearDown();
-  }
-
   // Does `action`, until `condition` holds and the screen shows it.
   void expectShortTurns(const std::string& what, const std::function<bool()>& condition,
                         const std::function<void()>& action) {

@@ -13,15 +13,6 @@ namespace {
 
 class OtherModes : public WindowFixture {
  protected:
-  void TearDown() override {
-    model.verify()->resetVerification();
-    model.verify()->setExpectedHash({});
-    model.verify()->setVerifyAlgorithm(QStringLiteral("Auto"));
-    model.compare()->resetComparison();
-    model.manifest()->clearManifest();
-    WindowFixture::TearDown();
-  }
-
   [[nodiscard]] QString textOfItem(const QString& objectName) {
     return driver.item(objectName)->property("text").toString();
   }

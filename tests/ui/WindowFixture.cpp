@@ -50,6 +50,11 @@ void WindowFixture::SetUp() {
     if (other != &window) other->close();
   }
   model.setErrorMessage({});
+  model.verify()->resetVerification();
+  model.verify()->setExpectedHash({});
+  model.verify()->setVerifyAlgorithm(QStringLiteral("Auto"));
+  model.compare()->resetComparison();
+  model.manifest()->clearManifest();
   model.files()->clearFiles();
   waitFor("the last run to end", [&] { return !model.files()->isProcessing() && !model.files()->isExporting(); });
   model.choosePreset(AppViewModel::Recommended);
@@ -66,7 +71,7 @@ void WindowFixture::TearDown() {
   expectSound();
   for (const std::string& warning : std::exchange(warnings, {})) ADD_FAILURE() << warning;
   if (HasFailure()) keepScreenshot();
-  model.files()->cancelProcessing();
+  model.shutdown();
 }
 
 void WindowFixture::keepScreenshot() {
