@@ -3,6 +3,9 @@
 #include <atomic>
 #include <semaphore>
 
+#include <QQmlContext>
+#include <QQmlExpression>
+
 #include "core/files/SystemCalls.h"
 #include "tests/ui/WindowFixture.h"
 #include "ui/window/StartupWindowConfigurator.h"
@@ -34,6 +37,61 @@ TEST_F(WindowTest, AnEmptyWindowNamesWhatCanBeDone) {
                                         {"Export…", "There are no checksums to export yet."},
                                         {"Clear", "The list is empty."}}) {
     EXPECT_EQ(find(QAccessible::Button, button)->text(QAccessible::Description), refusal);
+  }
+}
+
+// The linter does not see a case that is misspelt in a switch.
+TEST_F(WindowTest, EveryResultHasItsIcon) {
+  QQuickItem* sidebar = driver.item("sidebar");
+  using Files = FileJobListModel;
+  using Entries = ManifestJobListModel;
+  const struct {
+    const char* table;
+    std::vector<std::pair<int, const char*>> icons;
+  } tables[] = {
+      {"iconOfVerification",
+       {{VerifyVerdict::Match, "checkmark.shield.fill"},
+        {VerifyVerdict::Mismatch, "xmark.shield.fill"},
+        {VerifyVerdict::InvalidExpectedHash, "questionmark.diamond.fill"},
+        {VerifyVerdict::AmbiguousExpectedHash, "exclamationmark.triangle.fill"},
+        {VerifyVerdict::Error, "exclamationmark.triangle.fill"}}},
+      {"iconOfComparison",
+       {{CompareVerdict::Identical, "checkmark.circle.fill"},
+        {CompareVerdict::DifferentSize, "xmark.circle.fill"},
+        {CompareVerdict::ContentMismatch, "xmark.circle.fill"}}},
+      {"iconOfList",
+       {{ManifestVerdict::Reading, ""},
+        {ManifestVerdict::Unreadable, "exclamationmark.triangle.fill"},
+        {ManifestVerdict::NothingToVerify, "exclamationmark.triangle.fill"},
+        {ManifestVerdict::NotVerifiedYet, "checklist"},
+        {ManifestVerdict::Verifying, "checklist"},
+        {ManifestVerdict::Mismatches, "xmark.circle.fill"},
+        {ManifestVerdict::NotAllChecked, "exclamationmark.triangle.fill"},
+        {ManifestVerdict::NotEnded, "exclamationmark.triangle.fill"},
+        {ManifestVerdict::NotAllUnderstood, "exclamationmark.triangle.fill"},
+        {ManifestVerdict::AllMatch, "checkmark.circle.fill"}}},
+      {"iconOfEntry",
+       {{Entries::Queued, "circle"},
+        {Entries::Verifying, ""},
+        {Entries::Match, "checkmark.circle.fill"},
+        {Entries::Mismatch, "xmark.circle.fill"},
+        {Entries::Failed, "exclamationmark.triangle.fill"}}},
+      {"iconOfFile",
+       {{Files::Queued, "clock"},
+        {Files::Hashing, ""},
+        {Files::Complete, "checkmark.circle.fill"},
+        {Files::Failed, "exclamationmark.triangle.fill"}}},
+      {"iconOfOutcome",
+       {{Outcome::NoOutcome, ""},
+        {Outcome::AllWell, "checkmark.circle.fill"},
+        {Outcome::SomeFailed, "exclamationmark.triangle.fill"}}},
+  };
+  for (const auto& [table, icons] : tables) {
+    for (const auto& [kind, expected] : icons) {
+      const QString call = QStringLiteral("TallyTheme.%1(%2)").arg(QLatin1String(table)).arg(kind);
+      const QVariant icon = QQmlExpression(qmlContext(sidebar), sidebar, call).evaluate();
+      EXPECT_EQ(icon.toString(), expected) << table << ", " << kind;
+    }
   }
 }
 
