@@ -151,7 +151,7 @@ TEST_F(ReportReplacement, FolderThatVanishesIsNotMadeAgain) {
 }
 
 TEST_F(ReportReplacement, WhatIsNoFileIsRefused) {
-  const fs::path top = folder_.path();
+  const fs::path& top = folder_.path();
   fs::create_directory(top / "empty");
   fs::create_directory(top / "folder");
   folder_.file("folder/kept", "kept");

@@ -25,7 +25,7 @@ TEST(Reading, ContentWithoutASizeIsNoVersionOfAFile) {
 
 TEST(Reading, WhatIsNoFileIsNotOpened) {
   const TemporaryFolder folder;
-  const fs::path top = folder.path();
+  const fs::path& top = folder.path();
   makePipe(top / "pipe");
   ASSERT_EQ(mknod((top / "socket").c_str(), S_IFSOCK | 0600, 0), 0);
   fs::create_symlink("pipe", top / "link to pipe");
