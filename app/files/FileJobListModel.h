@@ -26,7 +26,7 @@ class FileJobListModel : public QAbstractListModel {
   enum Role {
     JobIdRole = Qt::UserRole,  ///< Uuid, opaque to the view.
     NameRole,                  ///< The file's name, safe to show on one line.
-    FolderRole,                ///< The folder that holds it, likewise.
+    FolderRole,                ///< The folder that holds it, safe to show on one line.
     StateRole,                 ///< State below.
     StatusRole,                ///< The state in words.
     ToneRole,                  ///< Tone of the state.

@@ -41,17 +41,17 @@ void FileRun::work(const Context& context, const Taker& take) const {
     if (context.cancellation().stop_requested()) return;
     report({index, FileJob::Hashing{0}});
     const auto progress = [&](double fraction) { report({index, FileJob::Hashing{fraction}}); };
-    Report outcome{index, {}};
+    Report end{index, {}};
     try {
-      outcome.news = std::make_shared<const FileHashResult>(
+      end.news = std::make_shared<const FileHashResult>(
           HashService::hashFile(*items[index].url, items[index].id, algorithms, context.cancellation(), progress));
     } catch (const CancellationError&) {
       return;
     } catch (...) {
-      outcome.news = FileJob::Failed{errorDescription(std::current_exception())};
+      end.news = FileJob::Failed{errorDescription(std::current_exception())};
     }
     if (context.cancellation().stop_requested()) return;
-    report(std::move(outcome));
+    report(std::move(end));
   }
 }
 

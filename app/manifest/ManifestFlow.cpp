@@ -191,7 +191,7 @@ void ManifestFlow::verifyManifest() {
   resetManifestCounters();
   context().setErrorMessage(QString());
   setVerifying(true);
-  setStage(ManifestTally::Run::running);
+  setStage(ManifestTally::Stage::running);
   auto run = std::make_shared<ManifestRun>();
   run->entries = entries_;
   run->root = *rootURL_;
@@ -202,7 +202,7 @@ void ManifestFlow::verifyManifest() {
       },
       [](ManifestFlow& flow, const std::exception_ptr& failure) {
         if (failure) flow.context().setErrorMessage(failure);
-        flow.setStage(failure ? ManifestTally::Run::stoppedByError : ManifestTally::Run::ended);
+        flow.setStage(failure ? ManifestTally::Stage::stoppedByError : ManifestTally::Stage::ended);
         flow.setVerifying(false);
         const bool isGood = flow.manifestVerdict().tone == Tone::Good;
         emit flow.ended(isGood ? Outcome::AllWell : Outcome::SomeFailed);
@@ -229,7 +229,7 @@ void ManifestFlow::cancelManifestVerification() {
       }
     }
   }
-  setStage(ManifestTally::Run::cancelled);
+  setStage(ManifestTally::Stage::cancelled);
   setVerifying(false);
 }
 
@@ -266,7 +266,7 @@ void ManifestFlow::discardManifest() {
 void ManifestFlow::resetManifestCounters() {
   jobs_.requeueAll();
   setProgress(0, 0);
-  setStage(ManifestTally::Run::none);
+  setStage(ManifestTally::Stage::none);
 }
 
 void ManifestFlow::copyManifestRow(int row) { copyManifestJobs(jobs_.shownJobs(row, 1)); }
@@ -292,7 +292,7 @@ QString ManifestFlow::manifestProgressFigure() const {
 
 ManifestVerdict ManifestFlow::manifestVerdict() const {
   const ManifestCounts counts = jobs_.counts();
-  return tallyfold::manifestVerdict({.run = isLoading_ ? ManifestTally::Run::reading : stage_,
+  return tallyfold::manifestVerdict({.stage = isLoading_ ? ManifestTally::Stage::reading : stage_,
                                      .readError = readError_,
                                      .hasRoot = rootURL_.has_value(),
                                      .matched = counts.matches,
@@ -307,7 +307,7 @@ double ManifestFlow::manifestProgress() const {
   return groups_ == 0 ? 0 : static_cast<double>(groupsDone_) / static_cast<double>(groups_);
 }
 
-void ManifestFlow::setStage(ManifestTally::Run stage) {
+void ManifestFlow::setStage(ManifestTally::Stage stage) {
   if (std::exchange(stage_, stage) != stage) emit manifestStatusChanged();
 }
 

@@ -115,7 +115,7 @@ class ManifestFlow : public tallyfold::Flow {
   void resetManifestCounters();
   void applyReport(ManifestRun::Report report);
   void copyManifestJobs(std::vector<ManifestJob> jobs);
-  void setStage(ManifestTally::Run stage);
+  void setStage(ManifestTally::Stage stage);
   void setProgress(std::size_t groupsDone, std::size_t groups);
   void setLoading(bool isLoading);
   void setVerifying(bool isVerifying);
@@ -129,7 +129,7 @@ class ManifestFlow : public tallyfold::Flow {
   qint64 ignoredLineCount_ = 0;
   qint64 unsupportedLineCount_ = 0;
   QString readError_;
-  ManifestTally::Run stage_ = ManifestTally::Run::none;
+  ManifestTally::Stage stage_ = ManifestTally::Stage::none;
   std::size_t groupsDone_ = 0;
   std::size_t groups_ = 0;
   bool isLoading_ = false;

@@ -50,9 +50,9 @@ ManifestVerdict beforeTheRun(const ManifestTally& tally, qint64 entries, QString
 }  // namespace
 
 ManifestVerdict manifestVerdict(const ManifestTally& tally) {
-  using Run = ManifestTally::Run;
+  using Stage = ManifestTally::Stage;
   const qint64 entries = tally.matched + tally.mismatched + tally.failed + tally.waiting;
-  if (tally.run == Run::reading) return {ManifestVerdict::Reading, Tone::Pending, tr("Reading checksum file…"), {}};
+  if (tally.stage == Stage::reading) return {ManifestVerdict::Reading, Tone::Pending, tr("Reading checksum file…"), {}};
   if (!tally.readError.isEmpty()) {
     return {ManifestVerdict::Unreadable, Tone::Bad, tr("The checksum list was not read"), tally.readError};
   }
@@ -61,10 +61,10 @@ ManifestVerdict manifestVerdict(const ManifestTally& tally) {
     details.append(counted(tally.unsupportedLines, "1 line is not understood and was not checked.",
                            "%1 lines are not understood and were not checked."));
   }
-  if (tally.run == Run::none || entries == 0) return beforeTheRun(tally, entries, std::move(details));
+  if (tally.stage == Stage::none || entries == 0) return beforeTheRun(tally, entries, std::move(details));
 
   const bool isWrong = tally.mismatched + tally.failed > 0;
-  if (tally.run == Run::running) {
+  if (tally.stage == Stage::running) {
     ManifestTally soFar = tally;
     soFar.waiting = 0;
     details.prepend(tr("%1 of %2 entries checked.").arg(figure(entries - tally.waiting), figure(entries)));
@@ -76,12 +76,12 @@ ManifestVerdict manifestVerdict(const ManifestTally& tally) {
     details.prepend(tally.failed == entries
                         ? tr("Is this the right root folder?")
                         : tr("%1 of %2 entries match.").arg(figure(tally.matched), figure(entries)));
-    if (tally.run == Run::cancelled) details.prepend(tr("The verification was cancelled."));
-    if (tally.run == Run::stoppedByError) details.prepend(tr("The verification was stopped by an error."));
+    if (tally.stage == Stage::cancelled) details.prepend(tr("The verification was cancelled."));
+    if (tally.stage == Stage::stoppedByError) details.prepend(tr("The verification was stopped by an error."));
     return {tally.mismatched > 0 ? ManifestVerdict::Mismatches : ManifestVerdict::NotAllChecked,
             isWrong ? Tone::Bad : Tone::Caution, shortcomings(tally), details.join(u' ')};
   }
-  if (tally.run != Run::ended) {
+  if (tally.stage != Stage::ended) {
     return {ManifestVerdict::NotEnded, Tone::Caution, tr("The verification did not come to its end"),
             details.join(u' ')};
   }

@@ -10,9 +10,9 @@ namespace tallyfold {
 
 /// How far the verification of a checksum list has come.
 struct ManifestTally {
-  enum class Run { none, reading, running, cancelled, stoppedByError, ended };
+  enum class Stage { none, reading, running, cancelled, stoppedByError, ended };
 
-  Run run = Run::none;
+  Stage stage = Stage::none;
   QString readError{};  ///< Why the list could not be read; empty when it was.
   bool hasRoot = false;
   qint64 matched = 0;

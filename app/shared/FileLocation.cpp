@@ -38,8 +38,6 @@ QUrl fileUrl(const std::filesystem::path& path) {
   return QUrl::fromEncoded("file://" + encoded, QUrl::StrictMode);
 }
 
-QString textOf(const std::filesystem::path& path) { return QString::fromStdString(path.native()); }
-
 QString shownText(std::string_view bytes) { return QString::fromStdString(visibleText(bytes, mostShownCharacters)); }
 
 QString displayText(const std::filesystem::path& path) { return shownText(path.native()); }

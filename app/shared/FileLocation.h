@@ -24,9 +24,6 @@ std::optional<std::filesystem::path> fileLocation(const QUrl& url);
 /// The file URL of a path; bytes that are not UTF-8 are percent-encoded, so that `fileLocation` gives them back.
 QUrl fileUrl(const std::filesystem::path& path);
 
-/// A path as text for other programs and people. Bytes that are not UTF-8 become U+FFFD.
-QString textOf(const std::filesystem::path& path);
-
 /// Characters of what others chose that a text on the screen, a tip or an accessible name is given at most: more cannot
 /// be read there, and takes the toolkit minutes to lay out.
 inline constexpr std::size_t mostShownCharacters = 1'024;

@@ -26,10 +26,10 @@ BackgroundTask::BackgroundTask(std::shared_ptr<WeakAppViewModelReference> model)
   impatience_.setInterval(patience);
   impatience_.callOnTimeout([this] {
     // After what the work may have posted meanwhile.
-    model_->post([this, run = run_] {
-      if (run_ != run) return;
+    model_->post([this, attempt = attempt_] {
+      if (attempt_ != attempt) return;
       hasLeftWorkBehind_ = true;
-      end(run, nullptr);
+      end(attempt, nullptr);
     });
   });
 }
@@ -38,19 +38,20 @@ BackgroundTask::~BackgroundTask() { cancel(); }
 
 void BackgroundTask::start(Priority priority, std::function<void(const Context&)> work,
                            std::function<void(const std::exception_ptr&)> lastStep) {
-  run_ = std::make_shared<Run>();
-  run_->lastStep = std::move(lastStep);
+  attempt_ = std::make_shared<Attempt>();
+  attempt_->lastStep = std::move(lastStep);
   hasLeftWorkBehind_ = false;
   generation_ = Uuid::random();
 
   Context context;
   context.model_ = model_;
   context.task_ = this;
-  context.cancellation_ = run_->cancellation.get_token();
+  context.cancellation_ = attempt_->cancellation.get_token();
   context.generation_ = generation_;
 
-  const auto finish = [context, run = run_](std::exception_ptr failure) {
-    context.model_->post([task = context.task_, run, failure = std::move(failure)] { task->end(run, failure); });
+  const auto finish = [context, attempt = attempt_](std::exception_ptr failure) {
+    context.model_->post(
+        [task = context.task_, attempt, failure = std::move(failure)] { task->end(attempt, failure); });
   };
 
   try {
@@ -74,20 +75,20 @@ void BackgroundTask::start(Priority priority, std::function<void(const Context&)
 
 void BackgroundTask::cancel() {
   generation_ = Uuid::random();
-  if (run_ != nullptr && run_->cancellation.request_stop()) impatience_.start();
+  if (attempt_ != nullptr && attempt_->cancellation.request_stop()) impatience_.start();
 }
 
 void BackgroundTask::abandon() {
   cancel();
   impatience_.stop();
-  run_ = nullptr;
+  attempt_ = nullptr;
 }
 
-void BackgroundTask::end(const std::shared_ptr<Run>& run, const std::exception_ptr& failure) {
-  if (run_ != run) return;
+void BackgroundTask::end(const std::shared_ptr<Attempt>& attempt, const std::exception_ptr& failure) {
+  if (attempt_ != attempt) return;
   impatience_.stop();
-  run_ = nullptr;
-  run->lastStep(run->cancellation.stop_requested() ? nullptr : failure);
+  attempt_ = nullptr;
+  attempt->lastStep(attempt->cancellation.stop_requested() ? nullptr : failure);
 }
 
 }  // namespace tallyfold

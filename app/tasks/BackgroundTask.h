@@ -28,7 +28,7 @@ class BackgroundTask {
   BackgroundTask& operator=(const BackgroundTask&) = delete;
 
   /// From `start` until the last step.
-  [[nodiscard]] bool isRunning() const { return run_ != nullptr; }
+  [[nodiscard]] bool isRunning() const { return attempt_ != nullptr; }
 
   /// Asks the work to stop and takes a fresh generation: nothing that it posted or posts is applied any more. The task
   /// is running until its last step all the same. Work that has not come back after `patience`, because it hangs in a
@@ -81,15 +81,15 @@ class BackgroundTask {
              std::function<void(const std::exception_ptr&)> lastStep);
 
  private:
-  struct Run {
+  struct Attempt {
     std::stop_source cancellation;
     std::function<void(const std::exception_ptr&)> lastStep;
   };
 
-  void end(const std::shared_ptr<Run>& run, const std::exception_ptr& failure);
+  void end(const std::shared_ptr<Attempt>& attempt, const std::exception_ptr& failure);
 
   std::shared_ptr<WeakAppViewModelReference> model_;
-  std::shared_ptr<Run> run_;
+  std::shared_ptr<Attempt> attempt_;
   Uuid generation_ = Uuid::random();
   QTimer impatience_;  // From `cancel` on.
   bool hasLeftWorkBehind_ = false;

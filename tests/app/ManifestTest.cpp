@@ -241,7 +241,7 @@ TEST(ManifestJobListModelTest, EveryFilterFollowsEveryChange) {
   EXPECT_GT(resets.count(), 0) << "Nothing changed so much at once that the rows were shown anew";
 }
 
-using RunState = ManifestTally::Run;
+using Stage = ManifestTally::Stage;
 
 TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
   const struct {
@@ -249,28 +249,28 @@ TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
     Tone::Case tone;
     const char* words;
   } cases[] = {
-      {{.run = RunState::reading}, Tone::Pending, "Reading checksum file… | "},
+      {{.stage = Stage::reading}, Tone::Pending, "Reading checksum file… | "},
       {{.hasRoot = true, .unsupportedLines = 3},
        Tone::Caution,
        "Nothing to verify | 3 lines are not understood and were not checked."},
       {{.waiting = 1204},
        Tone::Pending,
        "1,204 entries, not verified yet | Choose the root folder, from which the list's paths start."},
-      {{.run = RunState::running, .matched = 200, .mismatched = 1, .failed = 1, .waiting = 2},
+      {{.stage = Stage::running, .matched = 200, .mismatched = 1, .failed = 1, .waiting = 2},
        Tone::Bad,
        "So far 1 entry does not match, 1 could not be checked | 202 of 204 entries checked."},
-      {{.run = RunState::ended, .matched = 2, .ignoredLines = 1},
+      {{.stage = Stage::ended, .matched = 2, .ignoredLines = 1},
        Tone::Good,
        "All 2 entries match | Every entry was checked. 1 line is blank or a comment."},
-      {{.run = RunState::ended, .matched = 1204, .unsupportedLines = 1},
+      {{.stage = Stage::ended, .matched = 1204, .unsupportedLines = 1},
        Tone::Caution,
        "1,204 entries match, but 1 line could not be checked | A line that is not understood may be meant for a file: "
        "see the warnings."},
-      {{.run = RunState::ended, .mismatched = 2}, Tone::Bad, "2 entries do not match | 0 of 2 entries match."},
-      {{.run = RunState::ended, .failed = 7},
+      {{.stage = Stage::ended, .mismatched = 2}, Tone::Bad, "2 entries do not match | 0 of 2 entries match."},
+      {{.stage = Stage::ended, .failed = 7},
        Tone::Bad,
        "7 entries could not be checked | Is this the right root folder?"},
-      {{.run = RunState::cancelled, .matched = 4, .mismatched = 1, .waiting = 9},
+      {{.stage = Stage::cancelled, .matched = 4, .mismatched = 1, .waiting = 9},
        Tone::Bad,
        "1 entry does not match, 9 were not checked | The verification was cancelled. 4 of 14 entries match."},
   };
@@ -282,11 +282,11 @@ TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
 }
 
 TEST(ManifestVerdictTest, GreenMeansThatEverythingWasCheckedAndMatches) {
-  for (const RunState run : {RunState::none, RunState::reading, RunState::running, RunState::cancelled,
-                             RunState::stoppedByError, RunState::ended}) {
+  for (const Stage stage :
+       {Stage::none, Stage::reading, Stage::running, Stage::cancelled, Stage::stoppedByError, Stage::ended}) {
     for (int bits = 0; bits < 128; ++bits) {
       const auto bit = [&](int number) { return (bits >> number) & 1; };
-      const ManifestVerdict verdict = manifestVerdict({.run = run,
+      const ManifestVerdict verdict = manifestVerdict({.stage = stage,
                                                        .readError = bit(0) != 0 ? "Input/output error" : "",
                                                        .hasRoot = true,
                                                        .matched = bit(1),
@@ -295,7 +295,7 @@ TEST(ManifestVerdictTest, GreenMeansThatEverythingWasCheckedAndMatches) {
                                                        .waiting = bit(4),
                                                        .ignoredLines = bit(5),
                                                        .unsupportedLines = bit(6)});
-      const bool isAllWell = run == RunState::ended && (bits & ~(1 << 5)) == (1 << 1);
+      const bool isAllWell = stage == Stage::ended && (bits & ~(1 << 5)) == (1 << 1);
       EXPECT_EQ(verdict.tone == Tone::Good, isAllWell) << bits;
       EXPECT_EQ(verdict.kind == ManifestVerdict::AllMatch, isAllWell) << bits;
       EXPECT_FALSE(verdict.title.isEmpty());
