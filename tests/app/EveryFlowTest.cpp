@@ -83,7 +83,8 @@ class EveryFlow : public ModelTest {
     auto& compare = *model.compare();
     auto& manifest = *model.manifest();
     const auto takeAnotherList = [&] {
-      manifest.dropManifest({urlOf(small_), urlOf(folder_.path())});
+      manifest.setManifestFile({urlOf(small_)});
+      manifest.dropManifest({urlOf(small_), urlOf(folder_.path() / "")});
       manifest.chooseManifestFile();
     };
     return {
