@@ -30,7 +30,7 @@ struct CatalogueRow {
   std::size_t hexLength;
   ListNames listNames;
   Presets presets;
-  std::unique_ptr<Hasher> (*newHasher)(HashAlgorithm algorithm);
+  std::unique_ptr<Hasher> (&newHasher)(HashAlgorithm algorithm);  ///< A reference: it cannot be left out.
 };
 
 /// The row of an algorithm. It lives as long as the program.

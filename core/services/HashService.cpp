@@ -5,6 +5,7 @@
 #include <chrono>
 #include <fcntl.h>
 #include <limits>
+#include <memory>
 #include <system_error>
 
 #include "core/base/Errors.h"
@@ -29,19 +30,22 @@ FileSnapshot fileSnapshot(const std::filesystem::path& url) { return snapshotOfP
 FileSnapshot fileSnapshot(const FileHandle& handle) { return handle.snapshot(); }
 
 /// The lanes for a file of this size: one where more are no better, which is for a small file and on one core, and
-/// where the system has no more threads.
-HashLanes lanesFor(HashAlgorithmSet algorithms, std::int64_t size) {
+/// where the system has no more threads. On the heap: an instrumented stack does not align them as they need.
+std::unique_ptr<HashLanes> newLanes(HashAlgorithmSet algorithms, std::int64_t size) {
   constexpr std::int64_t large = 2 << 20;    // Hashed in the time of many thread starts, whatever the algorithm.
   constexpr std::int64_t piece = 128 << 10;  // In a second-level cache until one algorithm after another has read it.
   const unsigned cores = size < large ? 1 : availableCores();
   if (cores > 1) {
     const LanePlan plan = planForCores(algorithms, measuredCosts(), cores);
     try {
-      if (plan.lanes.size() > 1) return {plan, size, static_cast<std::size_t>(std::min(size, chunkSize))};
+      if (plan.lanes.size() > 1) {
+        return std::make_unique<HashLanes>(plan, size, static_cast<std::size_t>(std::min(size, chunkSize)));
+      }
     } catch (const std::system_error&) {
     }
   }
-  return {{.lanes = {algorithms}}, size, static_cast<std::size_t>(std::min(size, piece))};
+  return std::make_unique<HashLanes>(LanePlan{.lanes = {algorithms}}, size,
+                                     static_cast<std::size_t>(std::min(size, piece)));
 }
 
 /// Feeds `size` bytes to `lanes`, never reading past them.
@@ -127,14 +131,14 @@ std::int64_t progressStep(std::int64_t size) {
 OpenFileHashes hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
                             const std::stop_token& cancellation, const ProgressCallback& progress) {
   const std::int64_t size = initial.fileSize;
-  HashLanes lanes = lanesFor(algorithms, size);
+  const auto lanes = newLanes(algorithms, size);
   const auto start = std::chrono::steady_clock::now();
-  readInto(lanes, handle, size, cancellation, progress);
+  readInto(*lanes, handle, size, cancellation, progress);
   checkCancellation(cancellation);
   if (hasContentWithoutSize(handle, initial) || fileSnapshot(handle) != initial) {
     fail(HashServiceError::Case::fileChangedDuringRead);
   }
-  return {.hashes = lanes.finalize(), .start = start};
+  return {.hashes = lanes->finalize(), .start = start};
 }
 
 FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,
