@@ -101,6 +101,18 @@ TEST_F(OtherModes, TextTooLongForAnEditorIsTakenWholeAndItsBeginningShown) {
   }
 }
 
+TEST_F(OtherModes, TextIsVerifiedAsTheEditorShowsIt) {
+  enter(AppMode::Verify);
+  QGuiApplication::clipboard()->setText("a\r\nb");
+  const QSignalSpy changes(model.verify(), &VerifyFlow::expectedHashChanged);
+  for (const int soFar : {2, 4}) {
+    driver.click("pasteChecksum");
+    waitFor("the text, and what the editor makes of it", [&] { return changes.count() == soFar; });
+    EXPECT_EQ(model.verify()->expectedHash(), u"a\nb");
+    EXPECT_EQ(textOfItem("checksumField"), u"a\nb");
+  }
+}
+
 TEST_F(OtherModes, ClipboardThatDoesNotAnswerIsAskedOnceForEachPaste) {
   enter(AppMode::Text);
   driver.click("textEditor");

@@ -27,8 +27,6 @@ TFScreen {
         TFTextArea {
             id: editor
 
-            readonly property string textInput: root.viewModel.text.textInput
-
             objectName: "textEditor"
             anchors.fill: parent
             anchors.margins: TallyTheme.lineWidth
@@ -36,8 +34,16 @@ TFScreen {
             viewModel: root.viewModel
             name: qsTr("Text to hash")
             hint: qsTr("Type or paste text here.")
-            onTextInputChanged: show(textInput)
             onEdited: root.viewModel.text.textInput = content
+
+            // Not a binding: the editor may answer at once, with other ends of lines.
+            Connections {
+                target: root.viewModel.text
+
+                function onTextInputChanged() {
+                    editor.show(root.viewModel.text.textInput);
+                }
+            }
         }
     }
 

@@ -108,8 +108,6 @@ TFScreen {
                         TFTextArea {
                             id: field
 
-                            readonly property string expectedHash: root.viewModel.verify.expectedHash
-
                             objectName: "checksumField"
                             anchors.fill: parent
                             anchors.margins: TallyTheme.focusWidth
@@ -121,9 +119,17 @@ TFScreen {
                             hint: root.viewModel.verify.expectedHashHint
                             font.family: TallyTheme.digestFont
                             font.pixelSize: TallyTheme.digestSize
-                            onExpectedHashChanged: show(expectedHash)
                             onEdited: root.viewModel.verify.expectedHash = content
                             onSubmitted: act.startOrCancel()
+
+                            // Not a binding: the editor may answer at once, with other ends of lines.
+                            Connections {
+                                target: root.viewModel.verify
+
+                                function onExpectedHashChanged() {
+                                    field.show(root.viewModel.verify.expectedHash);
+                                }
+                            }
                         }
                     }
 
