@@ -55,6 +55,6 @@ static_assert(
       }
       return true;
     }(),
-    "a row for every case, in the order of the cases");
+    "the rows stand in the order of the cases");
 
 }  // namespace tallyfold

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <semaphore>
 
+#include <QMetaEnum>
 #include <QQmlContext>
 #include <QQmlExpression>
 
@@ -41,13 +42,13 @@ TEST_F(WindowTest, AnEmptyWindowNamesWhatCanBeDone) {
 }
 
 // The linter does not see a case that is misspelt in a switch.
-TEST_F(WindowTest, EveryResultHasItsIcon) {
+TEST_F(WindowTest, EveryResultHasItsIconAndItsColour) {
   QQuickItem* sidebar = driver.item("sidebar");
   using Files = FileJobListModel;
   using Entries = ManifestJobListModel;
   const struct {
     const char* table;
-    std::vector<std::pair<int, const char*>> icons;
+    std::vector<std::pair<int, const char*>> looks;
   } tables[] = {
       {"iconOfVerification",
        {{VerifyVerdict::Match, "checkmark.shield.fill"},
@@ -85,12 +86,18 @@ TEST_F(WindowTest, EveryResultHasItsIcon) {
        {{Outcome::NoOutcome, ""},
         {Outcome::AllWell, "checkmark.circle.fill"},
         {Outcome::SomeFailed, "exclamationmark.triangle.fill"}}},
+      {"toneColor",
+       {{Tone::Pending, "#8590a8"},
+        {Tone::Working, "#8ab4ff"},
+        {Tone::Good, "#5fdc94"},
+        {Tone::Bad, "#ff8a8a"},
+        {Tone::Caution, "#f5c15d"}}},
   };
-  for (const auto& [table, icons] : tables) {
-    for (const auto& [kind, expected] : icons) {
+  for (const auto& [table, looks] : tables) {
+    for (const auto& [kind, expected] : looks) {
       const QString call = QStringLiteral("TallyTheme.%1(%2)").arg(QLatin1String(table)).arg(kind);
-      const QVariant icon = QQmlExpression(qmlContext(sidebar), sidebar, call).evaluate();
-      EXPECT_EQ(icon.toString(), expected) << table << ", " << kind;
+      const QVariant look = QQmlExpression(qmlContext(sidebar), sidebar, call).evaluate();
+      EXPECT_EQ(look.toString(), expected) << table << ", " << kind;
     }
   }
 }
@@ -169,6 +176,7 @@ TEST_F(WindowTest, AtItsSmallestEverythingIsInside) {
 }
 
 TEST_F(WindowTest, TheSidebarSelectsTheMode) {
+  EXPECT_EQ(QMetaEnum::fromType<AppMode::Case>().keyCount(), std::ssize(AppMode::allCases())) << "a mode without a row";
   press(find(QAccessible::ListItem, "Verify"));
   EXPECT_EQ(model.mode(), AppMode::Verify);
   qreal above = 0;
