@@ -63,8 +63,8 @@ class HashLanes {
   const std::uint64_t size_;
   std::optional<HashPipeline> own_;  ///< None when this thread only reads.
   std::uint64_t filled_ = 0;         ///< Bytes of the stream that have been handed over.
-  alignas(lineSize) std::atomic<std::uint64_t> published_ =
-      0;  ///< `filled_` as the other lanes see it; or `abandoned`.
+  /// `filled_` as the other lanes see it; or `abandoned`.
+  alignas(lineSize) std::atomic<std::uint64_t> published_ = 0;
   std::vector<Lane> others_;
 };
 

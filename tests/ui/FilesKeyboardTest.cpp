@@ -14,7 +14,7 @@ constexpr std::string_view abc = "abc";
 
 class FilesKeyboardTest : public WindowFixture {
  protected:
-  // Pixels of the accent colour on and around the item with the keyboard that had another colour before.
+  // Pixels of the accent colour on and around the item with the focus that had another colour before.
   [[nodiscard]] int newAccentPixels(const QImage& before) const {
     const QImage now = window.grabWindow();
     const QQuickItem& item = *window.activeFocusItem();

@@ -64,7 +64,7 @@ class WindowFixture : public testing::Test {
   [[nodiscard]] QString selectedName() const;
   [[nodiscard]] FileJobListModel::State state(int index) const;
 
-  /// The name of whatever has the keyboard, without what a row says besides.
+  /// The name of whatever has the focus, without what a row says besides.
   [[nodiscard]] std::string focusedName() const;
 
   /// What a screen reader is told: of an item and all below it, of the window, and the one with this role and name.

@@ -41,10 +41,10 @@ struct DropOutcome {
 };
 
 /// Resolves a drop of items that are each a location: a QUrl, a QByteArray or a QString. One that is not is left out.
-/// To be called on the interface thread, as the next one is.
+/// On the interface thread.
 void resolveBigSurFileURLs(const QVariantList& items, DropOutcome outcome, Droppable kind);
 
-/// Resolves a drop of the locations in a text/uri-list, whose lines are not read on this thread.
+/// Resolves a drop of the locations in a text/uri-list. On the interface thread, which does not read the lines.
 void resolveFileURLs(const QByteArray& uriList, DropOutcome outcome, Droppable kind);
 
 }  // namespace tallyfold
