@@ -190,8 +190,7 @@ class Tour {
     Driver::waitFor("the verdict", [&] {
       return !model_.manifest()->isManifestVerifying() && model_.manifest()->manifestMatchedCount() == count;
     });
-    require(model_.manifest()->manifestVerdict().tone == Tone::Good,
-            "A list of unchanged files verifies wholly");
+    require(model_.manifest()->manifestVerdict().tone == Tone::Good, "A list of unchanged files verifies wholly");
     show("manifest-match");
 
     std::ofstream(copies_ / files_[0].filename(), std::ios::app) << '\n';
