@@ -271,7 +271,7 @@ class Tour {
   void leaveInMidRun() {
     fs::create_directory(copies_);
     const fs::path endless = copies_ / "endless";
-    std::ofstream{endless};
+    std::ofstream(endless).close();
     fs::resize_file(endless, 256ULL << 30U);
     driver_.press({"Control_L", "o"});
     driver_.answerPanel("openPanel", endless);

@@ -191,7 +191,9 @@ class EveryFlow : public ModelTest {
 };
 
 TEST_F(EveryFlow, SaysWhatTheSystemSaysAndForgetsItWithTheNextStart) {
-  for (const auto& [name, flow] : flows_) {
+  for (const auto& entry : flows_) {
+    const std::string& name = entry.first;
+    const Flow& flow = entry.second;
     SCOPED_TRACE(name);
     flow.prepare();
     {
@@ -216,7 +218,9 @@ TEST_F(EveryFlow, SaysWhatTheSystemSaysAndForgetsItWithTheNextStart) {
 
 TEST_F(EveryFlow, ThatIsCancelledStartsAnewWhileItsWorkHangs) {
   const auto reads = [&] { return std::ranges::count(calls_.names, "read"); };
-  for (const auto& [name, flow] : flows_) {
+  for (const auto& entry : flows_) {
+    const std::string& name = entry.first;
+    const Flow& flow = entry.second;
     if (name == "Text") continue;
     SCOPED_TRACE(name);
     flow.prepare();

@@ -99,7 +99,7 @@ void resolveBigSurFileURLs(const QVariantList& items, DropOutcome outcome, Dropp
     const QUrl url = droppedFileURL(item);
     if (fileLocation(url) && (kind == Droppable::filesAndFolders || !isDirectoryPath(url))) accumulator.append(url);
   }
-  const QList<QUrl> urls = accumulator.urls();
+  QList<QUrl> urls = accumulator.urls();
   if (!urls.isEmpty()) resolve([urls] { return urls; }, std::move(outcome), kind);
 }
 
