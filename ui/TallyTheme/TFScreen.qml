@@ -18,6 +18,7 @@ FocusScope {
 
     anchors.fill: parent
     visible: viewModel.mode === mode
+    focus: visible
 
     TFSectionHeader {
         id: header

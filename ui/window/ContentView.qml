@@ -64,7 +64,8 @@ Window {
             onSettingsRequested: about.open()
         }
 
-        Item {
+        // The focus goes along to the next screen: keys mean what is seen.
+        FocusScope {
             id: detail
 
             T.SplitView.minimumWidth: TallyTheme.leastScreenWidth
