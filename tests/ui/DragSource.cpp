@@ -1,11 +1,14 @@
 // Another program to drag from: a window in the corner of the screen that offers what the command line says.
-//   drag_source TYPE CONTENT
+//   drag_source TYPE CONTENT    or @FILE, which holds the content
+// It has the same on the clipboard: what other programs give away, tests and benchmarks take from here.
 // Prints "ready", "dragging", "accepted" when the target would take it, and what became of the drag: "copy" or
 // "nothing". Stays, for the target asks for the content only then.
 
 #include <cstdio>
 
+#include <QClipboard>
 #include <QDrag>
+#include <QFile>
 #include <QGuiApplication>
 #include <QMimeData>
 #include <QMouseEvent>
@@ -58,7 +61,17 @@ class Source : public QRasterWindow {
 int main(int argc, char** argv) {
   const QGuiApplication application(argc, argv);
   if (argc != 3) return 2;
-  Source source(QString::fromUtf8(argv[1]), argv[2]);
+  const QString type = QString::fromUtf8(argv[1]);
+  QByteArray content = argv[2];
+  if (content.startsWith('@')) {
+    QFile file(QFile::decodeName(content.mid(1)));
+    if (!file.open(QFile::ReadOnly)) return 1;
+    content = file.readAll();
+  }
+  auto* copied = new QMimeData;
+  copied->setData(type, content);
+  QGuiApplication::clipboard()->setMimeData(copied);
+  Source source(type, content);
   source.show();
   return QGuiApplication::exec();
 }
