@@ -116,8 +116,9 @@ void FilesFlow::applyReports(const FileRun& run, std::vector<FileRun::Report> re
     const Uuid& id = run.items[report.index].id;
     if (const auto* hashing = std::get_if<FileJob::Hashing>(&report.news)) {
       const FileJob* current = jobs_.job(id);
-      if (current != nullptr && std::holds_alternative<FileJob::Queued>(current->state))
+      if (current != nullptr && std::holds_alternative<FileJob::Queued>(current->state)) {
         updateJob(id, FileJob::Hashing{0});
+      }
       updateJobProgress(id, hashing->progress);
       continue;
     }

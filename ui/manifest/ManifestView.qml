@@ -50,7 +50,7 @@ TFScreen {
             title: qsTr("Checksum list")
             icon: "checklist"
             hint: qsTr("Drop a list here, or choose one.")
-            file: root.viewModel.manifest.manifestFile
+            file: root.listFile
             facts: root.viewModel.manifest.manifestLines
             tip: "Ctrl+O"
             isTargeted: dropZone.isTargeted
