@@ -96,8 +96,8 @@ CompareVerdict CompareFlow::compareResultForScreen() const {
       return {.kind = CompareVerdict::ContentMismatch,
               .tone = Tone::Bad,
               .title = tr("Files are different"),
-              .details = {tr("First difference at byte %1").arg(result.offset),
-                          tr("Hexadecimal: 0x%1").arg(result.offset, 0, 16)}};
+              .details = {tr("First difference at byte %1").arg(userLocale().toString(result.offset)),
+                          tr("Counted from 0. Hexadecimal: 0x%1").arg(result.offset, 0, 16)}};
     }
   };
   return std::visit(words, *compareResult());

@@ -129,7 +129,7 @@ TEST_F(CompareFlow, ResultIsToldInWordsAndExactNumbers) {
       {folder_.file("differs", std::string(4999, 'x') + "y"),
        FileComparison::ContentMismatch{4999},
        "Files are different",
-       {"First difference at byte 4999", "Hexadecimal: 0x1387"}},
+       {"First difference at byte 4,999", "Counted from 0. Hexadecimal: 0x1387"}},
       {folder_.file("longer", std::string(5001, 'x')),
        FileComparison::DifferentSize{5000, 5001},
        "Files are different",
