@@ -114,7 +114,7 @@ TEST_F(WindowTest, MenusAreThereWhileTheyAreOpen) {
        "presetAll",
        {"Recommended — BLAKE3 + SHA-256", "Compatibility — MD5 + SHA-1 + SHA-256", "All algorithms"}},
       {[&] { driver.clickAt(row, 3); }, "copyPath", {"Reveal in Finder", "Copy path", "Remove"}},
-      {[&] { driver.click("applicationMenu"); }, "settingsItem", {"Settings…", "Quit"}},
+      {[&] { driver.click("applicationMenu"); }, "settingsItem", {"Settings…", "About Tally Fold", "Quit"}},
   };
   for (const auto& menu : menus) {
     menu.open();
@@ -124,13 +124,21 @@ TEST_F(WindowTest, MenusAreThereWhileTheyAreOpen) {
     driver.press({"Escape"});
     waitForNo(menu.item);
   }
-  driver.click("applicationMenu");
-  driver.usableItem("settingsItem");
-  press(find(QAccessible::MenuItem, "Settings…"));
-  EXPECT_EQ(driver.usableItem("aboutTitle")->window()->width(), 420);
-  find(QAccessible::Heading, "Tally Fold");
-  find(QAccessible::StaticText, "Local checksum and file-integrity utility.");
-  find(QAccessible::StaticText, "No telemetry. No network access required.");
+  for (const char* item : {"Settings…", "About Tally Fold"}) {
+    driver.click("applicationMenu");
+    driver.usableItem("settingsItem");
+    press(find(QAccessible::MenuItem, item));
+    QWindow& panel = *driver.usableItem("aboutTitle")->window();
+    EXPECT_EQ(panel.width(), 420);
+    find(QAccessible::Heading, "Tally Fold");
+    find(QAccessible::StaticText, "Local checksum and file-integrity utility.");
+    find(QAccessible::StaticText, "No telemetry. No network access required.");
+    find(QAccessible::StaticText, "Version " TALLYFOLD_VERSION);
+    if (item != std::string("Settings…")) continue;
+    panel.close();
+    waitForNo("aboutTitle");
+    driver.focus(window);
+  }
   for (const char* link : {"donationLink", "contactLink", "contactText"}) {
     EXPECT_EQ(driver.findItem(link), nullptr) << "No address, no link";
   }

@@ -40,4 +40,6 @@ QString DesktopSettings::contactUrl() { return validUrl(TALLYFOLD_CONTACT_URL); 
 
 QString DesktopSettings::contactLine() { return QStringLiteral(TALLYFOLD_CONTACT_LINE); }
 
+QString DesktopSettings::version() { return QStringLiteral(TALLYFOLD_VERSION); }
+
 }  // namespace tallyfold

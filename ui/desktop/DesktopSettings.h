@@ -21,6 +21,8 @@ class DesktopSettings : public QObject {
   Q_PROPERTY(QString donationUrl READ donationUrl CONSTANT)
   Q_PROPERTY(QString contactUrl READ contactUrl CONSTANT)
   Q_PROPERTY(QString contactLine READ contactLine CONSTANT)
+  /// Of the program, as its package has it: "1.2.3".
+  Q_PROPERTY(QString version READ version CONSTANT)
 
  public:
   using QObject::QObject;
@@ -31,6 +33,7 @@ class DesktopSettings : public QObject {
   [[nodiscard]] static QString donationUrl();
   [[nodiscard]] static QString contactUrl();
   [[nodiscard]] static QString contactLine();
+  [[nodiscard]] static QString version();
 };
 
 }  // namespace tallyfold

@@ -66,6 +66,12 @@ Window {
             font.pixelSize: TallyTheme.captionSize
         }
 
+        TFStaticText {
+            text: qsTr("Version %1").arg(DesktopSettings.version)
+            color: TallyTheme.secondary
+            font.pixelSize: TallyTheme.captionSize
+        }
+
         TFButton {
             objectName: "donationLink"
             visible: DesktopSettings.donationUrl !== ""

@@ -174,6 +174,13 @@ Item {
         }
 
         TFMenuItem {
+            objectName: "aboutItem"
+            text: qsTr("About Tally Fold")
+            symbol: "tallyfold"
+            onTriggered: root.settingsRequested()
+        }
+
+        TFMenuItem {
             objectName: "quitItem"
             text: qsTr("Quit")
             symbol: "power"
