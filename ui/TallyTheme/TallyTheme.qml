@@ -121,6 +121,8 @@ QtObject {
     readonly property real proposalShare: 0.17
 
     readonly property real runButtonWidth: 112 * textScale
+    // What a run bar keeps for its progress and its figure.
+    readonly property real leastRunWidth: 160 * textScale
     readonly property real menuWidth: 200 * textScale
     readonly property real listMenuWidth: 220 * textScale
     readonly property real algorithmMenuWidth: 160 * textScale
