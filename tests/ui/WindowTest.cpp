@@ -1,8 +1,11 @@
 // The window and its sidebar, to the eye and to a screen reader, and how the program leaves.
 
+#include <array>
 #include <atomic>
+#include <cmath>
 #include <semaphore>
 
+#include <QColor>
 #include <QMetaEnum>
 #include <QQmlContext>
 #include <QQmlExpression>
@@ -87,7 +90,7 @@ TEST_F(WindowTest, EveryResultHasItsIconAndItsColour) {
         {Outcome::AllWell, "checkmark.circle.fill"},
         {Outcome::SomeFailed, "exclamationmark.triangle.fill"}}},
       {"toneColor",
-       {{Tone::Pending, "#8590a8"},
+       {{Tone::Pending, "#a0abc1"},
         {Tone::Working, "#8ab4ff"},
         {Tone::Good, "#5fdc94"},
         {Tone::Bad, "#ff8a8a"},
@@ -98,6 +101,53 @@ TEST_F(WindowTest, EveryResultHasItsIconAndItsColour) {
       const QString call = QStringLiteral("TallyTheme.%1(%2)").arg(QLatin1String(table)).arg(kind);
       const QVariant look = QQmlExpression(qmlContext(sidebar), sidebar, call).evaluate();
       EXPECT_EQ(look.toString(), expected) << table << ", " << kind;
+    }
+  }
+}
+
+// The ratios of WCAG 2.1, 1.4.3 and 1.4.11, on all that texts and controls stand on.
+TEST_F(WindowTest, EveryTextAndEveryEdgeStandsOut) {
+  QQuickItem* sidebar = driver.item("sidebar");
+  const auto over = [&](std::array<double, 3> below, const QString& token) {
+    const QColor top = QQmlExpression(qmlContext(sidebar), sidebar, "TallyTheme." + token).evaluate().value<QColor>();
+    EXPECT_TRUE(top.isValid()) << token.toStdString();
+    const std::array<double, 3> parts = {top.redF(), top.greenF(), top.blueF()};
+    for (std::size_t i = 0; i < parts.size(); ++i) below[i] += (parts[i] - below[i]) * top.alphaF();
+    return below;
+  };
+  const auto luminance = [](const std::array<double, 3>& color) {
+    const auto linear = [](double part) {
+      return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color[0]) + 0.7152 * linear(color[1]) + 0.0722 * linear(color[2]);
+  };
+  const QStringList texts = {"primary", "secondary", "tertiary", "accent", "good", "bad", "caution"};
+  const QStringList edges = {"controlEdge", "accentEdge", "accent"};
+  const struct {
+    double least;
+    QStringList marks;
+    std::vector<QStringList> grounds;
+  } rules[] = {
+      {4.5,
+       texts,
+       {{}, {"surface"}, {"surface", "surface"}, {"surface", "raised"}, {"surface", "tint(TallyTheme.bad)"}}},
+      {4.5, texts, {{"pressed"}, {"panel"}, {"panel", "raised"}, {"panel", "pressed"}, {"surface", "accentTint"}}},
+      {4.5, texts, {{"tint(TallyTheme.good)"}, {"tint(TallyTheme.bad)"}, {"tint(TallyTheme.caution)"}}},
+      {4.5, {"inkOnAccent"}, {{"accent"}, {"accentHover"}, {"accentPressed"}}},
+      {3, edges, {{}, {"surface"}, {"panel"}, {"surface", "accentTint"}, {"surface", "tint(TallyTheme.bad)"}}},
+      {3, edges, {{"tint(TallyTheme.good)"}, {"tint(TallyTheme.bad)"}, {"tint(TallyTheme.caution)"}}},
+  };
+  for (const auto& rule : rules) {
+    for (const char* end : {"backgroundTop", "backgroundBottom"}) {
+      for (const QStringList& layers : rule.grounds) {
+        std::array<double, 3> ground = over({}, end);
+        for (const QString& layer : layers) ground = over(ground, layer);
+        for (const QString& mark : rule.marks) {
+          const auto [darker, lighter] = std::minmax({luminance(ground), luminance(over(ground, mark))});
+          EXPECT_GE((lighter + 0.05) / (darker + 0.05), rule.least)
+              << mark.toStdString() << " on " << end << " " << layers.join(' ').toStdString();
+        }
+      }
     }
   }
 }

@@ -106,7 +106,7 @@ Item {
                 return root.isBorderless ? "transparent" : TallyTheme.surface;
             }
             border.width: root.isProminent || root.isBorderless ? 0 : TallyTheme.lineWidth
-            border.color: TallyTheme.hairline
+            border.color: TallyTheme.controlEdge
 
             Behavior on color  {
                 ColorAnimation {

@@ -9,5 +9,5 @@ Rectangle {
 
     radius: TallyTheme.controlRadius
     color: isDown ? TallyTheme.pressed : isOn ? TallyTheme.accentTint : isHovered ? TallyTheme.raised : TallyTheme.surface
-    border.color: isOn ? TallyTheme.accentEdge : TallyTheme.hairline
+    border.color: isOn ? TallyTheme.accentEdge : TallyTheme.controlEdge
 }

@@ -15,18 +15,20 @@ QtObject {
     readonly property color raised: Qt.rgba(1, 1, 1, 0.08)
     readonly property color pressed: Qt.rgba(1, 1, 1, 0.12)
     readonly property color hairline: Qt.rgba(1, 1, 1, 0.09)
+    // The border of what can be used; that of what only stands there is the hairline.
+    readonly property color controlEdge: "#78839D"
     readonly property color track: Qt.rgba(1, 1, 1, 0.10)
 
     readonly property color primary: "#E9EDF5"
-    readonly property color secondary: "#AAB4C8"
-    readonly property color tertiary: "#8590A8"
+    readonly property color secondary: "#B8C2D5"
+    readonly property color tertiary: "#A0ABC1"
 
     readonly property color accent: "#8AB4FF"
     readonly property color accentHover: "#A3C4FF"
     readonly property color accentPressed: "#6F9FF2"
     readonly property color inkOnAccent: "#0B0E16"
     readonly property color accentTint: tint(accent)
-    readonly property color accentEdge: edge(accent)
+    readonly property color accentEdge: Qt.alpha(accent, 0.6)
 
     readonly property color good: "#5FDC94"
     readonly property color bad: "#FF8A8A"

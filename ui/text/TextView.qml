@@ -13,6 +13,8 @@ TFScreen {
     TFGlassCard {
         id: editorCard
 
+        border.color: TallyTheme.controlEdge
+
         anchors {
             left: parent.left
             right: parent.right

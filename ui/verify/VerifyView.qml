@@ -103,7 +103,7 @@ TFScreen {
                         radius: TallyTheme.controlRadius
                         color: TallyTheme.surface
                         border.width: field.editor.activeFocus ? TallyTheme.focusWidth : TallyTheme.lineWidth
-                        border.color: field.editor.activeFocus ? TallyTheme.accent : TallyTheme.hairline
+                        border.color: field.editor.activeFocus ? TallyTheme.accent : TallyTheme.controlEdge
 
                         TFTextArea {
                             id: field
