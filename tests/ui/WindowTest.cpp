@@ -213,6 +213,23 @@ TEST_F(WindowTest, AWindowIsSizedAndCentredOnce) {
   EXPECT_EQ(window.geometry(), theirs);
 }
 
+TEST_F(WindowTest, AWindowStartsWithItsFrameOnTheScreen) {
+  const QMargins title(1, 30, 1, 2);
+  const struct {
+    QRect available;
+    QMargins frame;
+    QRect window;
+  } screens[] = {
+      {{0, 0, 1920, 1200}, {}, {460, 260, 1000, 680}},      {{0, 27, 1920, 1052}, title, {460, 227, 1000, 680}},
+      {{0, 0, 960, 600}, title, {1, 30, 958, 568}},          // 1920 x 1200 at scale 2
+      {{1920, 0, 1002, 712}, title, {1921, 30, 1000, 680}},  // a second screen, of just the size
+      {{0, 0, 683, 384}, title, {1, 30, 886, 520}},          // 1366 x 768 at scale 2: no less than the least
+  };
+  for (const auto& [available, frame, expected] : screens) {
+    EXPECT_EQ(StartupWindowConfigurator::startupGeometry(available, frame, window.minimumSize()), expected);
+  }
+}
+
 TEST_F(WindowTest, AtItsSmallestEverythingIsInside) {
   add({"a", "b", "c"}, "abc");
   model.setSelectedAlgorithms(HashAlgorithmSet::all());

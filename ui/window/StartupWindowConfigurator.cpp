@@ -20,7 +20,24 @@ std::vector<QPointer<QQuickWindow>>& configuredWindows() {
   return windows;
 }
 
+// Of a window whose frame is not known yet, the frame is none.
+void fit(QWindow& window) {
+  const QMargins frame = window.frameMargins();
+  const QRect place =
+      StartupWindowConfigurator::startupGeometry(window.screen()->availableGeometry(), frame, window.minimumSize());
+  window.resize(place.size());
+  window.setFramePosition(place.marginsAdded(frame).topLeft());
+}
+
 }  // namespace
+
+QRect StartupWindowConfigurator::startupGeometry(const QRect& available, const QMargins& frame, QSize least) {
+  const QRect inside = available.marginsRemoved(frame);
+  QRect place({}, startupSize.boundedTo(inside.size()).expandedTo(least));
+  place.moveCenter(inside.center());
+  place.moveTopLeft({std::max(place.left(), inside.left()), std::max(place.top(), inside.top())});
+  return place;
+}
 
 void StartupWindowConfigurator::itemChange(ItemChange change, const ItemChangeData& data) {
   QQuickItem::itemChange(change, data);
@@ -28,9 +45,13 @@ void StartupWindowConfigurator::itemChange(ItemChange change, const ItemChangeDa
   auto& windows = configuredWindows();
   if (std::find(windows.begin(), windows.end(), data.window) != windows.end()) return;
   windows.emplace_back(data.window);
-  data.window->resize(startupSize);
-  const QRect screen = data.window->screen()->availableGeometry();
-  data.window->setPosition(screen.center() - QPoint(startupSize.width(), startupSize.height()) / 2);
+  fit(*data.window);
+  // The frame comes with the first picture.
+  const auto fitWithFrame = [window = data.window] {
+    if (!window->screen()->availableGeometry().contains(window->frameGeometry())) fit(*window);
+  };
+  connect(data.window, &QQuickWindow::frameSwapped, data.window, fitWithFrame,
+          static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
 }
 
 }  // namespace tallyfold

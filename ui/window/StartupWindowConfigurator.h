@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QMargins>
 #include <QQuickItem>
+#include <QRect>
+#include <QSize>
 #include <QtQml/qqmlregistration.h>
 
 namespace tallyfold {
@@ -13,6 +16,11 @@ class StartupWindowConfigurator : public QQuickItem {
 
  public:
   using QQuickItem::QQuickItem;
+
+  /// Where a window with a frame of these widths starts, without its frame: of the start-up size and in the middle, or
+  /// what of it fits what is `available` of the screen; never smaller than `least`, and then from the upper left corner
+  /// on, where its title is. In logical pixels.
+  [[nodiscard]] static QRect startupGeometry(const QRect& available, const QMargins& frame, QSize least);
 
  protected:
   void itemChange(ItemChange change, const ItemChangeData& data) override;
