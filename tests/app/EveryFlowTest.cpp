@@ -276,7 +276,6 @@ class Cancellation : public EveryFlow, public testing::WithParamInterface<const 
  protected:
   Cancellation() {
     SystemCalls::replace(nullptr);         // What notes every call is for one thread.
-    mallopt(M_ARENA_MAX, 1);               // As in the program.
     mallopt(M_MMAP_THRESHOLD, 128 << 10);  // What is read into goes back to the system, whatever was allocated before.
   }
 

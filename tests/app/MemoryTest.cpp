@@ -1,5 +1,3 @@
-#include <malloc.h>
-
 #include "tests/app/ModelTest.h"
 #include "tests/support/TurnWatcher.h"
 
@@ -13,10 +11,7 @@ class Memory : public ModelTest {
   void SetUp() override { GTEST_SKIP() << "here memory is also that of the sanitizer"; }
 #endif
 
-  Memory() {
-    mallopt(M_ARENA_MAX, 1);        // As in the program.
-    SystemCalls::replace(nullptr);  // What notes every call takes memory for it.
-  }
+  Memory() { SystemCalls::replace(nullptr); }  // What notes every call takes memory for it.
 
   /// Does `work` and expects a peak of at most so many MiB above what there was before the first.
   template <typename Work>
@@ -64,7 +59,7 @@ TEST_F(Memory, OfAListAtItsLimitIsLittleMoreThanItsEntries) {
     ASSERT_TRUE(reached([&] { return !model_->manifest()->isManifestVerifying(); }));
     ASSERT_EQ(model_->manifest()->manifestErrorCount(), count);
   });
-  expectPeak("copy all rows", 175, [&] {
+  expectPeak("copy all rows", 165, [&] {
     model_->manifest()->copyManifestRows();
     ASSERT_TRUE(reached([&] { return desktop_.pasteboard.has_value(); }));
     desktop_.pasteboard.reset();
