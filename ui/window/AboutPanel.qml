@@ -14,15 +14,18 @@ Window {
         requestActivate();
     }
 
+    // What fits: the window's size and its bounds follow from this alone, and none of them from another.
+    readonly property real contentHeight: content.implicitHeight + 2 * TallyTheme.space6
+
     objectName: "aboutPanel"
     title: qsTr("Settings")
     flags: Qt.Dialog
     width: TallyTheme.aboutWidth
-    height: content.implicitHeight + 2 * TallyTheme.space6
-    minimumWidth: width
-    maximumWidth: width
-    minimumHeight: height
-    maximumHeight: height
+    height: contentHeight
+    minimumWidth: TallyTheme.aboutWidth
+    maximumWidth: TallyTheme.aboutWidth
+    minimumHeight: contentHeight
+    maximumHeight: contentHeight
     color: TallyTheme.backgroundBottom
 
     TFBackground {
