@@ -3,7 +3,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+
+#ifdef __GLIBC__
 #include <malloc.h>
+#endif
 
 #include <QFont>
 #include <QIcon>
@@ -21,6 +24,10 @@
 
 // Made by the build from the types that this floor registers.
 extern void qml_register_types_TallyFold();
+
+// The screens as the build has compiled them. Of a library the linker takes only what is asked for; without these each
+// user's first start would compile the screens again, and keep the outcome in that user's home folder.
+static void useCompiledScreens() { Q_INIT_RESOURCE(qmlcache_tallyfold_ui); }
 
 namespace tallyfold {
 
@@ -47,9 +54,14 @@ bool hasGraphicsProcessor() {
   return !renderer.contains(QLatin1String("llvmpipe")) && !renderer.contains(QLatin1String("softpipe"));
 }
 
-// The toolkit and Mesa would keep the few shaders of the window in the user's home folder. Before the toolkit: with it
-// come the drivers, which ask once.
-int& withoutShaderCaches(int& argc) {
+// What is asked once, when the toolkit and with it the drivers and their threads come.
+int& prepared(int& argc) {
+#ifdef __GLIBC__
+  // One heap for all threads: what a list of 100,000 dropped URLs leaves free is used again for the results. A heap
+  // that a thread has got by now would be used by later ones too.
+  mallopt(M_ARENA_MAX, 1);
+#endif
+  // The toolkit and Mesa would keep the few shaders of the window in the user's home folder.
   QCoreApplication::setAttribute(Qt::AA_DisableShaderDiskCache);
   qputenv("MESA_SHADER_CACHE_DISABLE", "true");
   return argc;
@@ -57,9 +69,7 @@ int& withoutShaderCaches(int& argc) {
 
 }  // namespace
 
-TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(withoutShaderCaches(argc), argv) {
-  // One heap for all threads: what a list of 100,000 dropped URLs leaves free is used again for the results.
-  mallopt(M_ARENA_MAX, 1);
+TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(prepared(argc), argv) {
   // Past a limit on file sizes a write must fail like any other, and not end the program.
   std::signal(SIGXFSZ, SIG_IGN);
   QApplication::setApplicationName(QStringLiteral("tally-fold"));
@@ -79,6 +89,7 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(withoutShaderC
   // The drivers have asked. Programs that are started from here are none of ours.
   qunsetenv("MESA_SHADER_CACHE_DISABLE");
 
+  useCompiledScreens();
   qml_register_types_TallyFold();
   engine_.addImportPath(QStringLiteral("qrc:/qml"));
   engine_.addImageProvider(QStringLiteral("icons"), new IconProvider);
