@@ -1,6 +1,7 @@
 // A walk through all five modes with real input, on the files that are given: every step leaves a screenshot, and the
 // three reports are saved as a user saves them. The exit status is 0 only when everything was there that should be.
 
+#include <atomic>
 #include <cstdio>
 #include <exception>
 #include <fcntl.h>
@@ -28,6 +29,13 @@ namespace tallyfold {
 
 namespace {
 
+std::atomic<int> warnings = 0;  // Of the toolkit and the screens, in any thread.
+
+void note(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message) {
+  std::fprintf(stderr, "%s\n", qUtf8Printable(message));
+  if (type != QtDebugMsg && type != QtInfoMsg) ++warnings;
+}
+
 class Tour {
  public:
   Tour(TallyfoldApp& app, fs::path output, std::vector<fs::path> files)
@@ -38,6 +46,7 @@ class Tour {
         files_(std::move(files)) {}
 
   void walk() {
+    require(window_.size() == QSize(1000, 680), "The window opens in its size");
     show("empty");
     addFiles();
     selectAllAlgorithms();
@@ -261,7 +270,11 @@ class Tour {
   void lookAround() {
     enter(AppMode::Files, "1");
     driver_.press({"Control_L", "comma"});
-    driver_.focus(*driver_.usableItem("aboutTitle")->window());
+    const QQuickItem* title = driver_.usableItem("aboutTitle");
+    QQuickWindow& settings = *title->window();
+    driver_.focus(settings);
+    const double content = title->parentItem()->height();
+    require(settings.size() == QSize(420, qRound(content) + 48), "The settings window is as large as what it shows");
     show("settings");
     driver_.press({"Escape"});
     Driver::waitFor("the settings to close", [&] { return driver_.findItem("aboutTitle") == nullptr; });
@@ -308,6 +321,7 @@ class Tour {
 }  // namespace tallyfold
 
 int main(int argc, char** argv) {
+  qInstallMessageHandler(tallyfold::note);
   tallyfold::TallyfoldApp app(argc, argv);
   QCommandLineParser parser;
   parser.addOption(
@@ -328,5 +342,8 @@ int main(int argc, char** argv) {
       QCoreApplication::exit(1);
     }
   });
-  return app.run();
+  const int status = app.run();
+  if (tallyfold::warnings == 0) return status;
+  std::fprintf(stderr, "Not so: The tour is walked without a warning. There were %d.\n", tallyfold::warnings.load());
+  return 1;
 }
