@@ -163,7 +163,7 @@ TEST_F(WindowTest, MenusAreThereWhileTheyAreOpen) {
       {[&] { driver.click("presets"); },
        "presetAll",
        {"Recommended — BLAKE3 + SHA-256", "Compatibility — MD5 + SHA-1 + SHA-256", "All algorithms"}},
-      {[&] { driver.clickAt(row, 3); }, "copyPath", {"Reveal in Finder", "Copy path", "Remove"}},
+      {[&] { driver.clickAt(row, 3); }, "copyPath", {"Copy Checksums", "Reveal in Finder", "Copy path", "Remove"}},
       {[&] { driver.click("applicationMenu"); }, "settingsItem", {"Settings…", "About Tally Fold", "Quit"}},
   };
   for (const auto& menu : menus) {
@@ -248,7 +248,15 @@ TEST_F(WindowTest, AtItsSmallestEverythingIsInside) {
     EXPECT_LE(place.right(), window.width()) << name;
     EXPECT_GT(place.width(), 20) << name;
   }
-  EXPECT_GE(driver.item("jobList")->height(), 100);
+  QQuickItem* list = driver.item("jobList");
+  EXPECT_GE(list->height(), 100);
+  list->forceActiveFocus();
+  driver.press({"End"});
+  waitFor("the end of the last row", [&] {
+    const auto* last = list->property("currentItem").value<QQuickItem*>();
+    return list->property("currentIndex") == 2 &&
+           last->mapRectToItem(list, last->boundingRect()).bottom() <= list->height() + 1;
+  });
 }
 
 TEST_F(WindowTest, TheSidebarSelectsTheMode) {

@@ -56,12 +56,11 @@ TFGlassCard {
             font.weight: Font.Medium
         }
 
-        TFText {
+        TFNameText {
             objectName: "fileName"
             width: parent.width
             text: root.isEmpty ? root.emptyName : root.file.name
             color: root.isEmpty ? TallyTheme.secondary : TallyTheme.primary
-            elide: Text.ElideMiddle
             font.weight: Font.Medium
         }
 

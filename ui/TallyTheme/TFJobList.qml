@@ -60,8 +60,12 @@ ListView {
     }
     Keys.onPressed: event => {
         event.accepted = event.key in strides;
-        if (event.accepted)
-            currentIndex = Math.max(0, Math.min(currentIndex + strides[event.key], count - 1));
+        if (!event.accepted)
+            return;
+        currentIndex = Math.max(0, Math.min(currentIndex + strides[event.key], count - 1));
+        // The last row may be higher than the rows before it let expect.
+        if (currentIndex === count - 1)
+            positionViewAtEnd();
     }
 
     T.ScrollBar.vertical: TFScrollBar {

@@ -21,6 +21,18 @@ T.ItemDelegate {
         (ListView.view as TFJobList).menu.popup();
     }
 
+    // A digest has a menu of its own.
+    function isOnDigest(position: point): bool {
+        let item = contentItem;
+        for (let place = mapToItem(item, position); item && !(item instanceof TFSelectableText); ) {
+            const child = item.childAt(place.x, place.y);
+            if (child)
+                place = item.mapToItem(child, place);
+            item = child;
+        }
+        return item !== null;
+    }
+
     implicitHeight: contentItem.implicitHeight + TallyTheme.lineWidth
     width: ListView.view ? ListView.view.width : 0
     padding: 0
@@ -34,7 +46,10 @@ T.ItemDelegate {
 
     TapHandler {
         acceptedButtons: Qt.RightButton
-        onTapped: row.showMenu()
+        onTapped: eventPoint => {
+            if (!row.isOnDigest(eventPoint.position))
+                row.showMenu();
+        }
     }
 
     background: Rectangle {

@@ -10,12 +10,12 @@ Item {
 
     implicitHeight: pathText.implicitHeight
 
-    TFText {
+    TFNameText {
         id: pathText
 
-        width: Math.max(0, Math.min(implicitWidth, root.width - factsText.width))
+        room: Math.max(0, root.width - factsText.width)
+        width: Math.min(wantedWidth, room)
         text: root.path
-        elide: Text.ElideMiddle
         color: TallyTheme.tertiary
         font.pixelSize: TallyTheme.captionSize
     }

@@ -15,6 +15,12 @@ Item {
     readonly property int groupsPerLine: Math.max(1, Math.floor(width / grouping.groupWidth))
     readonly property int fullWidth: Math.ceil(TallyTheme.longestDigestLine / grouping.groupLength * grouping.groupWidth) + 1
 
+    function openMenu() {
+        edit.forceActiveFocus(Qt.MouseFocusReason);
+        menu.active = true;
+        (menu.item as TFDigestMenu).open();
+    }
+
     implicitHeight: Math.max(edit.contentHeight, Math.ceil(expectedLength / grouping.groupLength / groupsPerLine) * metrics.lineSpacing)
 
     FontMetrics {
@@ -33,13 +39,14 @@ Item {
         // The toolkit takes no stop away from under the focus.
         activeFocusOnTab: root.isTabStop || activeFocus
         selectByMouse: true
-        persistentSelection: false
+        persistentSelection: (menu.item as TFDigestMenu)?.isOpen ?? false
         wrapMode: TextEdit.WrapAnywhere
         color: TallyTheme.primary
         selectionColor: TallyTheme.accent
         selectedTextColor: TallyTheme.inkOnAccent
         Accessible.role: Accessible.StaticText
         Accessible.name: root.name + " " + root.text
+        Keys.onMenuPressed: root.openMenu()
 
         font {
             family: TallyTheme.digestFont
@@ -60,6 +67,22 @@ Item {
             mark: root.mark
             markColor: TallyTheme.bad
             markedTextColor: TallyTheme.inkOnAccent
+        }
+    }
+
+    TapHandler {
+        acceptedButtons: Qt.RightButton
+        enabled: edit.length > 0
+        onTapped: root.openMenu()
+    }
+
+    Loader {
+        id: menu
+
+        active: false
+
+        sourceComponent: TFDigestMenu {
+            editor: edit
         }
     }
 }

@@ -7,9 +7,9 @@ T.ToolTip {
 
     x: parent ? (parent.width - implicitWidth) / 2 : 0
     y: -implicitHeight - TallyTheme.space2
-    // A longer tip has several lines, as wide as the window.
+    // A longer tip has several lines.
     implicitWidth: {
-        const wanted = Math.ceil(contentItem.implicitWidth) + leftPadding + rightPadding;
+        const wanted = Math.min(Math.ceil(contentItem.implicitWidth) + leftPadding + rightPadding, TallyTheme.tipWidth);
         return parent?.Window.window ? Math.min(wanted, parent.Window.width - 2 * margins) : wanted;
     }
     implicitHeight: contentItem.implicitHeight + topPadding + bottomPadding

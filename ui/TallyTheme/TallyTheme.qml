@@ -130,6 +130,7 @@ QtObject {
     readonly property real algorithmMenuWidth: 160 * textScale
     readonly property real shortMenuWidth: 140 * textScale
     readonly property real wideMenuWidth: 320 * textScale
+    readonly property real tipWidth: 480 * textScale
 
     // Columns, each as wide as the longest of the words that come into it.
     readonly property real percentWidth: 36 * textScale

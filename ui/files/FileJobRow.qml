@@ -52,13 +52,12 @@ TFJobRow {
                     verticalCenter: parent.verticalCenter
                 }
 
-                TFText {
+                TFNameText {
                     id: nameText
 
                     objectName: "name"
                     width: parent.width
                     text: root.name
-                    elide: Text.ElideMiddle
                     font.weight: Font.Medium
                 }
 

@@ -100,7 +100,16 @@ TFScreen {
     TFMenu {
         id: rowMenu
 
-        implicitWidth: TallyTheme.menuWidth
+        implicitWidth: TallyTheme.listMenuWidth
+
+        TFMenuItem {
+            objectName: "copyChecksums"
+            text: qsTr("Copy Checksums")
+            symbol: "doc.on.doc"
+            shortcutText: "Ctrl+C"
+            enabled: list.isSelectedFinished
+            onTriggered: root.viewModel.files.copyAllHashes(list.selectedId())
+        }
 
         TFMenuItem {
             objectName: "reveal"
@@ -120,6 +129,7 @@ TFScreen {
             objectName: "removeRow"
             text: qsTr("Remove")
             symbol: "xmark"
+            shortcutText: "Del"
             enabled: root.viewModel.files.queueRefusal === ""
             onTriggered: root.viewModel.files.removeJob(list.selectedId())
         }

@@ -62,12 +62,11 @@ TFJobRow {
                 }
             }
 
-            TFText {
+            TFNameText {
                 id: pathText
 
                 objectName: "path"
                 text: root.path
-                elide: Text.ElideMiddle
                 font.weight: Font.Medium
 
                 anchors {
@@ -108,18 +107,6 @@ TFJobRow {
                     right: parent.right
                     rightMargin: TallyTheme.space3
                     verticalCenter: parent.verticalCenter
-                }
-            }
-
-            Loader {
-                anchors.fill: pathText
-                active: root.hovered && pathText.truncated
-
-                sourceComponent: Item {
-                    TFToolTip {
-                        text: root.path
-                        visible: true
-                    }
                 }
             }
         }
