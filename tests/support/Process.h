@@ -51,6 +51,14 @@ class OtherProgram {
     }
   }
 
+  /// Asks it to end, and returns when it has.
+  void end() {
+    kill(process_, SIGTERM);
+    while (waitpid(process_, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    process_ = 0;
+  }
+
   /// Waits for its end. Returns all that it printed since the last call. Throws when its exit status is not 0.
   std::string finish() {
     while (readSome()) {

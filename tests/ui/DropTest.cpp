@@ -167,6 +167,10 @@ TEST_F(DropTest, WhatCannotBeUsedIsRefusedWhileItHovers) {
     EXPECT_EQ(release(), "nothing");
   };
   expectRefusal("application/x-color", "red");
+  model.setErrorMessage(QStringLiteral("An alert is in front."));
+  driver.usableItem("alertOk");
+  expectRefusal(uriList, line(folder.file("behind", "")));
+  model.setErrorMessage({});
   EXPECT_EQ(model.files()->jobs()->count(), 0);
 
   add({endlessFile()});

@@ -48,7 +48,7 @@ class FilesKeyboardTest : public WindowFixture {
 TEST_F(FilesKeyboardTest, TabWalksThroughEveryControlInReadingOrderAndShowsWhereItIs) {
   add({"a", "b"}, abc);
   calculate();
-  window.contentItem()->forceActiveFocus();
+  tabTo("Calculate");
 
   const QStringList order =
       QStringLiteral(
@@ -60,7 +60,8 @@ TEST_F(FilesKeyboardTest, TabWalksThroughEveryControlInReadingOrderAndShowsWhere
     const QImage before = window.grabWindow();
     tab({"Tab"});
     walked.append(QString::fromStdString(focusedName()));
-    waitFor("a focus ring on " + focusedName(), [&] { return newAccentPixels(before) >= 40; });
+    waitFor("a focus ring on " + focusedName(),
+            [&] { return newAccentPixels(before) >= window.activeFocusItem()->width(); });
   }
   EXPECT_EQ(walked, order);
 

@@ -113,18 +113,6 @@ TEST_F(OtherModes, TextIsVerifiedAsTheEditorShowsIt) {
   }
 }
 
-TEST_F(OtherModes, KeysGoToTheScreenThatIsSeen) {
-  enter(AppMode::Text);
-  driver.click("textEditor");
-  for (const auto& [mode, key] : {std::pair{AppMode::Verify, "b"}, {AppMode::Text, "c"}}) {
-    driver.type("a");
-    enter(mode);
-    driver.type(key);
-  }
-  waitFor("what was typed into the text", [&] { return model.text()->textInput().endsWith(u'c'); });
-  EXPECT_EQ(model.text()->textInput(), u"ac");
-}
-
 TEST_F(OtherModes, ClipboardThatDoesNotAnswerIsAskedOnceForEachPaste) {
   enter(AppMode::Text);
   driver.click("textEditor");

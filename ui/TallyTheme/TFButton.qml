@@ -18,6 +18,8 @@ Item {
     property string description
     // What it is called where its text alone would not say which of several it is.
     property string accessibleName: text
+    // What has the focus where the button has it.
+    readonly property Item place: control
     readonly property color foreground: isProminent ? TallyTheme.inkOnAccent : isBorderless ? TallyTheme.secondary : TallyTheme.primary
 
     signal clicked

@@ -25,7 +25,8 @@ T.Popup {
     onAboutToShow: opener = parent.Window.activeFocusItem
     onClosed: {
         dismissed();
-        opener?.forceActiveFocus(Qt.TabFocusReason);
+        if (opener?.visible)
+            opener.forceActiveFocus(Qt.TabFocusReason);
     }
     onOpened: button.takeFocus()
 

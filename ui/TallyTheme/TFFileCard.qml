@@ -16,6 +16,7 @@ TFGlassCard {
     property string facts
     property proposedFolder proposal
     readonly property bool isEmpty: !file.isPresent
+    readonly property Item choosePlace: choose.place
 
     signal chooseRequested
     signal proposalAccepted
@@ -103,6 +104,8 @@ TFGlassCard {
         }
 
         TFButton {
+            id: choose
+
             objectName: root.objectName + "Choose"
             anchors.right: parent.right
             text: qsTr("Choose…")

@@ -69,6 +69,12 @@ T.ItemDelegate {
             color: row.ListView.view && row.ListView.view.activeFocus ? TallyTheme.accent : TallyTheme.tertiary
         }
 
+        TFFocusRing {
+            visible: row.activeFocus
+            // The list clips what is outside of its rows.
+            inset: 0
+        }
+
         Rectangle {
             x: TallyTheme.space4
             anchors.bottom: parent.bottom

@@ -21,7 +21,10 @@ T.Menu {
         opener = parent.Window.activeFocusItem;
         returnReason = opener?.visualFocus ? Qt.TabFocusReason : Qt.PopupFocusReason;
     }
-    onClosed: opener?.forceActiveFocus(returnReason)
+    onClosed: {
+        if (opener?.visible)
+            opener.forceActiveFocus(returnReason);
+    }
 
     contentItem: ListView {
         implicitHeight: contentHeight

@@ -15,10 +15,34 @@ FocusScope {
     property real headerGutter: gutter
     // The height is so little that what the screen is about comes before the space around it.
     property bool isShort: false
+    // What gets the keys when the screen comes, and when what had them cannot keep them.
+    required property Item firstPlace
+    // The keys stay where they are outside the screen.
+    property bool isKeyboardAway: false
+    property Item lastFirstPlace
+    // Nothing is dropped behind the alert.
+    readonly property bool takesDrops: viewModel.errorMessage === ""
+
+    function takeKeyboard() {
+        if (!visible || !firstPlace)
+            return;
+        if (isKeyboardAway)
+            firstPlace.focus = true;
+        else
+            firstPlace.forceActiveFocus();
+    }
 
     anchors.fill: parent
     visible: viewModel.mode === mode
     focus: visible
+    onVisibleChanged: takeKeyboard()
+    // Whoever has not moved on goes along.
+    onFirstPlaceChanged: {
+        if (lastFirstPlace?.activeFocus)
+            takeKeyboard();
+        lastFirstPlace = firstPlace;
+    }
+    Component.onCompleted: takeKeyboard()
 
     TFSectionHeader {
         id: header

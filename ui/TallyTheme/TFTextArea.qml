@@ -18,6 +18,7 @@ Flickable {
     property alias font: area.font
     property string name
     property alias submitsOnReturn: keys.submitsOnReturn
+    property alias isLeftByTab: keys.isLeftByTab
     readonly property Item editor: area
 
     // The user changed the content.
@@ -57,6 +58,7 @@ Flickable {
         selectByMouse: true
         persistentSelection: false
         Accessible.name: root.name
+        Accessible.description: root.isLeftByTab ? "" : qsTr("Tab is part of the text. Ctrl+Tab leaves it.")
         readOnly: root.readOnly || whole.isAbridged
         onTextChanged: whole.takeOver()
         onCursorRectangleChanged: {

@@ -2,7 +2,6 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QKeyEvent>
 #include <QKeySequence>
 #include <QMouseEvent>
 
@@ -17,6 +16,14 @@ void TextKeys::setTarget(QQuickItem* target) {
   emit targetChanged();
 }
 
+bool TextKeys::leave(const QKeyEvent& key) {
+  const bool isForward = key.key() == Qt::Key_Tab;
+  if (!isForward && key.key() != Qt::Key_Backtab) return false;
+  if (!isLeftByTab_ && !key.modifiers().testFlag(Qt::ControlModifier)) return false;
+  target_->nextItemInFocusChain(isForward)->forceActiveFocus(isForward ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+  return true;
+}
+
 bool TextKeys::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Paste)) {
     emit pasteRequested(false);
@@ -27,6 +34,7 @@ bool TextKeys::eventFilter(QObject* watched, QEvent* event) {
     emit submitted();
     return true;
   }
+  if (event->type() == QEvent::KeyPress && leave(*static_cast<QKeyEvent*>(event))) return true;
   if ((event->type() == QEvent::MouseButtonPress || event->type() == QEvent::MouseButtonRelease) &&
       static_cast<QMouseEvent*>(event)->button() == Qt::MiddleButton) {
     if (event->type() == QEvent::MouseButtonPress) emit pasteRequested(true);

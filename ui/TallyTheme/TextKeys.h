@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QKeyEvent>
 #include <QObject>
 #include <QQuickItem>
 #include <QtQml/qqmlregistration.h>
@@ -17,6 +18,8 @@ class TextKeys : public QObject {
   Q_PROPERTY(QQuickItem* target READ target WRITE setTarget NOTIFY targetChanged)
   /// Return submits the text and makes no line break.
   Q_PROPERTY(bool submitsOnReturn MEMBER submitsOnReturn_ NOTIFY submitsOnReturnChanged)
+  /// Tab and Shift+Tab lead to the neighbours, and are no part of the text. Those with Ctrl always do.
+  Q_PROPERTY(bool isLeftByTab MEMBER isLeftByTab_ NOTIFY isLeftByTabChanged)
 
  public:
   using QObject::QObject;
@@ -28,13 +31,18 @@ class TextKeys : public QObject {
  signals:
   void targetChanged();
   void submitsOnReturnChanged();
+  void isLeftByTabChanged();
   /// The text of the clipboard is wanted, or that which is selected in another program.
   void pasteRequested(bool isSelection);
   void submitted();
 
  private:
+  /// False when the key is none that leaves the text.
+  bool leave(const QKeyEvent& key);
+
   QQuickItem* target_ = nullptr;
   bool submitsOnReturn_ = false;
+  bool isLeftByTab_ = false;
 };
 
 }  // namespace tallyfold

@@ -9,6 +9,13 @@ TFScreen {
     readonly property string inputRefusal: viewModel.compare.compareInputRefusal
 
     mode: AppMode.Compare
+    firstPlace: {
+        if (first.isEmpty)
+            return first.choosePlace;
+        if (second.isEmpty)
+            return second.choosePlace;
+        return act.refusal === "" ? act.place : first.choosePlace;
+    }
     title: qsTr("Compare")
     subtitle: qsTr("Perform an exact byte-for-byte comparison and locate the first mismatch.")
 
@@ -26,6 +33,8 @@ TFScreen {
         }
 
         TFFileCard {
+            id: first
+
             objectName: "compareFirst"
             width: (parent.width - swap.width) / 2 - TallyTheme.space2
             height: parent.height
@@ -48,6 +57,8 @@ TFScreen {
         }
 
         TFFileCard {
+            id: second
+
             objectName: "compareSecond"
             anchors.right: parent.right
             width: (parent.width - swap.width) / 2 - TallyTheme.space2
@@ -140,7 +151,7 @@ TFScreen {
         height: parent.height
         z: -1
         replaces: [file.folder, file.name]
-        enabled: root.inputRefusal === ""
+        enabled: root.takesDrops && root.inputRefusal === ""
         onFilesDropped: files => root.viewModel.compare.setCompareFiles(files, false)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
@@ -155,15 +166,8 @@ TFScreen {
         height: parent.height
         z: -1
         replaces: [file.folder, file.name]
-        enabled: root.inputRefusal === ""
+        enabled: root.takesDrops && root.inputRefusal === ""
         onFilesDropped: files => root.viewModel.compare.setCompareFiles(files, true)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
-    }
-
-    Shortcut {
-        enabled: root.visible && root.inputRefusal === ""
-        sequences: ["Return", "Enter"]
-        autoRepeat: false
-        onActivated: root.viewModel.compare.compare()
     }
 }

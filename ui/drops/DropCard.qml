@@ -12,6 +12,8 @@ TFGlassCard {
     readonly property string title: qsTr("Drop files to calculate checksums")
     readonly property string note: qsTr("Files are processed locally in bounded 8 MiB chunks. Nothing is uploaded.")
 
+    readonly property Item choosePlace: isCompact ? choose.place : chooseFirst.place
+
     signal chooseRequested
 
     clip: true
@@ -55,6 +57,8 @@ TFGlassCard {
         }
 
         TFButton {
+            id: chooseFirst
+
             objectName: root.isCompact ? "" : "chooseFiles"
             anchors.horizontalCenter: parent.horizontalCenter
             text: qsTr("Choose Files…")

@@ -9,6 +9,7 @@ TFScreen {
 
     objectName: "filesView"
     mode: AppMode.Files
+    firstPlace: hasJobs ? list : dropCard.choosePlace
     title: qsTr("File Hashing")
     subtitle: qsTr("Calculate multiple checksums in a single local file pass.")
     isShort: height < TallyTheme.shortHeight
@@ -149,7 +150,7 @@ TFScreen {
 
         objectName: "dropZone"
         anchors.fill: parent
-        enabled: root.viewModel.files.queueRefusal === ""
+        enabled: root.takesDrops && root.viewModel.files.queueRefusal === ""
         replaces: [root.viewModel.files.clearings]
         z: -1
         onFilesDropped: files => root.viewModel.files.receiveDroppedFiles(files)

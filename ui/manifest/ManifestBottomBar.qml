@@ -7,6 +7,7 @@ TFRunBar {
 
     required property AppViewModel viewModel
     required property bool hasRows
+    readonly property Item runPlace: run.place
 
     signal copyRequested
 
@@ -16,6 +17,8 @@ TFRunBar {
     progressLabel: qsTr("Verification of the list")
 
     runButton: TFRunButton {
+        id: run
+
         objectName: "verifyManifest"
         verb: qsTr("Verify")
         isRunning: root.viewModel.manifest.isBusy

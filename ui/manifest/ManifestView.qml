@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Window
 import TallyFold
 
 // Manifest mode: a checksum list against the files below a folder.
@@ -24,6 +23,13 @@ TFScreen {
     Keys.onEnterPressed: viewModel.manifest.verifyManifestOrChoose()
 
     mode: AppMode.Manifest
+    firstPlace: {
+        if (rows.visible || warnings.visible)
+            return rows.visible ? rows : warnings;
+        if (!hasList)
+            return choose.place;
+        return viewModel.manifest.manifestFileRefusal === "" ? list.choosePlace : bottomBar.runPlace;
+    }
     title: qsTr("Manifest")
     subtitle: qsTr("Verify the files below a folder against a checksum list.")
     isShort: height < TallyTheme.shortHeight
@@ -190,6 +196,8 @@ TFScreen {
             }
 
             TFButton {
+                id: choose
+
                 objectName: "chooseManifest"
                 anchors.horizontalCenter: parent.horizontalCenter
                 visible: !root.hasList
@@ -250,7 +258,7 @@ TFScreen {
         z: -1
         takesFolders: true
         replaces: [root.listFile.folder, root.listFile.name, rootFolder.folder, rootFolder.name]
-        enabled: root.viewModel.manifest.manifestFileRefusal === ""
+        enabled: root.takesDrops && root.viewModel.manifest.manifestFileRefusal === ""
         onFilesDropped: files => root.viewModel.manifest.dropManifest(files)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
@@ -265,14 +273,6 @@ TFScreen {
         enabled: root.visible && root.viewModel.manifest.manifestRootRefusal === ""
         sequence: "Ctrl+Shift+O"
         onActivated: root.viewModel.manifest.chooseManifestRoot()
-    }
-
-    // Where no item has the focus that could mean something else by it.
-    Shortcut {
-        enabled: root.visible && root.Window.activeFocusItem === root.Window.contentItem
-        sequences: ["Return", "Enter"]
-        autoRepeat: false
-        onActivated: root.viewModel.manifest.verifyManifestOrChoose()
     }
 
     Shortcut {

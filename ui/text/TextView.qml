@@ -7,6 +7,7 @@ TFScreen {
     id: root
 
     mode: AppMode.Text
+    firstPlace: editor.editor
     title: qsTr("Text Hashing")
     subtitle: qsTr("Calculate the checksums of a piece of text as it is typed.")
 
@@ -32,7 +33,6 @@ TFScreen {
             objectName: "textEditor"
             anchors.fill: parent
             anchors.margins: TallyTheme.lineWidth
-            focus: true
             viewModel: root.viewModel
             name: qsTr("Text to hash")
             hint: qsTr("Type or paste text here.")

@@ -12,6 +12,7 @@ TFScreen {
     readonly property string inputRefusal: viewModel.verify.verifyInputRefusal
 
     mode: AppMode.Verify
+    firstPlace: field.editor
     title: qsTr("Verify")
     subtitle: qsTr("Check a file against a checksum that you were given.")
     headerGutter: column.x
@@ -111,7 +112,7 @@ TFScreen {
                             objectName: "checksumField"
                             anchors.fill: parent
                             anchors.margins: TallyTheme.focusWidth
-                            focus: true
+                            isLeftByTab: true
                             viewModel: root.viewModel
                             submitsOnReturn: true
                             readOnly: root.inputRefusal !== ""
@@ -269,7 +270,7 @@ TFScreen {
         anchors.fill: parent
         z: -1
         replaces: [file.folder, file.name]
-        enabled: root.inputRefusal === ""
+        enabled: root.takesDrops && root.inputRefusal === ""
         onFilesDropped: files => root.viewModel.verify.setVerifyFile(files)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }

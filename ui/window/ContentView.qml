@@ -8,6 +8,17 @@ Window {
     id: root
 
     required property AppViewModel viewModel
+    readonly property bool isKeyboardAway: sidebar.hasKeyboard || alert.opened
+
+    // Nobody keeps the keys who is not shown or cannot use them.
+    function handOn() {
+        if (activeFocusItem === contentItem)
+            detail.forceActiveFocus();
+        if (activeFocusItem?.visible && !(activeFocusItem as TFScreen))
+            return;
+        for (let i = 0; i < detail.children.length; ++i)
+            (detail.children[i] as TFScreen)?.takeKeyboard();
+    }
 
     title: "Tally Fold"
     minimumWidth: sidebar.T.SplitView.minimumWidth + TallyTheme.lineWidth + detail.T.SplitView.minimumWidth
@@ -15,6 +26,7 @@ Window {
     color: TallyTheme.backgroundBottom
     visible: true
     onClosing: viewModel.shutdown()
+    onActiveFocusItemChanged: handOn()
 
     TFBackground {
         anchors.fill: parent
@@ -62,38 +74,47 @@ Window {
             T.SplitView.preferredWidth: root.width < TallyTheme.narrowWidth ? TallyTheme.leastSidebarWidth : TallyTheme.sidebarWidth
             viewModel: root.viewModel
             onSettingsRequested: about.open()
+            onScreenRequested: detail.forceActiveFocus(Qt.TabFocusReason)
         }
 
         // The focus goes along to the next screen: keys mean what is seen.
         FocusScope {
             id: detail
 
+            focus: true
             T.SplitView.minimumWidth: TallyTheme.leastScreenWidth
             T.SplitView.fillWidth: true
 
             FilesView {
                 viewModel: root.viewModel
+                isKeyboardAway: root.isKeyboardAway
             }
 
             TextView {
                 viewModel: root.viewModel
+                isKeyboardAway: root.isKeyboardAway
             }
 
             VerifyView {
                 viewModel: root.viewModel
+                isKeyboardAway: root.isKeyboardAway
             }
 
             CompareView {
                 viewModel: root.viewModel
+                isKeyboardAway: root.isKeyboardAway
             }
 
             ManifestView {
                 viewModel: root.viewModel
+                isKeyboardAway: root.isKeyboardAway
             }
         }
     }
 
     TFErrorAlert {
+        id: alert
+
         message: root.viewModel.errorMessage
         onDismissed: root.viewModel.errorMessage = ""
     }
@@ -102,6 +123,14 @@ Window {
         id: about
 
         transientParent: root
+    }
+
+    Connections {
+        target: root.activeFocusItem
+
+        function onVisibleChanged() {
+            root.handOn();
+        }
     }
 
     Repeater {
@@ -113,7 +142,12 @@ Window {
 
             Shortcut {
                 sequence: "Ctrl+" + (index + 1)
-                onActivated: root.viewModel.mode = modelData.mode
+                onActivated: {
+                    root.viewModel.mode = modelData.mode;
+                    const control = root.activeFocusItem as T.Control;
+                    if (control)
+                        control.focusReason = Qt.ShortcutFocusReason;
+                }
             }
         }
     }

@@ -9,7 +9,11 @@ Item {
 
     required property AppViewModel viewModel
 
+    readonly property alias hasKeyboard: list.activeFocus
+
     signal settingsRequested
+    // The keyboard shall go to the screen.
+    signal screenRequested
 
     Row {
         id: title
@@ -47,6 +51,9 @@ Item {
         Accessible.name: qsTr("Modes")
         Keys.onUpPressed: root.viewModel.stepMode(-1)
         Keys.onDownPressed: root.viewModel.stepMode(1)
+        Keys.onReturnPressed: root.screenRequested()
+        Keys.onEnterPressed: root.screenRequested()
+        Keys.onRightPressed: root.screenRequested()
 
         anchors {
             top: title.bottom

@@ -1,0 +1,163 @@
+// Where the keyboard is, as other programs see it: those that assist, over their bus, and xclip.
+
+#include <optional>
+
+#include <QClipboard>
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QDBusVariant>
+#include <QGuiApplication>
+
+#include "tests/support/Process.h"
+#include "tests/ui/WindowFixture.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+struct Place {
+  QString service;
+  QString path;
+};
+
+class KeyboardTest : public WindowFixture {
+ protected:
+  void SetUp() override {
+    if (!launcher) {
+      launcher.emplace(std::vector<std::string>{"/usr/libexec/at-spi-bus-launcher", "--launch-immediately"});
+      auto asked = QDBusMessage::createMethodCall("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress");
+      QDBusReply<QString> address;
+      waitFor("the bus", [&] { return (address = QDBusConnection::sessionBus().call(asked)).isValid(); });
+      bus = QDBusConnection::connectToBus(address, QStringLiteral("assistance"));
+    }
+    WindowFixture::SetUp();
+  }
+  static void TearDownTestSuite() { launcher->end(); }
+
+  QVariant ask(const Place& place, const char* interface, const char* what, const QVariantList& arguments = {}) {
+    auto call = QDBusMessage::createMethodCall(place.service, place.path, interface, what);
+    call.setArguments(arguments);
+    // This very process answers.
+    return bus.call(call, QDBus::BlockWithGui).arguments().value(0);
+  }
+
+  QString textOf(const Place& place, const char* property) {
+    const QVariantList arguments = {QStringLiteral("org.a11y.atspi.Accessible"), QString::fromLatin1(property)};
+    const auto text = ask(place, "org.freedesktop.DBus.Properties", "Get", arguments);
+    return text.value<QDBusVariant>().variant().toString();
+  }
+
+  std::vector<Place> below(const Place& place) {
+    std::vector<Place> all;
+    const auto list = ask(place, "org.a11y.atspi.Accessible", "GetChildren").value<QDBusArgument>();
+    for (list.beginArray(); !list.atEnd();) {
+      QDBusObjectPath path;
+      list.beginStructure();
+      list >> all.emplace_back().service >> path;
+      list.endStructure();
+      all.back().path = path.path();
+    }
+    return all;
+  }
+
+  // Innermost, in or below `place`.
+  std::optional<Place> focusedIn(const Place& place) {
+    for (const Place& child : below(place)) {
+      if (auto found = focusedIn(child)) return found;
+    }
+    constexpr unsigned focused = 1U << 12U;
+    const auto states = qdbus_cast<QList<unsigned>>(ask(place, "org.a11y.atspi.Accessible", "GetState"));
+    return !states.empty() && (states[0] & focused) != 0 ? std::optional(place) : std::nullopt;
+  }
+
+  std::optional<Place> focused() {
+    return focusedIn({QStringLiteral("org.a11y.atspi.Registry"), QStringLiteral("/org/a11y/atspi/accessible/root")});
+  }
+
+  void waitForFocus(const QString& name) {
+    QString now;
+    try {
+      waitFor("", [&] {
+        const auto place = focused();
+        return (now = place ? textOf(*place, "Name") : QString()).startsWith(name);
+      });
+    } catch (const std::exception&) {
+      throw std::runtime_error("The keyboard is at \"" + now.toStdString() + "\", not " + name.toStdString());
+    }
+  }
+
+  static inline std::optional<OtherProgram> launcher;
+  static inline QDBusConnection bus{QString()};
+};
+
+TEST_F(KeyboardTest, GoesFromEveryModeToTheFirstPlaceOfEveryOther) {
+  model.setSelectedAlgorithms({HashAlgorithm::crc32});
+  add({"file"}, "abc");
+  calculate();
+  const QString places[] = {"file, ", "Text to hash", "Checksum or checksum line", "Choose Checksum List…",
+                            "Choose File A"};
+  std::string typed[std::size(places)];
+  for (const AppMode::Case from : AppMode::allCases()) {
+    for (const AppMode::Case to : AppMode::allCases()) {
+      if (from == to) continue;
+      enter(from);
+      driver.type("f");
+      typed[from] += 'f';
+      QGuiApplication::clipboard()->setText(QStringLiteral("before"));
+      (from + to) % 2 == 0 ? enter(to) : driver.click("mode" + AppMode::rawValue(to));
+      waitForFocus(places[to]);
+      driver.press({"End"});
+      driver.type("t");
+      typed[to] += 't';
+      for (const char* key : {"a", "c"}) driver.press({"Control_L", key});
+      driver.press({"Right"});
+      const bool isText = to == AppMode::Text || to == AppMode::Verify;
+      waitForClipboard(isText ? typed[to] : to == AppMode::Files ? "CRC-32: 352441c2" : "before");
+    }
+  }
+  EXPECT_EQ(model.text()->textInput().toStdString(), typed[AppMode::Text]);
+  EXPECT_EQ(model.verify()->expectedHash().toStdString(), typed[AppMode::Verify]);
+}
+
+TEST_F(KeyboardTest, LeavesEveryPlace) {
+  model.compare()->setCompareFiles({fileUrl(folder.file("a", "")), fileUrl(folder.file("b", ""))}, false);
+  const struct {
+    std::initializer_list<const char*> keys;
+    const char* name;
+  } steps[] = {
+      {{"Control_L", "3"}, "Checksum or checksum line"},
+      {{"Tab"}, "Auto"},
+      {{"Shift_L", "Tab"}, "Checksum or checksum line"},
+      {{"Shift_L", "Tab"}, "Paste"},
+      {{"Control_L", "2"}, "Text to hash"},
+      {{"Tab"}, "Text to hash"},
+      {{"Control_L", "Tab"}, "Clear"},
+      {{"Return"}, "Text to hash"},
+      {{"Control_L", "Shift_L", "Tab"}, "Menu"},
+      {{"Control_L", "5"}, "Compare"},
+      {{"Shift_L", "Tab"}, "Choose File B"},
+  };
+  for (const auto& [keys, name] : steps) {
+    driver.press(keys);
+    waitFor(name, [&, wanted = std::string(name)] { return focusedName() == wanted; });
+  }
+  driver.press({"Return"});
+  driver.answerPanel("openPanel", folder.file("c", "c"));
+  EXPECT_EQ(model.compare()->compareSecondURL(), folder.path() / "c");
+  EXPECT_FALSE(model.compare()->compareResult()) << "Return is the button's";
+
+  driver.item("sidebar")->forceActiveFocus();
+  enter(AppMode::Files);
+  EXPECT_EQ(focusedName(), "Files") << "The sidebar keeps the keyboard";
+  add({"a"}, "");
+  driver.press({"Return"});
+  waitFor("the list", [&] { return focusedName() == "a"; });
+  model.files()->clearFiles();
+  waitFor("the button instead", [&] { return focusedName() == "Choose Files…"; });
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test
