@@ -7,14 +7,17 @@ Item {
 
     property string path
     property string facts
+    // The width that it can have at the most.
+    property real room: width
 
+    implicitWidth: pathText.wantedWidth + factsText.implicitWidth
     implicitHeight: pathText.implicitHeight
 
     TFNameText {
         id: pathText
 
-        room: Math.max(0, root.width - factsText.width)
-        width: Math.min(wantedWidth, room)
+        room: Math.max(0, root.room - factsText.implicitWidth)
+        width: Math.max(0, Math.min(wantedWidth, root.width - factsText.width))
         text: root.path
         color: TallyTheme.tertiary
         font.pixelSize: TallyTheme.captionSize
@@ -25,6 +28,8 @@ Item {
 
         objectName: "facts"
         anchors.left: pathText.right
+        width: Math.min(implicitWidth, root.width)
+        elide: Text.ElideRight
         text: root.facts === "" ? "" : " · " + root.facts
         color: TallyTheme.tertiary
         font.pixelSize: TallyTheme.captionSize

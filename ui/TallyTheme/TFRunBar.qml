@@ -25,7 +25,7 @@ Item {
         bottom: parent.bottom
         leftMargin: TallyTheme.space6
         rightMargin: TallyTheme.space6
-        bottomMargin: TallyTheme.space4
+        bottomMargin: TallyTheme.space3
     }
 
     Flow {

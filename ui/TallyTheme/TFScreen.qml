@@ -1,12 +1,16 @@
 import QtQuick
+import QtQuick.Templates as T
+import QtQuick.Window
 import TallyFold
 
-// What is beside the sidebar in one mode, and only then: its title, and the distances that every mode keeps.
+// What is beside the sidebar in one mode, and only then: its title, and the distances that every mode keeps. It scrolls
+// where the window is too low for the text size.
 FocusScope {
     id: screen
 
     required property AppViewModel viewModel
     required property int mode
+    default property alias content: page.data
     property alias title: header.title
     property alias subtitle: header.subtitle
     readonly property alias header: header
@@ -15,6 +19,12 @@ FocusScope {
     property real headerGutter: gutter
     // The height is so little that what the screen is about comes before the space around it.
     property bool isShort: false
+    // What the screen is about comes before the space around it, whatever the height.
+    property bool isDense: isShort
+    // What needs this height in all, from the title on; what is higher than the screen scrolls.
+    property real leastHeight: 0
+    // Stays below what scrolls; its parent is the screen.
+    property TFRunBar bar: null
     // What gets the keys when the screen comes, and when what had them cannot keep them.
     required property Item firstPlace
     // The keys stay where they are outside the screen.
@@ -44,16 +54,54 @@ FocusScope {
     }
     Component.onCompleted: takeKeyboard()
 
-    TFSectionHeader {
-        id: header
+    Flickable {
+        id: viewport
 
-        anchors {
-            left: parent.left
-            right: parent.right
-            top: parent.top
-            leftMargin: screen.headerGutter
-            rightMargin: screen.headerGutter
-            topMargin: screen.isShort ? TallyTheme.space3 : screen.gutter
+        readonly property Item place: Window.activeFocusItem
+
+        // What gets the keys is seen.
+        function reveal() {
+            let part = place;
+            while (part && part !== page)
+                part = part.parent;
+            if (!part || !interactive)
+                return;
+            const top = place.mapToItem(page, 0, 0).y - TallyTheme.space2;
+            const bottom = Math.min(top + place.height + 2 * TallyTheme.space2, top + height);
+            contentY = Math.max(0, Math.min(Math.max(contentY, bottom - height), top, contentHeight - height));
+        }
+
+        width: parent.width
+        height: screen.bar ? screen.bar.y : parent.height
+        contentHeight: page.height
+        interactive: contentHeight > height
+        clip: interactive
+        boundsBehavior: Flickable.StopAtBounds
+        onPlaceChanged: reveal()
+
+        T.ScrollBar.vertical: TFScrollBar {
+        }
+
+        Item {
+            id: page
+
+            width: viewport.width
+            height: Math.max(viewport.height, screen.leastHeight)
+
+            TFSectionHeader {
+                id: header
+
+                isCompact: screen.isDense
+
+                anchors {
+                    left: parent.left
+                    right: parent.right
+                    top: parent.top
+                    leftMargin: screen.headerGutter
+                    rightMargin: screen.headerGutter
+                    topMargin: screen.isDense ? TallyTheme.space3 : screen.gutter
+                }
+            }
         }
     }
 }

@@ -12,8 +12,21 @@ Item {
     // Room is kept for so many digits while they are not known yet.
     property int expectedLength: 0
     property bool isTabStop: false
-    readonly property int groupsPerLine: Math.max(1, Math.floor(width / grouping.groupWidth))
-    readonly property int fullWidth: Math.ceil(TallyTheme.longestDigestLine / grouping.groupLength * grouping.groupWidth) + 1
+    readonly property int groups: Math.max(1, Math.ceil(Math.max(text.length, expectedLength) / grouping.groupLength))
+    readonly property int groupsThatFit: Math.max(1, Math.floor(width / grouping.groupWidth))
+    // Lines of the same length, where there are several.
+    readonly property int groupsPerLine: Math.ceil(groups / Math.ceil(groups / groupsThatFit))
+
+    // What it takes of a width: one line of all digits, or else lines of the usual length.
+    function widthOf(available: real): real {
+        const usual = TallyTheme.usualDigestLine / grouping.groupLength;
+        const whole = lineWidth(Math.max(groups, usual));
+        return whole <= available ? whole : Math.min(lineWidth(usual), available);
+    }
+
+    function lineWidth(groups: real): int {
+        return Math.ceil(groups * grouping.groupWidth) + 1;
+    }
 
     function openMenu() {
         edit.forceActiveFocus(Qt.MouseFocusReason);
@@ -32,7 +45,7 @@ Item {
     TextEdit {
         id: edit
 
-        width: Math.ceil(root.groupsPerLine * grouping.groupWidth) + 1
+        width: root.lineWidth(root.groupsPerLine)
         text: root.text
         textFormat: TextEdit.PlainText
         readOnly: true

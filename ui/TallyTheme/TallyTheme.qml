@@ -79,16 +79,20 @@ QtObject {
     readonly property int controlHeight: Math.round(32 * textScale)
     readonly property int smallControlHeight: Math.round(28 * textScale)
     readonly property int rowHeight: Math.round(48 * textScale)
+    // Narrower, the name of a file and the facts about it stand below each other.
+    readonly property real oneLineRowWidth: 640 * textScale
+    // What a list keeps of a screen that scrolls.
+    readonly property real leastListHeight: 160 * textScale
     // The height of rows that are one line each.
     readonly property int listRowHeight: Math.round(34 * textScale)
-    readonly property int markSize: 11
-    readonly property int chevronSize: 12
-    readonly property int smallIconSize: 14
-    readonly property int iconSize: 16
-    readonly property int titleIconSize: 20
-    readonly property int cardIconSize: 24
-    readonly property int largeIconSize: 32
-    readonly property int verdictIconSize: 40
+    readonly property int markSize: Math.round(11 * textScale)
+    readonly property int chevronSize: Math.round(12 * textScale)
+    readonly property int smallIconSize: Math.round(14 * textScale)
+    readonly property int iconSize: Math.round(16 * textScale)
+    readonly property int titleIconSize: Math.round(20 * textScale)
+    readonly property int cardIconSize: Math.round(24 * textScale)
+    readonly property int largeIconSize: Math.round(32 * textScale)
+    readonly property int verdictIconSize: Math.round(40 * textScale)
     readonly property int progressWidth: 160
     readonly property int progressHeight: 6
     readonly property real leastScrollShare: 0.06
@@ -97,7 +101,7 @@ QtObject {
     readonly property int leastHeight: 520
     readonly property int leastScreenWidth: 720
     readonly property int leastSidebarWidth: 165
-    readonly property int sidebarWidth: 190
+    readonly property int sidebarWidth: Math.max(190, 152 * textScale)
     // A narrower window has its sidebar at the least width.
     readonly property int narrowWidth: 900
     // A lower screen saves height.
@@ -137,8 +141,8 @@ QtObject {
     readonly property real algorithmWidth: 58 * textScale
     readonly property real listAlgorithmWidth: 56 * textScale
     readonly property real listStatusWidth: 64 * textScale
-    readonly property real chipColumnWidth: 88 * textScale
-    readonly property real classificationWidth: 92 * textScale
+    readonly property real chipColumnWidth: 84 * textScale
+    readonly property real classificationWidth: 85 * textScale
     readonly property real verdictLabelWidth: 72 * textScale
     readonly property real expectedLabelWidth: 124 * textScale
     // The widest copy button, and the space around it.
@@ -146,9 +150,10 @@ QtObject {
 
     // How far below the top of a control a line of digits begins that stands in the middle of it.
     readonly property int digestInset: Math.round((controlHeight - digestSize * 1.35) / 2)
+    readonly property int smallDigestInset: Math.round((smallControlHeight - digestSize * 1.35) / 2)
     readonly property int digestGap: 4
-    // In digits: a longer line is hard to follow.
-    readonly property int longestDigestLine: 64
+    // In digits: room for the most usual digests, so that what stands beside them forms a column.
+    readonly property int usualDigestLine: 64
     readonly property real disabledOpacity: 0.4
 
     readonly property int hoverDuration: DesktopSettings.isMotionWanted ? 120 : 0

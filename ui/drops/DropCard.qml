@@ -7,8 +7,10 @@ TFGlassCard {
 
     property bool isCompact: false
     property string refusal
-    readonly property int collapsedHeight: TallyTheme.rowHeight
+    readonly property int collapsedHeight: Math.max(TallyTheme.smallControlHeight, texts.height) + 2 * TallyTheme.space1
     readonly property int expandedHeight: TallyTheme.dropCardHeight
+    // Of the large form.
+    readonly property int leastHeight: invitation.implicitHeight + 2 * TallyTheme.space2
     readonly property string title: qsTr("Drop files to calculate checksums")
     readonly property string note: qsTr("Files are processed locally in bounded 8 MiB chunks. Nothing is uploaded.")
 
@@ -28,6 +30,8 @@ TFGlassCard {
     }
 
     Column {
+        id: invitation
+
         anchors.centerIn: parent
         width: parent.width - 2 * TallyTheme.space4
         visible: !root.isCompact
@@ -44,6 +48,7 @@ TFGlassCard {
             width: parent.width
             text: root.title
             horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
             font.pixelSize: TallyTheme.sectionSize
             font.weight: Font.DemiBold
         }
@@ -72,7 +77,7 @@ TFGlassCard {
     Item {
         anchors.fill: parent
         anchors.leftMargin: TallyTheme.space4
-        anchors.rightMargin: TallyTheme.space2
+        anchors.rightMargin: TallyTheme.space1
         visible: root.isCompact
 
         TFIcon {
@@ -82,31 +87,40 @@ TFGlassCard {
             name: "arrow.down.doc"
         }
 
-        TFText {
-            id: line
+        // In one line, where both fit into it.
+        Item {
+            id: texts
 
-            text: root.title
-            font.weight: Font.Medium
+            readonly property bool isOneLine: line.implicitWidth + TallyTheme.space3 + note.implicitWidth <= width
 
+            height: note.y + note.height
             anchors {
                 left: icon.right
-                leftMargin: TallyTheme.space2
-                verticalCenter: parent.verticalCenter
-            }
-        }
-
-        TFText {
-            text: root.note
-            color: TallyTheme.tertiary
-            elide: Text.ElideRight
-            font.pixelSize: TallyTheme.captionSize
-
-            anchors {
-                left: line.right
                 right: choose.left
-                leftMargin: TallyTheme.space3
+                leftMargin: TallyTheme.space2
                 rightMargin: TallyTheme.space3
                 verticalCenter: parent.verticalCenter
+            }
+
+            TFText {
+                id: line
+
+                width: texts.isOneLine ? implicitWidth : texts.width
+                text: root.title
+                wrapMode: Text.Wrap
+                font.weight: Font.Medium
+            }
+
+            TFText {
+                id: note
+
+                x: texts.isOneLine ? line.width + TallyTheme.space3 : 0
+                y: texts.isOneLine ? line.baselineOffset - baselineOffset : line.height
+                width: texts.width - x
+                text: root.note
+                color: TallyTheme.tertiary
+                wrapMode: Text.Wrap
+                font.pixelSize: TallyTheme.captionSize
             }
         }
 
@@ -114,6 +128,7 @@ TFGlassCard {
             id: choose
 
             objectName: root.isCompact ? "chooseFiles" : ""
+            height: TallyTheme.smallControlHeight
             text: qsTr("Choose…")
             tip: "Ctrl+O"
             refusal: root.refusal

@@ -1,34 +1,51 @@
 import QtQuick
 import TallyFold
 
-// Which checksums are calculated.
+// Which checksums are calculated: a card, or without one where there is something else to see.
 TFGlassCard {
     id: root
 
     required property AppViewModel viewModel
-    property bool hasNote: true
+    property bool isCompact: false
+    // Its height is to be little.
+    property bool isShort: isCompact
+    readonly property real margin: isCompact ? 0 : TallyTheme.space4
 
-    implicitHeight: content.implicitHeight + 2 * TallyTheme.space3
+    implicitHeight: content.implicitHeight + (isCompact ? 0 : 2 * TallyTheme.space3)
+    color: isCompact ? "transparent" : TallyTheme.surface
+    border.width: isCompact ? 0 : TallyTheme.lineWidth
+
+    component Note: TFStaticText {
+        text: qsTr("All selected algorithms are calculated in one file pass.")
+        color: TallyTheme.tertiary
+        font.pixelSize: TallyTheme.captionSize
+    }
 
     Column {
         id: content
 
-        spacing: TallyTheme.space2
+        spacing: root.isCompact ? TallyTheme.space1 : TallyTheme.space2
 
         anchors {
             left: parent.left
             right: parent.right
             top: parent.top
-            leftMargin: TallyTheme.space4
-            rightMargin: TallyTheme.space4
-            topMargin: TallyTheme.space3
+            leftMargin: root.margin
+            rightMargin: root.margin
+            topMargin: root.isCompact ? 0 : TallyTheme.space3
         }
 
         Item {
+            id: head
+
+            readonly property bool hasNote: root.isShort && note.x + note.implicitWidth + TallyTheme.space3 <= presets.x
+
             width: parent.width
-            height: TallyTheme.controlHeight
+            height: presets.height
 
             TFText {
+                id: heading
+
                 anchors.verticalCenter: parent.verticalCenter
                 text: qsTr("Algorithms")
                 font.pixelSize: TallyTheme.sectionSize
@@ -37,9 +54,20 @@ TFGlassCard {
                 Accessible.name: text
             }
 
+            Note {
+                id: note
+
+                x: heading.width + TallyTheme.space3
+                y: heading.y + heading.baselineOffset - baselineOffset
+                visible: head.hasNote
+            }
+
             TFPresetsButton {
+                id: presets
+
                 objectName: "presets"
                 anchors.right: parent.right
+                height: root.isCompact ? TallyTheme.smallControlHeight : TallyTheme.controlHeight
                 viewModel: root.viewModel
             }
         }
@@ -55,19 +83,17 @@ TFGlassCard {
                     required property string modelData
 
                     objectName: "algorithm " + modelData
+                    height: root.isCompact ? TallyTheme.smallControlHeight : TallyTheme.controlHeight
                     algorithm: modelData
                     viewModel: root.viewModel
                 }
             }
         }
 
-        TFStaticText {
+        Note {
             width: parent.width
-            visible: root.hasNote
-            text: qsTr("All selected algorithms are calculated in one file pass.")
-            color: TallyTheme.tertiary
-            elide: Text.ElideRight
-            font.pixelSize: TallyTheme.captionSize
+            visible: !head.hasNote
+            wrapMode: Text.Wrap
         }
     }
 }

@@ -29,8 +29,14 @@ TFJobRow {
         id: content
 
         Item {
+            id: head
+
+            // The name and the facts beside each other.
+            readonly property bool isOneLine: width >= TallyTheme.oneLineRowWidth
+            readonly property real textWidth: progressAndStatus.x - TallyTheme.space4 - nameText.x
+
             width: parent.width
-            height: TallyTheme.rowHeight
+            height: isOneLine ? TallyTheme.smallControlHeight : TallyTheme.rowHeight
 
             TFIcon {
                 id: icon
@@ -41,31 +47,29 @@ TFJobRow {
                 color: root.hasFailed ? TallyTheme.bad : TallyTheme.secondary
             }
 
-            Column {
-                spacing: TallyTheme.space0
+            TFNameText {
+                id: nameText
 
-                anchors {
-                    left: icon.right
-                    right: progressAndStatus.left
-                    leftMargin: TallyTheme.space3
-                    rightMargin: TallyTheme.space4
-                    verticalCenter: parent.verticalCenter
-                }
+                objectName: "name"
+                room: head.textWidth
+                x: icon.x + icon.width + TallyTheme.space3
+                y: (head.height - height - (head.isOneLine ? 0 : TallyTheme.space0 + place.height)) / 2
+                // A long name leaves the facts as much room as it takes.
+                width: head.isOneLine ? Math.min(wantedWidth, Math.max(head.textWidth / 2, head.textWidth - TallyTheme.space3 - place.implicitWidth)) : head.textWidth
+                text: root.name
+                font.weight: Font.Medium
+            }
 
-                TFNameText {
-                    id: nameText
+            TFPathText {
+                id: place
 
-                    objectName: "name"
-                    width: parent.width
-                    text: root.name
-                    font.weight: Font.Medium
-                }
+                room: head.textWidth
 
-                TFPathText {
-                    width: parent.width
-                    path: root.folder
-                    facts: root.facts
-                }
+                x: head.isOneLine ? nameText.x + nameText.width + TallyTheme.space3 : nameText.x
+                y: head.isOneLine ? (head.height - height) / 2 : nameText.y + nameText.height + TallyTheme.space0
+                width: nameText.x + head.textWidth - x
+                path: root.folder
+                facts: root.facts
             }
 
             Row {
@@ -121,7 +125,7 @@ TFJobRow {
         }
 
         TFText {
-            x: nameText.parent.x
+            x: nameText.x
             width: parent.width - x - TallyTheme.space4
             height: implicitHeight + TallyTheme.space3
             objectName: "message"
@@ -149,7 +153,7 @@ TFJobRow {
                 TFText {
                     id: algorithm
 
-                    x: nameText.parent.x
+                    x: nameText.x
                     width: TallyTheme.algorithmWidth
                     height: TallyTheme.smallControlHeight
                     text: line.algorithm
@@ -164,10 +168,10 @@ TFJobRow {
                     objectName: "digest " + line.algorithm
                     name: line.algorithm
                     text: line.digest
-                    y: TallyTheme.rowMargin
+                    y: TallyTheme.smallDigestInset
 
                     anchors.left: algorithm.right
-                    width: Math.min(fullWidth, line.width - x - TallyTheme.copyColumnWidth)
+                    width: widthOf(line.width - x - TallyTheme.copyColumnWidth)
                 }
 
                 TFButton {
@@ -184,12 +188,6 @@ TFJobRow {
                     anchors.leftMargin: TallyTheme.space2
                 }
             }
-        }
-
-        Item {
-            width: TallyTheme.lineWidth
-            height: TallyTheme.space2
-            visible: root.digests.length > 0
         }
     }
 }

@@ -6,6 +6,7 @@ TFScreen {
     id: root
 
     readonly property bool hasJobs: viewModel.files.jobs.count > 0
+    readonly property int gap: isDense ? TallyTheme.space2 : TallyTheme.space3
 
     objectName: "filesView"
     mode: AppMode.Files
@@ -13,13 +14,16 @@ TFScreen {
     title: qsTr("File Hashing")
     subtitle: qsTr("Calculate multiple checksums in a single local file pass.")
     isShort: height < TallyTheme.shortHeight
+    isDense: isShort || hasJobs
+    leastHeight: listCard.y + TallyTheme.leastListHeight + listCard.anchors.bottomMargin
+    bar: bottomBar
 
     DropCard {
         id: dropCard
 
         objectName: "dropCard"
-        y: root.header.y + root.header.height + (root.isShort ? TallyTheme.space2 : TallyTheme.space4)
-        height: root.hasJobs && !dropZone.isTargeted ? collapsedHeight : Math.min(expandedHeight, root.height * TallyTheme.dropCardShare)
+        y: root.header.y + root.header.height + (root.isDense ? TallyTheme.space2 : TallyTheme.space4)
+        height: root.hasJobs && !dropZone.isTargeted ? collapsedHeight : Math.max(leastHeight, Math.min(expandedHeight, root.height * TallyTheme.dropCardShare))
         isCompact: root.hasJobs && !dropZone.isTargeted
         isTargeted: dropZone.isTargeted
         refusal: root.viewModel.files.queueRefusal
@@ -37,26 +41,29 @@ TFScreen {
         id: algorithms
 
         viewModel: root.viewModel
-        hasNote: !root.isShort
+        isCompact: root.hasJobs
+        isShort: root.isDense
 
         anchors {
             left: parent.left
             right: parent.right
             top: dropCard.bottom
-            topMargin: TallyTheme.space3
+            topMargin: root.gap
             leftMargin: root.gutter
             rightMargin: root.gutter
         }
     }
 
     TFGlassCard {
+        id: listCard
+
         anchors {
             left: parent.left
             right: parent.right
             top: algorithms.bottom
-            bottom: bottomBar.top
-            topMargin: TallyTheme.space3
-            bottomMargin: TallyTheme.space3
+            bottom: parent.bottom
+            topMargin: root.gap
+            bottomMargin: root.gap
             leftMargin: root.gutter
             rightMargin: root.gutter
         }
@@ -73,9 +80,9 @@ TFScreen {
 
             objectName: "jobList"
             anchors.fill: parent
-            anchors.margins: TallyTheme.rowMargin
+            anchors.margins: TallyTheme.space1
             visible: count > 0
-            lineHeight: TallyTheme.rowHeight
+            lineHeight: TallyTheme.smallControlHeight
             menu: rowMenu
             hasRemovableRows: true
             model: root.viewModel.files.jobs
@@ -139,6 +146,7 @@ TFScreen {
     FilesBottomBar {
         id: bottomBar
 
+        parent: root
         viewModel: root.viewModel
         isSelectedFinished: list.isSelectedFinished
         onCopyRequested: root.viewModel.files.copyAllHashes(list.selectedId())

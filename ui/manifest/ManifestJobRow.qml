@@ -162,7 +162,7 @@ TFJobRow {
 
                             objectName: line.index === 0 ? "expected" : "actual"
                             anchors.left: label.right
-                            width: Math.min(fullWidth, line.width - x)
+                            width: widthOf(line.width - x)
                             name: line.modelData
                             text: line.index === 0 ? root.expected : root.actual
                             mark: line.index === 0 ? -1 : root.difference

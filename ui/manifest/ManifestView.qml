@@ -33,6 +33,8 @@ TFScreen {
     title: qsTr("Manifest")
     subtitle: qsTr("Verify the files below a folder against a checksum list.")
     isShort: height < TallyTheme.shortHeight
+    leastHeight: listCard.y + TallyTheme.leastListHeight + gap
+    bar: bottomBar
 
     Item {
         id: cards
@@ -129,11 +131,13 @@ TFScreen {
     }
 
     TFGlassCard {
+        id: listCard
+
         anchors {
             left: parent.left
             right: parent.right
             top: root.hasList ? filters.bottom : cards.bottom
-            bottom: bottomBar.top
+            bottom: parent.bottom
             topMargin: root.gap
             bottomMargin: root.gap
             leftMargin: root.gutter
@@ -242,6 +246,7 @@ TFScreen {
     ManifestBottomBar {
         id: bottomBar
 
+        parent: root
         viewModel: root.viewModel
         hasRows: rows.visible || warnings.visible
         onCopyRequested: root.copyShown()

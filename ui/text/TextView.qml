@@ -103,6 +103,7 @@ TFScreen {
 
             anchors.fill: parent
             anchors.margins: TallyTheme.space2
+            anchors.rightMargin: TallyTheme.space1
             clip: true
             boundsBehavior: Flickable.StopAtBounds
             contentHeight: column.implicitHeight
@@ -182,7 +183,7 @@ TFScreen {
                             objectName: "text digest " + row.modelData
                             y: TallyTheme.digestInset
                             anchors.left: label.right
-                            width: Math.min(fullWidth, row.width - x - copy.width - TallyTheme.space1)
+                            width: widthOf(row.width - x - copy.width - TallyTheme.space1)
                             // The last digest fades while the next is calculated, instead of coming and going with every key.
                             name: row.digest !== "" ? row.modelData : qsTr("%1 of the text before").arg(row.modelData)
                             text: row.digest !== "" ? row.digest : chip.checked && root.viewModel.text.textError === "" ? row.lastDigest : ""

@@ -249,7 +249,7 @@ TFScreen {
 
                             objectName: "verdict " + line.modelData.label
                             anchors.left: label.right
-                            width: Math.min(fullWidth, line.width - x)
+                            width: widthOf(line.width - x)
                             name: line.modelData.label
                             text: line.modelData.digest
                             mark: root.verdict.difference
