@@ -59,7 +59,7 @@ int main(int argc, char** argv) {
   verify();
   const double verifyStall = meter.takeLongestMilliseconds();
   const double copying = bench::secondsOf([&] {
-    model.manifest()->copyManifestRows();
+    model.manifest()->copyManifestShown();
     bench::waitWhile([&] { return !desktop.pasteboard; });
   });
   std::printf(

@@ -14,13 +14,6 @@ namespace tallyfold {
 
 namespace {
 
-struct StateOf {
-  FileJobListModel::State operator()(const FileJob::Queued& /*state*/) const { return FileJobListModel::Queued; }
-  FileJobListModel::State operator()(const FileJob::Hashing& /*state*/) const { return FileJobListModel::Hashing; }
-  FileJobListModel::State operator()(const FileJob::Complete& /*state*/) const { return FileJobListModel::Complete; }
-  FileJobListModel::State operator()(const FileJob::Failed& /*state*/) const { return FileJobListModel::Failed; }
-};
-
 QString statusOf(FileJobListModel::State state) {
   switch (state) {
     case FileJobListModel::Queued:
@@ -51,14 +44,35 @@ Tone::Case toneOf(FileJobListModel::State state) {
 
 }  // namespace
 
-FileJobListModel::FileJobListModel(const ResultByJobID& results, QObject* parent)
-    : QAbstractListModel(parent), results_(results) {}
+const std::array<FileJobListModel::FilterKind, 4> FileJobListModel::filterKinds = {{
+    {"All", anyState, Tone::Pending},
+    {"Failed", 1U << Failed, Tone::Bad},
+    {"Waiting", 1U << Queued | 1U << Hashing, Tone::Pending},
+    {"Done", 1U << Complete, Tone::Good},
+}};
 
-int FileJobListModel::rowCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : count(); }
+FileJobListModel::FileJobListModel(const ResultByJobID& results, QObject* parent)
+    : FilteredListModel(filterKinds, Hashing, parent), results_(results) {}
+
+int FileJobListModel::stateOf(std::size_t job) const {
+  struct Case {
+    State operator()(const FileJob::Queued& /*state*/) const { return Queued; }
+    State operator()(const FileJob::Hashing& /*state*/) const { return Hashing; }
+    State operator()(const FileJob::Complete& /*state*/) const { return Complete; }
+    State operator()(const FileJob::Failed& /*state*/) const { return Failed; }
+  };
+  return std::visit(Case(), jobs_[job].state);
+}
+
+std::string_view FileJobListModel::nameOf(std::size_t job) const {
+  const std::string_view path = jobs_[job].url->native();
+  return path.substr(path.rfind('/') + 1);
+}
 
 QVariant FileJobListModel::data(const QModelIndex& index, int role) const {
   if (!checkIndex(index, CheckIndexOption::IndexIsValid)) return {};
-  const FileJob& job = jobs_[static_cast<std::size_t>(index.row())];
+  const FileJob& job = jobs_[jobAt(index.row())];
+  const auto state = static_cast<State>(stateOf(jobAt(index.row())));
   switch (role) {
     case JobIdRole:
       return QVariant::fromValue(job.id);
@@ -68,11 +82,11 @@ QVariant FileJobListModel::data(const QModelIndex& index, int role) const {
     case FolderRole:
       return displayText(job.url->parent_path());
     case StateRole:
-      return std::visit(StateOf(), job.state);
+      return state;
     case StatusRole:
-      return statusOf(std::visit(StateOf(), job.state));
+      return statusOf(state);
     case ToneRole:
-      return toneOf(std::visit(StateOf(), job.state));
+      return toneOf(state);
     case ProgressRole: {
       const auto* hashing = std::get_if<FileJob::Hashing>(&job.state);
       return hashing == nullptr ? 0.0 : hashing->progress;
@@ -106,17 +120,15 @@ QHash<int, QByteArray> FileJobListModel::roleNames() const {
           {FactsRole, "facts"},   {DigestsRole, "digests"}};
 }
 
-Uuid FileJobListModel::idAt(int row) const {
-  return row >= 0 && row < count() ? jobs_[static_cast<std::size_t>(row)].id : Uuid();
-}
+Uuid FileJobListModel::idAt(int row) const { return row >= 0 && row < count() ? jobs_[jobAt(row)].id : Uuid(); }
 
-std::optional<std::size_t> FileJobListModel::rowOf(const Uuid& id) const {
-  return jobIndexByID_.find(std::hash<Uuid>()(id), [&](std::size_t row) { return jobs_[row].id == id; });
+std::optional<std::size_t> FileJobListModel::indexOf(const Uuid& id) const {
+  return jobIndexByID_.find(std::hash<Uuid>()(id), [&](std::size_t job) { return jobs_[job].id == id; });
 }
 
 const FileJob* FileJobListModel::job(const Uuid& id) const {
-  const auto row = rowOf(id);
-  return row ? &jobs_[*row] : nullptr;
+  const auto job = indexOf(id);
+  return job ? &jobs_[*job] : nullptr;
 }
 
 bool FileJobListModel::add(PreparedFiles files, std::size_t limit) {
@@ -140,51 +152,39 @@ bool FileJobListModel::add(PreparedFiles files, std::size_t limit) {
     added.push_back({file.id, std::move(file.url), FileJob::Queued{}});
   }
   if (added.empty()) return isEveryFileExamined;
-  beginInsertRows({}, count(), count() + static_cast<int>(added.size()) - 1);
-  jobs_.insert(jobs_.end(), std::make_move_iterator(added.begin()), std::make_move_iterator(added.end()));
-  endInsertRows();
-  emit countChanged();
+  appendJobs(added.size(), [&] {
+    jobs_.insert(jobs_.end(), std::make_move_iterator(added.begin()), std::make_move_iterator(added.end()));
+  });
   return isEveryFileExamined;
 }
 
-void FileJobListModel::remove(std::size_t row) {
-  beginRemoveRows({}, static_cast<int>(row), static_cast<int>(row));
-  jobs_.erase(jobs_.begin() + static_cast<std::ptrdiff_t>(row));
-  jobIndexByID_.remove(row);
-  jobURLSet_.remove(row);
-  endRemoveRows();
-  emit countChanged();
+void FileJobListModel::remove(std::size_t job) {
+  removeJobAt(job, [&] {
+    jobs_.erase(jobs_.begin() + static_cast<std::ptrdiff_t>(job));
+    jobIndexByID_.remove(job);
+    jobURLSet_.remove(job);
+  });
 }
 
 std::vector<FileJob> FileJobListModel::takeAll() {
-  if (jobs_.empty()) return {};
-  beginResetModel();
   std::vector<FileJob> all;
-  all.swap(jobs_);
-  jobIndexByID_ = {};
-  jobURLSet_ = {};
-  endResetModel();
-  emit countChanged();
+  if (jobs_.empty()) return all;
+  replaceJobs([&] {
+    all.swap(jobs_);
+    jobIndexByID_ = {};
+    jobURLSet_ = {};
+  });
   return all;
 }
 
-void FileJobListModel::setState(std::size_t row, FileJob::State state) {
-  const Batch batch(*this);
-  jobs_[row].state = std::move(state);
-  firstChanged_ = endChanged_ == 0 ? row : std::min(firstChanged_, row);
-  endChanged_ = std::max(endChanged_, row + 1);
+void FileJobListModel::setState(std::size_t job, FileJob::State state) {
+  changeJob(job, [&] { jobs_[job].state = std::move(state); });
 }
 
 QString FileJobListModel::facts(const FileHashResult& result) const {
   return QStringLiteral("%1 · %2 · %3")
       .arg(formattedByteCount(result.fileSize), compactDuration(result.duration),
            formattedThroughput(static_cast<double>(result.fileSize) / result.duration));
-}
-
-void FileJobListModel::announceChanges() {
-  const std::size_t end = std::exchange(endChanged_, 0);
-  if (end == 0 || end > jobs_.size()) return;
-  emit dataChanged(index(static_cast<int>(firstChanged_)), index(static_cast<int>(end) - 1));
 }
 
 }  // namespace tallyfold

@@ -1,16 +1,17 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
-
-#include <QAbstractListModel>
 
 #include "app/files/FileJob.h"
 #include "app/files/PreparedFiles.h"
 #include "app/files/RowTable.h"
+#include "app/shared/FilteredListModel.h"
 #include "core/services/HashService.h"
 
 namespace tallyfold {
@@ -18,9 +19,8 @@ namespace tallyfold {
 using ResultByJobID = std::unordered_map<Uuid, std::shared_ptr<const FileHashResult>>;
 
 /// The file queue as a list for a view, in the order in which the files were added. On the interface thread.
-class FileJobListModel : public QAbstractListModel {
+class FileJobListModel : public tallyfold::FilteredListModel {
   Q_OBJECT
-  Q_PROPERTY(int count READ count NOTIFY countChanged)
 
  public:
   enum Role {
@@ -38,59 +38,46 @@ class FileJobListModel : public QAbstractListModel {
   enum State { Queued, Hashing, Complete, Failed };
   Q_ENUM(State)
 
-  /// Announces the rows that were changed while it lives in one signal, when it dies.
-  class Batch {
-   public:
-    explicit Batch(FileJobListModel& model) : model_(model) { ++model_.openBatches_; }
-    ~Batch() {
-      if (--model_.openBatches_ == 0) model_.announceChanges();
-    }
-    Batch(const Batch&) = delete;
-    Batch& operator=(const Batch&) = delete;
-
-   private:
-    FileJobListModel& model_;
-  };
+  enum Filter { All, Failures, Waiting, Done };
+  Q_ENUM(Filter)
 
   /// `results` is read while the model lives.
   explicit FileJobListModel(const ResultByJobID& results, QObject* parent = nullptr);
 
-  [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
   [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
   [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
 
-  [[nodiscard]] int count() const { return static_cast<int>(jobs_.size()); }
+  [[nodiscard]] int total() const override { return static_cast<int>(jobs_.size()); }
+  /// All jobs, shown or not.
   [[nodiscard]] const std::vector<FileJob>& jobs() const { return jobs_; }
 
   /// The id of a row's job; the id of no job when there is no such row.
   Q_INVOKABLE [[nodiscard]] tallyfold::Uuid idAt(int row) const;
 
-  [[nodiscard]] std::optional<std::size_t> rowOf(const Uuid& id) const;
+  /// The index in `jobs()`.
+  [[nodiscard]] std::optional<std::size_t> indexOf(const Uuid& id) const;
   /// Null when the id is unknown.
   [[nodiscard]] const FileJob* job(const Uuid& id) const;
 
-  /// Adds those of `files` that are not in the list yet, in one change, until there are `limit` rows. False when it was
+  /// Adds those of `files` that are not in the list yet, in one change, until there are `limit` jobs. False when it was
   /// full before, or before all of `files` were looked at.
   bool add(PreparedFiles files, std::size_t limit);
-  void remove(std::size_t row);
+  void remove(std::size_t job);
   /// Empties the list and returns what was in it.
   std::vector<FileJob> takeAll();
-  void setState(std::size_t row, FileJob::State state);
-
- signals:
-  void countChanged();
+  void setState(std::size_t job, FileJob::State state);
 
  private:
+  [[nodiscard]] int stateOf(std::size_t job) const override;
+  [[nodiscard]] std::string_view nameOf(std::size_t job) const override;
   [[nodiscard]] QString facts(const FileHashResult& result) const;
-  void announceChanges();
+
+  static const std::array<FilterKind, 4> filterKinds;
 
   const ResultByJobID& results_;
   std::vector<FileJob> jobs_;
   RowTable jobIndexByID_;
   RowTable jobURLSet_;
-  int openBatches_ = 0;
-  std::size_t firstChanged_ = 0;
-  std::size_t endChanged_ = 0;  // Nothing changed while it is 0.
 };
 
 }  // namespace tallyfold

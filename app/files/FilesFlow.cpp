@@ -18,7 +18,8 @@ FilesFlow::FilesFlow(FlowContext& context) : Flow(context) {
     connect(this, change, this, &Flow::isBusyChanged);
   }
   connect(this, &FilesFlow::resultsChanged, this, &FilesFlow::refusalsChanged);
-  connect(&jobs_, &FileJobListModel::countChanged, this, &FilesFlow::refusalsChanged);
+  connect(&jobs_, &FileJobListModel::countsChanged, this, &FilesFlow::refusalsChanged);
+  connect(&jobs_, &FileJobListModel::countChanged, this, &FilesFlow::emptySentenceChanged);
   connect(&context, &FlowContext::selectedAlgorithmsChanged, this, &FilesFlow::refusalsChanged);
   for (const auto change : {&FilesFlow::refusalsChanged, &FilesFlow::overallProgressChanged}) {
     connect(this, change, this, &FilesFlow::runFigureChanged);
@@ -38,10 +39,10 @@ void FilesFlow::addDroppedFiles(const QList<QUrl>& urls) { addPreparedFiles(prep
 
 void FilesFlow::addPreparedFiles(PreparedFiles files, bool isDrop) {
   if (isProcessing_ || isExporting_) return;
-  const int before = jobs_.count();
+  const int before = jobs_.total();
   const bool hasRoomForAll = jobs_.add(std::move(files), queueLimit);
   // The start forgets the errors of the last run, and must not forget that some of this drop had no room.
-  if (isDrop && jobs_.count() > before) startProcessing();
+  if (isDrop && jobs_.total() > before) startProcessing();
   if (!hasRoomForAll) showQueueLimit();
 }
 
@@ -139,16 +140,16 @@ void FilesFlow::cancelProcessing() {
   if (!isProcessing_ && !processingTask_.isRunning()) return;
   processingTask_.cancel();
   const FileJobListModel::Batch batch(jobs_);
-  for (std::size_t row = 0; row < jobs_.jobs().size(); ++row) {
-    if (std::holds_alternative<FileJob::Hashing>(jobs_.jobs()[row].state)) jobs_.setState(row, FileJob::Queued{});
+  for (std::size_t job = 0; job < jobs_.jobs().size(); ++job) {
+    if (std::holds_alternative<FileJob::Hashing>(jobs_.jobs()[job].state)) jobs_.setState(job, FileJob::Queued{});
   }
 }
 
 void FilesFlow::removeJob(const Uuid& id) {
   if (!queueRefusal().isEmpty()) return;
-  const auto row = jobs_.rowOf(id);
-  if (!row) return;
-  jobs_.remove(*row);
+  const auto job = jobs_.indexOf(id);
+  if (!job) return;
+  jobs_.remove(*job);
   if (resultByJobID_.erase(id) > 0) {
     std::erase_if(results_, [&](const auto& result) { return result->id == id; });
     emit resultsChanged();
@@ -179,7 +180,7 @@ std::shared_ptr<const FileHashResult> FilesFlow::result(const Uuid& id) const {
 }
 
 void FilesFlow::updateJob(const Uuid& id, FileJob::State state) {
-  if (const auto row = jobs_.rowOf(id)) jobs_.setState(*row, std::move(state));
+  if (const auto job = jobs_.indexOf(id)) jobs_.setState(*job, std::move(state));
 }
 
 void FilesFlow::updateJobProgress(const Uuid& id, double progress) {
@@ -284,11 +285,16 @@ QString FilesFlow::clearRefusal() const {
   return {};
 }
 
+QString FilesFlow::emptySentence() const {
+  if (jobs_.total() == 0) return tr("Files and their checksums will be listed here.");
+  return jobs_.search().isEmpty() ? tr("No file is in this state.") : tr("No file that is shown has this in its name.");
+}
+
 QString FilesFlow::runFigure() const {
   if (!interruption_.isEmpty()) return interruption_;
   const QLocale locale = userLocale();
   return tr("%1 of %2")
-      .arg(locale.toString(processedCount_), locale.toString(runFileCount_ > 0 ? runFileCount_ : jobs_.count()));
+      .arg(locale.toString(processedCount_), locale.toString(runFileCount_ > 0 ? runFileCount_ : jobs_.total()));
 }
 
 void FilesFlow::setProcessing(bool isProcessing) {

@@ -22,6 +22,7 @@ namespace tallyfold {
 class FilesFlow : public tallyfold::Flow {
   Q_OBJECT
   Q_PROPERTY(tallyfold::FileJobListModel* jobs READ jobs CONSTANT)
+  Q_PROPERTY(QString emptySentence READ emptySentence NOTIFY emptySentenceChanged)
   Q_PROPERTY(QString runFigure READ runFigure NOTIFY runFigureChanged)
   Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY isProcessingChanged)
   Q_PROPERTY(double overallProgress READ overallProgress NOTIFY overallProgressChanged)
@@ -44,6 +45,8 @@ class FilesFlow : public tallyfold::Flow {
   void shutdown() override;
 
   [[nodiscard]] FileJobListModel* jobs() { return &jobs_; }
+  /// Why there are no rows where they would be shown.
+  [[nodiscard]] QString emptySentence() const;
   /// One entry per successfully hashed file of the current run, in the order in which they finished.
   [[nodiscard]] const FileHashResults& results() const { return results_; }
   [[nodiscard]] bool isProcessing() const { return isProcessing_; }
@@ -98,6 +101,7 @@ class FilesFlow : public tallyfold::Flow {
   void runFigureChanged();
   void isExportingChanged();
   void clearingsChanged();
+  void emptySentenceChanged();
   void refusalsChanged();
 
  private:

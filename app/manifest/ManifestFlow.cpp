@@ -48,6 +48,9 @@ ManifestFlow::ManifestFlow(FlowContext& context) : Flow(context) {
     connect(this, change, this, &ManifestFlow::manifestStatusChanged);
   }
   connect(&jobs_, &ManifestJobListModel::countsChanged, this, &ManifestFlow::manifestStatusChanged);
+  connect(this, &ManifestFlow::manifestStatusChanged, this, &ManifestFlow::manifestShownChanged);
+  connect(&jobs_, &ManifestJobListModel::countChanged, this, &ManifestFlow::manifestShownChanged);
+  connect(&jobs_, &ManifestJobListModel::searchChanged, this, [this] { setShowsWarnings(false); });
 }
 
 FileCard ManifestFlow::manifestFile() const { return fileCard(url_, size_.text()); }
@@ -73,6 +76,25 @@ QString ManifestFlow::manifestLines() const {
   const QString entries = jobs_.total() == 1 ? tr("1 entry") : tr("%1 entries").arg(locale.toString(jobs_.total()));
   return unsupportedLineCount_ == 0 ? entries
                                     : tr("%1 · %2 unsupported").arg(entries, locale.toString(unsupportedLineCount_));
+}
+
+QString ManifestFlow::manifestUnsupportedFigure() const { return userLocale().toString(unsupportedLineCount_); }
+
+void ManifestFlow::setShowsWarnings(bool showsWarnings) {
+  if (std::exchange(showsWarnings_, showsWarnings) != showsWarnings) emit manifestShownChanged();
+}
+
+QString ManifestFlow::manifestEmptySentence() const {
+  if (!url_) return tr("Drop a checksum list and the folder that it describes.");
+  if (showsWarnings_) return tr("Every line of the list is understood.");
+  if (jobs_.total() == 0) return tr("There are no entries to show.");
+  return jobs_.search().isEmpty() ? tr("No entry is in this state.")
+                                  : tr("No entry that is shown has this in its path.");
+}
+
+QString ManifestFlow::copyManifestRefusal() const {
+  if (showsWarnings_) return warnings_.isEmpty() ? tr("There are no warnings to copy.") : QString();
+  return jobs_.count() == 0 ? tr("There are no rows to copy.") : QString();
 }
 
 QString ManifestFlow::manifestWarningsSummary() const {
@@ -238,6 +260,7 @@ void ManifestFlow::cancelManifest() {
   if (!isLoading_) return;
   loadTask_.abandon();
   url_.reset();
+  setShowsWarnings(false);
   setLoading(false);
   emit manifestURLsChanged();
 }
@@ -255,6 +278,7 @@ void ManifestFlow::discardManifest() {
   cancelManifestVerification();
   BackgroundTask::dispose(jobs_.replaceAll({}), std::exchange(entries_, nullptr));
   resetManifestCounters();
+  setShowsWarnings(false);
   readError_.clear();
   warnings_.clear();
   ignoredLineCount_ = 0;
@@ -271,17 +295,17 @@ void ManifestFlow::resetManifestCounters() {
 
 void ManifestFlow::copyManifestRow(int row) { copyManifestJobs(jobs_.shownJobs(row, 1)); }
 
-void ManifestFlow::copyManifestRows() { copyManifestJobs(jobs_.shownJobs(0, jobs_.count())); }
+void ManifestFlow::copyManifestShown() {
+  if (!copyManifestRefusal().isEmpty()) return;
+  if (showsWarnings_) return context().copy(warnings_.join(u'\n').toUtf8());
+  copyManifestJobs(jobs_.shownJobs(0, jobs_.count()));
+}
 
 void ManifestFlow::copyManifestJobs(std::vector<ManifestJob> jobs) {
   if (jobs.empty()) return;
   context().copyLater([jobs = std::move(jobs)](const std::stop_token& cancellation) {
     return ManifestJobListModel::text(jobs, cancellation);
   });
-}
-
-void ManifestFlow::copyManifestWarnings() {
-  if (!warnings_.isEmpty()) context().copy(warnings_.join(u'\n').toUtf8());
 }
 
 QString ManifestFlow::manifestProgressFigure() const {
@@ -291,14 +315,13 @@ QString ManifestFlow::manifestProgressFigure() const {
 }
 
 ManifestVerdict ManifestFlow::manifestVerdict() const {
-  const ManifestCounts counts = jobs_.counts();
   return tallyfold::manifestVerdict({.stage = isLoading_ ? ManifestTally::Stage::reading : stage_,
                                      .readError = readError_,
                                      .hasRoot = rootURL_.has_value(),
-                                     .matched = counts.matches,
-                                     .mismatched = counts.mismatches,
-                                     .failed = counts.failures,
-                                     .waiting = counts.waiting,
+                                     .matched = manifestMatchedCount(),
+                                     .mismatched = manifestMismatchCount(),
+                                     .failed = manifestErrorCount(),
+                                     .waiting = jobs_.count(ManifestJobListModel::Waiting),
                                      .ignoredLines = ignoredLineCount_,
                                      .unsupportedLines = unsupportedLineCount_});
 }

@@ -30,6 +30,10 @@ class ManifestFlow : public tallyfold::Flow {
   Q_PROPERTY(tallyfold::ManifestJobListModel* manifestJobs READ manifestJobs CONSTANT)
   Q_PROPERTY(QStringList manifestWarnings READ manifestWarnings NOTIFY manifestLinesChanged)
   Q_PROPERTY(int manifestUnsupportedLineCount READ manifestUnsupportedLineCount NOTIFY manifestLinesChanged)
+  Q_PROPERTY(QString manifestUnsupportedFigure READ manifestUnsupportedFigure NOTIFY manifestLinesChanged)
+  Q_PROPERTY(bool showsWarnings READ showsWarnings WRITE setShowsWarnings NOTIFY manifestShownChanged)
+  Q_PROPERTY(QString manifestEmptySentence READ manifestEmptySentence NOTIFY manifestShownChanged)
+  Q_PROPERTY(QString copyManifestRefusal READ copyManifestRefusal NOTIFY manifestShownChanged)
   Q_PROPERTY(QString manifestLines READ manifestLines NOTIFY manifestLinesChanged)
   Q_PROPERTY(QString manifestWarningsSummary READ manifestWarningsSummary NOTIFY manifestLinesChanged)
   Q_PROPERTY(double manifestProgress READ manifestProgress NOTIFY manifestProgressChanged)
@@ -57,6 +61,13 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] QStringList manifestWarnings() const { return warnings_; }
   [[nodiscard]] qint64 manifestIgnoredLineCount() const { return ignoredLineCount_; }
   [[nodiscard]] int manifestUnsupportedLineCount() const { return static_cast<int>(unsupportedLineCount_); }
+  [[nodiscard]] QString manifestUnsupportedFigure() const;
+  /// The warnings are shown in the place of the entries.
+  [[nodiscard]] bool showsWarnings() const { return showsWarnings_; }
+  void setShowsWarnings(bool showsWarnings);
+  /// Why there are no rows, or no warnings, where they would be shown.
+  [[nodiscard]] QString manifestEmptySentence() const;
+  [[nodiscard]] QString copyManifestRefusal() const;
   /// What the lines of the list came to: "3 entries · 2 unsupported"; empty while there is no list.
   [[nodiscard]] QString manifestLines() const;
   /// How many lines are behind the warnings, which are about the first of them only.
@@ -67,9 +78,9 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] QString manifestProgressFigure() const;
   [[nodiscard]] bool isLoadingManifest() const { return isLoading_; }
   [[nodiscard]] bool isManifestVerifying() const { return isVerifying_; }
-  [[nodiscard]] int manifestMatchedCount() const { return jobs_.total(ManifestJobListModel::Match); }
-  [[nodiscard]] int manifestMismatchCount() const { return jobs_.total(ManifestJobListModel::Mismatch); }
-  [[nodiscard]] int manifestErrorCount() const { return jobs_.total(ManifestJobListModel::Failed); }
+  [[nodiscard]] int manifestMatchedCount() const { return jobs_.count(ManifestJobListModel::Matches); }
+  [[nodiscard]] int manifestMismatchCount() const { return jobs_.count(ManifestJobListModel::Mismatches); }
+  [[nodiscard]] int manifestErrorCount() const { return jobs_.count(ManifestJobListModel::Failures); }
   [[nodiscard]] ManifestVerdict manifestVerdict() const;
   [[nodiscard]] QString manifestRefusal() const;
   [[nodiscard]] QString manifestFileRefusal() const;
@@ -92,14 +103,14 @@ class ManifestFlow : public tallyfold::Flow {
   /// Cancels whatever is under way: the verification, or the reading of the list, of which nothing is left then.
   Q_INVOKABLE void cancelManifest();
   Q_INVOKABLE void clearManifest();
-  /// On the clipboard: one of the rows shown, or all of them, as soon as a worker has written them out.
+  /// On the clipboard: one of the rows shown, or all that is shown, rows as soon as a worker has written them out.
   Q_INVOKABLE void copyManifestRow(int row);
-  Q_INVOKABLE void copyManifestRows();
-  Q_INVOKABLE void copyManifestWarnings();
+  Q_INVOKABLE void copyManifestShown();
 
  signals:
   void manifestURLsChanged();
   void manifestLinesChanged();
+  void manifestShownChanged();
   void manifestProgressChanged();
   void manifestStatusChanged();
   void isLoadingManifestChanged();
@@ -128,6 +139,7 @@ class ManifestFlow : public tallyfold::Flow {
   QStringList warnings_;
   qint64 ignoredLineCount_ = 0;
   qint64 unsupportedLineCount_ = 0;
+  bool showsWarnings_ = false;
   QString readError_;
   ManifestTally::Stage stage_ = ManifestTally::Stage::none;
   std::size_t groupsDone_ = 0;

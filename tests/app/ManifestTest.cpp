@@ -160,7 +160,7 @@ TEST_F(ManifestFlow, LongListIsOneChangeAndEachOfItsFilesIsReadOnce) {
   EXPECT_EQ(calls_.bytesRead, 10 * count);
   EXPECT_LT(changes.count(), count / 10);
   model_->manifest()->copyManifestRow(1);
-  model_->manifest()->copyManifestRows();
+  model_->manifest()->copyManifestShown();
   EXPECT_EQ(desktop_.pasteboard, std::nullopt) << "copied on the interface thread";
   ASSERT_TRUE(reached([&] { return desktop_.pasteboard.has_value(); }));
   EXPECT_EQ(desktop_.pasteboard.value().count('\n'), count + 1);
@@ -215,6 +215,8 @@ TEST(ManifestJobListModelTest, EveryFilterFollowsEveryChange) {
   QSignalSpy resets(&model, &Model::shownAnew);
   for (int turn = 0; turn < 400; ++turn) {
     if (turn % 7 == 0) model.setFilter(passing.at(random() % 5).first);
+    if (turn % 11 == 0) model.setSearch(QString::fromLatin1(std::array{"", "1", "LE 8"}.at(random() % 3)));
+    ASSERT_TRUE(reached([&] { return !model.isSearching(); }));
     if (turn % 50 == 49) model.requeueAll();
     {
       const Model::Batch batch(model);
@@ -228,7 +230,9 @@ TEST(ManifestJobListModelTest, EveryFilterFollowsEveryChange) {
       for (const auto& [filter, passed] : passing) {
         if (!std::ranges::count(passed, state)) continue;
         ++counts[filter];
-        if (model.filter() == filter) expected.push_back(job + 1);
+        const std::string& name = model.jobs()[static_cast<std::size_t>(job)].entry->relativePath;
+        const bool isFound = name.find(model.search().toLower().toStdString()) != std::string::npos;
+        if (model.filter() == filter && isFound) expected.push_back(job + 1);
       }
     }
     std::vector<int> shown;

@@ -31,8 +31,9 @@ class Player {
   /// What was played and what is wrong after it; empty when nothing is.
   std::string play(std::mt19937& random, int steps) {
     // Some come more often.
-    static const std::vector<std::string> verbs{"add",   "add",        "drop", "remove", "remove", "clear", "cancel",
-                                                "start", "algorithms", "turn", "turn",   "turn",   "finish"};
+    static const std::vector<std::string> verbs{"add",    "add",   "drop",       "remove", "remove", "clear",
+                                                "cancel", "start", "algorithms", "turn",   "turn",   "turn",
+                                                "finish", "show",  "show",       "add",    "show"};
     for (std::string script; steps > 0; --steps) {
       const std::string& verb = verbs[random() % verbs.size()];
       const auto argument = static_cast<unsigned>(random());
@@ -71,7 +72,7 @@ class Player {
       const bool isDrop = verb == "drop";
       isDrop ? model_->files()->addDroppedFiles(urls) : model_->files()->addFiles(urls);
       for (std::size_t row = before; row < rows_.size(); ++row) {
-        rows_[row].id = model_->files()->jobs()->idAt(static_cast<int>(row));
+        rows_[row].id = model_->files()->jobs()->jobs()[row].id;
       }
       const bool isLimited = isLimitShown_;
       if (isDrop && rows_.size() > before) begin();
@@ -99,6 +100,9 @@ class Player {
       const std::array<HashAlgorithmSet, 3> sets{HashAlgorithmSet{}, {HashAlgorithm::crc32}, HashAlgorithmSet::all()};
       model_->setSelectedAlgorithms(sets.at(argument % 3));
       if (!isRunning_) algorithms_ = sets.at(argument % 3);
+    } else if (verb == "show") {
+      model_->files()->jobs()->setFilter(static_cast<int>(argument % 4));
+      model_->files()->jobs()->setSearch(QString::fromLatin1(std::array{"", "I", "1"}.at(argument / 4 % 3)));
     } else if (verb == "turn") {
       const QDeadlineTimer end(argument % 20);
       do QCoreApplication::processEvents();
@@ -146,6 +150,7 @@ class Player {
       require((result != nullptr) == hasResult && (!hasResult || result->url == file.path), "the result of a job");
     }
     if (isAlive) processed_ = finished;
+    observeShown();
     require(
         std::ranges::equal(results, model_->files()->results(), {}, {}, [](const auto& result) { return result->id; }),
         "the results");
@@ -174,6 +179,20 @@ class Player {
               (row == rows_.end() ? std::nullopt : std::optional(QByteArray::fromStdString(files_[row->file].path))),
           "the index");
     }
+  }
+
+  void observeShown() {
+    const FileJobListModel& model = *model_->files()->jobs();
+    const std::map<int, std::string> passing{{0, "0123"}, {1, "3"}, {2, "01"}, {3, "2"}};
+    std::vector<Uuid> expected;
+    for (const FileJob& job : model.jobs()) {
+      const bool isFound = QString::fromStdString(job.url->filename()).contains(model.search(), Qt::CaseInsensitive);
+      if (isFound && passing.at(model.filter()).find(std::to_string(job.state.index())) != std::string::npos)
+        expected.push_back(job.id);
+    }
+    std::vector<Uuid> shown;
+    for (int row = 0; row < model.rowCount(); ++row) shown.push_back(model.idAt(row));
+    require(shown == expected && !model.isSearching(), "the rows shown");
   }
 
   void require(bool holds, const char* what) {

@@ -6,6 +6,7 @@
 
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
+#include "app/shared/NameSearch.h"
 #include "tests/app/ModelTest.h"
 #include "tests/support/ThreadLimit.h"
 
@@ -65,6 +66,30 @@ TEST(ShownText, IsShortenedInItsMiddleAndNeverWithinACharacter) {
   for (const auto& [name, shown] : cases) {
     EXPECT_EQ(shownText(name).toStdString(), shown);
     EXPECT_GE(copiedText(name).size(), static_cast<qsizetype>(name.size()));
+  }
+}
+
+TEST(NameSearchTest, FindsATextInWhateverWayItIsWritten) {
+  const struct {
+    const char* text;
+    const char* name;
+    bool isFound;
+  } cases[] = {
+      {"port", "REPORT.pdf", true},
+      {"PORT", "report.pdf", true},
+      {"rt.", "report", false},
+      {"report.pdf", "port", false},
+      {"\u00C9t", "ma\u00EEtre d'\u00E9t\u00E9", true},
+      {"\u00E9", "e\u0301", true},
+      {"e\u0301", "\u00C9", true},
+      {"e", "\u00E9", false},
+      {"a",
+       "\xFF"
+       "a",
+       true},
+  };
+  for (const auto& [text, name, isFound] : cases) {
+    EXPECT_EQ(NameSearch(QString::fromUtf8(text)).matches(name), isFound) << text << " in " << name;
   }
 }
 

@@ -52,7 +52,7 @@ TEST_F(FilesKeyboardTest, TabWalksThroughEveryControlInReadingOrderAndShowsWhere
 
   const QStringList order =
       QStringLiteral(
-          "Files|Menu|Choose…|Presets|MD5|SHA-1|SHA-224|SHA-256|SHA-384|SHA-512|BLAKE3|CRC-32|a|Remove|"
+          "Files|Menu|Choose…|Presets|MD5|SHA-1|SHA-224|SHA-256|SHA-384|SHA-512|BLAKE3|CRC-32|All|a|Remove|"
           "Copy SHA-256|Copy BLAKE3|Copy all checksums|Export…|Clear|Calculate")
           .split(u'|');
   QStringList walked;
@@ -122,6 +122,33 @@ TEST_F(FilesKeyboardTest, PresetsAreChosenWithArrows) {
     waitFor("the preset", [&] { return model.selectedAlgorithms() == presets[preset]; });
     waitFor("the keyboard to come back", [&] { return focusedName() == "Presets"; });
   }
+}
+
+TEST_F(FilesKeyboardTest, NamesAreFoundAsTheyAreTyped) {
+  add({"read", "other", "Ready", "already"}, abc);
+  add({endlessFile()});
+  driver.press({"Control_L", "Return"});
+  waitFor("the endless file", [&] { return state(4) == FileJobListModel::Hashing; });
+  const auto expectRows = [&](int count, const char* what) {
+    waitFor(what, [&] { return model.files()->jobs()->count() == count; });
+  };
+  driver.press({"Control_L", "f"});
+  waitFor("the field", [&] { return focusedName() == "Find by name"; });
+  for (const char* key : {"r", "e", "a", "d", "y"}) driver.press({key});
+  expectRows(2, "what is found");
+  EXPECT_EQ(find(QAccessible::EditableText, "Find by name")->text(QAccessible::Description), u"2 found");
+  driver.press({"Return"});
+  waitFor("a row", [&] { return focusedName() == "Ready"; });
+  driver.click("filterWaiting");
+  expectRows(0, "what is found of what waits");
+  EXPECT_NE(itemWithText("No file that is shown has this in its name."), nullptr);
+  driver.press({"Control_L", "f"});
+  driver.press({"Escape"});
+  expectRows(1, "what waits");
+  EXPECT_EQ(driver.findItem("find"), nullptr);
+  EXPECT_TRUE(model.files()->isProcessing()) << "The key was meant for the field";
+  driver.press({"Escape"});
+  waitFor("the end", [&] { return !model.files()->isProcessing(); });
 }
 
 TEST_F(FilesKeyboardTest, ArrowsMoveThroughTheListAndDeleteRemovesTheSelectedRow) {

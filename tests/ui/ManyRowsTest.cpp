@@ -50,7 +50,7 @@ class ManyRowsTest : public WindowFixture {
     const QClipboard& clipboard = *QGuiApplication::clipboard();
     const QSignalSpy changes(&clipboard, &QClipboard::dataChanged);
     const auto hasCopied = [&] { return !changes.isEmpty(); };
-    expectShortTurns("copy", hasCopied, [&] { manifest.copyManifestRows(); });
+    expectShortTurns("copy", hasCopied, [&] { manifest.copyManifestShown(); });
     EXPECT_EQ(clipboard.mimeData()->data(QStringLiteral("text/plain")).count('\n'), count - 1);
   }
 
@@ -88,6 +88,9 @@ TEST_F(ManyRowsTest, FilesComeAndGo) {
   expectShortTurns("drop", isDone, [&] { drop(data); });
   expectFewRowsMade("jobList");
   EXPECT_EQ(inRow(limit - 1, "name")->property("text").toString(), "a file");
+  expectShortTurns(
+      "find", [&] { return files.jobs()->count() == 0; }, [&] { files.jobs()->setSearch("aA"); });
+  expectShortTurns("find all", isDone, [&] { files.jobs()->setSearch({}); });
   expectShortTurns("remove the first", isIdle, [&] { files.removeJob(files.jobs()->idAt(0)); });
   expectShortTurns("remove the last", isIdle, [&] { files.removeJob(files.jobs()->idAt(limit - 2)); });
   expectShortTurns("clear", isIdle, [&] { files.clearFiles(); });
@@ -113,6 +116,9 @@ TEST_F(ManyRowsTest, EntriesOfTwoFilesTakeTurns) {
   EXPECT_EQ(view->property("currentIndex").toInt(), 500) << "The selection stays with its entry";
   expectShortTurns("matches", isFiltered, [&] { entries.setFilter(ManifestJobListModel::Matches); });
   expectShortTurns("cancel", isFiltered, [&] { manifest.cancelManifest(); });
+  expectShortTurns(
+      "find", [&] { return entries.count() == 0; }, [&] { entries.setSearch("endless"); });
+  expectShortTurns("find all", isFiltered, [&] { entries.setSearch(""); });
   expectShortTurns("all", isWhole, [&] { entries.setFilter(ManifestJobListModel::All); });
   expectFewRowsMade("manifestList");
   expectCopied(limit);

@@ -7,20 +7,35 @@ import TallyFold
 T.RadioButton {
     id: control
 
-    property int figure
+    property string figure
+    // There is nothing to see.
+    property bool isEmpty: false
     property bool isChosen: false
-    // The colour of the figure, where it is not 0.
-    property color tone: TallyTheme.secondary
+    // A Tone.
+    property int tone: Tone.Pending
 
     signal chosen
 
+    // The chip beside it, as the arrow keys reach it.
+    function choose(step: int) {
+        const chips = Array.from(parent.children).filter(item => item instanceof TFFilterChip);
+        const next = chips[chips.indexOf(control) + step];
+        if (!next)
+            return;
+        next.forceActiveFocus(Qt.TabFocusReason);
+        next.chosen();
+    }
+
+    objectName: "filter" + text
     implicitWidth: row.implicitWidth + 2 * TallyTheme.space3
     implicitHeight: TallyTheme.smallControlHeight
     checked: isChosen
     hoverEnabled: true
     focusPolicy: isChosen || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
-    Accessible.name: text + ", " + count.text
+    Accessible.name: text + ", " + figure
     Accessible.onPressAction: chosen()
+    Keys.onLeftPressed: choose(-1)
+    Keys.onRightPressed: choose(1)
     Keys.onReturnPressed: chosen()
     Keys.onEnterPressed: chosen()
     onClicked: chosen()
@@ -40,11 +55,13 @@ T.RadioButton {
             }
 
             TFText {
-                id: count
-
                 anchors.verticalCenter: parent.verticalCenter
-                text: control.figure.toLocaleString(Qt.locale(), "f", 0)
-                color: control.figure === 0 ? TallyTheme.tertiary : control.tone
+                text: control.figure
+                color: {
+                    if (control.isEmpty)
+                        return TallyTheme.tertiary;
+                    return control.tone === Tone.Pending ? TallyTheme.secondary : TallyTheme.toneColor(control.tone);
+                }
                 font.pixelSize: TallyTheme.captionSize
                 font.weight: Font.DemiBold
             }

@@ -12,6 +12,11 @@ ListView {
     // Delete means the selected row.
     property bool hasRemovableRows: false
 
+    readonly property FilteredListModel jobs: model as FilteredListModel
+    // A run is under way. Its row is kept in view, until the user looks elsewhere.
+    property bool isRunning: false
+    property bool isFollowing: false
+
     readonly property int page: Math.max(1, Math.floor(height / lineHeight) - 1)
     // How far a key goes, in rows.
     readonly property var strides: ({
@@ -31,10 +36,23 @@ ListView {
         return Math.max(0, currentIndex);
     }
 
+    function select(row: int) {
+        isFollowing = false;
+        currentIndex = row;
+    }
+
+    function follow() {
+        if (!isFollowing || !isRunning || jobs.runningRow < 0 || followed.row === jobs.runningRow || followed.running)
+            return;
+        followed.row = jobs.runningRow;
+        positionViewAtIndex(jobs.runningRow, ListView.Contain);
+        followed.start();
+    }
+
     spacing: TallyTheme.lineWidth
     clip: true
     activeFocusOnTab: true
-    keyNavigationEnabled: true
+    keyNavigationEnabled: false
     boundsBehavior: Flickable.StopAtBounds
     reuseItems: true
     // No rows are made ahead of need, which the view does in the background: it stumbles when they are gone meanwhile.
@@ -49,6 +67,8 @@ ListView {
         else if (currentIndex < 0)
             currentIndex = 0;
     }
+    onIsRunningChanged: isFollowing = isRunning
+    onMovementStarted: isFollowing = false
     // Tab comes to the row first, not to what in it had the focus last.
     onActiveFocusChanged: {
         if (!activeFocus && currentItem)
@@ -58,17 +78,54 @@ ListView {
         const place = currentItem.mapToItem(list, TallyTheme.space8, lineHeight);
         menu.popup(list, place.x, place.y);
     }
+    Keys.onUpPressed: select(Math.max(0, currentIndex - 1))
+    Keys.onDownPressed: select(Math.min(currentIndex + 1, count - 1))
     Keys.onPressed: event => {
         event.accepted = event.key in strides;
         if (!event.accepted)
             return;
-        currentIndex = Math.max(0, Math.min(currentIndex + strides[event.key], count - 1));
+        select(Math.max(0, Math.min(currentIndex + strides[event.key], count - 1)));
         // The last row may be higher than the rows before it let expect.
         if (currentIndex === count - 1)
             positionViewAtEnd();
     }
+    Keys.onEscapePressed: event => {
+        event.accepted = jobs.search !== "";
+        jobs.search = "";
+    }
 
     T.ScrollBar.vertical: TFScrollBar {
+        onPressedChanged: list.isFollowing = list.isFollowing && !pressed
+    }
+
+    // Rows that are under way for less than that are not followed one by one.
+    Timer {
+        id: followed
+
+        property int row: -1
+
+        interval: TallyTheme.followInterval
+        onTriggered: list.follow()
+    }
+
+    // The selection stays with its job, or goes to the next that is shown.
+    Connections {
+        property int selectedJob: -1
+
+        function onAboutToShowAnew() {
+            selectedJob = list.jobs.jobOfRow(list.currentIndex);
+        }
+
+        function onShownAnew() {
+            if (selectedJob >= 0)
+                list.currentIndex = list.jobs.rowOfJob(selectedJob);
+        }
+
+        function onRunningRowChanged() {
+            list.follow();
+        }
+
+        target: list.jobs
     }
 
     Shortcut {

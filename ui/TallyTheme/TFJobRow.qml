@@ -12,7 +12,7 @@ T.ItemDelegate {
     readonly property bool isSelected: ListView.isCurrentItem
 
     function select() {
-        ListView.view.currentIndex = index;
+        (ListView.view as TFJobList).select(index);
         forceActiveFocus(Qt.MouseFocusReason);
     }
 

@@ -126,6 +126,9 @@ QtObject {
     readonly property real proposalWidth: 96 * textScale
     readonly property real proposalShare: 0.17
 
+    readonly property real findWidth: 200 * textScale
+    // In characters.
+    readonly property int longestSearch: 255
     readonly property real runButtonWidth: 112 * textScale
     // What a run bar keeps for its progress and its figure.
     readonly property real leastRunWidth: 160 * textScale
@@ -160,6 +163,7 @@ QtObject {
     readonly property int spinDuration: 900
     readonly property bool isMotionWanted: DesktopSettings.isMotionWanted
     readonly property int tipDelay: 500
+    readonly property int followInterval: 100
 
     function toneColor(tone: int): color {
         switch (tone) {

@@ -98,6 +98,7 @@ TFJobRow {
                 }
 
                 TFText {
+                    objectName: "status"
                     anchors.verticalCenter: parent.verticalCenter
                     visible: root.state !== FileJobListModel.Hashing
                     text: root.status

@@ -5,12 +5,17 @@ import TallyFold
 TFScreen {
     id: root
 
-    readonly property bool hasJobs: viewModel.files.jobs.count > 0
+    readonly property FileJobListModel jobs: viewModel.files.jobs
+    readonly property bool hasJobs: jobs.total > 0
     readonly property int gap: isDense ? TallyTheme.space2 : TallyTheme.space3
 
     objectName: "filesView"
     mode: AppMode.Files
-    firstPlace: hasJobs ? list : dropCard.choosePlace
+    firstPlace: {
+        if (list.visible)
+            return list;
+        return hasJobs ? filters.place : dropCard.choosePlace;
+    }
     title: qsTr("File Hashing")
     subtitle: qsTr("Calculate multiple checksums in a single local file pass.")
     isShort: height < TallyTheme.shortHeight
@@ -54,13 +59,30 @@ TFScreen {
         }
     }
 
+    TFFilters {
+        id: filters
+
+        visible: root.hasJobs
+        jobs: root.jobs
+        onRowsWanted: list.forceActiveFocus(Qt.ShortcutFocusReason)
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            top: algorithms.bottom
+            topMargin: root.gap
+            leftMargin: root.gutter
+            rightMargin: root.gutter
+        }
+    }
+
     TFGlassCard {
         id: listCard
 
         anchors {
             left: parent.left
             right: parent.right
-            top: algorithms.bottom
+            top: root.hasJobs ? filters.bottom : algorithms.bottom
             bottom: parent.bottom
             topMargin: root.gap
             bottomMargin: root.gap
@@ -75,7 +97,7 @@ TFScreen {
             readonly property bool isSelectedFinished: selectedRow !== null && selectedRow.digests.length > 0
 
             function selectedId() {
-                return root.viewModel.files.jobs.idAt(selectedIndex());
+                return root.jobs.idAt(selectedIndex());
             }
 
             objectName: "jobList"
@@ -85,7 +107,8 @@ TFScreen {
             lineHeight: TallyTheme.smallControlHeight
             menu: rowMenu
             hasRemovableRows: true
-            model: root.viewModel.files.jobs
+            isRunning: root.viewModel.files.isProcessing
+            model: root.jobs
             Accessible.name: qsTr("Files")
             onCopyRequested: root.viewModel.files.copyAllHashes(selectedId())
             onRemoveRequested: root.viewModel.files.removeJob(selectedId())
@@ -96,10 +119,10 @@ TFScreen {
         }
 
         TFEmptyState {
-            visible: !root.hasJobs
+            visible: !list.visible
             spacing: TallyTheme.space2
             icon: "doc.on.doc"
-            text: qsTr("Files and their checksums will be listed here.")
+            text: root.viewModel.files.emptySentence
             textName: "emptyList"
         }
     }
@@ -169,6 +192,12 @@ TFScreen {
         enabled: root.visible
         sequence: StandardKey.Open
         onActivated: root.viewModel.files.chooseFiles()
+    }
+
+    Shortcut {
+        enabled: filters.visible
+        sequences: [StandardKey.Find]
+        onActivated: filters.find()
     }
 
     Shortcut {

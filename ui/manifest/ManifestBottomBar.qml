@@ -6,10 +6,7 @@ TFRunBar {
     id: root
 
     required property AppViewModel viewModel
-    required property bool hasRows
     readonly property Item runPlace: run.place
-
-    signal copyRequested
 
     figure: viewModel.manifest.manifestProgressFigure
     progress: viewModel.manifest.manifestProgress
@@ -33,8 +30,8 @@ TFRunBar {
         text: qsTr("Copy rows")
         icon: "doc.on.doc"
         tip: qsTr("Copies all rows that are shown (Ctrl+Shift+C)")
-        refusal: root.hasRows ? "" : qsTr("There are no rows to copy.")
-        onClicked: root.copyRequested()
+        refusal: root.viewModel.manifest.copyManifestRefusal
+        onClicked: root.viewModel.manifest.copyManifestShown()
     }
 
     TFButton {

@@ -5,7 +5,7 @@ import TallyFold
 TFJobRow {
     id: root
 
-    required property real lineNumber
+    required property string number
     required property string path
     required property string algorithm
     required property int state
@@ -21,7 +21,7 @@ TFJobRow {
     readonly property color toneColor: TallyTheme.toneColor(tone)
 
     isBad: hasFailed || isMismatch
-    Accessible.name: qsTr("Line %1, %2, %3, %4").arg(number.text).arg(path).arg(algorithm).arg(status)
+    Accessible.name: qsTr("Line %1, %2, %3, %4").arg(number).arg(path).arg(algorithm).arg(status)
     Accessible.description: isMismatch ? qsTr("Expected: ") + expected : ""
 
     contentItem: Column {
@@ -47,10 +47,10 @@ TFJobRow {
             }
 
             TFText {
-                id: number
+                id: numberText
 
                 width: root.numberWidth
-                text: root.lineNumber.toLocaleString(Qt.locale(), "f", 0)
+                text: root.number
                 color: TallyTheme.tertiary
                 horizontalAlignment: Text.AlignRight
                 font.pixelSize: TallyTheme.captionSize
@@ -70,7 +70,7 @@ TFJobRow {
                 font.weight: Font.Medium
 
                 anchors {
-                    left: number.right
+                    left: numberText.right
                     right: algorithmText.left
                     leftMargin: TallyTheme.space3
                     rightMargin: TallyTheme.space3
@@ -128,7 +128,7 @@ TFJobRow {
         }
 
         Loader {
-            x: number.x
+            x: numberText.x
             width: parent.width - x - TallyTheme.space3
             active: root.isMismatch
             visible: active

@@ -15,12 +15,6 @@ struct ManifestFlowType {
   QML_UNCREATABLE("The model owns its flows.")
 };
 
-struct ManifestCountsType {
-  Q_GADGET
-  QML_FOREIGN(tallyfold::ManifestCounts)
-  QML_VALUE_TYPE(manifestCounts)
-};
-
 struct ManifestJobListModelType {
   Q_GADGET
   QML_FOREIGN(tallyfold::ManifestJobListModel)

@@ -10,15 +10,8 @@ TFScreen {
     readonly property fileCard listFile: viewModel.manifest.manifestFile
     readonly property bool hasList: listFile.isPresent
     readonly property int gap: isShort ? TallyTheme.space2 : TallyTheme.space3
+    readonly property bool showsWarnings: viewModel.manifest.showsWarnings
 
-    function copyShown() {
-        if (filters.showsWarnings)
-            viewModel.manifest.copyManifestWarnings();
-        else
-            viewModel.manifest.copyManifestRows();
-    }
-
-    onHasListChanged: filters.showsWarnings = false
     Keys.onReturnPressed: viewModel.manifest.verifyManifestOrChoose()
     Keys.onEnterPressed: viewModel.manifest.verifyManifestOrChoose()
 
@@ -120,6 +113,7 @@ TFScreen {
 
         viewModel: root.viewModel
         visible: root.hasList
+        onRowsWanted: rows.forceActiveFocus(Qt.ShortcutFocusReason)
 
         anchors {
             left: parent.left
@@ -150,29 +144,16 @@ TFScreen {
             objectName: "manifestList"
             anchors.fill: parent
             anchors.margins: TallyTheme.rowMargin
-            visible: !filters.showsWarnings && count > 0
+            visible: !root.showsWarnings && count > 0
             lineHeight: TallyTheme.listRowHeight
             menu: rowMenu
+            isRunning: root.viewModel.manifest.isManifestVerifying
             model: root.jobs
             Accessible.name: qsTr("Entries")
             onCopyRequested: root.viewModel.manifest.copyManifestRow(selectedIndex())
 
             delegate: ManifestJobRow {
                 numberWidth: numberMetrics.width + TallyTheme.lineWidth
-            }
-
-            Connections {
-                property int selectedJob: 0
-
-                function onAboutToShowAnew() {
-                    selectedJob = root.jobs.jobOfRow(rows.currentIndex);
-                }
-
-                function onShownAnew() {
-                    rows.currentIndex = root.jobs.rowOfJob(selectedJob);
-                }
-
-                target: root.jobs
             }
         }
 
@@ -182,7 +163,7 @@ TFScreen {
             objectName: "manifestWarnings"
             anchors.fill: parent
             anchors.margins: TallyTheme.space3
-            visible: filters.showsWarnings && count > 0
+            visible: root.showsWarnings && count > 0
             viewModel: root.viewModel
         }
 
@@ -191,13 +172,7 @@ TFScreen {
             isPending: root.viewModel.manifest.isLoadingManifest
             icon: "checklist"
             textName: "manifestEmpty"
-            text: {
-                if (!root.hasList)
-                    return qsTr("Drop a checksum list and the folder that it describes.");
-                if (filters.showsWarnings)
-                    return qsTr("Every line of the list is understood.");
-                return root.jobs.counts.all > 0 ? qsTr("No entry is in this state.") : qsTr("There are no entries to show.");
-            }
+            text: root.viewModel.manifest.manifestEmptySentence
 
             TFButton {
                 id: choose
@@ -216,7 +191,7 @@ TFScreen {
     TextMetrics {
         id: numberMetrics
 
-        text: root.jobs.lastLineNumber.toLocaleString(Qt.locale(), "f", 0)
+        text: root.jobs.lastNumber
         font.pixelSize: TallyTheme.captionSize
     }
 
@@ -239,7 +214,7 @@ TFScreen {
             text: qsTr("Copy all rows shown")
             symbol: "doc.on.doc"
             shortcutText: "Ctrl+Shift+C"
-            onTriggered: root.copyShown()
+            onTriggered: root.viewModel.manifest.copyManifestShown()
         }
     }
 
@@ -248,8 +223,6 @@ TFScreen {
 
         parent: root
         viewModel: root.viewModel
-        hasRows: rows.visible || warnings.visible
-        onCopyRequested: root.copyShown()
     }
 
     // A list, a folder or both may be dropped anywhere on the screen.
@@ -281,8 +254,14 @@ TFScreen {
     }
 
     Shortcut {
+        enabled: filters.visible
+        sequences: [StandardKey.Find]
+        onActivated: filters.find()
+    }
+
+    Shortcut {
         enabled: root.visible
         sequence: "Ctrl+Shift+C"
-        onActivated: root.copyShown()
+        onActivated: root.viewModel.manifest.copyManifestShown()
     }
 }

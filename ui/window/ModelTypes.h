@@ -61,6 +61,19 @@ struct DigestLineType {
   QML_VALUE_TYPE(digestLine)
 };
 
+struct ListFilterType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::ListFilter)
+  QML_VALUE_TYPE(listFilter)
+};
+
+struct FilteredListModelType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::FilteredListModel)
+  QML_NAMED_ELEMENT(FilteredListModel)
+  QML_UNCREATABLE("The flows own their lists.")
+};
+
 struct ToneType {
   Q_GADGET
   QML_FOREIGN(tallyfold::Tone)

@@ -1,0 +1,208 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include <QAbstractListModel>
+#include <QList>
+#include <QString>
+#include <QTimer>
+
+#include "app/shared/NameSearch.h"
+#include "app/shared/Tone.h"
+
+namespace tallyfold {
+
+/// One way to look at a list, and how much there is to see that way, whatever is searched for.
+struct ListFilter {
+  Q_GADGET
+  Q_PROPERTY(QString label MEMBER label CONSTANT)
+  Q_PROPERTY(QString figure MEMBER figure CONSTANT)
+  Q_PROPERTY(bool isEmpty MEMBER isEmpty CONSTANT)
+  Q_PROPERTY(tallyfold::Tone::Case tone MEMBER tone CONSTANT)
+
+ public:
+  QString label;
+  QString figure;  ///< How many rows, as the user's locale writes it.
+  bool isEmpty = true;
+  Tone::Case tone = Tone::Pending;
+};
+
+/// A list of jobs for a view, in a fixed order: all of them, or those in certain states whose names have a text in
+/// them. Jobs are counted from 0 whether they are shown or not; rows are those that are shown. On the interface thread.
+class FilteredListModel : public QAbstractListModel {
+  Q_OBJECT
+  /// Rows that are shown.
+  Q_PROPERTY(int count READ count NOTIFY countChanged)
+  /// The same as the user's locale writes it.
+  Q_PROPERTY(QString countFigure READ countFigure NOTIFY countChanged)
+  /// Jobs, shown or not.
+  Q_PROPERTY(int total READ total NOTIFY countsChanged)
+  Q_PROPERTY(QList<tallyfold::ListFilter> filters READ filters NOTIFY countsChanged)
+  /// Which of `filters`.
+  Q_PROPERTY(int filter READ filter WRITE setFilter NOTIFY filterChanged)
+  /// What is searched for in the names; empty when nothing is.
+  Q_PROPERTY(QString search READ search WRITE setSearch NOTIFY searchChanged)
+  /// The row that shows the job under way; -1 when none does.
+  Q_PROPERTY(int runningRow READ runningRow NOTIFY runningRowChanged)
+
+ public:
+  /// Announces what was changed while it lives at once, when it dies.
+  class Batch {
+   public:
+    explicit Batch(FilteredListModel& model) : model_(model) { ++model_.openBatches_; }
+    ~Batch() {
+      if (--model_.openBatches_ == 0) model_.announceChanges();
+    }
+    Batch(const Batch&) = delete;
+    Batch& operator=(const Batch&) = delete;
+
+   private:
+    FilteredListModel& model_;
+  };
+
+  [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : count(); }
+  [[nodiscard]] int count() const { return isFiltered() ? static_cast<int>(shown_.size()) : total(); }
+  [[nodiscard]] QString countFigure() const;
+  [[nodiscard]] virtual int total() const = 0;
+
+  [[nodiscard]] QList<ListFilter> filters() const;
+  [[nodiscard]] int filter() const { return filter_; }
+  void setFilter(int filter);
+  /// Jobs that a filter lets through.
+  [[nodiscard]] int count(int filter) const;
+
+  [[nodiscard]] QString search() const { return nextText_; }
+  /// Rows are as they were until all names were looked at: at once where they are few, otherwise in short turns.
+  void setSearch(const QString& text);
+  [[nodiscard]] bool isSearching() const { return searching_.isActive(); }
+
+  [[nodiscard]] int runningRow() const;
+
+  /// The job of a row that is shown, and the row that shows a job, or else the next one; -1 when there is none.
+  Q_INVOKABLE [[nodiscard]] int jobOfRow(int row) const;
+  Q_INVOKABLE [[nodiscard]] int rowOfJob(int job) const;
+  /// The row of the first job that a filter lets through, with everything shown that hides it; -1 when there is none.
+  Q_INVOKABLE int showFirst(int filter);
+
+ signals:
+  void countChanged();
+  void countsChanged();
+  void filterChanged();
+  void searchChanged();
+  void runningRowChanged();
+  /// Before and after other rows of the same jobs are shown: a view keeps its place.
+  void aboutToShowAnew();
+  void shownAnew();
+
+ protected:
+  static constexpr int mostStates = 5;
+
+  struct FilterKind {
+    const char* label;
+    unsigned states;  ///< A bit for each that is let through.
+    Tone::Case tone;
+  };
+  static constexpr unsigned anyState = ~0U;
+
+  /// The first of `kinds` lets everything through. A job is under way when its state is `runningState`.
+  FilteredListModel(std::span<const FilterKind> kinds, int runningState, QObject* parent)
+      : QAbstractListModel(parent), kinds_(kinds), runningState_(runningState) {}
+
+  [[nodiscard]] virtual int stateOf(std::size_t job) const = 0;
+  /// What is searched, in UTF-8.
+  [[nodiscard]] virtual std::string_view nameOf(std::size_t job) const = 0;
+
+  [[nodiscard]] int totalIn(int state) const { return totals_.at(static_cast<std::size_t>(state)); }
+  [[nodiscard]] std::size_t jobAt(int row) const {
+    return isFiltered() ? shown_[static_cast<std::size_t>(row)] : static_cast<std::size_t>(row);
+  }
+
+  /// The jobs are others after `change()`; all of them are shown.
+  template <typename Change>
+  void replaceJobs(Change change) {
+    beginResetModel();
+    change();
+    const bool wasFiltered = forget();
+    endResetModel();
+    announceReplacement(wasFiltered);
+  }
+  /// `change()` adds so many jobs at the end.
+  template <typename Change>
+  void appendJobs(std::size_t number, Change change) {
+    if (!isFiltered()) beginInsertRows({}, total(), total() + static_cast<int>(number) - 1);
+    change();
+    countNewJobs(number);
+    if (!isFiltered()) endInsertRows();
+    announceNewJobs(number);
+  }
+  template <typename Change>
+  void removeJobAt(std::size_t job, Change change) {
+    const int row = shownRowOf(job);
+    if (row >= 0) beginRemoveRows({}, row, row);
+    --totals_.at(static_cast<std::size_t>(stateOf(job)));
+    change();
+    forgetJob(job, row);
+    if (row >= 0) endRemoveRows();
+    if (row >= 0) emit countChanged();
+    emit countsChanged();
+  }
+  /// `change()` is about the state of one job.
+  template <typename Change>
+  void changeJob(std::size_t job, Change change) {
+    const Batch batch(*this);
+    --totals_.at(static_cast<std::size_t>(stateOf(job)));
+    change();
+    const int state = stateOf(job);
+    ++totals_.at(static_cast<std::size_t>(state));
+    if (state == runningState_) runningJob_ = job;
+    changed_.push_back(static_cast<std::uint32_t>(job));
+  }
+
+ private:
+  [[nodiscard]] bool isFiltered() const { return filter_ != 0 || !search_.isEmpty(); }
+  [[nodiscard]] bool passes(std::size_t job, int filter) const {
+    return (kinds_[static_cast<std::size_t>(filter)].states >> stateOf(job) & 1U) != 0;
+  }
+  [[nodiscard]] bool isShown(std::size_t job) const {
+    return passes(job, filter_) && (search_.isEmpty() || (job < hits_.size() && hits_[job] != 0));
+  }
+  [[nodiscard]] int shownRowOf(std::size_t job) const;
+  bool forget();
+  void forgetJob(std::size_t job, int row);
+  void countNewJobs(std::size_t number);
+  void announceReplacement(bool wasFiltered);
+  void announceNewJobs(std::size_t number);
+  void announceChanges();
+  void announceFiltered();
+  void findShown();
+  template <typename Change>
+  void showAnew(Change change);
+  void searchFurther();
+  void followRunningJob();
+
+  const std::span<const FilterKind> kinds_;
+  const int runningState_;
+  std::array<int, mostStates> totals_{};  // Of each state.
+  int filter_ = 0;
+  std::vector<std::uint32_t> shown_;  // Jobs, ascending. Unused while everything is shown.
+
+  QString search_;                  // What the rows shown have in their names.
+  std::vector<std::uint8_t> hits_;  // Whether each job's name has it; jobs that were added since are not in it yet.
+  NameSearch next_;                 // What is being searched for: another text, or the same in jobs that were added.
+  QString nextText_;
+  std::vector<std::uint8_t> nextHits_;  // As far as it has come.
+  QTimer searching_;
+
+  std::size_t runningJob_ = 0;
+  int announcedRunningRow_ = -1;
+
+  int openBatches_ = 0;
+  std::vector<std::uint32_t> changed_;  // Jobs, in the order of the changes, perhaps several times.
+};
+
+}  // namespace tallyfold
