@@ -259,6 +259,23 @@ TEST_F(WindowTest, AtItsSmallestEverythingIsInside) {
   });
 }
 
+TEST_F(WindowTest, FiveResultsAreSeenAtOnce) {
+  add({"a", "b", "c", "d", "e", "f"}, "abc");
+  calculate();
+  QQuickItem* list = driver.usableItem("jobList");
+  const QQuickItem* fifth = row(4);
+  EXPECT_LE(fifth->mapToItem(list, QPointF(0, fifth->height())).y(), list->height());
+  for (const char* text :
+       {"Calculate multiple checksums in a single local file pass.", "Drop files to calculate checksums",
+        "Files are processed locally in bounded 8 MiB chunks. Nothing is uploaded.",
+        "All selected algorithms are calculated in one file pass."}) {
+    QQuickItem* item = itemWithText(text);
+    ASSERT_NE(item, nullptr) << text;
+    EXPECT_EQ(item->property("lineCount"), 1) << text;
+    EXPECT_FALSE(item->property("truncated").toBool()) << text;
+  }
+}
+
 TEST_F(WindowTest, TheSidebarSelectsTheMode) {
   EXPECT_EQ(QMetaEnum::fromType<AppMode::Case>().keyCount(), std::ssize(AppMode::allCases())) << "a mode without a row";
   press(find(QAccessible::ListItem, "Verify"));

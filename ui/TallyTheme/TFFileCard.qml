@@ -21,7 +21,9 @@ TFGlassCard {
     signal chooseRequested
     signal proposalAccepted
 
-    implicitHeight: content.implicitHeight + 2 * TallyTheme.space4
+    readonly property bool isNarrow: width < TallyTheme.narrowCardWidth
+
+    implicitHeight: (isNarrow ? content.height + TallyTheme.space2 + buttons.height : Math.max(content.height, buttons.height)) + 2 * TallyTheme.space4
     Accessible.role: Accessible.Grouping
     Accessible.name: root.title + ": " + (root.isEmpty ? root.emptyName : root.file.name)
 
@@ -29,7 +31,7 @@ TFGlassCard {
         id: icon
 
         x: TallyTheme.space4
-        anchors.verticalCenter: parent.verticalCenter
+        anchors.verticalCenter: content.verticalCenter
         name: root.isEmpty ? "arrow.down.doc" : root.icon
         size: TallyTheme.cardIconSize
         color: root.isTargeted ? TallyTheme.accent : TallyTheme.secondary
@@ -39,14 +41,9 @@ TFGlassCard {
         id: content
 
         spacing: TallyTheme.space0
-
-        anchors {
-            left: icon.right
-            right: buttons.left
-            leftMargin: TallyTheme.space3
-            rightMargin: TallyTheme.space3
-            verticalCenter: parent.verticalCenter
-        }
+        x: icon.x + icon.width + TallyTheme.space3
+        y: (root.height - height - (root.isNarrow ? TallyTheme.space2 + buttons.height : 0)) / 2
+        width: (root.isNarrow ? root.width : buttons.x) - TallyTheme.space3 - x
 
         TFText {
             width: parent.width
@@ -92,22 +89,19 @@ TFGlassCard {
         }
     }
 
-    Column {
+    Flow {
         id: buttons
 
         spacing: TallyTheme.space1
-
-        anchors {
-            right: parent.right
-            rightMargin: TallyTheme.space3
-            verticalCenter: parent.verticalCenter
-        }
+        layoutDirection: root.isNarrow ? Qt.LeftToRight : Qt.RightToLeft
+        x: root.isNarrow ? content.x : root.width - width - TallyTheme.space3
+        y: root.isNarrow ? content.y + content.height + TallyTheme.space2 : (root.height - height) / 2
+        width: root.isNarrow ? content.width : Math.max(choose.width, propose.visible ? propose.width : 0)
 
         TFButton {
             id: choose
 
             objectName: root.objectName + "Choose"
-            anchors.right: parent.right
             text: qsTr("Choose…")
             accessibleName: qsTr("Choose %1").arg(root.title)
             tip: root.tip
@@ -116,8 +110,9 @@ TFGlassCard {
         }
 
         TFButton {
+            id: propose
+
             objectName: root.objectName + "Proposal"
-            anchors.right: parent.right
             visible: root.proposal.isPresent
             // Isolated, so that a name cannot reorder the words around it.
             text: qsTr("Use “%1”").arg("\u2068" + proposalName.elidedText + "\u2069")

@@ -78,6 +78,10 @@ FocusScope {
         clip: interactive
         boundsBehavior: Flickable.StopAtBounds
         onPlaceChanged: reveal()
+        onHeightChanged: {
+            contentY = 0;
+            reveal();
+        }
 
         T.ScrollBar.vertical: TFScrollBar {
         }

@@ -101,7 +101,12 @@ QtObject {
     readonly property int leastHeight: 520
     readonly property int leastScreenWidth: 720
     readonly property int leastSidebarWidth: 165
-    readonly property int sidebarWidth: Math.max(190, 152 * textScale)
+    readonly property int sidebarWidth: 190
+    // A window that is wide for its text has room for a sidebar that is wide for its text.
+    readonly property real wideWidth: narrowWidth * textScale
+    readonly property real wideSidebarWidth: sidebarWidth * textScale
+    // Narrower, a mode shows its state in the place of its icon.
+    readonly property real tightSidebarWidth: leastSidebarWidth * textScale
     // A narrower window has its sidebar at the least width.
     readonly property int narrowWidth: 900
     // A lower screen saves height.
@@ -119,6 +124,9 @@ QtObject {
     readonly property int verdictHeight: 72
     readonly property real listVerdictHeight: 80 * textScale
     readonly property real fieldHeight: 76 * textScale
+    // Narrower, a card for a file has its buttons below its text.
+    readonly property real narrowCardWidth: 280 * textScale
+    readonly property real leastEditorHeight: 72 * textScale
     // The width of a screen that is one column.
     readonly property real columnWidth: 744 * textScale
     // What the checksums take of the height of the Text screen, at the most.

@@ -9,6 +9,7 @@ TFScreen {
     readonly property string inputRefusal: viewModel.compare.compareInputRefusal
 
     mode: AppMode.Compare
+    leastHeight: (comparison.visible ? comparison.y + comparison.height : row.y + row.height) + gutter
     firstPlace: {
         if (first.isEmpty)
             return first.choosePlace;
@@ -22,7 +23,7 @@ TFScreen {
     Item {
         id: cards
 
-        height: TallyTheme.fileCardHeight
+        height: Math.max(TallyTheme.fileCardHeight, first.implicitHeight, second.implicitHeight)
 
         anchors {
             left: parent.left
@@ -72,7 +73,7 @@ TFScreen {
     }
 
     Item {
-        id: bar
+        id: row
 
         height: TallyTheme.controlHeight
 
@@ -112,6 +113,8 @@ TFScreen {
     }
 
     TFVerdict {
+        id: comparison
+
         objectName: "comparison"
         visible: root.verdict.isPresent
         icon: TallyTheme.iconOfComparison(root.verdict.kind)
@@ -121,7 +124,7 @@ TFScreen {
         anchors {
             left: parent.left
             right: parent.right
-            top: bar.bottom
+            top: row.bottom
             margins: root.gutter
             topMargin: TallyTheme.space4
         }

@@ -28,7 +28,7 @@ QString DesktopSettings::digestFont() {
 }
 
 qreal DesktopSettings::textScale() {
-  constexpr qreal usualPixels = 14.7;  // 11 points at 96 dots per inch, the largest default of the common desktops.
+  constexpr qreal usualPixels = 15;  // 11 points at 96 dots per inch, the largest default of the common desktops.
   return std::clamp(QFontInfo(QApplication::font()).pixelSize() / usualPixels, 1.0, 2.0);
 }
 

@@ -7,6 +7,7 @@ TFScreen {
     id: root
 
     mode: AppMode.Text
+    leastHeight: header.y + header.height + TallyTheme.space4 + TallyTheme.leastEditorHeight + count.height + TallyTheme.space4 + Math.min(TallyTheme.leastListHeight, rowsCard.wantedHeight) + TallyTheme.space4
     firstPlace: editor.editor
     title: qsTr("Text Hashing")
     subtitle: qsTr("Calculate the checksums of a piece of text as it is typed.")
@@ -88,7 +89,9 @@ TFScreen {
     TFGlassCard {
         id: rowsCard
 
-        height: Math.min(rows.contentHeight + 2 * TallyTheme.space2, root.height * TallyTheme.checksumsShare)
+        readonly property real wantedHeight: rows.contentHeight + 2 * TallyTheme.space2
+
+        height: Math.min(wantedHeight, Math.max(parent.height * TallyTheme.checksumsShare, TallyTheme.leastListHeight))
 
         anchors {
             left: parent.left

@@ -71,7 +71,11 @@ Window {
             id: sidebar
 
             T.SplitView.minimumWidth: TallyTheme.leastSidebarWidth
-            T.SplitView.preferredWidth: root.width < TallyTheme.narrowWidth ? TallyTheme.leastSidebarWidth : TallyTheme.sidebarWidth
+            T.SplitView.preferredWidth: {
+                if (root.width < TallyTheme.narrowWidth)
+                    return TallyTheme.leastSidebarWidth;
+                return root.width < TallyTheme.wideWidth ? TallyTheme.sidebarWidth : TallyTheme.wideSidebarWidth;
+            }
             viewModel: root.viewModel
             onSettingsRequested: about.open()
             onScreenRequested: detail.forceActiveFocus(Qt.TabFocusReason)

@@ -11,6 +11,9 @@ Item {
 
     readonly property alias hasKeyboard: list.activeFocus
 
+    readonly property bool isTight: width < TallyTheme.tightSidebarWidth
+    readonly property int margin: isTight ? TallyTheme.space2 : TallyTheme.space3
+
     signal settingsRequested
     // The keyboard shall go to the screen.
     signal screenRequested
@@ -18,7 +21,7 @@ Item {
     Row {
         id: title
 
-        x: TallyTheme.space5
+        x: root.isTight ? TallyTheme.space3 : TallyTheme.space5
         y: TallyTheme.space6
         height: TallyTheme.controlHeight
         spacing: TallyTheme.space2
@@ -31,14 +34,29 @@ Item {
 
         TFText {
             anchors.verticalCenter: parent.verticalCenter
+            width: Math.min(implicitWidth, root.width - x - 2 * parent.x)
             text: "Tally Fold"
+            fontSizeMode: Text.HorizontalFit
+            minimumPixelSize: TallyTheme.captionSize
             font.pixelSize: TallyTheme.sectionSize
             font.weight: Font.DemiBold
         }
     }
 
+    FontMetrics {
+        id: metrics
+
+        font.pixelSize: TallyTheme.navigationSize
+        font.weight: Font.Medium
+    }
+
     ListView {
         id: list
+
+        // What the longest label takes, and what there is for it.
+        readonly property real labelWidth: Math.max(...Array.from(root.viewModel.modes).map(mode => Math.ceil(metrics.advanceWidth(mode.label))))
+        readonly property real labelRoom: width - 3 * root.margin - TallyTheme.iconSize
+        readonly property int labelSize: Math.min(1, labelRoom / labelWidth) * TallyTheme.navigationSize
 
         objectName: "sidebar"
         interactive: false
@@ -61,8 +79,8 @@ Item {
             left: parent.left
             right: parent.right
             bottom: menuButton.top
-            leftMargin: TallyTheme.space3
-            rightMargin: TallyTheme.space3
+            leftMargin: root.margin
+            rightMargin: root.margin
         }
 
         delegate: T.ItemDelegate {
@@ -73,6 +91,7 @@ Item {
             readonly property bool isSelected: ListView.isCurrentItem
             readonly property bool isBusy: modelData.flow.isBusy
             readonly property int outcome: modelData.flow.unseenOutcome
+            readonly property bool hasState: isBusy || outcome !== Outcome.NoOutcome
             readonly property string announcement: text + (isBusy ? qsTr(", working") : outcome === Outcome.AllWell ? qsTr(", finished") : outcome === Outcome.SomeFailed ? qsTr(", finished with failures") : "")
 
             objectName: "mode" + modelData.label
@@ -94,7 +113,8 @@ Item {
                     id: icon
 
                     anchors.verticalCenter: parent.verticalCenter
-                    x: TallyTheme.space3
+                    x: root.margin
+                    visible: !(root.isTight && row.hasState)
                     name: row.modelData.icon
                     color: row.isSelected ? TallyTheme.accent : TallyTheme.secondary
                 }
@@ -105,13 +125,13 @@ Item {
                     text: row.text
                     elide: Text.ElideRight
                     color: row.isSelected ? TallyTheme.primary : TallyTheme.secondary
-                    font.pixelSize: TallyTheme.navigationSize
+                    font.pixelSize: list.labelSize
                     font.weight: Font.Medium
 
                     anchors {
                         left: icon.right
-                        leftMargin: TallyTheme.space3
-                        right: row.isBusy || row.outcome !== Outcome.NoOutcome ? spinner.left : parent.right
+                        leftMargin: root.margin
+                        right: row.hasState && !root.isTight ? spinner.left : parent.right
                         verticalCenter: parent.verticalCenter
                     }
                 }
@@ -119,14 +139,10 @@ Item {
                 TFSpinner {
                     id: spinner
 
+                    x: root.isTight ? icon.x + (icon.width - width) / 2 : parent.width - width - TallyTheme.space3
                     size: TallyTheme.smallIconSize
                     visible: row.isBusy
-
-                    anchors {
-                        right: parent.right
-                        rightMargin: TallyTheme.space3
-                        verticalCenter: parent.verticalCenter
-                    }
+                    anchors.verticalCenter: parent.verticalCenter
                 }
 
                 TFIcon {
