@@ -64,6 +64,12 @@ Item {
                 root.isOpen = false;
         }
 
+        TextKeys {
+            target: field
+            isLeftByTab: true
+            onPasteRequested: field.paste()
+        }
+
         TFIcon {
             id: icon
 
