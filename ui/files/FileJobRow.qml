@@ -83,11 +83,15 @@ TFJobRow {
                     verticalCenter: parent.verticalCenter
                 }
 
-                TFProgress {
+                Loader {
                     anchors.verticalCenter: parent.verticalCenter
-                    visible: root.state === FileJobListModel.Hashing
-                    value: root.progress
-                    label: root.name
+                    active: root.state === FileJobListModel.Hashing
+                    visible: active
+
+                    sourceComponent: TFProgress {
+                        value: root.progress
+                        label: root.name
+                    }
                 }
 
                 TFIcon {
@@ -125,16 +129,20 @@ TFJobRow {
             }
         }
 
-        TFText {
+        Loader {
             x: nameText.x
             width: parent.width - x - TallyTheme.space4
-            height: implicitHeight + TallyTheme.space3
-            objectName: "message"
-            visible: root.hasFailed
-            text: root.message
-            color: TallyTheme.bad
-            wrapMode: Text.Wrap
-            verticalAlignment: Text.AlignTop
+            active: root.hasFailed
+            visible: active
+
+            sourceComponent: TFText {
+                objectName: "message"
+                text: root.message
+                height: implicitHeight + TallyTheme.space3
+                color: TallyTheme.bad
+                wrapMode: Text.Wrap
+                verticalAlignment: Text.AlignTop
+            }
         }
 
         Repeater {
