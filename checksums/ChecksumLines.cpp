@@ -88,19 +88,6 @@ std::optional<ChecksumManifestEntry> parseSFVLine(std::string_view line, std::in
   return ChecksumManifestEntry{Uuid::random(), lineNumber, std::string(name), HashAlgorithm::crc32, lowerCased(digits)};
 }
 
-/// Undoes what coreutils do to the names of files: `\n`, `\r` and `\\` become one character. All else stays.
-std::string unescapeCoreutilsFilename(std::string_view name) {
-  std::string result;
-  for (std::size_t i = 0; i < name.size(); ++i) {
-    const std::string_view pair = name.substr(i, 2);
-    const bool isLineFeed = pair == R"(\n)";
-    const bool isCarriageReturn = pair == R"(\r)";
-    if (isLineFeed || isCarriageReturn || pair == R"(\\)") ++i;
-    result += isLineFeed ? '\n' : isCarriageReturn ? '\r' : name[i];
-  }
-  return result;
-}
-
 std::optional<ChecksumManifestEntry> parseLine(std::string_view line, std::int64_t lineNumber,
                                                std::optional<HashAlgorithm> preferredGNUAlgorithm) {
   auto entry = parseBSDLine(line, lineNumber);
@@ -150,6 +137,18 @@ std::optional<ChecksumManifestEntry> parseGNUStyleLine(std::string_view line, st
   if (!algorithm) return std::nullopt;
   std::string name = parts->isEscaped ? unescapeCoreutilsFilename(parts->name) : std::string(parts->name);
   return ChecksumManifestEntry{Uuid::random(), lineNumber, std::move(name), *algorithm, lowerCased(parts->digits)};
+}
+
+std::string unescapeCoreutilsFilename(std::string_view name) {
+  std::string result;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const std::string_view pair = name.substr(i, 2);
+    const bool isLineFeed = pair == R"(\n)";
+    const bool isCarriageReturn = pair == R"(\r)";
+    if (isLineFeed || isCarriageReturn || pair == R"(\\)") ++i;
+    result += isLineFeed ? '\n' : isCarriageReturn ? '\r' : name[i];
+  }
+  return result;
 }
 
 std::optional<SingleChecksum> extractSingleChecksum(std::string_view text,

@@ -44,6 +44,9 @@ std::optional<ChecksumManifestEntry> parseBSDLine(std::string_view line, std::in
 std::optional<ChecksumManifestEntry> parseGNUStyleLine(std::string_view line, std::int64_t lineNumber,
                                                        std::optional<HashAlgorithm> preferredAlgorithm);
 
+/// Undoes what coreutils do to the names of files: `\n`, `\r` and `\\` become one character. All else stays.
+std::string unescapeCoreutilsFilename(std::string_view name);
+
 /// A checksum without its file.
 struct SingleChecksum {
   HashAlgorithm algorithm;

@@ -6,6 +6,8 @@
 #include <span>
 #include <system_error>
 
+#include "checksums/ListReading.h"
+#include "checksums/forms/SecondReading.h"
 #include "core/digests/ReadBuffer.h"
 #include "core/files/Paths.h"
 #include "core/services/HashService.h"
@@ -133,17 +135,19 @@ class LineSplitter {
 /// Makes entries of lines, as many as are allowed.
 class Parser {
  public:
-  explicit Parser(std::optional<HashAlgorithm> preferredGNUAlgorithm) : preferredGNUAlgorithm_(preferredGNUAlgorithm) {}
+  /// `secondReading` takes what is left unsupported; none when nothing does.
+  Parser(std::optional<HashAlgorithm> preferredGNUAlgorithm, SecondReading* secondReading)
+      : preferredGNUAlgorithm_(preferredGNUAlgorithm), secondReading_(secondReading) {}
 
   void parse(std::string_view line) {
     countLine();
-    if (!isValidUTF8(line)) fail(ManifestReadError::Case::unsupportedEncoding);
+    if (!isValidUTF8(line)) throw ManifestReadError(ManifestReadError::Case::unsupportedEncoding, lineCount_);
     process(line);
   }
 
   void parse(std::u16string_view line) {
     countLine();
-    if (!isValidUTF16(line)) fail(ManifestReadError::Case::unsupportedEncoding);
+    if (!isValidUTF16(line)) throw ManifestReadError(ManifestReadError::Case::unsupportedEncoding, lineCount_);
     process(utf8Of(line, converted_));
   }
 
@@ -157,17 +161,23 @@ class Parser {
 
   void process(std::string_view line) {
     const std::size_t before = result_.entries.size();
-    processLine(line, lineCount_, preferredGNUAlgorithm_, result_);
-    if (result_.entries.size() == before) return;
-    const ChecksumManifestEntry& entry = result_.entries.back();
-    const std::size_t size = entry.relativePath.size() + entry.expectedHash.size() + entryOverhead;
-    if (before == maximumEntries || size > maximumRetainedSize - retainedSize_) {
-      fail(ManifestReadError::Case::manifestTooLarge);
+    if (secondReading_ != nullptr) {
+      secondReading_->processLine(line, lineCount_, preferredGNUAlgorithm_, result_);
+    } else {
+      processLine(line, lineCount_, preferredGNUAlgorithm_, result_);
     }
-    retainedSize_ += size;
+    for (std::size_t i = before; i < result_.entries.size(); ++i) {
+      const ChecksumManifestEntry& entry = result_.entries[i];
+      const std::size_t size = entry.relativePath.size() + entry.expectedHash.size() + entryOverhead;
+      if (i >= maximumEntries || size > maximumRetainedSize - retainedSize_) {
+        fail(ManifestReadError::Case::manifestTooLarge);
+      }
+      retainedSize_ += size;
+    }
   }
 
   std::optional<HashAlgorithm> preferredGNUAlgorithm_;
+  SecondReading* secondReading_;
   ParseResult result_;
   std::int64_t lineCount_ = 0;
   std::size_t retainedSize_ = 0;
@@ -236,11 +246,19 @@ void stream(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view i
   }
 }
 
-/// Parses UTF-16 as `loadUTF8Streaming` parses UTF-8. An odd number of bytes is not a text.
-ParseResult loadUTF16Streaming(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view initialData,
-                               std::endian encoding, std::optional<HashAlgorithm> preferredGNUAlgorithm,
-                               const std::stop_token& cancellation) {
-  Parser parser(preferredGNUAlgorithm);
+/// Parses the UTF-8 of the whole source.
+void parseUTF8(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view initialData, Parser& parser,
+               const std::stop_token& cancellation) {
+  LineSplitter<char> lines;
+  const auto parse = [&](std::string_view line) { parser.parse(line); };
+  stream(handle, sourceByteLimit, initialData, cancellation,
+         [&](std::string_view bytes) { lines.split(bytes, parse); });
+  lines.finish(parse);
+}
+
+/// Parses UTF-16 as `parseUTF8` parses UTF-8. An odd number of bytes is not a text.
+void parseUTF16(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view initialData, std::endian encoding,
+                Parser& parser, const std::stop_token& cancellation) {
   UnitDecoder decoder(encoding);
   LineSplitter<char16_t> lines;
   const auto parse = [&](std::u16string_view line) { parser.parse(line); };
@@ -248,7 +266,6 @@ ParseResult loadUTF16Streaming(FileHandle& handle, std::int64_t sourceByteLimit,
          [&](std::string_view bytes) { lines.split(decoder.decode(bytes), parse); });
   if (decoder.isWithinUnit()) fail(ManifestReadError::Case::unsupportedEncoding);
   lines.finish(parse);
-  return parser.takeResult();
 }
 
 ManifestFileSnapshot manifestSnapshot(const std::filesystem::path& url) { return snapshotOfPath(url); }
@@ -307,22 +324,33 @@ std::int64_t utf16PlausibilityScore(std::string_view bytes, std::endian order) {
   return score + (followsHighSurrogate ? lonelyHighSurrogate : 0);
 }
 
-}  // namespace
-
-ParseResult load(const std::filesystem::path& url, const std::stop_token& cancellation) {
+ParseResult parsed(const std::filesystem::path& url, Parser parser, const std::stop_token& cancellation) {
   HashService::checkCancellation(cancellation);
   auto [handle, initial] = openRegularManifestForReading(url, cancellation);
   const auto count = static_cast<std::size_t>(std::min(initial.fileSize, prefixSize));
   const std::string prefix = readExactPrefix(handle, count, cancellation);
   if (prefix.size() < count) fail(ManifestReadError::Case::fileChangedDuringRead);  // It tells no encoding.
-  const auto preferred = algorithmHint(url);
-  const auto encoding = detectUTF16Encoding(prefix);
-  ParseResult result = encoding
-                           ? loadUTF16Streaming(handle, initial.fileSize, prefix, *encoding, preferred, cancellation)
-                           : loadUTF8Streaming(handle, initial.fileSize, prefix, preferred, cancellation);
+  if (const auto encoding = detectUTF16Encoding(prefix)) {
+    parseUTF16(handle, initial.fileSize, prefix, *encoding, parser, cancellation);
+  } else {
+    parseUTF8(handle, initial.fileSize, prefix, parser, cancellation);
+  }
   if (HashService::hasContentWithoutSize(handle, initial)) fail(ManifestReadError::Case::fileChangedDuringRead);
   validateManifestUnchanged(handle, url, initial);
-  return result;
+  return parser.takeResult();
+}
+
+}  // namespace
+
+ParseResult load(const std::filesystem::path& url, const std::stop_token& cancellation) {
+  return parsed(url, Parser(algorithmHint(url), nullptr), cancellation);
+}
+
+ListReading readList(const std::filesystem::path& url, const ReadingChoice& choice,
+                     const std::stop_token& cancellation) {
+  SecondReading secondReading(url, choice);
+  const auto preferred = choice.algorithm ? choice.algorithm : algorithmHint(url);
+  return secondReading.finish(parsed(url, Parser(preferred, &secondReading), cancellation));
 }
 
 std::optional<std::endian> detectUTF16Encoding(std::string_view prefix) {
@@ -343,12 +371,8 @@ std::optional<std::endian> detectUTF16Encoding(std::string_view prefix) {
 
 ParseResult loadUTF8Streaming(FileHandle& handle, std::int64_t sourceByteLimit, std::string_view initialData,
                               std::optional<HashAlgorithm> preferredGNUAlgorithm, const std::stop_token& cancellation) {
-  Parser parser(preferredGNUAlgorithm);
-  LineSplitter<char> lines;
-  const auto parse = [&](std::string_view line) { parser.parse(line); };
-  stream(handle, sourceByteLimit, initialData, cancellation,
-         [&](std::string_view bytes) { lines.split(bytes, parse); });
-  lines.finish(parse);
+  Parser parser(preferredGNUAlgorithm, nullptr);
+  parseUTF8(handle, sourceByteLimit, initialData, parser, cancellation);
   return parser.takeResult();
 }
 

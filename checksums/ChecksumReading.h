@@ -29,12 +29,15 @@ class ManifestReadError : public std::exception {
     fileChangedDuringRead,
   };
 
-  explicit ManifestReadError(Case value) : value_(value) {}
+  explicit ManifestReadError(Case value, std::int64_t lineNumber = 0) : value_(value), lineNumber_(lineNumber) {}
   [[nodiscard]] Case value() const { return value_; }
+  /// The first line that is not text, from 1; 0 where there is no one line to blame.
+  [[nodiscard]] std::int64_t lineNumber() const { return lineNumber_; }
   [[nodiscard]] const char* what() const noexcept override;
 
  private:
   Case value_;
+  std::int64_t lineNumber_;
 };
 
 using ManifestFileSnapshot = FileSnapshot;

@@ -236,15 +236,14 @@ bool mayExist(const std::filesystem::path& path, FileSnapshot (*look)(const std:
   return true;
 }
 
-/// "C:\\" or "C:/" at the start, of any letter.
+ManifestFileSnapshot manifestRootSnapshot(const std::filesystem::path& url) { return snapshotOfFolder(url); }
+
+}  // namespace
+
 bool isWindowsAbsoluteDrivePath(std::string_view path) {
   const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
   return path.size() >= 3 && isLetter(path[0]) && path[1] == ':' && (path[2] == '/' || path[2] == '\\');
 }
-
-ManifestFileSnapshot manifestRootSnapshot(const std::filesystem::path& url) { return snapshotOfFolder(url); }
-
-}  // namespace
 
 std::string_view pathBelow(std::string_view root, std::string_view path) {
   if (root.ends_with('/')) root.remove_suffix(1);

@@ -93,6 +93,9 @@ struct ManifestLocation {
 ManifestLocation locate(std::string_view relativePath, const std::string& canonicalRoot,
                         const std::stop_token& cancellation);
 
+/// Whether `path` starts like "C:\" or "C:/", with any ASCII letter.
+bool isWindowsAbsoluteDrivePath(std::string_view path);
+
 /// The part of `path` below the folder `root`, without a slash at its start; empty when it is not below.
 std::string_view pathBelow(std::string_view root, std::string_view path);
 

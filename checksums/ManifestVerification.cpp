@@ -27,6 +27,23 @@ bool isSignOfChange(const std::system_error& error) {
   return number == ENOENT || number == ENOTDIR || number == ELOOP || number == EXDEV;
 }
 
+ManifestFailureCause causeOf(const std::exception& failure) {
+  if (const auto* const error = dynamic_cast<const std::system_error*>(&failure)) {
+    const int number = error->code().value();
+    return number == ENOENT || number == ENOTDIR ? ManifestFailureCause::missing : ManifestFailureCause::other;
+  }
+  const auto* const error = dynamic_cast<const ManifestPathError*>(&failure);
+  if (error == nullptr) return ManifestFailureCause::other;
+  switch (error->value()) {
+    case ManifestPathError::Case::absolutePath:
+      return ManifestFailureCause::absolutePath;
+    case ManifestPathError::Case::rootChangedDuringVerification:
+      return ManifestFailureCause::rootChanged;
+    default:
+      return ManifestFailureCause::other;
+  }
+}
+
 bool isStillAt(const FileHandle& root, const std::string& path, const FileSnapshot& snapshot) {
   try {
     return root.snapshotBelow(path).isSameIdentity(snapshot);
@@ -47,8 +64,8 @@ ManifestVerification::ManifestVerification(std::filesystem::path rootURL, Manife
 ManifestGroupOutcome ManifestVerification::verify(const ManifestFileGroup& group, const std::stop_token& cancellation) {
   try {
     return digestsOf(group, cancellation);
-  } catch (const std::exception&) {
-    return errorDescription(std::current_exception());
+  } catch (const std::exception& failure) {
+    return ManifestGroupFailure{causeOf(failure), errorDescription(std::current_exception())};
   }
 }
 

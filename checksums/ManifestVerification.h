@@ -32,9 +32,16 @@ struct PreparedManifestVerification {
   ManifestRootIdentity rootIdentity;
 };
 
-/// What the work on one group came to: digests, among them those of all algorithms of the group; or the sentence for
-/// the user about all its entries.
-using ManifestGroupOutcome = std::variant<DigestMap, std::string>;
+/// Why a file was not hashed, as far as a verdict tells it apart.
+enum class ManifestFailureCause { missing, absolutePath, rootChanged, other };
+
+struct ManifestGroupFailure {
+  ManifestFailureCause cause;
+  std::string sentence;  ///< For the user, about all entries of the group.
+};
+
+/// What the work on one group came to: digests, among them those of all algorithms of the group; or why there are none.
+using ManifestGroupOutcome = std::variant<DigestMap, ManifestGroupFailure>;
 
 /// One run of a verification. Used by one thread at a time, from any.
 ///

@@ -7,6 +7,7 @@
 #include <utility>
 #include <variant>
 
+#include "checksums/ListReading.h"
 #include "checksums/ManifestVerification.h"
 #include "core/services/HashService.h"
 
@@ -15,10 +16,30 @@ namespace tallyfold {
 namespace {
 
 ManifestJob::State stateOf(const ChecksumManifestEntry& entry, const ManifestGroupOutcome& outcome) {
-  if (const auto* message = std::get_if<std::string>(&outcome)) return ManifestJob::Failed{*message};
+  if (const auto* failure = std::get_if<ManifestGroupFailure>(&outcome)) return ManifestJob::Failed{failure->sentence};
   const std::string_view actual = std::get<DigestMap>(outcome).find(entry.algorithm).value();
   if (actual == entry.expectedHash) return ManifestJob::Match{};
   return ManifestJob::Mismatch{std::string(actual)};
+}
+
+void count(const ManifestFileGroup& group, const ManifestGroupOutcome& outcome, ManifestRun::Causes& causes) {
+  const auto* const failure = std::get_if<ManifestGroupFailure>(&outcome);
+  if (failure == nullptr) return;
+  const std::size_t entries = group.entries.size();
+  switch (failure->cause) {
+    case ManifestFailureCause::missing:
+      causes.missing += entries;
+      if (ChecksumManifestService::isQuotedName(group.relativePath)) causes.missingQuoted += entries;
+      break;
+    case ManifestFailureCause::absolutePath:
+      causes.absolutePath += entries;
+      break;
+    case ManifestFailureCause::rootChanged:
+      causes.rootChanged += entries;
+      break;
+    case ManifestFailureCause::other:
+      break;
+  }
 }
 
 }  // namespace
@@ -35,6 +56,7 @@ void ManifestRun::work(const Context& context, const Taker& take) const {
 
   const auto reports = std::make_shared<GatheredNews<Report>>();
   std::size_t groupsDone = 0;
+  Causes causes;
   std::vector<std::size_t> jobs;
   std::vector<Finding> findings;
   for (const ManifestFileGroup& group : prepared.groups) {
@@ -43,6 +65,7 @@ void ManifestRun::work(const Context& context, const Taker& take) const {
       const auto add = [&](Report& waiting) {
         waiting.verifying = std::move(verifying);
         std::ranges::move(findings, std::back_inserter(waiting.findings));
+        waiting.causes = causes;
         waiting.groupsDone = groupsDone;
         waiting.groups = prepared.groups.size();
       };
@@ -53,6 +76,7 @@ void ManifestRun::work(const Context& context, const Taker& take) const {
     for (const ChecksumManifestEntry& entry : group.entries) jobs.push_back(indexOf(entry));
     report(jobs);
     const ManifestGroupOutcome outcome = verification.verify(group, cancellation);
+    count(group, outcome, causes);
     for (std::size_t i = 0; i < jobs.size(); ++i) findings.push_back({jobs[i], stateOf(group.entries[i], outcome)});
     ++groupsDone;
     report({});

@@ -22,10 +22,18 @@ struct ManifestRun {
     std::size_t job;  ///< The index of the entry.
     ManifestJob::State state;
   };
+  /// How many entries were not checked for reasons that the verdict speaks of.
+  struct Causes {
+    std::size_t missing = 0;        ///< No such file.
+    std::size_t missingQuoted = 0;  ///< Of those, the ones whose name stands in double quotes.
+    std::size_t absolutePath = 0;
+    std::size_t rootChanged = 0;
+  };
   /// What was found out since the last time.
   struct Report {
     std::vector<std::size_t> verifying;  ///< Jobs of the group under way, unless they were reported as such before.
     std::vector<Finding> findings;
+    Causes causes;               ///< Of all findings since the start.
     std::size_t groupsDone = 0;  ///< Of all groups, since the start.
     std::size_t groups = 0;
   };

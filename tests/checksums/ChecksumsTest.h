@@ -4,6 +4,7 @@
 
 #include "checksums/ChecksumReading.h"
 #include "checksums/FixedCapacityCache.h"
+#include "checksums/ListReading.h"
 #include "checksums/ManifestGroups.h"
 #include "checksums/ManifestPaths.h"
 #include "checksums/ManifestVerification.h"
@@ -49,7 +50,7 @@ class RootTest : public testing::Test {
   /// The digest of the first algorithm of a group, or the sentence about it.
   static std::string verified(ManifestVerification& verification, const ManifestFileGroup& group) {
     const ManifestGroupOutcome outcome = verification.verify(group, {});
-    if (const auto* const sentence = std::get_if<std::string>(&outcome)) return "error: " + *sentence;
+    if (const auto* const failure = std::get_if<ManifestGroupFailure>(&outcome)) return "error: " + failure->sentence;
     const auto& digests = std::get<DigestMap>(outcome);
     for (const HashAlgorithm algorithm : group.algorithms()) EXPECT_TRUE(digests.find(algorithm));
     return std::string(digests.find(group.entries.front().get().algorithm).value_or("none"));

@@ -30,9 +30,9 @@ inline Lines outcomesOfVerification(const fs::path& root, const std::vector<std:
     for (const std::string& path : paths) {
       const ChecksumManifestEntry entry{Uuid(), 1, path, HashAlgorithm::sha256, ""};
       const ManifestGroupOutcome outcome = verification.verify({entry.relativePath, {entry}}, cancellation);
-      const auto* const sentence = std::get_if<std::string>(&outcome);
-      lines.push_back(sentence != nullptr ? "error: " + *sentence
-                                          : std::string(*std::get<DigestMap>(outcome).find(HashAlgorithm::sha256)));
+      const auto* const notHashed = std::get_if<ManifestGroupFailure>(&outcome);
+      lines.push_back(notHashed != nullptr ? "error: " + notHashed->sentence
+                                           : std::string(*std::get<DigestMap>(outcome).find(HashAlgorithm::sha256)));
     }
   });
   return failure.empty() ? lines : Lines{failure};
