@@ -138,7 +138,7 @@ class Tour {
     driver_.click("verify");
     expectVerdict<Verification::AmbiguousExpectedHash>("ambiguous");
     driver_.click("verifyAlgorithm");
-    driver_.click("verify with SHA-256");
+    driver_.click("verifyAlgorithm SHA-256");
     driver_.click("verify");
     expectVerdict<Verification::Match>("match");
     driver_.click("checksumField");

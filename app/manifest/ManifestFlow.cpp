@@ -1,10 +1,13 @@
 #include "app/manifest/ManifestFlow.h"
 
 #include <algorithm>
+#include <exception>
+#include <iterator>
 #include <utility>
 
 #include <QPointer>
 
+#include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
 #include "app/tasks/FreeMemory.h"
@@ -20,11 +23,13 @@ struct ManifestFlow::PreparedManifestLoad {
   QStringList warnings;
   qint64 ignoredLineCount = 0;
   qint64 unsupportedLineCount = 0;
+  ChecksumManifestService::ListReading reading;  // Without its result.
 
-  explicit PreparedManifestLoad(ChecksumManifestService::ParseResult parsed)
-      : entries(new ManifestEntries(std::move(parsed.entries)), destroy),
-        ignoredLineCount(parsed.ignoredLineCount),
-        unsupportedLineCount(parsed.unsupportedLineCount) {
+  explicit PreparedManifestLoad(ChecksumManifestService::ListReading read) : reading(std::move(read)) {
+    ChecksumManifestService::ParseResult parsed = std::exchange(reading.result, {});
+    entries.reset(new ManifestEntries(std::move(parsed.entries)), destroy);
+    ignoredLineCount = parsed.ignoredLineCount;
+    unsupportedLineCount = parsed.unsupportedLineCount;
     jobs.reserve(entries->size());
     for (const ChecksumManifestEntry& entry : *entries) {
       jobs.push_back({Uuid::random(), {entries, &entry}, ManifestJob::Queued{}});
@@ -38,6 +43,21 @@ struct ManifestFlow::PreparedManifestLoad {
     returnFreeMemory();
   }
 };
+
+namespace {
+
+/// The line that a list could not be read for; 0 when it was not for one line.
+qint64 lineOf(const std::exception_ptr& failure) {
+  try {
+    std::rethrow_exception(failure);
+  } catch (const ManifestReadError& error) {
+    return error.lineNumber();
+  } catch (...) {
+    return 0;
+  }
+}
+
+}  // namespace
 
 ManifestFlow::ManifestFlow(FlowContext& context) : Flow(context) {
   for (const auto change : {&ManifestFlow::isLoadingManifestChanged, &ManifestFlow::isManifestVerifyingChanged}) {
@@ -58,8 +78,12 @@ FileCard ManifestFlow::manifestFile() const { return fileCard(url_, size_.text()
 FileCard ManifestFlow::manifestRoot() const { return fileCard(rootURL_); }
 
 std::optional<std::filesystem::path> ManifestFlow::proposedManifestRoot() const {
-  if (!url_ || url_->parent_path() == rootURL_) return std::nullopt;
-  return url_->parent_path();
+  if (!url_) return std::nullopt;
+  // That of names on this system: those of others have drives.
+  const bool isFromNames = reading_.commonFolder.starts_with('/');
+  std::filesystem::path proposal = isFromNames ? std::filesystem::path(reading_.commonFolder) : *url_;
+  if (proposal.has_relative_path()) proposal = proposal.parent_path();
+  return proposal == rootURL_ ? std::nullopt : std::optional(proposal);
 }
 
 ProposedFolder ManifestFlow::proposedManifestRootForScreen() const {
@@ -71,11 +95,15 @@ ProposedFolder ManifestFlow::proposedManifestRootForScreen() const {
 }
 
 QString ManifestFlow::manifestLines() const {
-  if (!entries_) return {};
   const QLocale locale = userLocale();
-  const QString entries = jobs_.total() == 1 ? tr("1 entry") : tr("%1 entries").arg(locale.toString(jobs_.total()));
-  return unsupportedLineCount_ == 0 ? entries
-                                    : tr("%1 · %2 unsupported").arg(entries, locale.toString(unsupportedLineCount_));
+  QStringList facts;
+  if (droppedListCount_ > 1) facts.append(tr("the first of %1 lists").arg(locale.toString(droppedListCount_)));
+  if (unreadableLine_ > 0) facts.append(tr("line %1 is not text").arg(locale.toString(unreadableLine_)));
+  if (entries_) {
+    facts.append(jobs_.total() == 1 ? tr("1 entry") : tr("%1 entries").arg(locale.toString(jobs_.total())));
+    if (unsupportedLineCount_ > 0) facts.append(tr("%1 unsupported").arg(locale.toString(unsupportedLineCount_)));
+  }
+  return facts.join(tr(" · "));
 }
 
 QString ManifestFlow::manifestUnsupportedFigure() const { return userLocale().toString(unsupportedLineCount_); }
@@ -110,21 +138,44 @@ QString ManifestFlow::manifestWarningsSummary() const {
 void ManifestFlow::setManifestFile(const QList<QUrl>& urls) {
   const auto location = urls.isEmpty() ? std::nullopt : fileLocation(urls.constFirst());
   if (isLoading_ || isVerifying_ || loadTask_.isRunning() || !location) return;
-  discardManifest();
-  context().setErrorMessage(QString());
+  choice_ = {};
+  candidates_ = {};
+  droppedListCount_ = urls.size();
   url_ = location;
   size_.ask(location);
-  setLoading(true);
+  readManifest();
   emit manifestURLsChanged();
+}
+
+void ManifestFlow::readManifestAs(const QString& algorithm) {
+  const auto chosen = algorithmNamed(algorithm);
+  if (isBusy() || loadTask_.isRunning() || !chosen || !candidates_.contains(*chosen)) return;
+  choice_.algorithm = chosen;
+  readManifest();
+}
+
+void ManifestFlow::readManifestWithoutQuotes() {
+  if (isBusy() || loadTask_.isRunning() || !url_) return;
+  choice_.withoutQuotes = true;
+  readManifest();
+}
+
+// Reads the list as the user has chosen to, in place of what was read before.
+void ManifestFlow::readManifest() {
+  discardManifest();
+  context().setErrorMessage(QString());
+  setLoading(true);
   loadTask_.start(
       BackgroundTask::Priority::userInitiated,
-      [url = *location](const FlowTask<ManifestFlow>::Context& task) {
-        auto load = std::make_shared<PreparedManifestLoad>(ChecksumManifestService::load(url, task.cancellation()));
+      [url = *url_, choice = choice_](const FlowTask<ManifestFlow>::Context& task) {
+        auto load =
+            std::make_shared<PreparedManifestLoad>(ChecksumManifestService::readList(url, choice, task.cancellation()));
         task.post([load](ManifestFlow& flow) { flow.publishManifest(std::move(*load)); });
       },
       [](ManifestFlow& flow, const std::exception_ptr& failure) {
         if (failure) {
           flow.readError_ = QString::fromStdString(errorDescription(failure));
+          flow.unreadableLine_ = lineOf(failure);
           flow.context().setErrorMessage(flow.readError_);
           emit flow.ended(Outcome::SomeFailed);
         }
@@ -145,7 +196,25 @@ void ManifestFlow::publishManifest(PreparedManifestLoad load) {
   warnings_ = std::move(load.warnings);
   ignoredLineCount_ = load.ignoredLineCount;
   unsupportedLineCount_ = load.unsupportedLineCount;
+  reading_ = std::move(load.reading);
+  if (!reading_.candidates.empty()) candidates_ = reading_.candidates;
   emit manifestLinesChanged();
+}
+
+QStringList ManifestFlow::manifestAlgorithms() const { return displayNames(candidates_); }
+
+QString ManifestFlow::manifestAlgorithm() const {
+  return choice_.algorithm ? displayName(*choice_.algorithm) : QString();
+}
+
+QString ManifestFlow::proposedManifestAlgorithm() const {
+  const auto proposal = url_ ? ChecksumManifestService::proposedAlgorithm(*url_) : std::nullopt;
+  return proposal && candidates_.contains(*proposal) ? displayName(*proposal) : QString();
+}
+
+bool ManifestFlow::offersReadingWithoutQuotes() const {
+  return reading_.quotedNameCount > 0 && !choice_.withoutQuotes && !isBusy() &&
+         std::cmp_equal(causes_.missingQuoted, reading_.quotedNameCount);
 }
 
 void ManifestFlow::setManifestRoot(const QList<QUrl>& urls) {
@@ -173,9 +242,10 @@ void ManifestFlow::useProposedManifestRoot() {
 void ManifestFlow::dropManifest(const QList<QUrl>& urls) {
   if (isLoading_ || isVerifying_) return;
   const auto isFolder = [](const QUrl& url) { return isDirectoryPath(url); };
-  const auto file = std::ranges::find_if_not(urls, isFolder);
+  QList<QUrl> files;
+  std::ranges::copy_if(urls, std::back_inserter(files), [&](const QUrl& url) { return !isFolder(url); });
   const auto folder = std::ranges::find_if(urls, isFolder);
-  if (file != urls.end()) setManifestFile({*file});
+  setManifestFile(files);
   if (folder != urls.end()) setManifestRoot({*folder});
 }
 
@@ -237,6 +307,7 @@ void ManifestFlow::applyReport(ManifestRun::Report report) {
     for (ManifestRun::Finding& finding : report.findings) jobs_.setState(finding.job, std::move(finding.state));
     for (const std::size_t job : report.verifying) jobs_.setState(job, ManifestJob::Verifying{});
   }
+  causes_ = report.causes;
   setProgress(report.groupsDone, report.groups);
 }
 
@@ -270,6 +341,8 @@ void ManifestFlow::clearManifest() {
   discardManifest();
   url_.reset();
   rootURL_.reset();
+  candidates_ = {};
+  droppedListCount_ = 0;
   emit manifestURLsChanged();
 }
 
@@ -280,15 +353,18 @@ void ManifestFlow::discardManifest() {
   resetManifestCounters();
   setShowsWarnings(false);
   readError_.clear();
+  unreadableLine_ = 0;
   warnings_.clear();
   ignoredLineCount_ = 0;
   unsupportedLineCount_ = 0;
+  reading_ = {};
   emit manifestLinesChanged();
 }
 
 // The counters follow the states of the jobs.
 void ManifestFlow::resetManifestCounters() {
   jobs_.requeueAll();
+  causes_ = {};
   setProgress(0, 0);
   setStage(ManifestTally::Stage::none);
 }
@@ -315,6 +391,7 @@ QString ManifestFlow::manifestProgressFigure() const {
 }
 
 ManifestVerdict ManifestFlow::manifestVerdict() const {
+  const qint64 digestLength = candidates_.empty() ? 0 : static_cast<qint64>((*candidates_.begin()).hexLength());
   return tallyfold::manifestVerdict({.stage = isLoading_ ? ManifestTally::Stage::reading : stage_,
                                      .readError = readError_,
                                      .hasRoot = rootURL_.has_value(),
@@ -323,7 +400,17 @@ ManifestVerdict ManifestFlow::manifestVerdict() const {
                                      .failed = manifestErrorCount(),
                                      .waiting = jobs_.count(ManifestJobListModel::Waiting),
                                      .ignoredLines = ignoredLineCount_,
-                                     .unsupportedLines = unsupportedLineCount_});
+                                     .unsupportedLines = unsupportedLineCount_,
+                                     .ambiguousLines = reading_.ambiguousLineCount,
+                                     .candidates = utf8Text(namesOf(candidates_, "or")),
+                                     .digestLength = digestLength,
+                                     .hasBareDigests = reading_.bareDigestCount == jobs_.total(),
+                                     .otherAlgorithm = utf8Text(reading_.otherAlgorithm),
+                                     .isOtherAlgorithmInName = reading_.isOtherAlgorithmInName,
+                                     .isSigned = reading_.isSigned,
+                                     .missing = static_cast<qint64>(causes_.missing),
+                                     .absolutePaths = static_cast<qint64>(causes_.absolutePath),
+                                     .rootChanged = static_cast<qint64>(causes_.rootChanged)});
 }
 
 double ManifestFlow::manifestProgress() const {

@@ -17,6 +17,8 @@
 #include "app/manifest/ManifestVerdict.h"
 #include "app/shared/FileCard.h"
 #include "app/shared/Flow.h"
+#include "checksums/ListReading.h"
+#include "core/digests/HashAlgorithm.h"
 
 namespace tallyfold {
 
@@ -36,6 +38,11 @@ class ManifestFlow : public tallyfold::Flow {
   Q_PROPERTY(QString copyManifestRefusal READ copyManifestRefusal NOTIFY manifestShownChanged)
   Q_PROPERTY(QString manifestLines READ manifestLines NOTIFY manifestLinesChanged)
   Q_PROPERTY(QString manifestWarningsSummary READ manifestWarningsSummary NOTIFY manifestLinesChanged)
+  Q_PROPERTY(QStringList manifestAlgorithms READ manifestAlgorithms NOTIFY manifestLinesChanged)
+  Q_PROPERTY(bool isAmbiguousManifest READ isAmbiguousManifest NOTIFY manifestLinesChanged)
+  Q_PROPERTY(QString manifestAlgorithm READ manifestAlgorithm NOTIFY manifestLinesChanged)
+  Q_PROPERTY(QString proposedManifestAlgorithm READ proposedManifestAlgorithm NOTIFY manifestLinesChanged)
+  Q_PROPERTY(bool offersReadingWithoutQuotes READ offersReadingWithoutQuotes NOTIFY manifestStatusChanged)
   Q_PROPERTY(double manifestProgress READ manifestProgress NOTIFY manifestProgressChanged)
   Q_PROPERTY(QString manifestProgressFigure READ manifestProgressFigure NOTIFY manifestProgressChanged)
   Q_PROPERTY(bool isLoadingManifest READ isLoadingManifest NOTIFY isLoadingManifestChanged)
@@ -68,10 +75,20 @@ class ManifestFlow : public tallyfold::Flow {
   /// Why there are no rows, or no warnings, where they would be shown.
   [[nodiscard]] QString manifestEmptySentence() const;
   [[nodiscard]] QString copyManifestRefusal() const;
-  /// What the lines of the list came to: "3 entries · 2 unsupported"; empty while there is no list.
+  /// What the lines of the list came to: "3 entries · 2 unsupported", and what else its card must say; empty while
+  /// there is no list.
   [[nodiscard]] QString manifestLines() const;
   /// How many lines are behind the warnings, which are about the first of them only.
   [[nodiscard]] QString manifestWarningsSummary() const;
+  /// The algorithms that the list may be of, where it leaves that open: display names; empty for other lists.
+  [[nodiscard]] QStringList manifestAlgorithms() const;
+  /// There are lines that wait for such a choice.
+  [[nodiscard]] bool isAmbiguousManifest() const { return reading_.ambiguousLineCount > 0; }
+  /// That of them which was chosen, or is only proposed; empty when there is none.
+  [[nodiscard]] QString manifestAlgorithm() const;
+  [[nodiscard]] QString proposedManifestAlgorithm() const;
+  /// Every name in double quotes is missing: they may not be part of the names.
+  [[nodiscard]] bool offersReadingWithoutQuotes() const;
   /// Of the files that the list names, 0 to 1. A file that is named several times counts once.
   [[nodiscard]] double manifestProgress() const;
   /// "12 of 1,204 files"; empty while there is none.
@@ -90,6 +107,11 @@ class ManifestFlow : public tallyfold::Flow {
   /// Reads the first of `urls` as the checksum list. Ignored while one is read, and during a verification.
   Q_INVOKABLE void setManifestFile(const QList<QUrl>& urls);
   Q_INVOKABLE void chooseManifestFile();
+  /// Reads the list again, now that the user has said which algorithm it is of: the display name of one of those that
+  /// it may be of.
+  Q_INVOKABLE void readManifestAs(const QString& algorithm);
+  /// Reads it again, with quotes around names not part of them.
+  Q_INVOKABLE void readManifestWithoutQuotes();
   /// Ends a verification; what it found out about another folder is forgotten.
   Q_INVOKABLE void setManifestRoot(const QList<QUrl>& urls);
   Q_INVOKABLE void chooseManifestRoot();
@@ -121,6 +143,7 @@ class ManifestFlow : public tallyfold::Flow {
 
   /// The folder that the list lies in, unless it is the root already. Only a proposal: the root is what the user chose.
   [[nodiscard]] std::optional<std::filesystem::path> proposedManifestRoot() const;
+  void readManifest();
   void publishManifest(PreparedManifestLoad load);
   void discardManifest();
   void resetManifestCounters();
@@ -137,10 +160,16 @@ class ManifestFlow : public tallyfold::Flow {
   std::shared_ptr<const ManifestEntries> entries_;  // Those of the jobs, in the same order.
   ManifestJobListModel jobs_;
   QStringList warnings_;
+  ChecksumManifestService::ListReading reading_;  // All but its result, which is below and in the jobs.
+  ChecksumManifestService::ReadingChoice choice_;
+  HashAlgorithmSet candidates_;  // That the list may be of, as long as it is the same list.
   qint64 ignoredLineCount_ = 0;
   qint64 unsupportedLineCount_ = 0;
   bool showsWarnings_ = false;
+  ManifestRun::Causes causes_;
+  qint64 droppedListCount_ = 0;  // With this list, when there were several.
   QString readError_;
+  qint64 unreadableLine_ = 0;  // That the error is about; 0 when it is not about one.
   ManifestTally::Stage stage_ = ManifestTally::Stage::none;
   std::size_t groupsDone_ = 0;
   std::size_t groups_ = 0;

@@ -1,5 +1,7 @@
 #include "app/manifest/ManifestVerdict.h"
 
+#include <utility>
+
 #include <QCoreApplication>
 #include <QStringList>
 
@@ -13,6 +15,7 @@ QString tr(const char* text) { return QCoreApplication::translate("ManifestVerdi
 
 QString figure(qint64 number) { return userLocale().toString(number); }
 
+// %1 in `many` is the number.
 QString counted(qint64 number, const char* one, const char* many) {
   return number == 1 ? tr(one) : tr(many).arg(figure(number));
 }
@@ -36,7 +39,22 @@ QString shortcomings(const ManifestTally& tally) {
   return parts.join(tr(", "));
 }
 
+QString notUnderstood(qint64 lines) {
+  return counted(lines, "1 line is not understood and was not checked.",
+                 "%1 lines are not understood and were not checked.");
+}
+
+// Of lines that wait for the user to name the algorithm.
+QString ambiguity(const ManifestTally& tally) {
+  const QString which = tr("%1 characters, which can be %2.").arg(tally.digestLength).arg(tally.candidates);
+  return counted(tally.ambiguousLines, "1 line has a checksum of ", "%1 lines have checksums of ") + which;
+}
+
 ManifestVerdict beforeTheRun(const ManifestTally& tally, qint64 entries, QStringList details) {
+  if (entries == 0 && tally.ambiguousLines > 0) {
+    return {ManifestVerdict::Ambiguous, Tone::Caution, tr("The list does not say which algorithm it is of"),
+            details.join(u' ')};
+  }
   if (entries == 0) {
     return {ManifestVerdict::NothingToVerify, Tone::Caution, tr("Nothing to verify"),
             tally.unsupportedLines == 0 ? tr("The list has no entries.") : details.join(u' ')};
@@ -45,6 +63,51 @@ ManifestVerdict beforeTheRun(const ManifestTally& tally, qint64 entries, QString
                                 : tr("Choose the root folder, from which the list's paths start."));
   return {ManifestVerdict::NotVerifiedYet, Tone::Pending,
           counted(entries, "1 entry, not verified yet", "%1 entries, not verified yet"), details.join(u' ')};
+}
+
+// Behind other sentences.
+QString signatureNote(const ManifestTally& tally) {
+  return tally.isSigned ? u' ' + tr("The signature was not checked.") : QString();
+}
+
+// The list itself says that its checksums are of an algorithm that is not known, and nothing speaks against it.
+QString otherAlgorithm(const ManifestTally& tally) {
+  if (tally.matched > 0 || tally.mismatched == 0 || !tally.hasBareDigests) return {};
+  if (tally.otherAlgorithm.isEmpty()) {
+    return tr("Nothing matches: the list may be of another algorithm with checksums of this length.");
+  }
+  return (tally.isOtherAlgorithmInName
+              ? tr("The list's name speaks of %1, which has checksums of this length and is not supported.")
+              : tr("A comment in the list speaks of %1, which has checksums of this length and is not supported."))
+      .arg(tally.otherAlgorithm);
+}
+
+ManifestVerdict withShortcomings(const ManifestTally& tally, qint64 entries, const QStringList& further) {
+  using Stage = ManifestTally::Stage;
+  QStringList details;
+  if (tally.stage == Stage::cancelled) details.append(tr("The verification was cancelled."));
+  if (tally.stage == Stage::stoppedByError) details.append(tr("The verification was stopped by an error."));
+  if (tally.rootChanged > 0) details.append(tr("The folder changed while it was verified."));
+  if (tally.missing == entries) {
+    details.append(tr("Is this the right root folder?"));
+  } else if (entries == 1 && tally.mismatched == 1) {
+    details.append(tr("The only entry does not match."));
+  } else {
+    details.append(tr("%1 of %2 entries match.").arg(figure(tally.matched), figure(entries)));
+  }
+  if (tally.absolutePaths > 0) {
+    details.append(counted(tally.absolutePaths, "1 entry has an absolute name, which is never followed.",
+                           "%1 entries have absolute names, which are never followed."));
+  }
+  const QString other = otherAlgorithm(tally);
+  if (!other.isEmpty()) details.append(other);
+  details += further;
+  const QString sentences = details.join(u' ') + signatureNote(tally);
+  if (!other.isEmpty() && tally.isOtherAlgorithmInName) {
+    return {ManifestVerdict::OtherAlgorithm, Tone::Caution, shortcomings(tally), sentences};
+  }
+  return {tally.mismatched > 0 ? ManifestVerdict::Mismatches : ManifestVerdict::NotAllChecked,
+          tally.mismatched + tally.failed > 0 ? Tone::Bad : Tone::Caution, shortcomings(tally), sentences};
 }
 
 }  // namespace
@@ -57,9 +120,9 @@ ManifestVerdict manifestVerdict(const ManifestTally& tally) {
     return {ManifestVerdict::Unreadable, Tone::Bad, tr("The checksum list was not read"), tally.readError};
   }
   QStringList details;
-  if (tally.unsupportedLines > 0) {
-    details.append(counted(tally.unsupportedLines, "1 line is not understood and was not checked.",
-                           "%1 lines are not understood and were not checked."));
+  if (tally.ambiguousLines > 0) details.append(ambiguity(tally));
+  if (tally.unsupportedLines > tally.ambiguousLines) {
+    details.append(notUnderstood(tally.unsupportedLines - tally.ambiguousLines));
   }
   if (tally.stage == Stage::none || entries == 0) return beforeTheRun(tally, entries, std::move(details));
 
@@ -72,31 +135,27 @@ ManifestVerdict manifestVerdict(const ManifestTally& tally) {
             isWrong ? tr("So far %1").arg(shortcomings(soFar)) : tr("Verifying…"), details.join(u' ')};
   }
 
-  if (isWrong || tally.waiting > 0) {
-    details.prepend(tally.failed == entries
-                        ? tr("Is this the right root folder?")
-                        : tr("%1 of %2 entries match.").arg(figure(tally.matched), figure(entries)));
-    if (tally.stage == Stage::cancelled) details.prepend(tr("The verification was cancelled."));
-    if (tally.stage == Stage::stoppedByError) details.prepend(tr("The verification was stopped by an error."));
-    return {tally.mismatched > 0 ? ManifestVerdict::Mismatches : ManifestVerdict::NotAllChecked,
-            isWrong ? Tone::Bad : Tone::Caution, shortcomings(tally), details.join(u' ')};
-  }
+  if (isWrong || tally.waiting > 0) return withShortcomings(tally, entries, details);
   if (tally.stage != Stage::ended) {
     return {ManifestVerdict::NotEnded, Tone::Caution, tr("The verification did not come to its end"),
             details.join(u' ')};
   }
   if (tally.unsupportedLines > 0) {
-    return {ManifestVerdict::NotAllUnderstood, Tone::Caution,
-            tr("%1, but %2")
-                .arg(counted(entries, "1 entry matches", "%1 entries match"),
-                     counted(tally.unsupportedLines, "1 line could not be checked", "%1 lines could not be checked")),
-            tr("A line that is not understood may be meant for a file: see the warnings.")};
+    return {
+        ManifestVerdict::NotAllUnderstood, Tone::Caution,
+        tr("%1, but %2")
+            .arg(counted(entries, "1 entry matches", "%1 entries match"),
+                 counted(tally.unsupportedLines, "1 line could not be checked", "%1 lines could not be checked")),
+        (tally.ambiguousLines > 0 ? ambiguity(tally)
+                                  : tr("A line that is not understood may be meant for a file: see the warnings.")) +
+            signatureNote(tally)};
   }
-  return {ManifestVerdict::AllMatch, Tone::Good, counted(entries, "The only entry matches", "All %1 entries match"),
-          tally.ignoredLines == 0
-              ? tr("Every line of the list was checked.")
-              : counted(tally.ignoredLines, "Every entry was checked. 1 line is blank or a comment.",
-                        "Every entry was checked. %1 lines are blank or comments.")};
+  return {
+      ManifestVerdict::AllMatch, Tone::Good, counted(entries, "The only entry matches", "All %1 entries match"),
+      (tally.ignoredLines == 0 ? tr("Every line of the list was checked.")
+                               : counted(tally.ignoredLines, "Every entry was checked. 1 line is blank or a comment.",
+                                         "Every entry was checked. %1 lines are blank or comments.")) +
+          signatureNote(tally)};
 }
 
 }  // namespace tallyfold

@@ -100,6 +100,54 @@ TEST_F(ManifestFlow, EveryEntryIsToldInItsWords) {
   EXPECT_EQ(title(), "1 entry, not verified yet");
 }
 
+TEST_F(ManifestFlow, UserSaysWhatTheListLeavesOpen) {
+  using testing::HasSubstr;
+  const auto& flow = *model_->manifest();
+  const auto lines = [&] { return flow.manifestLines().toStdString(); };
+  const std::string sha256 = outputOf({"sha256sum", abc_}).substr(0, 64);
+  load(sha256 + "  abc\n", "checksums_256.txt");
+  EXPECT_EQ(title(), "The list does not say which algorithm it is of");
+  EXPECT_EQ(flow.manifestAlgorithms(), (QStringList{"SHA-256", "BLAKE3"}));
+  EXPECT_EQ(flow.proposedManifestAlgorithm(), "SHA-256");
+  for (const char* const name : {"BLAKE3", "SHA-256"}) {
+    model_->manifest()->readManifestAs("MD5");
+    model_->manifest()->readManifestAs(name);
+    ASSERT_TRUE(reached([&] { return !flow.isLoadingManifest(); }));
+    EXPECT_EQ(flow.manifestAlgorithm(), name);
+    EXPECT_EQ(lines(), "1 entry");
+    verify();
+    EXPECT_EQ(flow.manifestVerdict().tone, name == std::string("BLAKE3") ? Tone::Bad : Tone::Good) << title();
+  }
+
+  fs::copy_file(abc_, root_ / "a b");
+  load("\"a b\" 352441c2\n\"abc\" 352441c2\n", "x.sfv");
+  EXPECT_EQ(flow.manifestAlgorithms(), QStringList()) << "Another list";
+  EXPECT_FALSE(flow.offersReadingWithoutQuotes());
+  verify();
+  ASSERT_TRUE(flow.offersReadingWithoutQuotes());
+  model_->manifest()->readManifestWithoutQuotes();
+  ASSERT_TRUE(reached([&] { return !flow.isLoadingManifest(); }));
+  verify();
+  EXPECT_EQ(title(), "All 2 entries match");
+  EXPECT_FALSE(flow.offersReadingWithoutQuotes());
+
+  load("MD5  " + md5OfAbc + "  " + abc_.string() + "\n");
+  EXPECT_EQ(flow.proposedManifestRootForScreen().name, "") << "The folder of the names is the root already";
+  verify();
+  EXPECT_EQ(title(), "The only entry matches");
+  load(md5OfAbc + "  missing\n" + md5OfAbc + "  " + abc_.string());
+  verify();
+  EXPECT_THAT(flow.manifestVerdict().details.toStdString(), HasSubstr("1 entry has an absolute name"));
+  load("# BLAKE2b\n" + md5OfAbc.substr(1) + "0  abc");
+  verify();
+  EXPECT_THAT(flow.manifestVerdict().details.toStdString(), HasSubstr("speaks of BLAKE2b"));
+
+  const QUrl unreadable = urlOf(folder_.file("list", "a\n\xFF"));
+  model_->manifest()->dropManifest({unreadable, urlOf(abc_), urlOf(root_ / "")});
+  ASSERT_TRUE(reached([&] { return !flow.isLoadingManifest(); }));
+  EXPECT_EQ(lines(), "the first of 2 lists \u00B7 line 2 is not text");
+}
+
 TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {
   holdInMidRun();
   model_->setMode(AppMode::Text);
@@ -271,9 +319,49 @@ TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
        "1,204 entries match, but 1 line could not be checked | A line that is not understood may be meant for a file: "
        "see the warnings."},
       {{.stage = Stage::ended, .mismatched = 2}, Tone::Bad, "2 entries do not match | 0 of 2 entries match."},
-      {{.stage = Stage::ended, .failed = 7},
+      {{.stage = Stage::ended, .mismatched = 1}, Tone::Bad, "1 entry does not match | The only entry does not match."},
+      {{.stage = Stage::ended, .failed = 7, .missing = 7},
        Tone::Bad,
        "7 entries could not be checked | Is this the right root folder?"},
+      {{.stage = Stage::ended, .failed = 7, .missing = 6, .absolutePaths = 1},
+       Tone::Bad,
+       "7 entries could not be checked | 0 of 7 entries match. 1 entry has an absolute name, which is never followed."},
+      {{.stage = Stage::ended, .matched = 2, .failed = 3, .rootChanged = 3},
+       Tone::Bad,
+       "3 entries could not be checked | The folder changed while it was verified. 2 of 5 entries match."},
+      {{.stage = Stage::ended, .mismatched = 21, .hasBareDigests = true},
+       Tone::Bad,
+       "21 entries do not match | 0 of 21 entries match. Nothing matches: the list may be of another algorithm with "
+       "checksums of this length."},
+      {{.stage = Stage::ended, .mismatched = 2, .hasBareDigests = true, .otherAlgorithm = "SHA-3"},
+       Tone::Bad,
+       "2 entries do not match | 0 of 2 entries match. A comment in the list speaks of SHA-3, which has checksums of "
+       "this length and is not supported."},
+      {{.stage = Stage::ended,
+        .mismatched = 2,
+        .failed = 1,
+        .hasBareDigests = true,
+        .otherAlgorithm = "BLAKE2b",
+        .isOtherAlgorithmInName = true},
+       Tone::Caution,
+       "2 entries do not match, 1 could not be checked | 0 of 3 entries match. The list's name speaks of BLAKE2b, "
+       "which "
+       "has checksums of this length and is not supported."},
+      {{.stage = Stage::ended,
+        .matched = 1,
+        .mismatched = 2,
+        .hasBareDigests = true,
+        .otherAlgorithm = "BLAKE2b",
+        .isOtherAlgorithmInName = true},
+       Tone::Bad,
+       "2 entries do not match | 1 of 3 entries match."},
+      {{.stage = Stage::ended, .matched = 2, .isSigned = true},
+       Tone::Good,
+       "All 2 entries match | Every line of the list was checked. The signature was not checked."},
+      {{.unsupportedLines = 3, .ambiguousLines = 2, .candidates = "SHA-256 or BLAKE3", .digestLength = 64},
+       Tone::Caution,
+       "The list does not say which algorithm it is of | 2 lines have checksums of 64 characters, which can be SHA-256 "
+       "or BLAKE3. 1 line is not understood and was not checked."},
       {{.stage = Stage::cancelled, .matched = 4, .mismatched = 1, .waiting = 9},
        Tone::Bad,
        "1 entry does not match, 9 were not checked | The verification was cancelled. 4 of 14 entries match."},

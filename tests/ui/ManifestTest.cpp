@@ -61,6 +61,28 @@ TEST_F(ManifestTest, ListIsVerifiedInItsOwnFolder) {
   waitFor("the empty screen", [&] { return driver.findItem("chooseManifest") != nullptr; });
 }
 
+TEST_F(ManifestTest, UserSaysWhichAlgorithmTheListIsOf) {
+  folder.file("root/abc", "abc");
+  const std::string sha256 = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+  model.manifest()->setManifestRoot({fileUrl(root)});
+  model.manifest()->setManifestFile({fileUrl(folder.file("checksums.txt", sha256 + "  abc\n"))});
+  waitForVerdict("The list does not say which algorithm it is of");
+  driver.click("read as BLAKE3");
+  waitForVerdict("1 entry, not verified yet");
+  EXPECT_EQ(driver.findItem("read as SHA-256"), nullptr);
+  driver.click("manifestFileReading");
+  driver.click("manifestFileReading SHA-256");
+  waitFor("the other reading",
+          [&] { return shows("manifestFileReading", "SHA-256") && model.manifest()->manifestRefusal().isEmpty(); });
+  model.manifest()->verifyManifest();
+  waitForVerdict("The only entry matches");
+
+  verify("\"abc\" 352441c2\n");
+  driver.click("readWithoutQuotes");
+  waitForVerdict("1 entry, not verified yet");
+  EXPECT_EQ(driver.findItem("manifestFileReading"), nullptr);
+}
+
 TEST_F(ManifestTest, FixedWordsAreWholeInTheSmallestWindow) {
   window.resize(window.minimumSize());
   waitFor("the size", [&] { return window.contentItem()->width() == window.minimumWidth(); });

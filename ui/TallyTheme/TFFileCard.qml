@@ -15,11 +15,15 @@ TFGlassCard {
     // What else there is to say about it, on a line of its own.
     property string facts
     property proposedFolder proposal
+    // How it can be read, and how it is; no menu where that is empty.
+    property alias readings: reading.choices
+    property alias reading: reading.choice
     readonly property bool isEmpty: !file.isPresent
     readonly property Item choosePlace: choose.place
 
     signal chooseRequested
     signal proposalAccepted
+    signal readingChosen(name: string)
 
     readonly property bool isNarrow: width < TallyTheme.narrowCardWidth
 
@@ -96,7 +100,7 @@ TFGlassCard {
         layoutDirection: root.isNarrow ? Qt.LeftToRight : Qt.RightToLeft
         x: root.isNarrow ? content.x : root.width - width - TallyTheme.space3
         y: root.isNarrow ? content.y + content.height + TallyTheme.space2 : (root.height - height) / 2
-        width: root.isNarrow ? content.width : Math.max(choose.width, propose.visible ? propose.width : 0)
+        width: root.isNarrow ? content.width : Math.max(choose.width, propose.visible ? propose.width : 0, reading.visible ? reading.width : 0)
 
         TFButton {
             id: choose
@@ -121,6 +125,16 @@ TFGlassCard {
             isProminent: root.isEmpty
             refusal: root.refusal
             onClicked: root.proposalAccepted()
+        }
+
+        TFMenuButton {
+            id: reading
+
+            objectName: root.objectName + "Reading"
+            visible: choice !== ""
+            description: qsTr("Read as")
+            refusal: root.refusal
+            onChosen: name => root.readingChosen(name)
         }
     }
 

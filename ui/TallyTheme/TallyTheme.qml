@@ -233,6 +233,8 @@ QtObject {
         case ManifestVerdict.Mismatches:
             return "xmark.circle.fill";
         case ManifestVerdict.Unreadable:
+        case ManifestVerdict.Ambiguous:
+        case ManifestVerdict.OtherAlgorithm:
         case ManifestVerdict.NothingToVerify:
         case ManifestVerdict.NotAllChecked:
         case ManifestVerdict.NotEnded:

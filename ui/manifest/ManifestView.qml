@@ -57,6 +57,9 @@ TFScreen {
             isTargeted: dropZone.isTargeted
             refusal: root.viewModel.manifest.manifestFileRefusal
             onChooseRequested: root.viewModel.manifest.chooseManifestFile()
+            readings: root.viewModel.manifest.manifestAlgorithms
+            reading: root.viewModel.manifest.manifestAlgorithm
+            onReadingChosen: name => root.viewModel.manifest.readManifestAs(name)
         }
 
         TFFileCard {
@@ -105,6 +108,12 @@ TFScreen {
             text: root.verdict.details
             color: TallyTheme.secondary
             wrapMode: Text.Wrap
+        }
+
+        ManifestReadings {
+            width: parent.width
+            visible: height > 0
+            viewModel: root.viewModel
         }
     }
 

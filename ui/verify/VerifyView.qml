@@ -138,34 +138,15 @@ TFScreen {
                         width: parent.width
                         height: TallyTheme.controlHeight
 
-                        TFButton {
+                        TFMenuButton {
                             id: algorithm
 
                             objectName: "verifyAlgorithm"
-                            text: root.viewModel.verify.verifyAlgorithm
+                            choices: root.viewModel.verify.verifyAlgorithms
+                            choice: root.viewModel.verify.verifyAlgorithm
                             description: qsTr("Algorithm")
-                            opensMenu: true
                             refusal: root.inputRefusal
-                            onClicked: menu.popup(algorithm, 0, algorithm.height + TallyTheme.space1)
-
-                            TFMenu {
-                                id: menu
-
-                                implicitWidth: TallyTheme.algorithmMenuWidth
-
-                                Repeater {
-                                    model: root.viewModel.verify.verifyAlgorithms
-
-                                    TFMenuItem {
-                                        required property string modelData
-
-                                        objectName: "verify with " + modelData
-                                        text: modelData
-                                        symbol: modelData === root.viewModel.verify.verifyAlgorithm ? "checkmark" : ""
-                                        onTriggered: root.viewModel.verify.verifyAlgorithm = modelData
-                                    }
-                                }
-                            }
+                            onChosen: name => root.viewModel.verify.verifyAlgorithm = name
                         }
 
                         TFStaticText {
