@@ -4,6 +4,7 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include "app/tasks/FreeMemory.h"
 #include "tests/app/ModelTest.h"
 #include "tests/support/ThreadLimit.h"
 
@@ -275,8 +276,10 @@ TEST_F(EveryFlow, WorksAndGoesWithItsModelWhileAReportHangs) {
 class Cancellation : public EveryFlow, public testing::WithParamInterface<const char*> {
  protected:
   Cancellation() {
-    SystemCalls::replace(nullptr);         // What notes every call is for one thread.
+    SystemCalls::replace(nullptr);  // What notes every call is for one thread.
+#ifdef __GLIBC__
     mallopt(M_MMAP_THRESHOLD, 128 << 10);  // What is read into goes back to the system, whatever was allocated before.
+#endif
   }
 
   struct Place {
@@ -332,7 +335,7 @@ class Cancellation : public EveryFlow, public testing::WithParamInterface<const 
     places.clear();
     EXPECT_TRUE(BackgroundTask::waitForAll(patience));
     QCoreApplication::processEvents();
-    malloc_trim(0);
+    returnFreeMemory();
     std::size_t pages = 0;
     std::ifstream("/proc/self/statm") >> pages >> pages;
     return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));

@@ -7,7 +7,9 @@
 
 int main(int argc, char** argv) {
   // As in the program, and as early: a heap that a thread has got is used by all that come later.
+#ifdef __GLIBC__
   mallopt(M_ARENA_MAX, 1);
+#endif
 #ifdef TEST_LOCALE
   qputenv("LC_ALL", TEST_LOCALE);
 #endif

@@ -18,7 +18,9 @@ inline double peakMemory() {
 
 /// Forgets the peak, and gives back what the allocator holds in reserve, which belongs to what was before.
 inline void resetPeakMemory() {
+#ifdef __GLIBC__
   malloc_trim(0);
+#endif
   std::ofstream("/proc/self/clear_refs") << 5;
 }
 
