@@ -20,6 +20,11 @@ Item {
     property string accessibleName: text
     // What has the focus where the button has it.
     readonly property Item place: control
+    // What it does is not seen: a tick tells for a moment that it is done.
+    property bool isConfirmed: false
+    // Of another subject, nothing is done yet.
+    property var subject
+    readonly property bool isDone: tick.running
     readonly property color foreground: isProminent ? TallyTheme.inkOnAccent : isBorderless ? TallyTheme.secondary : TallyTheme.primary
 
     signal clicked
@@ -30,6 +35,17 @@ Item {
 
     implicitWidth: control.implicitWidth
     implicitHeight: TallyTheme.controlHeight
+    onSubjectChanged: tick.stop()
+    onClicked: {
+        if (isConfirmed)
+            tick.restart();
+    }
+
+    Timer {
+        id: tick
+
+        interval: TallyTheme.tickDuration
+    }
 
     T.Button {
         id: control
@@ -44,7 +60,7 @@ Item {
         hoverEnabled: true
         text: root.text
         Accessible.name: root.accessibleName
-        Accessible.description: root.refusal !== "" ? root.refusal : root.description
+        Accessible.description: root.isDone ? qsTr("Copied") : root.refusal !== "" ? root.refusal : root.description
         Accessible.onPressAction: {
             if (enabled)
                 root.clicked();
@@ -56,6 +72,19 @@ Item {
         contentItem: Item {
             implicitWidth: row.implicitWidth
             implicitHeight: row.implicitHeight
+
+            Loader {
+                active: root.isDone && root.icon === ""
+                anchors.right: row.left
+                anchors.rightMargin: TallyTheme.space0
+                anchors.verticalCenter: parent.verticalCenter
+
+                sourceComponent: TFIcon {
+                    name: "checkmark"
+                    size: TallyTheme.chevronSize
+                    color: TallyTheme.good
+                }
+            }
 
             Row {
                 id: row
@@ -69,8 +98,8 @@ Item {
                     visible: active
 
                     sourceComponent: TFIcon {
-                        name: root.icon
-                        color: root.foreground
+                        name: root.isDone ? "checkmark" : root.icon
+                        color: root.isDone ? TallyTheme.good : root.foreground
                     }
                 }
 

@@ -10,11 +10,23 @@ Item {
     property string icon
     property string refusal
     property bool isTabStop: true
+    // What it does is not seen: a tick tells for a moment that it is done.
+    property bool isConfirmed: false
 
     signal clicked
 
     implicitWidth: TallyTheme.smallControlHeight
     implicitHeight: TallyTheme.smallControlHeight
+    onClicked: {
+        if (isConfirmed)
+            tick.restart();
+    }
+
+    Timer {
+        id: tick
+
+        interval: TallyTheme.tickDuration
+    }
 
     T.Button {
         id: control
@@ -26,7 +38,7 @@ Item {
         hoverEnabled: true
         text: root.name
         Accessible.name: root.name
-        Accessible.description: root.refusal
+        Accessible.description: tick.running ? qsTr("Copied") : root.refusal
         Accessible.onPressAction: {
             if (enabled)
                 root.clicked();
@@ -38,9 +50,9 @@ Item {
         contentItem: Item {
             TFIcon {
                 anchors.centerIn: parent
-                name: root.icon
+                name: tick.running ? "checkmark" : root.icon
                 size: TallyTheme.smallIconSize
-                color: control.hovered ? TallyTheme.primary : TallyTheme.tertiary
+                color: tick.running ? TallyTheme.good : control.hovered ? TallyTheme.primary : TallyTheme.tertiary
             }
         }
 

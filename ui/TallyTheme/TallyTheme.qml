@@ -172,6 +172,8 @@ QtObject {
     readonly property bool isMotionWanted: DesktopSettings.isMotionWanted
     readonly property int tipDelay: 500
     readonly property int followInterval: 100
+    // How long a button says that it was pressed.
+    readonly property int tickDuration: 1000
 
     function toneColor(tone: int): color {
         switch (tone) {

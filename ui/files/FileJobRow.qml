@@ -190,6 +190,8 @@ TFJobRow {
                     height: TallyTheme.smallControlHeight
                     text: qsTr("Copy %1").arg(line.algorithm)
                     isBorderless: true
+                    isConfirmed: true
+                    subject: root.jobId
                     isTabStop: root.isSelected
                     onClicked: root.viewModel.files.copyHash(root.jobId, line.algorithm)
 

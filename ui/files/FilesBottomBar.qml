@@ -34,6 +34,7 @@ TFRunBar {
         objectName: "copyAll"
         text: qsTr("Copy all checksums")
         icon: "doc.on.doc"
+        isConfirmed: true
         tip: qsTr("Copies the checksums of the selected file (Ctrl+C)")
         refusal: root.isSelectedFinished ? "" : qsTr("Select a file whose checksums are calculated.")
         onClicked: root.copyRequested()

@@ -29,6 +29,7 @@ TFRunBar {
         objectName: "copyRows"
         text: qsTr("Copy rows")
         icon: "doc.on.doc"
+        isConfirmed: true
         tip: qsTr("Copies all rows that are shown (Ctrl+Shift+C)")
         refusal: root.viewModel.manifest.copyManifestRefusal
         onClicked: root.viewModel.manifest.copyManifestShown()

@@ -218,6 +218,7 @@ TFScreen {
                             y: TallyTheme.space0
                             name: qsTr("Copy %1").arg(row.modelData)
                             icon: "doc.on.doc"
+                            isConfirmed: true
                             refusal: row.digest !== "" ? "" : qsTr("There is no %1 to copy.").arg(row.modelData)
                             onClicked: root.viewModel.text.copyTextHash(row.modelData)
                         }
