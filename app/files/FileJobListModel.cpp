@@ -166,15 +166,20 @@ void FileJobListModel::remove(std::size_t job) {
   });
 }
 
-std::vector<FileJob> FileJobListModel::takeAll() {
-  std::vector<FileJob> all;
-  if (jobs_.empty()) return all;
-  replaceJobs([&] {
-    all.swap(jobs_);
-    jobIndexByID_ = {};
-    jobURLSet_ = {};
-  });
+FileJobListModel::Rows FileJobListModel::takeAll() {
+  Rows all;
+  if (!jobs_.empty()) swapRows(all);
   return all;
+}
+
+void FileJobListModel::putBack(Rows rows) { swapRows(rows); }
+
+void FileJobListModel::swapRows(Rows& rows) {
+  replaceJobs([&] {
+    std::swap(jobs_, rows.jobs);
+    std::swap(jobIndexByID_, rows.jobIndexByID);
+    std::swap(jobURLSet_, rows.jobURLSet);
+  });
 }
 
 void FileJobListModel::setState(std::size_t job, FileJob::State state) {

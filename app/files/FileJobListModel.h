@@ -41,6 +41,13 @@ class FileJobListModel : public tallyfold::FilteredListModel {
   enum Filter { All, Failures, Waiting, Done };
   Q_ENUM(Filter)
 
+  /// What is in the list, and how it is found there.
+  struct Rows {
+    std::vector<FileJob> jobs;
+    RowTable jobIndexByID;
+    RowTable jobURLSet;
+  };
+
   /// `results` is read while the model lives.
   explicit FileJobListModel(const ResultByJobID& results, QObject* parent = nullptr);
 
@@ -64,13 +71,16 @@ class FileJobListModel : public tallyfold::FilteredListModel {
   bool add(PreparedFiles files, std::size_t limit);
   void remove(std::size_t job);
   /// Empties the list and returns what was in it.
-  std::vector<FileJob> takeAll();
+  Rows takeAll();
+  /// Puts them back into the empty list.
+  void putBack(Rows rows);
   void setState(std::size_t job, FileJob::State state);
 
  private:
   [[nodiscard]] int stateOf(std::size_t job) const override;
   [[nodiscard]] std::string_view nameOf(std::size_t job) const override;
   [[nodiscard]] QString facts(const FileHashResult& result) const;
+  void swapRows(Rows& rows);
 
   static const std::array<FilterKind, 4> filterKinds;
 

@@ -41,6 +41,7 @@ void FilesFlow::addPreparedFiles(PreparedFiles files, bool isDrop) {
   if (isProcessing_ || isExporting_) return;
   const int before = jobs_.total();
   const bool hasRoomForAll = jobs_.add(std::move(files), queueLimit);
+  if (jobs_.total() > before && notice_.kind == FilesNotice::Cleared) dismissNotice();
   // The start forgets the errors of the last run, and must not forget that some of this drop had no room.
   if (isDrop && jobs_.total() > before) startProcessing();
   if (!hasRoomForAll) showQueueLimit();
@@ -75,6 +76,7 @@ void FilesFlow::chooseFiles() {
 
 void FilesFlow::startProcessing() {
   if (!startRefusal().isEmpty()) return;
+  dismissNotice();
   discardResults();
   context().setErrorMessage(QString());
   interruption_.clear();
@@ -164,9 +166,39 @@ void FilesFlow::clearFiles() {
   receivingTask_.abandon();
   cancelProcessing();
   interruption_.clear();
-  BackgroundTask::dispose(jobs_.takeAll());
-  discardResults();
+  if (!jobs_.jobs().empty()) keepCleared();
   setProgress(0, 0);
+}
+
+void FilesFlow::keepCleared() {
+  dismissNotice();
+  // The results first: the list shows what is in them.
+  cleared_ = {{}, std::exchange(results_, {}), std::exchange(resultByJobID_, {}), processedCount_, runFileCount_};
+  cleared_.rows = jobs_.takeAll();
+  emit resultsChanged();
+  const auto count = static_cast<qulonglong>(cleared_.rows.jobs.size());
+  setNotice({.kind = FilesNotice::Cleared,
+             .words = count == 1 ? tr("Cleared 1 file.") : tr("Cleared %1 files.").arg(userLocale().toString(count))});
+}
+
+void FilesFlow::undoClear() {
+  if (notice_.kind != FilesNotice::Cleared) return;
+  results_ = std::exchange(cleared_.results, {});
+  resultByJobID_ = std::exchange(cleared_.resultByJobID, {});
+  jobs_.putBack(std::exchange(cleared_.rows, {}));
+  emit resultsChanged();
+  setProgress(static_cast<std::size_t>(cleared_.processedCount), static_cast<std::size_t>(cleared_.runFileCount));
+  setNotice({});
+}
+
+void FilesFlow::dismissNotice() {
+  if (notice_.kind == FilesNotice::Cleared) BackgroundTask::dispose(std::exchange(cleared_, {}));
+  setNotice({});
+}
+
+void FilesFlow::setNotice(FilesNotice notice) {
+  notice_ = std::move(notice);
+  emit noticeChanged();
 }
 
 void FilesFlow::discardResults() {
@@ -238,11 +270,13 @@ void FilesFlow::exportResults(ManifestService::Format format) {
     if (!destination || !exportRefusal().isEmpty()) return;
     context().setErrorMessage(QString());
     interruption_.clear();
+    dismissNotice();
     setExporting(true);
     exportTask_.start(
         BackgroundTask::Priority::utility,
         [results = results_, format, destination = *destination](const FlowTask<FilesFlow>::Context& task) {
           ManifestService::write(results, format, destination, task.cancellation());
+          task.post([destination](FilesFlow& flow) { flow.reportSaved(destination); });
         },
         [](FilesFlow& flow, const std::exception_ptr& failure) {
           if (failure) flow.context().setErrorMessage(failure);
@@ -250,6 +284,25 @@ void FilesFlow::exportResults(ManifestService::Format format) {
           flow.setExporting(false);
         });
   });
+}
+
+void FilesFlow::reportSaved(const std::filesystem::path& destination) {
+  savedReport_ = destination;
+  const std::size_t missing = jobs_.jobs().size() - results_.size();
+  const bool haveAllFailed = static_cast<std::size_t>(jobs_.count(FileJobListModel::Failures)) == missing;
+  QString remark;
+  if (missing == 1) {
+    remark = haveAllFailed ? tr(", 1 failed file is not in it") : tr(", 1 file is not in it");
+  } else if (missing > 1) {
+    remark = (haveAllFailed ? tr(", %1 failed files are not in it") : tr(", %1 files are not in it"))
+                 .arg(userLocale().toString(static_cast<qulonglong>(missing)));
+  }
+  setNotice(
+      {.kind = FilesNotice::Saved, .words = tr("Saved to "), .place = displayText(destination), .remark = remark});
+}
+
+void FilesFlow::showSavedReport() {
+  if (!savedReport_.empty()) context().desktop().revealInFileBrowser(savedReport_);
 }
 
 void FilesFlow::cancelExport() { exportTask_.cancel(); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "app/files/FileJob.h"
 #include "app/files/FileJobListModel.h"
 #include "app/files/FileRun.h"
+#include "app/files/FilesNotice.h"
 #include "app/files/PreparedFiles.h"
 #include "app/shared/Flow.h"
 #include "export/ManifestService.h"
@@ -32,6 +34,7 @@ class FilesFlow : public tallyfold::Flow {
   Q_PROPERTY(QString exportRefusal READ exportRefusal NOTIFY refusalsChanged)
   Q_PROPERTY(QString queueRefusal READ queueRefusal NOTIFY refusalsChanged)
   Q_PROPERTY(QString clearRefusal READ clearRefusal NOTIFY refusalsChanged)
+  Q_PROPERTY(tallyfold::FilesNotice notice READ notice NOTIFY noticeChanged)
 
  public:
   enum ReportFormat { Text, Csv, Json };
@@ -76,7 +79,10 @@ class FilesFlow : public tallyfold::Flow {
   Q_INVOKABLE void startProcessing();
   Q_INVOKABLE void cancelProcessing();
   Q_INVOKABLE void removeJob(const tallyfold::Uuid& id);
+  /// Keeps what was in the list until the next change of it.
   Q_INVOKABLE void clearFiles();
+  /// Puts back what `clearFiles` took, with its results; nothing where that is not kept any more.
+  Q_INVOKABLE void undoClear();
 
   /// None when the job is unknown, unfinished or failed.
   [[nodiscard]] std::shared_ptr<const FileHashResult> result(const Uuid& id) const;
@@ -94,6 +100,12 @@ class FilesFlow : public tallyfold::Flow {
   void exportResults(ManifestService::Format format);
   Q_INVOKABLE void cancelExport();
 
+  [[nodiscard]] FilesNotice notice() const { return notice_; }
+  /// Shows the report that was saved last in the file browser.
+  Q_INVOKABLE void showSavedReport();
+  /// What the notice is about is done with: a cleared list cannot come back.
+  Q_INVOKABLE void dismissNotice();
+
  signals:
   void resultsChanged();
   void isProcessingChanged();
@@ -103,8 +115,18 @@ class FilesFlow : public tallyfold::Flow {
   void clearingsChanged();
   void emptySentenceChanged();
   void refusalsChanged();
+  void noticeChanged();
 
  private:
+  /// What was in the list, and how far its run was.
+  struct Cleared {
+    FileJobListModel::Rows rows;
+    FileHashResults results;
+    ResultByJobID resultByJobID;
+    int processedCount = 0;
+    int runFileCount = 0;
+  };
+
   void addPreparedFiles(PreparedFiles files, bool isDrop);
   void receiveFiles(const QList<QUrl>& urls, bool isDrop);
   void receiveNext();
@@ -114,6 +136,9 @@ class FilesFlow : public tallyfold::Flow {
   void setProgress(std::size_t processed, std::size_t total);
   void setExporting(bool isExporting);
   void showQueueLimit();
+  void setNotice(FilesNotice notice);
+  void keepCleared();
+  void reportSaved(const std::filesystem::path& destination);
 
   ResultByJobID resultByJobID_;
   FileJobListModel jobs_{resultByJobID_};
@@ -126,6 +151,9 @@ class FilesFlow : public tallyfold::Flow {
   QString interruption_;
   QList<std::pair<QList<QUrl>, bool>> received_;  // What the receiving task has not taken; whether it was dropped.
   int clearings_ = 0;
+  Cleared cleared_;
+  std::filesystem::path savedReport_;
+  FilesNotice notice_;
   FlowTask<FilesFlow> receivingTask_{*this, context().mailbox()};
   FlowTask<FilesFlow> processingTask_{*this, context().mailbox()};
   FlowTask<FilesFlow> exportTask_{*this, context().mailbox()};

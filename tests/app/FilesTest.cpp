@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 
 #include "app/files/PreparedFiles.h"
+#include "app/shared/FileLocation.h"
 #include "tests/app/ModelTest.h"
 #include "tests/support/CollidingNames.h"
 
@@ -218,6 +219,33 @@ TEST_F(Files, DigestsAreCopiedOnlyWhereThereIsAResult) {
   EXPECT_EQ(desktop_.pasteboard, "MD5: 900150983cd24fb0d6963f7d28e17f72\nCRC-32: 352441c2");
 }
 
+TEST_F(Files, ClearedListComesBackUntilTheNextChange) {
+  const auto file = folder_.file("file", "abc");
+  FilesFlow& files = *model_->files();
+  add({file, folder_.path() / "gone"});
+  run();
+  const auto before = states();
+  const auto results = files.results();
+  files.clearFiles();
+  EXPECT_EQ(files.notice().words, QStringLiteral("Cleared 2 files."));
+  files.clearFiles();
+  EXPECT_THAT(files.results(), IsEmpty());
+  files.undoClear();
+  EXPECT_EQ(states(), before);
+  EXPECT_EQ(files.results(), results);
+  EXPECT_EQ(files.result(idAt(0)), results.front());
+  EXPECT_EQ(files.runFigure(), QStringLiteral("2 of 2"));
+  add({file});
+  files.removeJob(idAt(1));
+  EXPECT_THAT(paths(), ElementsAre(file)) << "Files are found as before";
+
+  files.clearFiles();
+  add({"/another"});
+  files.undoClear();
+  EXPECT_THAT(paths(), ElementsAre("/another"));
+  EXPECT_EQ(files.notice().kind, FilesNotice::None);
+}
+
 class Export : public ModelTest {
  protected:
   void SetUp() override {
@@ -305,6 +333,22 @@ TEST_F(Export, QueueStandsStillMeanwhile) {
   EXPECT_FALSE(desktop_.savePanel) << "There is nothing to export";
 }
 
+TEST_F(Export, ReportThatIsSavedCanBeShown) {
+  FilesFlow& files = *model_->files();
+  const fs::path report = reports_ / "report.txt";
+  for (const char* remark : {"", ", 1 failed file is not in it", ", 2 failed files are not in it"}) {
+    exportTo(report);
+    ASSERT_TRUE(exportEnds());
+    EXPECT_EQ(files.notice().words + files.notice().place, "Saved to " + displayText(report));
+    EXPECT_EQ(files.notice().remark, QLatin1String(remark));
+    add({folder_.path() / ("gone" + std::string(remark))});
+    run();
+    EXPECT_EQ(files.notice().kind, FilesNotice::None) << "It was about the run before";
+  }
+  files.showSavedReport();
+  EXPECT_THAT(desktop_.revealed, ElementsAre(report));
+}
+
 TEST_F(Export, ShutdownLeavesTheOldReportAndShowsNothing) {
   const fs::path report = folder_.file("reports/report.csv", "old");
   for (const int error : {0, EIO}) {
@@ -321,6 +365,7 @@ TEST_F(Export, ShutdownLeavesTheOldReportAndShowsNothing) {
     gate_.open();
     ASSERT_TRUE(exportEnds());
     EXPECT_EQ(contentOf(report), "old");
+    EXPECT_EQ(model_->files()->notice().kind, FilesNotice::None);
     EXPECT_THAT(reports(), ElementsAre("report.csv"));
     EXPECT_EQ(model_->errorMessage(), QString());
   }

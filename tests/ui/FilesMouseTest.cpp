@@ -210,6 +210,23 @@ TEST_F(FilesMouseTest, TheMenuAndTheButtonsOfARowActOnIt) {
   driver.click("copyPath");
   waitForClipboard(file.native());
 
+  driver.click("copyAll");
+  const auto isConfirmed = [&] {
+    return find(QAccessible::Button, "Copy all checksums")->text(QAccessible::Description) == "Copied";
+  };
+  waitFor("the tick", isConfirmed);
+  waitFor("its end", [&] { return !isConfirmed(); });
+
+  model.files()->exportResults(FilesFlow::Text);
+  driver.answerPanel("savePanel", folder.path() / "report.txt");
+  driver.click("noticeAction");
+  find(QAccessible::AlertMessage, "Saved to " + (folder.path() / "report.txt").string());
+  waitFor("the file browser", [&] { return browser.shown.value(0).endsWith("report.txt"); });
+  driver.click("clear");
+  waitFor("an empty list", [&] { return model.files()->jobs()->count() == 0; });
+  driver.press({"Control_L", "z"});
+  waitFor("the list", [&] { return model.files()->jobs()->count() == 2; });
+
   openRowMenu(0);
   driver.click("removeRow");
   waitFor("the removal", [&] { return model.files()->jobs()->count() == 1; });

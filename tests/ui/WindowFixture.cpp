@@ -56,6 +56,7 @@ void WindowFixture::SetUp() {
   model.compare()->resetComparison();
   model.manifest()->clearManifest();
   model.files()->clearFiles();
+  model.files()->dismissNotice();
   waitFor("the last run to end", [&] { return !model.files()->isProcessing() && !model.files()->isExporting(); });
   model.choosePreset(AppViewModel::Recommended);
   model.setMode(AppMode::Files);

@@ -27,7 +27,8 @@ Item {
         id: factsText
 
         objectName: "facts"
-        anchors.left: pathText.right
+        // The path takes less than it could where its middle is left out.
+        x: pathText.contentWidth
         width: Math.min(implicitWidth, root.width)
         elide: Text.ElideRight
         text: root.facts === "" ? "" : " · " + root.facts

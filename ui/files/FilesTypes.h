@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtQml/qqml.h>
 #include <QtQml/qqmlregistration.h>
 
 #include "app/files/FilesFlow.h"
@@ -20,5 +21,17 @@ struct FileJobListModelType {
   QML_NAMED_ELEMENT(FileJobListModel)
   QML_UNCREATABLE("The model owns its list.")
 };
+
+struct FilesNoticeType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::FilesNotice)
+  QML_VALUE_TYPE(filesNotice)
+};
+
+namespace FilesNoticeNames {
+Q_NAMESPACE
+QML_FOREIGN_NAMESPACE(tallyfold::FilesNotice)
+QML_NAMED_ELEMENT(FilesNotice)
+}  // namespace FilesNoticeNames
 
 }  // namespace tallyfold

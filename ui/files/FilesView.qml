@@ -107,6 +107,8 @@ TFScreen {
             lineHeight: TallyTheme.smallControlHeight
             menu: rowMenu
             hasRemovableRows: true
+            // The last row can be seen above the notice.
+            bottomMargin: notice.visible ? notice.height : 0
             isRunning: root.viewModel.files.isProcessing
             model: root.jobs
             Accessible.name: qsTr("Files")
@@ -163,6 +165,22 @@ TFScreen {
             shortcutText: "Del"
             enabled: root.viewModel.files.queueRefusal === ""
             onTriggered: root.viewModel.files.removeJob(list.selectedId())
+        }
+    }
+
+    FilesNoticeBar {
+        id: notice
+
+        parent: root
+        viewModel: root.viewModel
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            bottom: parent.bottom
+            leftMargin: root.gutter
+            rightMargin: root.gutter
+            bottomMargin: root.height - bottomBar.y + root.gap
         }
     }
 
