@@ -43,7 +43,8 @@ void FilesFlow::addPreparedFiles(PreparedFiles files, bool isDrop) {
   const bool hasRoomForAll = jobs_.add(std::move(files), queueLimit);
   if (jobs_.total() > before && notice_.kind == FilesNotice::Cleared) dismissNotice();
   // The start forgets the errors of the last run, and must not forget that some of this drop had no room.
-  if (isDrop && jobs_.total() > before) startProcessing();
+  isRunWanted_ = isRunWanted_ || (isDrop && jobs_.total() > before);
+  if (received_.isEmpty() && std::exchange(isRunWanted_, false)) startProcessing();
   if (!hasRoomForAll) showQueueLimit();
 }
 
@@ -54,7 +55,10 @@ void FilesFlow::receiveFiles(const QList<QUrl>& urls, bool isDrop) {
 }
 
 void FilesFlow::receiveNext() {
-  if (received_.isEmpty()) return;
+  if (received_.isEmpty()) {
+    if (std::exchange(isRunWanted_, false)) startProcessing();
+    return;
+  }
   receivingTask_.start(
       BackgroundTask::Priority::userInitiated,
       [next = received_.takeFirst()](const FlowTask<FilesFlow>::Context& task) {
@@ -163,6 +167,7 @@ void FilesFlow::clearFiles() {
   ++clearings_;
   emit clearingsChanged();
   received_.clear();
+  isRunWanted_ = false;
   receivingTask_.abandon();
   cancelProcessing();
   interruption_.clear();

@@ -150,6 +150,7 @@ class FilesFlow : public tallyfold::Flow {
   bool isExporting_ = false;
   QString interruption_;
   QList<std::pair<QList<QUrl>, bool>> received_;  // What the receiving task has not taken; whether it was dropped.
+  bool isRunWanted_ = false;  // By what was dropped, once all of it is in the list: it cannot come later.
   int clearings_ = 0;
   Cleared cleared_;
   std::filesystem::path savedReport_;

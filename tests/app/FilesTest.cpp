@@ -118,6 +118,12 @@ TEST_F(Files, DropThatFillsTheQueueStartsAndSaysThatNotAllHadRoom) {
   ASSERT_TRUE(runEnds());
 }
 
+TEST_F(Files, QuickDropsAreOneRun) {
+  for (const char* name : {"a", "b", "a"}) model_->files()->receiveDroppedFiles({urlOf(folder_.file(name, "abc"))});
+  ASSERT_TRUE(reached([&] { return model_->files()->isProcessing(); }) && runEnds());
+  EXPECT_THAT(states(), ElementsAre("complete", "complete"));
+}
+
 TEST_F(Files, ReceivedBeforeTheListIsClearedComeNoMore) {
   model_->files()->chooseFiles();
   model_->files()->receiveDroppedFiles({urlOf("/elsewhere/a")});
