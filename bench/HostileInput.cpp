@@ -191,6 +191,9 @@ std::vector<Input> inputs() {
       {"list line of 200,000 Arabic words", [=] { return arabic(1); }, load},
       {"60 lines of 1,040,000 control characters", [=] { return controls(60); }, load},
       {"60 lines of 200,000 Arabic words", [=] { return arabic(60); }, load},
+      {"60 lines of 1,024 hyphens", [] { return repeated(md5 + std::string(1'024, '-') + "\n", 60); }, load},
+      {"60 lines of 300 words in Hebrew and Latin",
+       [] { return repeated(md5 + repeated("\u05E9\u05DC a ", 300) + "\n", 60); }, load},
       {"the 60 lines of control characters copied", [=] { return controls(60); },
        [](Victim& victim) {
          victim.load();
