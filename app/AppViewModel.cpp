@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "app/shared/AlgorithmNames.h"
+#include "app/shared/FileLocation.h"
+#include "checksums/ChecksumLines.h"
 
 namespace tallyfold {
 
@@ -84,6 +86,23 @@ void AppViewModel::choosePreset(Preset preset) {
       return setSelectedAlgorithms(HashAlgorithm::compatibility);
     case AllAlgorithms:
       return setSelectedAlgorithms(HashAlgorithmSet::all());
+  }
+}
+
+void AppViewModel::openFiles(const QList<QUrl>& urls) {
+  const auto isFolder = [](const QUrl& url) { return isDirectoryPath(url); };
+  QList<QUrl> files;
+  std::ranges::remove_copy_if(urls, std::back_inserter(files), isFolder);
+  if (files.isEmpty()) return;
+  const auto path = fileLocation(files.constFirst());
+  if (files.size() == 1 && urls.size() <= 2 && path && ChecksumManifestService::isListName(*path)) {
+    setMode(AppMode::Manifest);
+    if (const QString refusal = manifest_.manifestFileRefusal(); !refusal.isEmpty()) return setErrorMessage(refusal);
+    manifest_.dropManifest(urls);
+  } else {
+    setMode(AppMode::Files);
+    if (const QString refusal = files_.queueRefusal(); !refusal.isEmpty()) return setErrorMessage(refusal);
+    files_.receiveDroppedFiles(files);
   }
 }
 

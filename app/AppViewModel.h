@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 
 #include "app/AppMode.h"
 #include "app/compare/CompareFlow.h"
@@ -69,6 +70,11 @@ class AppViewModel : public QObject {
   Q_INVOKABLE void stepMode(int by);
   [[nodiscard]] Flow& flow(AppMode::Case mode);
   [[nodiscard]] Outcome::Case unseenOutcome(AppMode::Case mode) { return flow(mode).unseenOutcome(); }
+
+  /// Takes what another program has this one open, in the mode that it belongs to, which is entered: a checksum list,
+  /// by itself or with its folder, in Manifest; all else as a drop on Files. Folders end with a separator. What is
+  /// refused now is an error message.
+  void openFiles(const QList<QUrl>& files);
 
   /// Empty when there is none.
   [[nodiscard]] QString errorMessage() const { return context_.errorMessage(); }

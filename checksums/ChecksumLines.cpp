@@ -187,4 +187,23 @@ std::optional<HashAlgorithm> algorithmHint(const std::filesystem::path& url) {
   return std::nullopt;
 }
 
+bool isListName(const std::filesystem::path& url) {
+  const auto withoutSum = [](std::string_view name) {
+    for (const std::string_view suffix : {"SUMS", "SUM"}) {
+      if (name.ends_with(suffix)) return name.substr(0, name.size() - suffix.size());
+    }
+    return name;
+  };
+  const std::string extension = upperCased(url.extension().native());
+  if (extension == ".SFV") return true;
+  if (extension.size() > 1 && HashAlgorithm::manifestName(withoutSum(extension).substr(1))) return true;
+  if (!extension.empty() && extension != ".TXT") return false;
+  const std::string name = lettersAndDigits(upperCased(url.stem().native()));
+  std::string_view rest = withoutSum(name);
+  if (rest.size() == name.size()) return false;
+  if (rest.ends_with("CHECK")) return true;
+  while (!rest.empty() && !HashAlgorithm::manifestName(rest)) rest.remove_prefix(1);
+  return !rest.empty();
+}
+
 }  // namespace tallyfold::ChecksumManifestService

@@ -210,6 +210,16 @@ TEST(AlgorithmHint, FollowsFromTheNameOfTheList) {
   }
 }
 
+TEST(ListName, IsThatOfAList) {
+  for (const char* name :
+       {"a.sha256", "a.B3", "a.sha1sum", "x.sfv", "md5sum.txt", "debian-12_SHA512SUMS", "CHECKSUMS"}) {
+    EXPECT_TRUE(isListName(fs::path("/x") / name)) << name;
+  }
+  for (const char* name : {"", "a", "blake3.c", "md5", "sha256.txt", "SHA256SUMS.gpg", "sum.txt", "SUMS", "a.sum"}) {
+    EXPECT_FALSE(isListName(fs::path("/x.md5") / name)) << name;
+  }
+}
+
 /// Of a list that cannot be loaded, what `attempted` says.
 std::vector<std::string> loaded(const fs::path& list) {
   std::vector<std::string> lines;

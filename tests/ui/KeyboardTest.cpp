@@ -59,6 +59,7 @@ class KeyboardTest : public WindowFixture {
       list.endStructure();
       all.back().path = path.path();
     }
+    list.endArray();
     return all;
   }
 

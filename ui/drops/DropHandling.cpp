@@ -1,5 +1,6 @@
 #include "ui/drops/DropHandling.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "app/shared/FileLocation.h"
@@ -91,6 +92,19 @@ QList<QUrl> filteredFileURLs(const QList<QUrl>& urls) {
 
 void resolveFileURLs(const QByteArray& uriList, DropOutcome outcome, Droppable kind) {
   if (!uriList.isEmpty()) resolve([uriList] { return urlsIn(uriList); }, std::move(outcome), kind);
+}
+
+void resolveFileURLs(const QStringList& locations, DropOutcome outcome, Droppable kind) {
+  const auto parse = [locations] {
+    QList<QUrl> urls;
+    const auto isControl = [](QChar character) { return character.category() == QChar::Other_Control; };
+    for (const QString& location : locations) {
+      // The toolkit would take them for characters of a path.
+      if (std::none_of(location.begin(), location.end(), isControl)) urls.append(droppedFileURL(location));
+    }
+    return urls;
+  };
+  if (!locations.isEmpty()) resolve(parse, std::move(outcome), kind);
 }
 
 void resolveBigSurFileURLs(const QVariantList& items, DropOutcome outcome, Droppable kind) {

@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QStringList>
 #include <QUrl>
 #include <QVariant>
 #include <QVariantList>
@@ -43,6 +44,9 @@ struct DropOutcome {
 /// Resolves a drop of items that are each a location: a QUrl, a QByteArray or a QString. One that is not is left out.
 /// On the interface thread.
 void resolveBigSurFileURLs(const QVariantList& items, DropOutcome outcome, Droppable kind);
+
+/// As above, of locations that another program hands over. On the interface thread, which does not read them.
+void resolveFileURLs(const QStringList& locations, DropOutcome outcome, Droppable kind);
 
 /// Resolves a drop of the locations in a text/uri-list. On the interface thread, which does not read the lines.
 void resolveFileURLs(const QByteArray& uriList, DropOutcome outcome, Droppable kind);

@@ -74,7 +74,7 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(prepared(argc)
   std::signal(SIGXFSZ, SIG_IGN);
   QApplication::setApplicationName(QStringLiteral("tally-fold"));
   QApplication::setApplicationDisplayName(QStringLiteral("Tally Fold"));
-  QGuiApplication::setDesktopFileName(QStringLiteral("tally-fold"));
+  QGuiApplication::setDesktopFileName(QString::fromLatin1(ApplicationOnBus::name));
   QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/tallyfold.svg")));
   // The window is never brought back by the desktop's session.
   QObject::connect(&application_, &QGuiApplication::saveStateRequest, &application_,
@@ -99,11 +99,26 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(prepared(argc)
   window_ = engine_.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
   if (window_ == nullptr) qFatal("The window could not be built.");
   desktop_.setWindow(window_);
+
+  QObject::connect(&onBus_, &ApplicationOnBus::activated, window_, [this](const QString& token) { comeToFront(token); });
+  QObject::connect(&onBus_, &ApplicationOnBus::filesOpened, &viewModel_, &AppViewModel::openFiles);
+  QObject::connect(&onBus_, &ApplicationOnBus::openingRefused, &viewModel_, &AppViewModel::setErrorMessage);
+  onBus_.join();
 }
 
 int TallyfoldApp::run() { return leave(QApplication::exec()); }
 
+void TallyfoldApp::comeToFront(const QString& token) {
+  window_->setWindowStates(window_->windowStates() & ~Qt::WindowMinimized);
+  window_->raise();
+  // The toolkit takes it from there.
+  if (!token.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
+  window_->requestActivate();
+  qunsetenv("XDG_ACTIVATION_TOKEN");
+}
+
 int TallyfoldApp::leave(int status) {
+  onBus_.leave();
   // An export that was cancelled may have left its work behind.
   const bool isExporting = viewModel_.files()->isExporting() || !viewModel_.files()->interruption().isEmpty();
   viewModel_.shutdown();

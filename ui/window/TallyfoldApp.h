@@ -6,6 +6,7 @@
 #include <QQmlApplicationEngine>
 
 #include "app/AppViewModel.h"
+#include "ui/desktop/ApplicationOnBus.h"
 #include "ui/desktop/DesktopServices.h"
 
 class QQuickWindow;
@@ -30,11 +31,14 @@ class TallyfoldApp {
   [[nodiscard]] QQuickWindow& window() { return *window_; }
 
  private:
+  void comeToFront(const QString& token);
+
   QApplication application_;
   DesktopServices desktop_;
   AppViewModel viewModel_{desktop_};
   QQmlApplicationEngine engine_;
   QQuickWindow* window_ = nullptr;  // The engine's.
+  ApplicationOnBus onBus_;
 };
 
 }  // namespace tallyfold

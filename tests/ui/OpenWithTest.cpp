@@ -1,0 +1,108 @@
+// What other programs have this one open, through the desktop's own commands.
+
+#include <QRegularExpression>
+
+#include "checksums/ChecksumLines.h"
+#include "tests/support/Process.h"
+#include "tests/ui/WindowFixture.h"
+#include "ui/desktop/ApplicationOnBus.h"
+
+namespace tallyfold::test {
+
+namespace {
+
+const std::string kEntry = ApplicationOnBus::name;
+
+class OpenWithTest : public WindowFixture {
+ protected:
+  // Of the interface: the name of a method, and its arguments. Returns once it is answered.
+  void call(const std::string& method, const std::vector<std::string>& arguments) {
+    std::vector<std::string> command{"gdbus",  "call", "--session",     "--timeout=20",
+                                     "--dest", kEntry, "--object-path", "/local/tallyfold/TallyFold"};
+    command.insert(command.end(), {"--method", "org.freedesktop.Application." + method});
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    OtherProgram gdbus(command);
+    waitFor(method, [&] { return gdbus.hasSaid("()"); });
+  }
+  void open(const std::string& locations) { call("Open", {'[' + locations + ']', "{}"}); }
+
+  [[nodiscard]] static std::string location(const fs::path& path) {
+    return '\'' + fileUrl(path).toEncoded().toStdString() + '\'';
+  }
+};
+
+TEST_F(OpenWithTest, FilesGoToFilesAndAListToManifest) {
+  for (const auto& [file, target] : {std::pair{".desktop", "applications"}, {".xml", "mime/packages"}}) {
+    fs::create_directories(folder.path() / "share" / target);
+    fs::copy(fs::path(DESKTOP_FOLDER) / (kEntry + file), folder.path() / "share" / target);
+  }
+  outputOf({"update-mime-database", folder.path() / "share/mime"});
+  outputOf({"update-desktop-database", folder.path() / "share/applications"});
+  // Asked whether it is there, and not run.
+  fs::create_symlink("/bin/false", folder.path() / "tally-fold");
+  const auto gioOpen = [&](const fs::path& file) {
+    return OtherProgram({"env", "XDG_DATA_DIRS=" + (folder.path() / "share").string() + ":/usr/share",
+                         "PATH=" + folder.path().string() + ':' + std::getenv("PATH"), "gio", "open", file});
+  };
+  model.setMode(AppMode::Text);
+  const auto opened = gioOpen(folder.file("a% \xFF", "\1\xFF\xFE\2"));
+  waitFor("the run", [&] { return model.files()->results().size() == 1; });
+  EXPECT_EQ(model.mode(), AppMode::Files);
+
+  for (const char* name : {"SHA256SUMS", "x.sfv", "y.Sha512"}) {
+    model.manifest()->clearManifest();
+    model.setMode(AppMode::Text);
+    const auto list = folder.file(name, "# a list\n");
+    const auto openedList = gioOpen(list);
+    waitFor(name, [&] { return model.manifest()->manifestURL() == list && model.mode() == AppMode::Manifest; });
+  }
+  open(location(folder.path()) + ',' + location(folder.file("z.md5", "")));
+  waitFor("list and folder", [&] { return model.manifest()->manifestRootURL() == folder.path(); });
+  EXPECT_EQ(model.manifest()->manifestURL(), folder.path() / "z.md5");
+  EXPECT_EQ(model.errorMessage(), "");
+  open(location(folder.file("b", "")) + ',' + location(folder.path()) + ',' + location(folder.path() / "z.md5"));
+  waitFor("the run", [&] { return model.files()->results().size() == 3; });
+}
+
+TEST_F(OpenWithTest, WhatIsNoFileIsLeftOutAndWhatIsRefusedSaysSo) {
+  model.setMode(AppMode::Text);
+  open("");
+  open("'https://example.org/a', 'file://elsewhere/a', 'file:///a%00b', '/etc/passwd', '', 'file:///a\\nfile:///b'");
+  open(location(folder.path()));
+  call("ActivateAction", {"quit", "[<'all'>]", "{'activation-token': <1>}"});
+  EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(model.mode(), AppMode::Text);
+  EXPECT_EQ(model.files()->jobs()->count(), 0);
+
+  add({endlessFile()});
+  model.files()->startProcessing();
+  open(location(folder.file("late", "")));
+  waitFor("the alert", [&] { return model.errorMessage() == "The list cannot change during a run."; });
+  EXPECT_EQ(model.files()->jobs()->count(), 1);
+}
+
+TEST_F(OpenWithTest, ComesToTheFront) {
+  driver.press({"Control_L", "comma"});
+  waitFor("another window", [&] { return QGuiApplication::focusWindow() != &window; });
+  call("Activate", {"{}"});
+  waitFor("the window", [&] { return QGuiApplication::focusWindow() == &window; });
+}
+
+// What the desktop takes for a list, the program does.
+TEST(DesktopTypesTest, AreTheNamesOfLists) {
+  QFile types(QStringLiteral(DESKTOP_FOLDER "/%1.xml").arg(ApplicationOnBus::name));
+  ASSERT_TRUE(types.open(QFile::ReadOnly));
+  const QString text = QString::fromUtf8(types.readAll());
+  int count = 0;
+  for (const auto& glob : QRegularExpression(QStringLiteral("glob pattern=\"(.*)\"")).globalMatch(text)) {
+    ++count;
+    const auto name = glob.captured(1).replace(u'*', u'x').toStdString();
+    EXPECT_TRUE(ChecksumManifestService::isListName(name)) << name;
+  }
+  EXPECT_GT(count, 40);
+}
+
+}  // namespace
+
+}  // namespace tallyfold::test
