@@ -264,7 +264,7 @@ TEST_F(WindowTest, FiveResultsAreSeenAtOnce) {
   calculate();
   QQuickItem* list = driver.usableItem("jobList");
   const QQuickItem* fifth = row(4);
-  EXPECT_LE(fifth->mapToItem(list, QPointF(0, fifth->height())).y(), list->height());
+  waitFor("room", [&] { return fifth->mapToItem(list, QPointF(0, fifth->height())).y() <= list->height(); });
   for (const char* text :
        {"Calculate multiple checksums in a single local file pass.", "Drop files to calculate checksums",
         "Files are processed locally in bounded 8 MiB chunks. Nothing is uploaded.",

@@ -23,7 +23,7 @@ TFGlassCard {
 
     signal chooseRequested
     signal proposalAccepted
-    signal readingChosen(name: string)
+    signal readingChosen(string name)
 
     readonly property bool isNarrow: width < TallyTheme.narrowCardWidth
 

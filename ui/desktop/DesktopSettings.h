@@ -1,12 +1,15 @@
 #pragma once
 
+#include <QDBusVariant>
 #include <QObject>
+#include <QSet>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
 
 namespace tallyfold {
 
-/// What the desktop and the build say about how things should look and where links lead. Read once, at the start.
+/// What the desktop and the build say about how things should look and where links lead. Read once, at the start; what
+/// is said of motion is heard of whenever it changes.
 class DesktopSettings : public QObject {
   Q_OBJECT
   QML_ELEMENT
@@ -15,8 +18,8 @@ class DesktopSettings : public QObject {
   Q_PROPERTY(QString digestFont READ digestFont CONSTANT)
   /// The desktop's text size against the usual one, 1 to 2.
   Q_PROPERTY(qreal textScale READ textScale CONSTANT)
-  /// False when the desktop asks for reduced motion.
-  Q_PROPERTY(bool isMotionWanted READ isMotionWanted CONSTANT)
+  /// False while the desktop asks for reduced motion; true where it does not say, and until it has answered.
+  Q_PROPERTY(bool isMotionWanted READ isMotionWanted NOTIFY isMotionWantedChanged)
   /// Addresses for the about panel; empty when there are none.
   Q_PROPERTY(QString donationUrl READ donationUrl CONSTANT)
   Q_PROPERTY(QString contactUrl READ contactUrl CONSTANT)
@@ -25,15 +28,24 @@ class DesktopSettings : public QObject {
   Q_PROPERTY(QString version READ version CONSTANT)
 
  public:
-  using QObject::QObject;
+  explicit DesktopSettings(QObject* parent = nullptr);
 
   [[nodiscard]] static QString digestFont();
   [[nodiscard]] static qreal textScale();
-  [[nodiscard]] static bool isMotionWanted();
+  [[nodiscard]] bool isMotionWanted() const { return refusals_.isEmpty(); }
   [[nodiscard]] static QString donationUrl();
   [[nodiscard]] static QString contactUrl();
   [[nodiscard]] static QString contactLine();
   [[nodiscard]] static QString version();
+
+ signals:
+  void isMotionWantedChanged();
+
+ private:
+  /// The desktop has this setting, or has it anew.
+  Q_SLOT void hear(const QString& group, const QString& key, const QDBusVariant& value);
+
+  QSet<QString> refusals_;  // Groups of the settings that ask for reduced motion.
 };
 
 }  // namespace tallyfold

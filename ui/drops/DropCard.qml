@@ -23,6 +23,9 @@ TFGlassCard {
     Accessible.name: title
 
     Behavior on height  {
+        // Only towards what hovers: the list below it does not come to rest as it fills.
+        enabled: root.isTargeted
+
         NumberAnimation {
             duration: TallyTheme.hoverDuration
             easing.type: Easing.OutCubic
