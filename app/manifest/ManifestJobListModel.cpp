@@ -134,21 +134,20 @@ std::vector<ManifestJob> ManifestJobListModel::shownJobs(int first, int most) co
 }
 
 QByteArray ManifestJobListModel::text(const std::vector<ManifestJob>& jobs, const std::stop_token& cancellation) {
-  const auto lineOf = [&](const ManifestJob& job) {
-    HashService::checkCancellation(cancellation);
-    QByteArray line = QByteArray::number(static_cast<qlonglong>(job.entry->lineNumber));
-    line.append('\t').append(job.entry->algorithm.rawValue()).append('\t');
-    line.append(copiedText(job.entry->relativePath)).append('\t').append(status(job).toUtf8());
-    if (caseOf(job) == Mismatch) line.append('\t').append(tr("Expected: ").toUtf8()).append(job.entry->expectedHash);
-    return line.append('\n');
-  };
-  // Text that grew as it is written would, of a long list, leave a hole of its size behind at each step.
-  qsizetype size = 0;
-  for (const ManifestJob& job : jobs) size += lineOf(job).size();
+  // Text that outgrew its room again and again would, of a long list, leave a hole in the heap each time.
+  constexpr std::size_t besides = 64;
+  std::size_t size = 0;
+  for (const ManifestJob& job : jobs) size += job.entry->relativePath.size() + job.entry->expectedHash.size() + besides;
   QByteArray lines;
-  lines.reserve(size);
-  for (const ManifestJob& job : jobs) lines.append(lineOf(job));
-  lines.chop(1);
+  lines.reserve(static_cast<qsizetype>(size));
+  for (const ManifestJob& job : jobs) {
+    HashService::checkCancellation(cancellation);
+    if (!lines.isEmpty()) lines.append('\n');
+    lines.append(QByteArray::number(static_cast<qlonglong>(job.entry->lineNumber)));
+    lines.append('\t').append(job.entry->algorithm.rawValue()).append('\t');
+    lines.append(copiedText(job.entry->relativePath)).append('\t').append(status(job).toUtf8());
+    if (caseOf(job) == Mismatch) lines.append('\t').append(tr("Expected: ").toUtf8()).append(job.entry->expectedHash);
+  }
   return lines;
 }
 
