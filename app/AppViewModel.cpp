@@ -26,6 +26,7 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : QObject(parent),
   for (const AppMode::Case mode : AppMode::allCases()) {
     connect(&flow(mode), &Flow::ended, this, [this, mode](Outcome::Case outcome) {
       if (mode != mode_) flow(mode).setUnseenOutcome(outcome);
+      context_.desktop().announceEnd(AppMode::rawValue(mode), flow(mode).outcomeSentence());
     });
   }
 }

@@ -61,15 +61,26 @@ void add(DigestMap& digests, const DigestMap& more) {
 ManifestVerification::ManifestVerification(std::filesystem::path rootURL, ManifestRootIdentity rootIdentity)
     : rootURL_(std::move(rootURL)), rootIdentity_(std::move(rootIdentity)), cache_(kCacheCapacity) {}
 
-ManifestGroupOutcome ManifestVerification::verify(const ManifestFileGroup& group, const std::stop_token& cancellation) {
+std::optional<std::int64_t> shownFileSize(std::string_view relativePath, const ManifestRootIdentity& root) noexcept
+    try {
+  const ManifestGroupingKey key = manifestGroupingKey(relativePath);
+  if (key.kind != ManifestGroupingKey::Kind::normalized) return std::nullopt;
+  return lookAtWithoutLinks(root.canonicalPath + "/" + key.path).fileSize;
+} catch (const std::exception&) {
+  return std::nullopt;
+}
+
+ManifestGroupOutcome ManifestVerification::verify(const ManifestFileGroup& group, const std::stop_token& cancellation,
+                                                  const ReadCallback& progress) {
   try {
-    return digestsOf(group, cancellation);
+    return digestsOf(group, cancellation, progress);
   } catch (const std::exception& failure) {
     return ManifestGroupFailure{causeOf(failure), errorDescription(std::current_exception())};
   }
 }
 
-DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, const std::stop_token& cancellation) {
+DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, const std::stop_token& cancellation,
+                                          const ReadCallback& progress) {
   HashService::checkCancellation(cancellation);
   validateRoot();
   OpenFile file = open(group.relativePath, cancellation);
@@ -82,8 +93,13 @@ DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, const 
   }
 
   waitUntilChangesShow(file.snapshot, cancellation);
+  const std::int64_t size = file.snapshot.fileSize;
+  progress(0, size);
   DigestMap digests =
-      HashService::hashOpenFile(file.handle, file.snapshot, missing, cancellation, [](double) {}).hashes;
+      HashService::hashOpenFile(file.handle, file.snapshot, missing, cancellation, [&](double fraction) {
+        progress(static_cast<std::int64_t>(fraction * static_cast<double>(size)), size);
+      }).hashes;
+  progress(size, size);
   if (!isStillAt(*root_, file.path, file.snapshot)) fail(ManifestPathError::Case::pathChangedDuringVerification);
   if (cached != nullptr) {
     add(cached->digests, digests);

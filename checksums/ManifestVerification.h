@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -43,6 +45,14 @@ struct ManifestGroupFailure {
 /// What the work on one group came to: digests, among them those of all algorithms of the group; or why there are none.
 using ManifestGroupOutcome = std::variant<DigestMap, ManifestGroupFailure>;
 
+/// Called while a file is read, with how much of it was and its size, in bytes: from the start, where nothing was, to
+/// the end. Not at all where its digests are known. Never empty; on the thread that does the work.
+using ReadCallback = std::function<void(std::int64_t bytesRead, std::int64_t fileSize)>;
+
+/// The size of the file that a list calls `relativePath`, for the screen alone: no result depends on it. None where
+/// that is not a regular file which is reached without links inside the root. Asks the file system; on any thread.
+std::optional<std::int64_t> shownFileSize(std::string_view relativePath, const ManifestRootIdentity& root) noexcept;
+
 /// One run of a verification. Used by one thread at a time, from any.
 ///
 /// No byte from outside the root is ever hashed, whatever other programs do to the tree meanwhile, because two things
@@ -62,7 +72,9 @@ class ManifestVerification {
   /// Hashes the file of a group, at most once, and only with those algorithms that have not been applied to this
   /// version of it earlier in the run under whatever name. Blocks for as long as that takes. Fails with
   /// CancellationError, seen within one chunk; everything else that goes wrong is the outcome.
-  ManifestGroupOutcome verify(const ManifestFileGroup& group, const std::stop_token& cancellation);
+  ManifestGroupOutcome verify(
+      const ManifestFileGroup& group, const std::stop_token& cancellation,
+      const ReadCallback& progress = [](auto...) {});
 
  private:
   struct OpenFile {
@@ -71,7 +83,8 @@ class ManifestVerification {
     std::string path;  ///< Below the root, without links.
   };
 
-  DigestMap digestsOf(const ManifestFileGroup& group, const std::stop_token& cancellation);
+  DigestMap digestsOf(const ManifestFileGroup& group, const std::stop_token& cancellation,
+                      const ReadCallback& progress);
   void validateRoot();
   [[nodiscard]] bool isRootWithoutLinksUnchanged() const;
   [[nodiscard]] OpenFile open(std::string_view relativePath, const std::stop_token& cancellation) const;

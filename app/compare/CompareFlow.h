@@ -31,6 +31,7 @@ class CompareFlow : public tallyfold::Flow {
 
   [[nodiscard]] bool isBusy() const override { return isComparing(); }
   void shutdown() override { resetComparison(); }
+  [[nodiscard]] QString outcomeSentence() const override { return compareResultForScreen().title; }
 
   [[nodiscard]] const std::optional<std::filesystem::path>& compareFirstURL() const { return firstURL_; }
   [[nodiscard]] const std::optional<std::filesystem::path>& compareSecondURL() const { return secondURL_; }

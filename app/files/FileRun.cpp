@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/base/Errors.h"
+#include "core/files/Paths.h"
 
 namespace tallyfold {
 
@@ -52,6 +53,17 @@ void FileRun::work(const Context& context, const Taker& take) const {
     }
     if (context.cancellation().stop_requested()) return;
     report(std::move(end));
+  }
+}
+
+void FileRun::askSizes(const Context& context, const SizesTaker& take) const {
+  constexpr std::size_t atATime = 1'000;
+  std::vector<RunMeter::Size> sizes;
+  for (const Item& item : items) {
+    if (context.cancellation().stop_requested()) return;
+    sizes.push_back(lookAt(*item.url).fileSize);
+    if (sizes.size() < atATime && &item != &items.back()) continue;
+    context.post([sizes = std::exchange(sizes, {}), take](FilesFlow& flow) { take(flow, sizes); });
   }
 }
 

@@ -9,6 +9,7 @@
 #include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
+#include "app/tasks/FreeMemory.h"
 
 namespace tallyfold {
 
@@ -42,6 +43,7 @@ void FilesFlow::addPreparedFiles(PreparedFiles files, bool isDrop) {
   const int before = jobs_.total();
   const bool hasRoomForAll = jobs_.add(std::move(files), queueLimit);
   if (jobs_.total() > before && notice_.kind == FilesNotice::Cleared) dismissNotice();
+  if (jobs_.total() > before) forgetRun();
   // The start forgets the errors of the last run, and must not forget that some of this drop had no room.
   isRunWanted_ = isRunWanted_ || (isDrop && jobs_.total() > before);
   if (received_.isEmpty() && std::exchange(isRunWanted_, false)) startProcessing();
@@ -84,10 +86,18 @@ void FilesFlow::startProcessing() {
   discardResults();
   context().setErrorMessage(QString());
   interruption_.clear();
+  stage_ = Stage::running;
+  finishedBytes_ = 0;
+  fraction_ = 0;
   setProcessing(true);
   setProgress(0, jobs_.jobs().size());
+  runStatus_.start(jobs_.jobs().size());
 
-  auto run = std::make_shared<FileRun>();
+  // A worker that is still on its way out may be the last to let go of it.
+  const std::shared_ptr<FileRun> run(new FileRun, [](const FileRun* last) {
+    delete last;
+    returnFreeMemory();
+  });
   run->algorithms = context().selectedAlgorithms();
   run->items.reserve(jobs_.jobs().size());
   {
@@ -107,17 +117,41 @@ void FilesFlow::startProcessing() {
       [](FilesFlow& flow, const std::exception_ptr& failure) {
         if (failure) flow.context().setErrorMessage(failure);
         if (flow.processingTask_.hasLeftWorkBehind()) flow.interruption_ = tr("The disk does not answer");
+        flow.sizesTask_.abandon();
+        flow.runStatus_.end();
+        if (flow.stage_ == Stage::running) flow.stage_ = flow.overallProgress_ == 1 ? Stage::ended : Stage::cancelled;
         flow.setProcessing(false);
         if (flow.overallProgress_ == 1) {
           const bool isWell = flow.results_.size() == flow.jobs_.jobs().size();
           emit flow.ended(isWell ? Outcome::AllWell : Outcome::SomeFailed);
         }
       });
+  askSizes(run);
+}
+
+// Beside the run, which does not wait for it: the file system may take its time.
+void FilesFlow::askSizes(const std::shared_ptr<const FileRun>& run) {
+  sizesTask_.abandon();
+  sizesTask_.start(
+      BackgroundTask::Priority::utility,
+      [run](const FileRun::Context& task) {
+        run->askSizes(task, [](FilesFlow& flow, const auto& sizes) { flow.runStatus_.addSizes(sizes); });
+      },
+      [](FilesFlow& /*flow*/, const std::exception_ptr& /*failure*/) {});
+}
+
+// What was said of it is no more about what is in the list.
+void FilesFlow::forgetRun() {
+  stage_ = Stage::none;
+  setProgress(0, 0);
 }
 
 void FilesFlow::applyReports(const FileRun& run, std::vector<FileRun::Report> reports) {
   const std::size_t resultsBefore = results_.size();
   std::size_t processed = 0;
+  const auto readOf = [this](std::size_t file) {
+    return static_cast<std::int64_t>(fraction_ * static_cast<double>(runStatus_.meter().sizeOf(file).value_or(0)));
+  };
   const FileJobListModel::Batch batch(jobs_);
   for (FileRun::Report& report : reports) {
     const Uuid& id = run.items[report.index].id;
@@ -127,24 +161,37 @@ void FilesFlow::applyReports(const FileRun& run, std::vector<FileRun::Report> re
         updateJob(id, FileJob::Hashing{0});
       }
       updateJobProgress(id, hashing->progress);
+      fraction_ = hashing->progress;
       continue;
     }
     if (auto* result = std::get_if<std::shared_ptr<const FileHashResult>>(&report.news)) {
+      finishedBytes_ += (*result)->fileSize;
       results_.push_back(*result);
       resultByJobID_.emplace(id, std::move(*result));
       updateJob(id, FileJob::Complete{});
     } else {
+      finishedBytes_ += readOf(report.index);
       updateJob(id, std::get<FileJob::Failed>(std::move(report.news)));
     }
+    fraction_ = 0;
     processed = report.index + 1;
   }
   if (processed > 0) setProgress(processed, run.items.size());
+  const auto running = static_cast<std::size_t>(processedCount_);
+  const std::int64_t read = readOf(running);
+  runStatus_.advance(
+      {.filesDone = running,
+       .bytesRead = finishedBytes_ + read,
+       .readOfRunning = read,
+       .fraction = fraction_,
+       .file = running < run.items.size() ? displayText(run.items[running].url->filename()) : QString()});
   if (results_.size() > resultsBefore) emit resultsChanged();
 }
 
 void FilesFlow::cancelProcessing() {
   if (!isProcessing_ && !processingTask_.isRunning()) return;
   processingTask_.cancel();
+  stage_ = Stage::cancelled;
   const FileJobListModel::Batch batch(jobs_);
   for (std::size_t job = 0; job < jobs_.jobs().size(); ++job) {
     if (std::holds_alternative<FileJob::Hashing>(jobs_.jobs()[job].state)) jobs_.setState(job, FileJob::Queued{});
@@ -156,6 +203,7 @@ void FilesFlow::removeJob(const Uuid& id) {
   const auto job = jobs_.indexOf(id);
   if (!job) return;
   jobs_.remove(*job);
+  if (jobs_.total() == 0) forgetRun();
   if (resultByJobID_.erase(id) > 0) {
     std::erase_if(results_, [&](const auto& result) { return result->id == id; });
     emit resultsChanged();
@@ -172,13 +220,14 @@ void FilesFlow::clearFiles() {
   cancelProcessing();
   interruption_.clear();
   if (!jobs_.jobs().empty()) keepCleared();
-  setProgress(0, 0);
+  forgetRun();
 }
 
 void FilesFlow::keepCleared() {
   dismissNotice();
   // The results first: the list shows what is in them.
-  cleared_ = {{}, std::exchange(results_, {}), std::exchange(resultByJobID_, {}), processedCount_, runFileCount_};
+  cleared_ = {{},    std::exchange(results_, {}), std::exchange(resultByJobID_, {}), processedCount_, runFileCount_,
+              stage_};
   cleared_.rows = jobs_.takeAll();
   emit resultsChanged();
   const auto count = static_cast<qulonglong>(cleared_.rows.jobs.size());
@@ -192,6 +241,7 @@ void FilesFlow::undoClear() {
   resultByJobID_ = std::exchange(cleared_.resultByJobID, {});
   jobs_.putBack(std::exchange(cleared_.rows, {}));
   emit resultsChanged();
+  stage_ = cleared_.stage;
   setProgress(static_cast<std::size_t>(cleared_.processedCount), static_cast<std::size_t>(cleared_.runFileCount));
   setNotice({});
 }
@@ -348,8 +398,13 @@ QString FilesFlow::emptySentence() const {
   return jobs_.search().isEmpty() ? tr("No file is in this state.") : tr("No file that is shown has this in its name.");
 }
 
+FilesVerdict FilesFlow::verdict() const {
+  if (!interruption_.isEmpty()) return {.tone = Tone::Bad, .title = interruption_};
+  if (isProcessing_ || stage_ == Stage::none || stage_ == Stage::running) return {};
+  return filesVerdict(jobs_.total(), jobs_.count(FileJobListModel::Done), jobs_.count(FileJobListModel::Failures));
+}
+
 QString FilesFlow::runFigure() const {
-  if (!interruption_.isEmpty()) return interruption_;
   const QLocale locale = userLocale();
   return tr("%1 of %2")
       .arg(locale.toString(processedCount_), locale.toString(runFileCount_ > 0 ? runFileCount_ : jobs_.total()));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <utility>
@@ -14,8 +15,10 @@
 #include "app/files/FileJobListModel.h"
 #include "app/files/FileRun.h"
 #include "app/files/FilesNotice.h"
+#include "app/files/FilesVerdict.h"
 #include "app/files/PreparedFiles.h"
 #include "app/shared/Flow.h"
+#include "app/shared/RunStatus.h"
 #include "export/ManifestService.h"
 
 namespace tallyfold {
@@ -25,6 +28,8 @@ class FilesFlow : public tallyfold::Flow {
   Q_OBJECT
   Q_PROPERTY(tallyfold::FileJobListModel* jobs READ jobs CONSTANT)
   Q_PROPERTY(QString emptySentence READ emptySentence NOTIFY emptySentenceChanged)
+  Q_PROPERTY(tallyfold::RunStatus* runStatus READ runStatus CONSTANT)
+  Q_PROPERTY(tallyfold::FilesVerdict verdict READ verdict NOTIFY runFigureChanged)
   Q_PROPERTY(QString runFigure READ runFigure NOTIFY runFigureChanged)
   Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY isProcessingChanged)
   Q_PROPERTY(double overallProgress READ overallProgress NOTIFY overallProgressChanged)
@@ -47,6 +52,10 @@ class FilesFlow : public tallyfold::Flow {
   [[nodiscard]] bool isBusy() const override { return isProcessing_ || isExporting_; }
   void shutdown() override;
 
+  [[nodiscard]] QString outcomeSentence() const override { return verdict().title; }
+
+  [[nodiscard]] RunStatus* runStatus() { return &runStatus_; }
+  [[nodiscard]] FilesVerdict verdict() const;
   [[nodiscard]] FileJobListModel* jobs() { return &jobs_; }
   /// Why there are no rows where they would be shown.
   [[nodiscard]] QString emptySentence() const;
@@ -57,7 +66,7 @@ class FilesFlow : public tallyfold::Flow {
   [[nodiscard]] double overallProgress() const { return overallProgress_; }
   /// The files that are finished in the current run.
   [[nodiscard]] int processedCount() const { return processedCount_; }
-  /// "3 of 1,204": of the files of the current or last run, or of those that one would be about; or why it ended early.
+  /// "3 of 1,204": of the files of the current or last run, or of those that one would be about.
   [[nodiscard]] QString runFigure() const;
   [[nodiscard]] bool isExporting() const { return isExporting_; }
   /// How often the list was cleared: what was dropped or chosen before comes too late.
@@ -118,6 +127,8 @@ class FilesFlow : public tallyfold::Flow {
   void noticeChanged();
 
  private:
+  enum class Stage { none, running, ended, cancelled };
+
   /// What was in the list, and how far its run was.
   struct Cleared {
     FileJobListModel::Rows rows;
@@ -125,12 +136,15 @@ class FilesFlow : public tallyfold::Flow {
     ResultByJobID resultByJobID;
     int processedCount = 0;
     int runFileCount = 0;
+    Stage stage = Stage::none;
   };
 
   void addPreparedFiles(PreparedFiles files, bool isDrop);
   void receiveFiles(const QList<QUrl>& urls, bool isDrop);
   void receiveNext();
   void discardResults();
+  void askSizes(const std::shared_ptr<const FileRun>& run);
+  void forgetRun();
   void applyReports(const FileRun& run, std::vector<FileRun::Report> reports);
   void setProcessing(bool isProcessing);
   void setProgress(std::size_t processed, std::size_t total);
@@ -148,6 +162,10 @@ class FilesFlow : public tallyfold::Flow {
   int processedCount_ = 0;
   int runFileCount_ = 0;
   bool isExporting_ = false;
+  Stage stage_ = Stage::none;
+  RunStatus runStatus_;
+  std::int64_t finishedBytes_ = 0;  // Read of the files that are finished.
+  double fraction_ = 0;             // Of the file under way.
   QString interruption_;
   QList<std::pair<QList<QUrl>, bool>> received_;  // What the receiving task has not taken; whether it was dropped.
   bool isRunWanted_ = false;  // By what was dropped, once all of it is in the list: it cannot come later.
@@ -157,6 +175,7 @@ class FilesFlow : public tallyfold::Flow {
   FilesNotice notice_;
   FlowTask<FilesFlow> receivingTask_{*this, context().mailbox()};
   FlowTask<FilesFlow> processingTask_{*this, context().mailbox()};
+  FlowTask<FilesFlow> sizesTask_{*this, context().mailbox()};
   FlowTask<FilesFlow> exportTask_{*this, context().mailbox()};
 };
 

@@ -12,6 +12,7 @@
 #include "app/shared/Formats.h"
 #include "app/tasks/FreeMemory.h"
 #include "checksums/ChecksumReading.h"
+#include "checksums/ManifestVerification.h"
 #include "core/base/Errors.h"
 
 namespace tallyfold {
@@ -177,9 +178,9 @@ void ManifestFlow::readManifest() {
           flow.readError_ = QString::fromStdString(errorDescription(failure));
           flow.unreadableLine_ = lineOf(failure);
           flow.context().setErrorMessage(flow.readError_);
-          emit flow.ended(Outcome::SomeFailed);
         }
         flow.setLoading(false);
+        if (failure) emit flow.ended(Outcome::SomeFailed);
       });
 }
 
@@ -290,10 +291,14 @@ void ManifestFlow::verifyManifest() {
   verifyTask_.start(
       BackgroundTask::Priority::userInitiated,
       [run](const ManifestRun::Context& task) {
-        run->work(task, [](ManifestFlow& flow, ManifestRun::Report report) { flow.applyReport(std::move(report)); });
+        run->work(
+            task, [](ManifestFlow& flow, ManifestRun::Report report) { flow.applyReport(std::move(report)); },
+            [run](ManifestFlow& flow, const ManifestRun::Prepared& prepared) { flow.askSizes(run, prepared); });
       },
       [](ManifestFlow& flow, const std::exception_ptr& failure) {
         if (failure) flow.context().setErrorMessage(failure);
+        flow.sizesTask_.abandon();
+        flow.runStatus_.end();
         flow.setStage(failure ? ManifestTally::Stage::stoppedByError : ManifestTally::Stage::ended);
         flow.setVerifying(false);
         const bool isGood = flow.manifestVerdict().tone == Tone::Good;
@@ -309,11 +314,36 @@ void ManifestFlow::applyReport(ManifestRun::Report report) {
   }
   causes_ = report.causes;
   setProgress(report.groupsDone, report.groups);
+  runStatus_.advance({.filesDone = report.groupsDone,
+                      .bytesRead = report.bytesRead,
+                      .readOfRunning = report.bytesOfRunning,
+                      .fraction = report.fraction,
+                      .file = shownText((*entries_)[report.running].relativePath)});
+}
+
+// Beside the verification, which does not wait for it: the file system may take its time.
+void ManifestFlow::askSizes(const std::shared_ptr<const ManifestRun>& run, const ManifestRun::Prepared& prepared) {
+  runStatus_.start(prepared->groups.size());
+  sizesTask_.start(
+      BackgroundTask::Priority::utility,
+      [run, prepared](const ManifestRun::Context& task) {
+        constexpr std::size_t atATime = 1'000;
+        std::vector<RunMeter::Size> sizes;
+        for (const ManifestFileGroup& group : prepared->groups) {
+          if (task.cancellation().stop_requested()) return;
+          sizes.push_back(shownFileSize(group.relativePath, prepared->rootIdentity));
+          if (sizes.size() < atATime && &group != &prepared->groups.back()) continue;
+          task.post([sizes = std::exchange(sizes, {})](ManifestFlow& flow) { flow.runStatus_.addSizes(sizes); });
+        }
+      },
+      [](ManifestFlow& /*flow*/, const std::exception_ptr& /*failure*/) {});
 }
 
 void ManifestFlow::cancelManifestVerification() {
   if (!isVerifying_ && !verifyTask_.isRunning()) return;
   verifyTask_.abandon();
+  sizesTask_.abandon();
+  runStatus_.end();
   {
     const ManifestJobListModel::Batch batch(jobs_);
     for (std::size_t job = 0; job < jobs_.jobs().size(); ++job) {

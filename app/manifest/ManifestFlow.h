@@ -17,6 +17,7 @@
 #include "app/manifest/ManifestVerdict.h"
 #include "app/shared/FileCard.h"
 #include "app/shared/Flow.h"
+#include "app/shared/RunStatus.h"
 #include "checksums/ListReading.h"
 #include "core/digests/HashAlgorithm.h"
 
@@ -45,6 +46,7 @@ class ManifestFlow : public tallyfold::Flow {
   Q_PROPERTY(bool offersReadingWithoutQuotes READ offersReadingWithoutQuotes NOTIFY manifestStatusChanged)
   Q_PROPERTY(double manifestProgress READ manifestProgress NOTIFY manifestProgressChanged)
   Q_PROPERTY(QString manifestProgressFigure READ manifestProgressFigure NOTIFY manifestProgressChanged)
+  Q_PROPERTY(tallyfold::RunStatus* runStatus READ runStatus CONSTANT)
   Q_PROPERTY(bool isLoadingManifest READ isLoadingManifest NOTIFY isLoadingManifestChanged)
   Q_PROPERTY(bool isManifestVerifying READ isManifestVerifying NOTIFY isManifestVerifyingChanged)
   Q_PROPERTY(tallyfold::ManifestVerdict manifestVerdict READ manifestVerdict NOTIFY manifestStatusChanged)
@@ -59,6 +61,9 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] bool isBusy() const override { return isLoading_ || isVerifying_; }
   void shutdown() override { cancelManifest(); }
 
+  [[nodiscard]] QString outcomeSentence() const override { return manifestVerdict().title; }
+
+  [[nodiscard]] RunStatus* runStatus() { return &runStatus_; }
   [[nodiscard]] const std::optional<std::filesystem::path>& manifestURL() const { return url_; }
   [[nodiscard]] const std::optional<std::filesystem::path>& manifestRootURL() const { return rootURL_; }
   [[nodiscard]] FileCard manifestFile() const;
@@ -148,6 +153,7 @@ class ManifestFlow : public tallyfold::Flow {
   void discardManifest();
   void resetManifestCounters();
   void applyReport(ManifestRun::Report report);
+  void askSizes(const std::shared_ptr<const ManifestRun>& run, const ManifestRun::Prepared& prepared);
   void copyManifestJobs(std::vector<ManifestJob> jobs);
   void setStage(ManifestTally::Stage stage);
   void setProgress(std::size_t groupsDone, std::size_t groups);
@@ -176,7 +182,9 @@ class ManifestFlow : public tallyfold::Flow {
   bool isLoading_ = false;
   bool isVerifying_ = false;
   FlowTask<ManifestFlow> loadTask_{*this, context().mailbox()};
+  RunStatus runStatus_;
   FlowTask<ManifestFlow> verifyTask_{*this, context().mailbox()};
+  FlowTask<ManifestFlow> sizesTask_{*this, context().mailbox()};
 };
 
 }  // namespace tallyfold

@@ -44,41 +44,58 @@ void count(const ManifestFileGroup& group, const ManifestGroupOutcome& outcome, 
 
 }  // namespace
 
-void ManifestRun::work(const Context& context, const Taker& take) const {
+void ManifestRun::work(const Context& context, const Taker& take, const GroupsTaker& takeGroups) const {
   const std::stop_token& cancellation = context.cancellation();
-  const PreparedManifestVerification prepared{ChecksumManifestService::groupEntries(*entries, cancellation),
-                                              ChecksumManifestService::captureRootIdentity(root, cancellation)};
-  ManifestVerification verification(root, prepared.rootIdentity);
+  const auto prepared = std::make_shared<const PreparedManifestVerification>(
+      PreparedManifestVerification{ChecksumManifestService::groupEntries(*entries, cancellation),
+                                   ChecksumManifestService::captureRootIdentity(root, cancellation)});
+  context.post([=](ManifestFlow& flow) { takeGroups(flow, prepared); });
+  ManifestVerification verification(root, prepared->rootIdentity);
   // The groups are views of the list: an entry's place in it is that of its job.
   const auto indexOf = [&](const ChecksumManifestEntry& entry) {
     return static_cast<std::size_t>(&entry - entries->data());
   };
 
   const auto reports = std::make_shared<GatheredNews<Report>>();
-  std::size_t groupsDone = 0;
-  Causes causes;
+  Report now;
+  now.groups = prepared->groups.size();
+  const auto tellPlace = [&](Report& waiting) {
+    waiting.causes = now.causes;
+    waiting.groupsDone = now.groupsDone;
+    waiting.groups = now.groups;
+    waiting.running = now.running;
+    waiting.bytesRead = now.bytesRead;
+    waiting.bytesOfRunning = now.bytesOfRunning;
+    waiting.fraction = now.fraction;
+  };
+  const auto read = [&](std::int64_t bytes, std::int64_t size) {
+    now.bytesRead += bytes - std::exchange(now.bytesOfRunning, bytes);
+    now.fraction = size == 0 ? 0 : static_cast<double>(bytes) / static_cast<double>(size);
+    if (bytes > 0 && bytes < size) context.gather(reports, tellPlace, take);
+  };
   std::vector<std::size_t> jobs;
   std::vector<Finding> findings;
-  for (const ManifestFileGroup& group : prepared.groups) {
+  for (const ManifestFileGroup& group : prepared->groups) {
     HashService::checkCancellation(cancellation);
     const auto report = [&](std::vector<std::size_t> verifying) {
       const auto add = [&](Report& waiting) {
         waiting.verifying = std::move(verifying);
         std::ranges::move(findings, std::back_inserter(waiting.findings));
-        waiting.causes = causes;
-        waiting.groupsDone = groupsDone;
-        waiting.groups = prepared.groups.size();
+        tellPlace(waiting);
       };
       context.gather(reports, add, take);
       findings.clear();
     };
     jobs.clear();
     for (const ChecksumManifestEntry& entry : group.entries) jobs.push_back(indexOf(entry));
+    now.running = jobs.front();
     report(jobs);
-    const ManifestGroupOutcome outcome = verification.verify(group, cancellation);
-    count(group, outcome, causes);
+    const ManifestGroupOutcome outcome = verification.verify(group, cancellation, read);
+    count(group, outcome, now.causes);
     for (std::size_t i = 0; i < jobs.size(); ++i) findings.push_back({jobs[i], stateOf(group.entries[i], outcome)});
-    ++groupsDone;
+    ++now.groupsDone;
+    now.bytesOfRunning = 0;
+    now.fraction = 0;
     report({});
   }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -13,6 +14,7 @@
 namespace tallyfold {
 
 class ManifestFlow;
+struct PreparedManifestVerification;
 
 using ManifestEntries = std::vector<ChecksumManifestEntry>;
 
@@ -36,14 +38,22 @@ struct ManifestRun {
     Causes causes;               ///< Of all findings since the start.
     std::size_t groupsDone = 0;  ///< Of all groups, since the start.
     std::size_t groups = 0;
+    std::size_t running = 0;          ///< A job of the group under way, or of the last one.
+    std::int64_t bytesRead = 0;       ///< Since the start.
+    std::int64_t bytesOfRunning = 0;  ///< Of them, those of the group under way.
+    double fraction = 0;              ///< Of its file, 0 to 1.
   };
   using Context = FlowTask<ManifestFlow>::Context;
   using Taker = std::function<void(ManifestFlow&, Report)>;
+  /// Views of the entries.
+  using Prepared = std::shared_ptr<const PreparedManifestVerification>;
+  using GroupsTaker = std::function<void(ManifestFlow&, Prepared)>;
 
   std::shared_ptr<const ManifestEntries> entries;
   std::filesystem::path root;
 
-  void work(const Context& context, const Taker& take) const;
+  /// `takeGroups` comes first: what will be verified, in this order.
+  void work(const Context& context, const Taker& take, const GroupsTaker& takeGroups) const;
 };
 
 }  // namespace tallyfold

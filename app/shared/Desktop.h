@@ -37,6 +37,9 @@ class Desktop {
   /// Replaces what is on the clipboard by plain text: UTF-8, or the very bytes of a path.
   virtual void setPasteboard(const QByteArray& text) = 0;
 
+  /// Work of a mode has ended with this outcome. Says so where the window is not what the user looks at.
+  virtual void announceEnd(const QString& mode, const QString& outcome) = 0;
+
   /// Shows a file in the desktop's file browser.
   virtual void revealInFileBrowser(const std::filesystem::path& path) = 0;
 };

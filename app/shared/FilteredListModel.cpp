@@ -149,10 +149,10 @@ bool FilteredListModel::forget() {
   filter_ = 0;
   search_.clear();
   nextText_.clear();
-  shown_.clear();
-  hits_.clear();
-  nextHits_.clear();
-  changed_.clear();
+  shown_ = {};
+  hits_ = {};
+  nextHits_ = {};
+  changed_ = {};
   totals_ = {};
   countNewJobs(static_cast<std::size_t>(total()));
   return wasFiltered;

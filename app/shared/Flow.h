@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <QObject>
+#include <QString>
 
 #include "app/shared/FlowContext.h"
 #include "app/shared/Outcome.h"
@@ -25,6 +26,8 @@ class Flow : public QObject {
   void setUnseenOutcome(Outcome::Case outcome) {
     if (std::exchange(unseenOutcome_, outcome) != outcome) emit unseenOutcomeChanged();
   }
+  /// What came of its last work, in a sentence; empty when nothing did.
+  [[nodiscard]] virtual QString outcomeSentence() const = 0;
   /// Stops whatever is under way. Threads end on their own, within one chunk of what they read.
   virtual void shutdown() = 0;
 

@@ -14,6 +14,17 @@ QString compactDuration(double seconds) {
   return seconds < 1.0 ? QString::asprintf("%.0f ms", seconds * 1000) : QString::asprintf("%.2f s", seconds);
 }
 
+QString timeLeft(double seconds) {
+  const QLocale locale = userLocale();
+  const auto number = [&](double value) { return locale.toString(std::ceil(value), 'f', 0); };
+  if (std::ceil(seconds) < 90) return QStringLiteral("%1 s left").arg(number(seconds));
+  const double minutes = std::ceil(seconds / 60);
+  if (minutes < 90) return QStringLiteral("%1 min left").arg(number(minutes));
+  if (minutes >= 48 * 60) return QStringLiteral("%1 days left").arg(number(minutes / (24 * 60)));
+  const double hours = std::floor(minutes / 60);
+  return QStringLiteral("%1 h %2 min left").arg(number(hours), number(minutes - 60 * hours));
+}
+
 QString exactByteCount(qint64 bytes) {
   return bytes == 1 ? QStringLiteral("1 byte") : QStringLiteral("%1 bytes").arg(userLocale().toString(bytes));
 }

@@ -12,6 +12,9 @@ QLocale userLocale();
 /// "18 ms" below one second, "1.00 s" from there on.
 QString compactDuration(double seconds);
 
+/// "3 s left", "5 min left", "1 h 20 min left", "3 days left": never less than it is.
+QString timeLeft(double seconds);
+
 /// "1 byte", "4,200,000 bytes".
 QString exactByteCount(qint64 bytes);
 

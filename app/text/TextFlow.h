@@ -24,6 +24,7 @@ class TextFlow : public tallyfold::Flow {
   /// Never shown: it is over before one has looked.
   [[nodiscard]] bool isBusy() const override { return false; }
   void shutdown() override;
+  [[nodiscard]] QString outcomeSentence() const override { return {}; }
 
   [[nodiscard]] QString textInput() const { return input_; }
   void setTextInput(const QString& text);

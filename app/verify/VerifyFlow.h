@@ -37,6 +37,7 @@ class VerifyFlow : public tallyfold::Flow {
 
   [[nodiscard]] bool isBusy() const override { return isVerifying(); }
   void shutdown() override { resetVerification(); }
+  [[nodiscard]] QString outcomeSentence() const override { return verifyResultForScreen().title; }
 
   [[nodiscard]] const std::optional<std::filesystem::path>& verifyURL() const { return url_; }
   [[nodiscard]] FileCard verifyFile() const;

@@ -19,6 +19,14 @@ struct stat statusOf(const std::filesystem::path& path, int (SystemCalls::*look)
   return status;
 }
 
+Sight sightOf(const std::filesystem::path& path, int (SystemCalls::*look)(const char*, struct stat*)) noexcept try {
+  const struct stat status = statusOf(path, look);
+  return {S_ISDIR(status.st_mode),
+          S_ISREG(status.st_mode) ? std::optional<std::int64_t>(status.st_size) : std::nullopt};
+} catch (const std::system_error&) {
+  return {};
+}
+
 }  // namespace
 
 FileSnapshot snapshotOfPath(const std::filesystem::path& path) {
@@ -31,12 +39,10 @@ FileSnapshot snapshotOfFolder(const std::filesystem::path& path) {
   return FileSnapshot::from(status);
 }
 
-Sight lookAt(const std::filesystem::path& path) noexcept try {
-  const struct stat status = statusOf(path, &SystemCalls::look);
-  return {S_ISDIR(status.st_mode),
-          S_ISREG(status.st_mode) ? std::optional<std::int64_t>(status.st_size) : std::nullopt};
-} catch (const std::system_error&) {
-  return {};
+Sight lookAt(const std::filesystem::path& path) noexcept { return sightOf(path, &SystemCalls::look); }
+
+Sight lookAtWithoutLinks(const std::filesystem::path& path) noexcept {
+  return sightOf(path, &SystemCalls::lookWithoutLinks);
 }
 
 FileSnapshot snapshotOfItem(const std::filesystem::path& path) {

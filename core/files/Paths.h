@@ -24,6 +24,8 @@ struct Sight {
   std::optional<std::int64_t> fileSize;  ///< Bytes of a regular file; none of anything else, and where nothing is told.
 };
 Sight lookAt(const std::filesystem::path& path) noexcept;
+/// Nothing is told of what a link leads to, be it the path itself or a folder on the way.
+Sight lookAtWithoutLinks(const std::filesystem::path& path) noexcept;
 
 /// Snapshot of the item at a path itself, should it be a symbolic link.
 FileSnapshot snapshotOfItem(const std::filesystem::path& path);

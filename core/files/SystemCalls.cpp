@@ -66,6 +66,21 @@ int SystemCalls::openat2([[maybe_unused]] int folder, [[maybe_unused]] const cha
 #endif
 }
 
+int SystemCalls::lookWithoutLinks([[maybe_unused]] const char* path, [[maybe_unused]] struct stat* status) {
+#ifdef SYS_openat2
+  const int descriptor = SystemCalls::openat2(AT_FDCWD, path, O_PATH | O_CLOEXEC, RESOLVE_NO_SYMLINKS);
+  if (descriptor < 0) return -1;
+  const int result = ::fstat(descriptor, status);
+  const int error = errno;
+  ::close(descriptor);
+  errno = error;
+  return result;
+#else
+  errno = ENOSYS;
+  return -1;
+#endif
+}
+
 int SystemCalls::renameat(int folder, const char* name, int newFolder, const char* newName) {
   return ::renameat(folder, name, newFolder, newName);
 }

@@ -41,6 +41,8 @@ class SystemCalls {
 
   /// stat(2) of what is only shown, or sorted by what it is: from any number of threads at once.
   virtual int look(const char* path, struct stat* status);
+  /// The same, without following any link: ELOOP where there is one, ENOSYS where the system cannot tell.
+  virtual int lookWithoutLinks(const char* path, struct stat* status);
 
   static SystemCalls& current();
 

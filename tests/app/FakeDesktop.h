@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -14,6 +15,7 @@ class FakeDesktop : public Desktop {
  public:
   std::optional<QByteArray> pasteboard;         ///< None until something was copied.
   std::vector<std::filesystem::path> revealed;  ///< In the order of the requests.
+  std::vector<std::string> announced;           ///< "Files: 2 files calculated" and so on.
   QString proposedName;                         ///< Of the last save panel.
 
   /// The panel that was opened last and is still open; empty when there is none.
@@ -37,6 +39,9 @@ class FakeDesktop : public Desktop {
     savePanel = std::move(chosen);
   }
   void setPasteboard(const QByteArray& text) override { pasteboard = text; }
+  void announceEnd(const QString& mode, const QString& outcome) override {
+    announced.push_back((mode + ": " + outcome).toStdString());
+  }
   void revealInFileBrowser(const std::filesystem::path& path) override { revealed.push_back(path); }
 };
 

@@ -193,6 +193,37 @@ TEST_F(Files, WhatCannotRunInMidRunIsRefusedAndProgressNeverGoesBack) {
   EXPECT_EQ(states()[1], "hashing 100%");
 }
 
+TEST_F(Files, VerdictIsAboutTheFilesThatAreInTheList) {
+  const auto expectVerdict = [&](Tone::Case tone, const char* title, double progress) {
+    EXPECT_EQ(model_->files()->verdict().title.toStdString(), title);
+    EXPECT_EQ(model_->files()->verdict().tone, tone) << title;
+    EXPECT_EQ(model_->files()->overallProgress(), progress) << title;
+  };
+  add({folder_.file("a", "abc"), "/nowhere", folder_.file("b", "abc")});
+  expectVerdict(Tone::Pending, "", 0);
+  run();
+  expectVerdict(Tone::Bad, "2 of 3 calculated, 1 failed", 1);
+  EXPECT_EQ(model_->files()->jobs()->showFirst(FileJobListModel::Failures), 1);
+  model_->files()->removeJob(idAt(1));
+  expectVerdict(Tone::Good, "All 2 files calculated", 1);
+  model_->files()->removeJob(idAt(1));
+  expectVerdict(Tone::Good, "1 file calculated", 1);
+  add({folder_.file("c", "abc")});
+  expectVerdict(Tone::Pending, "", 0);
+  holdAt("read", 2);
+  model_->files()->startProcessing();
+  ASSERT_TRUE(gate_.waitForArrival() && reached([&] { return states()[0] == "complete"; }));
+  ASSERT_TRUE(reached([&] { return model_->files()->runStatus()->file() == "c"; }));
+  EXPECT_TRUE(reached([&] { return model_->files()->runStatus()->figures().startsWith("50% of 6 bytes"); }));
+  model_->files()->cancelProcessing();
+  gate_.open();
+  ASSERT_TRUE(runEnds());
+  expectVerdict(Tone::Caution, "Cancelled: 1 of 2 calculated", 0.5);
+  EXPECT_THAT(desktop_.announced, ElementsAre("Files: 2 of 3 calculated, 1 failed"));
+  for (int i = 0; i < 2; ++i) model_->files()->removeJob(idAt(0));
+  expectVerdict(Tone::Pending, "", 0);
+}
+
 TEST_F(Files, NewsOfAWholeRunAreOneChangeWhenTheInterfaceWasBusy) {
   const int count = 10'000;
   model_->files()->addFiles(vanishedFiles(count));

@@ -75,6 +75,7 @@ class Player {
         rows_[row].id = model_->files()->jobs()->jobs()[row].id;
       }
       const bool isLimited = isLimitShown_;
+      if (rows_.size() > before) processed_ = total_ = 0;
       if (isDrop && rows_.size() > before) begin();
       isLimitShown_ = isLimited;
     } else if (verb == "remove") {
@@ -84,6 +85,7 @@ class Player {
       if (isRunning_ || !isKnown) return;
       queued_.erase(rows_[row].file);
       rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(row));
+      if (rows_.empty()) processed_ = total_ = 0;
     } else if (verb == "clear") {
       model_->files()->clearFiles();
       rows_.clear();

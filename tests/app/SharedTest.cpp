@@ -7,6 +7,7 @@
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
 #include "app/shared/NameSearch.h"
+#include "app/shared/RunMeter.h"
 #include "tests/app/ModelTest.h"
 #include "tests/support/ThreadLimit.h"
 
@@ -69,6 +70,47 @@ TEST(ShownText, IsShortenedInItsMiddleAndNeverWithinACharacter) {
   }
 }
 
+TEST(RunMeterTest, TellsWhatIsKnownAndGuessesNothing) {
+  constexpr std::int64_t MB = 1'000'000;
+  using Sizes = std::vector<RunMeter::Size>;
+  const struct {
+    double time;  // Seconds since the start.
+    Sizes sizes;
+    std::size_t filesDone;
+    std::int64_t megabytesRead;
+    std::int64_t ofRunning;
+    const char* expected;  // Total, speed, seconds left.
+  } turns[] = {
+      {0, {}, 0, 0, 0, "- - -"},
+      {0.4, {100 * MB, std::nullopt}, 0, 40, 40, "- - -"},  // Too short for a speed.
+      {1.0, {}, 0, 100, 100, "- 100 -"},                    // One size is unknown, one was not asked yet.
+      {1.0, {50 * MB}, 1, 100, 0, "- 100 -"},               //
+      {2.0, {}, 2, 200, 0, "250 100 0.5"},                  // What was unknown was of 100 MB.
+      {2.05, {}, 2, 210, 10, "250 102 0.4"},                //
+      {3.0, {}, 2, 210, 10, "250 102 0.4"},                 // Silence of the usual length,
+      {21.0, {}, 2, 210, 10, "250 - -"},                    // and a longer one.
+      {21.0, {}, 2, 220, 20, "250 1 56.9"},                 // The speed is that of the last ten seconds,
+      {31.0, {}, 2, 230, 30, "250 1 20.0"},                 //
+      {32.0, {}, 2, 260, 60, "260 4 0.0"},                  // A file that has grown.
+      {32.0, {}, 3, 260, 0, "260 4 0.0"},
+  };
+  RunMeter meter;
+  const RunMeter::Time start{std::chrono::hours(5)};
+  meter.start(3, start);
+  for (const auto& [time, sizes, filesDone, megabytesRead, ofRunning, expected] : turns) {
+    const auto now = start + std::chrono::duration_cast<RunMeter::Time::duration>(std::chrono::duration<double>(time));
+    meter.addSizes(sizes);
+    meter.advance(filesDone, megabytesRead * MB, ofRunning * MB, now);
+    const auto total = meter.totalBytes();
+    const auto speed = meter.bytesPerSecond(now);
+    const auto left = meter.secondsLeft(now);
+    const QString told = (total ? QString::number(*total / MB) : "-") + " " +
+                         (speed ? QString::number(*speed / MB, 'f', 0) : "-") + " " +
+                         (left ? QString::number(*left, 'f', 1) : "-");
+    EXPECT_EQ(told.toStdString(), expected) << "after " << time << " s";
+  }
+}
+
 TEST(NameSearchTest, FindsATextInWhateverWayItIsWritten) {
   const struct {
     const char* text;
@@ -112,6 +154,16 @@ TEST(Formats, HaveTheirUnitAndNeverAThousandOfIt) {
   const std::pair<double, const char*> durations[] = {{0, "0 ms"},        {0.0004, "0 ms"}, {0.5, "500 ms"},
                                                       {0.9994, "999 ms"}, {1.0, "1.00 s"},  {61.239, "61.24 s"}};
   for (const auto& [seconds, text] : durations) EXPECT_EQ(compactDuration(seconds), QLatin1String(text));
+
+  const std::pair<double, const char*> rests[] = {{0, "0 s left"},
+                                                  {0.1, "1 s left"},
+                                                  {88.5, "89 s left"},
+                                                  {89.5, "2 min left"},
+                                                  {89 * 60, "89 min left"},
+                                                  {89 * 60 + 1, "1 h 30 min left"},
+                                                  {48 * 3600 - 60, "47 h 59 min left"},
+                                                  {48 * 3600 + 1, "3 days left"}};
+  for (const auto& [seconds, text] : rests) EXPECT_EQ(timeLeft(seconds), QLatin1String(text)) << seconds;
 
   const std::pair<qint64, const char*> counts[] = {{0, "0 bytes"},
                                                    {1, "1 byte"},

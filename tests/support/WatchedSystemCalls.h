@@ -70,6 +70,11 @@ class WatchedSystemCalls : public SystemCalls {
     return SystemCalls::look(path, status);
   }
 
+  int lookWithoutLinks(const char* path, struct stat* status) override {
+    looked(path);
+    return SystemCalls::lookWithoutLinks(path, status);
+  }
+
   ssize_t write(int descriptor, const void* bytes, std::size_t count) override {
     return isRefused("write") ? -1 : SystemCalls::write(descriptor, bytes, std::min(count, longestWrite));
   }

@@ -17,6 +17,25 @@ class FileBrowser : public QObject {
   Q_SLOT void ShowItems(const QStringList& items, const QString&) { shown = items; }
 };
 
+/// Stands in for the desktop's notifications.
+class NotificationService : public QObject {
+  Q_OBJECT
+  Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+
+ public:
+  QStringList shown;  ///< Since the last one was closed.
+
+  Q_SLOT uint Notify(const QString&, uint, const QString&, const QString& title, const QString& body,
+                     const QStringList&, const QVariantMap&, int) {
+    shown.append(body + QStringLiteral(": ") + title);
+    return 7;
+  }
+  Q_SLOT void CloseNotification(uint id) {
+    if (id == 7) shown.clear();
+  }
+  Q_SIGNAL void ActionInvoked(uint id, const QString& action);
+};
+
 namespace {
 
 constexpr std::string_view abc = "abc";
@@ -185,6 +204,30 @@ TEST_F(FilesMouseTest, SelectedDigitsAreCopiedWithoutTheGapsThatTheEyeSees) {
   driver.click("copySelected");
   waitForClipboard(eight);
   EXPECT_EQ(sha512->property("selectedText").toString().toStdString(), eight);
+}
+
+TEST_F(FilesMouseTest, TheEndOfARunIsToldBehindAnotherWindow) {
+  auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "notifications");
+  NotificationService service;
+  ASSERT_TRUE(bus.registerObject("/org/freedesktop/Notifications", &service, QDBusConnection::ExportAllContents));
+  ASSERT_TRUE(bus.registerService("org.freedesktop.Notifications"));
+  add({folder.file("a", abc), "/nowhere"});
+  calculate();
+  EXPECT_EQ(find(QAccessible::AlertMessage, "1 of 2 calculated, 1 failed")->state().invisible, 0U);
+  driver.click("filterDone");
+  driver.click("firstFailure");
+  waitFor("the failure", [&] { return focusedName() == "nowhere" && selectedName() == "nowhere"; });
+  {
+    QWindow other;
+    other.show();
+    driver.focus(other);
+  }
+  waitFor("no window in front", [] { return QGuiApplication::focusWindow() == nullptr; });
+  model.files()->startProcessing();
+  waitFor("a notification", [&] { return !service.shown.isEmpty(); });
+  EXPECT_THAT(service.shown, ElementsAre(QStringLiteral("Files: 1 of 2 calculated, 1 failed"))) << "and none before";
+  driver.focus(window);
+  waitFor("no notification", [&] { return service.shown.isEmpty(); });
 }
 
 TEST_F(FilesMouseTest, TheMenuAndTheButtonsOfARowActOnIt) {

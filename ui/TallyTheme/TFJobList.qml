@@ -41,14 +41,6 @@ ListView {
         currentIndex = row;
     }
 
-    function follow() {
-        if (!isFollowing || !isRunning || jobs.runningRow < 0 || followed.row === jobs.runningRow || followed.running)
-            return;
-        followed.row = jobs.runningRow;
-        positionViewAtIndex(jobs.runningRow, ListView.Contain);
-        followed.start();
-    }
-
     spacing: TallyTheme.lineWidth
     clip: true
     activeFocusOnTab: true
@@ -98,14 +90,13 @@ ListView {
         onPressedChanged: list.isFollowing = list.isFollowing && !pressed
     }
 
-    // Rows that are under way for less than that are not followed one by one.
+    // Again and again: rows get other heights by what comes of them.
     Timer {
-        id: followed
-
-        property int row: -1
-
         interval: TallyTheme.followInterval
-        onTriggered: list.follow()
+        repeat: true
+        triggeredOnStart: true
+        running: list.visible && list.isFollowing && list.jobs.runningRow >= 0
+        onTriggered: list.positionViewAtIndex(list.jobs.runningRow, ListView.Contain)
     }
 
     // The selection stays with its job, or goes to the next that is shown.
@@ -119,10 +110,6 @@ ListView {
         function onShownAnew() {
             if (selectedJob >= 0)
                 list.currentIndex = list.jobs.rowOfJob(selectedJob);
-        }
-
-        function onRunningRowChanged() {
-            list.follow();
         }
 
         target: list.jobs

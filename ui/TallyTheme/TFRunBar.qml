@@ -1,21 +1,30 @@
 import QtQuick
 import TallyFold
 
-// The bar at the bottom of a screen with a list: what is done with all of it, how far the run is, and the TFRunButton,
-// which keeps its place. The actions stand above the run where both have too little room in one row.
+// The bar at the bottom of a screen with a list: what is done with all of it, how far the run is, what came of it, and
+// the TFRunButton, which keeps its place. The actions stand above the run where both have too little room in one row.
 Item {
     id: bar
 
     default property alias actions: actions.data
     property alias runButton: place.data
-    property alias figure: figure.text
-    property alias figureName: figure.objectName
+    required property RunStatus status
+    // How far it is where there is nothing else to tell.
+    property string figure
+    property alias figureName: figures.objectName
     property alias progress: progress.value
     property alias progressName: progress.objectName
     property string progressLabel
+    // What came of the last run; empty when that is told elsewhere, or there is nothing to tell.
+    property string verdict
+    property int verdictTone: Tone.Pending
+    // There is a first failure to go to.
+    property bool hasFailures: false
     // What the actions take in one row.
     property real actionsWidth
     readonly property bool isStacked: actionsWidth + TallyTheme.leastRunWidth + place.width + 2 * TallyTheme.space4 > width
+
+    signal failureWanted
 
     implicitHeight: isStacked ? actions.height + TallyTheme.space2 + place.height : Math.max(actions.height, place.height)
 
@@ -44,7 +53,7 @@ Item {
     }
 
     Column {
-        spacing: TallyTheme.space1
+        spacing: TallyTheme.space0
 
         anchors {
             left: parent.left
@@ -54,19 +63,81 @@ Item {
             verticalCenter: place.verticalCenter
         }
 
+        Item {
+            width: parent.width
+            // Room is kept while there is nothing to say.
+            height: verdictMetrics.height
+
+            TFStaticText {
+                objectName: "runningFile"
+                width: parent.width
+                height: parent.height
+                visible: text !== ""
+                text: bar.status.file
+                color: TallyTheme.secondary
+                elide: Text.ElideMiddle
+                font.pixelSize: TallyTheme.captionSize
+            }
+
+            TFIcon {
+                id: sign
+
+                anchors.verticalCenter: parent.verticalCenter
+                visible: verdict.visible
+                name: bar.verdictTone === Tone.Good ? "checkmark.circle.fill" : "exclamationmark.triangle.fill"
+                size: TallyTheme.smallIconSize
+                color: verdict.color
+            }
+
+            TFText {
+                id: verdict
+
+                objectName: "runVerdict"
+                height: parent.height
+                visible: text !== ""
+                text: bar.verdict
+                color: TallyTheme.toneColor(bar.verdictTone)
+                elide: Text.ElideRight
+                fontSizeMode: Text.HorizontalFit
+                minimumPixelSize: TallyTheme.captionSize
+                font.weight: Font.DemiBold
+                Accessible.role: Accessible.AlertMessage
+                Accessible.name: text
+
+                anchors {
+                    left: sign.right
+                    right: jump.visible ? jump.left : parent.right
+                    leftMargin: TallyTheme.space2
+                }
+            }
+
+            TFIconButton {
+                id: jump
+
+                objectName: "firstFailure"
+                anchors.right: parent.right
+                anchors.verticalCenter: parent.verticalCenter
+                visible: bar.hasFailures && verdict.visible
+                name: qsTr("Go to the first failure")
+                icon: "arrow.down"
+                onClicked: bar.failureWanted()
+            }
+        }
+
         TFProgressBar {
             id: progress
 
             width: parent.width
+            reach: bar.status.reach
             Accessible.name: bar.progressLabel
         }
 
-        TFText {
-            id: figure
+        TFStaticText {
+            id: figures
 
             width: parent.width
-            // Room is kept while there is nothing to say.
-            height: metrics.height
+            height: figureMetrics.height
+            text: bar.status.file !== "" ? bar.status.figures : bar.figure
             color: TallyTheme.secondary
             elide: Text.ElideRight
             font.pixelSize: TallyTheme.captionSize
@@ -74,9 +145,16 @@ Item {
     }
 
     FontMetrics {
-        id: metrics
+        id: verdictMetrics
 
-        font: figure.font
+        font.pixelSize: TallyTheme.bodySize
+        font.weight: Font.DemiBold
+    }
+
+    FontMetrics {
+        id: figureMetrics
+
+        font: figures.font
     }
 
     Item {

@@ -28,6 +28,7 @@ QtObject {
     readonly property color accentPressed: "#6F9FF2"
     readonly property color inkOnAccent: "#0B0E16"
     readonly property color accentTint: tint(accent)
+    readonly property color accentReach: Qt.alpha(accent, 0.5)
     readonly property color accentEdge: Qt.alpha(accent, 0.6)
 
     readonly property color good: "#5FDC94"

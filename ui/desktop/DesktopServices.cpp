@@ -113,6 +113,13 @@ void DesktopServices::setPasteboard(const QByteArray& text) {
   QGuiApplication::clipboard()->setMimeData(data);
 }
 
+void DesktopServices::announceEnd(const QString& mode, const QString& outcome) {
+  // A panel of the window is in front as well as the window itself.
+  if (window_ == nullptr || QGuiApplication::focusWindow() != nullptr) return;
+  window_->alert(0);
+  notifications_.show(window_, outcome, mode);
+}
+
 void DesktopServices::revealInFileBrowser(const std::filesystem::path& path) {
   QDBusMessage call = QDBusMessage::createMethodCall(
       QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),

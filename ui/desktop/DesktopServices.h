@@ -4,6 +4,7 @@
 #include <QWindow>
 
 #include "app/shared/Desktop.h"
+#include "ui/desktop/Notifications.h"
 
 namespace tallyfold {
 
@@ -19,10 +20,12 @@ class DesktopServices : public Desktop {
   [[nodiscard]] QString pasteboardText(Pasteboard pasteboard) const override;
   void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) override;
   void setPasteboard(const QByteArray& text) override;
+  void announceEnd(const QString& mode, const QString& outcome) override;
   void revealInFileBrowser(const std::filesystem::path& path) override;
 
  private:
   QPointer<QWindow> window_;
+  Notifications notifications_;
 };
 
 }  // namespace tallyfold

@@ -9,12 +9,18 @@ TFRunBar {
     required property bool isSelectedFinished
 
     signal copyRequested
+    signal rowRequested(int row)
 
     function openExportMenu() {
         if (exportButton.refusal === "")
             exportMenu.popup(exportButton, 0, -exportMenu.implicitHeight - TallyTheme.space1);
     }
 
+    status: viewModel.files.runStatus
+    verdict: viewModel.files.verdict.title
+    verdictTone: viewModel.files.verdict.tone
+    hasFailures: !viewModel.files.jobs.filters[FileJobListModel.Failures].isEmpty
+    onFailureWanted: rowRequested(viewModel.files.jobs.showFirst(FileJobListModel.Failures))
     figureName: "runFigure"
     figure: viewModel.files.runFigure
     progress: viewModel.files.overallProgress

@@ -34,4 +34,10 @@ QML_FOREIGN_NAMESPACE(tallyfold::FilesNotice)
 QML_NAMED_ELEMENT(FilesNotice)
 }  // namespace FilesNoticeNames
 
+struct FilesVerdictType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::FilesVerdict)
+  QML_VALUE_TYPE(filesVerdict)
+};
+
 }  // namespace tallyfold

@@ -190,6 +190,11 @@ TFScreen {
         parent: root
         viewModel: root.viewModel
         isSelectedFinished: list.isSelectedFinished
+        onRowRequested: row => {
+            list.select(row);
+            list.positionViewAtIndex(row, ListView.Contain);
+            list.forceActiveFocus(Qt.ShortcutFocusReason);
+        }
         onCopyRequested: root.viewModel.files.copyAllHashes(list.selectedId())
     }
 

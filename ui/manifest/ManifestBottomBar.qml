@@ -8,6 +8,7 @@ TFRunBar {
     required property AppViewModel viewModel
     readonly property Item runPlace: run.place
 
+    status: viewModel.manifest.runStatus
     figure: viewModel.manifest.manifestProgressFigure
     progress: viewModel.manifest.manifestProgress
     progressName: "manifestProgress"

@@ -74,6 +74,13 @@ struct FilteredListModelType {
   QML_UNCREATABLE("The flows own their lists.")
 };
 
+struct RunStatusType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::RunStatus)
+  QML_NAMED_ELEMENT(RunStatus)
+  QML_UNCREATABLE("The flows own what they tell.")
+};
+
 struct ToneType {
   Q_GADGET
   QML_FOREIGN(tallyfold::Tone)

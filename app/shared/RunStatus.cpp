@@ -1,0 +1,60 @@
+#include "app/shared/RunStatus.h"
+
+#include <cmath>
+#include <utility>
+
+#include <QStringList>
+
+#include "app/shared/Formats.h"
+
+namespace tallyfold {
+
+RunStatus::RunStatus() {
+  telling_.setInterval(250);
+  connect(&telling_, &QTimer::timeout, this, &RunStatus::tell);
+}
+
+void RunStatus::start(std::size_t files) {
+  meter_.start(files, std::chrono::steady_clock::now());
+  files_ = files;
+  telling_.start();
+}
+
+void RunStatus::advance(const Place& place) {
+  if (!telling_.isActive()) return;
+  meter_.advance(place.filesDone, place.bytesRead, place.readOfRunning, std::chrono::steady_clock::now());
+  fileNow_ = place.file;
+  const double reach = (static_cast<double>(place.filesDone) + place.fraction) / static_cast<double>(files_);
+  if (std::exchange(reach_, reach) != reach) emit reachChanged();
+  if (file_.isEmpty()) tell();
+}
+
+void RunStatus::end() {
+  telling_.stop();
+  meter_ = RunMeter();
+  fileNow_.clear();
+  file_.clear();
+  figures_.clear();
+  reach_ = 0;
+  emit told();
+  emit reachChanged();
+}
+
+void RunStatus::tell() {
+  const auto now = std::chrono::steady_clock::now();
+  file_ = fileNow_;
+  QStringList parts;
+  if (const auto total = meter_.totalBytes(); !total) {
+    parts.append(tr("%1 read, total unknown").arg(formattedByteCount(meter_.bytesRead())));
+  } else if (*total > 0) {
+    const double share = static_cast<double>(meter_.bytesRead()) / static_cast<double>(*total);
+    parts.append(
+        tr("%1% of %2").arg(userLocale().toString(std::floor(share * 100), 'f', 0), formattedByteCount(*total)));
+  }
+  if (const auto speed = meter_.bytesPerSecond(now)) parts.append(formattedThroughput(*speed));
+  if (const auto seconds = meter_.secondsLeft(now)) parts.append(timeLeft(*seconds));
+  figures_ = parts.join(QStringLiteral(" · "));
+  emit told();
+}
+
+}  // namespace tallyfold

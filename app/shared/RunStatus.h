@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+#include "app/shared/RunMeter.h"
+
+namespace tallyfold {
+
+/// What a screen tells while a run is under way: words that stay long enough to be read. Empty while there is none. On
+/// the interface thread.
+class RunStatus : public QObject {
+  Q_OBJECT
+  /// The file under way, safe to show on one line.
+  Q_PROPERTY(QString file READ file NOTIFY told)
+  /// "43% of 8.6 GB · 1.9 GB/s · 3 s left", as far as it is known.
+  Q_PROPERTY(QString figures READ figures NOTIFY told)
+  /// Of the run's files those that are finished, with the finished part of the one under way: a fraction, 0 to 1.
+  Q_PROPERTY(double reach READ reach NOTIFY reachChanged)
+
+ public:
+  /// How far a run has come.
+  struct Place {
+    std::size_t filesDone = 0;
+    std::int64_t bytesRead = 0;      ///< Since the start.
+    std::int64_t readOfRunning = 0;  ///< Of the file under way.
+    double fraction = 0;             ///< Of that file, 0 to 1.
+    QString file{};                  ///< Its name.
+  };
+
+  RunStatus();
+
+  void start(std::size_t files);
+  void advance(const Place& place);
+  void addSizes(const std::vector<RunMeter::Size>& sizes) { meter_.addSizes(sizes); }
+  void end();
+
+  [[nodiscard]] QString file() const { return file_; }
+  [[nodiscard]] QString figures() const { return figures_; }
+  [[nodiscard]] double reach() const { return reach_; }
+  [[nodiscard]] const RunMeter& meter() const { return meter_; }
+
+ signals:
+  void told();
+  void reachChanged();
+
+ private:
+  void tell();
+
+  RunMeter meter_;
+  std::size_t files_ = 0;
+  QString fileNow_;
+  QString file_;
+  QString figures_;
+  double reach_ = 0;
+  QTimer telling_;
+};
+
+}  // namespace tallyfold
