@@ -111,7 +111,10 @@ class FilteredListModel : public QAbstractListModel {
 
   /// The first of `kinds` lets everything through. A job is under way when its state is `runningState`.
   FilteredListModel(std::span<const FilterKind> kinds, int runningState, QObject* parent)
-      : QAbstractListModel(parent), kinds_(kinds), runningState_(runningState) {}
+      : QAbstractListModel(parent), kinds_(kinds), runningState_(runningState) {
+    searching_.setSingleShot(true);
+    connect(&searching_, &QTimer::timeout, this, &FilteredListModel::searchFurther);
+  }
 
   [[nodiscard]] virtual int stateOf(std::size_t job) const = 0;
   /// What is searched, in UTF-8.

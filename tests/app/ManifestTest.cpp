@@ -293,6 +293,19 @@ TEST(ManifestJobListModelTest, EveryFilterFollowsEveryChange) {
   EXPECT_GT(resets.count(), 0) << "Nothing changed so much at once that the rows were shown anew";
 }
 
+TEST(ManifestJobListModelTest, LongSearchGoesOnInTurnsOfItsOwn) {
+  const auto name = std::string(20'000, 'a') + "b";
+  const auto entry = std::make_shared<const ChecksumManifestEntry>(
+      ChecksumManifestEntry{Uuid::random(), 1, name, HashAlgorithm::crc32, "352441c2"});
+  Model model;
+  model.replaceAll(std::vector<ManifestJob>(20'000, ManifestJob{entry->id, entry, ManifestJob::Queued{}}));
+  model.setSearch(QStringLiteral("ac"));
+  EXPECT_TRUE(model.isSearching()) << "400 MB were searched in one turn";
+  EXPECT_EQ(model.count(), 20'000);
+  ASSERT_TRUE(reached([&] { return !model.isSearching(); }));
+  EXPECT_EQ(model.count(), 0);
+}
+
 using Stage = ManifestTally::Stage;
 
 TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
