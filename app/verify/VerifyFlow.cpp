@@ -1,16 +1,21 @@
 #include "app/verify/VerifyFlow.h"
 
 #include <algorithm>
+#include <iterator>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include <QPointer>
 
 #include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
 #include "checksums/ChecksumLines.h"
+#include "checksums/PastedLines.h"
 #include "core/base/Errors.h"
+#include "core/files/Paths.h"
 #include "core/services/HashService.h"
+#include "core/text/UnicodeText.h"
 
 namespace tallyfold {
 
@@ -40,6 +45,7 @@ VerifyFlow::VerifyFlow(FlowContext& context)
   connect(this, &VerifyFlow::isVerifyingChanged, this, &Flow::isBusyChanged);
   connect(this, &VerifyFlow::expectedHashChanged, this, &VerifyFlow::recognisedAlgorithmChanged);
   connect(this, &VerifyFlow::verifyAlgorithmChanged, this, &VerifyFlow::recognisedAlgorithmChanged);
+  connect(this, &VerifyFlow::expectedHashChanged, this, &VerifyFlow::proposedListChanged);
 }
 
 QString VerifyFlow::expectedHashHint() {
@@ -53,13 +59,132 @@ QString VerifyFlow::expectedHashHint() {
   return hint + QStringLiteral(".");
 }
 
+void VerifyFlow::shutdown() {
+  resetVerification();
+  listTask_.abandon();
+}
+
 void VerifyFlow::setVerifyFile(const QList<QUrl>& urls) {
   const auto location = urls.isEmpty() ? std::nullopt : fileLocation(urls.constFirst());
   if (isVerifying() || !location) return;
+  setFile(*location);
+}
+
+void VerifyFlow::setFile(const std::filesystem::path& location) {
   resetVerification();
+  listTask_.abandon();
+  if (std::exchange(proposal_, std::nullopt)) emit proposedListChanged();
   url_ = location;
   size_.ask(location);
   emit verifyURLChanged();
+  lookAtLines();
+}
+
+void VerifyFlow::dropVerify(const QList<QUrl>& urls) {
+  const auto isList = [](const QUrl& url) {
+    const auto location = fileLocation(url);
+    return location && ChecksumManifestService::isListName(*location);
+  };
+  const auto list = urls.size() > 1 ? std::ranges::find_if(urls, isList) : urls.end();
+  const auto file = std::ranges::find_if_not(urls, isList);
+  const auto location = file == urls.end() ? std::nullopt : fileLocation(*file);
+  if (list == urls.end() || !location) return setVerifyFile(urls);
+  if (isVerifying()) return;
+  setFile(*location);
+  takeLineOf(*fileLocation(*list));
+}
+
+// Looks beside the file for a list that has a line for it: one is offered, and never taken by itself. Only once the
+// disk has told the size of the file: one that does not answer must not keep another thread with every choice.
+void VerifyFlow::lookForList() {
+  if (listTask_.isRunning() || !expectedHash_.isEmpty()) return;
+  listTask_.start(
+      BackgroundTask::Priority::utility,
+      [file = *url_](const FlowTask<VerifyFlow>::Context& task) {
+        for (const std::filesystem::path& list : ChecksumManifestService::usualListsOf(file)) {
+          HashService::checkCancellation(task.cancellation());
+          if (!lookAt(list).fileSize) continue;
+          try {
+            const auto line = ChecksumManifestService::lineFor(file.filename().native(), list, task.cancellation());
+            if (!line) continue;
+            return task.post([proposal = ListedLine{list, utf8Text(line->text)}](VerifyFlow& flow) {
+              flow.proposal_ = proposal;
+              emit flow.proposedListChanged();
+            });
+          } catch (const std::exception&) {
+            continue;  // It is no list, or none that can be read: there is nothing to offer.
+          }
+        }
+      },
+      [](VerifyFlow& /*flow*/, const std::exception_ptr& /*failure*/) {});
+}
+
+// Takes the file's line of a list that the user has chosen.
+void VerifyFlow::takeLineOf(const std::filesystem::path& list) {
+  listTask_.start(
+      BackgroundTask::Priority::userInitiated,
+      [file = *url_, list](const FlowTask<VerifyFlow>::Context& task) {
+        const auto line = ChecksumManifestService::lineFor(file.filename().native(), list, task.cancellation());
+        task.post([line, name = displayText(list.filename())](VerifyFlow& flow) {
+          if (line) return flow.takeLine(utf8Text(line->text), tr("Taken from %1.").arg(name));
+          flow.setNotes({}, tr("%1 has no line for this file.").arg(name));
+        });
+      },
+      [](VerifyFlow& flow, const std::exception_ptr& failure) {
+        if (failure) flow.setNotes({}, QString::fromStdString(errorDescription(failure)));
+      });
+}
+
+ProposedFolder VerifyFlow::proposedList() const {
+  if (!proposal_ || !expectedHash_.isEmpty()) return {};
+  return {.isPresent = true, .name = displayText(proposal_->list.filename()), .path = displayText(proposal_->list)};
+}
+
+void VerifyFlow::useProposedList() {
+  if (isVerifying() || !proposal_) return;
+  const ListedLine line = *proposal_;
+  takeLine(line.text, tr("Taken from %1.").arg(displayText(line.list.filename())));
+}
+
+void VerifyFlow::takeLine(const QString& text, const QString& notice) {
+  if (isVerifying()) return;
+  setExpectedHash(text);
+  setNotes(notice, caution_);
+}
+
+void VerifyFlow::setNotes(const QString& notice, const QString& caution) {
+  if (notice == notice_ && caution == caution_) return;
+  notice_ = notice;
+  caution_ = caution;
+  emit verifyNotesChanged();
+}
+
+// Which of several pasted lines is for the file, and whether a single one is.
+void VerifyFlow::lookAtLines() {
+  using ChecksumManifestService::FileChecksum;
+  setNotes({}, {});
+  if (!url_) return;
+  const std::vector<FileChecksum> lines = ChecksumManifestService::pastedLines(checksumText(expectedHash_));
+  const QString name = displayText(url_->filename());
+  std::vector<FileChecksum> own;
+  std::ranges::copy_if(lines, std::back_inserter(own),
+                       [&](const FileChecksum& line) { return line.fileName == url_->filename().native(); });
+  if (lines.size() == 1 && own.empty() && !lines.front().fileName.empty()) {
+    return setNotes({}, tr("This line is for %1").arg(displayText(std::filesystem::path(lines.front().fileName))));
+  }
+  if (lines.size() < 2) return;
+  if (own.empty()) return setNotes({}, tr("None of the %1 lines is for %2").arg(lines.size()).arg(name));
+  if (own.size() > 1) {
+    return setNotes({}, tr("Lines %1 and %2 are both for %3").arg(own[0].lineNumber).arg(own[1].lineNumber).arg(name));
+  }
+  // In a turn of its own: the field that the text comes from is still at work on it.
+  const QString notice = tr("Of %1 pasted lines, this is the one for %2.").arg(lines.size()).arg(name);
+  QMetaObject::invokeMethod(
+      this,
+      [this, pasted = expectedHash_, text = utf8Text(own.front().text), notice] {
+        if (pasted == expectedHash_) takeLine(text, notice);
+      },
+      Qt::QueuedConnection);
 }
 
 void VerifyFlow::chooseVerifyFile() {
@@ -76,6 +201,7 @@ void VerifyFlow::setExpectedHash(const QString& pasted) {
   resetVerification();
   expectedHash_ = pasted;
   emit expectedHashChanged();
+  lookAtLines();
 }
 
 void VerifyFlow::pasteExpectedHash() { setExpectedHash(context().pasteboardText().trimmed()); }
@@ -97,6 +223,29 @@ void VerifyFlow::setVerifyAlgorithm(const QString& name) {
 QString VerifyFlow::recognisedAlgorithm() const {
   const auto expected = ChecksumManifestService::extractSingleChecksum(checksumText(expectedHash_), algorithmOverride_);
   return expected ? displayName(expected->algorithm) : QString();
+}
+
+QString VerifyFlow::recognition() const {
+  const std::string pasted = checksumText(expectedHash_);
+  const auto expected = ChecksumManifestService::extractSingleChecksum(pasted, algorithmOverride_);
+  if (!expected) return {};
+  const QString name = displayName(expected->algorithm);
+  if (!algorithmOverride_ || expected->algorithm == *algorithmOverride_) return tr("Will be checked as %1.").arg(name);
+  const bool isTagged = ChecksumManifestService::parseBSDLine(trimmed(pasted), 1).has_value();
+  return (isTagged ? tr("%1 by its name in the line, not %2") : tr("%1 by its length, not %2"))
+      .arg(name, displayName(*algorithmOverride_));
+}
+
+QStringList VerifyFlow::verifyCandidates() const {
+  if (algorithmOverride_) return {};
+  return displayNames(ChecksumManifestService::ambiguousCandidates(checksumText(expectedHash_)));
+}
+
+void VerifyFlow::readAs(const QString& algorithm) {
+  if (isVerifying() || !verifyCandidates().contains(algorithm)) return;
+  const bool wasAsked = verifyResult() && std::holds_alternative<Verification::AmbiguousExpectedHash>(*verifyResult());
+  setVerifyAlgorithm(algorithm);
+  if (wasAsked) verify();
 }
 
 QString VerifyFlow::verifyRefusal() const { return url_ ? QString() : tr("Choose a file first."); }

@@ -25,7 +25,11 @@ class VerifyFlow : public tallyfold::Flow {
   Q_PROPERTY(QString expectedHashHint READ expectedHashHint CONSTANT)
   Q_PROPERTY(QStringList verifyAlgorithms READ verifyAlgorithms CONSTANT)
   Q_PROPERTY(QString verifyAlgorithm READ verifyAlgorithm WRITE setVerifyAlgorithm NOTIFY verifyAlgorithmChanged)
-  Q_PROPERTY(QString recognisedAlgorithm READ recognisedAlgorithm NOTIFY recognisedAlgorithmChanged)
+  Q_PROPERTY(QString recognition READ recognition NOTIFY recognisedAlgorithmChanged)
+  Q_PROPERTY(QStringList verifyCandidates READ verifyCandidates NOTIFY recognisedAlgorithmChanged)
+  Q_PROPERTY(QString verifyNotice READ verifyNotice NOTIFY verifyNotesChanged)
+  Q_PROPERTY(QString verifyCaution READ verifyCaution NOTIFY verifyNotesChanged)
+  Q_PROPERTY(tallyfold::ProposedFolder proposedList READ proposedList NOTIFY proposedListChanged)
   Q_PROPERTY(tallyfold::VerifyVerdict verifyResult READ verifyResultForScreen NOTIFY verifyResultChanged)
   Q_PROPERTY(double verifyProgress READ verifyProgress NOTIFY verifyProgressChanged)
   Q_PROPERTY(bool isVerifying READ isVerifying NOTIFY isVerifyingChanged)
@@ -36,7 +40,7 @@ class VerifyFlow : public tallyfold::Flow {
   explicit VerifyFlow(FlowContext& context);
 
   [[nodiscard]] bool isBusy() const override { return isVerifying(); }
-  void shutdown() override { resetVerification(); }
+  void shutdown() override;
   [[nodiscard]] QString outcomeSentence() const override { return verifyResultForScreen().title; }
 
   [[nodiscard]] const std::optional<std::filesystem::path>& verifyURL() const { return url_; }
@@ -51,6 +55,15 @@ class VerifyFlow : public tallyfold::Flow {
   void setVerifyAlgorithm(const QString& name);
   /// The algorithm that the pasted text would be checked with now; empty when there is none.
   [[nodiscard]] QString recognisedAlgorithm() const;
+  /// That in a sentence, and where the text overrules the chosen algorithm, why; empty when there is none.
+  [[nodiscard]] QString recognition() const;
+  /// The algorithms that a choice is needed between before anything can be verified; empty when none is.
+  [[nodiscard]] QStringList verifyCandidates() const;
+  /// What was done with the text, or what speaks against it: sentences, mostly empty.
+  [[nodiscard]] QString verifyNotice() const { return notice_; }
+  [[nodiscard]] QString verifyCaution() const { return caution_; }
+  /// A checksum list beside the file that has a line for it.
+  [[nodiscard]] ProposedFolder proposedList() const;
   [[nodiscard]] const std::optional<VerificationResult>& verifyResult() const { return calculation_.result(); }
   [[nodiscard]] VerifyVerdict verifyResultForScreen() const;
   [[nodiscard]] double verifyProgress() const { return calculation_.progress(); }
@@ -62,6 +75,11 @@ class VerifyFlow : public tallyfold::Flow {
   /// Sets the file to verify to the first of `urls`; ignored during a verification.
   Q_INVOKABLE void setVerifyFile(const QList<QUrl>& urls);
   Q_INVOKABLE void chooseVerifyFile();
+  /// Of what was dropped together, a file and its checksum list: takes the file's line of the list as if it was pasted.
+  Q_INVOKABLE void dropVerify(const QList<QUrl>& urls);
+  Q_INVOKABLE void useProposedList();
+  /// Chooses one of the candidates; verifies where that was all that was missing.
+  Q_INVOKABLE void readAs(const QString& algorithm);
   Q_INVOKABLE void pasteExpectedHash();
   Q_INVOKABLE void verify();
   Q_INVOKABLE void resetVerification() { calculation_.reset(); }
@@ -71,6 +89,8 @@ class VerifyFlow : public tallyfold::Flow {
   void expectedHashChanged();
   void verifyAlgorithmChanged();
   void recognisedAlgorithmChanged();
+  void verifyNotesChanged();
+  void proposedListChanged();
   void verifyResultChanged();
   void verifyProgressChanged();
   void isVerifyingChanged();
@@ -79,12 +99,32 @@ class VerifyFlow : public tallyfold::Flow {
   using Verifying = Calculation<VerifyFlow, VerificationResult>;
   friend Verifying;
 
+  /// A line of a list beside the file.
+  struct ListedLine {
+    std::filesystem::path list;
+    QString text;
+  };
+
   static Outcome::Case outcomeOf(const VerificationResult& result);
 
+  void setFile(const std::filesystem::path& location);
+  void setNotes(const QString& notice, const QString& caution);
+  void lookAtLines();
+  void takeLine(const QString& text, const QString& notice);
+  void lookForList();
+  void takeLineOf(const std::filesystem::path& list);
+
   std::optional<std::filesystem::path> url_;
-  ShownFileSize size_{context().mailbox(), [this] { emit verifyURLChanged(); }};
+  ShownFileSize size_{context().mailbox(), [this] {
+                        emit verifyURLChanged();
+                        lookForList();
+                      }};
   QString expectedHash_;
   std::optional<HashAlgorithm> algorithmOverride_;
+  QString notice_;
+  QString caution_;
+  std::optional<ListedLine> proposal_;
+  FlowTask<VerifyFlow> listTask_{*this, context().mailbox()};
   std::string expected_;  // The normalised digest that the result was checked against.
   Verifying calculation_;
 };

@@ -108,6 +108,64 @@ TEST_F(VerifyFlow, VerdictGoesWithWhatItWasAbout) {
   }
 }
 
+TEST_F(VerifyFlow, LineOfTheFileIsTakenOfWhatIsPastedDroppedOrOffered) {
+  auto& flow = *model_->verify();
+  const auto taken = [&] { return flow.expectedHash().toStdString(); };
+  const auto notes = [&] { return (flow.verifyNotice() + "|" + flow.verifyCaution()).toStdString(); };
+  const std::string line = md5OfAbc + "  ./abc.txt";
+  const std::string other = sha1OfAbc + "  report.pdf";
+  flow.setExpectedHash(QString::fromStdString(other + "\n" + line + "\n"));
+  ASSERT_TRUE(reached([&] { return taken() == line; }));
+  EXPECT_EQ(notes(), "Of 2 pasted lines, this is the one for abc.txt.|");
+  const struct {
+    std::string pasted;
+    const char* notes;
+  } cases[] = {
+      {other, "|This line is for report.pdf"},
+      {other + "\n" + other, "|None of the 2 lines is for abc.txt"},
+      {line + "\n" + other + "\n" + line, "|Lines 1 and 3 are both for abc.txt"},
+      {line, "|"},
+      {md5OfAbc, "|"},
+  };
+  for (const auto& [pasted, expected] : cases) {
+    flow.setExpectedHash(QString::fromStdString(pasted));
+    EXPECT_EQ(notes(), expected);
+    EXPECT_EQ(taken(), pasted);
+  }
+
+  const auto list = urlOf(folder_.file("SHA256SUMS", sha256OfAbc + "  abc.txt\n" + sha1OfAbc + "  report.pdf\n"));
+  const std::string listed = "SHA-256 (abc.txt) = " + sha256OfAbc;
+  flow.dropVerify({list, urlOf(file_)});
+  ASSERT_TRUE(reached([&] { return taken() == listed; }));
+  EXPECT_EQ(notes(), "Taken from SHA256SUMS.|");
+  flow.dropVerify({urlOf(folder_.file("x.iso", "")), list});
+  ASSERT_TRUE(reached([&] { return notes() == "|SHA256SUMS has no line for this file."; }));
+
+  flow.setExpectedHash({});
+  flow.setVerifyFile({urlOf(file_)});
+  ASSERT_TRUE(reached([&] { return flow.proposedList().name == "SHA256SUMS"; }));
+  EXPECT_EQ(taken(), "") << "Offered, never taken by itself";
+  flow.useProposedList();
+  EXPECT_EQ(taken(), listed);
+  EXPECT_FALSE(flow.proposedList().isPresent);
+}
+
+TEST_F(VerifyFlow, ChoiceOfTheAlgorithmIsOfferedOrOverruledInWords) {
+  auto& flow = *model_->verify();
+  EXPECT_EQ(flow.verifyCandidates(), QStringList());
+  verify(sha256OfAbc);
+  EXPECT_EQ(flow.verifyCandidates(), (QStringList{"SHA-256", "BLAKE3"}));
+  flow.readAs("MD5");
+  EXPECT_EQ(shown().kind, VerifyVerdict::AmbiguousExpectedHash);
+  flow.readAs("SHA-256");
+  ASSERT_TRUE(reached([&] { return shown().kind == VerifyVerdict::Match; }));
+  EXPECT_EQ(flow.recognition(), "Will be checked as SHA-256.");
+  flow.setExpectedHash(QString::fromStdString(md5OfAbc));
+  EXPECT_EQ(flow.recognition(), "MD5 by its length, not SHA-256");
+  flow.setExpectedHash(QString::fromStdString("MD5 (abc) = " + md5OfAbc));
+  EXPECT_EQ(flow.recognition(), "MD5 by its name in the line, not SHA-256");
+}
+
 class CompareFlow : public ModelTest {
  protected:
   void compare(const fs::path& first, const fs::path& second) {

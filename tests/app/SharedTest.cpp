@@ -202,6 +202,8 @@ TEST_F(FileSizes, AreAskedOnceAndNotAwaited) {
     if (path.starts_with("/dead/")) {
       ++hanging;
       gate_.pass();
+    } else if (!path.ends_with("/file")) {
+      return;  // A list that may be beside it.
     }
     ++answered;
   };

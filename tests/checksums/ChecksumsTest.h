@@ -8,6 +8,7 @@
 #include "checksums/ManifestGroups.h"
 #include "checksums/ManifestPaths.h"
 #include "checksums/ManifestVerification.h"
+#include "checksums/PastedLines.h"
 #include "tests/core/CoreTest.h"
 
 /// What the tests of this floor need.

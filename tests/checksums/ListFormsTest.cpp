@@ -151,6 +151,42 @@ TEST(OtherAlgorithm, IsNamedWhereAListSpeaksOfIt) {
   EXPECT_EQ(proposedAlgorithm("/b3/checksums.txt"), std::nullopt);
 }
 
+TEST(PastedLines, AreThoseWithChecksumsAndAreUnderstoodOneByOne) {
+  const std::string text = "# of a release\r\n" + d64 + "  dir/a b.iso\n\nSHA2-512(x)= " + d64 + d64 + "\r" + d32 +
+                           " y\n  " + "MD5 (.\\z) = " + d32 + "\nwhat?";
+  const std::vector<FileChecksum> lines = pastedLines(text);
+  EXPECT_THAT(
+      lines,
+      ElementsAre(FileChecksum{2, "a b.iso", d64 + "  dir/a b.iso"}, FileChecksum{4, "x", "SHA-512 (x) = " + d64 + d64},
+                  FileChecksum{5, "y", "MD5 (y) = " + d32}, FileChecksum{6, "z", "MD5 (.\\z) = " + d32}));
+  for (const FileChecksum& line : lines) EXPECT_TRUE(extractSingleChecksum(line.text, HashAlgorithm::sha256));
+  EXPECT_THAT(pastedLines("MD5 (a) = " + d32 + std::string(maximumSingleChecksumSize, ' ')), IsEmpty());
+  EXPECT_THAT(pastedLines("MD5 (a\xFF) = " + d32), IsEmpty());
+}
+
+TEST_F(ListForms, LineOfOneFileIsFoundInAShortList) {
+  const auto lineOf = [&](const std::string& name, const fs::path& list) {
+    const auto line = lineFor(name, list, {});
+    return line ? line->text : "none";
+  };
+  const fs::path list = folder.file("list", "MD5 (b/a) = " + d32 + "\n" + d64 + "  c\n");
+  EXPECT_EQ(lineOf("a", list), "MD5 (b/a) = " + d32);
+  EXPECT_EQ(lineOf("b", list), "none");
+  EXPECT_EQ(lineOf("c", list), "none") << "The list is of another kind";
+  EXPECT_EQ(lineOf("c", folder.file("ambiguous", d64 + "  c\n")), d64 + "  c");
+  EXPECT_EQ(lineOf("x", folder.file("x.md5", d32)), "MD5 (x) = " + d32);
+  fs::resize_file(list, maximumSearchedListSize + 1);
+  EXPECT_EQ(lineOf("a", list), "none");
+  EXPECT_EQ(lineOf("a", folder.path()), "none");
+
+  const std::vector<fs::path> lists = usualListsOf("/f/x.iso");
+  for (const char* const name :
+       {"x.iso.sha256", "x.iso.b3", "SHA256SUMS", "B3SUMS", "MD5SUMS.txt", "x.sfv", "CHECKSUM"}) {
+    EXPECT_EQ(std::ranges::count(lists, fs::path("/f") / name), 1) << name;
+    EXPECT_TRUE(isListName(name)) << name;
+  }
+}
+
 TEST_F(ListForms, LimitsHoldForEntriesAndWarnings) {
   std::string lines = "Algorithm : MD5\n";
   for (int i = 0; i < 101; ++i) lines += "what?\n";

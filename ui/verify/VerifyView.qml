@@ -7,8 +7,8 @@ TFScreen {
     id: root
 
     readonly property verifyVerdict verdict: viewModel.verify.verifyResult
-    readonly property string recognised: viewModel.verify.recognisedAlgorithm
-    readonly property string recognition: recognised === "" ? "" : qsTr("Will be checked as %1.").arg(recognised)
+    readonly property string recognition: viewModel.verify.recognition
+    readonly property var candidates: viewModel.verify.verifyCandidates
     readonly property string inputRefusal: viewModel.verify.verifyInputRefusal
 
     mode: AppMode.Verify
@@ -47,7 +47,9 @@ TFScreen {
                 file: root.viewModel.verify.verifyFile
                 isTargeted: dropZone.isTargeted
                 refusal: root.inputRefusal
+                proposal: root.viewModel.verify.proposedList
                 onChooseRequested: root.viewModel.verify.chooseVerifyFile()
+                onProposalAccepted: root.viewModel.verify.useProposedList()
             }
 
             TFGlassCard {
@@ -134,6 +136,32 @@ TFScreen {
                         }
                     }
 
+                    TFStaticText {
+                        objectName: "verifyNotice"
+                        width: parent.width
+                        visible: text !== ""
+                        text: root.viewModel.verify.verifyNotice
+                        color: TallyTheme.secondary
+                        wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+                    }
+
+                    TFStaticText {
+                        objectName: "verifyCaution"
+                        width: parent.width
+                        visible: text !== ""
+                        text: root.viewModel.verify.verifyCaution
+                        color: TallyTheme.caution
+                        wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+                    }
+
+                    TFReadAs {
+                        width: parent.width
+                        visible: root.candidates.length > 0 && !root.verdict.isPresent
+                        algorithms: visible ? root.candidates : []
+                        refusal: root.inputRefusal
+                        onChosen: name => root.viewModel.verify.readAs(name)
+                    }
+
                     Item {
                         width: parent.width
                         height: TallyTheme.controlHeight
@@ -206,6 +234,14 @@ TFScreen {
                     wrapMode: Text.WrapAtWordBoundaryOrAnywhere
                 }
 
+                TFReadAs {
+                    width: parent.width
+                    topPadding: TallyTheme.space1
+                    visible: algorithms.length > 0
+                    algorithms: root.verdict.kind === VerifyVerdict.AmbiguousExpectedHash ? root.candidates : []
+                    onChosen: name => root.viewModel.verify.readAs(name)
+                }
+
                 Repeater {
                     model: root.verdict.digests
 
@@ -252,7 +288,7 @@ TFScreen {
         z: -1
         replaces: [file.folder, file.name]
         enabled: root.takesDrops && root.inputRefusal === ""
-        onFilesDropped: files => root.viewModel.verify.setVerifyFile(files)
+        onFilesDropped: files => root.viewModel.verify.dropVerify(files)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
 

@@ -1,0 +1,93 @@
+#include "checksums/PastedLines.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "checksums/ListReading.h"
+#include "checksums/forms/SecondReading.h"
+#include "core/files/Paths.h"
+#include "core/text/UnicodeText.h"
+
+namespace tallyfold::ChecksumManifestService {
+
+namespace {
+
+std::string lastComponent(std::string_view name) {
+  return std::string(name.substr(name.find_last_of("/\\") + 1));  // npos + 1 is 0.
+}
+
+/// The entry in a usual form. `isAmbiguous`: its algorithm is only one of those that it may be of.
+std::string lineOf(const ChecksumManifestEntry& entry, bool isAmbiguous) {
+  if (isAmbiguous) return entry.expectedHash + "  " + entry.relativePath;
+  return std::string(entry.algorithm.rawValue()) + " (" + entry.relativePath + ") = " + entry.expectedHash;
+}
+
+FileChecksum checksumOf(const ChecksumManifestEntry& entry, bool isAmbiguous) {
+  return {entry.lineNumber, lastComponent(entry.relativePath), lineOf(entry, isAmbiguous)};
+}
+
+/// The algorithm by which the entries of ambiguous lines are found: any of those that share a length will do.
+std::optional<HashAlgorithm> anyOfAmbiguous() {
+  const auto groups = HashAlgorithm::withSameHexLength();
+  return groups.empty() ? std::nullopt : std::optional(*groups.front().begin());
+}
+
+}  // namespace
+
+std::vector<FileChecksum> pastedLines(std::string_view text) {
+  std::vector<FileChecksum> found;
+  if (text.size() > maximumSingleChecksumSize || !isValidUTF8(text)) return found;
+  SecondReading reading({}, {});
+  ParseResult result;
+  std::int64_t number = 0;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
+    const std::string_view line = trimmed(text.substr(0, end));
+    text.remove_prefix(std::min(end + (text.substr(end, 2) == "\r\n" ? 2 : 1), text.size()));
+    const std::size_t before = result.entries.size();
+    reading.processLine(line, ++number, anyOfAmbiguous(), result);
+    if (result.entries.size() == before) continue;
+    const ChecksumManifestEntry& entry = result.entries[before];
+    FileChecksum& checksum =
+        found.emplace_back(checksumOf(entry, !extractSingleChecksum(entry.expectedHash, std::nullopt)));
+    const bool isUsual = extractSingleChecksum(line, entry.algorithm).has_value();
+    if (isUsual) checksum.text = line;
+  }
+  return found;
+}
+
+std::optional<FileChecksum> lineFor(std::string_view fileName, const std::filesystem::path& list,
+                                    const std::stop_token& cancellation) {
+  const FileSnapshot snapshot = snapshotOfPath(list);
+  if (!snapshot.isRegularFile || snapshot.fileSize > maximumSearchedListSize) return std::nullopt;
+  ListReading reading = readList(list, {}, cancellation);
+  const bool isAmbiguous = reading.result.entries.empty() && reading.ambiguousLineCount > 0;
+  if (isAmbiguous) reading = readList(list, {anyOfAmbiguous(), false}, cancellation);
+  for (const ChecksumManifestEntry& entry : reading.result.entries) {
+    if (lastComponent(entry.relativePath) == fileName) return checksumOf(entry, isAmbiguous);
+  }
+  return std::nullopt;
+}
+
+std::vector<std::filesystem::path> usualListsOf(const std::filesystem::path& file) {
+  std::vector<std::filesystem::path> lists;
+  const auto add = [&](const std::string& name) { lists.push_back(file.parent_path() / name); };
+  const std::string name = file.filename().native();
+  std::vector<std::string> tags{"b3"};
+  for (const HashAlgorithm algorithm : HashAlgorithm::allCases()) {
+    std::string tag = lowerCased(algorithm.rawValue());
+    std::erase(tag, '-');
+    tags.push_back(std::move(tag));
+  }
+  for (const std::string& tag : tags) add(name + "." + tag);
+  for (const std::string& tag : tags) {
+    add(name + "." + tag + "sum");
+    add(upperCased(tag) + "SUMS");
+    add(upperCased(tag) + "SUMS.txt");
+  }
+  for (const char* const usual : {"SHASUMS256.txt", "CHECKSUM", "CHECKSUMS", "checksums.txt"}) add(usual);
+  add(file.stem().native() + ".sfv");
+  return lists;
+}
+
+}  // namespace tallyfold::ChecksumManifestService
