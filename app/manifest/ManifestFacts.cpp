@@ -1,0 +1,137 @@
+// What the Manifest screen shows of its flow.
+
+#include <utility>
+
+#include "app/manifest/ManifestFlow.h"
+#include "app/shared/AlgorithmNames.h"
+#include "app/shared/FileLocation.h"
+#include "app/shared/Formats.h"
+
+namespace tallyfold {
+
+FileCard ManifestFlow::manifestFile() const { return fileCard(url_, size_.text()); }
+
+FileCard ManifestFlow::manifestRoot() const { return fileCard(rootURL_); }
+
+std::optional<std::filesystem::path> ManifestFlow::proposedManifestRoot() const {
+  if (!url_) return std::nullopt;
+  // That of names on this system: those of others have drives.
+  const bool isFromNames = reading_.commonFolder.starts_with('/');
+  std::filesystem::path proposal = isFromNames ? std::filesystem::path(reading_.commonFolder) : *url_;
+  if (proposal.has_relative_path()) proposal = proposal.parent_path();
+  return proposal == rootURL_ ? std::nullopt : std::optional(proposal);
+}
+
+ProposedFolder ManifestFlow::proposedManifestRootForScreen() const {
+  const auto proposal = proposedManifestRoot();
+  if (!proposal) return {};
+  return {.isPresent = true,
+          .name = displayText(proposal->has_filename() ? proposal->filename() : *proposal),
+          .path = displayText(*proposal)};
+}
+
+QString ManifestFlow::manifestLines() const {
+  const QLocale locale = userLocale();
+  QStringList facts;
+  if (droppedListCount_ > 1) facts.append(tr("the first of %1 lists").arg(locale.toString(droppedListCount_)));
+  if (unreadableLine_ > 0) facts.append(tr("line %1 is not text").arg(locale.toString(unreadableLine_)));
+  if (entries_) {
+    facts.append(jobs_.total() == 1 ? tr("1 entry") : tr("%1 entries").arg(locale.toString(jobs_.total())));
+    if (unsupportedLineCount_ > 0) facts.append(tr("%1 unsupported").arg(locale.toString(unsupportedLineCount_)));
+  }
+  return facts.join(tr(" · "));
+}
+
+QString ManifestFlow::manifestUnsupportedFigure() const { return userLocale().toString(unsupportedLineCount_); }
+
+QString ManifestFlow::manifestEmptySentence() const {
+  if (!url_) return tr("Drop a checksum list and the folder that it describes.");
+  if (showsWarnings_) return tr("Every line of the list is understood.");
+  if (jobs_.total() == 0) return tr("There are no entries to show.");
+  return jobs_.search().isEmpty() ? tr("No entry is in this state.")
+                                  : tr("No entry that is shown has this in its path.");
+}
+
+QString ManifestFlow::copyManifestRefusal() const {
+  if (showsWarnings_) return warnings_.isEmpty() ? tr("There are no warnings to copy.") : QString();
+  return jobs_.count() == 0 ? tr("There are no rows to copy.") : QString();
+}
+
+QString ManifestFlow::manifestWarningsSummary() const {
+  const QLocale locale = userLocale();
+  QString summary = tr("Lines that are not understood and cannot be checked: %1. Blank lines and comments: %2.")
+                        .arg(locale.toString(unsupportedLineCount_), locale.toString(ignoredLineCount_));
+  if (unsupportedLineCount_ > warnings_.size()) {
+    summary += tr(" The first %1 are listed here.").arg(locale.toString(warnings_.size()));
+  }
+  return summary;
+}
+
+QStringList ManifestFlow::manifestAlgorithms() const { return displayNames(candidates_); }
+
+QString ManifestFlow::manifestAlgorithm() const {
+  return choice_.algorithm ? displayName(*choice_.algorithm) : QString();
+}
+
+QString ManifestFlow::proposedManifestAlgorithm() const {
+  const auto proposal = url_ ? ChecksumManifestService::proposedAlgorithm(*url_) : std::nullopt;
+  return proposal && candidates_.contains(*proposal) ? displayName(*proposal) : QString();
+}
+
+bool ManifestFlow::offersReadingWithoutQuotes() const {
+  return reading_.quotedNameCount > 0 && !choice_.withoutQuotes && !isBusy() &&
+         std::cmp_equal(causes_.missingQuoted, reading_.quotedNameCount);
+}
+
+QString ManifestFlow::manifestRefusal() const {
+  if (!url_) return tr("Choose a checksum list first.");
+  if (isLoading_) return tr("The checksum list is being read.");
+  if (jobs_.total() == 0) return tr("The list has no entries to verify.");
+  if (!rootURL_) return tr("Choose the root folder first.");
+  return {};
+}
+
+QString ManifestFlow::manifestFileRefusal() const {
+  return isLoading_ ? tr("The checksum list is being read.") : manifestRootRefusal();
+}
+
+QString ManifestFlow::manifestRootRefusal() const {
+  return isVerifying_ ? tr("A verification is under way.") : QString();
+}
+
+QString ManifestFlow::clearManifestRefusal() const { return url_ || rootURL_ ? QString() : tr("Nothing is chosen."); }
+
+QString ManifestFlow::manifestProgressFigure() const {
+  if (groups_ == 0) return {};
+  const QLocale locale = userLocale();
+  return tr("%1 of %2 files").arg(locale.toString(qulonglong{groupsDone_}), locale.toString(qulonglong{groups_}));
+}
+
+ManifestVerdict ManifestFlow::manifestVerdict() const {
+  const qint64 digestLength = candidates_.empty() ? 0 : static_cast<qint64>((*candidates_.begin()).hexLength());
+  return tallyfold::manifestVerdict({.stage = isLoading_ ? ManifestTally::Stage::reading : stage_,
+                                     .readError = readError_,
+                                     .hasRoot = rootURL_.has_value(),
+                                     .matched = manifestMatchedCount(),
+                                     .mismatched = manifestMismatchCount(),
+                                     .failed = manifestErrorCount(),
+                                     .waiting = jobs_.count(ManifestJobListModel::Waiting),
+                                     .ignoredLines = ignoredLineCount_,
+                                     .unsupportedLines = unsupportedLineCount_,
+                                     .ambiguousLines = reading_.ambiguousLineCount,
+                                     .candidates = utf8Text(namesOf(candidates_, "or")),
+                                     .digestLength = digestLength,
+                                     .hasBareDigests = reading_.bareDigestCount == jobs_.total(),
+                                     .otherAlgorithm = utf8Text(reading_.otherAlgorithm),
+                                     .isOtherAlgorithmInName = reading_.isOtherAlgorithmInName,
+                                     .isSigned = reading_.isSigned,
+                                     .missing = static_cast<qint64>(causes_.missing),
+                                     .absolutePaths = static_cast<qint64>(causes_.absolutePath),
+                                     .rootChanged = static_cast<qint64>(causes_.rootChanged)});
+}
+
+double ManifestFlow::manifestProgress() const {
+  return groups_ == 0 ? 0 : static_cast<double>(groupsDone_) / static_cast<double>(groups_);
+}
+
+}  // namespace tallyfold
