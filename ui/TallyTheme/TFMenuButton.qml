@@ -8,7 +8,7 @@ TFButton {
     property var choices: []
     property string choice
 
-    signal chosen(name: string)
+    signal chosen(string name)
 
     text: choice
     opensMenu: true

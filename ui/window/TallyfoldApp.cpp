@@ -100,7 +100,8 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(prepared(argc)
   if (window_ == nullptr) qFatal("The window could not be built.");
   desktop_.setWindow(window_);
 
-  QObject::connect(&onBus_, &ApplicationOnBus::activated, window_, [this](const QString& token) { comeToFront(token); });
+  QObject::connect(&onBus_, &ApplicationOnBus::activated, window_,
+                   [this](const QString& token) { comeToFront(token); });
   QObject::connect(&onBus_, &ApplicationOnBus::filesOpened, &viewModel_, &AppViewModel::openFiles);
   QObject::connect(&onBus_, &ApplicationOnBus::openingRefused, &viewModel_, &AppViewModel::setErrorMessage);
   onBus_.join();
