@@ -54,7 +54,7 @@ class Calculation {
 
   void reset() {
     task_.abandon();
-    setResult(std::nullopt);
+    if (std::exchange(result_, std::nullopt)) (owner_.*announcements_.resultChanged)();
     setProgress(0);
     setRunning(false);
   }
