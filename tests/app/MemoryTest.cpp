@@ -59,7 +59,7 @@ TEST_F(Memory, OfAListAtItsLimitIsLittleMoreThanItsEntries) {
     ASSERT_TRUE(reached([&] { return !model_->manifest()->isManifestVerifying(); }));
     ASSERT_EQ(model_->manifest()->manifestErrorCount(), count);
   });
-  expectPeak("copy all rows", 165, [&] {
+  expectPeak("copy all rows", 175, [&] {
     model_->manifest()->copyManifestShown();
     ASSERT_TRUE(reached([&] { return desktop_.pasteboard.has_value(); }));
     desktop_.pasteboard.reset();
