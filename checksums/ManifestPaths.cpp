@@ -240,6 +240,26 @@ ManifestFileSnapshot manifestRootSnapshot(const std::filesystem::path& url) { re
 
 }  // namespace
 
+std::optional<std::filesystem::path> likelyRoot(const std::filesystem::path& root, std::string_view relativePath) {
+  constexpr int levels = 3;
+  const std::filesystem::path path = std::filesystem::path(relativePath).lexically_normal();
+  if (path.empty() || path.is_absolute() || *path.begin() == "..") return std::nullopt;
+  const auto isBelow = [&](const std::filesystem::path& folder) { return lookAt(folder / path).fileSize.has_value(); };
+  std::filesystem::path above = root;
+  for (int level = 0; level < levels && above.has_relative_path(); ++level) {
+    above = above.parent_path();
+    if (isBelow(above)) return above;
+  }
+  std::filesystem::path below = root;
+  int level = 0;
+  for (const std::filesystem::path& component : path.parent_path()) {
+    below /= component;
+    if (isBelow(below)) return below;
+    if (++level == levels) break;
+  }
+  return std::nullopt;
+}
+
 bool isWindowsAbsoluteDrivePath(std::string_view path) {
   const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
   return path.size() >= 3 && isLetter(path[0]) && path[1] == ':' && (path[2] == '/' || path[2] == '\\');

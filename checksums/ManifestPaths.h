@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <exception>
 #include <filesystem>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <string_view>
@@ -92,6 +93,11 @@ struct ManifestLocation {
 /// links on it, and sees a cancellation at every link: CancellationError.
 ManifestLocation locate(std::string_view relativePath, const std::string& canonicalRoot,
                         const std::stop_token& cancellation);
+
+/// A folder near `root` below which `relativePath` leads to a regular file, when it does not below `root`: one of the
+/// three above it, or one that the first three components of the path name below it. Only to be proposed: one look for
+/// each, and nothing is read. Blocks for as long as the disk does.
+std::optional<std::filesystem::path> likelyRoot(const std::filesystem::path& root, std::string_view relativePath);
 
 /// Whether `path` starts like "C:\" or "C:/", with any ASCII letter.
 bool isWindowsAbsoluteDrivePath(std::string_view path);

@@ -12,6 +12,7 @@
 #include "app/shared/Formats.h"
 #include "app/tasks/FreeMemory.h"
 #include "checksums/ChecksumReading.h"
+#include "checksums/ManifestPaths.h"
 #include "checksums/ManifestVerification.h"
 #include "core/base/Errors.h"
 
@@ -209,9 +210,25 @@ void ManifestFlow::verifyManifest() {
         flow.runStatus_.end();
         flow.setStage(failure ? ManifestTally::Stage::stoppedByError : ManifestTally::Stage::ended);
         flow.setVerifying(false);
+        if (std::cmp_equal(flow.causes_.missing, flow.jobs_.total())) flow.lookForRoot();
         const bool isGood = flow.manifestVerdict().tone == Tone::Good;
         emit flow.ended(isGood ? Outcome::AllWell : Outcome::SomeFailed);
       });
+}
+
+// Every file is missing: perhaps they are below another folder nearby. That is only proposed.
+void ManifestFlow::lookForRoot() {
+  rootTask_.start(
+      BackgroundTask::Priority::utility,
+      [root = *rootURL_, entries = entries_](const FlowTask<ManifestFlow>::Context& task) {
+        const auto likely = ChecksumManifestService::likelyRoot(root, entries->front().relativePath);
+        if (!likely) return;
+        task.post([likely](ManifestFlow& flow) {
+          flow.likelyRoot_ = likely;
+          emit flow.manifestURLsChanged();
+        });
+      },
+      [](ManifestFlow& /*flow*/, const std::exception_ptr& /*failure*/) {});
 }
 
 void ManifestFlow::applyReport(ManifestRun::Report report) {
@@ -303,6 +320,8 @@ void ManifestFlow::discardManifest() {
 void ManifestFlow::resetManifestCounters() {
   jobs_.requeueAll();
   causes_ = {};
+  rootTask_.abandon();
+  likelyRoot_.reset();
   setProgress(0, 0);
   setStage(ManifestTally::Stage::none);
 }

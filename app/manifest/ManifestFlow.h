@@ -146,12 +146,14 @@ class ManifestFlow : public tallyfold::Flow {
  private:
   struct PreparedManifestLoad;
 
-  /// The folder that the list lies in, unless it is the root already. Only a proposal: the root is what the user chose.
+  /// Where the files may be, when all are missing; else that of the names in the list, or the one it lies in: unless it
+  /// is the root already. Only a proposal: the root is what the user chose.
   [[nodiscard]] std::optional<std::filesystem::path> proposedManifestRoot() const;
   void readManifest();
   void publishManifest(PreparedManifestLoad load);
   void discardManifest();
   void resetManifestCounters();
+  void lookForRoot();
   void applyReport(ManifestRun::Report report);
   void askSizes(const std::shared_ptr<const ManifestRun>& run, const ManifestRun::Prepared& prepared);
   void copyManifestJobs(std::vector<ManifestJob> jobs);
@@ -163,7 +165,8 @@ class ManifestFlow : public tallyfold::Flow {
   std::optional<std::filesystem::path> url_;
   ShownFileSize size_{context().mailbox(), [this] { emit manifestURLsChanged(); }};
   std::optional<std::filesystem::path> rootURL_;
-  std::shared_ptr<const ManifestEntries> entries_;  // Those of the jobs, in the same order.
+  std::optional<std::filesystem::path> likelyRoot_;  // Below which the first of the missing files is.
+  std::shared_ptr<const ManifestEntries> entries_;   // Those of the jobs, in the same order.
   ManifestJobListModel jobs_;
   QStringList warnings_;
   ChecksumManifestService::ListReading reading_;  // All but its result, which is below and in the jobs.
@@ -184,6 +187,7 @@ class ManifestFlow : public tallyfold::Flow {
   FlowTask<ManifestFlow> loadTask_{*this, context().mailbox()};
   RunStatus runStatus_;
   FlowTask<ManifestFlow> verifyTask_{*this, context().mailbox()};
+  FlowTask<ManifestFlow> rootTask_{*this, context().mailbox()};
   FlowTask<ManifestFlow> sizesTask_{*this, context().mailbox()};
 };
 

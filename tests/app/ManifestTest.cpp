@@ -148,6 +148,32 @@ TEST_F(ManifestFlow, UserSaysWhatTheListLeavesOpen) {
   EXPECT_EQ(lines(), "the first of 2 lists \u00B7 line 2 is not text");
 }
 
+TEST_F(ManifestFlow, RootIsProposedWhereAllFilesAreMissing) {
+  auto& flow = *model_->manifest();
+  fs::create_directories(root_ / "x/x/y/z");
+  folder_.file("root/x/x/abc", "abc");
+  const struct {
+    std::string path;
+    fs::path root;
+    fs::path proposal;
+  } cases[] = {
+      {"./abc", root_ / "x", root_},
+      {"abc", root_ / "x/x/y/z", root_ / "x/x"},
+      {"x/abc", root_, root_ / "x"},
+      {"root/abc", root_ / "x/x", folder_.path()},
+      {"nowhere", root_ / "x", folder_.path()},  // Where the list is.
+      {"../abc", root_ / "x/x", folder_.path()},
+      {"", root_ / "x", folder_.path()},
+  };
+  for (const auto& [path, root, proposal] : cases) {
+    load("MD5 (" + path + ") = " + md5OfAbc);
+    flow.setManifestRoot({urlOf(root)});
+    flow.verifyManifest();
+    ASSERT_TRUE(reached([&] { return !flow.isManifestVerifying() && BackgroundTask::waitForAll(patience); }));
+    EXPECT_TRUE(reached([&] { return flow.proposedManifestRootForScreen().path.toStdString() == proposal; })) << path;
+  }
+}
+
 TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {
   holdInMidRun();
   model_->setMode(AppMode::Text);
