@@ -136,35 +136,9 @@ TFScreen {
                         }
                     }
 
-                    TFStaticText {
-                        objectName: "verifyNotice"
-                        width: parent.width
-                        visible: text !== ""
-                        text: root.viewModel.verify.verifyNotice
-                        color: TallyTheme.secondary
-                        wrapMode: Text.WrapAtWordBoundaryOrAnywhere
-                    }
-
-                    TFStaticText {
-                        objectName: "verifyCaution"
-                        width: parent.width
-                        visible: text !== ""
-                        text: root.viewModel.verify.verifyCaution
-                        color: TallyTheme.caution
-                        wrapMode: Text.WrapAtWordBoundaryOrAnywhere
-                    }
-
-                    TFReadAs {
-                        width: parent.width
-                        visible: root.candidates.length > 0 && !root.verdict.isPresent
-                        algorithms: visible ? root.candidates : []
-                        refusal: root.inputRefusal
-                        onChosen: name => root.viewModel.verify.readAs(name)
-                    }
-
                     Item {
                         width: parent.width
-                        height: TallyTheme.controlHeight
+                        height: Math.max(TallyTheme.controlHeight, readAs.visible ? readAs.height : 0)
 
                         TFMenuButton {
                             id: algorithm
@@ -187,6 +161,22 @@ TFScreen {
                                 left: algorithm.right
                                 leftMargin: TallyTheme.space3
                                 verticalCenter: parent.verticalCenter
+                            }
+                        }
+
+                        TFReadAs {
+                            id: readAs
+
+                            visible: algorithms.length > 0
+                            algorithms: root.verdict.isPresent ? [] : root.candidates
+                            refusal: root.inputRefusal
+                            onChosen: name => root.viewModel.verify.readAs(name)
+
+                            anchors {
+                                left: algorithm.right
+                                right: act.left
+                                leftMargin: TallyTheme.space3
+                                rightMargin: TallyTheme.space3
                             }
                         }
 
@@ -214,6 +204,25 @@ TFScreen {
                             onStarted: root.viewModel.verify.verify()
                             onCancelled: root.viewModel.verify.resetVerification()
                         }
+                    }
+
+                    // Below the buttons, which stay where they are.
+                    TFStaticText {
+                        objectName: "verifyNotice"
+                        width: parent.width
+                        visible: text !== ""
+                        text: root.viewModel.verify.verifyNotice
+                        color: TallyTheme.secondary
+                        wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+                    }
+
+                    TFStaticText {
+                        objectName: "verifyCaution"
+                        width: parent.width
+                        visible: text !== ""
+                        text: root.viewModel.verify.verifyCaution
+                        color: TallyTheme.caution
+                        wrapMode: Text.WrapAtWordBoundaryOrAnywhere
                     }
                 }
             }
