@@ -40,17 +40,6 @@ void appendQuoted(std::string& text, std::string_view field) {
   text += '"';
 }
 
-void appendPlainText(BufferedFileWriter& writer, const FileHashResult& result) {
-  std::string lineEnd = "  ";
-  lineEnd.append(reportedPath(result.url)).append("\n");
-  for (const HashAlgorithm algorithm : result.hashes.algorithms()) {
-    writer.append(algorithm.rawValue());
-    writer.append("  ");
-    writer.append(*result.hashes.find(algorithm));
-    writer.append(lineEnd);
-  }
-}
-
 void appendCsv(BufferedFileWriter& writer, const FileHashResult& result) {
   std::string rowStart = "\n";
   appendQuoted(rowStart, reportedPath(result.url));
@@ -83,7 +72,7 @@ void writeReport(const FileHashResults& results, Format format, FileHandle& hand
     HashService::checkCancellation(cancellation);
     switch (format) {
       case Format::plainText:
-        appendPlainText(writer, *result);
+        writer.append(plainTextLines(*result));
         break;
       case Format::csv:
         appendCsv(writer, *result);
@@ -111,6 +100,16 @@ void atomicRename(const Place& source, const Place& destination) {
 }
 
 }  // namespace
+
+std::string plainTextLines(const FileHashResult& result) {
+  std::string lines;
+  const std::string path = reportedPath(result.url);
+  for (const HashAlgorithm algorithm : result.hashes.algorithms()) {
+    lines.append(algorithm.rawValue()).append("  ").append(*result.hashes.find(algorithm));
+    lines.append("  ").append(path).append("\n");
+  }
+  return lines;
+}
 
 std::string_view fileExtension(Format format) {
   switch (format) {

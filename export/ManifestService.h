@@ -4,6 +4,7 @@
 #include <exception>
 #include <filesystem>
 #include <stop_token>
+#include <string>
 #include <string_view>
 
 #include "core/files/FileHandle.h"
@@ -38,6 +39,9 @@ constexpr std::array<Format, 3> allFormats() { return {Format::plainText, Format
 
 /// "txt", "csv" or "json".
 std::string_view fileExtension(Format format);
+
+/// The lines of a result in a plain-text report, each with its line break.
+std::string plainTextLines(const FileHashResult& result);
 
 /// Saves a report as `destination`, or fails and leaves `destination` as it was. Others see the complete old file or
 /// the complete new report at every moment, also after a crash: the report is made, and forced to the disk, in a

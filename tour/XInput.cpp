@@ -58,10 +58,11 @@ void XInput::button(unsigned number, bool isDown) {
   XSync(connection_->display, False);
 }
 
-void XInput::press(std::initializer_list<const char*> keys) {
+void XInput::press(std::initializer_list<const char*> keys, const std::function<void()>& meanwhile) {
   std::vector<KeySym> symbols;
   for (const char* key : keys) symbols.push_back(XStringToKeysym(key));
   for (const KeySym symbol : symbols) connection_->key(symbol, true);
+  if (meanwhile) meanwhile();
   for (auto symbol = symbols.rbegin(); symbol != symbols.rend(); ++symbol) connection_->key(*symbol, false);
   XSync(connection_->display, False);
   QCoreApplication::processEvents();

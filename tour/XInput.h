@@ -32,8 +32,8 @@ class XInput {
   void movePointer(const QPoint& pixel);
   void button(unsigned number, bool isDown);
 
-  /// Presses keys at once, the last one last: "Control_L", "Return" (X keysym names).
-  void press(std::initializer_list<const char*> keys);
+  /// Presses keys at once, the last one last: "Control_L", "Return" (X keysym names). Does `meanwhile` with them down.
+  void press(std::initializer_list<const char*> keys, const std::function<void()>& meanwhile = {});
   void type(const std::string& text);
 
   /// What another program gets when it asks the clipboard for text; empty when there is none.

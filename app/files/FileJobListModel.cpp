@@ -52,7 +52,9 @@ const std::array<FileJobListModel::FilterKind, 4> FileJobListModel::filterKinds 
 }};
 
 FileJobListModel::FileJobListModel(const ResultByJobID& results, QObject* parent)
-    : FilteredListModel(filterKinds, Hashing, parent), results_(results) {}
+    : FilteredListModel(filterKinds, Hashing, parent), results_(results) {
+  connect(this, &FilteredListModel::countsChanged, this, &FilteredListModel::marksChanged);
+}
 
 int FileJobListModel::stateOf(std::size_t job) const {
   struct Case {
@@ -74,6 +76,8 @@ QVariant FileJobListModel::data(const QModelIndex& index, int role) const {
   const FileJob& job = jobs_[jobAt(index.row())];
   const auto state = static_cast<State>(stateOf(jobAt(index.row())));
   switch (role) {
+    case MarkedRole:
+      return isMarked(index.row());
     case JobIdRole:
       return QVariant::fromValue(job.id);
     case Qt::DisplayRole:
@@ -115,9 +119,9 @@ QVariant FileJobListModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> FileJobListModel::roleNames() const {
-  return {{JobIdRole, "jobId"},   {NameRole, "name"},      {FolderRole, "folder"},     {StateRole, "state"},
-          {StatusRole, "status"}, {ToneRole, "tone"},      {ProgressRole, "progress"}, {MessageRole, "message"},
-          {FactsRole, "facts"},   {DigestsRole, "digests"}};
+  return {{MarkedRole, "isMarked"}, {JobIdRole, "jobId"},   {NameRole, "name"},      {FolderRole, "folder"},
+          {StateRole, "state"},     {StatusRole, "status"}, {ToneRole, "tone"},      {ProgressRole, "progress"},
+          {MessageRole, "message"}, {FactsRole, "facts"},   {DigestsRole, "digests"}};
 }
 
 Uuid FileJobListModel::idAt(int row) const { return row >= 0 && row < count() ? jobs_[jobAt(row)].id : Uuid(); }
@@ -164,6 +168,33 @@ void FileJobListModel::remove(std::size_t job) {
     jobIndexByID_.remove(job);
     jobURLSet_.remove(job);
   });
+}
+
+std::vector<FileJob> FileJobListModel::removeMarked() {
+  std::vector<FileJob> gone;
+  removeMarkedJobs([&](const std::vector<std::uint8_t>& isGone) {
+    std::vector<FileJob> left;
+    for (std::size_t job = 0; job < jobs_.size(); ++job) {
+      (isGone[job] == 0 ? left : gone).push_back(std::move(jobs_[job]));
+    }
+    jobs_ = std::move(left);
+    jobIndexByID_.remove(isGone);
+    jobURLSet_.remove(isGone);
+  });
+  return gone;
+}
+
+FileHashResults FileJobListModel::markedResults() const {
+  FileHashResults marked;
+  for (const std::uint32_t job : markedJobs()) {
+    const auto found = results_.find(jobs_[job].id);
+    if (found != results_.end()) marked.push_back(found->second);
+  }
+  return marked;
+}
+
+bool FileJobListModel::hasMarkedResults() const {
+  return markedCount() > 0 && std::ranges::any_of(markedJobs(), [&](auto job) { return stateOf(job) == Complete; });
 }
 
 FileJobListModel::Rows FileJobListModel::takeAll() {

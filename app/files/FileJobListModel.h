@@ -21,6 +21,8 @@ using ResultByJobID = std::unordered_map<Uuid, std::shared_ptr<const FileHashRes
 /// The file queue as a list for a view, in the order in which the files were added. On the interface thread.
 class FileJobListModel : public tallyfold::FilteredListModel {
   Q_OBJECT
+  /// Of the marked files, some are calculated.
+  Q_PROPERTY(bool hasMarkedResults READ hasMarkedResults NOTIFY marksChanged)
 
  public:
   enum Role {
@@ -70,6 +72,11 @@ class FileJobListModel : public tallyfold::FilteredListModel {
   /// full before, or before all of `files` were looked at.
   bool add(PreparedFiles files, std::size_t limit);
   void remove(std::size_t job);
+  /// The results of the marked files that have one, in the order of the list.
+  [[nodiscard]] FileHashResults markedResults() const;
+  [[nodiscard]] bool hasMarkedResults() const;
+  /// Removes what is marked, in one change, and returns it.
+  std::vector<FileJob> removeMarked();
   /// Empties the list and returns what was in it.
   Rows takeAll();
   /// Puts them back into the empty list.

@@ -210,6 +210,18 @@ void FilesFlow::removeJob(const Uuid& id) {
   }
 }
 
+void FilesFlow::removeMarked() {
+  if (!queueRefusal().isEmpty() || jobs_.markedCount() == 0) return;
+  std::vector<FileJob> gone = jobs_.removeMarked();
+  if (jobs_.total() == 0) forgetRun();
+  std::vector<ResultByJobID::node_type> goneResults;
+  goneResults.reserve(gone.size());
+  for (const FileJob& job : gone) goneResults.push_back(resultByJobID_.extract(job.id));
+  std::erase_if(results_, [&](const auto& result) { return !resultByJobID_.contains(result->id); });
+  BackgroundTask::dispose(std::move(gone), std::move(goneResults));
+  emit resultsChanged();
+}
+
 void FilesFlow::clearFiles() {
   if (isExporting_) return;
   ++clearings_;
@@ -287,6 +299,22 @@ void FilesFlow::copyAllHashes(const Uuid& id) {
     text.append(algorithm.rawValue()).append(": ").append(*found->hashes.find(algorithm));
   }
   context().copy(text);
+}
+
+void FilesFlow::copyMarked() {
+  if (jobs_.markedCount() == 1) return copyAllHashes(jobs_.jobs()[jobs_.markedJobs().front()].id);
+  FileHashResults marked = jobs_.markedResults();
+  if (marked.empty()) return;
+  context().copyLater([marked = std::move(marked)](const std::stop_token& cancellation) {
+    QByteArray text;
+    for (const auto& result : marked) {
+      HashService::checkCancellation(cancellation);
+      const std::string lines = ManifestService::plainTextLines(*result);
+      text.append(lines.data(), static_cast<qsizetype>(lines.size()));
+    }
+    text.chop(1);
+    return text;
+  });
 }
 
 void FilesFlow::copyHash(const Uuid& id, const QString& algorithm) {

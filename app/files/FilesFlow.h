@@ -88,6 +88,7 @@ class FilesFlow : public tallyfold::Flow {
   Q_INVOKABLE void startProcessing();
   Q_INVOKABLE void cancelProcessing();
   Q_INVOKABLE void removeJob(const tallyfold::Uuid& id);
+  Q_INVOKABLE void removeMarked();
   /// Keeps what was in the list until the next change of it.
   Q_INVOKABLE void clearFiles();
   /// Puts back what `clearFiles` took, with its results; nothing where that is not kept any more.
@@ -100,6 +101,8 @@ class FilesFlow : public tallyfold::Flow {
 
   /// One file's digests on the clipboard: "SHA-256: 9f86..." and so on, a line each.
   Q_INVOKABLE void copyAllHashes(const tallyfold::Uuid& id);
+  /// The marked files' lines of the text report on the clipboard; of a single one, as `copyAllHashes`.
+  Q_INVOKABLE void copyMarked();
   Q_INVOKABLE void copyHash(const tallyfold::Uuid& id, const QString& algorithm);
   Q_INVOKABLE void copyPath(const tallyfold::Uuid& id);
   Q_INVOKABLE void reveal(const tallyfold::Uuid& id);

@@ -25,6 +25,15 @@ void RowTable::remove(std::size_t row) {
   fill();
 }
 
+void RowTable::remove(const std::vector<std::uint8_t>& isGone) {
+  std::size_t left = 0;
+  for (std::size_t row = 0; row < hashes_.size(); ++row) {
+    if (isGone[row] == 0) hashes_[left++] = hashes_[row];
+  }
+  hashes_.resize(left);
+  fill();
+}
+
 void RowTable::place(std::uint32_t row) {
   std::size_t slot = hashes_[row] & mask();
   while (slots_[slot] != none) slot = (slot + 1) & mask();

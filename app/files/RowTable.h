@@ -28,6 +28,8 @@ class RowTable {
   void append(std::size_t hash);
   /// The rows behind it move up.
   void remove(std::size_t row);
+  /// The rows for which `isGone`, a byte for each, is not 0.
+  void remove(const std::vector<std::uint8_t>& isGone);
 
  private:
   static constexpr std::uint32_t none = UINT32_MAX;

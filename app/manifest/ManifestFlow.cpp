@@ -328,6 +328,12 @@ void ManifestFlow::resetManifestCounters() {
 
 void ManifestFlow::copyManifestRow(int row) { copyManifestJobs(jobs_.shownJobs(row, 1)); }
 
+void ManifestFlow::copyMarked() {
+  std::vector<ManifestJob> marked;
+  for (const std::uint32_t job : jobs_.markedJobs()) marked.push_back(jobs_.jobs()[job]);
+  copyManifestJobs(std::move(marked));
+}
+
 void ManifestFlow::copyManifestShown() {
   if (!copyManifestRefusal().isEmpty()) return;
   if (showsWarnings_) return context().copy(warnings_.join(u'\n').toUtf8());

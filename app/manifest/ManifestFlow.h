@@ -130,8 +130,10 @@ class ManifestFlow : public tallyfold::Flow {
   /// Cancels whatever is under way: the verification, or the reading of the list, of which nothing is left then.
   Q_INVOKABLE void cancelManifest();
   Q_INVOKABLE void clearManifest();
-  /// On the clipboard: one of the rows shown, or all that is shown, rows as soon as a worker has written them out.
+  /// On the clipboard: one of the rows shown, those that are marked, or all that is shown, rows as soon as a worker has
+  /// written them out.
   Q_INVOKABLE void copyManifestRow(int row);
+  Q_INVOKABLE void copyMarked();
   Q_INVOKABLE void copyManifestShown();
 
  signals:

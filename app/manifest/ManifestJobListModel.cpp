@@ -91,6 +91,8 @@ QVariant ManifestJobListModel::data(const QModelIndex& index, int role) const {
   const ManifestJob& job = jobs_[jobAt(index.row())];
   const auto* mismatch = std::get_if<ManifestJob::Mismatch>(&job.state);
   switch (role) {
+    case MarkedRole:
+      return isMarked(index.row());
     case LineNumberRole:
       return static_cast<qint64>(job.entry->lineNumber);
     case NumberRole:
@@ -119,9 +121,9 @@ QVariant ManifestJobListModel::data(const QModelIndex& index, int role) const {
 
 QHash<int, QByteArray> ManifestJobListModel::roleNames() const {
   return {
-      {LineNumberRole, "lineNumber"}, {NumberRole, "number"},        {PathRole, "path"}, {AlgorithmRole, "algorithm"},
-      {StateRole, "state"},           {StatusRole, "status"},        {ToneRole, "tone"}, {ExpectedRole, "expected"},
-      {ActualRole, "actual"},         {DifferenceRole, "difference"}};
+      {MarkedRole, "isMarked"},     {LineNumberRole, "lineNumber"}, {NumberRole, "number"},        {PathRole, "path"},
+      {AlgorithmRole, "algorithm"}, {StateRole, "state"},           {StatusRole, "status"},        {ToneRole, "tone"},
+      {ExpectedRole, "expected"},   {ActualRole, "actual"},         {DifferenceRole, "difference"}};
 }
 
 std::vector<ManifestJob> ManifestJobListModel::shownJobs(int first, int most) const {

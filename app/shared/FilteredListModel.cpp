@@ -31,9 +31,17 @@ void forEachRunBackwards(const std::vector<std::size_t>& positions, std::size_t 
   }
 }
 
+std::size_t runsOf(const std::vector<std::size_t>& positions, std::size_t step) {
+  std::size_t runs = 0;
+  forEachRunBackwards(positions, step, [&](std::size_t, std::size_t) { ++runs; });
+  return runs;
+}
+
 }  // namespace
 
 QString FilteredListModel::countFigure() const { return userLocale().toString(count()); }
+
+QString FilteredListModel::markedFigure() const { return userLocale().toString(markedCount_); }
 
 QList<ListFilter> FilteredListModel::filters() const {
   const QLocale locale = userLocale();
@@ -99,8 +107,12 @@ void FilteredListModel::showAnew(Change change) {
   beginResetModel();
   change();
   findShown();
+  for (std::size_t job = 0; markedCount_ > 0 && job < marks_.size(); ++job) {
+    if (!isShown(job)) setMark(job, false);
+  }
   endResetModel();
   emit countChanged();
+  emit marksChanged();
   emit shownAnew();
   followRunningJob();
 }
@@ -145,6 +157,8 @@ void FilteredListModel::searchFurther() {
 
 bool FilteredListModel::forget() {
   const bool wasFiltered = isFiltered() || !nextText_.isEmpty();
+  marks_.clear();
+  markedCount_ = 0;
   searching_.stop();
   filter_ = 0;
   search_.clear();
@@ -163,6 +177,7 @@ void FilteredListModel::announceReplacement(bool wasFiltered) {
     emit filterChanged();
     emit searchChanged();
   }
+  emit marksChanged();
   emit countChanged();
   emit countsChanged();
   followRunningJob();
@@ -174,6 +189,8 @@ void FilteredListModel::forgetJob(std::size_t job, int row) {
   };
   erase(hits_);
   erase(nextHits_);
+  if (isJobMarked(job)) --markedCount_;
+  erase(marks_);
   if (row >= 0 && isFiltered()) shown_.erase(shown_.begin() + row);
   for (std::uint32_t& shown : shown_) {
     if (shown > job) --shown;
@@ -240,19 +257,10 @@ void FilteredListModel::announceFiltered() {
     }
   }
 
-  std::size_t runs = 0;
-  const auto countRun = [&](std::size_t, std::size_t) { ++runs; };
-  forEachRunBackwards(gone, 1, countRun);
-  forEachRunBackwards(places, 0, countRun);
-  if (runs > mostRuns) return showAnew([] {});
+  if (runsOf(gone, 1) + runsOf(places, 0) > mostRuns) return showAnew([] {});
 
-  forEachRunBackwards(gone, 1, [&](std::size_t begin, std::size_t stop) {
-    const auto first = static_cast<std::ptrdiff_t>(gone[begin]);
-    const auto last = static_cast<std::ptrdiff_t>(gone[stop - 1]);
-    beginRemoveRows({}, static_cast<int>(first), static_cast<int>(last));
-    shown_.erase(shown_.begin() + first, shown_.begin() + last + 1);
-    endRemoveRows();
-  });
+  for (const std::size_t position : gone) setMark(shown_[position], false);
+  hideRows(gone);
   if (!stayed.empty()) {
     emit dataChanged(index(static_cast<int>(stayed.front())), index(static_cast<int>(stayed.back())));
   }
@@ -265,6 +273,99 @@ void FilteredListModel::announceFiltered() {
     endInsertRows();
   });
   if (!gone.empty() || !places.empty()) emit countChanged();
+  if (!gone.empty()) emit marksChanged();
+}
+
+void FilteredListModel::hideRows(const std::vector<std::size_t>& rows) {
+  forEachRunBackwards(rows, 1, [&](std::size_t begin, std::size_t stop) {
+    const auto first = static_cast<std::ptrdiff_t>(rows[begin]);
+    const auto last = static_cast<std::ptrdiff_t>(rows[stop - 1]);
+    beginRemoveRows({}, static_cast<int>(first), static_cast<int>(last));
+    shown_.erase(shown_.begin() + first, shown_.begin() + last + 1);
+    endRemoveRows();
+  });
+}
+
+void FilteredListModel::setMark(std::size_t job, bool isMarked) {
+  if (isJobMarked(job) == isMarked) return;
+  if (job >= marks_.size()) marks_.resize(static_cast<std::size_t>(total()));
+  marks_[job] = isMarked ? 1 : 0;
+  markedCount_ += isMarked ? 1 : -1;
+}
+
+void FilteredListModel::markOnly(int first, int last) {
+  const int begin = std::max(std::min(first, last), 0);
+  const int end = std::min(std::max(first, last) + 1, count());
+  std::ranges::fill(marks_, 0);
+  markedCount_ = 0;
+  for (int row = begin; row < end; ++row) setMark(jobAt(row), true);
+  announceMarks(0, count() - 1);
+}
+
+void FilteredListModel::toggleMark(int row, int alone) {
+  if (row < 0 || row >= count()) return;
+  if (markedCount_ == 0 && alone != row) markOnly(alone, alone);
+  setMark(jobAt(row), !isMarked(row));
+  announceMarks(row, row);
+}
+
+void FilteredListModel::clearMarks() {
+  if (markedCount_ > 0) markOnly(-1, -1);
+}
+
+void FilteredListModel::announceMarks(int first, int last) {
+  if (first <= last) emit dataChanged(index(first), index(last), {MarkedRole});
+  emit marksChanged();
+}
+
+std::vector<std::uint32_t> FilteredListModel::markedJobs() const {
+  std::vector<std::uint32_t> jobs;
+  jobs.reserve(static_cast<std::size_t>(markedCount_));
+  for (std::size_t job = 0; job < marks_.size(); ++job) {
+    if (marks_[job] != 0) jobs.push_back(static_cast<std::uint32_t>(job));
+  }
+  return jobs;
+}
+
+// The rows go while the jobs are still there: a view keeps its place, and may ask for any other row meanwhile.
+void FilteredListModel::hideMarked() {
+  if (!isFiltered()) {
+    shown_.resize(static_cast<std::size_t>(total()));
+    std::iota(shown_.begin(), shown_.end(), 0);
+  }
+  std::vector<std::size_t> rows;
+  for (std::size_t row = 0; row < shown_.size(); ++row) {
+    if (isJobMarked(shown_[row])) rows.push_back(row);
+  }
+  marks_.resize(static_cast<std::size_t>(total()));
+  leaving_ = std::exchange(marks_, {});
+  markedCount_ = 0;
+  if (runsOf(rows, 1) > mostRuns) return showAnew([] {});
+  hideRows(rows);
+}
+
+void FilteredListModel::forgetLeft() {
+  const auto forgetHits = [&](std::vector<std::uint8_t>& hits) {
+    std::size_t left = 0;
+    for (std::size_t job = 0; job < hits.size(); ++job) {
+      if (leaving_[job] == 0) hits[left++] = hits[job];
+    }
+    hits.resize(left);
+  };
+  forgetHits(hits_);
+  forgetHits(nextHits_);
+  auto shown = shown_.begin();
+  for (std::uint32_t job = 0, left = 0; shown != shown_.end(); ++job) {
+    if (*shown == job) *shown++ = left;
+    if (leaving_[job] == 0) ++left;
+  }
+  leaving_.clear();
+  if (!isFiltered()) shown_.clear();
+  totals_ = {};
+  countNewJobs(static_cast<std::size_t>(total()));
+  emit countChanged();
+  emit countsChanged();
+  emit marksChanged();
 }
 
 void FilteredListModel::followRunningJob() {

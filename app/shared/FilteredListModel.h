@@ -49,6 +49,10 @@ class FilteredListModel : public QAbstractListModel {
   Q_PROPERTY(QString search READ search WRITE setSearch NOTIFY searchChanged)
   /// The row that shows the job under way; -1 when none does.
   Q_PROPERTY(int runningRow READ runningRow NOTIFY runningRowChanged)
+  /// Rows that are selected together; 0 when none is, and a view's current row stands alone.
+  Q_PROPERTY(int markedCount READ markedCount NOTIFY marksChanged)
+  /// The same as the user's locale writes it.
+  Q_PROPERTY(QString markedFigure READ markedFigure NOTIFY marksChanged)
 
  public:
   /// Announces what was changed while it lives at once, when it dies.
@@ -89,17 +93,31 @@ class FilteredListModel : public QAbstractListModel {
   /// The row of the first job that a filter lets through, with everything shown that hides it; -1 when there is none.
   Q_INVOKABLE int showFirst(int filter);
 
+  [[nodiscard]] int markedCount() const { return markedCount_; }
+  [[nodiscard]] QString markedFigure() const;
+  /// Selects the rows between two, both included, and no others. A mark stays with its job, as long as that is shown.
+  Q_INVOKABLE void markOnly(int first, int last);
+  /// Selects a row too, or no more; where no row is selected, `alone` is as well.
+  Q_INVOKABLE void toggleMark(int row, int alone);
+  Q_INVOKABLE void clearMarks();
+  [[nodiscard]] bool isMarked(int row) const { return isJobMarked(jobAt(row)); }
+  /// The jobs of the marked rows, ascending.
+  [[nodiscard]] std::vector<std::uint32_t> markedJobs() const;
+
  signals:
   void countChanged();
   void countsChanged();
   void filterChanged();
   void searchChanged();
   void runningRowChanged();
+  void marksChanged();
   /// Before and after other rows of the same jobs are shown: a view keeps its place.
   void aboutToShowAnew();
   void shownAnew();
 
  protected:
+  /// Of the model's roles; whether a row is marked.
+  static constexpr int MarkedRole = Qt::UserRole + 1000;
   static constexpr int mostStates = 5;
 
   struct FilterKind {
@@ -153,6 +171,14 @@ class FilteredListModel : public QAbstractListModel {
     if (row >= 0) endRemoveRows();
     if (row >= 0) emit countChanged();
     emit countsChanged();
+    emit marksChanged();
+  }
+  /// `change(isGone)` removes those jobs for which `isGone`, a byte for each job, is not 0. Views have seen them go.
+  template <typename Change>
+  void removeMarkedJobs(Change change) {
+    hideMarked();
+    change(leaving_);
+    forgetLeft();
   }
   /// `change()` is about the state of one job.
   template <typename Change>
@@ -167,13 +193,15 @@ class FilteredListModel : public QAbstractListModel {
   }
 
  private:
-  [[nodiscard]] bool isFiltered() const { return filter_ != 0 || !search_.isEmpty(); }
+  [[nodiscard]] bool isFiltered() const { return filter_ != 0 || !search_.isEmpty() || !leaving_.empty(); }
   [[nodiscard]] bool passes(std::size_t job, int filter) const {
     return (kinds_[static_cast<std::size_t>(filter)].states >> stateOf(job) & 1U) != 0;
   }
   [[nodiscard]] bool isShown(std::size_t job) const {
-    return passes(job, filter_) && (search_.isEmpty() || (job < hits_.size() && hits_[job] != 0));
+    return passes(job, filter_) && (search_.isEmpty() || (job < hits_.size() && hits_[job] != 0)) &&
+           (leaving_.empty() || leaving_[job] == 0);
   }
+  [[nodiscard]] bool isJobMarked(std::size_t job) const { return job < marks_.size() && marks_[job] != 0; }
   [[nodiscard]] int shownRowOf(std::size_t job) const;
   bool forget();
   void forgetJob(std::size_t job, int row);
@@ -187,12 +215,21 @@ class FilteredListModel : public QAbstractListModel {
   void showAnew(Change change);
   void searchFurther();
   void followRunningJob();
+  void setMark(std::size_t job, bool isMarked);
+  void announceMarks(int first, int last);
+  void hideRows(const std::vector<std::size_t>& rows);
+  void hideMarked();
+  void forgetLeft();
 
   const std::span<const FilterKind> kinds_;
   const int runningState_;
   std::array<int, mostStates> totals_{};  // Of each state.
   int filter_ = 0;
   std::vector<std::uint32_t> shown_;  // Jobs, ascending. Unused while everything is shown.
+
+  std::vector<std::uint8_t> marks_;  // Whether each job is marked, which only those shown are; none behind its end.
+  int markedCount_ = 0;
+  std::vector<std::uint8_t> leaving_;  // Whether each job is about to be removed; empty when none is.
 
   QString search_;                  // What the rows shown have in their names.
   std::vector<std::uint8_t> hits_;  // Whether each job's name has it; jobs that were added since are not in it yet.

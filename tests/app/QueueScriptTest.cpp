@@ -31,9 +31,9 @@ class Player {
   /// What was played and what is wrong after it; empty when nothing is.
   std::string play(std::mt19937& random, int steps) {
     // Some come more often.
-    static const std::vector<std::string> verbs{"add",    "add",   "drop",       "remove", "remove", "clear",
-                                                "cancel", "start", "algorithms", "turn",   "turn",   "turn",
-                                                "finish", "show",  "show",       "add",    "show"};
+    static const std::vector<std::string> verbs{
+        "add",  "add",    "drop", "remove", "remove", "clear", "cancel", "start", "algorithms", "turn",        "turn",
+        "turn", "finish", "show", "show",   "add",    "show",  "mark",   "mark",  "mark",       "removeMarked"};
     for (std::string script; steps > 0; --steps) {
       const std::string& verb = verbs[random() % verbs.size()];
       const auto argument = static_cast<unsigned>(random());
@@ -53,6 +53,7 @@ class Player {
     std::size_t file;
     Uuid id;
     bool isFinished = false;
+    bool isMarked = false;
   };
 
   void take(const std::string& verb, unsigned argument) {
@@ -85,6 +86,30 @@ class Player {
       if (isRunning_ || !isKnown) return;
       queued_.erase(rows_[row].file);
       rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(row));
+      if (rows_.empty()) processed_ = total_ = 0;
+    } else if (verb == "mark") {
+      FileJobListModel& jobs = *model_->files()->jobs();
+      const int first = static_cast<int>(argument % 13);
+      const int last = static_cast<int>(argument / 16 % 13);
+      const bool isRange = argument % 5 == 0;
+      isRange ? jobs.markOnly(first, last) : jobs.toggleMark(first, last);
+      if (!isRange && first >= jobs.count()) return;
+      const bool isFirstMark = std::ranges::none_of(rows_, &Row::isMarked);
+      for (Row& row : rows_) {
+        int at = 0;
+        while (at < jobs.count() && jobs.idAt(at) != row.id) ++at;
+        const bool isShown = at < jobs.count();
+        if (isRange) row.isMarked = isShown && at >= std::min(first, last) && at <= std::max(first, last);
+        if (!isRange && isShown && at == first) row.isMarked = !row.isMarked;
+        if (!isRange && isShown && at == last && isFirstMark) row.isMarked = true;
+      }
+    } else if (verb == "removeMarked") {
+      model_->files()->removeMarked();
+      if (isRunning_) return;
+      for (const Row& row : rows_) {
+        if (row.isMarked) queued_.erase(row.file);
+      }
+      std::erase_if(rows_, [](const Row& row) { return row.isMarked; });
       if (rows_.empty()) processed_ = total_ = 0;
     } else if (verb == "clear") {
       model_->files()->clearFiles();
@@ -195,6 +220,15 @@ class Player {
     std::vector<Uuid> shown;
     for (int row = 0; row < model.rowCount(); ++row) shown.push_back(model.idAt(row));
     require(shown == expected && !model.isSearching(), "the rows shown");
+    int marked = 0;
+    for (Row& row : rows_) {
+      const auto found = std::ranges::find(shown, row.id);
+      row.isMarked = row.isMarked && found != shown.end();
+      marked += row.isMarked ? 1 : 0;
+      if (found == shown.end()) continue;
+      require(model.isMarked(static_cast<int>(found - shown.begin())) == row.isMarked, "a mark");
+    }
+    require(model.markedCount() == marked, "the number of marks");
   }
 
   void require(bool holds, const char* what) {

@@ -194,6 +194,58 @@ TEST_F(FilesKeyboardTest, ArrowsMoveThroughTheListAndDeleteRemovesTheSelectedRow
   EXPECT_EQ(selectedName(), "again");
 }
 
+TEST_F(FilesKeyboardTest, SeveralRowsAreCopiedAndRemovedAtOnce) {
+  model.setSelectedAlgorithms({HashAlgorithm::crc32});
+  add({"a", "b", "c", "d", "e", "f"}, abc);
+  calculate();
+  tabTo("a");
+  const auto waitForSelected = [&](const QString& wanted) {
+    QString told;
+    waitFor("the selection of " + wanted.toStdString(), [&] {
+      told.clear();
+      for (int i = 0; i < model.files()->jobs()->count(); ++i) {
+        const QAccessibleInterface* face = QAccessible::queryAccessibleInterface(row(i));
+        if (face->state().selected) told += face->text(QAccessible::Name).at(0);
+      }
+      return told == wanted;
+    });
+  };
+  const auto clickWith = [&](const char* key, int index) {
+    const QPoint place = inRow(index, "name")->mapToGlobal(QPointF(2, 2)).toPoint();
+    driver.press({key}, [&] { driver.clickAt(place); });
+  };
+  for (int i = 0; i < 3; ++i) driver.press({"Shift_L", "Down"});
+  driver.press({"Shift_L", "Up"});
+  waitForSelected("abc");
+  driver.press({"Control_L", "c"});
+  std::string lines;
+  for (const char* name : {"a", "b", "c"}) {
+    lines += (lines.empty() ? "CRC-32  352441c2  " : "\nCRC-32  352441c2  ") + (folder.path() / name).string();
+  }
+  waitForClipboard(lines);
+  driver.press({"Escape"});
+  waitForSelected("c");
+  driver.press({"Shift_L", "End"});
+  waitForSelected("cdef");
+  clickWith("Control_L", 3);
+  waitForSelected("cef");
+  driver.press({"Down"});
+  waitForSelected("e");
+  clickWith("Control_L", 2);
+  waitForSelected("ce");
+  driver.press({"Delete"});
+  waitForSelected("d");
+  clickWith("Shift_L", 0);
+  waitForSelected("abd");
+  driver.clickAt(inRow(3, "name")->mapToGlobal(QPointF(2, 2)).toPoint(), 3);
+  driver.click("removeRow");
+  waitForSelected("d");
+  driver.press({"Control_L", "a"});
+  waitForSelected("abd");
+  driver.press({"Delete"});
+  waitFor("an empty list", [&] { return model.files()->jobs()->count() == 0; });
+}
+
 TEST_F(FilesKeyboardTest, KeysReachNothingBehindAnAlertThatGoesWithItsMessage) {
   add({"first"}, abc);
   for (const AppMode::Case mode : {AppMode::Files, AppMode::Manifest}) {

@@ -135,6 +135,9 @@ TEST_F(ManifestTest, RowsAreFilteredAndCopied) {
   driver.press({"End"});
   driver.press({"Control_L", "c"});
   waitForClipboard(failure);
+  driver.press({"Shift_L", "Up"});
+  driver.press({"Control_L", "c"});
+  waitForClipboard(mismatch + "\n" + failure);
   press(find(QAccessible::RadioButton, "Warnings, 1"));
   waitFor("the warnings", [&] { return driver.findItem("manifestWarnings") != nullptr; });
   find(QAccessible::ListItem, "Line 2: unsupported checksum format.");

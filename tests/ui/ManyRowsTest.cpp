@@ -80,7 +80,9 @@ class ManyRowsTest : public WindowFixture {
 
 TEST_F(ManyRowsTest, FilesComeAndGo) {
   QByteArray lines;
-  for (int i = 0; i < limit; ++i) lines += "file:///nowhere/folder%20" + QByteArray::number(i) + "/a%20file\r\n";
+  for (int i = 0; i < limit; ++i) {
+    lines += "file:///nowhere/folder%20" + QByteArray::number(i) + (i % 2 == 0 ? "/another\r\n" : "/a%20file\r\n");
+  }
   LocationsAsBytes data;
   data.setData(QStringLiteral("text/uri-list"), lines);
   const auto isIdle = [&] { return !files.isProcessing(); };
@@ -94,6 +96,23 @@ TEST_F(ManyRowsTest, FilesComeAndGo) {
   expectShortTurns("remove the first", isIdle, [&] { files.removeJob(files.jobs()->idAt(0)); });
   expectShortTurns("remove the last", isIdle, [&] { files.removeJob(files.jobs()->idAt(limit - 2)); });
   expectShortTurns("clear", isIdle, [&] { files.clearFiles(); });
+
+  const auto hasRows = [&](int count) { return [&jobs = *files.jobs(), count] { return jobs.count() == count; }; };
+  files.undoClear();
+  files.jobs()->setSearch("another");
+  waitFor("every second row", hasRows(limit / 2 - 1));
+  files.jobs()->markOnly(0, limit);
+  files.jobs()->setSearch({});
+  waitFor("all rows", hasRows(limit - 2));
+  expectShortTurns("remove every second", hasRows(limit / 2 - 1), [&] { files.removeMarked(); });
+  EXPECT_EQ(inRow(limit / 2 - 2, "name")->property("text").toString(), "a file");
+  driver.item("jobList")->forceActiveFocus();
+  expectShortTurns(
+      "select all", [&] { return files.jobs()->markedCount() == limit / 2 - 1; },
+      [&] {
+        driver.press({"Control_L", "a"});
+      });
+  expectShortTurns("remove all", hasRows(0), [&] { driver.press({"Delete"}); });
 }
 
 TEST_F(ManyRowsTest, EntriesOfTwoFilesTakeTurns) {

@@ -2,20 +2,25 @@ import QtQuick
 import QtQuick.Templates as T
 import TallyFold
 
-// A list of TFJobRows, one of which is selected while there are any: its keys, and the menu of the selected row.
+// A list of TFJobRows, one of which is current while there are any, and selected where no others are marked: its keys,
+// and the menu of the selected rows.
 ListView {
     id: list
 
     // The least height of a row: a page is as many of them as are seen at once.
     required property int lineHeight
     required property TFMenu menu
-    // Delete means the selected row.
+    // Delete means the selected rows.
     property bool hasRemovableRows: false
 
     readonly property FilteredListModel jobs: model as FilteredListModel
     // A run is under way. Its row is kept in view, until the user looks elsewhere.
     property bool isRunning: false
     property bool isFollowing: false
+
+    readonly property int markedCount: jobs ? jobs.markedCount : 0
+    // Where a range of rows begins; -1 for the current row.
+    property int anchorRow: -1
 
     readonly property int page: Math.max(1, Math.floor(height / lineHeight) - 1)
     // How far a key goes, in rows.
@@ -26,18 +31,31 @@ ListView {
             [Qt.Key_PageDown]: page
         })
 
-    // What Ctrl+C and Delete ask of the selected row, wherever on the screen the focus is.
+    // What Ctrl+C and Delete ask of the selected rows, wherever on the screen the focus is.
     signal copyRequested
     signal removeRequested
 
-    // The selected row, which commands act on: of the rows as they are now, which may not be drawn yet.
+    // The current row, which commands act on where none is marked: of the rows as they are now, which may not be drawn
+    // yet.
     function selectedIndex(): int {
         forceLayout();
         return Math.max(0, currentIndex);
     }
 
-    function select(row: int) {
+    // With Shift all rows from the one that was selected last without, with Ctrl one more or less, otherwise only one.
+    function select(row: int, modifiers: int) {
         isFollowing = false;
+        if (modifiers & Qt.ShiftModifier) {
+            if (anchorRow < 0)
+                anchorRow = currentIndex;
+            jobs.markOnly(anchorRow, row);
+        } else if (modifiers & Qt.ControlModifier) {
+            jobs.toggleMark(row, currentIndex);
+            anchorRow = row;
+        } else {
+            jobs.clearMarks();
+            anchorRow = -1;
+        }
         currentIndex = row;
     }
 
@@ -52,6 +70,7 @@ ListView {
     highlightFollowsCurrentItem: true
     highlightMoveDuration: 0
     Accessible.role: Accessible.List
+    Accessible.description: markedCount > 0 ? qsTr("%1 selected").arg(jobs.markedFigure) : ""
     // By itself the view keeps the index of a row that is gone, and selects nothing when rows come again.
     onCountChanged: {
         if (count === 0)
@@ -67,23 +86,34 @@ ListView {
             currentItem.focus = true;
     }
     Keys.onMenuPressed: {
+        if (!(currentItem as TFJobRow).isSelected)
+            select(currentIndex, Qt.NoModifier);
         const place = currentItem.mapToItem(list, TallyTheme.space8, lineHeight);
         menu.popup(list, place.x, place.y);
     }
-    Keys.onUpPressed: select(Math.max(0, currentIndex - 1))
-    Keys.onDownPressed: select(Math.min(currentIndex + 1, count - 1))
+    Keys.onUpPressed: event => select(Math.max(0, currentIndex - 1), event.modifiers & Qt.ShiftModifier)
+    Keys.onDownPressed: event => select(Math.min(currentIndex + 1, count - 1), event.modifiers & Qt.ShiftModifier)
     Keys.onPressed: event => {
+        if (event.matches(StandardKey.SelectAll)) {
+            isFollowing = false;
+            jobs.markOnly(0, count - 1);
+            event.accepted = true;
+            return;
+        }
         event.accepted = event.key in strides;
         if (!event.accepted)
             return;
-        select(Math.max(0, Math.min(currentIndex + strides[event.key], count - 1)));
+        select(Math.max(0, Math.min(currentIndex + strides[event.key], count - 1)), event.modifiers & Qt.ShiftModifier);
         // The last row may be higher than the rows before it let expect.
         if (currentIndex === count - 1)
             positionViewAtEnd();
     }
     Keys.onEscapePressed: event => {
-        event.accepted = jobs.search !== "";
-        jobs.search = "";
+        event.accepted = markedCount > 0 || jobs.search !== "";
+        if (markedCount > 0)
+            select(currentIndex, Qt.NoModifier);
+        else
+            jobs.search = "";
     }
 
     T.ScrollBar.vertical: TFScrollBar {
@@ -110,6 +140,18 @@ ListView {
         function onShownAnew() {
             if (selectedJob >= 0)
                 list.currentIndex = list.jobs.rowOfJob(selectedJob);
+        }
+
+        function onModelReset() {
+            list.anchorRow = -1;
+        }
+
+        function onRowsInserted() {
+            list.anchorRow = -1;
+        }
+
+        function onRowsRemoved() {
+            list.anchorRow = -1;
         }
 
         target: list.jobs

@@ -9,16 +9,26 @@ T.ItemDelegate {
     required property int index
     // What it is about went wrong.
     property bool isBad: false
-    readonly property bool isSelected: ListView.isCurrentItem
+    required property bool isMarked
+    readonly property TFJobList list: ListView.view as TFJobList
+    readonly property bool isCurrent: ListView.isCurrentItem
+    readonly property bool isSelected: isMarked || (isCurrent && !list?.markedCount)
+    // The keys that are held while it is clicked.
+    property int modifiers: Qt.NoModifier
 
-    function select() {
-        (ListView.view as TFJobList).select(index);
+    function select(modifiers: int) {
+        list.select(index, modifiers);
         forceActiveFocus(Qt.MouseFocusReason);
     }
 
+    // Of all that is selected, where this row is part of it.
     function showMenu() {
-        select();
-        (ListView.view as TFJobList).menu.popup();
+        if (isSelected)
+            list.currentIndex = index;
+        else
+            select(Qt.NoModifier);
+        forceActiveFocus(Qt.MouseFocusReason);
+        list.menu.popup();
     }
 
     // A digest has a menu of its own.
@@ -39,10 +49,21 @@ T.ItemDelegate {
     hoverEnabled: true
     focusPolicy: Qt.NoFocus
     Accessible.role: Accessible.ListItem
+    Accessible.selectable: true
     Accessible.selected: isSelected
-    Accessible.onPressAction: select()
-    onClicked: select()
+    Accessible.onPressAction: select(Qt.NoModifier)
+    onClicked: {
+        select(modifiers);
+        modifiers = Qt.NoModifier;
+    }
     onPressAndHold: showMenu()
+
+    TapHandler {
+        onPressedChanged: {
+            if (pressed)
+                row.modifiers = point.modifiers;
+        }
+    }
 
     TapHandler {
         acceptedButtons: Qt.RightButton
@@ -55,6 +76,8 @@ T.ItemDelegate {
     background: Rectangle {
         radius: TallyTheme.controlRadius
         color: {
+            if (row.isMarked)
+                return TallyTheme.accentTint;
             if (row.isBad)
                 return TallyTheme.tint(TallyTheme.bad);
             return row.isSelected ? TallyTheme.raised : row.hovered ? TallyTheme.surface : "transparent";

@@ -118,7 +118,7 @@ TFJobRow {
                 name: qsTr("Remove")
                 icon: "xmark"
                 refusal: root.viewModel.files.queueRefusal
-                isTabStop: root.isSelected
+                isTabStop: root.isCurrent
                 onClicked: root.viewModel.files.removeJob(root.jobId)
 
                 anchors {
@@ -192,7 +192,7 @@ TFJobRow {
                     isBorderless: true
                     isConfirmed: true
                     subject: root.jobId
-                    isTabStop: root.isSelected
+                    isTabStop: root.isCurrent
                     onClicked: root.viewModel.files.copyHash(root.jobId, line.algorithm)
 
                     anchors.left: digest.right

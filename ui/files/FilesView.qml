@@ -94,7 +94,21 @@ TFScreen {
             id: list
 
             readonly property FileJobRow selectedRow: currentItem as FileJobRow
-            readonly property bool isSelectedFinished: selectedRow !== null && selectedRow.digests.length > 0
+            readonly property bool isSelectedFinished: markedCount > 0 ? root.jobs.hasMarkedResults : selectedRow !== null && selectedRow.digests.length > 0
+
+            function copySelected() {
+                if (markedCount > 0)
+                    root.viewModel.files.copyMarked();
+                else
+                    root.viewModel.files.copyAllHashes(selectedId());
+            }
+
+            function removeSelected() {
+                if (markedCount > 0)
+                    root.viewModel.files.removeMarked();
+                else
+                    root.viewModel.files.removeJob(selectedId());
+            }
 
             function selectedId() {
                 return root.jobs.idAt(selectedIndex());
@@ -112,8 +126,8 @@ TFScreen {
             isRunning: root.viewModel.files.isProcessing
             model: root.jobs
             Accessible.name: qsTr("Files")
-            onCopyRequested: root.viewModel.files.copyAllHashes(selectedId())
-            onRemoveRequested: root.viewModel.files.removeJob(selectedId())
+            onCopyRequested: copySelected()
+            onRemoveRequested: removeSelected()
 
             delegate: FileJobRow {
                 viewModel: root.viewModel
@@ -129,7 +143,7 @@ TFScreen {
         }
     }
 
-    // Acts on the selected row, which the request for it has selected.
+    // Acts on the selected rows, which the request for it has selected.
     TFMenu {
         id: rowMenu
 
@@ -141,13 +155,14 @@ TFScreen {
             symbol: "doc.on.doc"
             shortcutText: "Ctrl+C"
             enabled: list.isSelectedFinished
-            onTriggered: root.viewModel.files.copyAllHashes(list.selectedId())
+            onTriggered: list.copySelected()
         }
 
         TFMenuItem {
             objectName: "reveal"
             text: qsTr("Reveal in Finder")
             symbol: "magnifyingglass"
+            enabled: list.markedCount < 2
             onTriggered: root.viewModel.files.reveal(list.selectedId())
         }
 
@@ -155,16 +170,17 @@ TFScreen {
             objectName: "copyPath"
             text: qsTr("Copy path")
             symbol: "doc.on.clipboard"
+            enabled: list.markedCount < 2
             onTriggered: root.viewModel.files.copyPath(list.selectedId())
         }
 
         TFMenuItem {
             objectName: "removeRow"
-            text: qsTr("Remove")
+            text: list.markedCount > 1 ? qsTr("Remove %1 files").arg(root.jobs.markedFigure) : qsTr("Remove")
             symbol: "xmark"
             shortcutText: "Del"
             enabled: root.viewModel.files.queueRefusal === ""
-            onTriggered: root.viewModel.files.removeJob(list.selectedId())
+            onTriggered: list.removeSelected()
         }
     }
 
@@ -191,11 +207,11 @@ TFScreen {
         viewModel: root.viewModel
         isSelectedFinished: list.isSelectedFinished
         onRowRequested: row => {
-            list.select(row);
+            list.select(row, Qt.NoModifier);
             list.positionViewAtIndex(row, ListView.Contain);
             list.forceActiveFocus(Qt.ShortcutFocusReason);
         }
-        onCopyRequested: root.viewModel.files.copyAllHashes(list.selectedId())
+        onCopyRequested: list.copySelected()
     }
 
     // Drops are taken anywhere on the screen; the card shows that they are.

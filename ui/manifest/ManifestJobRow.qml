@@ -166,7 +166,7 @@ TFJobRow {
                             name: line.modelData
                             text: line.index === 0 ? root.expected : root.actual
                             mark: line.index === 0 ? -1 : root.difference
-                            isTabStop: root.isSelected
+                            isTabStop: root.isCurrent
                         }
                     }
                 }

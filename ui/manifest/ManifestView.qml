@@ -150,6 +150,13 @@ TFScreen {
         TFJobList {
             id: rows
 
+            function copySelected() {
+                if (markedCount > 0)
+                    root.viewModel.manifest.copyMarked();
+                else
+                    root.viewModel.manifest.copyManifestRow(selectedIndex());
+            }
+
             objectName: "manifestList"
             anchors.fill: parent
             anchors.margins: TallyTheme.rowMargin
@@ -159,7 +166,7 @@ TFScreen {
             isRunning: root.viewModel.manifest.isManifestVerifying
             model: root.jobs
             Accessible.name: qsTr("Entries")
-            onCopyRequested: root.viewModel.manifest.copyManifestRow(selectedIndex())
+            onCopyRequested: copySelected()
 
             delegate: ManifestJobRow {
                 numberWidth: numberMetrics.width + TallyTheme.lineWidth
@@ -204,7 +211,7 @@ TFScreen {
         font.pixelSize: TallyTheme.captionSize
     }
 
-    // Acts on the selected row, which the request for it has selected.
+    // Acts on the selected rows, which the request for it has selected.
     TFMenu {
         id: rowMenu
 
@@ -212,10 +219,10 @@ TFScreen {
 
         TFMenuItem {
             objectName: "copyRow"
-            text: qsTr("Copy row")
+            text: rows.markedCount > 1 ? qsTr("Copy %1 rows").arg(root.jobs.markedFigure) : qsTr("Copy row")
             symbol: "doc.on.clipboard"
             shortcutText: "Ctrl+C"
-            onTriggered: root.viewModel.manifest.copyManifestRow(rows.selectedIndex())
+            onTriggered: rows.copySelected()
         }
 
         TFMenuItem {
