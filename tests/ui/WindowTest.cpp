@@ -1,5 +1,6 @@
 // The window and its sidebar, to the eye and to a screen reader, and how the program leaves.
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cmath>
@@ -236,7 +237,9 @@ TEST_F(WindowTest, AtItsSmallestEverythingIsInside) {
   model.setSelectedAlgorithms(HashAlgorithmSet::all());
   calculate();
   window.resize(window.minimumSize());
-  waitFor("the size", [&] { return window.grabWindow().size() == window.minimumSize(); });
+  waitFor("the size", [&] {
+    return window.grabWindow().size() == window.minimumSize() && window.contentItem()->size() == window.minimumSize();
+  });
   EXPECT_GE(driver.item("sidebar")->parentItem()->width(), 165);
   EXPECT_GE(driver.item("filesView")->width(), 720);
   EXPECT_GE(driver.item("filesView")->height(), 520);
@@ -257,6 +260,9 @@ TEST_F(WindowTest, AtItsSmallestEverythingIsInside) {
     return list->property("currentIndex") == 2 &&
            last->mapRectToItem(list, last->boundingRect()).bottom() <= list->height() + 1;
   });
+  Driver::drawFrame();
+  const auto told = below(QAccessible::queryAccessibleInterface(list));
+  EXPECT_EQ(std::ranges::count(told, QAccessible::ListItem, [](auto* face) { return face->role(); }), 1);
 }
 
 TEST_F(WindowTest, FiveResultsAreSeenAtOnce) {

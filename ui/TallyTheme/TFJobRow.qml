@@ -52,6 +52,9 @@ T.ItemDelegate {
     Accessible.selectable: true
     Accessible.selected: isSelected
     Accessible.onPressAction: select(Qt.NoModifier)
+    // Kept for later, it is no row of the list; to a screen reader neither.
+    ListView.onPooled: visible = false
+    ListView.onReused: visible = true
     onClicked: {
         select(modifiers);
         modifiers = Qt.NoModifier;
@@ -71,6 +74,16 @@ T.ItemDelegate {
             if (!row.isOnDigest(eventPoint.position))
                 row.showMenu();
         }
+    }
+
+    // The view of Qt 6.8 hides a row beside it from screen readers, but not what is in it, and leaves one hidden that comes
+    // into it by scrolling. No signal tells of that: it is mended before each frame.
+    Connections {
+        function onAfterAnimating() {
+            row.Accessible.ignored = false;
+        }
+
+        target: row.visible ? row.Window.window : null
     }
 
     background: Rectangle {

@@ -35,6 +35,15 @@ ListView {
         Accessible.role: Accessible.ListItem
         Accessible.name: modelData
 
+        // As in a TFJobRow.
+        Connections {
+            function onAfterAnimating() {
+                warning.Accessible.ignored = false;
+            }
+
+            target: warning.visible ? warning.Window.window : null
+        }
+
         TFIcon {
             id: sign
 
