@@ -12,7 +12,7 @@
 #include <variant>
 
 #include "bench/Measure.h"
-#include "checksums/ChecksumReading.h"
+#include "checksums/ListReading.h"
 #include "checksums/ManifestVerification.h"
 
 namespace {
@@ -36,7 +36,8 @@ void loadEntries(const fs::path& folder, int count) {
   }
   require(stream.flush().good(), "cannot write the list");
   const auto load = [&] {
-    require(std::ssize(ChecksumManifestService::load(list, {}).entries) == count, "we did not find all entries");
+    require(std::ssize(ChecksumManifestService::readList(list, {}, {}).result.entries) == count,
+            "we did not find all entries");
   };
   const auto seconds = bench::medians({{"wc", [&] { bench::run({"wc", "--lines", list}); }}, {"load", load}}, rounds);
   std::printf("list of %d entries: load %.1f ms (wc %.1f ms)\n", count, seconds[1] * 1e3, seconds[0] * 1e3);
@@ -51,7 +52,8 @@ void streamComments(const fs::path& folder) {
   for (int mebibyte = 0; mebibyte < 256; ++mebibyte) stream << block;
   require(stream.flush().good(), "cannot write the comments");
   const auto load = [&] {
-    require(ChecksumManifestService::load(list, {}).ignoredLineCount == 524'288, "we did not find all comments");
+    require(ChecksumManifestService::readList(list, {}, {}).result.ignoredLineCount == 524'288,
+            "we did not find all comments");
   };
   const auto seconds = bench::medians({{"wc", [&] { bench::run({"wc", "--lines", list}); }}, {"load", load}}, rounds);
   std::printf("256 MiB of comments: load %.0f ms, %.0f MB/s (wc %.0f ms); load / wc = %.2f\n", seconds[1] * 1e3,
@@ -63,7 +65,7 @@ void verifyFiles(const fs::path& root, int count) {
   const fs::path list = root.native() + ".sha256";
   bench::writeList(root, list);
   const auto verify = [&] {
-    const auto entries = ChecksumManifestService::load(list, {}).entries;
+    const auto entries = ChecksumManifestService::readList(list, {}, {}).result.entries;
     const PreparedManifestVerification prepared{.groups = ChecksumManifestService::groupEntries(entries, {}),
                                                 .rootIdentity = ChecksumManifestService::captureRootIdentity(root, {})};
     ManifestVerification verification(root, prepared.rootIdentity);

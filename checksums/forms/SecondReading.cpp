@@ -29,7 +29,8 @@ std::string_view separatorsOf(std::string_view name) {
 bool startsWithDigest(std::string_view line, const ChecksumManifestEntry& entry) {
   if (line.starts_with('\\')) line.remove_prefix(1);
   if (line.starts_with("0x") || line.starts_with("0X")) line.remove_prefix(2);
-  return lowerCased(line.substr(0, entry.expectedHash.size())) == entry.expectedHash;
+  const auto lower = [](char c) { return c >= 'A' && c <= 'F' ? static_cast<char>(c + ('a' - 'A')) : c; };
+  return std::ranges::equal(line.substr(0, entry.expectedHash.size()), entry.expectedHash, {}, lower);
 }
 
 bool climbs(std::string_view name, std::string_view separators) {

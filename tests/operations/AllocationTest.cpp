@@ -232,7 +232,7 @@ TEST(Allocation, OfAListIsItsLimits) {
     stream << last << std::flush;
     std::string found;
     std::optional<ChecksumManifestService::ParseResult> result;
-    expectPeak(what, most, [&] { found = attempted([&] { result = ChecksumManifestService::load(list, {}); }); });
+    expectPeak(what, most, [&] { found = attempted([&] { result = ChecksumManifestService::readList(list, {}, {}).result; }); });
     EXPECT_EQ(result ? described(*result).back() : found, outcome) << what;
   }
 }

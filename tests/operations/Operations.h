@@ -1,6 +1,7 @@
 #pragma once
 
 #include "checksums/ChecksumReading.h"
+#include "checksums/ListReading.h"
 #include "checksums/ManifestVerification.h"
 #include "tests/export/ExportTest.h"
 
@@ -14,7 +15,7 @@ inline const testing::Matcher<std::string> kIsChanged = HasSubstr(" changed whil
 
 inline std::string outcomeOfLoad(const fs::path& list, const std::stop_token& cancellation = {}) {
   return attempted([&] {
-    const auto result = ChecksumManifestService::load(list, cancellation);
+    const auto result = ChecksumManifestService::readList(list, {}, cancellation).result;
     std::string text = std::to_string(result.ignoredLineCount + result.unsupportedLineCount) + " other lines";
     for (const ChecksumManifestEntry& entry : result.entries) text += "\n" + entry.expectedHash + entry.relativePath;
     return text;
