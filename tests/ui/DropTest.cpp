@@ -227,6 +227,8 @@ TEST_F(DropTest, WhatASlowDiskAnswersReplacesNoLaterChoice) {
   disk.answers.count_down();
   EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
   waitFor("the size", [&] { return size() == u"3 bytes"; });
+  // The disk has answered: a list beside the file is looked for.
+  EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
   EXPECT_EQ(model.verify()->verifyURL(), chosen);
   EXPECT_EQ(model.files()->jobs()->count(), 0);
 }
