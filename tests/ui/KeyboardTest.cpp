@@ -39,8 +39,9 @@ class KeyboardTest : public WindowFixture {
   QVariant ask(const Place& place, const char* interface, const char* what, const QVariantList& arguments = {}) {
     auto call = QDBusMessage::createMethodCall(place.service, place.path, interface, what);
     call.setArguments(arguments);
-    // This very process answers.
-    return bus.call(call, QDBus::BlockWithGui).arguments().value(0);
+    // This very process answers, at once or never: whoever waits for the answer asks again.
+    constexpr int patience = 1'000;
+    return bus.call(call, QDBus::BlockWithGui, patience).arguments().value(0);
   }
 
   QString textOf(const Place& place, const char* property) {
