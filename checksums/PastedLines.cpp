@@ -79,9 +79,9 @@ std::vector<std::filesystem::path> usualListsOf(const std::filesystem::path& fil
     std::erase(tag, '-');
     tags.push_back(std::move(tag));
   }
-  for (const std::string& tag : tags) add(name + "." + tag);
+  for (const std::string& tag : tags) add(std::string(name).append(".").append(tag));
   for (const std::string& tag : tags) {
-    add(name + "." + tag + "sum");
+    add(std::string(name).append(".").append(tag).append("sum"));
     add(upperCased(tag) + "SUMS");
     add(upperCased(tag) + "SUMS.txt");
   }

@@ -163,12 +163,13 @@ TEST_F(ManifestFlow, RootIsProposedWhereAllFilesAreMissing) {
       {"../abc", root_ / "x/x", folder_.path()},
       {"", root_ / "x", folder_.path()},
   };
-  for (const auto& [path, root, proposal] : cases) {
-    load("MD5 (" + path + ") = " + md5OfAbc);
-    flow.setManifestRoot({urlOf(root)});
+  for (const auto& each : cases) {
+    load(std::string("MD5 (").append(each.path).append(") = ").append(md5OfAbc));
+    flow.setManifestRoot({urlOf(each.root)});
     flow.verifyManifest();
     ASSERT_TRUE(reached([&] { return !flow.isManifestVerifying() && BackgroundTask::waitForAll(patience); }));
-    EXPECT_TRUE(reached([&] { return flow.proposedManifestRootForScreen().path.toStdString() == proposal; })) << path;
+    EXPECT_TRUE(reached([&] { return flow.proposedManifestRootForScreen().path.toStdString() == each.proposal; }))
+        << each.path;
   }
 }
 

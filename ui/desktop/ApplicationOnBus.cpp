@@ -40,11 +40,10 @@ class ApplicationOnBus::Adaptor : public QDBusAbstractAdaptor {
  public:
   explicit Adaptor(ApplicationOnBus& application) : QDBusAbstractAdaptor(&application), application_(application) {}
 
- public slots:
-  void Activate(const QVariantMap& platformData);
-  void Open(const QStringList& locations, const QVariantMap& platformData);
+  Q_SLOT void Activate(const QVariantMap& platformData);
+  Q_SLOT void Open(const QStringList& locations, const QVariantMap& platformData);
   /// There are no actions.
-  void ActivateAction(const QString&, const QVariantList&, const QVariantMap&) {}
+  Q_SLOT void ActivateAction(const QString&, const QVariantList&, const QVariantMap&) {}
 
  private:
   ApplicationOnBus& application_;
