@@ -232,7 +232,8 @@ TEST(Allocation, OfAListIsItsLimits) {
     stream << last << std::flush;
     std::string found;
     std::optional<ChecksumManifestService::ParseResult> result;
-    expectPeak(what, most, [&] { found = attempted([&] { result = ChecksumManifestService::readList(list, {}, {}).result; }); });
+    expectPeak(what, most,
+               [&] { found = attempted([&] { result = ChecksumManifestService::readList(list, {}, {}).result; }); });
     EXPECT_EQ(result ? described(*result).back() : found, outcome) << what;
   }
 }
