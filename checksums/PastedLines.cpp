@@ -5,7 +5,6 @@
 
 #include "checksums/ListReading.h"
 #include "checksums/forms/SecondReading.h"
-#include "core/files/Paths.h"
 #include "core/text/UnicodeText.h"
 
 namespace tallyfold::ChecksumManifestService {
@@ -58,8 +57,6 @@ std::vector<FileChecksum> pastedLines(std::string_view text) {
 
 std::optional<FileChecksum> lineFor(std::string_view fileName, const std::filesystem::path& list,
                                     const std::stop_token& cancellation) {
-  const FileSnapshot snapshot = snapshotOfPath(list);
-  if (!snapshot.isRegularFile || snapshot.fileSize > maximumSearchedListSize) return std::nullopt;
   ListReading reading = readList(list, {}, cancellation);
   const bool isAmbiguous = reading.result.entries.empty() && reading.ambiguousLineCount > 0;
   if (isAmbiguous) reading = readList(list, {anyOfAmbiguous(), false}, cancellation);

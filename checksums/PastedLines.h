@@ -27,12 +27,11 @@ struct FileChecksum {
 /// `maximumSingleChecksumSize` bytes, or in one that is not UTF-8.
 std::vector<FileChecksum> pastedLines(std::string_view text);
 
-/// Bytes of a list in which the line of one file is looked for: lists of single files and of releases are short.
+/// Bytes of a list in which nobody has asked to look for a file: lists of single files and of releases are short.
 inline constexpr std::int64_t maximumSearchedListSize = 1'048'576;
 
-/// The first line of the list at `list` that is for a file of this name. None when there is none, and for what is not a
-/// regular file of at most `maximumSearchedListSize` bytes. Fails as `readList` does. Blocks for as long as the disk
-/// does.
+/// The first line of the list at `list` that is for a file of this name; none when there is none. Fails as `readList`
+/// does, and blocks for as long.
 std::optional<FileChecksum> lineFor(std::string_view fileName, const std::filesystem::path& list,
                                     const std::stop_token& cancellation);
 

@@ -29,7 +29,7 @@ class ManifestFlow : public tallyfold::Flow {
   Q_PROPERTY(tallyfold::FileCard manifestFile READ manifestFile NOTIFY manifestURLsChanged)
   Q_PROPERTY(tallyfold::FileCard manifestRoot READ manifestRoot NOTIFY manifestURLsChanged)
   Q_PROPERTY(
-      tallyfold::ProposedFolder proposedManifestRoot READ proposedManifestRootForScreen NOTIFY manifestURLsChanged)
+      tallyfold::ProposedFolder proposedManifestRoot READ proposedManifestRootForScreen NOTIFY manifestStatusChanged)
   Q_PROPERTY(tallyfold::ManifestJobListModel* manifestJobs READ manifestJobs CONSTANT)
   Q_PROPERTY(QStringList manifestWarnings READ manifestWarnings NOTIFY manifestLinesChanged)
   Q_PROPERTY(int manifestUnsupportedLineCount READ manifestUnsupportedLineCount NOTIFY manifestLinesChanged)

@@ -103,7 +103,8 @@ void VerifyFlow::lookForList() {
       [file = *url_](const FlowTask<VerifyFlow>::Context& task) {
         for (const std::filesystem::path& list : ChecksumManifestService::usualListsOf(file)) {
           HashService::checkCancellation(task.cancellation());
-          if (!lookAt(list).fileSize) continue;
+          const auto size = lookAt(list).fileSize;
+          if (!size || *size > ChecksumManifestService::maximumSearchedListSize) continue;
           try {
             const auto line = ChecksumManifestService::lineFor(file.filename().native(), list, task.cancellation());
             if (!line) continue;

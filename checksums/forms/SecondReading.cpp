@@ -59,14 +59,14 @@ void SecondReading::processLine(std::string_view line, std::int64_t number, std:
   const std::int64_t unsupported = result.unsupportedLineCount;
   ChecksumManifestService::processLine(line, number, preferred, result);
   if (result.ignoredLineCount != ignored) return lookForOtherAlgorithm(line);
+  constexpr std::string_view byteOrderMark = "\uFEFF";
+  if (number == 1 && line.starts_with(byteOrderMark)) line.remove_prefix(byteOrderMark.size());
   if (result.unsupportedLineCount == unsupported) {
     if (startsWithDigest(line, result.entries.back())) ++reading_.bareDigestCount;
     return;
   }
   std::string warning = std::move(result.warnings.back());
   result.warnings.clear();  // They are gathered here, so that there is one for each of the first that are left.
-  constexpr std::string_view byteOrderMark = "\uFEFF";
-  if (number == 1 && line.starts_with(byteOrderMark)) line.remove_prefix(byteOrderMark.size());
   if (line.ends_with('\r')) line.remove_suffix(1);
   offer({line, number, preferred}, std::move(warning));
 }

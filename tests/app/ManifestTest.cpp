@@ -136,7 +136,7 @@ TEST_F(ManifestFlow, UserSaysWhatTheListLeavesOpen) {
   load(md5OfAbc + "  missing\n" + md5OfAbc + "  " + abc_.string());
   verify();
   EXPECT_THAT(flow.manifestVerdict().details.toStdString(), HasSubstr("1 entry has an absolute name"));
-  load("# BLAKE2b\n" + md5OfAbc.substr(1) + "0  abc");
+  load("\uFEFF" + md5OfAbc.substr(1) + "0  abc\n# BLAKE2b\n" + md5OfAbc.substr(1) + "0  abc");
   verify();
   EXPECT_THAT(flow.manifestVerdict().details.toStdString(), HasSubstr("speaks of BLAKE2b"));
 

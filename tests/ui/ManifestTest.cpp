@@ -77,6 +77,14 @@ TEST_F(ManifestTest, UserSaysWhichAlgorithmTheListIsOf) {
   model.manifest()->verifyManifest();
   waitForVerdict("The only entry matches");
 
+  // The names of a report are full: the folder that they share is proposed, and not that of the report.
+  driver.click("clearManifest");
+  const std::string path = (root / "abc").native();
+  model.manifest()->setManifestFile({fileUrl(folder.file("checksums.txt", "MD5  " + md5OfAbc + "  " + path + "\n"))});
+  waitForVerdict("1 entry, not verified yet");
+  driver.click("manifestRootProposal");
+  waitFor("the root", [&] { return model.manifest()->manifestRootURL() == root; });
+
   verify("\"abc\" 352441c2\n");
   driver.click("readWithoutQuotes");
   waitForVerdict("1 entry, not verified yet");

@@ -105,7 +105,7 @@ Item {
         background: Rectangle {
             radius: TallyTheme.controlRadius
             color: TallyTheme.surface
-            border.color: field.activeFocus ? TallyTheme.accent : TallyTheme.hairline
+            border.color: field.activeFocus ? TallyTheme.accent : TallyTheme.controlEdge
         }
     }
 
