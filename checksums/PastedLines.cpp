@@ -44,11 +44,13 @@ std::vector<FileChecksum> pastedLines(std::string_view text) {
     const std::string_view line = trimmed(text.substr(0, end));
     text.remove_prefix(std::min(end + (text.substr(end, 2) == "\r\n" ? 2 : 1), text.size()));
     const std::size_t before = result.entries.size();
+    const std::int64_t bareDigests = reading.bareDigestCount();
     reading.processLine(line, ++number, anyOfAmbiguous(), result);
     if (result.entries.size() == before) continue;
     const ChecksumManifestEntry& entry = result.entries[before];
-    FileChecksum& checksum =
-        found.emplace_back(checksumOf(entry, !extractSingleChecksum(entry.expectedHash, std::nullopt)));
+    const bool isAmbiguous =
+        reading.bareDigestCount() > bareDigests && !extractSingleChecksum(entry.expectedHash, std::nullopt);
+    FileChecksum& checksum = found.emplace_back(checksumOf(entry, isAmbiguous));
     const bool isUsual = extractSingleChecksum(line, entry.algorithm).has_value();
     if (isUsual) checksum.text = line;
   }

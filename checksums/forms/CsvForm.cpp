@@ -8,11 +8,12 @@ namespace tallyfold::ChecksumManifestService {
 
 namespace {
 
-/// The fields of a record (RFC 4180) that is on one line; none for anything else. Quotes stand around whole fields
-/// only.
-std::optional<std::vector<std::string>> fieldsOf(std::string_view line, char separator) {
+/// The fields of a record (RFC 4180) that is on one line, at most `most`; none for anything else. Quotes stand around
+/// whole fields only.
+std::optional<std::vector<std::string>> fieldsOf(std::string_view line, char separator, std::size_t most) {
   std::vector<std::string> fields;
   for (std::size_t i = 0;; ++i) {  // At the start of a field.
+    if (fields.size() == most) return std::nullopt;
     std::string& field = fields.emplace_back();
     if (line.substr(i).starts_with('"')) {
       for (++i;; ++i) {
@@ -45,9 +46,10 @@ class CsvForm : public Form {
 
  private:
   Taking takeHeader(std::string_view line) {
-    if (line.size() > 1000) return Taking::no;  // No header, and not worth being taken apart.
-    for (const char separator : {',', ';'}) {   // What Export-Csv -UseCulture writes in half of Europe.
-      const auto names = fieldsOf(line, separator);
+    constexpr std::size_t longest = 1000;  // What is longer is no header, and not worth being taken apart.
+    if (line.size() > longest) return Taking::no;
+    for (const char separator : {',', ';'}) {  // What Export-Csv -UseCulture writes in half of Europe.
+      const auto names = fieldsOf(line, separator, longest);
       if (!names) continue;
       const auto placeOf = [&](std::initializer_list<std::string_view> wanted) {
         const auto isWanted = [&](const std::string& name) {
@@ -67,7 +69,7 @@ class CsvForm : public Form {
   }
 
   Taking takeRecord(const UnreadLine& line, FormEntries& entries) {
-    const auto fields = fieldsOf(line.text, separator_);
+    const auto fields = fieldsOf(line.text, separator_, columns_);
     if (!fields || fields->size() != columns_ || (*fields)[name_].empty()) return Taking::no;
     const auto algorithm = HashAlgorithm::manifestName((*fields)[algorithm_]);
     if (!algorithm || !isDigestOf(*algorithm, (*fields)[digest_])) return Taking::no;

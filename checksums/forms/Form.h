@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -10,6 +11,9 @@
 #include "checksums/ChecksumLines.h"
 
 namespace tallyfold::ChecksumManifestService {
+
+/// A line with more digests is of no form: each would keep its name once more.
+inline constexpr std::size_t maximumDigestsOfLine = 64;
 
 /// A line of a list that `processLine` counts as unsupported, without its line break.
 struct UnreadLine {

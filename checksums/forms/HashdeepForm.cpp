@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "checksums/forms/Form.h"
@@ -27,6 +28,7 @@ class HashdeepForm : public Form {
     if (!header.starts_with(first) || !header.ends_with(last) || header.size() < first.size() + last.size())
       return false;
     header = header.substr(first.size(), header.size() - first.size() - last.size());
+    if (std::cmp_greater_equal(std::ranges::count(header, ','), maximumDigestsOfLine)) return false;
     while (!header.empty()) columns_.push_back(HashAlgorithm::manifestName(takeField(header)));
     if (std::ranges::all_of(columns_, [](const auto& algorithm) { return !algorithm; })) columns_.clear();
     return !columns_.empty();

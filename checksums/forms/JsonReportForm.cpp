@@ -81,11 +81,11 @@ std::optional<Member> memberOf(std::string_view line) {
 class JsonReportForm : public Form {
  public:
   Taking take(const UnreadLine& line, FormEntries& entries) override {
-    const auto member = memberOf(line.text);
     if (!isWithin_) {
-      isWithin_ = member && member->key.empty() && member->other == "[";
+      isWithin_ = trimmed(line.text) == "[";
       return isWithin_ ? Taking::begun : Taking::no;
     }
+    const auto member = memberOf(line.text);
     if (!member) return giveUp();
     if (member->key.empty()) return takeBracket(member->other);
     if (member->key == "file") {

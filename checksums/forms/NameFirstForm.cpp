@@ -18,12 +18,12 @@ bool readNameFirst(const UnreadLine& line, FormEntries& entries) {
   for (;;) {
     const std::size_t start = findBehindLastWhiteSpace(name);
     const std::string_view digits = name.substr(start);
-    if (start == 0 || trimmed(name.substr(0, start)).empty()) break;  // What is left is the name.
+    if (start == 0 || trimmedAtEnd(name.substr(0, start)).empty()) break;  // What is left is the name.
     if (HashAlgorithm::withHexLength(digits.size()).empty() || !isASCIIHex(digits)) break;
     name = trimmedAtEnd(name.substr(0, start));
     const bool isLabelled = name.ends_with('=') || name.ends_with(':');
     const auto algorithm = isLabelled ? std::nullopt : algorithmOfDigits(line, digits, entries);
-    if (!algorithm) return false;
+    if (!algorithm || digests.size() == maximumDigestsOfLine) return false;
     digests.emplace_back(*algorithm, digits);
   }
   for (auto digest = digests.rbegin(); digest != digests.rend(); ++digest) {

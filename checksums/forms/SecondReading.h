@@ -26,6 +26,9 @@ class SecondReading : private FormEntries {
   void processLine(std::string_view line, std::int64_t number, std::optional<HashAlgorithm> preferred,
                    ParseResult& result);
 
+  /// Of the lines so far.
+  [[nodiscard]] std::int64_t bareDigestCount() const { return reading_.bareDigestCount; }
+
   /// Behind the last line: what of `result` is left to do.
   ListReading finish(ParseResult result);
 

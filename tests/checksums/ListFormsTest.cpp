@@ -1,3 +1,4 @@
+#include "checksums/forms/Form.h"
 #include "tests/checksums/ChecksumsTest.h"
 #include "tests/support/PlainListReader.h"
 
@@ -152,13 +153,12 @@ TEST(OtherAlgorithm, IsNamedWhereAListSpeaksOfIt) {
 }
 
 TEST(PastedLines, AreThoseWithChecksumsAndAreUnderstoodOneByOne) {
-  const std::string text = "# of a release\r\n" + d64 + "  dir/a b.iso\n\nSHA2-512(x)= " + d64 + d64 + "\r" + d32 +
-                           " y\n  " + "MD5 (.\\z) = " + d32 + "\nwhat?";
+  const std::string text = "# of a release\r\n" + d64 + "  dir/a b.iso\n\nSHA2-256(x)= " + d64 + "\r" + d32 + " y\n  " +
+                           "MD5 (.\\z) = " + d32 + "\nwhat?";
   const std::vector<FileChecksum> lines = pastedLines(text);
-  EXPECT_THAT(
-      lines,
-      ElementsAre(FileChecksum{2, "a b.iso", d64 + "  dir/a b.iso"}, FileChecksum{4, "x", "SHA-512 (x) = " + d64 + d64},
-                  FileChecksum{5, "y", "MD5 (y) = " + d32}, FileChecksum{6, "z", "MD5 (.\\z) = " + d32}));
+  EXPECT_THAT(lines, ElementsAre(FileChecksum{2, "a b.iso", d64 + "  dir/a b.iso"},
+                                 FileChecksum{4, "x", "SHA-256 (x) = " + d64}, FileChecksum{5, "y", "MD5 (y) = " + d32},
+                                 FileChecksum{6, "z", "MD5 (.\\z) = " + d32}));
   for (const FileChecksum& line : lines) EXPECT_TRUE(extractSingleChecksum(line.text, HashAlgorithm::sha256));
   EXPECT_THAT(pastedLines("MD5 (a) = " + d32 + std::string(maximumSingleChecksumSize, ' ')), IsEmpty());
   EXPECT_THAT(pastedLines("MD5 (a\xFF) = " + d32), IsEmpty());
@@ -194,11 +194,21 @@ TEST_F(ListForms, LimitsHoldForEntriesAndWarnings) {
   EXPECT_EQ(result.warnings.front(), "Line 1" + kUnsupported);
   EXPECT_EQ(result.warnings.back(), "Line 100" + kUnsupported);
 
-  std::string digests = "a";
-  for (std::size_t i = 0; i < 31'000; ++i) digests += " " + d32;
-  const std::string list = digests + "\n" + digests + "\n" + digests + "\n";
-  EXPECT_EQ(readList(folder.file("l", list), {}, {}).result.entries.size(), 93'000U);
-  EXPECT_THROW(readList(folder.file("l", list + digests), {}, {}), ManifestReadError);
+  std::string name = "a";
+  std::string columns = "%%%% size";
+  for (std::size_t i = 0; i < maximumDigestsOfLine; ++i) {
+    name += " " + d32;
+    columns += ",md5";
+  }
+  std::string list;
+  for (int i = 0; i < 1'562; ++i) list += name + "\n";
+  EXPECT_EQ(readList(folder.file("l", list), {}, {}).result.entries.size(), 99'968U);
+  EXPECT_THROW(readList(folder.file("l", list + name), {}, {}), ManifestReadError);
+  // Each digest would keep the name: of what is allowed in a line, gigabytes.
+  const std::string tooMany = name + " " + d32 + "\n" + columns + ",md5,filename\n";
+  const ListReading reading = readList(folder.file("l", tooMany), {}, {});
+  EXPECT_EQ(reading.result.unsupportedLineCount, 2);
+  EXPECT_EQ(reading.bareDigestCount, 0);
 }
 
 }  // namespace
