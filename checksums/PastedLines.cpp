@@ -1,6 +1,7 @@
 #include "checksums/PastedLines.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 #include "checksums/ListReading.h"
@@ -57,15 +58,29 @@ std::vector<FileChecksum> pastedLines(std::string_view text) {
   return found;
 }
 
-std::optional<FileChecksum> lineFor(std::string_view fileName, const std::filesystem::path& list,
-                                    const std::stop_token& cancellation) {
+std::vector<FileChecksum> linesFor(std::string_view fileName, const std::filesystem::path& list,
+                                   const std::stop_token& cancellation) {
   ListReading reading = readList(list, {}, cancellation);
   const bool isAmbiguous = reading.result.entries.empty() && reading.ambiguousLineCount > 0;
   if (isAmbiguous) reading = readList(list, {anyOfAmbiguous(), false}, cancellation);
-  for (const ChecksumManifestEntry& entry : reading.result.entries) {
-    if (lastComponent(entry.relativePath) == fileName) return checksumOf(entry, isAmbiguous);
+  std::vector<ChecksumManifestEntry>& own = reading.result.entries;
+  std::erase_if(own, [&](const auto& entry) { return lastComponent(entry.relativePath) != fileName; });
+  // What is for the list's own folder says more than what is for another.
+  const auto isBesideList = [&](const auto& entry) {
+    return entry.relativePath == fileName || entry.relativePath == std::string("./").append(fileName);
+  };
+  if (std::ranges::any_of(own, isBesideList)) std::erase_if(own, std::not_fn(isBesideList));
+  std::vector<ChecksumManifestEntry> lines;
+  for (const ChecksumManifestEntry& entry : own) {
+    const auto saysAsMuch = [&](const ChecksumManifestEntry& line) {
+      return entry.algorithm == line.algorithm ? entry.expectedHash == line.expectedHash
+                                               : entry.relativePath == line.relativePath;
+    };
+    if (std::ranges::none_of(lines, saysAsMuch)) lines.push_back(entry);
   }
-  return std::nullopt;
+  std::vector<FileChecksum> found;
+  for (const ChecksumManifestEntry& line : lines) found.push_back(checksumOf(line, isAmbiguous));
+  return found;
 }
 
 std::vector<std::filesystem::path> usualListsOf(const std::filesystem::path& file) {

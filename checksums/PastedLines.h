@@ -30,10 +30,11 @@ std::vector<FileChecksum> pastedLines(std::string_view text);
 /// Bytes of a list in which nobody has asked to look for a file: lists of single files and of releases are short.
 inline constexpr std::int64_t maximumSearchedListSize = 1'048'576;
 
-/// The first line of the list at `list` that is for a file of this name; none when there is none. Fails as `readList`
-/// does, and blocks for as long.
-std::optional<FileChecksum> lineFor(std::string_view fileName, const std::filesystem::path& list,
-                                    const std::stop_token& cancellation);
+/// The line of the list at `list` that is for a file of this name, of several algorithms the first; several lines where
+/// they contradict each other, or are for files of this name in several folders. Fails as `readList` does, and blocks
+/// for as long.
+std::vector<FileChecksum> linesFor(std::string_view fileName, const std::filesystem::path& list,
+                                   const std::stop_token& cancellation);
 
 /// Where lists that hold the line of `file` usually are: paths in its folder, at which there may be nothing.
 std::vector<std::filesystem::path> usualListsOf(const std::filesystem::path& file);

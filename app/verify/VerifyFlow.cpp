@@ -106,9 +106,9 @@ void VerifyFlow::lookForList() {
           const auto size = lookAt(list).fileSize;
           if (!size || *size > ChecksumManifestService::maximumSearchedListSize) continue;
           try {
-            const auto line = ChecksumManifestService::lineFor(file.filename().native(), list, task.cancellation());
-            if (!line) continue;
-            return task.post([proposal = ListedLine{list, utf8Text(line->text)}](VerifyFlow& flow) {
+            const auto lines = ChecksumManifestService::linesFor(file.filename().native(), list, task.cancellation());
+            if (lines.size() != 1) continue;
+            return task.post([proposal = ListedLine{list, utf8Text(lines.front().text)}](VerifyFlow& flow) {
               flow.proposal_ = proposal;
               emit flow.proposedListChanged();
             });
@@ -124,11 +124,16 @@ void VerifyFlow::lookForList() {
 void VerifyFlow::takeLineOf(const std::filesystem::path& list) {
   listTask_.start(
       BackgroundTask::Priority::userInitiated,
-      [file = *url_, list](const FlowTask<VerifyFlow>::Context& task) {
-        const auto line = ChecksumManifestService::lineFor(file.filename().native(), list, task.cancellation());
-        task.post([line, name = displayText(list.filename())](VerifyFlow& flow) {
-          if (line) return flow.takeLine(utf8Text(line->text), tr("Taken from %1.").arg(name));
-          flow.setNotes({}, tr("%1 has no line for this file.").arg(name));
+      [file = *url_, list, before = expectedHash_](const FlowTask<VerifyFlow>::Context& task) {
+        const auto lines = ChecksumManifestService::linesFor(file.filename().native(), list, task.cancellation());
+        task.post([lines, before, name = displayText(list.filename())](VerifyFlow& flow) {
+          if (flow.expectedHash_ != before) return;  // What was typed or pasted since counts.
+          if (lines.size() == 1) return flow.takeLine(utf8Text(lines[0].text), tr("Taken from %1.").arg(name));
+          flow.setNotes({}, lines.empty() ? tr("%1 has no line for this file.").arg(name)
+                                          : tr("Lines %1 and %2 of %3 are both for a file of this name.")
+                                                .arg(lines[0].lineNumber)
+                                                .arg(lines[1].lineNumber)
+                                                .arg(name));
         });
       },
       [](VerifyFlow& flow, const std::exception_ptr& failure) {

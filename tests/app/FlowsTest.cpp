@@ -138,6 +138,12 @@ TEST_F(VerifyFlow, LineOfTheFileIsTakenOfWhatIsPastedDroppedOrOffered) {
   flow.dropVerify({list, urlOf(file_)});
   ASSERT_TRUE(reached([&] { return taken() == listed; }));
   EXPECT_EQ(notes(), "Taken from SHA256SUMS.|");
+  flow.dropVerify({list, urlOf(file_)});
+  flow.setExpectedHash(QString::fromStdString(sha256OfAbc));
+  EXPECT_TRUE(BackgroundTask::waitForAll(patience));
+  model_->text()->setTextInput(QStringLiteral("what comes behind"));
+  ASSERT_TRUE(reached([&] { return !model_->text()->textHashes().algorithms().empty(); }));
+  EXPECT_EQ(taken(), sha256OfAbc) << "What was pasted meanwhile";
   flow.dropVerify({urlOf(folder_.file("x.iso", "")), list});
   ASSERT_TRUE(reached([&] { return notes() == "|SHA256SUMS has no line for this file."; }));
 

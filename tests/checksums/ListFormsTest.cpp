@@ -166,8 +166,8 @@ TEST(PastedLines, AreThoseWithChecksumsAndAreUnderstoodOneByOne) {
 
 TEST_F(ListForms, LineOfOneFileIsFoundInItsLists) {
   const auto lineOf = [&](const std::string& name, const fs::path& list) {
-    const auto line = lineFor(name, list, {});
-    return line ? line->text : "none";
+    const auto lines = linesFor(name, list, {});
+    return lines.empty() ? "none" : lines.size() > 1 ? "several" : lines[0].text;
   };
   const fs::path list = folder.file("list", "MD5 (b/a) = " + d32 + "\n" + d64 + "  c\n");
   EXPECT_EQ(lineOf("a", list), "MD5 (b/a) = " + d32);
@@ -176,6 +176,11 @@ TEST_F(ListForms, LineOfOneFileIsFoundInItsLists) {
   EXPECT_EQ(lineOf("c", folder.file("ambiguous", d64 + "  c\n")), d64 + "  c");
   EXPECT_EQ(lineOf("x", folder.file("x.md5", d32)), "MD5 (x) = " + d32);
   EXPECT_THROW(lineOf("a", folder.path()), ManifestReadError);
+  const std::string other = std::string(31, '0') + "1  ";
+  EXPECT_EQ(lineOf("a", folder.file("l", d32 + "  x/a\n" + other + "y/a")), "several");
+  EXPECT_EQ(lineOf("a", folder.file("l", d32 + "  x/a\n" + other + "./a")), "MD5 (./a) = " + other.substr(0, 32));
+  EXPECT_EQ(lineOf("a", folder.file("l", d32 + "  a\n" + d32 + "  a\n" + d40 + "  a")), "MD5 (a) = " + d32);
+  EXPECT_EQ(lineOf("a", folder.file("l", d32 + "  a\n" + other + "a")), "several");
 
   const std::vector<fs::path> lists = usualListsOf("/f/x.iso");
   for (const char* const name :
@@ -195,19 +200,21 @@ TEST_F(ListForms, LimitsHoldForEntriesAndWarnings) {
   EXPECT_EQ(result.warnings.back(), "Line 100" + kUnsupported);
 
   std::string name = "a";
-  std::string columns = "%%%% size";
+  std::string columns = "%%%% size,md5";
+  std::string fields = "1," + d32;
   for (std::size_t i = 0; i < maximumDigestsOfLine; ++i) {
     name += " " + d32;
     columns += ",md5";
+    fields += "," + d32;
   }
   std::string list;
   for (int i = 0; i < 1'562; ++i) list += name + "\n";
   EXPECT_EQ(readList(folder.file("l", list), {}, {}).result.entries.size(), 99'968U);
   EXPECT_THROW(readList(folder.file("l", list + name), {}, {}), ManifestReadError);
   // Each digest would keep the name: of what is allowed in a line, gigabytes.
-  const std::string tooMany = name + " " + d32 + "\n" + columns + ",md5,filename\n";
+  const std::string tooMany = name + " " + d32 + "\n" + columns + ",filename\n" + fields + ",b\n";
   const ListReading reading = readList(folder.file("l", tooMany), {}, {});
-  EXPECT_EQ(reading.result.unsupportedLineCount, 2);
+  EXPECT_EQ(reading.result.unsupportedLineCount, 3);
   EXPECT_EQ(reading.bareDigestCount, 0);
 }
 
