@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/Blake3Sizes.h"
 #include "bench/Measure.h"
 #include "core/blake3/BLAKE3Stream.h"
 #include "core/blake3/Kernels.h"
@@ -135,6 +136,8 @@ int main(int argc, char** argv) {
     bench::printTarget("BLAKE3 with " + name + ", 64 bytes to 16 KiB, the worst: speed / portable", worst, "at least",
                        1);
   }
+
+  bench::printSizesOfBLAKE3(rounds);
 
   hashes.clear();
   addKernels(hashes, sha224::kernels, [](Bytes bytes) {
