@@ -82,8 +82,7 @@ void ManifestFlow::setShowsWarnings(bool showsWarnings) {
 void ManifestFlow::setManifestFile(const QList<QUrl>& urls) {
   const auto location = urls.isEmpty() ? std::nullopt : fileLocation(urls.constFirst());
   if (isLoading_ || isVerifying_ || loadTask_.isRunning() || !location) return;
-  choice_ = {};
-  candidates_ = {};
+  forgetChoice();
   droppedListCount_ = urls.size();
   url_ = location;
   size_.ask(location);
@@ -285,7 +284,7 @@ void ManifestFlow::cancelManifest() {
   cancelManifestVerification();
   if (!isLoading_) return;
   loadTask_.abandon();
-  url_.reset();
+  forgetChoice();
   setShowsWarnings(false);
   setLoading(false);
   emit manifestURLsChanged();
@@ -293,12 +292,18 @@ void ManifestFlow::cancelManifest() {
 
 void ManifestFlow::clearManifest() {
   cancelManifest();
+  forgetChoice();
   discardManifest();
-  url_.reset();
   rootURL_.reset();
+  emit manifestURLsChanged();
+}
+
+// No list is chosen any more, nor how one is read.
+void ManifestFlow::forgetChoice() {
+  url_.reset();
+  choice_ = {};
   candidates_ = {};
   droppedListCount_ = 0;
-  emit manifestURLsChanged();
 }
 
 // The list is gone; what it was read from and the root stay.

@@ -153,6 +153,7 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] std::optional<std::filesystem::path> proposedManifestRoot() const;
   void readManifest();
   void publishManifest(PreparedManifestLoad load);
+  void forgetChoice();
   void discardManifest();
   void resetManifestCounters();
   void lookForRoot();

@@ -144,6 +144,20 @@ TEST_F(ManifestFlow, UserSaysWhatTheListLeavesOpen) {
   model_->manifest()->dropManifest({unreadable, urlOf(abc_), urlOf(root_ / "")});
   ASSERT_TRUE(reached([&] { return !flow.isLoadingManifest(); }));
   EXPECT_EQ(lines(), "the first of 2 lists \u00B7 line 2 is not text");
+
+  QString shown;
+  const QObject card;
+  QObject::connect(model_->manifest(), &tallyfold::ManifestFlow::manifestLinesChanged, &card, [&] {
+    shown = flow.manifestLines() + flow.manifestAlgorithm() + flow.manifestAlgorithms().join(QString());
+  });
+  model_->manifest()->clearManifest();
+  EXPECT_EQ(shown, QString()) << "What was said of a list goes with it";
+  load(sha256 + "  abc\n");
+  model_->manifest()->readManifestAs("BLAKE3");
+  model_->manifest()->cancelManifest();
+  EXPECT_EQ(shown, QString());
+  model_->manifest()->readManifestAs("SHA-256");
+  EXPECT_FALSE(flow.isLoadingManifest()) << "There is none to be read";
 }
 
 TEST_F(ManifestFlow, RootIsProposedWhereAllFilesAreMissing) {
