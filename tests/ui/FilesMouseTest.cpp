@@ -3,6 +3,7 @@
 #include <QDBusConnection>
 
 #include "tests/ui/WindowFixture.h"
+#include "ui/desktop/ApplicationOnBus.h"
 
 namespace tallyfold::test {
 
@@ -24,9 +25,11 @@ class NotificationService : public QObject {
 
  public:
   QStringList shown;  ///< Since the last one was closed.
+  QString entry;      ///< Of the menu: whose notifications they are.
 
   Q_SLOT uint Notify(const QString&, uint, const QString&, const QString& title, const QString& body,
-                     const QStringList&, const QVariantMap&, int) {
+                     const QStringList&, const QVariantMap& hints, int) {
+    entry = hints.value(QStringLiteral("desktop-entry")).toString();
     shown.append(body + QStringLiteral(": ") + title);
     return 7;
   }
@@ -226,6 +229,7 @@ TEST_F(FilesMouseTest, TheEndOfARunIsToldBehindAnotherWindow) {
   model.files()->startProcessing();
   waitFor("a notification", [&] { return !service.shown.isEmpty(); });
   EXPECT_THAT(service.shown, ElementsAre(QStringLiteral("Files: 1 of 2 calculated, 1 failed"))) << "and none before";
+  EXPECT_EQ(service.entry, ApplicationOnBus::name);
   driver.focus(window);
   waitFor("no notification", [&] { return service.shown.isEmpty(); });
 }

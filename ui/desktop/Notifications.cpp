@@ -6,6 +6,7 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QGuiApplication>
 #include <QStringList>
 #include <QVariantMap>
 #include <QWindow>
@@ -27,7 +28,7 @@ void Notifications::show(QWindow* window, const QString& title, const QString& b
   connectOnce(window);
   QDBusMessage call = callOf("Notify");
   const QStringList actions{QStringLiteral("default"), tr("Show")};
-  const QVariantMap hints{{QStringLiteral("desktop-entry"), QStringLiteral("tally-fold")}};
+  const QVariantMap hints{{QStringLiteral("desktop-entry"), QGuiApplication::desktopFileName()}};
   constexpr int asTheDesktopLikes = -1;
   call << QStringLiteral("Tally Fold") << id_ << QStringLiteral("tally-fold") << title << body << actions << hints
        << asTheDesktopLikes;
