@@ -90,8 +90,8 @@ ManifestVerdict withShortcomings(const ManifestTally& tally, qint64 entries, con
   if (tally.rootChanged > 0) details.append(tr("The folder changed while it was verified."));
   if (tally.missing == entries) {
     details.append(tr("Is this the right root folder?"));
-  } else if (entries == 1 && tally.mismatched == 1) {
-    details.append(tr("The only entry does not match."));
+  } else if (entries == 1) {
+    if (tally.mismatched == 1) details.append(tr("The only entry does not match."));
   } else {
     details.append(tr("%1 of %2 entries match.").arg(figure(tally.matched), figure(entries)));
   }

@@ -127,6 +127,7 @@ TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
        "see the warnings."},
       {{.stage = Stage::ended, .mismatched = 2}, Tone::Bad, "2 entries do not match | 0 of 2 entries match."},
       {{.stage = Stage::ended, .mismatched = 1}, Tone::Bad, "1 entry does not match | The only entry does not match."},
+      {{.stage = Stage::ended, .failed = 1}, Tone::Bad, "1 entry could not be checked | "},
       {{.stage = Stage::ended, .failed = 7, .missing = 7},
        Tone::Bad,
        "7 entries could not be checked | Is this the right root folder?"},
