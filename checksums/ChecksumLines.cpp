@@ -198,12 +198,15 @@ bool isListName(const std::filesystem::path& url) {
   if (extension == ".SFV") return true;
   if (extension.size() > 1 && HashAlgorithm::manifestName(withoutSum(extension).substr(1))) return true;
   if (!extension.empty() && extension != ".TXT") return false;
+  if (!extension.empty() && url.stem().has_extension() && isListName(url.stem())) return true;
   const std::string name = lettersAndDigits(upperCased(url.stem().native()));
-  std::string_view rest = withoutSum(name);
-  if (rest.size() == name.size()) return false;
-  if (rest.ends_with("CHECK")) return true;
-  while (!rest.empty() && !HashAlgorithm::manifestName(rest)) rest.remove_prefix(1);
-  return !rest.empty();
+  for (std::size_t sum = name.find("SUM"); sum != name.npos; sum = name.find("SUM", sum + 1)) {
+    std::string_view before = std::string_view(name).substr(0, sum);
+    if (before.ends_with("CHECK") || before.ends_with("SHA")) return true;
+    while (!before.empty() && !HashAlgorithm::manifestName(before)) before.remove_prefix(1);
+    if (!before.empty()) return true;
+  }
+  return false;
 }
 
 }  // namespace tallyfold::ChecksumManifestService

@@ -75,7 +75,8 @@ HashAlgorithmSet ambiguousCandidates(std::string_view text);
 /// The algorithm that the name of a checksum list announces: "x.sha256", "SHA-1.txt", "B3SUMS", "md5-checksums.txt".
 std::optional<HashAlgorithm> algorithmHint(const std::filesystem::path& url);
 
-/// Whether a file is called what checksum lists are called: "x.md5", "x.sha256sum", "SHA512SUMS", "checksums.txt".
+/// Whether a file is called what checksum lists are called: "x.md5", "x.sha256sum", "x.md5.txt", "SHA512SUMS",
+/// "sha256sum-arm64.txt", "SHASUMS256.txt", "tool_1.2_checksums.txt".
 bool isListName(const std::filesystem::path& url);
 
 }  // namespace ChecksumManifestService

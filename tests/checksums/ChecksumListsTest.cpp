@@ -212,10 +212,12 @@ TEST(AlgorithmHint, FollowsFromTheNameOfTheList) {
 
 TEST(ListName, IsThatOfAList) {
   for (const char* name :
-       {"a.sha256", "a.B3", "a.sha1sum", "x.sfv", "md5sum.txt", "debian-12_SHA512SUMS", "CHECKSUMS"}) {
+       {"a.sha256", "a.B3", "a.sha1sum", "x.sfv", "md5sum.txt", "debian-12_SHA512SUMS", "CHECKSUMS", "SHASUMS256.txt",
+        "tool_1.2.3_checksums.txt", "checksums_sha256.txt", "a.sha256.txt", "sha256sum-amd64.txt"}) {
     EXPECT_TRUE(isListName(fs::path("/x") / name)) << name;
   }
-  for (const char* name : {"", "a", "blake3.c", "md5", "sha256.txt", "SHA256SUMS.gpg", "sum.txt", "SUMS", "a.sum"}) {
+  for (const char* name : {"", "a", "blake3.c", "md5", "sha256.txt", "SHA256SUMS.gpg", "sum.txt", "SUMS", "a.sum",
+                           "a.c.txt", "summary-md5.txt"}) {
     EXPECT_FALSE(isListName(fs::path("/x.md5") / name)) << name;
   }
 }
