@@ -10,36 +10,36 @@ namespace tallyfold::ChecksumManifestService {
 
 namespace {
 
-/// How an algorithm that is not in the catalogue is written: letters and digits only, in upper case, at the start of a
-/// word.
+/// An algorithm that is not in the catalogue.
 struct OtherAlgorithm {
-  std::string_view written;
+  std::string_view written;  ///< Letters and digits only, in upper case, at the start of a word.
   std::string_view name;
+  std::array<std::size_t, 6> lengths;  ///< Of its digests, in digits, as far as some of ours have them; then 0.
 };
 
 /// Those that programs write lists of, with digests as long as some of ours. The longer of two that begin alike first.
 constexpr std::array kOtherAlgorithms{
-    OtherAlgorithm{"B2SUM", "BLAKE2b"},
-    OtherAlgorithm{"BLAKE2S", "BLAKE2s"},
-    OtherAlgorithm{"BLAKE2", "BLAKE2b"},
-    OtherAlgorithm{"SHA3", "SHA-3"},
-    OtherAlgorithm{"SHA512256", "SHA-512/256"},
-    OtherAlgorithm{"SHA512224", "SHA-512/224"},
-    OtherAlgorithm{"SHA2512256", "SHA-512/256"},
-    OtherAlgorithm{"SHA2512224", "SHA-512/224"},
-    OtherAlgorithm{"KECCAK", "Keccak"},
-    OtherAlgorithm{"RIPEMD", "RIPEMD-160"},
-    OtherAlgorithm{"RMD160", "RIPEMD-160"},
-    OtherAlgorithm{"WHIRLPOOL", "Whirlpool"},
-    OtherAlgorithm{"TIGER", "Tiger"},
-    OtherAlgorithm{"STREEBOG", "Streebog"},
-    OtherAlgorithm{"GOST", "GOST"},
-    OtherAlgorithm{"SM3", "SM3"},
-    OtherAlgorithm{"SKEIN", "Skein"},
-    OtherAlgorithm{"MD4", "MD4"},
-    OtherAlgorithm{"XXH", "xxHash"},
-    OtherAlgorithm{"CRC32C", "CRC-32C"},
-    OtherAlgorithm{"ADLER32", "Adler-32"},
+    OtherAlgorithm{"B2SUM", "BLAKE2b", {32, 40, 56, 64, 96, 128}},
+    OtherAlgorithm{"BLAKE2S", "BLAKE2s", {32, 40, 56, 64}},
+    OtherAlgorithm{"BLAKE2", "BLAKE2b", {32, 40, 56, 64, 96, 128}},
+    OtherAlgorithm{"SHA3", "SHA-3", {56, 64, 96, 128}},
+    OtherAlgorithm{"SHA512256", "SHA-512/256", {64}},
+    OtherAlgorithm{"SHA512224", "SHA-512/224", {56}},
+    OtherAlgorithm{"SHA2512256", "SHA-512/256", {64}},
+    OtherAlgorithm{"SHA2512224", "SHA-512/224", {56}},
+    OtherAlgorithm{"KECCAK", "Keccak", {56, 64, 96, 128}},
+    OtherAlgorithm{"RIPEMD", "RIPEMD-160", {40}},
+    OtherAlgorithm{"RMD160", "RIPEMD-160", {40}},
+    OtherAlgorithm{"WHIRLPOOL", "Whirlpool", {128}},
+    OtherAlgorithm{"TIGER", "Tiger", {32, 40}},
+    OtherAlgorithm{"STREEBOG", "Streebog", {64, 128}},
+    OtherAlgorithm{"GOST", "GOST", {64}},
+    OtherAlgorithm{"SM3", "SM3", {64}},
+    OtherAlgorithm{"SKEIN", "Skein", {32, 40, 56, 64, 96, 128}},
+    OtherAlgorithm{"MD4", "MD4", {32}},
+    OtherAlgorithm{"XXH", "xxHash", {8, 32}},
+    OtherAlgorithm{"CRC32C", "CRC-32C", {8}},
+    OtherAlgorithm{"ADLER32", "Adler-32", {8}},
 };
 
 bool isLetterOrDigit(char c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); }
@@ -69,6 +69,12 @@ std::string_view otherAlgorithmIn(std::string_view text) {
     if (found != kOtherAlgorithms.end()) return found->name;
   }
   return {};
+}
+
+bool hasDigestsOfLength(std::string_view otherAlgorithm, std::size_t digits) {
+  return std::ranges::any_of(kOtherAlgorithms, [&](const OtherAlgorithm& other) {
+    return other.name == otherAlgorithm && std::ranges::find(other.lengths, digits) != other.lengths.end();
+  });
 }
 
 std::optional<HashAlgorithm> proposedAlgorithm(const std::filesystem::path& url) {

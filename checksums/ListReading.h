@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -29,8 +30,8 @@ struct ListReading {
   HashAlgorithmSet candidates;
   std::int64_t quotedNameCount = 0;  ///< Entries whose name stands in double quotes.
   std::int64_t bareDigestCount = 0;  ///< Entries whose algorithm follows from the length of the digest only.
-  /// An algorithm that is not known, which the name of the list or a comment in it speaks of: "BLAKE2b"; empty when
-  /// there is none.
+  /// An algorithm that is not known, which the name of the list or a comment in it speaks of, and which has digests of
+  /// the lengths that all entries have: "BLAKE2b"; empty when there is none.
   std::string_view otherAlgorithm{};
   bool isOtherAlgorithmInName = false;  ///< It is the name of the list that speaks of it.
   bool isSigned = false;                ///< The list is wrapped in a signature, of which nothing was checked.
@@ -52,6 +53,9 @@ bool isQuotedName(std::string_view name);
 /// The algorithm that a text speaks of and that is not in the catalogue: "B2SUMS" speaks of "BLAKE2b"; empty when there
 /// is none.
 std::string_view otherAlgorithmIn(std::string_view text);
+
+/// Whether digests of such an algorithm, by its name as above, can have so many digits.
+bool hasDigestsOfLength(std::string_view otherAlgorithm, std::size_t digits);
 
 /// The algorithm that is likely meant where the name of a list announces none: "256" in it speaks for SHA-256, "b3" or
 /// "blake3" for BLAKE3. Only to be proposed.

@@ -14,10 +14,7 @@ std::optional<HashAlgorithm> algorithmOfDigits(const UnreadLine& line, std::stri
   const HashAlgorithmSet candidates = HashAlgorithm::withHexLength(digits.size());
   if (candidates.empty() || !isASCIIHex(digits)) return std::nullopt;
   const bool isChosen = line.preferred && candidates.contains(*line.preferred);
-  if (candidates.size() == 1 || isChosen) {
-    entries.noteBareDigest();
-    return isChosen ? line.preferred : *candidates.begin();
-  }
+  if (candidates.size() == 1 || isChosen) return isChosen ? line.preferred : *candidates.begin();
   if (!line.preferred) entries.noteAmbiguity(candidates);
   return std::nullopt;
 }

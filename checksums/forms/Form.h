@@ -43,7 +43,7 @@ class FormEntries {
   /// The line would be read if an algorithm was chosen among these.
   virtual void noteAmbiguity(HashAlgorithmSet candidates) = 0;
 
-  /// The entry that is added next has an algorithm only because of the length of its digest.
+  /// The entry that was added last has its algorithm only because of the length of its digest.
   virtual void noteBareDigest() = 0;
 
   /// The list is wrapped in a signature.

@@ -28,6 +28,7 @@ bool readNameFirst(const UnreadLine& line, FormEntries& entries) {
   }
   for (auto digest = digests.rbegin(); digest != digests.rend(); ++digest) {
     entries.add(line, std::string(name), digest->first, digest->second);
+    entries.noteBareDigest();
   }
   return !digests.empty();
 }

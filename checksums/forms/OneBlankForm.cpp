@@ -12,8 +12,10 @@ bool readOneBlank(const UnreadLine& line, FormEntries& entries) {
   const std::string_view name = line.text.substr(std::min(digits.size() + 1, line.text.size()));
   if (name.empty() || name.starts_with(' ') || name.starts_with('*')) return false;
   const auto algorithm = algorithmOfDigits(line, digits, entries);
-  if (algorithm) entries.add(line, std::string(name), *algorithm, digits);
-  return algorithm.has_value();
+  if (!algorithm) return false;
+  entries.add(line, std::string(name), *algorithm, digits);
+  entries.noteBareDigest();
+  return true;
 }
 
 }  // namespace

@@ -149,6 +149,11 @@ ListReading SecondReading::finish(ParseResult result) {
     ++reading_.quotedNameCount;
     if (choice_.withoutQuotes) entry.relativePath = entry.relativePath.substr(1, entry.relativePath.size() - 2);
   }
+  const bool isFitting = std::ranges::all_of(result.entries, [&](const ChecksumManifestEntry& entry) {
+    return hasDigestsOfLength(reading_.otherAlgorithm, entry.expectedHash.size());
+  });
+  if (!isFitting) reading_.otherAlgorithm = {};
+  reading_.isOtherAlgorithmInName &= isFitting;
   reading_.result = std::move(result);
   return std::move(reading_);
 }

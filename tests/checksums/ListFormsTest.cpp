@@ -19,6 +19,7 @@ std::vector<std::string> outcomeOfList(const fs::path& list, const ReadingChoice
   if (reading.ambiguousLineCount > 0) {
     lines.push_back(std::to_string(reading.ambiguousLineCount) + " of " + namesOf(reading.candidates, "or"));
   }
+  if (!reading.otherAlgorithm.empty()) lines.push_back("of " + std::string(reading.otherAlgorithm));
   if (reading.quotedNameCount > 0) lines.push_back(std::to_string(reading.quotedNameCount) + " quoted");
   if (reading.isSigned) lines.emplace_back("signed");
   if (!reading.commonFolder.empty()) lines.push_back("in " + reading.commonFolder);
@@ -60,6 +61,8 @@ TEST_F(ListForms, AreReadToTheLetterOrLeftUnsupported) {
       {"l",
        "a b  " + d32 + " " + d40 + "\n" + d32 + " " + d40,
        {"1: " + md5 + " [a b]", "1: SHA-1 " + d40 + " [a b]", "2: " + md5 + " [" + d40 + "]"}},
+      {"b2sums", d32 + " a\n# MD4", {"1: " + md5 + " [a]", "of BLAKE2b"}},
+      {"x.sha3", "# MD4\n" + d32 + " a", {"2: " + md5 + " [a]"}},
       {"l", "a " + d64 + " " + d32, {"Line 1" + kUnsupported, "1 unsupported", "1 of SHA-256 or BLAKE3"}},
       {"l",
        "SHA-256  " + d64 + "  /a/b/x  y\nMD5  " + d32 + "  /a/z",
@@ -129,6 +132,8 @@ TEST_F(ListForms, AreReadToTheLetterOrLeftUnsupported) {
   for (const auto& [name, content, outcome, choice] : lists) {
     EXPECT_EQ(outcomeOfList(folder.file(name, content), choice), outcome) << content;
   }
+  const fs::path list = folder.file("l", "a " + d32 + "\nSHA256: " + d32 + " " + d32);
+  EXPECT_EQ(readList(list, {}, {}).bareDigestCount, 1) << "Of entries only";
 }
 
 TEST(OtherAlgorithm, IsNamedWhereAListSpeaksOfIt) {
