@@ -53,14 +53,14 @@ bool isASCII(std::u16string_view text) {
   return allBits < 0x80;
 }
 
-/// How many units at the start of `text` are blocks of which each, or none, is ASCII alone.
-std::size_t lengthOfBlocks(std::u16string_view text, bool areASCII) {
+/// How many units at the start of `text` are ASCII, up to a few that are not counted.
+std::size_t mostOfASCIIPrefix(std::u16string_view text) {
   constexpr std::size_t blockSize = 64;
-  std::size_t length = 0;
-  while (length < text.size() && isASCII(text.substr(length, blockSize)) == areASCII) {
-    length += std::min(blockSize, text.size() - length);
+  std::size_t count = 0;
+  while (count < text.size() && isASCII(text.substr(count, blockSize))) {
+    count += std::min(blockSize, text.size() - count);
   }
-  return length;
+  return count;
 }
 
 /// The character that ends at `position`, which moves before it; negative for bytes that are not UTF-8.
@@ -144,23 +144,16 @@ std::string wellFormedUTF8(std::string_view text) {
 std::string_view utf8Of(std::u16string_view text, std::string& storage) {
   constexpr std::size_t mostBytesPerUnit = 3;
   storage.resize(std::max(storage.size(), mostBytesPerUnit * text.size()));
-  char* end = storage.data();
-  // No pair is cut: both its halves are beyond ASCII, and so are the blocks that they are in.
-  while (!text.empty()) {
-    const std::size_t ofASCII = lengthOfBlocks(text, true);
-    for (std::size_t i = 0; i < ofASCII; ++i) end[i] = static_cast<char>(text[i]);
-    end += ofASCII;
-    text.remove_prefix(ofASCII);
-
-    const auto others = static_cast<std::int32_t>(lengthOfBlocks(text, false));
-    std::int32_t written = 0;
-    UErrorCode status = U_ZERO_ERROR;
-    u_strToUTF8WithSub(end, others * static_cast<std::int32_t>(mostBytesPerUnit), &written, text.data(), others, 0xFFFD,
-                       nullptr, &status);
-    end += written;
-    text.remove_prefix(static_cast<std::size_t>(others));
-  }
-  return {storage.data(), end};
+  const std::size_t prefix = mostOfASCIIPrefix(text);
+  char* const start = storage.data();
+  std::ranges::transform(text.substr(0, prefix), start, [](char16_t unit) { return static_cast<char>(unit); });
+  // To look for further ASCII would cost what it saves in nearly every language.
+  text.remove_prefix(prefix);
+  std::int32_t written = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  u_strToUTF8WithSub(start + prefix, static_cast<std::int32_t>(storage.size() - prefix), &written, text.data(),
+                     static_cast<std::int32_t>(text.size()), 0xFFFD, nullptr, &status);
+  return std::string_view(storage).substr(0, prefix + static_cast<std::size_t>(written));
 }
 
 std::string lowerCased(std::string_view text) {
