@@ -6,7 +6,46 @@
 #include <QObject>
 #include <QString>
 
+#include "app/compare/CompareFlow.h"
+#include "app/files/FilesFlow.h"
+#include "app/manifest/ManifestFlow.h"
+#include "app/shared/FlowContext.h"
+#include "app/text/TextFlow.h"
+#include "app/verify/VerifyFlow.h"
+
 namespace tallyfold {
+
+/// A flow for each mode, and what they share. On the interface thread.
+class ModeFlows : public QObject {
+  Q_OBJECT
+  Q_PROPERTY(tallyfold::FilesFlow* files READ files CONSTANT)
+  Q_PROPERTY(tallyfold::TextFlow* text READ text CONSTANT)
+  Q_PROPERTY(tallyfold::VerifyFlow* verify READ verify CONSTANT)
+  Q_PROPERTY(tallyfold::ManifestFlow* manifest READ manifest CONSTANT)
+  Q_PROPERTY(tallyfold::CompareFlow* compare READ compare CONSTANT)
+
+ public:
+  [[nodiscard]] FilesFlow* files() { return &files_; }
+  [[nodiscard]] TextFlow* text() { return &text_; }
+  [[nodiscard]] VerifyFlow* verify() { return &verify_; }
+  [[nodiscard]] ManifestFlow* manifest() { return &manifest_; }
+  [[nodiscard]] CompareFlow* compare() { return &compare_; }
+
+ protected:
+  /// `desktop` must outlive it.
+  ModeFlows(Desktop& desktop, QObject* parent) : QObject(parent), context_(desktop) {}
+
+  [[nodiscard]] FlowContext& context() { return context_; }
+  [[nodiscard]] const FlowContext& context() const { return context_; }
+
+ private:
+  FlowContext context_;
+  FilesFlow files_{context_};
+  TextFlow text_{context_};
+  VerifyFlow verify_{context_};
+  ManifestFlow manifest_{context_};
+  CompareFlow compare_{context_};
+};
 
 /// The catalogue of the window's modes, in the order of the sidebar.
 class AppMode : public QObject {
@@ -21,14 +60,20 @@ class AppMode : public QObject {
     Case mode;
     const char* label;
     const char* icon;
+    Flow& (*flow)(ModeFlows& flows);
   };
 
+  template <auto get>
+  static Flow& flowOf(ModeFlows& flows) {
+    return *(flows.*get)();
+  }
+
   static constexpr auto catalogue = std::to_array<Row>({
-      {Files, "Files", "doc.on.doc"},
-      {Text, "Text", "textformat"},
-      {Verify, "Verify", "checkmark.shield"},
-      {Manifest, "Manifest", "checklist"},
-      {Compare, "Compare", "arrow.left.arrow.right"},
+      {Files, "Files", "doc.on.doc", flowOf<&ModeFlows::files>},
+      {Text, "Text", "textformat", flowOf<&ModeFlows::text>},
+      {Verify, "Verify", "checkmark.shield", flowOf<&ModeFlows::verify>},
+      {Manifest, "Manifest", "checklist", flowOf<&ModeFlows::manifest>},
+      {Compare, "Compare", "arrow.left.arrow.right", flowOf<&ModeFlows::compare>},
   });
 
  public:
@@ -45,6 +90,8 @@ class AppMode : public QObject {
 
   /// The name of the icon in the sidebar, "doc.on.doc".
   static QString iconName(Case mode) { return QString::fromLatin1(catalogue.at(mode).icon); }
+
+  static Flow& flow(Case mode, ModeFlows& flows) { return catalogue.at(mode).flow(flows); }
 };
 
 static_assert(

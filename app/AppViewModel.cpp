@@ -19,37 +19,21 @@ QList<ModeRow> AppViewModel::modes() {
   return rows;
 }
 
-AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : QObject(parent), context_(desktop) {
-  connect(&context_, &FlowContext::errorMessageChanged, this, &AppViewModel::errorMessageChanged);
-  connect(&context_, &FlowContext::selectedAlgorithmsChanged, this, &AppViewModel::selectedAlgorithmsChanged);
-  connect(&context_, &FlowContext::selectionRefusalChanged, this, &AppViewModel::selectionRefusalChanged);
+AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : ModeFlows(desktop, parent) {
+  connect(&context(), &FlowContext::errorMessageChanged, this, &AppViewModel::errorMessageChanged);
+  connect(&context(), &FlowContext::selectedAlgorithmsChanged, this, &AppViewModel::selectedAlgorithmsChanged);
+  connect(&context(), &FlowContext::selectionRefusalChanged, this, &AppViewModel::selectionRefusalChanged);
   for (const AppMode::Case mode : AppMode::allCases()) {
     connect(&flow(mode), &Flow::ended, this, [this, mode](Outcome::Case outcome) {
       if (mode != mode_) flow(mode).setUnseenOutcome(outcome);
-      context_.desktop().announceEnd(AppMode::rawValue(mode), flow(mode).outcomeSentence());
+      context().desktop().announceEnd(AppMode::rawValue(mode), flow(mode).outcomeSentence());
     });
   }
 }
 
 AppViewModel::~AppViewModel() {
   shutdown();
-  context_.mailbox()->close();
-}
-
-Flow& AppViewModel::flow(AppMode::Case mode) {
-  switch (mode) {
-    case AppMode::Files:
-      return files_;
-    case AppMode::Text:
-      return text_;
-    case AppMode::Verify:
-      return verify_;
-    case AppMode::Manifest:
-      return manifest_;
-    case AppMode::Compare:
-      break;
-  }
-  return compare_;
+  context().mailbox()->close();
 }
 
 void AppViewModel::setMode(AppMode::Case mode) {
@@ -92,24 +76,24 @@ void AppViewModel::choosePreset(Preset preset) {
 
 void AppViewModel::openFiles(const QList<QUrl>& urls) {
   const auto isFolder = [](const QUrl& url) { return isDirectoryPath(url); };
-  QList<QUrl> files;
-  std::ranges::remove_copy_if(urls, std::back_inserter(files), isFolder);
-  if (files.isEmpty()) return;
-  const auto path = fileLocation(files.constFirst());
-  if (files.size() == 1 && urls.size() <= 2 && path && ChecksumManifestService::isListName(*path)) {
+  QList<QUrl> opened;
+  std::ranges::remove_copy_if(urls, std::back_inserter(opened), isFolder);
+  if (opened.isEmpty()) return;
+  const auto path = fileLocation(opened.constFirst());
+  if (opened.size() == 1 && urls.size() <= 2 && path && ChecksumManifestService::isListName(*path)) {
     setMode(AppMode::Manifest);
-    if (const QString refusal = manifest_.manifestFileRefusal(); !refusal.isEmpty()) return setErrorMessage(refusal);
-    manifest_.dropManifest(urls);
+    if (const QString refusal = manifest()->manifestFileRefusal(); !refusal.isEmpty()) return setErrorMessage(refusal);
+    manifest()->dropManifest(urls);
   } else {
     setMode(AppMode::Files);
-    if (const QString refusal = files_.queueRefusal(); !refusal.isEmpty()) return setErrorMessage(refusal);
-    files_.receiveDroppedFiles(files);
+    if (const QString refusal = files()->queueRefusal(); !refusal.isEmpty()) return setErrorMessage(refusal);
+    files()->receiveDroppedFiles(opened);
   }
 }
 
 void AppViewModel::shutdown() {
   for (const AppMode::Case mode : AppMode::allCases()) flow(mode).shutdown();
-  context_.abandonCopy();
+  context().abandonCopy();
 }
 
 }  // namespace tallyfold

@@ -7,13 +7,7 @@
 #include <QUrl>
 
 #include "app/AppMode.h"
-#include "app/compare/CompareFlow.h"
-#include "app/files/FilesFlow.h"
-#include "app/manifest/ManifestFlow.h"
-#include "app/shared/FlowContext.h"
 #include "app/shared/Outcome.h"
-#include "app/text/TextFlow.h"
-#include "app/verify/VerifyFlow.h"
 
 namespace tallyfold {
 
@@ -34,7 +28,7 @@ struct ModeRow {
 
 /// The one state object behind the window: the modes, what they share, and a flow for each. It lives on the interface
 /// thread: everything here is read, called and announced there.
-class AppViewModel : public QObject {
+class AppViewModel : public tallyfold::ModeFlows {
   Q_OBJECT
   Q_PROPERTY(QList<tallyfold::ModeRow> modes READ modes CONSTANT)
   Q_PROPERTY(tallyfold::AppMode::Case mode READ mode WRITE setMode NOTIFY modeChanged)
@@ -42,11 +36,6 @@ class AppViewModel : public QObject {
   Q_PROPERTY(QStringList algorithms READ algorithmNames CONSTANT)
   Q_PROPERTY(QStringList selectedAlgorithms READ selectedAlgorithmNames NOTIFY selectedAlgorithmsChanged)
   Q_PROPERTY(QString selectionRefusal READ selectionRefusal NOTIFY selectionRefusalChanged)
-  Q_PROPERTY(tallyfold::FilesFlow* files READ files CONSTANT)
-  Q_PROPERTY(tallyfold::TextFlow* text READ text CONSTANT)
-  Q_PROPERTY(tallyfold::VerifyFlow* verify READ verify CONSTANT)
-  Q_PROPERTY(tallyfold::ManifestFlow* manifest READ manifest CONSTANT)
-  Q_PROPERTY(tallyfold::CompareFlow* compare READ compare CONSTANT)
 
  public:
   enum Preset { Recommended, Compatibility, AllAlgorithms };
@@ -56,19 +45,13 @@ class AppViewModel : public QObject {
   explicit AppViewModel(Desktop& desktop, QObject* parent = nullptr);
   ~AppViewModel() override;
 
-  [[nodiscard]] FilesFlow* files() { return &files_; }
-  [[nodiscard]] TextFlow* text() { return &text_; }
-  [[nodiscard]] VerifyFlow* verify() { return &verify_; }
-  [[nodiscard]] ManifestFlow* manifest() { return &manifest_; }
-  [[nodiscard]] CompareFlow* compare() { return &compare_; }
-
   /// In the order of the sidebar.
   [[nodiscard]] QList<ModeRow> modes();
   [[nodiscard]] AppMode::Case mode() const { return mode_; }
   void setMode(AppMode::Case mode);
   /// So many modes further down the sidebar, or up; at its end it stays.
   Q_INVOKABLE void stepMode(int by);
-  [[nodiscard]] Flow& flow(AppMode::Case mode);
+  [[nodiscard]] Flow& flow(AppMode::Case mode) { return AppMode::flow(mode, *this); }
   [[nodiscard]] Outcome::Case unseenOutcome(AppMode::Case mode) { return flow(mode).unseenOutcome(); }
 
   /// Takes what another program has this one open, in the mode that it belongs to, which is entered: a checksum list,
@@ -77,23 +60,23 @@ class AppViewModel : public QObject {
   void openFiles(const QList<QUrl>& files);
 
   /// Empty when there is none.
-  [[nodiscard]] QString errorMessage() const { return context_.errorMessage(); }
-  void setErrorMessage(const QString& message) { context_.setErrorMessage(message); }
+  [[nodiscard]] QString errorMessage() const { return context().errorMessage(); }
+  void setErrorMessage(const QString& message) { context().setErrorMessage(message); }
 
   /// Display names of all algorithms, in catalogue order.
   [[nodiscard]] static QStringList algorithmNames();
-  [[nodiscard]] HashAlgorithmSet selectedAlgorithms() const { return context_.selectedAlgorithms(); }
+  [[nodiscard]] HashAlgorithmSet selectedAlgorithms() const { return context().selectedAlgorithms(); }
   [[nodiscard]] QStringList selectedAlgorithmNames() const;
   /// Ignored during a run, whose selection must not change under it.
-  void setSelectedAlgorithms(HashAlgorithmSet algorithms) { context_.setSelectedAlgorithms(algorithms); }
-  [[nodiscard]] QString selectionRefusal() const { return context_.selectionRefusal(); }
+  void setSelectedAlgorithms(HashAlgorithmSet algorithms) { context().setSelectedAlgorithms(algorithms); }
+  [[nodiscard]] QString selectionRefusal() const { return context().selectionRefusal(); }
   Q_INVOKABLE void setAlgorithmSelected(const QString& name, bool isSelected);
   Q_INVOKABLE void choosePreset(tallyfold::AppViewModel::Preset preset);
 
   /// What a paste brings: of the clipboard, or of what is selected in another program. Asks that program, which can
   /// take long: once for each paste.
   Q_INVOKABLE [[nodiscard]] QString pasteboardText(bool isSelection = false) const {
-    return context_.pasteboardText(isSelection);
+    return context().pasteboardText(isSelection);
   }
 
   /// Stops every background flow. Their threads end on their own, within one chunk of what they read.
@@ -107,12 +90,6 @@ class AppViewModel : public QObject {
 
  private:
   AppMode::Case mode_ = AppMode::Files;
-  FlowContext context_;
-  FilesFlow files_{context_};
-  TextFlow text_{context_};
-  VerifyFlow verify_{context_};
-  ManifestFlow manifest_{context_};
-  CompareFlow compare_{context_};
 };
 
 }  // namespace tallyfold

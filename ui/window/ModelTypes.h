@@ -16,6 +16,12 @@ struct AppViewModelType {
   QML_UNCREATABLE("The window is given its model.")
 };
 
+struct ModeFlowsType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::ModeFlows)
+  QML_ANONYMOUS
+};
+
 struct ModeRowType {
   Q_GADGET
   QML_FOREIGN(tallyfold::ModeRow)
