@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <utility>
 
+#include "checksums/ChecksumReading.h"
+#include "checksums/forms/SecondReading.h"
 #include "core/text/UnicodeText.h"
 
 namespace tallyfold::ChecksumManifestService {
@@ -56,6 +59,21 @@ std::string written(std::string_view text) {
 }
 
 }  // namespace
+
+bool isReadBack(std::string_view line, std::string_view path, HashAlgorithm algorithm) {
+  if (line.size() > maximumLineSize || line.find_first_of("\r\n") != line.npos || !isValidUTF8(line)) return false;
+  ParseResult result;
+  processLine(line, 1, algorithm, result);
+  if (result.entries.empty()) {
+    SecondReading reading({}, {algorithm, false});
+    result = {};
+    reading.processLine(line, 1, algorithm, result);
+    result = reading.finish(std::move(result)).result;
+  }
+  if (result.entries.size() != 1) return false;
+  const ChecksumManifestEntry& entry = result.entries.front();
+  return entry.relativePath == path && entry.algorithm == algorithm;
+}
 
 bool isQuotedName(std::string_view name) { return name.size() > 2 && name.front() == '"' && name.back() == '"'; }
 

@@ -47,6 +47,10 @@ struct ListReading {
 ListReading readList(const std::filesystem::path& url, const ReadingChoice& choice,
                      const std::stop_token& cancellation);
 
+/// Whether `line`, which begins a list, is read as one entry of this algorithm with this path: not every name survives
+/// in every form.
+bool isReadBack(std::string_view line, std::string_view path, HashAlgorithm algorithm);
+
 /// Whether a name stands in double quotes, as some programs write it.
 bool isQuotedName(std::string_view name);
 

@@ -1,14 +1,11 @@
 #include "export/ManifestService.h"
 
-#include <fcntl.h>
 #include <string>
-#include <system_error>
 
 #include "core/services/HashService.h"
+#include "export/AtomicWrite.h"
 #include "export/BufferedFileWriter.h"
 #include "export/ManifestRecord.h"
-#include "export/ReplacedFile.h"
-#include "export/ReplacementFolder.h"
 
 namespace tallyfold {
 
@@ -22,14 +19,6 @@ const char* ManifestServiceError::what() const noexcept {
 namespace ManifestService {
 
 namespace {
-
-FileHandle createFile(const FolderHandle& folder, const std::string& name, mode_t mode) {
-  try {
-    return folder.openFile(name, O_WRONLY | O_CREAT | O_EXCL, mode);
-  } catch (const std::system_error&) {
-    throw ManifestServiceError(ManifestServiceError::Case::fileWriteUnknown);
-  }
-}
 
 void appendQuoted(std::string& text, std::string_view field) {
   text += '"';
@@ -85,18 +74,6 @@ void writeReport(const FileHashResults& results, Format format, FileHandle& hand
   }
   if (format == Format::json) writer.append("\n]");
   writer.flush();
-  HashService::checkCancellation(cancellation);
-  handle.sync();
-}
-
-/// A name in an open folder.
-struct Place {
-  const FolderHandle& folder;
-  const std::string& name;
-};
-
-void atomicRename(const Place& source, const Place& destination) {
-  source.folder.rename(source.name, destination.folder, destination.name);
 }
 
 }  // namespace
@@ -125,23 +102,15 @@ std::string_view fileExtension(Format format) {
 
 void write(const FileHashResults& results, Format format, const fs::path& destination,
            const std::stop_token& cancellation) {
-  const FolderHandle folder = FolderHandle::open(destination.parent_path());
-  const std::string name = destination.filename();
-  // Whoever may move folders about in this one could put one of theirs in the place of the private one.
-  const mode_t mode = checkReplaceable(folder, name) ? 0600 : 0666;
-  ReplacementFolder::removeAbandoned(folder, cancellation);
-  const ReplacementFolder privateFolder(folder);
-  FileHandle report = createFile(privateFolder.folder(), privateFolder.fileName(), mode);
-  writeReport(results, format, report, cancellation);
-  keepAccess(folder, name, report);
-  report.close();
-  HashService::checkCancellation(cancellation);
-  atomicRename({privateFolder.folder(), privateFolder.fileName()}, {folder, name});
+  writeAtomically(destination, cancellation,
+                  [&](FileHandle& report) { writeReport(results, format, report, cancellation); });
 }
 
 void writeContents(const FileHashResults& results, Format format, FileHandle handle,
                    const std::stop_token& cancellation) {
   writeReport(results, format, handle, cancellation);
+  HashService::checkCancellation(cancellation);
+  handle.sync();
   handle.close();
 }
 

@@ -61,7 +61,7 @@ void removeIfAbandoned(const FolderHandle& parent, const std::string& name) {
 
   std::optional<std::string> file;
   bool isOurs = true;
-  folder.visitNames([&](std::string_view item) {
+  folder.visitItems([&](std::string_view item, ItemKind) {
     isOurs = !file && Uuid::isString(item);
     file = item;
     return isOurs;
@@ -108,7 +108,7 @@ void ReplacementFolder::removeAbandoned(const FolderHandle& parent, const std::s
   int names = 0;
   int folders = 0;
   ignoringFailure([&] {
-    parent.openFolder(".").visitNames([&](std::string_view name) {
+    parent.openFolder(".").visitItems([&](std::string_view name, ItemKind) {
       HashService::checkCancellation(cancellation);
       if (name.starts_with(kPrefix) && Uuid::isString(name.substr(kPrefix.size()))) {
         ignoringFailure([&] { removeIfAbandoned(parent, std::string(name)); });

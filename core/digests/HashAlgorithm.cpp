@@ -10,6 +10,13 @@ namespace tallyfold {
 
 std::string_view HashAlgorithm::rawValue() const { return catalogueRow(*this).rawValue; }
 
+std::string_view HashAlgorithm::listName() const { return catalogueRow(*this).listNames.usual; }
+
+std::string HashAlgorithm::listFileName() const {
+  const ListNames& names = catalogueRow(*this).listNames;
+  return std::string(names.other.empty() ? names.usual : names.other) + "SUMS";
+}
+
 std::string_view HashAlgorithm::classification() const { return catalogueRow(*this).classification; }
 
 std::size_t HashAlgorithm::hexLength() const { return catalogueRow(*this).hexLength; }

@@ -58,6 +58,12 @@ class HashAlgorithm {
   /// Length of the digest in hexadecimal characters.
   [[nodiscard]] std::size_t hexLength() const;
 
+  /// What the lines of checksum lists usually call it, "SHA256".
+  [[nodiscard]] std::string_view listName() const;
+
+  /// What a list of its checksums is usually called, "SHA256SUMS", "B3SUMS".
+  [[nodiscard]] std::string listFileName() const;
+
   /// The algorithm with exactly this raw value, case-sensitively, or none.
   static std::optional<HashAlgorithm> init(std::string_view rawValue);
 

@@ -12,6 +12,25 @@
 
 namespace tallyfold {
 
+namespace {
+
+ItemKind kindOfEntry(unsigned char type) {
+  switch (type) {
+    case DT_REG:
+      return ItemKind::regularFile;
+    case DT_DIR:
+      return ItemKind::folder;
+    case DT_LNK:
+      return ItemKind::link;
+    case DT_UNKNOWN:
+      return ItemKind::unknown;
+    default:
+      return ItemKind::other;
+  }
+}
+
+}  // namespace
+
 FolderHandle FolderHandle::open(const std::filesystem::path& path) {
   return FolderHandle(FileHandle::openFolder(path.empty() ? "." : path));
 }
@@ -67,7 +86,12 @@ bool FolderHandle::tryLock() const {
          }) == 0;
 }
 
-void FolderHandle::visitNames(const std::function<bool(std::string_view)>& visit) const {
+ItemKind FolderHandle::kindOf(const std::string& name) const {
+  const std::optional<struct stat> status = statusOf(name);
+  return status ? kindOfEntry(static_cast<unsigned char>(IFTODT(status->st_mode))) : ItemKind::other;
+}
+
+void FolderHandle::visitItems(const std::function<bool(std::string_view, ItemKind)>& visit) const {
   alignas(dirent64) std::array<std::byte, 32'768> entries{};
   while (true) {
     const auto size = static_cast<std::size_t>(checked(
@@ -77,8 +101,9 @@ void FolderHandle::visitNames(const std::function<bool(std::string_view)>& visit
       unsigned short length = 0;
       std::memcpy(&length, entries.data() + place + offsetof(dirent64, d_reclen), sizeof length);
       const std::string_view name(reinterpret_cast<const char*>(entries.data() + place + offsetof(dirent64, d_name)));
+      const auto type = std::to_integer<unsigned char>(entries[place + offsetof(dirent64, d_type)]);
       place += length;
-      if (name != "." && name != ".." && !visit(name)) return;
+      if (name != "." && name != ".." && !visit(name, kindOfEntry(type))) return;
     }
   }
 }

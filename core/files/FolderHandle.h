@@ -12,11 +12,18 @@
 
 namespace tallyfold {
 
+/// What an item of a folder is, as far as the folder itself tells; `unknown` where its file system keeps that
+/// elsewhere.
+enum class ItemKind { regularFile, folder, link, other, unknown };
+
 /// One open folder. Whatever becomes of its path, all operations are about this folder and the items that are in it by
 /// then; none follows a link. Names are single ones, without "/". Failures are std::system_error with the system's
 /// error number. Not thread-safe.
 class FolderHandle {
  public:
+  /// `folder` must be one; to read its names, it must be open for reading.
+  explicit FolderHandle(FileHandle folder) : folder_(std::move(folder)) {}
+
   /// Links in `path` are followed. The folder need not be readable.
   static FolderHandle open(const std::filesystem::path& path);
 
@@ -42,13 +49,14 @@ class FolderHandle {
   /// False when another has it. Folders that were opened by their path, and some file systems, cannot be locked.
   [[nodiscard]] bool tryLock() const;
 
-  /// Names of the items, as the system has them, without "." and "..", until `visit` returns false. At most
-  /// once for each handle.
-  void visitNames(const std::function<bool(std::string_view name)>& visit) const;
+  /// The kind of an item; `other` where there is no such item.
+  [[nodiscard]] ItemKind kindOf(const std::string& name) const;
+
+  /// The items, as the system has them, without "." and "..", until `visit` returns false. At most once for each
+  /// handle.
+  void visitItems(const std::function<bool(std::string_view name, ItemKind kind)>& visit) const;
 
  private:
-  explicit FolderHandle(FileHandle folder) : folder_(std::move(folder)) {}
-
   FileHandle folder_;
 };
 

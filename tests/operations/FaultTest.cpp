@@ -206,6 +206,33 @@ class Verification : public Operation {
   fs::path root_ = folder_.path() / "link to root";
 };
 
+/// Of a folder with another one in it. Nothing is left out without a word.
+class Walk : public Operation {
+ public:
+  Walk() {
+    fs::create_directories(folder_.path() / "dir");
+    for (unsigned i = 0; i < 2; ++i) folder_.file(i == 0 ? "a" : "dir/b", randomBytes(1000, i));
+  }
+
+  Lines run(const std::stop_token& cancellation) override { return outcomesOfWalk(folder_.path(), cancellation); }
+
+  void check(const Lines& outcome, const Lines& undisturbed, const System& system, std::size_t call,
+             const Fault& fault) const override {
+    if (system.name(call) == "close" && !fault.isForGood) {
+      EXPECT_EQ(outcome, undisturbed);
+      return;
+    }
+    const auto isToldOf = [&](std::string_view path) {
+      return std::ranges::any_of(outcome, [&](const std::string& line) {
+        return line.starts_with("error: ") || (line.starts_with(path) && line.find(": error: ") != line.npos);
+      });
+    };
+    const bool isWhole = std::ranges::includes(outcome, undisturbed);
+    EXPECT_TRUE(isWhole || isToldOf("/") || isToldOf("dir/") || isToldOf("a")) << testing::PrintToString(outcome);
+  }
+  [[nodiscard]] bool looksAfterTheLastRead() const override { return true; }
+};
+
 /// Over an old, private report, beside what a killed export has left, in a folder that has new files be readable for
 /// another user. With a list of its own, that user may read the old report as well.
 class Export : public Operation {
@@ -346,6 +373,7 @@ INSTANTIATE_TEST_SUITE_P(
                         Undertaking{"WideListLoad", [] { return std::make_unique<ListLoad>(true); }},
                         Undertaking{"Verification", [] { return std::make_unique<Verification>(); }},
                         Undertaking{"VerificationOnAnOldSystem", [] { return std::make_unique<Verification>(); }, true},
+                        Undertaking{"Walk", [] { return std::make_unique<Walk>(); }},
                         Undertaking{"Export", [] { return std::make_unique<Export>(false); }},
                         Undertaking{"ExportWithAccessList", [] { return std::make_unique<Export>(true); }}),
         testing::Values(Fault{"IsInterrupted", EINTR}, Fault{"FailsToWorkOnTheDisk", EIO},

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "checksums/ChecksumReading.h"
+#include "checksums/FolderFiles.h"
 #include "checksums/ListReading.h"
 #include "checksums/ManifestVerification.h"
 #include "tests/export/ExportTest.h"
@@ -35,6 +36,30 @@ inline Lines outcomesOfVerification(const fs::path& root, const std::vector<std:
       lines.push_back(notHashed != nullptr ? "error: " + notHashed->sentence
                                            : std::string(*std::get<DigestMap>(outcome).find(HashAlgorithm::sha256)));
     }
+  });
+  return failure.empty() ? lines : Lines{failure};
+}
+
+/// What a walk below `root` finds: each file with its digest, each folder that cannot be read, or why there is neither.
+inline Lines outcomesOfWalk(const fs::path& root, const std::stop_token& cancellation = {}) {
+  Lines lines;
+  const std::string failure = attempted([&] {
+    const FolderFiles files(ChecksumManifestService::captureRootIdentity(root, cancellation));
+    Lines paths;
+    const auto add = [&](std::string path) { return paths.push_back(std::move(path)), true; };
+    const FolderWalk walk = files.walk(cancellation, add);
+    for (const auto& [path, sentence] : walk.unreadFolders) lines.push_back((path + "/: error: ").append(sentence));
+    std::ranges::sort(paths);
+    for (const std::string& path : paths) {
+      lines.push_back(path + ": " + attempted([&] {
+                        const DigestMap digests =
+                            files.hash(path, {HashAlgorithm::sha256}, cancellation, [](double) {});
+                        return std::string(*digests.find(HashAlgorithm::sha256));
+                      }));
+      if (lines.back().ends_with("cancelled")) throw CancellationError();
+    }
+    lines.push_back(std::to_string(walk.linkCount) + " links, " + std::to_string(walk.otherCount) + " others, " +
+                    std::to_string(walk.folderCount) + " folders");
   });
   return failure.empty() ? lines : Lines{failure};
 }

@@ -1,0 +1,99 @@
+#include "checksums/FolderFiles.h"
+
+#include <exception>
+#include <fcntl.h>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "checksums/FileBelow.h"
+#include "core/base/Errors.h"
+#include "core/files/FolderHandle.h"
+
+namespace tallyfold {
+
+namespace {
+
+/// The folders that are still to be read: of a tree, first the deepest, so that few wait.
+class WaitingFolders {
+ public:
+  /// False where there is no more room.
+  bool add(std::string path) {
+    if (paths_.size() == FolderFiles::maximumWaitingFolders) return false;
+    if (path.size() > FolderFiles::maximumWaitingSize - size_) return false;
+    size_ += path.size();
+    paths_.push_back(std::move(path));
+    return true;
+  }
+  bool isEmpty() const { return paths_.empty(); }
+  std::string take() {
+    std::string path = std::move(paths_.back());
+    paths_.pop_back();
+    size_ -= path.size();
+    return path;
+  }
+
+ private:
+  std::vector<std::string> paths_;
+  std::size_t size_ = 0;
+};
+
+}  // namespace
+
+FolderFiles::FolderFiles(const ManifestRootIdentity& root) : root_(FileHandle::openFolder(root.canonicalPath)) {
+  const FileSnapshot opened = root_.snapshot();
+  if (opened.device == root.snapshot.device && opened.inode == root.snapshot.inode) return;
+  throw ManifestPathError(ManifestPathError::Case::rootChangedDuringVerification);
+}
+
+FolderWalk FolderFiles::walk(const std::stop_token& cancellation, const std::function<bool(std::string)>& visit) const {
+  FolderWalk result;
+  WaitingFolders waiting;
+  waiting.add("");
+  while (result.isComplete && !waiting.isEmpty()) {
+    const std::string path = waiting.take();
+    const std::string prefix = path.empty() ? path : path + '/';
+    try {
+      const FolderHandle folder(root_.openBelow(path.empty() ? "." : path, O_RDONLY | O_DIRECTORY));
+      folder.visitItems([&](std::string_view name, ItemKind kind) {
+        HashService::checkCancellation(cancellation);
+        std::string item = prefix;
+        item += name;
+        if (kind == ItemKind::unknown) kind = folder.kindOf(std::string(name));
+        if (kind == ItemKind::regularFile) {
+          result.isComplete = visit(std::move(item));
+        } else if (kind == ItemKind::folder) {
+          result.isComplete = waiting.add(std::move(item));
+        } else {
+          ++(kind == ItemKind::link ? result.linkCount : result.otherCount);
+        }
+        return result.isComplete;
+      });
+      ++result.folderCount;
+    } catch (const std::system_error&) {
+      ++result.unreadFolderCount;
+      if (result.unreadFolders.size() < FolderWalk::maximumUnreadFolders) {
+        result.unreadFolders.push_back({path, errorDescription(std::current_exception())});
+      }
+    }
+  }
+  return result;
+}
+
+std::optional<std::int64_t> FolderFiles::shownSize(const std::string& path) const noexcept try {
+  const FileSnapshot snapshot = root_.snapshotBelow(path);
+  return snapshot.isRegularFile ? std::optional(snapshot.fileSize) : std::nullopt;
+} catch (const std::exception&) {
+  return std::nullopt;
+}
+
+DigestMap FolderFiles::hash(const std::string& path, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
+                            const ProgressCallback& progress) const {
+  FileBelow file = FileBelow::open(root_, path);
+  waitUntilChangesShow(file.snapshot, cancellation);
+  DigestMap digests = HashService::hashOpenFile(file.handle, file.snapshot, algorithms, cancellation, progress).hashes;
+  file.validatePath(root_);
+  return digests;
+}
+
+}  // namespace tallyfold
