@@ -72,19 +72,34 @@ std::optional<std::int64_t> shownFileSize(std::string_view relativePath, const M
 
 ManifestGroupOutcome ManifestVerification::verify(const ManifestFileGroup& group, const std::stop_token& cancellation,
                                                   const ReadCallback& progress) {
+  lastVersion_.reset();
   try {
-    return digestsOf(group, cancellation, progress);
+    ManifestFileContentIdentity version;
+    DigestMap digests = digestsOf(group, version, cancellation, progress);
+    lastVersion_ = version;
+    return digests;
   } catch (const std::exception& failure) {
     return ManifestGroupFailure{causeOf(failure), errorDescription(std::current_exception())};
   }
 }
 
-DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, const std::stop_token& cancellation,
-                                          const ReadCallback& progress) {
+bool ManifestVerification::isStill(const ManifestFileContentIdentity& version, const ManifestFileGroup& group,
+                                   const std::stop_token& cancellation) {
+  HashService::checkCancellation(cancellation);
+  try {
+    validateRoot();
+    return open(group.relativePath, cancellation).snapshot == version;
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
+DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, ManifestFileContentIdentity& identity,
+                                          const std::stop_token& cancellation, const ReadCallback& progress) {
   HashService::checkCancellation(cancellation);
   validateRoot();
   OpenFile file = open(group.relativePath, cancellation);
-  const ManifestFileContentIdentity& identity = file.snapshot;
+  identity = file.snapshot;
   ManifestDigestCacheEntry* const cached = findCached(identity);
   HashAlgorithmSet missing = group.algorithms();
   if (cached != nullptr) {

@@ -76,6 +76,14 @@ class ManifestVerification {
       const ManifestFileGroup& group, const std::stop_token& cancellation,
       const ReadCallback& progress = [](auto...) {});
 
+  /// The version of the file that the digests are of that `verify` gave last; none where it gave none.
+  [[nodiscard]] const std::optional<ManifestFileContentIdentity>& lastVersion() const { return lastVersion_; }
+
+  /// Whether the file of a group is reached as it is in order to be hashed, and is this version still: its digests are
+  /// those that it had as such. Opens it and reads nothing. Fails with CancellationError only.
+  [[nodiscard]] bool isStill(const ManifestFileContentIdentity& version, const ManifestFileGroup& group,
+                             const std::stop_token& cancellation);
+
  private:
   struct OpenFile {
     FileHandle handle;
@@ -83,8 +91,8 @@ class ManifestVerification {
     std::string path;  ///< Below the root, without links.
   };
 
-  DigestMap digestsOf(const ManifestFileGroup& group, const std::stop_token& cancellation,
-                      const ReadCallback& progress);
+  DigestMap digestsOf(const ManifestFileGroup& group, ManifestFileContentIdentity& identity,
+                      const std::stop_token& cancellation, const ReadCallback& progress);
   void validateRoot();
   [[nodiscard]] bool isRootWithoutLinksUnchanged() const;
   [[nodiscard]] OpenFile open(std::string_view relativePath, const std::stop_token& cancellation) const;
@@ -97,6 +105,7 @@ class ManifestVerification {
   std::optional<FileHandle> root_;  ///< Open from the first group on.
   std::optional<FileHandle> top_;   ///< "/", where the root was chosen by a path without links.
   FixedCapacityCache<ManifestFileContentIdentity, ManifestDigestCacheEntry> cache_;
+  std::optional<ManifestFileContentIdentity> lastVersion_;
 };
 
 }  // namespace tallyfold

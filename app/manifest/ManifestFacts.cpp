@@ -84,6 +84,14 @@ bool ManifestFlow::offersReadingWithoutQuotes() const {
          std::cmp_equal(causes_.missingQuoted, reading_.quotedNameCount);
 }
 
+QString ManifestFlow::manifestRestVerb() const {
+  using Stage = ManifestTally::Stage;
+  if (isBusy()) return {};
+  if (causes_.rootChanged > 0) return tr("Verify the Rest Again");
+  const bool isCutShort = stage_ == Stage::cancelled || stage_ == Stage::stoppedByError;
+  return isCutShort && !checked_.empty() ? tr("Verify the Rest") : QString();
+}
+
 QString ManifestFlow::manifestRefusal() const {
   if (!url_) return tr("Choose a checksum list first.");
   if (isLoading_) return tr("The checksum list is being read.");

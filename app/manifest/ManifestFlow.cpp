@@ -189,6 +189,15 @@ void ManifestFlow::verifyManifestOrChoose() {
 
 void ManifestFlow::verifyManifest() {
   if (isVerifying_ || !rootURL_ || jobs_.total() == 0) return;
+  verify({});
+}
+
+void ManifestFlow::verifyManifestRest() {
+  if (manifestRestVerb().isEmpty()) return;
+  verify({.checked = std::exchange(checked_, {}), .states = jobs_.takeStates()});
+}
+
+void ManifestFlow::verify(ManifestRun::Kept kept) {
   resetManifestCounters();
   context().setErrorMessage(QString());
   setVerifying(true);
@@ -196,6 +205,7 @@ void ManifestFlow::verifyManifest() {
   auto run = std::make_shared<ManifestRun>();
   run->entries = entries_;
   run->root = *rootURL_;
+  run->kept = std::move(kept);
   verifyTask_.start(
       BackgroundTask::Priority::userInitiated,
       [run](const ManifestRun::Context& task) {
@@ -203,16 +213,18 @@ void ManifestFlow::verifyManifest() {
             task, [](ManifestFlow& flow, ManifestRun::Report report) { flow.applyReport(std::move(report)); },
             [run](ManifestFlow& flow, const ManifestRun::Prepared& prepared) { flow.askSizes(run, prepared); });
       },
-      [](ManifestFlow& flow, const std::exception_ptr& failure) {
-        if (failure) flow.context().setErrorMessage(failure);
-        flow.sizesTask_.abandon();
-        flow.runStatus_.end();
-        flow.setStage(failure ? ManifestTally::Stage::stoppedByError : ManifestTally::Stage::ended);
-        flow.setVerifying(false);
-        if (std::cmp_equal(flow.causes_.missing, flow.jobs_.total())) flow.lookForRoot();
-        const bool isGood = flow.manifestVerdict().tone == Tone::Good;
-        emit flow.ended(isGood ? Outcome::AllWell : Outcome::SomeFailed);
-      });
+      [](ManifestFlow& flow, const std::exception_ptr& failure) { flow.endVerification(failure); });
+}
+
+void ManifestFlow::endVerification(const std::exception_ptr& failure) {
+  if (failure) context().setErrorMessage(failure);
+  sizesTask_.abandon();
+  runStatus_.end();
+  setStage(failure ? ManifestTally::Stage::stoppedByError : ManifestTally::Stage::ended);
+  setVerifying(false);
+  if (manifestRestVerb().isEmpty()) checked_ = decltype(checked_)();
+  if (std::cmp_equal(causes_.missing, jobs_.total())) lookForRoot();
+  emit ended(manifestVerdict().tone == Tone::Good ? Outcome::AllWell : Outcome::SomeFailed);
 }
 
 // Every file is missing: perhaps they are below another folder nearby. That is only proposed.
@@ -237,6 +249,8 @@ void ManifestFlow::applyReport(ManifestRun::Report report) {
     for (const std::size_t job : report.verifying) jobs_.setState(job, ManifestJob::Verifying{});
   }
   causes_ = report.causes;
+  checked_.reserve(report.groups);
+  std::ranges::copy(report.checked, std::back_inserter(checked_));
   setProgress(report.groupsDone, report.groups);
   runStatus_.advance({.filesDone = report.groupsDone,
                       .bytesRead = report.bytesRead,
@@ -325,6 +339,7 @@ void ManifestFlow::discardManifest() {
 void ManifestFlow::resetManifestCounters() {
   jobs_.requeueAll();
   causes_ = {};
+  checked_ = decltype(checked_)();
   rootTask_.abandon();
   likelyRoot_.reset();
   setProgress(0, 0);

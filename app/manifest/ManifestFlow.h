@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -44,6 +45,7 @@ class ManifestFlow : public tallyfold::Flow {
   Q_PROPERTY(QString manifestAlgorithm READ manifestAlgorithm NOTIFY manifestLinesChanged)
   Q_PROPERTY(QString proposedManifestAlgorithm READ proposedManifestAlgorithm NOTIFY manifestLinesChanged)
   Q_PROPERTY(bool offersReadingWithoutQuotes READ offersReadingWithoutQuotes NOTIFY manifestStatusChanged)
+  Q_PROPERTY(QString manifestRestVerb READ manifestRestVerb NOTIFY manifestStatusChanged)
   Q_PROPERTY(double manifestProgress READ manifestProgress NOTIFY manifestProgressChanged)
   Q_PROPERTY(QString manifestProgressFigure READ manifestProgressFigure NOTIFY manifestProgressChanged)
   Q_PROPERTY(tallyfold::RunStatus* runStatus READ runStatus CONSTANT)
@@ -94,6 +96,8 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] QString proposedManifestAlgorithm() const;
   /// Every name in double quotes is missing: they may not be part of the names.
   [[nodiscard]] bool offersReadingWithoutQuotes() const;
+  /// What `verifyManifestRest` is offered as; empty while it is not.
+  [[nodiscard]] QString manifestRestVerb() const;
   /// Of the files that the list names, 0 to 1. A file that is named several times counts once.
   [[nodiscard]] double manifestProgress() const;
   /// "12 of 1,204 files"; empty while there is none.
@@ -124,6 +128,9 @@ class ManifestFlow : public tallyfold::Flow {
   /// What was dropped: of `urls`, the first folder is the root, and the first file the list.
   Q_INVOKABLE void dropManifest(const QList<QUrl>& urls);
   Q_INVOKABLE void verifyManifest();
+  /// Verifies what a run left, because the folder changed or it did not come to its end, and keeps what it found of
+  /// those files that are the same still. Ignored while that is not offered.
+  Q_INVOKABLE void verifyManifestRest();
   /// Verifies, or asks for what that needs first: the list, else the root folder.
   Q_INVOKABLE void verifyManifestOrChoose();
   Q_INVOKABLE void cancelManifestVerification();
@@ -156,6 +163,8 @@ class ManifestFlow : public tallyfold::Flow {
   void forgetChoice();
   void discardManifest();
   void resetManifestCounters();
+  void verify(ManifestRun::Kept kept);
+  void endVerification(const std::exception_ptr& failure);
   void lookForRoot();
   void applyReport(ManifestRun::Report report);
   void askSizes(const std::shared_ptr<const ManifestRun>& run, const ManifestRun::Prepared& prepared);
@@ -179,7 +188,8 @@ class ManifestFlow : public tallyfold::Flow {
   qint64 unsupportedLineCount_ = 0;
   bool showsWarnings_ = false;
   ManifestRun::Causes causes_;
-  qint64 droppedListCount_ = 0;  // With this list, when there were several.
+  std::vector<ManifestRun::Checked> checked_;  // In this run; kept for another as long as one is offered.
+  qint64 droppedListCount_ = 0;                // With this list, when there were several.
   QString readError_;
   qint64 unreadableLine_ = 0;  // That the error is about; 0 when it is not about one.
   ManifestTally::Stage stage_ = ManifestTally::Stage::none;

@@ -169,4 +169,14 @@ void ManifestJobListModel::requeueAll() {
   for (std::size_t job = 0; job < jobs_.size(); ++job) setState(job, ManifestJob::Queued{});
 }
 
+std::vector<ManifestJob::State> ManifestJobListModel::takeStates() {
+  std::vector<ManifestJob::State> states;
+  states.reserve(jobs_.size());
+  const Batch batch(*this);
+  for (std::size_t job = 0; job < jobs_.size(); ++job) {
+    changeJob(job, [&] { states.push_back(std::exchange(jobs_[job].state, ManifestJob::Queued{})); });
+  }
+  return states;
+}
+
 }  // namespace tallyfold

@@ -58,6 +58,8 @@ class ManifestJobListModel : public tallyfold::FilteredListModel {
   /// `job` is an index of `jobs()`, not of the rows shown.
   void setState(std::size_t job, ManifestJob::State state);
   void requeueAll();
+  /// The same, and gives the states that the jobs were in, in their order.
+  std::vector<ManifestJob::State> takeStates();
 
  private:
   [[nodiscard]] int stateOf(std::size_t job) const override;

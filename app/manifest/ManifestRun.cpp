@@ -75,24 +75,36 @@ void ManifestRun::work(const Context& context, const Taker& take, const GroupsTa
   };
   std::vector<std::size_t> jobs;
   std::vector<Finding> findings;
+  std::vector<Checked> checked;
+  auto earlier = kept.checked.begin();
   for (const ManifestFileGroup& group : prepared->groups) {
     HashService::checkCancellation(cancellation);
     const auto report = [&](std::vector<std::size_t> verifying) {
       const auto add = [&](Report& waiting) {
         waiting.verifying = std::move(verifying);
         std::ranges::move(findings, std::back_inserter(waiting.findings));
+        std::ranges::move(checked, std::back_inserter(waiting.checked));
         tellPlace(waiting);
       };
       context.gather(reports, add, take);
       findings.clear();
+      checked.clear();
     };
     jobs.clear();
     for (const ChecksumManifestEntry& entry : group.entries) jobs.push_back(indexOf(entry));
     now.running = jobs.front();
     report(jobs);
-    const ManifestGroupOutcome outcome = verification.verify(group, cancellation, read);
-    count(group, outcome, now.causes);
-    for (std::size_t i = 0; i < jobs.size(); ++i) findings.push_back({jobs[i], stateOf(group.entries[i], outcome)});
+    while (earlier != kept.checked.end() && earlier->job < jobs.front()) ++earlier;
+    const bool wasChecked = earlier != kept.checked.end() && earlier->job == jobs.front();
+    if (wasChecked && verification.isStill(earlier->version, group, cancellation)) {
+      for (const std::size_t job : jobs) findings.push_back({job, kept.states[job]});
+      checked.push_back(*earlier);
+    } else {
+      const ManifestGroupOutcome outcome = verification.verify(group, cancellation, read);
+      count(group, outcome, now.causes);
+      for (std::size_t i = 0; i < jobs.size(); ++i) findings.push_back({jobs[i], stateOf(group.entries[i], outcome)});
+      if (verification.lastVersion()) checked.push_back({jobs.front(), *verification.lastVersion()});
+    }
     ++now.groupsDone;
     now.bytesOfRunning = 0;
     now.fraction = 0;

@@ -10,6 +10,7 @@
 #include "app/manifest/ManifestJob.h"
 #include "app/tasks/BackgroundTask.h"
 #include "checksums/ChecksumManifestEntry.h"
+#include "core/files/FileSnapshot.h"
 
 namespace tallyfold {
 
@@ -31,12 +32,23 @@ struct ManifestRun {
     std::size_t absolutePath = 0;
     std::size_t rootChanged = 0;
   };
+  /// The version of a file that entries were checked with.
+  struct Checked {
+    std::size_t job;  ///< The first of them.
+    FileSnapshot version;
+  };
+  /// What an earlier run over the same entries and root has found out.
+  struct Kept {
+    std::vector<Checked> checked;            ///< In the order of the entries.
+    std::vector<ManifestJob::State> states;  ///< Of all entries; those of the groups above are outcomes.
+  };
   /// What was found out since the last time.
   struct Report {
     std::vector<std::size_t> verifying;  ///< Jobs of the group under way, unless they were reported as such before.
     std::vector<Finding> findings;
-    Causes causes;               ///< Of all findings since the start.
-    std::size_t groupsDone = 0;  ///< Of all groups, since the start.
+    std::vector<Checked> checked;  ///< Of these findings.
+    Causes causes;                 ///< Of all findings since the start.
+    std::size_t groupsDone = 0;    ///< Of all groups, since the start.
     std::size_t groups = 0;
     std::size_t running = 0;          ///< A job of the group under way, or of the last one.
     std::int64_t bytesRead = 0;       ///< Since the start.
@@ -51,6 +63,7 @@ struct ManifestRun {
 
   std::shared_ptr<const ManifestEntries> entries;
   std::filesystem::path root;
+  Kept kept{};  ///< Holds again for files that are the same version still; they are not read.
 
   /// `takeGroups` comes first: what will be verified, in this order.
   void work(const Context& context, const Taker& take, const GroupsTaker& takeGroups) const;

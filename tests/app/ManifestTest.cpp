@@ -216,6 +216,34 @@ TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {
   EXPECT_EQ(title(), "4 entries, not verified yet") << "Another root ends the run and what it found";
 }
 
+TEST_F(ManifestFlow, RestIsVerifiedAndWhatIsTheSameStillIsNotReadAgain) {
+  using testing::StartsWith;
+  auto& flow = *model_->manifest();
+  const auto end = [&] {
+    gate_.open();
+    ASSERT_TRUE(reached([&] { return !flow.isManifestVerifying() && BackgroundTask::waitForAll(patience); }));
+  };
+  const auto expectRest = [&](const char* verb, const char* first, std::int64_t bytesRead) {
+    end();
+    EXPECT_EQ(flow.manifestRestVerb(), verb);
+    calls_.bytesRead = 0;
+    flow.verifyManifestRest();
+    EXPECT_THAT(counts(), Each(0)) << "Nothing holds before it was looked at";
+    end();
+    EXPECT_THAT(statuses(), ElementsAre(StartsWith(first), "Match", "Match", "No such file or directory"));
+    EXPECT_EQ(calls_.bytesRead, bytesRead);
+    EXPECT_EQ(flow.manifestRestVerb(), "");
+    gate_.close();
+  };
+  holdInMidRun();
+  folder_.file("root/new", "abc");
+  expectRest("Verify the Rest Again", "Match", 0);
+  holdInMidRun();
+  flow.cancelManifestVerification();
+  folder_.file("root/abc", "cba");
+  expectRest("Verify the Rest", "Mismatch", 6);
+}
+
 TEST_F(ManifestFlow, RootThatIsNoFolderIsAnErrorOfTheRun) {
   load(md5OfAbc + "  abc\n");
   verify();

@@ -60,6 +60,42 @@ TEST_F(Verification, FileIsReadOncePerAlgorithmWhateverItIsCalled) {
   EXPECT_EQ(verified(verification, groupOf("dir/b")), digestOf(root / "dir/b"));
 }
 
+TEST_F(Verification, VersionIsStillThereOnlyWhereItIsReachedInside) {
+  const fs::path file = root / "dir/a";
+  const fs::path aside = folder.path() / "aside";
+  const auto makeLinkTo = [&](const fs::path& moved) {
+    fs::rename(moved, aside);
+    fs::create_symlink(aside, moved);
+  };
+  struct {
+    bool isOfRoot;
+    std::function<void()> make;
+  } const changes[]{
+      {false, [&] { makeLinkTo(file); }},
+      {false, [&] { makeLinkTo(root / "dir"); }},
+      {true, [&] { makeLinkTo(root); }},
+      {true, [&] { fs::rename(root, aside); }},
+      {false, [&] { folder.file("root/dir/a", "INSIDE"); }},
+      {false, [&] { fs::last_write_time(file, fs::last_write_time(file)); }},
+  };
+  for (const auto& change : changes) {
+    for (const char* const path : {"dir/a", "link/a"}) {
+      for (const fs::path& old : {root, aside}) fs::remove_all(old);
+      fs::create_directories(root / "dir");
+      folder.file("root/dir/a", "inside");
+      link("dir", "link");
+      ManifestVerification earlier = begun();
+      EXPECT_EQ(verified(earlier, groupOf(path)), digestOf(file));
+      folder.file("root/new", "");
+      std::optional<ManifestVerification> verification(begun());
+      EXPECT_TRUE(verification->isStill(*earlier.lastVersion(), groupOf(path), {}));
+      change.make();
+      if (!change.isOfRoot) verification.emplace(begun());
+      EXPECT_FALSE(verification->isStill(*earlier.lastVersion(), groupOf(path), {})) << path;
+    }
+  }
+}
+
 TEST(ManifestFileContentIdentity, IsThatOfOneVersionOfOneFile) {
   const auto expectOther = [](auto... fields) {
     const auto isOther = [](auto FileSnapshot::*field) {

@@ -162,7 +162,7 @@ class Verification : public Operation {
   }
 
   Lines run(const std::stop_token& cancellation) override {
-    return outcomesOfVerification(root_, {"dir/plain", "link/other", "dir\\of windows", "again"}, cancellation);
+    return outcomesOfVerification(root_, {"dir/plain", "link/other", "dir\\of windows", "again"}, cancellation, true);
   }
 
   void check(const Lines& outcome, const Lines& undisturbed, const System& system, std::size_t call,

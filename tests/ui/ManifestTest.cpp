@@ -1,5 +1,6 @@
 // The Manifest mode with real keys, a real pointer and the real clipboard.
 
+#include "tests/support/WatchedSystemCalls.h"
 #include "tests/ui/WindowFixture.h"
 
 namespace tallyfold::test {
@@ -89,6 +90,24 @@ TEST_F(ManifestTest, UserSaysWhichAlgorithmTheListIsOf) {
   driver.click("readWithoutQuotes");
   waitForVerdict("1 entry, not verified yet");
   EXPECT_EQ(driver.findItem("manifestFileReading"), nullptr);
+}
+
+TEST_F(ManifestTest, RestIsVerifiedAgainWhereTheFolderChanged) {
+  folder.file("root/abc", "abc");
+  folder.file("root/last", "abc");
+  verify(md5OfAbc + "  abc\n" + md5OfAbc + "  last\n");
+  {
+    WatchedSystemCalls system;
+    system.before = [&](std::string_view name, std::size_t) {
+      if (name == "read") fs::create_directory(root / "new");
+      return 0;
+    };
+    driver.click("verifyManifest");
+    waitForVerdict("1 entry could not be checked");
+  }
+  driver.click("verifyManifestRest");
+  waitForVerdict("All 2 entries match");
+  waitForNo("verifyManifestRest");
 }
 
 TEST_F(ManifestTest, FixedWordsAreWholeInTheSmallestWindow) {

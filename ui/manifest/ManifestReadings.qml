@@ -1,7 +1,7 @@
 import QtQuick
 import TallyFold
 
-// What the list leaves open about itself.
+// What is to be done about what the list, or its verification, has left open.
 Column {
     id: root
 
@@ -24,5 +24,12 @@ Column {
         visible: root.manifest.offersReadingWithoutQuotes
         text: qsTr("Read Names Without Quotes")
         onClicked: root.manifest.readManifestWithoutQuotes()
+    }
+
+    TFButton {
+        objectName: "verifyManifestRest"
+        visible: text !== ""
+        text: root.manifest.manifestRestVerb
+        onClicked: root.manifest.verifyManifestRest()
     }
 }
