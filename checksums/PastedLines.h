@@ -30,9 +30,9 @@ std::vector<FileChecksum> pastedLines(std::string_view text);
 /// Bytes of a list in which nobody has asked to look for a file: lists of single files and of releases are short.
 inline constexpr std::int64_t maximumSearchedListSize = 1'048'576;
 
-/// The line of the list at `list` that is for a file of this name, of several algorithms the first; several lines where
-/// they contradict each other, or are for files of this name in several folders. Fails as `readList` does, and blocks
-/// for as long.
+/// The line of the list at `list` that is for a file of this name, of several algorithms the first; two lines where
+/// there are some that contradict each other, or are for files of this name in several folders. Fails as `readList`
+/// does, and blocks for as long.
 std::vector<FileChecksum> linesFor(std::string_view fileName, const std::filesystem::path& list,
                                    const std::stop_token& cancellation);
 
