@@ -191,6 +191,7 @@ void FilesFlow::applyReports(const FileRun& run, std::vector<FileRun::Report> re
 void FilesFlow::cancelProcessing() {
   if (!isProcessing_ && !processingTask_.isRunning()) return;
   processingTask_.cancel();
+  sizesTask_.abandon();
   stage_ = Stage::cancelled;
   const FileJobListModel::Batch batch(jobs_);
   for (std::size_t job = 0; job < jobs_.jobs().size(); ++job) {

@@ -61,7 +61,10 @@ class ManifestFlow : public tallyfold::Flow {
   explicit ManifestFlow(FlowContext& context);
 
   [[nodiscard]] bool isBusy() const override { return isLoading_ || isVerifying_; }
-  void shutdown() override { cancelManifest(); }
+  void shutdown() override {
+    cancelManifest();
+    rootTask_.abandon();
+  }
 
   [[nodiscard]] QString outcomeSentence() const override { return manifestVerdict().title; }
 
