@@ -24,6 +24,7 @@ void RunStatus::advance(const Place& place) {
   if (!telling_.isActive()) return;
   meter_.advance(place.filesDone, place.bytesRead, place.readOfRunning, std::chrono::steady_clock::now());
   fileNow_ = place.file;
+  fraction_ = place.fraction;
   const double reach = (static_cast<double>(place.filesDone) + place.fraction) / static_cast<double>(files_);
   if (std::exchange(reach_, reach) != reach) emit reachChanged();
   if (file_.isEmpty()) tell();
@@ -36,6 +37,7 @@ void RunStatus::end() {
   file_.clear();
   figures_.clear();
   reach_ = 0;
+  fraction_ = 0;
   emit told();
   emit reachChanged();
 }

@@ -22,6 +22,8 @@ class RunStatus : public QObject {
   Q_PROPERTY(QString figures READ figures NOTIFY told)
   /// Of the run's files those that are finished, with the finished part of the one under way: a fraction, 0 to 1.
   Q_PROPERTY(double reach READ reach NOTIFY reachChanged)
+  /// How much of the file under way was read: 0 to 1, and 0 where its digests come in one piece.
+  Q_PROPERTY(double fraction READ fraction NOTIFY reachChanged)
 
  public:
   /// How far a run has come.
@@ -43,6 +45,7 @@ class RunStatus : public QObject {
   [[nodiscard]] QString file() const { return file_; }
   [[nodiscard]] QString figures() const { return figures_; }
   [[nodiscard]] double reach() const { return reach_; }
+  [[nodiscard]] double fraction() const { return fraction_; }
   [[nodiscard]] const RunMeter& meter() const { return meter_; }
 
  signals:
@@ -58,6 +61,7 @@ class RunStatus : public QObject {
   QString file_;
   QString figures_;
   double reach_ = 0;
+  double fraction_ = 0;
   QTimer telling_;
 };
 

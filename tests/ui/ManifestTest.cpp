@@ -126,6 +126,21 @@ TEST_F(ManifestTest, FixedWordsAreWholeInTheSmallestWindow) {
   EXPECT_TRUE(isWhole("No folder selected"));
 }
 
+TEST_F(ManifestTest, RowUnderWayTellsHowFarItIs) {
+  fs::resize_file(folder.file("root/large", ""), 16ULL << 30U);
+  folder.file("root/abc", "abc");
+  model.manifest()->setManifestRoot({fileUrl(root)});
+  const std::string lines = md5OfAbc + "  abc\n" + md5OfAbc + "  large\n" + md5OfAbc + "  abc\n";
+  model.manifest()->setManifestFile({fileUrl(folder.file("list.md5", lines))});
+  waitFor("the list", [&] { return model.manifest()->manifestRefusal().isEmpty(); });
+  model.manifest()->verifyManifest();
+  waitFor("its bar", [&] { return driver.findItem("entryProgress") != nullptr; });
+  EXPECT_GT(driver.item("entryProgress")->property("value").toDouble(), 0);
+  find(QAccessible::ProgressBar, "large");
+  driver.press({"Escape"});
+  waitFor("no bar", [&] { return driver.findItem("entryProgress") == nullptr; });
+}
+
 TEST_F(ManifestTest, RowsAreFilteredAndCopied) {
   folder.file("root/abc", "abc");
   const std::string zero(32, '0');

@@ -173,6 +173,8 @@ QtObject {
     readonly property bool isMotionWanted: DesktopSettings.isMotionWanted
     readonly property int tipDelay: 500
     readonly property int followInterval: 100
+    // Work that is done sooner does not change the height of its row.
+    readonly property int longWorkDelay: 400
     // How long a button says that it was pressed.
     readonly property int tickDuration: 1000
 

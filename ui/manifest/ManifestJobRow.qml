@@ -14,15 +14,26 @@ TFJobRow {
     required property string expected
     required property string actual
     required property int difference
+    required property RunStatus runStatus
     // Room for the largest line number of the list.
     required property real numberWidth
     readonly property bool hasFailed: state === ManifestJobListModel.Failed
     readonly property bool isMismatch: state === ManifestJobListModel.Mismatch
     readonly property color toneColor: TallyTheme.toneColor(tone)
+    // Its file takes long enough for the row to tell how far it is.
+    property bool isLong: false
 
     isBad: hasFailed || isMismatch
     Accessible.name: qsTr("Line %1, %2, %3, %4").arg(number).arg(path).arg(algorithm).arg(status)
     Accessible.description: isMismatch ? qsTr("Expected: ") + expected : ""
+
+    onStateChanged: isLong = false
+
+    Timer {
+        interval: TallyTheme.longWorkDelay
+        running: root.state === ManifestJobListModel.Verifying
+        onTriggered: root.isLong = true
+    }
 
     contentItem: Column {
         id: content
@@ -108,6 +119,20 @@ TFJobRow {
                     rightMargin: TallyTheme.space3
                     verticalCenter: parent.verticalCenter
                 }
+            }
+        }
+
+        Loader {
+            x: pathText.x
+            width: parent.width - x - TallyTheme.space3
+            active: root.isLong && root.runStatus.fraction > 0
+            visible: active
+
+            sourceComponent: TFProgress {
+                height: TallyTheme.smallControlHeight
+                barName: "entryProgress"
+                value: root.runStatus.fraction
+                label: root.path
             }
         }
 

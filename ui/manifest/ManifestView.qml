@@ -169,6 +169,7 @@ TFScreen {
             onCopyRequested: copySelected()
 
             delegate: ManifestJobRow {
+                runStatus: root.viewModel.manifest.runStatus
                 numberWidth: numberMetrics.width + TallyTheme.lineWidth
             }
         }
