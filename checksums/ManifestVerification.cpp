@@ -65,7 +65,9 @@ std::optional<std::int64_t> shownFileSize(std::string_view relativePath, const M
     try {
   const ManifestGroupingKey key = manifestGroupingKey(relativePath);
   if (key.kind != ManifestGroupingKey::Kind::normalized) return std::nullopt;
-  return lookAtWithoutLinks(root.canonicalPath + "/" + key.path).fileSize;
+  const Sight sight = lookAtWithoutLinks(root.canonicalPath + "/" + key.path);
+  // What is missing may be there under a name with slashes instead.
+  return relativePath.find('\\') == relativePath.npos ? sight.readableSize : sight.fileSize;
 } catch (const std::exception&) {
   return std::nullopt;
 }

@@ -49,8 +49,9 @@ using ManifestGroupOutcome = std::variant<DigestMap, ManifestGroupFailure>;
 /// the end. Not at all where its digests are known. Never empty; on the thread that does the work.
 using ReadCallback = std::function<void(std::int64_t bytesRead, std::int64_t fileSize)>;
 
-/// The size of the file that a list calls `relativePath`, for the screen alone: no result depends on it. None where
-/// that is not a regular file which is reached without links inside the root. Asks the file system; on any thread.
+/// How much there is to read of the file that a list calls `relativePath`, for the screen alone: no result depends on
+/// it. 0 where there is no regular file; none where that cannot be told without following links. Asks the file system;
+/// on any thread.
 std::optional<std::int64_t> shownFileSize(std::string_view relativePath, const ManifestRootIdentity& root) noexcept;
 
 /// One run of a verification. Used by one thread at a time, from any.

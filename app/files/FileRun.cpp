@@ -61,7 +61,7 @@ void FileRun::askSizes(const Context& context, const SizesTaker& take) const {
   std::vector<RunMeter::Size> sizes;
   for (const Item& item : items) {
     if (context.cancellation().stop_requested()) return;
-    sizes.push_back(lookAt(*item.url).fileSize);
+    sizes.push_back(lookAt(*item.url).readableSize);
     if (sizes.size() < atATime && &item != &items.back()) continue;
     context.post([sizes = std::exchange(sizes, {}), take](FilesFlow& flow) { take(flow, sizes); });
   }

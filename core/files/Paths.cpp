@@ -21,10 +21,11 @@ struct stat statusOf(const std::filesystem::path& path, int (SystemCalls::*look)
 
 Sight sightOf(const std::filesystem::path& path, int (SystemCalls::*look)(const char*, struct stat*)) noexcept try {
   const struct stat status = statusOf(path, look);
-  return {S_ISDIR(status.st_mode),
-          S_ISREG(status.st_mode) ? std::optional<std::int64_t>(status.st_size) : std::nullopt};
-} catch (const std::system_error&) {
-  return {};
+  if (S_ISREG(status.st_mode)) return {false, status.st_size, status.st_size};
+  return {S_ISDIR(status.st_mode), std::nullopt, 0};
+} catch (const std::system_error& error) {
+  const int number = error.code().value();
+  return {false, std::nullopt, number == ENOENT || number == ENOTDIR ? std::optional<std::int64_t>(0) : std::nullopt};
 }
 
 }  // namespace

@@ -22,6 +22,8 @@ FileSnapshot snapshotOfFolder(const std::filesystem::path& path);
 struct Sight {
   bool isFolder = false;
   std::optional<std::int64_t> fileSize;  ///< Bytes of a regular file; none of anything else, and where nothing is told.
+  /// Bytes that are there to be read: none at all where there is no regular file. Not known where nothing is told.
+  std::optional<std::int64_t> readableSize;
 };
 Sight lookAt(const std::filesystem::path& path) noexcept;
 /// Nothing is told of what a link leads to, be it the path itself or a folder on the way.

@@ -25,6 +25,16 @@ TEST_F(Verification, RootIsLookedAtForEachFileInFewCalls) {
   EXPECT_EQ(verified(verification, groupOf("missing")), kRootChanged) << "another folder";
 }
 
+TEST_F(Verification, SizesAreToldWhereNoLinkIsFollowed) {
+  folder.file("root/dir/a", "content");
+  link("dir/a", "link");
+  const ManifestRootIdentity identity = captureRootIdentity(root, {});
+  const std::vector<std::pair<std::string, std::optional<std::int64_t>>> sizes{
+      {"dir/./a", 7}, {"missing", 0}, {"dir/a/b", 0}, {"dir", 0}, {"link", {}}, {"dir\\a", {}}, {"../a", {}},
+  };
+  for (const auto& [path, size] : sizes) EXPECT_EQ(shownFileSize(path, identity), size) << path;
+}
+
 TEST_F(Verification, FileIsReadOncePerAlgorithmWhateverItIsCalled) {
   using enum HashAlgorithm::Case;
   folder.file("root/a", "content");
