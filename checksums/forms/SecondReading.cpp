@@ -81,11 +81,9 @@ void SecondReading::lookForOtherAlgorithm(std::string_view comment) {
 
 void SecondReading::offer(const UnreadLine& line, std::string warning) {
   ambiguity_ = {};
-  const std::int64_t bareDigestCount = reading_.bareDigestCount;
   for (Candidate& candidate : candidates_) {
     switch (candidate.form->take(line, *this)) {
       case Taking::no:
-        reading_.bareDigestCount = bareDigestCount;
         break;
       case Taking::yes:
         result_->unsupportedLineCount -= 1 + candidate.begunLineCount;
