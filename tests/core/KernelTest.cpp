@@ -3,6 +3,7 @@
 #include <cctype>
 #include <sys/mman.h>
 
+#include "core/blake3/BLAKE3Stream.h"
 #include "core/blake3/Constants.h"
 #include "core/blake3/Kernels.h"
 #include "core/digests/crc32/Kernels.h"
@@ -147,9 +148,29 @@ TEST_P(KernelTest, AsOtherProgramsHaveIt) {
 
 INSTANTIATE_TEST_SUITE_P(All, KernelTest, testing::ValuesIn(allCandidates()), nameOf);
 
+// Two chunks to seventeen: every width, with every number of lanes that are left over, and all that may be behind them.
+TEST(BLAKE3Kernels, EveryLengthAtOnceAsPortableByteByByte) {
+  constexpr std::size_t most = 17 * blake3::kChunkSize + 1;
+  const GuardedBytes bytes(most);
+  const auto input = bytes.last(most);
+  for (const blake3::Kernel* const kernel : blake3::kernels.supported()) {
+    BLAKE3Stream reference;
+    for (std::size_t length = 0; length <= most; ++length) {
+      blake3::kernels.pin(&blake3::kernelPortable);
+      if (length > 0) reference.update(input.subspan(length - 1, 1));
+      const std::string expected = reference.finalize();
+      blake3::kernels.pin(kernel);
+      BLAKE3Stream stream;
+      stream.update(input.first(length));
+      ASSERT_EQ(stream.finalize(), expected) << kernel->name << ": " << length;
+    }
+  }
+  blake3::kernels.pin(nullptr);
+}
+
 // No input that a test can afford has so many chunks.
 TEST(BLAKE3Kernels, ChunkCounterPassesThirtyTwoBitsWithinOneGroup) {
-  constexpr std::size_t most = 33;
+  constexpr std::size_t most = 67;
   using ChainingValues = std::array<std::uint32_t, (most + 1) * blake3::kChainingWords>;  // And the unfinished one.
   const std::string input = randomBytes(most * blake3::kChunkSize, 1);
   const auto* const bytes = reinterpret_cast<const std::uint8_t*>(input.data());
