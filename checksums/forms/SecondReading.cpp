@@ -29,6 +29,7 @@ std::string_view separatorsOf(std::string_view name) {
 bool startsWithDigest(std::string_view line, const ChecksumManifestEntry& entry) {
   if (line.starts_with('\\')) line.remove_prefix(1);
   if (line.starts_with("0x") || line.starts_with("0X")) line.remove_prefix(2);
+  if (line.starts_with(entry.expectedHash)) return true;  // As nearly all lists have it, and much faster.
   const auto lower = [](char c) { return c >= 'A' && c <= 'F' ? static_cast<char>(c + ('a' - 'A')) : c; };
   return std::ranges::equal(line.substr(0, entry.expectedHash.size()), entry.expectedHash, {}, lower);
 }
