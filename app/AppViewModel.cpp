@@ -44,7 +44,7 @@ void AppViewModel::setMode(AppMode::Case mode) {
 void AppViewModel::stepMode(int by) {
   constexpr auto modes = AppMode::allCases();
   const auto place = std::ranges::find(modes, mode_) - modes.begin() + by;
-  setMode(modes.at(std::clamp<std::ptrdiff_t>(place, 0, std::ssize(modes) - 1)));
+  setMode(modes.begin()[std::clamp<std::ptrdiff_t>(place, 0, std::ssize(modes) - 1)]);
 }
 
 QStringList AppViewModel::algorithmNames() { return displayNames(HashAlgorithmSet::all()); }
