@@ -210,7 +210,7 @@ class Tour {
     Driver::waitFor("the verdict", [&] {
       return !model_.manifest()->isManifestVerifying() && model_.manifest()->manifestErrorCount() == 2;
     });
-    for (int job = 0; job < count; ++job) {
+    for (std::size_t job = 0; job < files_.size(); ++job) {
       const ManifestJob::State& state = model_.manifest()->manifestJobs()->jobs().at(job).state;
       const auto* failed = std::get_if<ManifestJob::Failed>(&state);
       switch (job) {
