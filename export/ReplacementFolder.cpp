@@ -84,7 +84,12 @@ ReplacementFolder::ReplacementFolder(const FolderHandle& parent) : parent_(paren
     parent.makeFolder(name_, S_IRWXU);
     try {
       folder_ = parent.openFolder(name_);
-      if (isLocked(*folder_) && isStill(parent, name_, folder_->status())) return;
+      const struct stat status = folder_->status();
+      if (isLocked(*folder_) && isStill(parent, name_, status)) {
+        // What new items get in the parent, or the user's mask, may have kept the user from entering.
+        if ((status.st_mode & S_IRWXU) != S_IRWXU) folder_->setPermissions(S_IRWXU);
+        return;
+      }
     } catch (const std::system_error& error) {
       remove();
       if (error.code().value() != ENOENT) throw;

@@ -35,6 +35,9 @@ class FolderHandle {
 
   [[nodiscard]] struct stat status() const { return folder_.status(); }
 
+  /// Not of a folder that was opened by its path.
+  void setPermissions(mode_t mode) { folder_.setPermissions(mode); }
+
   /// Status of an item: of the link itself, should it be one; none when there is no such item.
   [[nodiscard]] std::optional<struct stat> statusOf(const std::string& name) const;
 
