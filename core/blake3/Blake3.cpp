@@ -213,7 +213,7 @@ void tf_blake3_update(tf_blake3* context, const void* data, std::size_t length) 
   const auto* bytes = static_cast<const std::uint8_t*>(data);
   while (length > 0) {
     std::size_t filled = context->blockLength + kBlockSize * context->blocksCompressed;
-    if (filled % kChunkSize == 0) {
+    if (filled == kChunkSize || (filled == 0 && length >= kChunkSize)) {
       const std::size_t absorbed = absorbChunks(*context, bytes, length);
       bytes += absorbed;
       length -= absorbed;
@@ -237,8 +237,10 @@ void tf_blake3_finalize(const tf_blake3* context, std::uint8_t* output) {
   for (std::uint32_t i = context->stackLength; i-- > 0;) {
     node = parentNode(*context, context->stack[i], node.compress());
   }
-  for (const std::uint32_t word : node.compress(kRoot)) {
-    for (int shift = 0; shift < 32; shift += 8) *output++ = static_cast<std::uint8_t>(word >> shift);
+  for (std::uint32_t word : node.compress(kRoot)) {
+    if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap32(word);
+    std::memcpy(output, &word, sizeof word);
+    output += sizeof word;
   }
 }
 
