@@ -19,6 +19,7 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QQuickItem>
 #include <QQuickWindow>
 
 #include "app/shared/FileLocation.h"
@@ -44,6 +45,9 @@ constexpr int patience = 120;  // Seconds of CPU time.
 constexpr int isLate = 3;      // Exit status: something was waited for in vain.
 
 const std::string md5 = "900150983cd24fb0d6963f7d28e17f72  ";
+
+constexpr std::string_view scripts =
+    "words слова λέξεις מילים كلمات शब्द কথা சொற்கள் คำ 言葉 단어 字詞 բառեր სიტყვები 😀 e\u0301 ";
 
 std::string repeated(std::string_view part, int count) {
   std::string all;
@@ -131,7 +135,23 @@ struct Victim {
     driver.click(editor);
     begin();
     driver.press({"Control_L", "v"});
-    Driver::waitFor("the text", [&] { return size() == 1'000'000; });
+    Driver::waitFor("the text", [&] { return size() > 0; });
+  }
+
+  void pasteIntoText() {
+    enter(AppMode::Text);
+    paste(QStringLiteral("textEditor"), [&] { return model.text()->textInput().size(); });
+    Driver::waitFor("the digests", [&] { return !model.text()->textHashes().algorithms().empty(); });
+  }
+
+  void resizeWithText() {
+    pasteIntoText();
+    begin();
+    for (const int width : {1100, 1200, 900}) {
+      window.resize(width, 700);
+      Driver::waitFor("the size", [&] { return window.contentItem()->width() == width; });
+      draw();
+    }
   }
 
   void drop(const std::string& type) {
@@ -207,12 +227,15 @@ std::vector<Input> inputs() {
          victim.enter(AppMode::Verify);
          victim.paste(QStringLiteral("checksumField"), [&] { return victim.model.verify()->expectedHash().size(); });
        }},
-      {"1,000,000 characters pasted into Text", text,
-       [](Victim& victim) {
-         victim.enter(AppMode::Text);
-         victim.paste(QStringLiteral("textEditor"), [&] { return victim.model.text()->textInput().size(); });
-         Driver::waitFor("the digests", [&] { return !victim.model.text()->textHashes().algorithms().empty(); });
-       }},
+      {"1,000,000 characters pasted into Text", text, [](Victim& victim) { victim.pasteIntoText(); }},
+      {"64 MB pasted into Text", [] { return repeated("all of these words. ", 3'200'000); },
+       [](Victim& victim) { victim.pasteIntoText(); }},
+      {"words in 14 scripts, the first since the start, pasted into Text", [] { return repeated(scripts, 200); },
+       [](Victim& victim) { victim.pasteIntoText(); }},
+      {"window resized with 5,000 lines in Text", [] { return repeated("a\n", 5'000); },
+       [](Victim& victim) { victim.resizeWithText(); }},
+      {"window resized with 10,000 hyphens in Text", [] { return std::string(10'000, '-'); },
+       [](Victim& victim) { victim.resizeWithText(); }},
       {"Ctrl+V in Text where the clipboard's owner is silent", nothing,
        [](Victim& victim) {
          const test::SilentClipboardOwner owner;

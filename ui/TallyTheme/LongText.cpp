@@ -29,12 +29,22 @@ bool isIntricate(QChar unit) {
   });
 }
 
-// How many characters of `text` an editor bears. To lay out more takes longer than a key may wait: marks, and what runs
-// from right to left among what does not, take several times as long as other writing.
+// How many characters of `text` an editor bears. To lay out more takes longer than a key or a new size of the window
+// may wait: lines, marks, and what runs from right to left among what does not, take several times as long as other
+// writing.
 qsizetype bearable(QStringView text) {
-  constexpr qsizetype most = 10'000;
-  const QStringView beginning = text.first(std::min(most, text.size()));
-  return std::any_of(beginning.begin(), beginning.end(), isIntricate) ? 2'500 : most;
+  constexpr qsizetype longest = 42'000;  // Microseconds, as all that follows.
+  constexpr qsizetype line = 20;
+  constexpr qsizetype simpleCharacter = 6;
+  const QStringView beginning = text.first(std::min(longest / simpleCharacter, text.size()));
+  const qsizetype character =
+      std::any_of(beginning.begin(), beginning.end(), isIntricate) ? qsizetype{16} : simpleCharacter;
+  qsizetype shown = 0;
+  for (qsizetype time = 0; shown < beginning.size(); ++shown) {
+    time += character + (beginning[shown] == u'\n' ? line : 0);
+    if (time > longest) break;
+  }
+  return shown;
 }
 
 }  // namespace
