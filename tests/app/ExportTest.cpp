@@ -108,6 +108,10 @@ TEST_F(Export, ReportThatIsSavedCanBeShown) {
     run();
     EXPECT_EQ(files.notice().kind, FilesNotice::None) << "It was about the run before";
   }
+  add({folder_.path() / "waiting"});
+  exportTo(report);
+  ASSERT_TRUE(exportEnds());
+  EXPECT_EQ(files.notice().remark, ", 4 files are not in it") << "Not all of them failed";
   files.showSavedReport();
   EXPECT_THAT(desktop_.revealed, ElementsAre(report));
 }

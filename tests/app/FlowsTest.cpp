@@ -132,6 +132,10 @@ TEST_F(VerifyFlow, LineOfTheFileIsTakenOfWhatIsPastedDroppedOrOffered) {
     EXPECT_EQ(notes(), expected);
     EXPECT_EQ(taken(), pasted);
   }
+  flow.setExpectedHash(QString::fromStdString(other + "\n" + line));
+  flow.setExpectedHash(QString::fromStdString(md5OfAbc));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(taken(), md5OfAbc) << "What was pasted last";
 
   const auto list = urlOf(folder_.file("SHA256SUMS", sha256OfAbc + "  abc.txt\n" + sha1OfAbc + "  report.pdf\n"));
   const std::string listed = "SHA-256 (abc.txt) = " + sha256OfAbc;
@@ -154,6 +158,9 @@ TEST_F(VerifyFlow, LineOfTheFileIsTakenOfWhatIsPastedDroppedOrOffered) {
   flow.useProposedList();
   EXPECT_EQ(taken(), listed);
   EXPECT_FALSE(flow.proposedList().isPresent);
+  flow.setExpectedHash({});
+  flow.setVerifyFile({urlOf(folder_.path() / "x.iso")});
+  EXPECT_FALSE(flow.proposedList().isPresent) << "What lies beside another file";
 }
 
 TEST_F(VerifyFlow, ChoiceOfTheAlgorithmIsOfferedOrOverruledInWords) {

@@ -117,7 +117,7 @@ TEST(NameSearchTest, FindsATextInWhateverWayItIsWritten) {
     const char* name;
     bool isFound;
   } cases[] = {
-      {"port", "REPORT.pdf", true},
+      {"a to z", "FROM A TO Z.pdf", true},
       {"PORT", "report.pdf", true},
       {"rt.", "report", false},
       {"report.pdf", "port", false},

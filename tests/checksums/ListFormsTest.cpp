@@ -47,7 +47,7 @@ TEST_F(ListForms, AreReadToTheLetterOrLeftUnsupported) {
       {"l", "SHA2-256(a (b)) = x)= " + d64, {"1: " + sha256 + " [a (b)) = x]"}},
       {"l", "SHA2-SHA1(a)= " + d40, {"Line 1" + kUnsupported, "1 unsupported"}},
       {"l", "BLAKE2S-256(a)= " + d64, {"Line 1" + kUnsupported, "1 unsupported"}},
-      {"l", d32 + " a  b", {"1: " + md5 + " [a  b]"}},
+      {"l", "\uFEFF" + d32 + " a  b", {"1: " + md5 + " [a  b]"}},
       {"l", "20240131 a b", {"Line 1" + kUnsupported, "1 unsupported"}},
       {"l",
        d64 + " a\n" + d64 + "  b\na " + d64,
