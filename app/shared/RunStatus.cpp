@@ -9,6 +9,15 @@
 
 namespace tallyfold {
 
+namespace {
+
+QString together(QStringList parts) {
+  parts.removeAll(QString());
+  return parts.join(QStringLiteral(" · "));
+}
+
+}  // namespace
+
 RunStatus::RunStatus() {
   telling_.setInterval(250);
   connect(&telling_, &QTimer::timeout, this, &RunStatus::tell);
@@ -36,6 +45,7 @@ void RunStatus::end() {
   fileNow_.clear();
   file_.clear();
   figures_.clear();
+  shorterFigures_.clear();
   reach_ = 0;
   fraction_ = 0;
   emit told();
@@ -45,17 +55,22 @@ void RunStatus::end() {
 void RunStatus::tell() {
   const auto now = std::chrono::steady_clock::now();
   file_ = fileNow_;
-  QStringList parts;
+  QString done;
+  QString doneInShort;
   if (const auto total = meter_.totalBytes(); !total) {
-    parts.append(tr("%1 read, total unknown").arg(formattedByteCount(meter_.bytesRead())));
+    doneInShort = formattedByteCount(meter_.bytesRead());
+    done = tr("%1 read, total unknown").arg(doneInShort);
   } else if (*total > 0) {
     const double share = static_cast<double>(meter_.bytesRead()) / static_cast<double>(*total);
-    parts.append(
-        tr("%1% of %2").arg(userLocale().toString(std::floor(share * 100), 'f', 0), formattedByteCount(*total)));
+    doneInShort = tr("%1%").arg(userLocale().toString(std::floor(share * 100), 'f', 0));
+    done = tr("%1 of %2").arg(doneInShort, formattedByteCount(*total));
   }
-  if (const auto speed = meter_.bytesPerSecond(now)) parts.append(formattedThroughput(*speed));
-  if (const auto seconds = meter_.secondsLeft(now)) parts.append(timeLeft(*seconds));
-  figures_ = parts.join(QStringLiteral(" · "));
+  const auto speed = meter_.bytesPerSecond(now);
+  const auto seconds = meter_.secondsLeft(now);
+  const QString pace = speed ? formattedThroughput(*speed) : QString();
+  const QString left = seconds ? timeLeft(*seconds) : QString();
+  figures_ = together({done, pace, left});
+  shorterFigures_ = {together({done, left}), together({doneInShort, left}), left.isEmpty() ? doneInShort : left};
   emit told();
 }
 

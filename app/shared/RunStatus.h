@@ -6,6 +6,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QTimer>
 
 #include "app/shared/RunMeter.h"
@@ -20,6 +21,8 @@ class RunStatus : public QObject {
   Q_PROPERTY(QString file READ file NOTIFY told)
   /// "43% of 8.6 GB · 1.9 GB/s · 3 s left", as far as it is known.
   Q_PROPERTY(QString figures READ figures NOTIFY told)
+  /// The same for less room, each shorter than the one before: the time left stays.
+  Q_PROPERTY(QStringList shorterFigures READ shorterFigures NOTIFY told)
   /// Of the run's files those that are finished, with the finished part of the one under way: a fraction, 0 to 1.
   Q_PROPERTY(double reach READ reach NOTIFY reachChanged)
   /// How much of the file under way was read: 0 to 1, and 0 where its digests come in one piece.
@@ -44,6 +47,7 @@ class RunStatus : public QObject {
 
   [[nodiscard]] QString file() const { return file_; }
   [[nodiscard]] QString figures() const { return figures_; }
+  [[nodiscard]] QStringList shorterFigures() const { return shorterFigures_; }
   [[nodiscard]] double reach() const { return reach_; }
   [[nodiscard]] double fraction() const { return fraction_; }
   [[nodiscard]] const RunMeter& meter() const { return meter_; }
@@ -60,6 +64,7 @@ class RunStatus : public QObject {
   QString fileNow_;
   QString file_;
   QString figures_;
+  QStringList shorterFigures_;
   double reach_ = 0;
   double fraction_ = 0;
   QTimer telling_;

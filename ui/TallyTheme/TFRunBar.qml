@@ -52,21 +52,39 @@ Item {
         }
     }
 
+    TFIconButton {
+        id: jump
+
+        objectName: "firstFailure"
+        visible: bar.hasFailures && verdict.visible
+        name: qsTr("Go to the first failure")
+        icon: "arrow.down"
+        onClicked: bar.failureWanted()
+
+        anchors {
+            right: place.left
+            rightMargin: TallyTheme.space2
+            verticalCenter: place.verticalCenter
+        }
+    }
+
     Column {
+        id: run
+
         spacing: TallyTheme.space0
 
         anchors {
             left: parent.left
-            right: place.left
+            right: jump.visible ? jump.left : place.left
             leftMargin: bar.isStacked ? 0 : actions.width + TallyTheme.space4
-            rightMargin: TallyTheme.space4
+            rightMargin: jump.visible ? TallyTheme.space1 : TallyTheme.space4
             verticalCenter: place.verticalCenter
         }
 
         Item {
             width: parent.width
-            // Room is kept while there is nothing to say.
-            height: verdictMetrics.height
+            // Room is kept while there is nothing to say. A verdict that is too long for one line takes that of the figure.
+            height: verdict.isLong ? 2 * figureMetrics.height : verdictMetrics.height
 
             TFStaticText {
                 objectName: "runningFile"
@@ -92,35 +110,27 @@ Item {
             TFText {
                 id: verdict
 
+                readonly property real wantedWidth: verdictMetrics.advanceWidth(text)
+                readonly property bool isLong: visible && wantedWidth * TallyTheme.captionSize / TallyTheme.bodySize > width
+
                 objectName: "runVerdict"
-                height: parent.height
                 visible: text !== ""
                 text: bar.verdict
                 color: TallyTheme.toneColor(bar.verdictTone)
                 elide: Text.ElideRight
-                fontSizeMode: Text.HorizontalFit
-                minimumPixelSize: TallyTheme.captionSize
+                wrapMode: Text.Wrap
+                maximumLineCount: isLong ? 2 : 1
+                font.pixelSize: wantedWidth > width ? TallyTheme.captionSize : TallyTheme.bodySize
                 font.weight: Font.DemiBold
                 Accessible.role: Accessible.AlertMessage
                 Accessible.name: text
 
                 anchors {
                     left: sign.right
-                    right: jump.visible ? jump.left : parent.right
-                    leftMargin: TallyTheme.space2
+                    right: parent.right
+                    leftMargin: TallyTheme.space1
+                    verticalCenter: parent.verticalCenter
                 }
-            }
-
-            TFIconButton {
-                id: jump
-
-                objectName: "firstFailure"
-                anchors.right: parent.right
-                anchors.verticalCenter: parent.verticalCenter
-                visible: bar.hasFailures && verdict.visible
-                name: qsTr("Go to the first failure")
-                icon: "arrow.down"
-                onClicked: bar.failureWanted()
             }
         }
 
@@ -135,9 +145,16 @@ Item {
         TFStaticText {
             id: figures
 
+            // The most that fits, or else the least.
+            function wordsFor(room: real): string {
+                const shorter = bar.status.shorterFigures;
+                return [bar.status.figures, ...shorter].find(words => figureMetrics.advanceWidth(words) <= room) ?? shorter[shorter.length - 1];
+            }
+
             width: parent.width
             height: figureMetrics.height
-            text: bar.status.file !== "" ? bar.status.figures : bar.figure
+            visible: !verdict.isLong
+            text: bar.status.file !== "" ? wordsFor(width) : bar.figure
             color: TallyTheme.secondary
             elide: Text.ElideRight
             font.pixelSize: TallyTheme.captionSize
