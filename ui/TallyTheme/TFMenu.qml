@@ -9,8 +9,16 @@ T.Menu {
     // What had the focus, and gets it back, with the ring if it had one.
     property Item opener
     property int returnReason: Qt.PopupFocusReason
+    property real leastWidth: TallyTheme.wideMenuWidth
 
-    implicitWidth: TallyTheme.wideMenuWidth
+    function widestItem(): real {
+        let widest = 0;
+        for (let i = 0; i < count; ++i)
+            widest = Math.max(widest, itemAt(i)?.implicitWidth ?? 0);
+        return widest;
+    }
+
+    implicitWidth: Math.max(leastWidth, widestItem() + leftPadding + rightPadding)
     implicitHeight: contentItem.implicitHeight + topPadding + bottomPadding
     padding: TallyTheme.space1
     margins: TallyTheme.space2

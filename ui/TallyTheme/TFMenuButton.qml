@@ -17,7 +17,7 @@ TFButton {
     TFMenu {
         id: menu
 
-        implicitWidth: TallyTheme.algorithmMenuWidth
+        leastWidth: TallyTheme.algorithmMenuWidth
 
         Repeater {
             model: root.choices

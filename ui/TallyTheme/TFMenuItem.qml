@@ -7,7 +7,9 @@ T.MenuItem {
 
     property string symbol
     property string shortcutText
+    readonly property real keysRoom: shortcutText === "" ? 0 : TallyTheme.space4 + keys.implicitWidth
 
+    implicitWidth: leftPadding + label.x + label.implicitWidth + keysRoom + rightPadding
     implicitHeight: TallyTheme.controlHeight
     leftPadding: TallyTheme.space3
     rightPadding: TallyTheme.space3
@@ -31,12 +33,11 @@ T.MenuItem {
         }
 
         TFText {
-            anchors {
-                left: item.symbol === "" ? parent.left : symbolIcon.right
-                leftMargin: item.symbol === "" ? 0 : TallyTheme.space2
-                right: keys.left
-                verticalCenter: parent.verticalCenter
-            }
+            id: label
+
+            x: item.symbol === "" ? 0 : symbolIcon.width + TallyTheme.space2
+            anchors.verticalCenter: parent.verticalCenter
+            width: parent.width - x - item.keysRoom
             text: item.text
             elide: Text.ElideRight
         }

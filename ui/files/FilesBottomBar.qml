@@ -99,7 +99,7 @@ TFRunBar {
     TFMenu {
         id: exportMenu
 
-        implicitWidth: TallyTheme.shortMenuWidth
+        leastWidth: TallyTheme.shortMenuWidth
 
         TFMenuItem {
             objectName: "exportText"
