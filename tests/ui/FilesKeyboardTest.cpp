@@ -194,6 +194,55 @@ TEST_F(FilesKeyboardTest, ArrowsMoveThroughTheListAndDeleteRemovesTheSelectedRow
   EXPECT_EQ(selectedName(), "again");
 }
 
+TEST_F(FilesKeyboardTest, TheRunningRowStaysInViewUntilTheUserScrolls) {
+  constexpr int last = 20;
+  std::vector<std::string> names;
+  for (int i = 0; i < last; ++i) names.push_back("file" + std::to_string(i));
+  add(names, abc);
+  const fs::path large = folder.file("large.img", "");
+  fs::resize_file(large, 16ULL << 30U);
+  add({large});
+  const auto isWhole = [&](int row) {
+    QQuickItem* list = driver.item("jobList");
+    QQuickItem* item = nullptr;
+    QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, item), Q_ARG(int, row));
+    return item != nullptr && list->boundingRect().contains(item->mapRectToItem(list, item->boundingRect()));
+  };
+  const RunStatus& status = *model.files()->runStatus();
+  const auto fraction = [&] {
+    return model.files()->jobs()->index(last).data(FileJobListModel::ProgressRole).toDouble();
+  };
+  driver.press({"Control_L", "Return"});
+  waitFor("the last row", [&] { return status.figures().endsWith("left") && fraction() > 0.01 && isWhole(last); });
+
+  const QQuickItem* bar = driver.item("overallProgress");
+  EXPECT_EQ(bar->property("value").toDouble(), static_cast<double>(last) / (last + 1));
+  const QQuickItem* lighter = bar->property("contentItem").value<QQuickItem*>()->childItems().first();
+  EXPECT_NEAR(lighter->width() / bar->width(), (last + fraction()) / (last + 1), 1e-6);
+
+  window.resize(window.minimumSize());
+  const QQuickItem* figures = driver.item("runFigure");
+  waitFor("the time left in little room", [&] {
+    const QString words = figures->property("text").toString();
+    return words != status.figures() && words.endsWith("left") && !figures->property("truncated").toBool();
+  });
+  waitFor("the last row", [&] { return isWhole(last); });
+
+  constexpr unsigned wheelUp = 4;
+  driver.clickAt(driver.item("jobList")->mapToGlobal(QPointF(50, 50)).toPoint(), wheelUp);
+  waitFor("other rows", [&] { return !isWhole(last); });
+  const QSignalSpy told(&status, &RunStatus::told);
+  waitFor("the run to go on", [&] { return told.count() > 2; });
+  EXPECT_FALSE(isWhole(last)) << "The user looks elsewhere";
+  driver.press({"Escape"});
+  waitFor("the end", [&] { return !model.files()->isProcessing(); });
+  tabTo("file0");
+  for (int i = 1; i < last; ++i) {
+    driver.press({"Down"});
+    waitFor("the whole row " + std::to_string(i), [&] { return isWhole(i); });
+  }
+}
+
 TEST_F(FilesKeyboardTest, SeveralRowsAreCopiedAndRemovedAtOnce) {
   model.setSelectedAlgorithms({HashAlgorithm::crc32});
   add({"a", "b", "c", "d", "e", "f"}, abc);

@@ -17,6 +17,10 @@ ListView {
     // A run is under way. Its row is kept in view, until the user looks elsewhere.
     property bool isRunning: false
     property bool isFollowing: false
+    // The row that stays in view whatever heights the rows get, until the user looks elsewhere; -1 for none.
+    property int heldRow: -1
+    // Of a row that is higher than the view its end.
+    property bool isEndHeld: false
 
     readonly property int markedCount: jobs ? jobs.markedCount : 0
     // Where a range of rows begins; -1 for the current row.
@@ -57,6 +61,30 @@ ListView {
             anchorRow = -1;
         }
         currentIndex = row;
+        hold(row, false);
+    }
+
+    // What covers the end of the list does not cover the row.
+    function hold(row: int, isItsEnd: bool) {
+        heldRow = row;
+        isEndHeld = isItsEnd;
+        holdOn();
+    }
+
+    function holdOn() {
+        if (heldRow < 0 || heldRow >= count)
+            return;
+        positionViewAtIndex(heldRow, ListView.Contain);
+        const item = itemAtIndex(heldRow);
+        if (!item)
+            return;
+        const end = item.y + item.height + bottomMargin - height;
+        contentY = Math.max(contentY, isEndHeld ? end : Math.min(item.y, end));
+    }
+
+    function lookElsewhere() {
+        isFollowing = false;
+        heldRow = -1;
     }
 
     spacing: TallyTheme.lineWidth
@@ -79,7 +107,10 @@ ListView {
             currentIndex = 0;
     }
     onIsRunningChanged: isFollowing = isRunning
-    onMovementStarted: isFollowing = false
+    onMovementStarted: lookElsewhere()
+    onContentHeightChanged: Qt.callLater(holdOn)
+    onHeightChanged: Qt.callLater(holdOn)
+    onBottomMarginChanged: Qt.callLater(holdOn)
     // Tab comes to the row first, not to what in it had the focus last.
     onActiveFocusChanged: {
         if (!activeFocus && currentItem)
@@ -104,9 +135,8 @@ ListView {
         if (!event.accepted)
             return;
         select(Math.max(0, Math.min(currentIndex + strides[event.key], count - 1)), event.modifiers & Qt.ShiftModifier);
-        // The last row may be higher than the rows before it let expect.
-        if (currentIndex === count - 1)
-            positionViewAtEnd();
+        if (event.key === Qt.Key_End)
+            hold(currentIndex, true);
     }
     Keys.onEscapePressed: event => {
         event.accepted = markedCount > 0 || jobs.search !== "";
@@ -117,16 +147,19 @@ ListView {
     }
 
     T.ScrollBar.vertical: TFScrollBar {
-        onPressedChanged: list.isFollowing = list.isFollowing && !pressed
+        onPressedChanged: {
+            if (pressed)
+                list.lookElsewhere();
+        }
     }
 
-    // Again and again: rows get other heights by what comes of them.
+    // Now and then, as there are runs of very many rows in a second.
     Timer {
         interval: TallyTheme.followInterval
         repeat: true
         triggeredOnStart: true
         running: list.visible && list.isFollowing && list.jobs.runningRow >= 0
-        onTriggered: list.positionViewAtIndex(list.jobs.runningRow, ListView.Contain)
+        onTriggered: list.hold(list.jobs.runningRow, false)
     }
 
     // The selection stays with its job, or goes to the next that is shown.
@@ -144,6 +177,7 @@ ListView {
 
         function onModelReset() {
             list.anchorRow = -1;
+            list.heldRow = -1;
         }
 
         function onRowsInserted() {
@@ -152,6 +186,7 @@ ListView {
 
         function onRowsRemoved() {
             list.anchorRow = -1;
+            list.heldRow = -1;
         }
 
         target: list.jobs

@@ -23,6 +23,8 @@ FocusScope {
     property bool isDense: isShort
     // What needs this height in all, from the title on; what is higher than the screen scrolls.
     property real leastHeight: 0
+    // What shows how work goes on, or what came of it: it is seen whatever has the keys.
+    property Item shown: null
     // Stays below what scrolls; its parent is the screen.
     property TFRunBar bar: null
     // What gets the keys when the screen comes, and when what had them cannot keep them.
@@ -52,6 +54,10 @@ FocusScope {
             takeKeyboard();
         lastFirstPlace = firstPlace;
     }
+    onShownChanged: {
+        if (shown)
+            Qt.callLater(viewport.revealNow);
+    }
     Component.onCompleted: takeKeyboard()
 
     Flickable {
@@ -59,8 +65,11 @@ FocusScope {
 
         readonly property Item place: Window.activeFocusItem
 
-        // What gets the keys is seen.
-        function reveal() {
+        function revealNow() {
+            reveal(screen.shown ?? place);
+        }
+
+        function reveal(place: Item) {
             let part = place;
             while (part && part !== page)
                 part = part.parent;
@@ -77,10 +86,11 @@ FocusScope {
         interactive: contentHeight > height
         clip: interactive
         boundsBehavior: Flickable.StopAtBounds
-        onPlaceChanged: reveal()
+        // What gets the keys is seen.
+        onPlaceChanged: reveal(place)
         onHeightChanged: {
             contentY = 0;
-            reveal();
+            Qt.callLater(revealNow);
         }
 
         T.ScrollBar.vertical: TFScrollBar {

@@ -10,6 +10,7 @@ TFScreen {
 
     mode: AppMode.Compare
     leastHeight: (comparison.visible ? comparison.y + comparison.height : row.y + row.height) + gutter
+    shown: verdict.isPresent ? comparison : null
     firstPlace: {
         if (first.isEmpty)
             return first.choosePlace;

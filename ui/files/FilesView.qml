@@ -22,6 +22,7 @@ TFScreen {
     isDense: isShort || hasJobs
     leastHeight: listCard.y + TallyTheme.leastListHeight + listCard.anchors.bottomMargin
     bar: bottomBar
+    shown: list.isFollowing ? list : null
 
     DropCard {
         id: dropCard
@@ -147,7 +148,7 @@ TFScreen {
     TFMenu {
         id: rowMenu
 
-        implicitWidth: TallyTheme.listMenuWidth
+        leastWidth: TallyTheme.listMenuWidth
 
         TFMenuItem {
             objectName: "copyChecksums"

@@ -28,6 +28,7 @@ TFScreen {
     isShort: height < TallyTheme.shortHeight
     leastHeight: listCard.y + TallyTheme.leastListHeight + gap
     bar: bottomBar
+    shown: rows.isFollowing ? rows : null
 
     Item {
         id: cards
@@ -216,7 +217,7 @@ TFScreen {
     TFMenu {
         id: rowMenu
 
-        implicitWidth: TallyTheme.listMenuWidth
+        leastWidth: TallyTheme.listMenuWidth
 
         TFMenuItem {
             objectName: "copyRow"
