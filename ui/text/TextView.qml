@@ -6,8 +6,11 @@ import TallyFold
 TFScreen {
     id: root
 
+    // What everything but the checksums needs at the least.
+    readonly property real leastRest: header.y + header.height + TallyTheme.space4 + TallyTheme.leastEditorHeight + count.height + TallyTheme.space4 + TallyTheme.space4
+
     mode: AppMode.Text
-    leastHeight: header.y + header.height + TallyTheme.space4 + TallyTheme.leastEditorHeight + count.height + TallyTheme.space4 + Math.min(TallyTheme.leastListHeight, rowsCard.wantedHeight) + TallyTheme.space4
+    leastHeight: leastRest + Math.min(TallyTheme.leastListHeight, rowsCard.wantedHeight)
     firstPlace: editor.editor
     title: qsTr("Text Hashing")
     subtitle: qsTr("Calculate the checksums of a piece of text as it is typed.")
@@ -91,7 +94,7 @@ TFScreen {
 
         readonly property real wantedHeight: rows.contentHeight + 2 * TallyTheme.space2
 
-        height: Math.min(wantedHeight, Math.max(parent.height * TallyTheme.checksumsShare, TallyTheme.leastListHeight))
+        height: Math.min(wantedHeight, Math.max(Math.min(parent.height * TallyTheme.checksumsShare, parent.height - root.leastRest), TallyTheme.leastListHeight))
 
         anchors {
             left: parent.left

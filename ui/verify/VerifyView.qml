@@ -21,6 +21,11 @@ TFScreen {
         clip: true
         boundsBehavior: Flickable.StopAtBounds
         contentHeight: column.implicitHeight + TallyTheme.space4
+        // A verdict is seen when it comes.
+        onContentHeightChanged: {
+            if (banner.visible)
+                contentY = Math.max(0, Math.min(banner.y, contentHeight - height));
+        }
 
         anchors {
             left: parent.left
@@ -138,7 +143,7 @@ TFScreen {
 
                     Item {
                         width: parent.width
-                        height: Math.max(TallyTheme.controlHeight, readAs.visible ? readAs.height : 0)
+                        height: Math.max(TallyTheme.controlHeight, readAs.visible ? readAs.height : recognised.implicitHeight)
 
                         TFMenuButton {
                             id: algorithm
@@ -152,14 +157,19 @@ TFScreen {
                         }
 
                         TFStaticText {
+                            id: recognised
+
                             objectName: "recognisedAlgorithm"
                             text: root.recognition + (root.recognition !== "" && field.abridgement !== "" ? " " : "") + field.abridgement
                             color: TallyTheme.secondary
+                            wrapMode: Text.Wrap
                             font.pixelSize: TallyTheme.captionSize
 
                             anchors {
                                 left: algorithm.right
+                                right: progress.visible ? progress.left : act.left
                                 leftMargin: TallyTheme.space3
+                                rightMargin: TallyTheme.space3
                                 verticalCenter: parent.verticalCenter
                             }
                         }
@@ -181,6 +191,8 @@ TFScreen {
                         }
 
                         TFProgress {
+                            id: progress
+
                             barName: "verifyProgress"
                             visible: root.viewModel.verify.isVerifying
                             value: root.viewModel.verify.verifyProgress
@@ -228,6 +240,8 @@ TFScreen {
             }
 
             TFVerdict {
+                id: banner
+
                 objectName: "verdict"
                 width: parent.width
                 visible: root.verdict.isPresent
