@@ -1,5 +1,7 @@
 // The Manifest mode with real keys, a real pointer and the real clipboard.
 
+#include <QRegularExpression>
+
 #include "tests/support/WatchedSystemCalls.h"
 #include "tests/ui/WindowFixture.h"
 
@@ -139,6 +141,24 @@ TEST_F(ManifestTest, RowUnderWayTellsHowFarItIs) {
   find(QAccessible::ProgressBar, "large");
   driver.press({"Escape"});
   waitFor("no bar", [&] { return driver.findItem("entryProgress") == nullptr; });
+}
+
+TEST_F(ManifestTest, TimeLeftIsThatOfTheWholeListBeforeItsFilesAreRead) {
+  folder.file("root/abc", "abc");
+  fs::resize_file(folder.file("root/large", ""), 16ULL << 30U);
+  fs::copy(root / "abc", root / "last");
+  model.manifest()->setManifestRoot({fileUrl(root)});
+  const std::string lines = md5OfAbc + "  abc\n" + md5OfAbc + "  large\n" + md5OfAbc + "  last\n";
+  model.manifest()->setManifestFile({fileUrl(folder.file("list.md5", lines))});
+  waitForVerdict("3 entries, not verified yet");
+  driver.press({"Control_L", "Return"});
+  const QRegularExpression whole("^[0-9]+% of 17[.]18 GB · [0-9.]+ [KMG]B/s · [0-9].* left$");
+  waitFor("the figures", [&] {
+    const QString figures = model.manifest()->runStatus()->figures();
+    return whole.match(figures).hasMatch() && itemWithText(figures) != nullptr;
+  });
+  driver.press({"Escape"});
+  waitFor("the end", [&] { return !model.manifest()->isManifestVerifying(); });
 }
 
 TEST_F(ManifestTest, RowsAreFilteredAndCopied) {
