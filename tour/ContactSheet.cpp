@@ -33,10 +33,12 @@ class ContactSheet {
       : model_(app.viewModel()), window_(app.window()), output_(std::move(output)) {}
 
   bool make() {
-    for (const bool isEmpty : {true, false}) {
-      if (!isEmpty) fillScreens();
-      for (const QSize& size : sizes) makeSheet(size, isEmpty ? "empty" : "full");
-    }
+    Driver(window_).movePointer({1, 1});
+    for (const QSize& size : sizes) makeSheet(size, "empty");
+    fillScreens();
+    for (const QSize& size : sizes) makeSheet(size, "full");
+    startRuns();
+    for (const QSize& size : sizes) makeSheet(size, "running");
     return isSound_;
   }
 
@@ -86,6 +88,34 @@ class ContactSheet {
     Driver::waitFor("the comparison", [&] { return model_.compare()->compareResult().has_value(); });
   }
 
+  // Everything at once, and each on its last file.
+  void startRuns() {
+    const std::string name = "Backup of the machine below the stairs, as it was before the move to the new house.img";
+    const fs::path endless = file(name, "");
+    const fs::path another = file("another.img", "");
+    for (const fs::path& large : {endless, another}) fs::resize_file(large, 32ULL << 30U);
+
+    FilesFlow& files = *model_.files();
+    const int count = files.jobs()->rowCount({});
+    files.addFiles({fileUrl(endless)});
+    Driver::waitFor("the last file", [&] { return files.jobs()->rowCount({}) > count; });
+    files.startProcessing();
+
+    ManifestFlow& manifest = *model_.manifest();
+    const std::string digest(64, '0');
+    manifest.setManifestFile({fileUrl(file("SHA256SUMS", digest + "  photo-0.jpg\n" + digest + "  " + name + "\n"))});
+    Driver::waitFor("the last list", [&] { return manifest.manifestRefusal().isEmpty(); });
+    manifest.verifyManifestOrChoose();
+
+    model_.verify()->setVerifyFile({fileUrl(endless)});
+    model_.verify()->verify();
+    model_.compare()->setCompareFiles({fileUrl(endless), fileUrl(another)}, false);
+    model_.compare()->compare();
+    for (const RunStatus* status : {files.runStatus(), manifest.runStatus()}) {
+      Driver::waitFor("the time left", [&] { return status->figures().contains(QStringLiteral("left")); });
+    }
+  }
+
   void makeSheet(const QSize& size, const std::string& name) {
     const std::string measure = std::to_string(size.width()) + "x" + std::to_string(size.height());
     window_.resize(size);
@@ -100,6 +130,8 @@ class ContactSheet {
       const std::string screen =
           AppMode::rawValue(mode).toStdString().append("-").append(name).append("-").append(measure);
       QImage picture;
+      // Rows take their heights in the first frames.
+      for (int frame = 0; frame < 3; ++frame) Driver::drawFrame();
       Driver::waitFor(screen, [&] {
         Driver::drawFrame();
         picture = window_.grabWindow();
