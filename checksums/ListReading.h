@@ -7,6 +7,7 @@
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "checksums/ChecksumLines.h"
 
@@ -30,6 +31,9 @@ struct ListReading {
   HashAlgorithmSet candidates;
   std::int64_t quotedNameCount = 0;  ///< Entries whose name stands in double quotes.
   std::int64_t bareDigestCount = 0;  ///< Entries whose algorithm follows from the length of the digest only.
+  /// In bytes, of the files of the entries, in their order, where the list says it; -1 where it does not, and none
+  /// behind the last that it says. Nothing is judged by them.
+  std::vector<std::int64_t> sizes{};
   /// An algorithm that is not known, which the name of the list or a comment in it speaks of, and which has digests of
   /// the lengths that all entries have: "BLAKE2b"; empty when there is none.
   std::string_view otherAlgorithm{};

@@ -135,7 +135,7 @@ void ManifestFlow::chooseManifestFile() {
 
 void ManifestFlow::publishManifest(PreparedManifestLoad load) {
   entries_ = std::move(load.entries);
-  BackgroundTask::dispose(jobs_.replaceAll(std::move(load.jobs)));
+  BackgroundTask::dispose(jobs_.replaceAll(std::move(load.jobs), std::exchange(load.reading.sizes, {})));
   warnings_ = std::move(load.warnings);
   ignoredLineCount_ = load.ignoredLineCount;
   unsupportedLineCount_ = load.unsupportedLineCount;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <variant>
@@ -21,7 +22,8 @@ struct ManifestJob {
     bool operator==(const Match&) const = default;
   };
   struct Mismatch {
-    std::string actual;  ///< The digest that was calculated.
+    std::string actual;         ///< The digest that was calculated.
+    std::int64_t fileSize = 0;  ///< In bytes, of the file.
     bool operator==(const Mismatch&) const = default;
   };
   struct Failed {

@@ -112,6 +112,8 @@ QVariant ManifestJobListModel::data(const QModelIndex& index, int role) const {
       return utf8Text(job.entry->expectedHash);
     case ActualRole:
       return mismatch == nullptr ? QString() : utf8Text(mismatch->actual);
+    case SizeNoteRole:
+      return sizeNote(jobAt(index.row()));
     case DifferenceRole:
       return mismatch == nullptr ? -1 : difference(job.entry->expectedHash, mismatch->actual);
     default:
@@ -120,10 +122,20 @@ QVariant ManifestJobListModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> ManifestJobListModel::roleNames() const {
-  return {
-      {MarkedRole, "isMarked"},     {LineNumberRole, "lineNumber"}, {NumberRole, "number"},        {PathRole, "path"},
-      {AlgorithmRole, "algorithm"}, {StateRole, "state"},           {StatusRole, "status"},        {ToneRole, "tone"},
-      {ExpectedRole, "expected"},   {ActualRole, "actual"},         {DifferenceRole, "difference"}};
+  return {{MarkedRole, "isMarked"},       {LineNumberRole, "lineNumber"},
+          {NumberRole, "number"},         {PathRole, "path"},
+          {AlgorithmRole, "algorithm"},   {StateRole, "state"},
+          {StatusRole, "status"},         {ToneRole, "tone"},
+          {ExpectedRole, "expected"},     {ActualRole, "actual"},
+          {DifferenceRole, "difference"}, {SizeNoteRole, "sizeNote"}};
+}
+
+QString ManifestJobListModel::sizeNote(std::size_t job) const {
+  const auto* const mismatch = std::get_if<ManifestJob::Mismatch>(&jobs_[job].state);
+  const std::int64_t size = job < sizes_.size() ? sizes_[job] : -1;
+  if (mismatch == nullptr || size < 0 || size == mismatch->fileSize) return {};
+  return tr("The list says %1, the file has %2.")
+      .arg(exactByteCount(size), userLocale().toString(qlonglong{mismatch->fileSize}));
 }
 
 std::vector<ManifestJob> ManifestJobListModel::shownJobs(int first, int most) const {
@@ -153,9 +165,13 @@ QByteArray ManifestJobListModel::text(const std::vector<ManifestJob>& jobs, cons
   return lines;
 }
 
-std::vector<ManifestJob> ManifestJobListModel::replaceAll(std::vector<ManifestJob> jobs) {
+std::vector<ManifestJob> ManifestJobListModel::replaceAll(std::vector<ManifestJob> jobs,
+                                                          std::vector<std::int64_t> sizes) {
   if (jobs.empty() && jobs_.empty()) return {};
-  replaceJobs([&] { jobs.swap(jobs_); });
+  replaceJobs([&] {
+    jobs.swap(jobs_);
+    sizes.swap(sizes_);
+  });
   return jobs;
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <stop_token>
 #include <string_view>
 #include <vector>
@@ -30,6 +31,7 @@ class ManifestJobListModel : public tallyfold::FilteredListModel {
     ToneRole,                       ///< Tone of the state.
     ExpectedRole,                   ///< Digest.
     ActualRole,                     ///< Digest of a mismatch; empty otherwise.
+    SizeNoteRole,                   ///< Of a mismatch: that the list says another size; empty otherwise.
     DifferenceRole,                 ///< Where expected and actual part, in digits; -1 when there is no mismatch.
   };
   enum State { Queued, Verifying, Match, Mismatch, Failed };
@@ -53,8 +55,9 @@ class ManifestJobListModel : public tallyfold::FilteredListModel {
   /// between them. A path can become eight times as long. On any thread; throws CancellationError.
   static QByteArray text(const std::vector<ManifestJob>& jobs, const std::stop_token& cancellation = {});
 
-  /// Replaces all rows in one change, shows all of them, and returns those that were there.
-  std::vector<ManifestJob> replaceAll(std::vector<ManifestJob> jobs);
+  /// Replaces all rows in one change, shows all of them, and returns those that were there. `sizes`: as the list says,
+  /// see `ListReading::sizes`.
+  std::vector<ManifestJob> replaceAll(std::vector<ManifestJob> jobs, std::vector<std::int64_t> sizes = {});
   /// `job` is an index of `jobs()`, not of the rows shown.
   void setState(std::size_t job, ManifestJob::State state);
   void requeueAll();
@@ -64,10 +67,12 @@ class ManifestJobListModel : public tallyfold::FilteredListModel {
  private:
   [[nodiscard]] int stateOf(std::size_t job) const override;
   [[nodiscard]] std::string_view nameOf(std::size_t job) const override;
+  [[nodiscard]] QString sizeNote(std::size_t job) const;
 
   static const std::array<FilterKind, 5> filterKinds;
 
   std::vector<ManifestJob> jobs_;
+  std::vector<std::int64_t> sizes_;
 };
 
 }  // namespace tallyfold

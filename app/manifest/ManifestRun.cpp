@@ -15,11 +15,12 @@ namespace tallyfold {
 
 namespace {
 
-ManifestJob::State stateOf(const ChecksumManifestEntry& entry, const ManifestGroupOutcome& outcome) {
+ManifestJob::State stateOf(const ChecksumManifestEntry& entry, const ManifestGroupOutcome& outcome,
+                           std::int64_t fileSize) {
   if (const auto* failure = std::get_if<ManifestGroupFailure>(&outcome)) return ManifestJob::Failed{failure->sentence};
   const std::string_view actual = std::get<DigestMap>(outcome).find(entry.algorithm).value();
   if (actual == entry.expectedHash) return ManifestJob::Match{};
-  return ManifestJob::Mismatch{std::string(actual)};
+  return ManifestJob::Mismatch{std::string(actual), fileSize};
 }
 
 void count(const ManifestFileGroup& group, const ManifestGroupOutcome& outcome, ManifestRun::Causes& causes) {
@@ -102,8 +103,12 @@ void ManifestRun::work(const Context& context, const Taker& take, const GroupsTa
     } else {
       const ManifestGroupOutcome outcome = verification.verify(group, cancellation, read);
       count(group, outcome, now.causes);
-      for (std::size_t i = 0; i < jobs.size(); ++i) findings.push_back({jobs[i], stateOf(group.entries[i], outcome)});
-      if (verification.lastVersion()) checked.push_back({jobs.front(), *verification.lastVersion()});
+      const auto& version = verification.lastVersion();
+      const std::int64_t size = version ? version->fileSize : 0;
+      for (std::size_t i = 0; i < jobs.size(); ++i) {
+        findings.push_back({jobs[i], stateOf(group.entries[i], outcome, size)});
+      }
+      if (version) checked.push_back({jobs.front(), *version});
     }
     ++now.groupsDone;
     now.bytesOfRunning = 0;

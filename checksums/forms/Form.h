@@ -40,6 +40,9 @@ class FormEntries {
   /// of a file system is replaced by one that starts at the folder that all such names of the list share.
   virtual void add(const UnreadLine& line, std::string name, HashAlgorithm algorithm, std::string_view digits) = 0;
 
+  /// How many bytes the file of the entry that was added last has, as the list says.
+  virtual void noteSize(std::int64_t bytes) = 0;
+
   /// The line would be read if an algorithm was chosen among these.
   virtual void noteAmbiguity(HashAlgorithmSet candidates) = 0;
 

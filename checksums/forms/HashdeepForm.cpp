@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <charconv>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -38,6 +40,8 @@ class HashdeepForm : public Form {
     std::string_view rest = line.text;
     const std::string_view size = takeField(rest);
     if (size.empty() || size.find_first_not_of("0123456789") != size.npos) return Taking::no;
+    std::int64_t bytes = 0;
+    const bool isSize = std::from_chars(size.data(), size.data() + size.size(), bytes).ec == std::errc();
     std::vector<std::string_view> digests;
     for (const auto& algorithm : columns_) {
       digests.push_back(takeField(rest));
@@ -45,7 +49,9 @@ class HashdeepForm : public Form {
     }
     if (rest.empty()) return Taking::no;
     for (std::size_t i = 0; i < columns_.size(); ++i) {
-      if (columns_[i]) entries.add(line, std::string(rest), *columns_[i], digests[i]);
+      if (!columns_[i]) continue;
+      entries.add(line, std::string(rest), *columns_[i], digests[i]);
+      if (isSize) entries.noteSize(bytes);
     }
     return Taking::yes;
   }

@@ -130,6 +130,11 @@ void SecondReading::add(const UnreadLine& line, std::string name, HashAlgorithm 
   result_->entries.push_back({Uuid::random(), line.number, std::move(name), algorithm, lowerCased(digits)});
 }
 
+void SecondReading::noteSize(std::int64_t bytes) {
+  reading_.sizes.resize(result_->entries.size(), -1);
+  reading_.sizes.back() = bytes;
+}
+
 ListReading SecondReading::finish(ParseResult result) {
   result_ = &result;
   for (Candidate& candidate : candidates_) {

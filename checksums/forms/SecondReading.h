@@ -50,6 +50,7 @@ class SecondReading : private FormEntries {
   void makeNamesRelative();
 
   void add(const UnreadLine& line, std::string name, HashAlgorithm algorithm, std::string_view digits) override;
+  void noteSize(std::int64_t bytes) override;
   void noteAmbiguity(HashAlgorithmSet candidates) override { ambiguity_ = candidates; }
   void noteBareDigest() override { ++reading_.bareDigestCount; }
   void noteSignature() override { reading_.isSigned = true; }

@@ -136,6 +136,14 @@ TEST_F(ManifestFlow, UserSaysWhatTheListLeavesOpen) {
   load(md5OfAbc + "  missing\n" + md5OfAbc + "  " + abc_.string());
   verify();
   EXPECT_THAT(flow.manifestVerdict().details.toStdString(), HasSubstr("1 entry has an absolute name"));
+  const std::string header = "%%%% HASHDEEP-1.0\n%%%% size,md5,filename\n";
+  load(header + "1204," + std::string(32, '0') + ",abc\n3," + std::string(32, '0') + ",abc\n4," + md5OfAbc + ",abc\n");
+  verify();
+  std::vector<std::string> notes;
+  for (int row = 0; row < 3; ++row) {
+    notes.push_back(model_->manifest()->manifestJobs()->index(row).data(Model::SizeNoteRole).toString().toStdString());
+  }
+  EXPECT_THAT(notes, ElementsAre("The list says 1,204 bytes, the file has 3.", "", ""));
   load("\uFEFF" + md5OfAbc.substr(1) + "0  abc\n# BLAKE2b\n" + md5OfAbc.substr(1) + "0  abc");
   verify();
   EXPECT_THAT(flow.manifestVerdict().details.toStdString(), HasSubstr("speaks of BLAKE2b"));

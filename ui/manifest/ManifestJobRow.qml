@@ -14,6 +14,7 @@ TFJobRow {
     required property string expected
     required property string actual
     required property int difference
+    required property string sizeNote
     required property RunStatus runStatus
     // Room for the largest line number of the list.
     required property real numberWidth
@@ -25,7 +26,7 @@ TFJobRow {
 
     isBad: hasFailed || isMismatch
     Accessible.name: qsTr("Line %1, %2, %3, %4").arg(number).arg(path).arg(algorithm).arg(status)
-    Accessible.description: isMismatch ? qsTr("Expected: ") + expected : ""
+    Accessible.description: isMismatch ? (qsTr("Expected: ") + expected + " " + sizeNote).trim() : ""
 
     onStateChanged: isLong = false
 
@@ -194,6 +195,14 @@ TFJobRow {
                             isTabStop: root.isCurrent
                         }
                     }
+                }
+
+                TFText {
+                    objectName: "sizeNote"
+                    width: parent.width
+                    visible: text !== ""
+                    text: root.sizeNote
+                    color: TallyTheme.secondary
                 }
             }
         }
