@@ -108,9 +108,9 @@ ListView {
     }
     onIsRunningChanged: isFollowing = isRunning
     onMovementStarted: lookElsewhere()
-    onContentHeightChanged: Qt.callLater(holdOn)
-    onHeightChanged: Qt.callLater(holdOn)
-    onBottomMarginChanged: Qt.callLater(holdOn)
+    onContentHeightChanged: held.restart()
+    onHeightChanged: held.restart()
+    onBottomMarginChanged: held.restart()
     // Tab comes to the row first, not to what in it had the focus last.
     onActiveFocusChanged: {
         if (!activeFocus && currentItem)
@@ -151,6 +151,14 @@ ListView {
             if (pressed)
                 list.lookElsewhere();
         }
+    }
+
+    // Behind the layout of the rows, whose heights it goes by.
+    Timer {
+        id: held
+
+        interval: 0
+        onTriggered: list.holdOn()
     }
 
     // Now and then, as there are runs of very many rows in a second.

@@ -56,7 +56,7 @@ FocusScope {
     }
     onShownChanged: {
         if (shown)
-            Qt.callLater(viewport.revealNow);
+            later.restart();
     }
     Component.onCompleted: takeKeyboard()
 
@@ -90,10 +90,18 @@ FocusScope {
         onPlaceChanged: reveal(place)
         onHeightChanged: {
             contentY = 0;
-            Qt.callLater(revealNow);
+            later.restart();
         }
 
         T.ScrollBar.vertical: TFScrollBar {
+        }
+
+        // Behind the layout of the page.
+        Timer {
+            id: later
+
+            interval: 0
+            onTriggered: viewport.revealNow()
         }
 
         Item {
