@@ -29,6 +29,13 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : ModeFlows(deskto
       context().desktop().announceEnd(AppMode::rawValue(mode), flow(mode).outcomeSentence());
     });
   }
+  connect(manifest(), &ManifestFlow::manifestURLsChanged, this,
+          [this] { listCreation_.setFolder(manifest()->manifestRootURL()); });
+  connect(&listCreation_, &ListCreationFlow::saved, manifest(),
+          [this](const auto& list, auto algorithm) { manifest()->openManifest(list, algorithm); });
+  connect(&listCreation_, &Flow::ended, this, [this] {
+    context().desktop().announceEnd(AppMode::rawValue(AppMode::Manifest), listCreation_.outcomeSentence());
+  });
 }
 
 AppViewModel::~AppViewModel() {
@@ -93,6 +100,7 @@ void AppViewModel::openFiles(const QList<QUrl>& urls) {
 
 void AppViewModel::shutdown() {
   for (const AppMode::Case mode : AppMode::allCases()) flow(mode).shutdown();
+  listCreation_.shutdown();
   context().abandonCopy();
 }
 

@@ -7,6 +7,7 @@
 #include <QUrl>
 
 #include "app/AppMode.h"
+#include "app/creation/ListCreationFlow.h"
 #include "app/shared/Outcome.h"
 
 namespace tallyfold {
@@ -32,6 +33,7 @@ class AppViewModel : public tallyfold::ModeFlows {
   Q_OBJECT
   Q_PROPERTY(QList<tallyfold::ModeRow> modes READ modes CONSTANT)
   Q_PROPERTY(tallyfold::AppMode::Case mode READ mode WRITE setMode NOTIFY modeChanged)
+  Q_PROPERTY(tallyfold::ListCreationFlow* listCreation READ listCreation CONSTANT)
   Q_PROPERTY(QString errorMessage READ errorMessage WRITE setErrorMessage NOTIFY errorMessageChanged)
   Q_PROPERTY(QStringList algorithms READ algorithmNames CONSTANT)
   Q_PROPERTY(QStringList selectedAlgorithms READ selectedAlgorithmNames NOTIFY selectedAlgorithmsChanged)
@@ -53,6 +55,9 @@ class AppViewModel : public tallyfold::ModeFlows {
   Q_INVOKABLE void stepMode(int by);
   [[nodiscard]] Flow& flow(AppMode::Case mode) { return AppMode::flow(mode, *this); }
   [[nodiscard]] Outcome::Case unseenOutcome(AppMode::Case mode) { return flow(mode).unseenOutcome(); }
+
+  /// Makes lists of the folder that is Manifest's root, and hands them to it.
+  [[nodiscard]] ListCreationFlow* listCreation() { return &listCreation_; }
 
   /// Takes what another program has this one open, in the mode that it belongs to, which is entered: a checksum list,
   /// by itself or with its folder, in Manifest; all else as a drop on Files. Folders end with a separator. What is
@@ -90,6 +95,7 @@ class AppViewModel : public tallyfold::ModeFlows {
 
  private:
   AppMode::Case mode_ = AppMode::Files;
+  ListCreationFlow listCreation_{context()};
 };
 
 }  // namespace tallyfold

@@ -1,11 +1,19 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
+#include <stop_token>
 #include <string>
 
+#include "core/digests/DigestMap.h"
 #include "core/files/FileHandle.h"
 #include "core/files/FileSnapshot.h"
 
 namespace tallyfold {
+
+/// Called while a file is read, with how much of it was and its size, in bytes: from the start, where nothing was, to
+/// the end. Never empty; on the thread that does the work.
+using ReadCallback = std::function<void(std::int64_t bytesRead, std::int64_t fileSize)>;
 
 /// A regular file, open for reading, that was reached from an open folder without following any link.
 struct FileBelow {
@@ -17,9 +25,13 @@ struct FileBelow {
   /// with pathChangedDuringVerification where another file was opened than the one that was looked at, or with
   /// std::system_error. `path` is as `FileHandle::openBelow` takes it.
   static FileBelow open(const FileHandle& folder, std::string path);
+  /// The same, where the path was looked at already, and led to `expected`.
+  static FileBelow open(const FileHandle& folder, std::string path, const FileSnapshot& expected);
 
-  /// Fails with pathChangedDuringVerification unless the path still leads to the file.
-  void validatePath(const FileHandle& folder) const;
+  /// Its digests, once, where `folder` is that of `open`. Fails as `HashService::hashOpenFile`, or with
+  /// pathChangedDuringVerification where the path leads to another file by the end.
+  DigestMap hash(const FileHandle& folder, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
+                 const ReadCallback& progress);
 };
 
 }  // namespace tallyfold

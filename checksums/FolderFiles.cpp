@@ -9,6 +9,7 @@
 #include "checksums/FileBelow.h"
 #include "core/base/Errors.h"
 #include "core/files/FolderHandle.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 
@@ -80,20 +81,9 @@ FolderWalk FolderFiles::walk(const std::stop_token& cancellation, const std::fun
   return result;
 }
 
-std::optional<std::int64_t> FolderFiles::shownSize(const std::string& path) const noexcept try {
-  const FileSnapshot snapshot = root_.snapshotBelow(path);
-  return snapshot.isRegularFile ? std::optional(snapshot.fileSize) : std::nullopt;
-} catch (const std::exception&) {
-  return std::nullopt;
-}
-
 DigestMap FolderFiles::hash(const std::string& path, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
-                            const ProgressCallback& progress) const {
-  FileBelow file = FileBelow::open(root_, path);
-  waitUntilChangesShow(file.snapshot, cancellation);
-  DigestMap digests = HashService::hashOpenFile(file.handle, file.snapshot, algorithms, cancellation, progress).hashes;
-  file.validatePath(root_);
-  return digests;
+                            const ReadCallback& progress) const {
+  return FileBelow::open(root_, path).hash(root_, algorithms, cancellation, progress);
 }
 
 }  // namespace tallyfold

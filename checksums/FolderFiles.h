@@ -3,15 +3,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <stop_token>
 #include <string>
 #include <vector>
 
+#include "checksums/FileBelow.h"
 #include "checksums/ManifestPaths.h"
 #include "core/digests/DigestMap.h"
 #include "core/files/FileHandle.h"
-#include "core/services/HashService.h"
 
 namespace tallyfold {
 
@@ -51,14 +50,9 @@ class FolderFiles {
   /// walk. Fails with CancellationError, seen between any two items; blocks for as long as the disk does.
   FolderWalk walk(const std::stop_token& cancellation, const std::function<bool(std::string path)>& visit) const;
 
-  /// Bytes of the file at `path`, for the screen alone: no result depends on it. None where there is no regular file.
-  [[nodiscard]] std::optional<std::int64_t> shownSize(const std::string& path) const noexcept;
-
-  /// The digests of the file at `path`, a path of a walk. `progress` is as of `HashService::hashOpenFile`. Fails as
-  /// that does, with HashServiceError for what is not a regular file, with pathChangedDuringVerification where the path
-  /// leads to another file by the end, or with std::system_error.
+  /// The digests of the file at `path`, a path of a walk. Fails as `FileBelow::open` and `FileBelow::hash`.
   DigestMap hash(const std::string& path, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
-                 const ProgressCallback& progress) const;
+                 const ReadCallback& progress) const;
 
  private:
   FileHandle root_;

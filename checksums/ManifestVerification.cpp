@@ -44,14 +44,6 @@ ManifestFailureCause causeOf(const std::exception& failure) {
   }
 }
 
-bool isStillAt(const FileHandle& root, const std::string& path, const FileSnapshot& snapshot) {
-  try {
-    return root.snapshotBelow(path).isSameIdentity(snapshot);
-  } catch (const std::system_error&) {
-    return false;
-  }
-}
-
 void add(DigestMap& digests, const DigestMap& more) {
   for (const HashAlgorithm algorithm : more.algorithms()) digests.insert(algorithm, *more.find(algorithm));
 }
@@ -100,7 +92,7 @@ DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, Manife
                                           const std::stop_token& cancellation, const ReadCallback& progress) {
   HashService::checkCancellation(cancellation);
   validateRoot();
-  OpenFile file = open(group.relativePath, cancellation);
+  FileBelow file = open(group.relativePath, cancellation);
   identity = file.snapshot;
   ManifestDigestCacheEntry* const cached = findCached(identity);
   HashAlgorithmSet missing = group.algorithms();
@@ -109,15 +101,7 @@ DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, Manife
     if (missing.empty()) return cached->digests;
   }
 
-  waitUntilChangesShow(file.snapshot, cancellation);
-  const std::int64_t size = file.snapshot.fileSize;
-  progress(0, size);
-  DigestMap digests =
-      HashService::hashOpenFile(file.handle, file.snapshot, missing, cancellation, [&](double fraction) {
-        progress(static_cast<std::int64_t>(fraction * static_cast<double>(size)), size);
-      }).hashes;
-  progress(size, size);
-  if (!isStillAt(*root_, file.path, file.snapshot)) fail(ManifestPathError::Case::pathChangedDuringVerification);
+  DigestMap digests = file.hash(*root_, missing, cancellation, progress);
   if (cached != nullptr) {
     add(cached->digests, digests);
     return cached->digests;
@@ -152,8 +136,7 @@ bool ManifestVerification::isRootWithoutLinksUnchanged() const {
   }
 }
 
-ManifestVerification::OpenFile ManifestVerification::open(std::string_view relativePath,
-                                                          const std::stop_token& cancellation) const {
+FileBelow ManifestVerification::open(std::string_view relativePath, const std::stop_token& cancellation) const {
   ManifestGroupingKey key = manifestGroupingKey(relativePath);
   if (key.kind == ManifestGroupingKey::Kind::normalized) {
     if (auto file = openWithoutLinks(std::move(key.path))) return std::move(*file);
@@ -161,31 +144,24 @@ ManifestVerification::OpenFile ManifestVerification::open(std::string_view relat
   return openThroughLinks(relativePath, cancellation);
 }
 
-std::optional<ManifestVerification::OpenFile> ManifestVerification::openWithoutLinks(std::string path) const {
+std::optional<FileBelow> ManifestVerification::openWithoutLinks(std::string path) const {
   try {
-    const FileSnapshot expected = root_->snapshotBelow(path);
-    if (!expected.isRegularFile) return std::nullopt;
-    FileHandle handle = root_->openBelow(path, O_RDONLY | O_NONBLOCK);
-    const FileSnapshot opened = handle.snapshot();
-    if (!opened.isSameIdentity(expected)) fail(ManifestPathError::Case::pathChangedDuringVerification);
-    return OpenFile{.handle = std::move(handle), .snapshot = opened, .path = std::move(path)};
+    return FileBelow::open(*root_, std::move(path));
   } catch (const std::system_error&) {
+    return std::nullopt;
+  } catch (const HashServiceError&) {
     return std::nullopt;
   }
 }
 
-ManifestVerification::OpenFile ManifestVerification::openThroughLinks(std::string_view relativePath,
-                                                                      const std::stop_token& cancellation) const {
+FileBelow ManifestVerification::openThroughLinks(std::string_view relativePath,
+                                                 const std::stop_token& cancellation) const {
   const ManifestLocation location = locate(relativePath, rootIdentity_.canonicalPath, cancellation);
   // The kernel's own opinion of the path: of what is missing, closed or a circle of links, and of where it leads.
   const FileSnapshot expected = snapshotOfPath(location.candidate);
-  if (!expected.isRegularFile) throw HashServiceError(HashServiceError::Case::notRegularFile);
-  std::string path(pathBelow(rootIdentity_.canonicalPath, location.canonicalPath));
   try {
-    FileHandle handle = root_->openBelow(path, O_RDONLY | O_NONBLOCK);
-    const FileSnapshot opened = handle.snapshot();
-    if (!opened.isSameIdentity(expected)) fail(ManifestPathError::Case::pathChangedDuringVerification);
-    return {.handle = std::move(handle), .snapshot = opened, .path = std::move(path)};
+    return FileBelow::open(*root_, std::string(pathBelow(rootIdentity_.canonicalPath, location.canonicalPath)),
+                           expected);
   } catch (const std::system_error& error) {
     if (isSignOfChange(error)) fail(ManifestPathError::Case::pathChangedDuringVerification);
     throw;

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -10,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "checksums/FileBelow.h"
 #include "checksums/FixedCapacityCache.h"
 #include "checksums/ManifestGroups.h"
 #include "checksums/ManifestPaths.h"
@@ -44,10 +44,6 @@ struct ManifestGroupFailure {
 
 /// What the work on one group came to: digests, among them those of all algorithms of the group; or why there are none.
 using ManifestGroupOutcome = std::variant<DigestMap, ManifestGroupFailure>;
-
-/// Called while a file is read, with how much of it was and its size, in bytes: from the start, where nothing was, to
-/// the end. Not at all where its digests are known. Never empty; on the thread that does the work.
-using ReadCallback = std::function<void(std::int64_t bytesRead, std::int64_t fileSize)>;
 
 /// How much there is to read of the file that a list calls `relativePath`, for the screen alone: no result depends on
 /// it. 0 where there is no regular file; none where that cannot be told without following links. Asks the file system;
@@ -86,19 +82,13 @@ class ManifestVerification {
                              const std::stop_token& cancellation);
 
  private:
-  struct OpenFile {
-    FileHandle handle;
-    FileSnapshot snapshot;
-    std::string path;  ///< Below the root, without links.
-  };
-
   DigestMap digestsOf(const ManifestFileGroup& group, ManifestFileContentIdentity& identity,
                       const std::stop_token& cancellation, const ReadCallback& progress);
   void validateRoot();
   [[nodiscard]] bool isRootWithoutLinksUnchanged() const;
-  [[nodiscard]] OpenFile open(std::string_view relativePath, const std::stop_token& cancellation) const;
-  [[nodiscard]] std::optional<OpenFile> openWithoutLinks(std::string path) const;
-  [[nodiscard]] OpenFile openThroughLinks(std::string_view relativePath, const std::stop_token& cancellation) const;
+  [[nodiscard]] FileBelow open(std::string_view relativePath, const std::stop_token& cancellation) const;
+  [[nodiscard]] std::optional<FileBelow> openWithoutLinks(std::string path) const;
+  [[nodiscard]] FileBelow openThroughLinks(std::string_view relativePath, const std::stop_token& cancellation) const;
   [[nodiscard]] ManifestDigestCacheEntry* findCached(const ManifestFileContentIdentity& identity);
 
   std::filesystem::path rootURL_;

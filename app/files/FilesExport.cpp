@@ -26,7 +26,7 @@ void FilesFlow::exportResults(ReportFormat format) {
 void FilesFlow::exportResults(ManifestService::Format format) {
   if (!exportRefusal().isEmpty()) return;
   const std::string_view extension = ManifestService::fileExtension(format);
-  const QString proposal = QStringLiteral("checksums.") + QString::fromStdString(std::string(extension));
+  const std::filesystem::path proposal = std::string("checksums.").append(extension);
   context().desktop().chooseDestination(proposal, [this, alive = QPointer(this), format](const QUrl& url) {
     if (!alive) return;
     const auto destination = fileLocation(url);

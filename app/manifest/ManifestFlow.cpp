@@ -82,10 +82,17 @@ void ManifestFlow::setShowsWarnings(bool showsWarnings) {
 void ManifestFlow::setManifestFile(const QList<QUrl>& urls) {
   const auto location = urls.isEmpty() ? std::nullopt : fileLocation(urls.constFirst());
   if (isLoading_ || isVerifying_ || loadTask_.isRunning() || !location) return;
+  openManifest(*location, {}, urls.size());
+}
+
+void ManifestFlow::openManifest(const std::filesystem::path& list, std::optional<HashAlgorithm> algorithm,
+                                qint64 droppedListCount) {
+  if (isLoading_ || isVerifying_ || loadTask_.isRunning()) return;
   forgetChoice();
-  droppedListCount_ = urls.size();
-  url_ = location;
-  size_.ask(location);
+  choice_.algorithm = algorithm;
+  droppedListCount_ = droppedListCount;
+  url_ = list;
+  size_.ask(url_);
   readManifest();
   emit manifestURLsChanged();
 }

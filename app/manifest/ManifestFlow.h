@@ -119,6 +119,10 @@ class ManifestFlow : public tallyfold::Flow {
   /// Reads the first of `urls` as the checksum list. Ignored while one is read, and during a verification.
   Q_INVOKABLE void setManifestFile(const QList<QUrl>& urls);
   Q_INVOKABLE void chooseManifestFile();
+  /// Reads the list at `list`, the first of so many that were dropped; what it leaves open is `algorithm`, when there
+  /// is one. Ignored as above.
+  void openManifest(const std::filesystem::path& list, std::optional<HashAlgorithm> algorithm,
+                    qint64 droppedListCount = 1);
   /// Reads the list again, now that the user has said which algorithm it is of: the display name of one of those that
   /// it may be of.
   Q_INVOKABLE void readManifestAs(const QString& algorithm);

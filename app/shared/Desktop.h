@@ -31,8 +31,8 @@ class Desktop {
   enum class Pasteboard { clipboard, selection };
   [[nodiscard]] virtual QString pasteboardText(Pasteboard pasteboard) const = 0;
 
-  /// Asks where to save a file, proposing `fileName`. Folders may be created in the panel.
-  virtual void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) = 0;
+  /// Asks where to save a file, proposing a name, or a whole path. Folders may be created in the panel.
+  virtual void chooseDestination(const std::filesystem::path& proposal, std::function<void(const QUrl&)> chosen) = 0;
 
   /// Replaces what is on the clipboard by plain text: UTF-8, or the very bytes of a path.
   virtual void setPasteboard(const QByteArray& text) = 0;

@@ -34,8 +34,8 @@ class FakeDesktop : public Desktop {
   void chooseSingleFile(std::function<void(const QUrl&)> chosen) override { singlePanel = std::move(chosen); }
   void chooseFolder(std::function<void(const QUrl&)> chosen) override { folderPanel = std::move(chosen); }
   [[nodiscard]] QString pasteboardText(Pasteboard) const override { return otherProgramsText; }
-  void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) override {
-    proposedName = fileName;
+  void chooseDestination(const std::filesystem::path& proposal, std::function<void(const QUrl&)> chosen) override {
+    proposedName = QString::fromStdString(proposal.native());
     savePanel = std::move(chosen);
   }
   void setPasteboard(const QByteArray& text) override { pasteboard = text; }

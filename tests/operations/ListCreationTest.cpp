@@ -73,7 +73,7 @@ TEST(ListCreation, ListsOfHostileNamesAreUnderstood) {
       const HashAlgorithm algorithm = *algorithms.begin();
       ChecksumList::appendLine(line, form, name, algorithm, std::string(algorithm.hexLength(), '0'));
       if (!ChecksumManifestService::isReadBack(line, name, algorithm)) continue;
-      carriedFiles.push_back({name, files.hash(name, algorithms, {}, [](double) {})});
+      carriedFiles.push_back({name, files.hash(name, algorithms, {}, [](auto...) {})});
     }
     EXPECT_EQ(carriedFiles.size(), carried);
     for (const Checker& checker : checkers) {

@@ -60,7 +60,7 @@ inline Lines outcomesOfWalk(const fs::path& root, const std::stop_token& cancell
     for (const std::string& path : paths) {
       lines.push_back(path + ": " + attempted([&] {
                         const DigestMap digests =
-                            files.hash(path, {HashAlgorithm::sha256}, cancellation, [](double) {});
+                            files.hash(path, {HashAlgorithm::sha256}, cancellation, [](auto...) {});
                         return std::string(*digests.find(HashAlgorithm::sha256));
                       }));
       if (lines.back().ends_with("cancelled")) throw CancellationError();

@@ -64,6 +64,25 @@ TEST_F(ManifestTest, ListIsVerifiedInItsOwnFolder) {
   waitFor("the empty screen", [&] { return driver.findItem("chooseManifest") != nullptr; });
 }
 
+TEST_F(ManifestTest, ListIsMadeOfTheRoot) {
+  folder.file("root/abc", "abc");
+  model.manifest()->setManifestRoot({fileUrl(root)});
+  driver.click("createManifest");
+  driver.click("list of BLAKE3");
+  waitFor("the sample", [&] { return driver.item("listSample")->property("text").toString().contains("BLAKE3 ("); });
+  driver.click("list of SHA-256");
+  driver.click("createList");
+  waitFor("its end", [&] { return shows("listVerdictTitle", "1 file, not saved yet"); });
+  driver.click("saveList");
+  driver.answerPanel("savePanel", root / "list");
+  waitForVerdict("1 entry, not verified yet");
+  EXPECT_EQ(driver.findItem("createList"), nullptr);
+  EXPECT_EQ(contentOf(root / "list"), "6437b3ac38465133ffb63b75273a8db548c558465d79db03fd359c6cd5bd9d85  abc\n");
+  driver.click("manifestFileAction");
+  driver.press({"Escape"});
+  waitFor("the screen", [&] { return driver.findItem("createList") == nullptr; });
+}
+
 TEST_F(ManifestTest, UserSaysWhichAlgorithmTheListIsOf) {
   folder.file("root/abc", "abc");
   const std::string sha256 = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";

@@ -1,38 +1,18 @@
 import QtQuick
-import QtQuick.Templates as T
-import QtQuick.Window
 import TallyFold
 
 // The one alert, shown while there is a message. Dismissing it is all that it offers.
-T.Popup {
+TFSheet {
     id: alert
 
     property string message
-    // What had the focus, and gets it back.
-    property Item opener
 
     signal dismissed
 
-    parent: T.Overlay.overlay
-    anchors.centerIn: parent
     width: Math.min(TallyTheme.alertWidth, (parent ? parent.width : TallyTheme.alertWidth) - TallyTheme.space8)
-    implicitHeight: contentItem.implicitHeight + 2 * padding
-    padding: TallyTheme.space6
-    modal: true
-    focus: true
     visible: message !== ""
-    closePolicy: T.Popup.CloseOnEscape
-    onAboutToShow: opener = parent.Window.activeFocusItem
-    onClosed: {
-        dismissed();
-        if (opener?.visible)
-            opener.forceActiveFocus(Qt.TabFocusReason);
-    }
+    onClosed: dismissed()
     onOpened: button.takeFocus()
-
-    T.Overlay.modal: Rectangle {
-        color: TallyTheme.scrim
-    }
 
     contentItem: Column {
         spacing: TallyTheme.space3
@@ -79,11 +59,5 @@ T.Popup {
             isProminent: true
             onClicked: alert.close()
         }
-    }
-
-    background: Rectangle {
-        radius: TallyTheme.cardRadius
-        color: TallyTheme.panel
-        border.color: TallyTheme.hairline
     }
 }

@@ -18,12 +18,15 @@ TFGlassCard {
     // How it can be read, and how it is; no menu where that is empty.
     property alias readings: reading.choices
     property alias reading: reading.choice
+    // What else can be done here, in a word; empty when nothing.
+    property string action
     readonly property bool isEmpty: !file.isPresent
     readonly property Item choosePlace: choose.place
 
     signal chooseRequested
     signal proposalAccepted
     signal readingChosen(string name)
+    signal actionRequested
 
     readonly property bool isNarrow: width < TallyTheme.narrowCardWidth
 
@@ -100,7 +103,7 @@ TFGlassCard {
         layoutDirection: root.isNarrow ? Qt.LeftToRight : Qt.RightToLeft
         x: root.isNarrow ? content.x : root.width - width - TallyTheme.space3
         y: root.isNarrow ? content.y + content.height + TallyTheme.space2 : (root.height - height) / 2
-        width: root.isNarrow ? content.width : Math.max(choose.width, propose.visible ? propose.width : 0, reading.visible ? reading.width : 0)
+        width: root.isNarrow ? content.width : Math.max(choose.width + (action.visible ? action.width + spacing : 0), propose.visible ? propose.width : 0, reading.visible ? reading.width : 0)
 
         TFButton {
             id: choose
@@ -111,6 +114,17 @@ TFGlassCard {
             tip: root.tip
             refusal: root.refusal
             onClicked: root.chooseRequested()
+        }
+
+        TFIconButton {
+            id: action
+
+            objectName: root.objectName + "Action"
+            visible: root.action !== ""
+            name: root.action
+            icon: "plus"
+            refusal: root.refusal
+            onClicked: root.actionRequested()
         }
 
         TFButton {

@@ -114,6 +114,8 @@ QtObject {
     readonly property int shortHeight: 600
     readonly property int aboutWidth: 420
     readonly property real alertWidth: 420 * textScale
+    readonly property real sheetWidth: 560 * textScale
+    readonly property int sampleLines: 4
     readonly property int alertButtonWidth: 88
 
     // Extents of cards, banners and fields.

@@ -8,6 +8,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDesktopServices>
 #include <QDir>
+#include <QFile>
 #include <QFileDialog>
 #include <QFileIconProvider>
 #include <QFileInfo>
@@ -85,12 +86,15 @@ void DesktopServices::chooseFolder(std::function<void(const QUrl&)> chosen) {
   panel->open();
 }
 
-void DesktopServices::chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) {
+void DesktopServices::chooseDestination(const std::filesystem::path& proposal,
+                                        std::function<void(const QUrl&)> chosen) {
   QFileDialog* panel = makePanel(window_);
   panel->setObjectName(QStringLiteral("savePanel"));
   panel->setWindowTitle(QFileDialog::tr("Save Report"));
   panel->setAcceptMode(QFileDialog::AcceptSave);
   panel->setFileMode(QFileDialog::AnyFile);
+  if (proposal.has_parent_path()) panel->setDirectoryUrl(fileUrl(proposal.parent_path()));
+  const QString fileName = QFile::decodeName(proposal.filename().c_str());
   panel->setDefaultSuffix(QFileInfo(fileName).suffix());
   panel->selectFile(fileName);
   QObject::connect(panel, &QDialog::accepted, panel,

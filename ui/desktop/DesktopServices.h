@@ -18,7 +18,7 @@ class DesktopServices : public Desktop {
   void chooseSingleFile(std::function<void(const QUrl&)> chosen) override;
   void chooseFolder(std::function<void(const QUrl&)> chosen) override;
   [[nodiscard]] QString pasteboardText(Pasteboard pasteboard) const override;
-  void chooseDestination(const QString& fileName, std::function<void(const QUrl&)> chosen) override;
+  void chooseDestination(const std::filesystem::path& proposal, std::function<void(const QUrl&)> chosen) override;
   void setPasteboard(const QByteArray& text) override;
   void announceEnd(const QString& mode, const QString& outcome) override;
   void revealInFileBrowser(const std::filesystem::path& path) override;

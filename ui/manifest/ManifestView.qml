@@ -61,6 +61,8 @@ TFScreen {
             readings: root.viewModel.manifest.manifestAlgorithms
             reading: root.viewModel.manifest.manifestAlgorithm
             onReadingChosen: name => root.viewModel.manifest.readManifestAs(name)
+            action: root.hasList && folder.file.isPresent ? qsTr("Create List…") : ""
+            onActionRequested: creation.open()
         }
 
         TFFileCard {
@@ -203,7 +205,22 @@ TFScreen {
                 tip: "Ctrl+O"
                 onClicked: root.viewModel.manifest.chooseManifestFile()
             }
+
+            TFButton {
+                objectName: "createManifest"
+                anchors.horizontalCenter: parent.horizontalCenter
+                visible: !root.hasList && folder.file.isPresent
+                text: qsTr("Create List…")
+                refusal: root.viewModel.manifest.manifestFileRefusal
+                onClicked: creation.open()
+            }
         }
+    }
+
+    ListCreationSheet {
+        id: creation
+
+        viewModel: root.viewModel
     }
 
     TextMetrics {

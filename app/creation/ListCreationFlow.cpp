@@ -1,0 +1,304 @@
+#include "app/creation/ListCreationFlow.h"
+
+#include <algorithm>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <QPointer>
+
+#include "app/shared/AlgorithmNames.h"
+#include "app/shared/FileLocation.h"
+#include "app/shared/Formats.h"
+#include "core/base/Errors.h"
+#include "core/files/Paths.h"
+
+namespace tallyfold {
+
+namespace {
+
+QString figure(std::int64_t count) { return userLocale().toString(static_cast<qlonglong>(count)); }
+
+/// Those of the files that the list at `destination` does not replace.
+std::vector<ChecksumList::File> withoutList(std::vector<ChecksumList::File> files, const std::filesystem::path& root,
+                                            const std::filesystem::path& destination) {
+  std::optional<FileSnapshot> replaced;
+  try {
+    replaced = snapshotOfItem(destination);
+  } catch (const std::system_error&) {
+    return files;
+  }
+  std::erase_if(files, [&](const ChecksumList::File& file) {
+    const std::filesystem::path path = root / file.path;
+    if (path.filename() != destination.filename()) return false;
+    try {
+      return snapshotOfItem(path).isSameIdentity(*replaced);
+    } catch (const std::system_error&) {
+      return false;
+    }
+  });
+  return files;
+}
+
+}  // namespace
+
+ListCreationFlow::ListCreationFlow(FlowContext& context) : Flow(context) {
+  connect(this, &ListCreationFlow::choiceChanged, this, &ListCreationFlow::statusChanged);
+  connect(this, &ListCreationFlow::folderChanged, this, &ListCreationFlow::statusChanged);
+  connect(this, &ListCreationFlow::statusChanged, this, &Flow::isBusyChanged);
+}
+
+QString ListCreationFlow::folder() const { return folder_ ? displayText(*folder_) : QString(); }
+
+void ListCreationFlow::setFolder(const std::optional<std::filesystem::path>& folder) {
+  if (folder == folder_) return;
+  reset();
+  folder_ = folder;
+  emit folderChanged();
+}
+
+QStringList ListCreationFlow::algorithmNames() const { return displayNames(algorithms_); }
+
+void ListCreationFlow::setAlgorithmSelected(const QString& name, bool isSelected) {
+  const auto algorithm = algorithmNamed(name);
+  if (!algorithm || isWorking() || algorithms_.contains(*algorithm) == isSelected) return;
+  if (isSelected) {
+    algorithms_.insert(*algorithm);
+  } else {
+    algorithms_.erase(*algorithm);
+  }
+  forget();
+  emit choiceChanged();
+}
+
+// What was chosen, as long as it can be.
+ChecksumList::Form ListCreationFlow::form() const {
+  return chosenForm_ && ChecksumList::canHold(*chosenForm_, algorithms_) ? *chosenForm_
+                                                                         : ChecksumList::usualForm(algorithms_);
+}
+
+QList<ListForm> ListCreationFlow::forms() const {
+  QList<ListForm> forms;
+  for (const ChecksumList::Form form : ChecksumList::allForms()) {
+    ListForm row{.isChosen = form == this->form()};
+    const bool isPossible = ChecksumList::canHold(form, algorithms_);
+    switch (form) {
+      case ChecksumList::Form::gnu:
+        row.label = tr("GNU");
+        if (!isPossible) row.refusal = tr("Holds one algorithm, and not CRC-32.");
+        break;
+      case ChecksumList::Form::bsd:
+        row.label = tr("BSD tags");
+        break;
+      case ChecksumList::Form::sfv:
+        row.label = tr("SFV");
+        if (!isPossible) row.refusal = tr("Holds CRC-32 alone.");
+        break;
+    }
+    forms.append(std::move(row));
+  }
+  return forms;
+}
+
+void ListCreationFlow::chooseForm(int index) {
+  const auto forms = ChecksumList::allForms();
+  if (isWorking() || index < 0 || std::cmp_greater_equal(index, forms.size())) return;
+  const ChecksumList::Form chosen = forms.at(static_cast<std::size_t>(index));
+  if (chosen == form() || !ChecksumList::canHold(chosen, algorithms_)) return;
+  chosenForm_ = chosen;
+  forget();
+  emit choiceChanged();
+}
+
+QString ListCreationFlow::sample() const {
+  if (algorithms_.empty()) return {};
+  std::string text = ChecksumList::proposedName(form(), algorithms_) + ":";
+  constexpr std::size_t shownDigits = 12;
+  for (const HashAlgorithm algorithm : algorithms_) {
+    text += '\n';
+    const std::string digits = std::string("0123456789ab").substr(0, std::min(shownDigits, algorithm.hexLength()));
+    const bool isCut = digits.size() < algorithm.hexLength();
+    ChecksumList::appendLine(text, form(), "folder/file", algorithm, digits + (isCut ? "…" : ""));
+  }
+  return QString::fromStdString(text);
+}
+
+QString ListCreationFlow::choiceRefusal() const { return isWorking() ? tr("The list is being made.") : QString(); }
+
+QString ListCreationFlow::createRefusal() const {
+  if (isWorking() || task_.isRunning()) return tr("The list is being made.");
+  if (!folder_) return tr("Choose the folder first.");
+  if (algorithms_.empty()) return tr("Select at least one algorithm.");
+  return {};
+}
+
+QString ListCreationFlow::saveRefusal() const {
+  if (isWorking() || task_.isRunning()) return tr("The list is being made.");
+  if (!files_) return tr("Calculate the checksums first.");
+  if (files_->empty()) return tr("No file could be read.");
+  return {};
+}
+
+QStringList ListCreationFlow::remarks() const {
+  QStringList remarks;
+  const auto add = [&](std::int64_t count, const QString& one, const QString& many) {
+    if (count > 0) remarks.append(count == 1 ? one : many.arg(figure(count)));
+  };
+  const FolderWalk& walk = found_->walk;
+  add(walk.unreadFolderCount, tr("1 folder could not be read."), tr("%1 folders could not be read."));
+  add(walk.linkCount, tr("1 link was not followed."), tr("%1 links were not followed."));
+  add(walk.otherCount, tr("1 item is no file."), tr("%1 items are no files."));
+  return remarks;
+}
+
+ListCreationVerdict ListCreationFlow::verdict() const {
+  switch (stage_) {
+    case Stage::choosing:
+      return {};
+    case Stage::running:
+      return {.title = found_ ? tr("Calculating…") : tr("Looking for files…"), .details = {}};
+    case Stage::cancelled:
+      return {.tone = Tone::Caution, .title = tr("Cancelled"), .details = tr("Nothing was saved.")};
+    case Stage::refused:
+      return {.tone = Tone::Bad, .title = tr("No list was made"), .details = refusal_};
+    default:
+      break;
+  }
+  const auto total = static_cast<std::int64_t>(found_->paths.size());
+  const std::int64_t failed = total - static_cast<std::int64_t>(files_->size());
+  const bool isWhole = failed == 0 && found_->walk.unreadFolderCount == 0;
+  const QString outcome =
+      failed == 0  ? (total == 1 ? tr("1 file, not saved yet") : tr("%1 files, not saved yet").arg(figure(total)))
+      : total == 1 ? tr("The only file could not be read")
+                   : (failed == 1 ? tr("1 of %2 files could not be read and is not listed")
+                                  : tr("%1 of %2 files could not be read and are not listed").arg(figure(failed)))
+                         .replace(QStringLiteral("%2"), figure(total));
+  QStringList details = remarks();
+  return {.tone = isWhole ? Tone::Good : Tone::Caution, .title = outcome, .details = details.join(u' ')};
+}
+
+double ListCreationFlow::progress() const {
+  if (!found_ || found_->paths.empty()) return 0;
+  return static_cast<double>(filesDone_) / static_cast<double>(found_->paths.size());
+}
+
+QString ListCreationFlow::progressFigure() const {
+  if (!found_ || !isWorking()) return {};
+  return tr("%1 of %2 files")
+      .arg(figure(static_cast<std::int64_t>(filesDone_)), figure(static_cast<std::int64_t>(found_->paths.size())));
+}
+
+void ListCreationFlow::create() {
+  if (!createRefusal().isEmpty()) return;
+  forget();
+  context().setErrorMessage(QString());
+  setStage(Stage::running);
+  const auto run = std::make_shared<ListCreationRun>();
+  run->root = *folder_;
+  run->algorithms = algorithms_;
+  run->form = form();
+  task_.start(
+      BackgroundTask::Priority::userInitiated,
+      [run](const ListCreationRun::Context& task) {
+        run->work(
+            task, [](ListCreationFlow& flow, const auto& found) { flow.applyFound(found); },
+            [](ListCreationFlow& flow, ListCreationRun::Report report) { flow.applyReport(std::move(report)); },
+            [](ListCreationFlow& flow, ListCreationRun::Files files) { flow.files_ = std::move(files); });
+      },
+      [](ListCreationFlow& flow, const std::exception_ptr& failure) {
+        flow.sizesTask_.abandon();
+        flow.runStatus_.end();
+        if (failure) flow.refusal_ = QString::fromStdString(errorDescription(failure));
+        if (flow.stage_ == Stage::running) flow.setStage(failure ? Stage::refused : Stage::made);
+        emit flow.statusChanged();
+        if (flow.stage_ == Stage::made || failure) {
+          emit flow.ended(flow.verdict().tone == Tone::Good ? Outcome::AllWell : Outcome::SomeFailed);
+        }
+      });
+}
+
+void ListCreationFlow::applyFound(const std::shared_ptr<const ListCreationRun::Found>& found) {
+  found_ = found;
+  std::vector<ListCreationRun::Failure> unread;
+  for (const auto& [path, sentence] : found->walk.unreadFolders) unread.push_back({path + "/", sentence});
+  failures_.add(std::move(unread));
+  runStatus_.start(found->paths.size());
+  sizesTask_.start(
+      BackgroundTask::Priority::utility,
+      [found](const ListCreationRun::Context& task) {
+        ListCreationRun::askSizes(*found, task,
+                                  [](ListCreationFlow& flow, const auto& sizes) { flow.runStatus_.addSizes(sizes); });
+      },
+      [](ListCreationFlow& /*flow*/, const std::exception_ptr& /*failure*/) {});
+  emit statusChanged();
+  emit progressChanged();
+}
+
+void ListCreationFlow::applyReport(ListCreationRun::Report report) {
+  failures_.add(std::move(report.failures));
+  filesDone_ = report.filesDone;
+  const auto& paths = found_->paths;
+  runStatus_.advance({.filesDone = report.filesDone,
+                      .bytesRead = report.bytesRead,
+                      .readOfRunning = report.bytesOfRunning,
+                      .fraction = report.fraction,
+                      .file = filesDone_ < paths.size() ? shownText(paths[filesDone_]) : QString()});
+  emit progressChanged();
+}
+
+void ListCreationFlow::cancel() {
+  if (!isWorking()) return;
+  task_.cancel();
+  sizesTask_.abandon();
+  runStatus_.end();
+  setStage(stage_ == Stage::saving ? Stage::made : Stage::cancelled);
+}
+
+void ListCreationFlow::save() {
+  if (!saveRefusal().isEmpty()) return;
+  const std::filesystem::path proposal = *folder_ / ChecksumList::proposedName(form(), algorithms_);
+  context().desktop().chooseDestination(proposal, [this, alive = QPointer(this), files = files_](const QUrl& url) {
+    const auto destination = alive ? fileLocation(url) : std::nullopt;
+    if (destination && files == files_ && saveRefusal().isEmpty()) saveAs(*destination);
+  });
+}
+
+void ListCreationFlow::saveAs(const std::filesystem::path& destination) {
+  context().setErrorMessage(QString());
+  setStage(Stage::saving);
+  task_.start(
+      BackgroundTask::Priority::utility,
+      [files = files_, form = form(), root = found_->root.canonicalPath, destination,
+       algorithms = algorithms_](const ListCreationRun::Context& task) {
+        ChecksumList::write(withoutList(*files, root, destination), form, destination, task.cancellation());
+        const auto algorithm = algorithms.size() == 1 ? std::optional(*algorithms.begin()) : std::nullopt;
+        task.post([destination, algorithm](ListCreationFlow& flow) { emit flow.saved(destination, algorithm); });
+      },
+      [](ListCreationFlow& flow, const std::exception_ptr& failure) {
+        if (failure) flow.context().setErrorMessage(failure);
+        if (flow.stage_ == Stage::saving) flow.setStage(Stage::made);
+        emit flow.statusChanged();
+      });
+}
+
+void ListCreationFlow::reset() {
+  cancel();
+  forget();
+}
+
+void ListCreationFlow::forget() {
+  BackgroundTask::dispose(std::exchange(found_, nullptr), std::exchange(files_, nullptr));
+  failures_.clear();
+  refusal_.clear();
+  filesDone_ = 0;
+  setStage(Stage::choosing);
+  emit progressChanged();
+}
+
+void ListCreationFlow::setStage(Stage stage) {
+  stage_ = stage;
+  emit statusChanged();
+}
+
+}  // namespace tallyfold

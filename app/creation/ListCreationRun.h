@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/shared/RunMeter.h"
+#include "app/tasks/BackgroundTask.h"
+#include "checksums/FolderFiles.h"
+#include "checksums/ManifestPaths.h"
+#include "export/ChecksumList.h"
+
+namespace tallyfold {
+
+class ListCreationFlow;
+
+/// Why no list is made of a folder, before anything is read. `what()` is the sentence for the user.
+class ListRefusal : public std::exception {
+ public:
+  explicit ListRefusal(std::string sentence) : sentence_(std::move(sentence)) {}
+  [[nodiscard]] const char* what() const noexcept override { return sentence_.c_str(); }
+
+ private:
+  std::string sentence_;
+};
+
+/// The making of one list: what it is of, and how its files are found and hashed on the run's thread.
+struct ListCreationRun {
+  /// A file that is not in the list.
+  struct Failure {
+    std::string path;
+    std::string sentence;
+  };
+  /// What a walk found, before any file is read.
+  struct Found {
+    ManifestRootIdentity root;
+    std::vector<std::string> paths;  ///< In byte order.
+    FolderWalk walk;
+  };
+  /// What was found out since the last time.
+  struct Report {
+    std::vector<Failure> failures;
+    std::size_t filesDone = 0;        ///< Since the start.
+    std::int64_t bytesRead = 0;       ///< Since the start.
+    std::int64_t bytesOfRunning = 0;  ///< Of them, those of the file under way.
+    double fraction = 0;              ///< Of that file, 0 to 1.
+  };
+  using Files = std::shared_ptr<const std::vector<ChecksumList::File>>;
+  using Context = FlowTask<ListCreationFlow>::Context;
+  using FoundTaker = std::function<void(ListCreationFlow&, std::shared_ptr<const Found>)>;
+  using ReportTaker = std::function<void(ListCreationFlow&, Report)>;
+  using FilesTaker = std::function<void(ListCreationFlow&, Files)>;
+
+  /// What a list of ours can hold: as many entries, and as much of them, as one that we read.
+  static constexpr std::size_t maximumEntries = 100'000;
+
+  std::filesystem::path root;
+  HashAlgorithmSet algorithms;
+  ChecksumList::Form form;
+
+  /// Calls the takers in this order, `takeReport` often. Fails with ListRefusal, as `captureRootIdentity`, or with
+  /// CancellationError.
+  void work(const Context& context, const FoundTaker& takeFound, const ReportTaker& takeReport,
+            const FilesTaker& takeFiles) const;
+
+  /// Of what was found, a thousand at a time, in its order.
+  static void askSizes(const Found& found, const Context& context,
+                       const std::function<void(ListCreationFlow&, const std::vector<RunMeter::Size>&)>& take);
+
+ private:
+  [[nodiscard]] Found find(const FolderFiles& files, ManifestRootIdentity identity,
+                           const std::stop_token& cancellation) const;
+  void checkNames(const std::vector<std::string>& paths, std::size_t illFormed,
+                  const std::stop_token& cancellation) const;
+};
+
+}  // namespace tallyfold

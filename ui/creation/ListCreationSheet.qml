@@ -1,0 +1,279 @@
+import QtQuick
+import QtQuick.Templates as T
+import TallyFold
+
+// Makes a checksum list of all files below the root folder: what it is to hold, how far it is, what came of it.
+TFSheet {
+    id: root
+
+    required property AppViewModel viewModel
+    readonly property ListCreationFlow creation: viewModel.listCreation
+    readonly property listCreationVerdict verdict: creation.verdict
+    readonly property bool isMade: creation.saveRefusal === ""
+
+    objectName: "listCreation"
+    height: Math.min(implicitHeight, (parent ? parent.height : implicitHeight) - TallyTheme.space8)
+    width: Math.min(TallyTheme.sheetWidth, (parent ? parent.width : TallyTheme.sheetWidth) - TallyTheme.space8)
+    closePolicy: creation.isWorking ? T.Popup.NoAutoClose : T.Popup.CloseOnEscape
+    onOpened: create.takeFocus()
+    onClosed: creation.reset()
+    onIsMadeChanged: {
+        if (isMade)
+            save.takeFocus();
+    }
+
+    contentItem: Item {
+        implicitHeight: content.implicitHeight + TallyTheme.space4 + buttons.implicitHeight
+        Accessible.role: Accessible.Dialog
+        Accessible.name: title.text
+
+        // What has no room scrolls; the buttons stay.
+        Flickable {
+            width: parent.width
+            height: parent.height - buttons.height - TallyTheme.space4
+            contentHeight: content.implicitHeight
+            clip: true
+            boundsBehavior: Flickable.StopAtBounds
+            onContentHeightChanged: contentY = Math.max(0, contentHeight - height)
+
+            T.ScrollBar.vertical: TFScrollBar {
+            }
+
+            Column {
+                id: content
+
+                width: parent.width
+                spacing: TallyTheme.space3
+
+                TFText {
+                    id: title
+
+                    text: qsTr("Create Checksum List")
+                    font.pixelSize: TallyTheme.sectionSize
+                    font.weight: Font.DemiBold
+                }
+
+                TFPathText {
+                    width: parent.width
+                    path: root.creation.folder
+                }
+
+                Heading {
+                    text: qsTr("Algorithms")
+                }
+
+                Flow {
+                    width: parent.width
+                    spacing: TallyTheme.chipSpacing
+
+                    Repeater {
+                        model: root.viewModel.algorithms
+
+                        TFChip {
+                            required property string modelData
+
+                            objectName: "list of " + modelData
+                            text: modelData
+                            refusal: root.creation.choiceRefusal
+                            checked: root.creation.algorithms.includes(modelData)
+                            onToggled: isOn => root.creation.setAlgorithmSelected(modelData, isOn)
+                        }
+                    }
+                }
+
+                Heading {
+                    text: qsTr("Form")
+                }
+
+                Flow {
+                    width: parent.width
+                    spacing: TallyTheme.chipSpacing
+
+                    Repeater {
+                        model: root.creation.forms
+
+                        TFChip {
+                            required property int index
+                            required property listForm modelData
+
+                            objectName: "list as " + modelData.label
+                            text: modelData.label
+                            refusal: modelData.refusal !== "" ? modelData.refusal : root.creation.choiceRefusal
+                            checked: modelData.isChosen
+                            onToggled: root.creation.chooseForm(index)
+                        }
+                    }
+                }
+
+                TFStaticText {
+                    objectName: "listSample"
+                    width: parent.width
+                    text: root.creation.sample
+                    color: TallyTheme.secondary
+                    elide: Text.ElideRight
+                    maximumLineCount: TallyTheme.sampleLines
+                    font.family: TallyTheme.digestFont
+                    font.pixelSize: TallyTheme.captionSize
+                }
+
+                TFVerdict {
+                    objectName: "listVerdict"
+                    width: parent.width
+                    visible: root.verdict.title !== ""
+                    icon: root.verdict.tone === Tone.Good ? "checkmark.circle.fill" : "exclamationmark.triangle.fill"
+                    title: root.verdict.title
+                    tone: root.verdict.tone
+                    isBusy: root.creation.isWorking
+
+                    TFStaticText {
+                        objectName: "listVerdictDetails"
+                        width: parent.width
+                        visible: text !== ""
+                        text: root.verdict.details
+                        color: TallyTheme.secondary
+                        wrapMode: Text.Wrap
+                    }
+
+                    TFStaticText {
+                        width: parent.width
+                        visible: root.creation.isWorking
+                        text: root.creation.runStatus.file
+                        color: TallyTheme.secondary
+                        elide: Text.ElideMiddle
+                        font.pixelSize: TallyTheme.captionSize
+                    }
+
+                    TFProgressBar {
+                        objectName: "listProgress"
+                        width: parent.width
+                        visible: root.creation.isWorking
+                        value: root.creation.progress
+                        reach: root.creation.runStatus.reach
+                        Accessible.name: qsTr("Making of the list")
+                    }
+
+                    TFStaticText {
+                        width: parent.width
+                        visible: root.creation.isWorking
+                        text: root.creation.runStatus.figures !== "" ? root.creation.runStatus.figures : root.creation.progressFigure
+                        color: TallyTheme.secondary
+                        elide: Text.ElideRight
+                        font.pixelSize: TallyTheme.captionSize
+                    }
+                }
+
+                ListView {
+                    id: failures
+
+                    objectName: "listFailures"
+                    width: parent.width
+                    height: Math.min(contentHeight, TallyTheme.leastListHeight)
+                    visible: count > 0
+                    clip: true
+                    activeFocusOnTab: true
+                    keyNavigationEnabled: true
+                    boundsBehavior: Flickable.StopAtBounds
+                    model: root.creation.failures
+                    Accessible.role: Accessible.List
+                    Accessible.name: qsTr("Not in the list")
+
+                    T.ScrollBar.vertical: TFScrollBar {
+                    }
+
+                    delegate: Column {
+                        id: failure
+
+                        required property string path
+                        required property string message
+
+                        width: failures.width - TallyTheme.space4
+                        bottomPadding: TallyTheme.space1
+                        Accessible.role: Accessible.ListItem
+                        Accessible.name: path + ": " + message
+
+                        TFNameText {
+                            width: parent.width
+                            text: failure.path
+                        }
+
+                        TFText {
+                            width: parent.width
+                            text: failure.message
+                            color: TallyTheme.bad
+                            wrapMode: Text.Wrap
+                            font.pixelSize: TallyTheme.captionSize
+                        }
+                    }
+
+                    TFFocusRing {
+                        visible: failures.activeFocus
+                    }
+                }
+            }
+        }
+
+        Flow {
+            id: buttons
+
+            anchors.bottom: parent.bottom
+            width: parent.width
+            layoutDirection: Qt.RightToLeft
+            spacing: TallyTheme.space2
+
+            TFButton {
+                id: save
+
+                objectName: "saveList"
+                text: qsTr("Save…")
+                isProminent: root.isMade
+                refusal: root.creation.saveRefusal
+                onClicked: root.creation.save()
+            }
+
+            TFButton {
+                id: create
+
+                objectName: "createList"
+                text: root.creation.isWorking ? qsTr("Cancel") : qsTr("Calculate")
+                tip: root.creation.isWorking ? "Esc" : ""
+                isProminent: !root.isMade && !root.creation.isWorking
+                refusal: root.creation.isWorking ? "" : root.creation.createRefusal
+                onClicked: {
+                    if (root.creation.isWorking)
+                        root.creation.cancel();
+                    else
+                        root.creation.create();
+                }
+            }
+
+            TFButton {
+                objectName: "closeList"
+                text: qsTr("Close")
+                refusal: root.creation.choiceRefusal
+                onClicked: root.close()
+            }
+        }
+
+        Shortcut {
+            enabled: root.creation.isWorking
+            sequence: "Esc"
+            onActivated: root.creation.cancel()
+        }
+    }
+
+    component Heading: TFText {
+        color: TallyTheme.secondary
+        font.pixelSize: TallyTheme.captionSize
+        font.weight: Font.Medium
+        Accessible.role: Accessible.Heading
+        Accessible.name: text
+    }
+
+    Connections {
+        target: root.creation
+
+        function onSaved() {
+            root.close();
+        }
+    }
+}
