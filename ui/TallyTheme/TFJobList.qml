@@ -80,6 +80,11 @@ ListView {
             return;
         const end = item.y + item.height + bottomMargin - height;
         contentY = Math.max(contentY, isEndHeld ? end : Math.min(item.y, end));
+        // Where it jumped, the view makes the rows before this one only as it moves.
+        if (heldRow > 0 && item.y > contentY && !itemAtIndex(heldRow - 1)) {
+            contentY -= 1;
+            contentY += 1;
+        }
     }
 
     function lookElsewhere() {
