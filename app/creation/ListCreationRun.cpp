@@ -7,26 +7,12 @@
 
 #include <QCoreApplication>
 
-#include "app/shared/FileLocation.h"
-#include "app/shared/Formats.h"
-#include "checksums/ChecksumReading.h"
-#include "checksums/ListReading.h"
+#include "app/shared/NewList.h"
 #include "checksums/ManifestVerification.h"
 #include "core/base/Errors.h"
 #include "core/services/HashService.h"
-#include "core/text/UnicodeText.h"
 
 namespace tallyfold {
-
-namespace {
-
-QString tr(const char* text) { return QCoreApplication::translate("tallyfold::ListCreationFlow", text); }
-
-[[noreturn]] void refuse(const QString& sentence) { throw ListRefusal(sentence.toStdString()); }
-
-QString figure(std::size_t count) { return userLocale().toString(static_cast<qulonglong>(count)); }
-
-}  // namespace
 
 void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, const ReportTaker& takeReport,
                            const FilesTaker& takeFiles) const {
@@ -72,59 +58,22 @@ void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, 
 
 ListCreationRun::Found ListCreationRun::find(const FolderFiles& files, ManifestRootIdentity identity,
                                              const std::stop_token& cancellation) const {
-  using namespace ChecksumManifestService;
   Found found{.root = std::move(identity), .paths = {}, .walk = {}};
-  std::size_t illFormed = 0;
-  std::size_t retained = 0;
+  NewList list(form, algorithms);
   found.walk = files.walk(cancellation, [&](std::string path) {
-    for (const HashAlgorithm algorithm : algorithms) retained += path.size() + algorithm.hexLength() + entryOverhead;
-    const std::size_t entries = (found.paths.size() + illFormed + 1) * algorithms.size();
-    if (entries > maximumEntries || retained > maximumRetainedSize) return false;
-    if (!isValidUTF8(path)) {
-      ++illFormed;
-    } else {
-      found.paths.push_back(std::move(path));
-    }
+    if (!list.add(path)) return false;
+    found.paths.push_back(std::move(path));
     return true;
   });
-  if (!found.walk.isComplete) {
-    refuse(tr("There are too many files below this folder: a list holds at most %1 checksums, and 64 MiB of names.")
-               .arg(figure(maximumEntries)));
+  if (!found.walk.isComplete) NewList::refuseMore();
+  if (found.paths.empty()) {
+    throw ListRefusal(
+        QCoreApplication::translate("tallyfold::ListCreationFlow", "There are no files below this folder.")
+            .toStdString());
   }
-  if (found.paths.empty() && illFormed == 0) refuse(tr("There are no files below this folder."));
   std::ranges::sort(found.paths);
-  checkNames(found.paths, illFormed, cancellation);
+  list.checkNames(found.paths, cancellation);
   return found;
-}
-
-void ListCreationRun::checkNames(const std::vector<std::string>& paths, std::size_t illFormed,
-                                 const std::stop_token& cancellation) const {
-  const HashAlgorithm algorithm = *algorithms.begin();
-  const std::string digest(algorithm.hexLength(), '0');
-  std::string line;
-  const auto isLost = [&](const std::string& path) {
-    HashService::checkCancellation(cancellation);
-    line.clear();
-    ChecksumList::appendLine(line, form, path, algorithm, digest);
-    return !ChecksumManifestService::isReadBack(line, path, algorithm);
-  };
-  const auto firstLost = std::ranges::find_if(paths, isLost);
-  const auto lost = static_cast<std::size_t>(std::count_if(firstLost, paths.end(), isLost));
-  if (illFormed + lost == 0) return;
-  QStringList reasons;
-  if (illFormed > 0) {
-    reasons.append(illFormed == 1 ? tr("The name of 1 file is not UTF-8, as lists are.")
-                                  : tr("The names of %1 files are not UTF-8, as lists are.").arg(figure(illFormed)));
-  }
-  if (lost > 0) {
-    // Isolated, so that the name cannot reorder the words around it.
-    const QString name = u'\u2068' + shownText(*firstLost) + u'\u2069';
-    reasons.append(
-        lost == 1
-            ? tr("The name of 1 file cannot be written in this form: “%1”.").arg(name)
-            : tr("The names of %1 files cannot be written in this form, the first: “%2”.").arg(figure(lost), name));
-  }
-  refuse(reasons.join(u' '));
 }
 
 void ListCreationRun::askSizes(const Found& found, const Context& context,

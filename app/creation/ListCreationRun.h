@@ -18,16 +18,6 @@ namespace tallyfold {
 
 class ListCreationFlow;
 
-/// Why no list is made of a folder, before anything is read. `what()` is the sentence for the user.
-class ListRefusal : public std::exception {
- public:
-  explicit ListRefusal(std::string sentence) : sentence_(std::move(sentence)) {}
-  [[nodiscard]] const char* what() const noexcept override { return sentence_.c_str(); }
-
- private:
-  std::string sentence_;
-};
-
 /// The making of one list: what it is of, and how its files are found and hashed on the run's thread.
 struct ListCreationRun {
   /// A file that is not in the list.
@@ -55,9 +45,6 @@ struct ListCreationRun {
   using ReportTaker = std::function<void(ListCreationFlow&, Report)>;
   using FilesTaker = std::function<void(ListCreationFlow&, Files)>;
 
-  /// What a list of ours can hold: as many entries, and as much of them, as one that we read.
-  static constexpr std::size_t maximumEntries = 100'000;
-
   std::filesystem::path root;
   HashAlgorithmSet algorithms;
   ChecksumList::Form form;
@@ -74,8 +61,6 @@ struct ListCreationRun {
  private:
   [[nodiscard]] Found find(const FolderFiles& files, ManifestRootIdentity identity,
                            const std::stop_token& cancellation) const;
-  void checkNames(const std::vector<std::string>& paths, std::size_t illFormed,
-                  const std::stop_token& cancellation) const;
 };
 
 }  // namespace tallyfold

@@ -1,16 +1,51 @@
 // The reports of the Files mode.
 
+#include <cstddef>
 #include <string>
-#include <string_view>
 #include <utility>
+#include <vector>
 
 #include <QPointer>
 
 #include "app/files/FilesFlow.h"
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
+#include "app/shared/NewList.h"
+#include "checksums/ManifestPaths.h"
+#include "export/ChecksumList.h"
 
 namespace tallyfold {
+
+using ChecksumManifestService::pathBelow;
+
+namespace {
+
+/// The deepest folder that all files are below.
+std::filesystem::path commonFolder(const FileHashResults& results) {
+  std::filesystem::path common = results.front()->url.parent_path();
+  for (const auto& result : results) {
+    while (common.has_relative_path() && pathBelow(common.native(), result->url.native()).empty())
+      common = common.parent_path();
+  }
+  return common;
+}
+
+/// Fails with ListRefusal.
+std::vector<ChecksumList::File> listFiles(const FileHashResults& results, const std::filesystem::path& folder,
+                                          NewList list, const std::stop_token& cancellation) {
+  std::vector<std::string> paths;
+  for (const auto& result : results) {
+    paths.emplace_back(pathBelow(folder.native(), result->url.native()));
+    if (!list.add(paths.back())) NewList::refuseMore();
+  }
+  list.checkNames(paths, cancellation);
+  std::vector<ChecksumList::File> files;
+  files.reserve(results.size());
+  for (std::size_t i = 0; i < results.size(); ++i) files.push_back({std::move(paths[i]), results[i]->hashes});
+  return files;
+}
+
+}  // namespace
 
 void FilesFlow::exportResults(ReportFormat format) {
   switch (format) {
@@ -25,28 +60,45 @@ void FilesFlow::exportResults(ReportFormat format) {
 
 void FilesFlow::exportResults(ManifestService::Format format) {
   if (!exportRefusal().isEmpty()) return;
-  const std::string_view extension = ManifestService::fileExtension(format);
-  const std::filesystem::path proposal = std::string("checksums.").append(extension);
-  context().desktop().chooseDestination(proposal, [this, alive = QPointer(this), format](const QUrl& url) {
-    if (!alive) return;
-    const auto destination = fileLocation(url);
-    if (!destination || !exportRefusal().isEmpty()) return;
-    context().setErrorMessage(QString());
-    interruption_.clear();
-    dismissNotice();
-    setExporting(true);
-    exportTask_.start(
-        BackgroundTask::Priority::utility,
-        [results = results_, format, destination = *destination](const FlowTask<FilesFlow>::Context& task) {
-          ManifestService::write(results, format, destination, task.cancellation());
-          task.post([destination](FilesFlow& flow) { flow.reportSaved(destination); });
-        },
-        [](FilesFlow& flow, const std::exception_ptr& failure) {
-          if (failure) flow.context().setErrorMessage(failure);
-          if (flow.exportTask_.hasLeftWorkBehind()) flow.interruption_ = tr("The disk does not answer");
-          flow.setExporting(false);
-        });
+  const std::filesystem::path proposal = std::string("checksums.").append(ManifestService::fileExtension(format));
+  save(proposal, [results = results_, format](const auto& destination, const auto& cancellation) {
+    ManifestService::write(results, format, destination, cancellation);
   });
+}
+
+void FilesFlow::exportList() {
+  if (!exportRefusal().isEmpty()) return;
+  const HashAlgorithmSet algorithms = results_.front()->hashes.algorithms();
+  const ChecksumList::Form form = ChecksumList::usualForm(algorithms);
+  const std::filesystem::path folder = commonFolder(results_);
+  save(folder / ChecksumList::proposedName(form, algorithms), [=, results = results_](const auto& destination,
+                                                                                      const auto& cancellation) {
+    ChecksumList::write(listFiles(results, folder, {form, algorithms}, cancellation), form, destination, cancellation);
+  });
+}
+
+void FilesFlow::save(const std::filesystem::path& proposal, Writer write) {
+  context().desktop().chooseDestination(
+      proposal, [this, alive = QPointer(this), write = std::move(write)](const QUrl& url) {
+        if (!alive) return;
+        const auto destination = fileLocation(url);
+        if (!destination || !exportRefusal().isEmpty()) return;
+        context().setErrorMessage(QString());
+        interruption_.clear();
+        dismissNotice();
+        setExporting(true);
+        exportTask_.start(
+            BackgroundTask::Priority::utility,
+            [write, destination = *destination](const FlowTask<FilesFlow>::Context& task) {
+              write(destination, task.cancellation());
+              task.post([destination](FilesFlow& flow) { flow.reportSaved(destination); });
+            },
+            [](FilesFlow& flow, const std::exception_ptr& failure) {
+              if (failure) flow.context().setErrorMessage(failure);
+              if (flow.exportTask_.hasLeftWorkBehind()) flow.interruption_ = tr("The disk does not answer");
+              flow.setExporting(false);
+            });
+      });
 }
 
 void FilesFlow::reportSaved(const std::filesystem::path& destination) {

@@ -3,7 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <stop_token>
 #include <utility>
 #include <vector>
 
@@ -110,6 +112,9 @@ class FilesFlow : public tallyfold::Flow {
   /// Asks for a destination and writes the results there in the background.
   Q_INVOKABLE void exportResults(tallyfold::FilesFlow::ReportFormat format);
   void exportResults(ManifestService::Format format);
+  /// As a checksum list, in the form that is usual for its algorithms, with names relative to the folder that all
+  /// files have in common.
+  Q_INVOKABLE void exportList();
   Q_INVOKABLE void cancelExport();
 
   [[nodiscard]] FilesNotice notice() const { return notice_; }
@@ -152,6 +157,9 @@ class FilesFlow : public tallyfold::Flow {
   void setProcessing(bool isProcessing);
   void setProgress(std::size_t processed, std::size_t total);
   void setExporting(bool isExporting);
+  /// Asks for a destination, and saves there with `write`, on the export's thread.
+  using Writer = std::function<void(const std::filesystem::path& destination, const std::stop_token& cancellation)>;
+  void save(const std::filesystem::path& proposal, Writer write);
   void showQueueLimit();
   void setNotice(FilesNotice notice);
   void keepCleared();

@@ -4,6 +4,7 @@
 
 #include "app/shared/FileLocation.h"
 #include "tests/app/ModelTest.h"
+#include "tests/support/Process.h"
 
 namespace tallyfold::test {
 
@@ -65,6 +66,30 @@ TEST_F(Export, NothingIsSavedWithoutResultsOrADestination) {
   desktop_.confirmSavePanel(urlOf(reports_ / "report"));
   ASSERT_TRUE(BackgroundTask::waitForAll(patience));
   EXPECT_THAT(reports(), IsEmpty());
+}
+
+TEST_F(Export, ListHasNamesBelowTheFolderThatTheFilesShare) {
+  const auto list = [&] {
+    model_->files()->exportList();
+    desktop_.confirmSavePanel(urlOf(reports_ / "list"));
+    EXPECT_TRUE(exportEnds());
+    return fs::exists(reports_ / "list") ? contentOf(reports_ / "list") : model_->errorMessage().toStdString();
+  };
+  EXPECT_THAT(list(), testing::AllOf(testing::StartsWith("MD5 (b, \"c\") = 900150983cd24fb0d6963f7d28e17f72\n"),
+                                     testing::HasSubstr("\nCRC32 (a) = 00000000\n")));
+  EXPECT_EQ(desktop_.proposedName.toStdString(), (folder_.path() / "CHECKSUMS").native());
+  model_->setSelectedAlgorithms({HashAlgorithm::blake3});
+  fs::create_directory(folder_.path() / "dir");
+  add({folder_.file("dir/\n", "")});
+  run();
+  const std::string digests = list();
+  EXPECT_EQ(std::ranges::count(digests, '\n'), 3);
+  EXPECT_THAT(digests, testing::HasSubstr("  dir/\\n\n"));
+  outputOf({"sh", "-c", "cd '" + folder_.path().native() + "' && b3sum --check reports/list"});
+  fs::remove(reports_ / "list");
+  model_->files()->addFiles({fileUrl(folder_.file("\xFF", ""))});
+  run();
+  EXPECT_EQ(list(), "The name of 1 file is not UTF-8, as lists are.");
 }
 
 TEST_F(Export, QueueStandsStillMeanwhile) {

@@ -236,11 +236,6 @@ TEST_F(FilesKeyboardTest, TheRunningRowStaysInViewUntilTheUserScrolls) {
   EXPECT_FALSE(isWhole(last)) << "The user looks elsewhere";
   driver.press({"Escape"});
   waitFor("the end", [&] { return !model.files()->isProcessing(); });
-  tabTo("file0");
-  for (int i = 1; i < last; ++i) {
-    driver.press({"Down"});
-    waitFor("the whole row " + std::to_string(i), [&] { return isWhole(i); });
-  }
 }
 
 TEST_F(FilesKeyboardTest, SeveralRowsAreCopiedAndRemovedAtOnce) {

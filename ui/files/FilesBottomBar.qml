@@ -118,5 +118,14 @@ TFRunBar {
             text: qsTr("JSON")
             onTriggered: root.viewModel.files.exportResults(FilesFlow.Json)
         }
+
+        TFMenuSeparator {
+        }
+
+        TFMenuItem {
+            objectName: "exportList"
+            text: qsTr("Checksum List…")
+            onTriggered: root.viewModel.files.exportList()
+        }
     }
 }
