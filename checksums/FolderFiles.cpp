@@ -65,6 +65,7 @@ FolderWalk FolderFiles::walk(const std::stop_token& cancellation, const std::fun
           result.isComplete = visit(std::move(item));
         } else if (kind == ItemKind::folder) {
           result.isComplete = waiting.add(std::move(item));
+          result.hasTooManyFolders = !result.isComplete;
         } else {
           ++(kind == ItemKind::link ? result.linkCount : result.otherCount);
         }

@@ -28,6 +28,7 @@ struct FolderWalk {
   std::int64_t unreadFolderCount = 0;
   /// False where the walk ended early: there were too many folders, or the caller had enough.
   bool isComplete = true;
+  bool hasTooManyFolders = false;
 
   static constexpr std::size_t maximumUnreadFolders = 100;
 };

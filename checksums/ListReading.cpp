@@ -72,7 +72,8 @@ bool isReadBack(std::string_view line, std::string_view path, HashAlgorithm algo
   }
   if (result.entries.size() != 1) return false;
   const ChecksumManifestEntry& entry = result.entries.front();
-  return entry.relativePath == path && entry.algorithm == algorithm;
+  const std::string_view read = entry.relativePath;
+  return (read == path || (read.starts_with("./") && read.substr(2) == path)) && entry.algorithm == algorithm;
 }
 
 bool isQuotedName(std::string_view name) { return name.size() > 2 && name.front() == '"' && name.back() == '"'; }

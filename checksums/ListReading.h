@@ -52,7 +52,7 @@ ListReading readList(const std::filesystem::path& url, const ReadingChoice& choi
                      const std::stop_token& cancellation);
 
 /// Whether `line`, which begins a list, is read as one entry of this algorithm with this path: not every name survives
-/// in every form.
+/// in every form. "./" before it does not matter.
 bool isReadBack(std::string_view line, std::string_view path, HashAlgorithm algorithm);
 
 /// Whether a name stands in double quotes, as some programs write it.

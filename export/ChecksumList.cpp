@@ -43,6 +43,7 @@ std::string proposedName(Form form, HashAlgorithmSet algorithms) {
 }
 
 void appendLine(std::string& text, Form form, std::string_view path, HashAlgorithm algorithm, std::string_view digest) {
+  if (path == "-") path = "./-";  // What has the other name is the standard input.
   if (form == Form::sfv) {
     text.append(path).append(" ").append(upperCased(digest));
     return;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -11,35 +10,14 @@
 #include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
+#include "app/shared/NewList.h"
 #include "core/base/Errors.h"
-#include "core/files/Paths.h"
 
 namespace tallyfold {
 
 namespace {
 
 QString figure(std::int64_t count) { return userLocale().toString(static_cast<qlonglong>(count)); }
-
-/// Those of the files that the list at `destination` does not replace.
-std::vector<ChecksumList::File> withoutList(std::vector<ChecksumList::File> files, const std::filesystem::path& root,
-                                            const std::filesystem::path& destination) {
-  std::optional<FileSnapshot> replaced;
-  try {
-    replaced = snapshotOfItem(destination);
-  } catch (const std::system_error&) {
-    return files;
-  }
-  std::erase_if(files, [&](const ChecksumList::File& file) {
-    const std::filesystem::path path = root / file.path;
-    if (path.filename() != destination.filename()) return false;
-    try {
-      return snapshotOfItem(path).isSameIdentity(*replaced);
-    } catch (const std::system_error&) {
-      return false;
-    }
-  });
-  return files;
-}
 
 }  // namespace
 
@@ -135,7 +113,7 @@ QString ListCreationFlow::createRefusal() const {
 
 QString ListCreationFlow::saveRefusal() const {
   if (isWorking() || task_.isRunning()) return tr("The list is being made.");
-  if (!files_) return tr("Calculate the checksums first.");
+  if (!files_ || stage_ != Stage::made) return tr("Calculate the checksums first.");
   if (files_->empty()) return tr("No file could be read.");
   return {};
 }
@@ -148,7 +126,8 @@ QStringList ListCreationFlow::remarks() const {
   const FolderWalk& walk = found_->walk;
   add(walk.unreadFolderCount, tr("1 folder could not be read."), tr("%1 folders could not be read."));
   add(walk.linkCount, tr("1 link was not followed."), tr("%1 links were not followed."));
-  add(walk.otherCount, tr("1 item is no file."), tr("%1 items are no files."));
+  add(walk.otherCount, tr("1 pipe, device or socket was left out."),
+      tr("%1 pipes, devices and sockets were left out."));
   return remarks;
 }
 
@@ -269,9 +248,11 @@ void ListCreationFlow::saveAs(const std::filesystem::path& destination) {
   setStage(Stage::saving);
   task_.start(
       BackgroundTask::Priority::utility,
-      [files = files_, form = form(), root = found_->root.canonicalPath, destination,
+      [files = files_, form = form(), folder = *folder_, root = found_->root, destination,
        algorithms = algorithms_](const ListCreationRun::Context& task) {
-        ChecksumList::write(withoutList(*files, root, destination), form, destination, task.cancellation());
+        ListCreationRun::checkRoot(folder, root, task.cancellation());
+        ChecksumList::write(NewList::withoutReplaced(*files, folder, destination), form, destination,
+                            task.cancellation());
         const auto algorithm = algorithms.size() == 1 ? std::optional(*algorithms.begin()) : std::nullopt;
         task.post([destination, algorithm](ListCreationFlow& flow) { emit flow.saved(destination, algorithm); });
       },

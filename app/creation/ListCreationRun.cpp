@@ -14,6 +14,21 @@
 
 namespace tallyfold {
 
+namespace {
+
+[[noreturn]] void refuse(const char* sentence) {
+  throw ListRefusal(QCoreApplication::translate("tallyfold::ListCreationFlow", sentence).toStdString());
+}
+
+}  // namespace
+
+void ListCreationRun::checkRoot(const std::filesystem::path& root, const ManifestRootIdentity& expected,
+                                const std::stop_token& cancellation) {
+  const ManifestRootIdentity now = ChecksumManifestService::captureRootIdentity(root, cancellation);
+  const bool isSame = now.canonicalPath == expected.canonicalPath && now.snapshot.isSameIdentity(expected.snapshot);
+  if (!isSame) refuse("The folder was replaced while its files were read.");
+}
+
 void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, const ReportTaker& takeReport,
                            const FilesTaker& takeFiles) const {
   const std::stop_token& cancellation = context.cancellation();
@@ -53,6 +68,7 @@ void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, 
     ++now.filesDone;
     tell();
   }
+  checkRoot(root, found->root, cancellation);
   context.post([=](ListCreationFlow& flow) { takeFiles(flow, files); });
 }
 
@@ -61,16 +77,16 @@ ListCreationRun::Found ListCreationRun::find(const FolderFiles& files, ManifestR
   Found found{.root = std::move(identity), .paths = {}, .walk = {}};
   NewList list(form, algorithms);
   found.walk = files.walk(cancellation, [&](std::string path) {
-    if (!list.add(path)) return false;
+    // A list that is there already is likely the one that the new one replaces.
+    if (path != ChecksumList::proposedName(form, algorithms) && !list.add(path)) return false;
     found.paths.push_back(std::move(path));
     return true;
   });
+  if (found.walk.hasTooManyFolders) refuse("There are too many folders below this folder.");
   if (!found.walk.isComplete) NewList::refuseMore();
-  if (found.paths.empty()) {
-    throw ListRefusal(
-        QCoreApplication::translate("tallyfold::ListCreationFlow", "There are no files below this folder.")
-            .toStdString());
-  }
+  if (found.paths.empty() && found.walk.unreadFolderCount > 0)
+    refuse("No file was found, and not every folder could be read.");
+  if (found.paths.empty()) refuse("There are no files below this folder.");
   std::ranges::sort(found.paths);
   list.checkNames(found.paths, cancellation);
   return found;

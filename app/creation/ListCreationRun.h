@@ -54,6 +54,10 @@ struct ListCreationRun {
   void work(const Context& context, const FoundTaker& takeFound, const ReportTaker& takeReport,
             const FilesTaker& takeFiles) const;
 
+  /// Fails with ListRefusal unless `root` is still the folder `expected`, whatever is in it by now.
+  static void checkRoot(const std::filesystem::path& root, const ManifestRootIdentity& expected,
+                        const std::stop_token& cancellation);
+
   /// Of what was found, a thousand at a time, in its order.
   static void askSizes(const Found& found, const Context& context,
                        const std::function<void(ListCreationFlow&, const std::vector<RunMeter::Size>&)>& take);

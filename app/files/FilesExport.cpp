@@ -71,10 +71,12 @@ void FilesFlow::exportList() {
   const HashAlgorithmSet algorithms = results_.front()->hashes.algorithms();
   const ChecksumList::Form form = ChecksumList::usualForm(algorithms);
   const std::filesystem::path folder = commonFolder(results_);
-  save(folder / ChecksumList::proposedName(form, algorithms), [=, results = results_](const auto& destination,
-                                                                                      const auto& cancellation) {
-    ChecksumList::write(listFiles(results, folder, {form, algorithms}, cancellation), form, destination, cancellation);
-  });
+  save(folder / ChecksumList::proposedName(form, algorithms),
+       [=, results = results_](const auto& destination, const auto& cancellation) {
+         ChecksumList::write(NewList::withoutReplaced(listFiles(results, folder, {form, algorithms}, cancellation),
+                                                      folder, destination),
+                             form, destination, cancellation);
+       });
 }
 
 void FilesFlow::save(const std::filesystem::path& proposal, Writer write) {

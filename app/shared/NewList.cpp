@@ -1,6 +1,7 @@
 #include "app/shared/NewList.h"
 
 #include <algorithm>
+#include <system_error>
 
 #include <QCoreApplication>
 #include <QString>
@@ -10,6 +11,7 @@
 #include "app/shared/Formats.h"
 #include "checksums/ChecksumReading.h"
 #include "checksums/ListReading.h"
+#include "core/files/Paths.h"
 #include "core/services/HashService.h"
 #include "core/text/UnicodeText.h"
 
@@ -38,19 +40,22 @@ void NewList::refuseMore() {
 }
 
 void NewList::checkNames(const std::vector<std::string>& paths, const std::stop_token& cancellation) const {
-  const HashAlgorithm algorithm = *algorithms_.begin();
-  const std::string digest(algorithm.hexLength(), '0');
   std::string line;
+  const auto isLost = [&](const std::string& path) {
+    return std::any_of(algorithms_.begin(), algorithms_.end(), [&](HashAlgorithm algorithm) {
+      line.clear();
+      ChecksumList::appendLine(line, form_, path, algorithm, std::string(algorithm.hexLength(), '0'));
+      return !isReadBack(line, path, algorithm);
+    });
+  };
   std::size_t illFormed = 0;
   std::size_t lost = 0;
   const std::string* firstLost = nullptr;
   for (const std::string& path : paths) {
     HashService::checkCancellation(cancellation);
-    line.clear();
-    ChecksumList::appendLine(line, form_, path, algorithm, digest);
     if (!isValidUTF8(path)) {
       ++illFormed;
-    } else if (!isReadBack(line, path, algorithm)) {
+    } else if (isLost(path)) {
       ++lost;
       if (firstLost == nullptr) firstLost = &path;
     }
@@ -69,6 +74,23 @@ void NewList::checkNames(const std::vector<std::string>& paths, const std::stop_
             : tr("The names of %1 files cannot be written in this form, the first: “%2”.").arg(figure(lost), name));
   }
   if (!reasons.isEmpty()) throw ListRefusal(reasons.join(u' ').toStdString());
+}
+
+std::vector<ChecksumList::File> NewList::withoutReplaced(std::vector<ChecksumList::File> files,
+                                                         const std::filesystem::path& folder,
+                                                         const std::filesystem::path& destination) {
+  const auto isReplaced = [&](const ChecksumList::File& file) {
+    const std::filesystem::path path = folder / file.path;
+    if (path.filename() != destination.filename()) return false;
+    try {
+      return snapshotOfFolder(path.parent_path()).isSameIdentity(snapshotOfFolder(destination.parent_path()));
+    } catch (const std::system_error&) {
+      return false;  // The one of them that is there no more is told of elsewhere.
+    }
+  };
+  std::erase_if(files, isReplaced);
+  if (files.empty()) throw ListRefusal(tr("There is no file but the list itself.").toStdString());
+  return files;
 }
 
 }  // namespace tallyfold

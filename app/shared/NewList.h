@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <exception>
+#include <filesystem>
 #include <stop_token>
 #include <string>
 #include <string_view>
@@ -34,6 +35,12 @@ class NewList {
   /// Fails with ListRefusal unless all of `paths` can be written in the form, and are read back from it; with
   /// CancellationError.
   void checkNames(const std::vector<std::string>& paths, const std::stop_token& cancellation) const;
+
+  /// Those of `files`, which are below `folder`, that the list at `destination` does not replace: no list lists itself.
+  /// Fails with ListRefusal where none is left.
+  static std::vector<ChecksumList::File> withoutReplaced(std::vector<ChecksumList::File> files,
+                                                         const std::filesystem::path& folder,
+                                                         const std::filesystem::path& destination);
 
  private:
   ChecksumList::Form form_;

@@ -79,6 +79,10 @@ TEST_F(ListCreation, WhatAListCannotHoldIsRefusedBeforeAnythingIsRead) {
   folder_.file("root/ends with a blank ", "");
   EXPECT_EQ(made(),
             "No list was made|The name of 1 file cannot be written in this form: “\u2068ends with a blank \u2069”.");
+  fs::remove(root_ / "ends with a blank ");
+  choose({QStringLiteral("MD5"), QStringLiteral("CRC-32")});
+  EXPECT_EQ(made(), "No list was made|The name of 1 file cannot be written in this form: “\u2068.b\\\u2069”.");
+  fs::remove(root_ / ".b\\");
   folder_.file("root/\xFF", "");
   folder_.file("root/\xFE", "");
   choose({QStringLiteral("MD5"), QStringLiteral("CRC-32")});
@@ -96,6 +100,10 @@ TEST_F(ListCreation, WhatAListCannotHoldIsRefusedBeforeAnythingIsRead) {
   EXPECT_THAT(made(), testing::StartsWith("No list was made|"));
   fs::create_directories(many);
   EXPECT_EQ(made(), "No list was made|There are no files below this folder.");
+  folder_.file("many/list", "");
+  EXPECT_THAT(made(), testing::StartsWith("1 file, "));
+  saveAs(many / "list");
+  EXPECT_EQ(model_->errorMessage(), "There is no file but the list itself.");
 }
 
 TEST_F(ListCreation, WhatCouldNotBeReadIsSaidAndNotListed) {
@@ -108,6 +116,16 @@ TEST_F(ListCreation, WhatCouldNotBeReadIsSaidAndNotListed) {
   EXPECT_EQ(creation().failures()->index(0).data(ListFailures::Message).toString(), "Input/output error");
   saveAs(root_ / "SHA256SUMS");
   EXPECT_EQ(entries(), 2U);
+}
+
+TEST_F(ListCreation, FolderThatTookThePlaceOfAnotherGetsNoListOfThat) {
+  holdAt("read", 2);
+  creation().create();
+  ASSERT_TRUE(gate_.waitForArrival());
+  fs::rename(root_, folder_.path() / "moved");
+  fs::create_directory(root_);
+  goOn();
+  EXPECT_EQ(verdict(), "No list was made|The folder was replaced while its files were read.");
 }
 
 TEST_F(ListCreation, NothingIsLeftOfWhatWasCancelled) {

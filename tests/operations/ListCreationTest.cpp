@@ -23,6 +23,7 @@ std::vector<std::string> hostileNames() {
          {"@a", "a@", "a@b", "@@c@@", "d@/@e", "@f@00000000", "0123456789abcdef@", "@/g"}) {
       std::string name;
       for (const char character : pattern) name.append(character == '@' ? part : std::string_view(&character, 1));
+      if (name == "-/g") name = "-";  // To most programs it is the standard input.
       if (name != "./g") names.push_back(std::move(name));
     }
   }

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import QtQuick.Window
 import TallyFold
 
 // Makes a checksum list of all files below the root folder: what it is to hold, how far it is, what came of it.
@@ -17,10 +18,7 @@ TFSheet {
     closePolicy: creation.isWorking ? T.Popup.NoAutoClose : T.Popup.CloseOnEscape
     onOpened: create.takeFocus()
     onClosed: creation.reset()
-    onIsMadeChanged: {
-        if (isMade)
-            save.takeFocus();
-    }
+    onIsMadeChanged: made.restart()
 
     contentItem: Item {
         implicitHeight: content.implicitHeight + TallyTheme.space4 + buttons.implicitHeight
@@ -29,12 +27,29 @@ TFSheet {
 
         // What has no room scrolls; the buttons stay.
         Flickable {
-            width: parent.width
+            id: viewport
+
+            readonly property Item place: Window.activeFocusItem
+
+            function reveal(item: Item) {
+                let part = item;
+                while (part && part !== content)
+                    part = part.parent;
+                if (!part)
+                    return;
+                const top = item.mapToItem(content, 0, 0).y;
+                contentY = Math.max(0, Math.min(Math.max(contentY, top + item.height + TallyTheme.space2 - height), top));
+            }
+
+            // Room for the rings around what stands at its edges.
+            x: -TallyTheme.space2
+            width: parent.width + 2 * TallyTheme.space2
             height: parent.height - buttons.height - TallyTheme.space4
             contentHeight: content.implicitHeight
             clip: true
             boundsBehavior: Flickable.StopAtBounds
-            onContentHeightChanged: contentY = Math.max(0, contentHeight - height)
+            // What gets the keys is seen.
+            onPlaceChanged: reveal(place)
 
             T.ScrollBar.vertical: TFScrollBar {
             }
@@ -42,7 +57,8 @@ TFSheet {
             Column {
                 id: content
 
-                width: parent.width
+                x: TallyTheme.space2
+                width: viewport.width - 2 * TallyTheme.space2
                 spacing: TallyTheme.space3
 
                 TFText {
@@ -90,16 +106,16 @@ TFSheet {
                     spacing: TallyTheme.chipSpacing
 
                     Repeater {
-                        model: root.creation.forms
+                        model: root.creation.forms.length
 
                         TFChip {
                             required property int index
-                            required property listForm modelData
+                            readonly property listForm form: root.creation.forms[index]
 
-                            objectName: "list as " + modelData.label
-                            text: modelData.label
-                            refusal: modelData.refusal !== "" ? modelData.refusal : root.creation.choiceRefusal
-                            checked: modelData.isChosen
+                            objectName: "list as " + form.label
+                            text: form.label
+                            refusal: form.refusal !== "" ? form.refusal : root.creation.choiceRefusal
+                            checked: form.isChosen
                             onToggled: root.creation.chooseForm(index)
                         }
                     }
@@ -117,6 +133,8 @@ TFSheet {
                 }
 
                 TFVerdict {
+                    id: verdict
+
                     objectName: "listVerdict"
                     width: parent.width
                     visible: root.verdict.title !== ""
@@ -235,7 +253,7 @@ TFSheet {
 
                 objectName: "createList"
                 text: root.creation.isWorking ? qsTr("Cancel") : qsTr("Calculate")
-                tip: root.creation.isWorking ? "Esc" : ""
+                tip: root.creation.isWorking ? "Esc" : "Ctrl+Return"
                 isProminent: !root.isMade && !root.creation.isWorking
                 refusal: root.creation.isWorking ? "" : root.creation.createRefusal
                 onClicked: {
@@ -258,6 +276,32 @@ TFSheet {
             enabled: root.creation.isWorking
             sequence: "Esc"
             onActivated: root.creation.cancel()
+        }
+
+        Shortcut {
+            enabled: root.opened
+            sequences: ["Ctrl+Return", "Ctrl+Enter"]
+            autoRepeat: false
+            onActivated: {
+                if (root.isMade)
+                    root.creation.save();
+                else
+                    root.creation.create();
+            }
+        }
+
+        // Behind what the new state changes: until then the button takes no focus, and the verdict has no place.
+        Timer {
+            id: made
+
+            interval: 0
+            onTriggered: {
+                // An alert keeps the keys.
+                if (root.isMade && root.viewModel.errorMessage === "")
+                    save.takeFocus();
+                if (verdict.visible)
+                    viewport.reveal(verdict);
+            }
         }
     }
 

@@ -90,7 +90,7 @@ void DesktopServices::chooseDestination(const std::filesystem::path& proposal,
                                         std::function<void(const QUrl&)> chosen) {
   QFileDialog* panel = makePanel(window_);
   panel->setObjectName(QStringLiteral("savePanel"));
-  panel->setWindowTitle(QFileDialog::tr("Save Report"));
+  panel->setWindowTitle(QFileDialog::tr("Save"));
   panel->setAcceptMode(QFileDialog::AcceptSave);
   panel->setFileMode(QFileDialog::AnyFile);
   if (proposal.has_parent_path()) panel->setDirectoryUrl(fileUrl(proposal.parent_path()));
