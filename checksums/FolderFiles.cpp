@@ -71,7 +71,6 @@ FolderWalk FolderFiles::walk(const std::stop_token& cancellation, const std::fun
         }
         return result.isComplete;
       });
-      ++result.folderCount;
     } catch (const std::system_error&) {
       ++result.unreadFolderCount;
       if (result.unreadFolders.size() < FolderWalk::maximumUnreadFolders) {

@@ -21,14 +21,13 @@ struct FolderWalk {
     std::string sentence;  ///< Why, for the user.
   };
 
-  std::int64_t folderCount = 0;             ///< That were read, the root among them.
   std::int64_t linkCount = 0;               ///< None was followed.
   std::int64_t otherCount = 0;              ///< Pipes, sockets, devices.
   std::vector<UnreadFolder> unreadFolders;  ///< The first `maximumUnreadFolders`; there may be files in them.
   std::int64_t unreadFolderCount = 0;
   /// False where the walk ended early: there were too many folders, or the caller had enough.
   bool isComplete = true;
-  bool hasTooManyFolders = false;
+  bool hasTooManyFolders = false;  ///< That was why.
 
   static constexpr std::size_t maximumUnreadFolders = 100;
 };

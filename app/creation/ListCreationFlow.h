@@ -69,7 +69,6 @@ class ListCreationFlow : public tallyfold::Flow {
 
   /// As it is shown; empty when there is none.
   [[nodiscard]] QString folder() const;
-  [[nodiscard]] const std::optional<std::filesystem::path>& folderURL() const { return folder_; }
   /// The folder of the list to be made; what was made of another is forgotten.
   void setFolder(const std::optional<std::filesystem::path>& folder);
 

@@ -84,9 +84,10 @@ ListCreationRun::Found ListCreationRun::find(const FolderFiles& files, ManifestR
   });
   if (found.walk.hasTooManyFolders) refuse("There are too many folders below this folder.");
   if (!found.walk.isComplete) NewList::refuseMore();
-  if (found.paths.empty() && found.walk.unreadFolderCount > 0)
-    refuse("No file was found, and not every folder could be read.");
-  if (found.paths.empty()) refuse("There are no files below this folder.");
+  if (found.paths.empty()) {
+    refuse(found.walk.unreadFolderCount > 0 ? "No file was found, and not every folder could be read."
+                                            : "There are no files below this folder.");
+  }
   std::ranges::sort(found.paths);
   list.checkNames(found.paths, cancellation);
   return found;

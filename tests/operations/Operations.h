@@ -65,8 +65,7 @@ inline Lines outcomesOfWalk(const fs::path& root, const std::stop_token& cancell
                       }));
       if (lines.back().ends_with("cancelled")) throw CancellationError();
     }
-    lines.push_back(std::to_string(walk.linkCount) + " links, " + std::to_string(walk.otherCount) + " others, " +
-                    std::to_string(walk.folderCount) + " folders");
+    lines.push_back(std::to_string(walk.linkCount) + " links, " + std::to_string(walk.otherCount) + " others");
   });
   return failure.empty() ? lines : Lines{failure};
 }
