@@ -93,15 +93,16 @@ struct Widths {
   static constexpr std::size_t most = Lanes<Registers512, 2>::width;
 
   /// Many processors run narrower registers faster, and padding costs them its loads.
-  static std::size_t compress(const Messages& messages, std::size_t count, std::size_t next, std::uint32_t* output,
-                              std::uint32_t* unfinished) {
+  template <typename Kind>
+  static std::size_t compress(const std::uint8_t* first, std::uint64_t counter, std::size_t count, std::size_t next,
+                              std::uint32_t* output, std::uint32_t* unfinished) {
     using Four = Lanes<Quarter, 1>;
     using Eight = Lanes<Half, 1>;
     using Sixteen = Lanes<Registers512, 1>;
-    if (count <= Four::width) return Four::compress(messages, count, next, output, unfinished);
-    if (count <= Eight::width) return Eight::compress(messages, count, next, output, unfinished);
-    if (count <= Sixteen::width) return Sixteen::compress(messages, count, next, output, unfinished);
-    return Lanes<Registers512, 2>::compress(messages, count, next, output, unfinished);
+    if (count <= Four::width) return Four::compress<Kind>(first, counter, count, next, output, unfinished);
+    if (count <= Eight::width) return Eight::compress<Kind>(first, counter, count, next, output, unfinished);
+    if (count <= Sixteen::width) return Sixteen::compress<Kind>(first, counter, count, next, output, unfinished);
+    return Lanes<Registers512, 2>::compress<Kind>(first, counter, count, next, output, unfinished);
   }
 };
 

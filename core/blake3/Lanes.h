@@ -14,20 +14,20 @@
 namespace tallyfold::blake3 {
 namespace {
 
-/// Messages of the same number of blocks, one every `distance` bytes, and what their compressions take.
-struct Messages {
-  const std::uint8_t* first;
-  std::size_t distance;
-  std::size_t blocks;
-  std::uint64_t counter;
-  std::uint64_t counterStep;  // From one message to the next.
-  std::uint32_t flags;
-  std::uint32_t flagsOfFirstBlock;
-  std::uint32_t flagsOfLastBlock;
-
-  [[nodiscard]] std::uint32_t flagsOf(std::size_t block) const {
-    return flags | (block == 0 ? flagsOfFirstBlock : 0U) | (block + 1 == blocks ? flagsOfLastBlock : 0U);
-  }
+/// What the messages of a kind have in common: they lie one behind the other.
+struct Chunks {
+  static constexpr std::size_t blocks = kChunkSize / kBlockSize;
+  static constexpr std::uint32_t flags = 0;
+  static constexpr std::uint32_t flagsOfFirstBlock = kChunkStart;
+  static constexpr std::uint32_t flagsOfLastBlock = kChunkEnd;
+  static constexpr bool areCounted = true;
+};
+struct Parents {
+  static constexpr std::size_t blocks = 1;
+  static constexpr std::uint32_t flags = kParent;
+  static constexpr std::uint32_t flagsOfFirstBlock = 0;
+  static constexpr std::uint32_t flagsOfLastBlock = 0;
+  static constexpr bool areCounted = false;
 };
 
 /// One register for each word of the state of so many messages, `groups` times: processors that take two cycles for an
@@ -48,24 +48,26 @@ class Lanes {
  public:
   static constexpr std::size_t width = groups * InstructionSet::width;
 
-  /// Chaining values of the first `count` messages, `width` at most; returns how many. `unfinished`, unless it is null,
-  /// receives that of the last of them before its last block. Fetches what is `next` bytes further on meanwhile.
-  [[gnu::noinline]] static std::size_t compress(const Messages& messages, std::size_t count, std::size_t next,
-                                                std::uint32_t* output, std::uint32_t* unfinished) {
+  /// Chaining values of the first `count` messages of a `Kind`, `width` at most; returns how many. `unfinished`, unless
+  /// it is null, receives that of the last of them before its last block. Fetches what is `next` bytes further on
+  /// meanwhile.
+  template <typename Kind>
+  [[gnu::noinline]] static std::size_t compress(const std::uint8_t* first, std::uint64_t counter, std::size_t count,
+                                                std::size_t next, std::uint32_t* output, std::uint32_t* unfinished) {
     if (count > width) count = width;
     // Lanes that are left over read the last message again, and nobody wants what they write.
     const std::uint8_t* blocks[width];
     std::uint32_t* outputs[width];
     std::uint32_t unused[kChainingWords];
     for (std::size_t i = 0; i < width; ++i) {
-      blocks[i] = messages.first + (i < count ? i : count - 1) * messages.distance;
+      blocks[i] = first;
       outputs[i] = i < count ? output + i * kChainingWords : unused;
+      if (i + 1 < count) first += Kind::blocks * kBlockSize;
     }
 
     Vector counters[groups][2];
     for (std::size_t g = 0; g < groups; ++g) {
-      setCounters(messages.counter + g * InstructionSet::width * messages.counterStep, messages.counterStep != 0,
-                  counters[g]);
+      setCounters(Kind::areCounted ? counter + g * InstructionSet::width : 0, Kind::areCounted, counters[g]);
     }
     Vector chainingValues[groups][kChainingWords];
     for (Vector(&group)[kChainingWords] : chainingValues) {
@@ -73,11 +75,14 @@ class Lanes {
     }
     constexpr std::size_t buffers = loadsAhead ? 2 : 1;
     Words words[buffers];
-    for (std::size_t block = 0; block < messages.blocks; ++block) {
+    std::size_t total = Kind::blocks;
+    // GCC schedules several groups worse where it knows that there is one block.
+    if constexpr (groups > 1) __asm__("" : "+r"(total), "+r"(next));
+    for (std::size_t block = 0; block < total; ++block) {
       Words& now = words[block % buffers];
       Words& later = words[(block + 1) % buffers];
       if (!loadsAhead || block == 0) load<0, 1, 2, 3, 4, 5, 6, 7>(blocks, now);
-      if (block + 1 < messages.blocks) {
+      if (block + 1 < total) {
         for (const std::uint8_t*& place : blocks) {
           // The processor by itself sees too late that each lane leaps over the others' chunks.
           if (next != 0) _mm_prefetch(reinterpret_cast<const char*>(place + next), _MM_HINT_T0);
@@ -86,6 +91,9 @@ class Lanes {
       } else if (unfinished != nullptr) {
         copyLane(chainingValues, count - 1, unfinished);
       }
+      std::uint32_t flags = Kind::flags;
+      if (block == 0) flags |= Kind::flagsOfFirstBlock;
+      if (block + 1 == total) flags |= Kind::flagsOfLastBlock;
       Vector v[groups][16];
       for (std::size_t g = 0; g < groups; ++g) {
         for (std::size_t i = 0; i < kChainingWords; ++i) v[g][i] = chainingValues[g][i];
@@ -93,7 +101,7 @@ class Lanes {
         v[g][12] = counters[g][0];
         v[g][13] = counters[g][1];
         v[g][14] = InstructionSet::broadcast(kBlockSize);
-        v[g][15] = InstructionSet::broadcast(messages.flagsOf(block));
+        v[g][15] = InstructionSet::broadcast(flags);
       }
       mixRound<0>(v, now);
       loadAhead<0, 1>(blocks, later);

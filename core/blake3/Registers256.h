@@ -42,15 +42,17 @@ struct Registers256 {
 
   template <std::size_t step>
   static void load(const std::uint8_t* const* blocks, Vector* words) {
-    if constexpr (step < 4) {
-      constexpr std::size_t half = step / 2;
-      constexpr std::size_t first = step % 2 * 4;
+    constexpr std::size_t half = step / 3;
+    if constexpr (half == 2) {
+      return;
+    } else if constexpr (step % 3 < 2) {
+      constexpr std::size_t first = step % 3 * 4;
       const auto row = [&](std::size_t i) {
         return _mm256_loadu_si256(reinterpret_cast<const Vector*>(blocks[first + i] + 32 * half));
       };
-      transposeFour(row(0), row(1), row(2), row(3), words + 4 * step);
-    } else if constexpr (step < 6) {
-      exchangeHalves(words + (step - 4) * 8);
+      transposeFour(row(0), row(1), row(2), row(3), words + 8 * half + first);
+    } else {
+      exchangeHalves(words + 8 * half);
     }
   }
 

@@ -10,8 +10,9 @@ namespace {
 ///
 ///     struct Widths {
 ///       // Compresses at least two messages of `count`, which is at least two, and returns how many.
-///       static std::size_t compress(const Messages&, std::size_t count, std::size_t next, std::uint32_t* output,
-///                                   std::uint32_t* unfinished);
+///       template <typename Kind>
+///       static std::size_t compress(const std::uint8_t* first, std::uint64_t counter, std::size_t count,
+///                                   std::size_t next, std::uint32_t* output, std::uint32_t* unfinished);
 ///       static constexpr std::size_t most;
 ///     };
 ///
@@ -21,24 +22,22 @@ template <typename Widths>
 struct VectorKernel {
   static void chunks(const std::uint8_t* input, std::size_t count, std::uint64_t counter, std::uint32_t* output,
                      std::uint32_t* unfinished) {
-    Messages messages{input, kChunkSize, kChunkSize / kBlockSize, counter, 1, 0, kChunkStart, kChunkEnd};
     while (count > 1) {
       const std::size_t next = count < 2 * Widths::most ? 0 : Widths::most * kChunkSize;
-      const bool isLast = count <= Widths::most;
-      const std::size_t done = Widths::compress(messages, count, next, output, isLast ? unfinished : nullptr);
-      messages.first += done * kChunkSize;
-      messages.counter += done;
+      std::uint32_t* const last = count <= Widths::most ? unfinished : nullptr;
+      const std::size_t done = Widths::template compress<Chunks>(input, counter, count, next, output, last);
+      input += done * kChunkSize;
+      counter += done;
       output += done * kChainingWords;
       count -= done;
     }
-    if (count == 1) single::chunks(messages.first, 1, messages.counter, output, unfinished);
+    if (count == 1) single::chunks(input, 1, counter, output, unfinished);
   }
 
   static void parents(const std::uint32_t* children, std::size_t count, std::uint32_t* output) {
-    Messages messages{reinterpret_cast<const std::uint8_t*>(children), kBlockSize, 1, 0, 0, kParent, 0, 0};
     while (count > 1) {
-      const std::size_t done = Widths::compress(messages, count, 0, output, nullptr);
-      messages.first += done * kBlockSize;
+      const auto* const first = reinterpret_cast<const std::uint8_t*>(children);
+      const std::size_t done = Widths::template compress<Parents>(first, 0, count, 0, output, nullptr);
       children += done * kMessageWords;
       output += done * kChainingWords;
       count -= done;
