@@ -29,10 +29,18 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : ModeFlows(deskto
       context().desktop().announceEnd(AppMode::rawValue(mode), flow(mode).outcomeSentence());
     });
   }
-  connect(manifest(), &ManifestFlow::manifestURLsChanged, this,
-          [this] { listCreation_.setFolder(manifest()->manifestRootURL()); });
+  // A list that is being made is made to its end, whatever else comes.
+  const auto passRootOn = [this] {
+    if (!listCreation_.isOpen()) listCreation_.setFolder(manifest()->manifestRootURL());
+  };
+  connect(manifest(), &ManifestFlow::manifestURLsChanged, this, passRootOn);
+  connect(&listCreation_, &ListCreationFlow::isOpenChanged, this, passRootOn);
   connect(&listCreation_, &ListCreationFlow::saved, manifest(),
-          [this](const auto& list, auto algorithm) { manifest()->openManifest(list, algorithm); });
+          [this](const auto& list, const auto& folder, auto algorithm) {
+            manifest()->cancelManifest();
+            if (manifest()->manifestRootURL() != folder) manifest()->setManifestRoot({fileUrl(folder)});
+            manifest()->openManifest(list, algorithm);
+          });
   connect(&listCreation_, &Flow::ended, this, [this] {
     context().desktop().announceEnd(AppMode::rawValue(AppMode::Manifest), listCreation_.outcomeSentence());
   });
@@ -86,6 +94,9 @@ void AppViewModel::openFiles(const QList<QUrl>& urls) {
   QList<QUrl> opened;
   std::ranges::remove_copy_if(urls, std::back_inserter(opened), isFolder);
   if (opened.isEmpty()) return;
+  if (listCreation_.isOpen()) {
+    return setErrorMessage(tr("A checksum list is being created. Close that first, then open the file again."));
+  }
   const auto path = fileLocation(opened.constFirst());
   if (opened.size() == 1 && urls.size() <= 2 && path && ChecksumManifestService::isListName(*path)) {
     setMode(AppMode::Manifest);
@@ -96,6 +107,11 @@ void AppViewModel::openFiles(const QList<QUrl>& urls) {
     if (const QString refusal = files()->queueRefusal(); !refusal.isEmpty()) return setErrorMessage(refusal);
     files()->receiveDroppedFiles(opened);
   }
+}
+
+bool AppViewModel::isSaving() {
+  // An export that was cancelled may have left its work behind.
+  return files()->isExporting() || !files()->interruption().isEmpty() || listCreation_.isSaving();
 }
 
 void AppViewModel::shutdown() {

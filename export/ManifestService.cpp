@@ -12,8 +12,8 @@ namespace tallyfold {
 namespace fs = std::filesystem;
 
 const char* ManifestServiceError::what() const noexcept {
-  return value_ == Case::notAFile ? "What has this name is not a file. Choose another name for the report."
-                                  : "The report could not be written.";
+  return value_ == Case::notAFile ? "What has this name is not a file. Choose another name."
+                                  : "The file could not be written.";
 }
 
 namespace ManifestService {

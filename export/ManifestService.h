@@ -12,7 +12,7 @@
 
 namespace tallyfold {
 
-/// The failure of a report that has no error number of the system. `what()` is the sentence for the user.
+/// The failure of what is saved that has no error number of the system. `what()` is the sentence for the user.
 class ManifestServiceError : public std::exception {
  public:
   enum class Case { fileWriteUnknown, notAFile };

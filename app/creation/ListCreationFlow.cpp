@@ -1,6 +1,7 @@
 #include "app/creation/ListCreationFlow.h"
 
 #include <algorithm>
+#include <atomic>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,6 +26,12 @@ ListCreationFlow::ListCreationFlow(FlowContext& context) : Flow(context) {
   connect(this, &ListCreationFlow::choiceChanged, this, &ListCreationFlow::statusChanged);
   connect(this, &ListCreationFlow::folderChanged, this, &ListCreationFlow::statusChanged);
   connect(this, &ListCreationFlow::statusChanged, this, &Flow::isBusyChanged);
+}
+
+void ListCreationFlow::setOpen(bool isOpen) {
+  if (std::exchange(isOpen_, isOpen) == isOpen) return;
+  if (!isOpen) reset();
+  emit isOpenChanged();
 }
 
 QString ListCreationFlow::folder() const { return folder_ ? displayText(*folder_) : QString(); }
@@ -93,8 +100,11 @@ QString ListCreationFlow::sample() const {
   if (algorithms_.empty()) return {};
   std::string text = ChecksumList::proposedName(form(), algorithms_) + ":";
   constexpr std::size_t shownDigits = 12;
+  constexpr std::size_t sampleLines = 4;
+  std::size_t lines = 1;
   for (const HashAlgorithm algorithm : algorithms_) {
     text += '\n';
+    if (++lines == sampleLines && algorithms_.size() >= sampleLines) return QString::fromStdString(text + "…");
     const std::string digits = std::string("0123456789ab").substr(0, std::min(shownDigits, algorithm.hexLength()));
     const bool isCut = digits.size() < algorithm.hexLength();
     ChecksumList::appendLine(text, form(), "folder/file", algorithm, digits + (isCut ? "…" : ""));
@@ -124,7 +134,11 @@ QStringList ListCreationFlow::remarks() const {
     if (count > 0) remarks.append(count == 1 ? one : many.arg(figure(count)));
   };
   const FolderWalk& walk = found_->walk;
-  add(walk.unreadFolderCount, tr("1 folder could not be read."), tr("%1 folders could not be read."));
+  const auto shown = static_cast<std::int64_t>(walk.unreadFolders.size());
+  add(walk.unreadFolderCount, tr("1 folder could not be read."),
+      walk.unreadFolderCount == shown
+          ? tr("%1 folders could not be read.")
+          : tr("%1 folders could not be read, the first %2 are shown.").replace(QStringLiteral("%2"), figure(shown)));
   add(walk.linkCount, tr("1 link was not followed."), tr("%1 links were not followed."));
   add(walk.otherCount, tr("1 pipe, device or socket was left out."),
       tr("%1 pipes, devices and sockets were left out."));
@@ -137,6 +151,8 @@ ListCreationVerdict ListCreationFlow::verdict() const {
       return {};
     case Stage::running:
       return {.title = found_ ? tr("Calculating…") : tr("Looking for files…"), .details = {}};
+    case Stage::saving:
+      return {.title = tr("Saving…"), .details = {}};
     case Stage::cancelled:
       return {.tone = Tone::Caution, .title = tr("Cancelled"), .details = tr("Nothing was saved.")};
     case Stage::refused:
@@ -159,11 +175,15 @@ ListCreationVerdict ListCreationFlow::verdict() const {
 
 double ListCreationFlow::progress() const {
   if (!found_ || found_->paths.empty()) return 0;
+  const RunMeter& meter = runStatus_.meter();
+  if (const auto total = meter.totalBytes(); total && *total > 0) {
+    return static_cast<double>(meter.bytesRead()) / static_cast<double>(*total);
+  }
   return static_cast<double>(filesDone_) / static_cast<double>(found_->paths.size());
 }
 
 QString ListCreationFlow::progressFigure() const {
-  if (!found_ || !isWorking()) return {};
+  if (!found_ || stage_ != Stage::running) return {};
   return tr("%1 of %2 files")
       .arg(figure(static_cast<std::int64_t>(filesDone_)), figure(static_cast<std::int64_t>(found_->paths.size())));
 }
@@ -229,9 +249,11 @@ void ListCreationFlow::applyReport(ListCreationRun::Report report) {
 void ListCreationFlow::cancel() {
   if (!isWorking()) return;
   task_.cancel();
+  // Whether there is a list by now, the last step tells.
+  if (stage_ == Stage::saving) return;
   sizesTask_.abandon();
   runStatus_.end();
-  setStage(stage_ == Stage::saving ? Stage::made : Stage::cancelled);
+  setStage(Stage::cancelled);
 }
 
 void ListCreationFlow::save() {
@@ -246,21 +268,33 @@ void ListCreationFlow::save() {
 void ListCreationFlow::saveAs(const std::filesystem::path& destination) {
   context().setErrorMessage(QString());
   setStage(Stage::saving);
+  const auto isSaved = std::make_shared<std::atomic<bool>>(false);
   task_.start(
       BackgroundTask::Priority::utility,
       [files = files_, form = form(), folder = *folder_, root = found_->root, destination,
-       algorithms = algorithms_](const ListCreationRun::Context& task) {
+       isSaved](const ListCreationRun::Context& task) {
         ListCreationRun::checkRoot(folder, root, task.cancellation());
         ChecksumList::write(NewList::withoutReplaced(*files, folder, destination), form, destination,
                             task.cancellation());
-        const auto algorithm = algorithms.size() == 1 ? std::optional(*algorithms.begin()) : std::nullopt;
-        task.post([destination, algorithm](ListCreationFlow& flow) { emit flow.saved(destination, algorithm); });
+        *isSaved = true;
       },
-      [](ListCreationFlow& flow, const std::exception_ptr& failure) {
-        if (failure) flow.context().setErrorMessage(failure);
-        if (flow.stage_ == Stage::saving) flow.setStage(Stage::made);
-        emit flow.statusChanged();
+      [destination, isSaved](ListCreationFlow& flow, const std::exception_ptr& failure) {
+        flow.endSaving(destination, *isSaved, failure);
       });
+}
+
+void ListCreationFlow::endSaving(const std::filesystem::path& destination, bool isSaved,
+                                 const std::exception_ptr& failure) {
+  hasLeftSaveBehind_ = task_.hasLeftWorkBehind() && !isSaved;
+  if (failure) context().setErrorMessage(failure);
+  // Nobody waits for it any more.
+  if (stage_ != Stage::saving) return emit statusChanged();
+  if (hasLeftSaveBehind_) {
+    context().setErrorMessage(tr("The disk does not answer. Whether the list is saved cannot be told."));
+  }
+  setStage(Stage::made);
+  if (!isSaved) return;
+  emit saved(destination, *folder_, algorithms_.size() == 1 ? std::optional(*algorithms_.begin()) : std::nullopt);
 }
 
 void ListCreationFlow::reset() {

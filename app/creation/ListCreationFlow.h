@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -46,6 +47,7 @@ struct ListCreationVerdict {
 /// The making of a checksum list of all files below a folder: choose, calculate, save.
 class ListCreationFlow : public tallyfold::Flow {
   Q_OBJECT
+  Q_PROPERTY(bool isOpen READ isOpen WRITE setOpen NOTIFY isOpenChanged)
   Q_PROPERTY(QString folder READ folder NOTIFY folderChanged)
   Q_PROPERTY(QStringList algorithms READ algorithmNames NOTIFY choiceChanged)
   Q_PROPERTY(QList<tallyfold::ListForm> forms READ forms NOTIFY choiceChanged)
@@ -67,6 +69,13 @@ class ListCreationFlow : public tallyfold::Flow {
   [[nodiscard]] QString outcomeSentence() const override { return verdict().title; }
   void shutdown() override { cancel(); }
 
+  /// A list is being written to the disk, or its writing was left behind there.
+  [[nodiscard]] bool isSaving() const { return stage_ == Stage::saving || hasLeftSaveBehind_; }
+
+  /// The user is at it: from the choice on until it is closed, which forgets what was made.
+  [[nodiscard]] bool isOpen() const { return isOpen_; }
+  void setOpen(bool isOpen);
+
   /// As it is shown; empty when there is none.
   [[nodiscard]] QString folder() const;
   /// The folder of the list to be made; what was made of another is forgotten.
@@ -86,7 +95,7 @@ class ListCreationFlow : public tallyfold::Flow {
   [[nodiscard]] QString saveRefusal() const;
   [[nodiscard]] bool isWorking() const { return stage_ == Stage::running || stage_ == Stage::saving; }
   [[nodiscard]] ListCreationVerdict verdict() const;
-  /// Of the files found, 0 to 1.
+  /// Of the bytes of the files found, once their sizes are known, or else of the files: 0 to 1.
   [[nodiscard]] double progress() const;
   /// "12 of 1,204 files"; empty while there is none.
   [[nodiscard]] QString progressFigure() const;
@@ -94,6 +103,7 @@ class ListCreationFlow : public tallyfold::Flow {
   [[nodiscard]] ListFailures* failures() { return &failures_; }
 
   Q_INVOKABLE void create();
+  /// What is being saved may be saved all the same, and is `saved` then.
   Q_INVOKABLE void cancel();
   /// Asks where, and saves what was calculated: whole or not at all. The list does not list itself.
   Q_INVOKABLE void save();
@@ -101,12 +111,15 @@ class ListCreationFlow : public tallyfold::Flow {
   Q_INVOKABLE void reset();
 
  signals:
+  void isOpenChanged();
   void folderChanged();
   void choiceChanged();
   void statusChanged();
   void progressChanged();
-  /// A list was saved. `algorithm` is that of all its checksums; none where the list says it line by line.
-  void saved(const std::filesystem::path& list, std::optional<tallyfold::HashAlgorithm> algorithm);
+  /// A list of the files below `folder` was saved. `algorithm` is that of all its checksums; none where the list says
+  /// it line by line.
+  void saved(const std::filesystem::path& list, const std::filesystem::path& folder,
+             std::optional<tallyfold::HashAlgorithm> algorithm);
 
  private:
   enum class Stage { choosing, running, cancelled, refused, made, saving };
@@ -117,12 +130,15 @@ class ListCreationFlow : public tallyfold::Flow {
   void applyFound(const std::shared_ptr<const ListCreationRun::Found>& found);
   void applyReport(ListCreationRun::Report report);
   void saveAs(const std::filesystem::path& destination);
+  void endSaving(const std::filesystem::path& destination, bool isSaved, const std::exception_ptr& failure);
   [[nodiscard]] QStringList remarks() const;
 
   std::optional<std::filesystem::path> folder_;
   HashAlgorithmSet algorithms_{HashAlgorithm::sha256};
   std::optional<ChecksumList::Form> chosenForm_;
+  bool isOpen_ = false;
   Stage stage_ = Stage::choosing;
+  bool hasLeftSaveBehind_ = false;
   QString refusal_;                                      // Of the folder, at the stage of that name.
   std::shared_ptr<const ListCreationRun::Found> found_;  // Null before the folder is walked.
   ListCreationRun::Files files_;                         // Null before they are all hashed.

@@ -20,6 +20,26 @@ namespace {
   throw ListRefusal(QCoreApplication::translate("tallyfold::ListCreationFlow", sentence).toStdString());
 }
 
+/// Of the exception that is being handled: what the verification of a list says of changes is put in other words.
+std::string sentenceOfFailure() {
+  try {
+    throw;
+  } catch (const ManifestPathError&) {
+    return HashServiceError(HashServiceError::Case::fileChangedDuringRead).what();
+  } catch (...) {
+    return errorDescription(std::current_exception());
+  }
+}
+
+/// Fails with ListRefusal where the folder is another than the one that was captured.
+FolderFiles openFolder(const ManifestRootIdentity& identity) {
+  try {
+    return FolderFiles(identity);
+  } catch (const ManifestPathError&) {
+    refuse("The folder was replaced while its files were read.");
+  }
+}
+
 }  // namespace
 
 void ListCreationRun::checkRoot(const std::filesystem::path& root, const ManifestRootIdentity& expected,
@@ -33,7 +53,7 @@ void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, 
                            const FilesTaker& takeFiles) const {
   const std::stop_token& cancellation = context.cancellation();
   ManifestRootIdentity identity = ChecksumManifestService::captureRootIdentity(root, cancellation);
-  const FolderFiles folder(identity);
+  const FolderFiles folder = openFolder(identity);
   const auto found = std::make_shared<const Found>(find(folder, std::move(identity), cancellation));
   context.post([=](ListCreationFlow& flow) { takeFound(flow, found); });
 
@@ -61,7 +81,7 @@ void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, 
     try {
       files->push_back({path, folder.hash(path, algorithms, cancellation, read)});
     } catch (const std::exception&) {
-      now.failures.push_back({path, errorDescription(std::current_exception())});
+      now.failures.push_back({path, sentenceOfFailure()});
     }
     now.bytesOfRunning = 0;
     now.fraction = 0;

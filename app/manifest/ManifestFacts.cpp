@@ -46,6 +46,7 @@ QString ManifestFlow::manifestLines() const {
 QString ManifestFlow::manifestUnsupportedFigure() const { return userLocale().toString(unsupportedLineCount_); }
 
 QString ManifestFlow::manifestEmptySentence() const {
+  if (!url_ && rootURL_) return tr("Drop a checksum list of this folder, or create one.");
   if (!url_) return tr("Drop a checksum list and the folder that it describes.");
   if (showsWarnings_) return tr("Every line of the list is understood.");
   if (jobs_.total() == 0) return tr("There are no entries to show.");

@@ -81,8 +81,12 @@ std::vector<ChecksumList::File> NewList::withoutReplaced(std::vector<ChecksumLis
                                                          const std::filesystem::path& destination) {
   const auto isReplaced = [&](const ChecksumList::File& file) {
     const std::filesystem::path path = folder / file.path;
-    if (path.filename() != destination.filename()) return false;
+    const std::string name = path.filename();
+    const std::string replaced = destination.filename();
+    if (name != replaced && lowerCased(name) != lowerCased(replaced)) return false;
     try {
+      // File systems that take names in any case have one file under both.
+      if (name != replaced && !snapshotOfItem(path).isSameIdentity(snapshotOfItem(destination))) return false;
       return snapshotOfFolder(path.parent_path()).isSameIdentity(snapshotOfFolder(destination.parent_path()));
     } catch (const std::system_error&) {
       return false;  // The one of them that is there no more is told of elsewhere.

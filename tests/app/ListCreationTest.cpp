@@ -1,5 +1,6 @@
 // Making a checksum list of the folder that is Manifest's root.
 
+#include "core/base/Errors.h"
 #include "tests/app/ModelTest.h"
 #include "tests/support/Process.h"
 
@@ -61,6 +62,12 @@ TEST_F(ListCreation, ListIsMadeSavedOpenedAndNeverListsItself) {
   saveAs(folder_.path() / "elsewhere");
   EXPECT_EQ(entries(), 4U);
   EXPECT_EQ(desktop_.proposedName.toStdString(), (root_ / "checksums.sfv").native());
+
+  folder_.file("root/SUMS", "");
+  fs::create_hard_link(root_ / "SUMS", root_ / "sums");  // As where names are taken in any case.
+  EXPECT_THAT(made(), testing::StartsWith("6 files, "));
+  saveAs(root_ / "SUMS");
+  EXPECT_EQ(entries(), 4U);
 }
 
 TEST_F(ListCreation, WhatAListCannotHoldIsRefusedBeforeAnythingIsRead) {
@@ -116,6 +123,56 @@ TEST_F(ListCreation, WhatCouldNotBeReadIsSaidAndNotListed) {
   EXPECT_EQ(creation().failures()->index(0).data(ListFailures::Message).toString(), "Input/output error");
   saveAs(root_ / "SHA256SUMS");
   EXPECT_EQ(entries(), 2U);
+  calls_.before = [&](std::string_view name, std::size_t) {
+    if (name == "read" && !fs::exists(folder_.path() / "aside")) {
+      fs::rename(root_ / ".b\\", folder_.path() / "aside");
+      fs::copy(folder_.path() / "aside", root_ / ".b\\");
+    }
+    return 0;
+  };
+  EXPECT_THAT(made(), testing::StartsWith("1 of 4 files"));
+  EXPECT_EQ(creation().failures()->index(0).data(ListFailures::Message).toString(),
+            HashServiceError(HashServiceError::Case::fileChangedDuringRead).what());
+}
+
+TEST_F(ListCreation, BarShowsBytes) {
+  folder_.file("root/dir/c", std::string(1 << 20, 'c'));
+  holdAt("read", 5);
+  creation().create();
+  ASSERT_TRUE(gate_.waitForArrival());
+  ASSERT_TRUE(reached([&] { return creation().progressFigure() == "2 of 3 files"; }));
+  EXPECT_TRUE(reached([&] { return creation().progress() < 0.1; })) << creation().progress();
+}
+
+TEST_F(ListCreation, WhatIsMadeIsKeptUntilItIsClosed) {
+  creation().setOpen(true);
+  holdAt("read", 2);
+  creation().create();
+  ASSERT_TRUE(gate_.waitForArrival());
+  model_->openFiles({urlOf(root_ / "list.md5"), QUrl(urlOf(root_ / "dir").toString() + u'/')});
+  EXPECT_EQ(model_->errorMessage(), "A checksum list is being created. Close that first, then open the file again.");
+  EXPECT_FALSE(model_->manifest()->manifestURL());
+  model_->manifest()->setManifestRoot({urlOf(root_ / "dir")});
+  goOn();
+  EXPECT_EQ(verdict(), "3 files, not saved yet|");
+
+  model_->manifest()->setManifestFile({urlOf(folder_.file("other", ""))});
+  gate_.close();
+  holdAt("unlinkat", 1);  // Behind the list's own renaming.
+  creation().save();
+  desktop_.confirmSavePanel(urlOf(root_ / "list"));
+  ASSERT_TRUE(gate_.waitForArrival());
+  creation().cancel();
+  EXPECT_TRUE(model_->isSaving());
+  EXPECT_EQ(verdict(), "Saving…|");
+  gate_.open();
+  EXPECT_TRUE(reached([&] { return entries() == 3; })) << "It is saved, and opened in the place of the other";
+  EXPECT_EQ(model_->manifest()->manifestRootURL(), root_);
+  EXPECT_FALSE(model_->isSaving());
+  model_->manifest()->setManifestRoot({urlOf(root_ / "dir")});
+  EXPECT_EQ(verdict(), "3 files, not saved yet|");
+  creation().setOpen(false);
+  EXPECT_EQ(creation().folder().toStdString(), (root_ / "dir").native());
 }
 
 TEST_F(ListCreation, FolderThatTookThePlaceOfAnotherGetsNoListOfThat) {

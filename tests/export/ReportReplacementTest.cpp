@@ -164,7 +164,7 @@ TEST_F(ReportReplacement, WhatIsNoFileIsRefused) {
   makePipe(top / "pipe");
   ASSERT_EQ(mknod((top / "socket").c_str(), S_IFSOCK | 0600, 0), 0);
   const std::set<std::string> before = namesIn(top);
-  const std::string isNoFile = "error: What has this name is not a file. Choose another name for the report.";
+  const std::string isNoFile = "error: What has this name is not a file. Choose another name.";
   for (const auto& [name, outcome] : {std::pair("empty", "error: Is a directory"s),
                                       {"folder", "error: Is a directory"},
                                       {"pipe", isNoFile},

@@ -264,7 +264,7 @@ class Export : public Operation {
     if (name == "fstat" && ordinal == 1) return "";
     if (name == "close" && ordinal != 4) return "";
     if (name == "openat" && (isAny(1, 2) || (ordinal == 5 && sentence.ends_with(std::strerror(EACCES))))) return "";
-    if (name == "openat" && ordinal == 4) return "error: The report could not be written.";
+    if (name == "openat" && ordinal == 4) return "error: The file could not be written.";
     return sentence.empty() ? "error: Input/output error" : sentence;
   }
 

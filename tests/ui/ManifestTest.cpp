@@ -101,6 +101,7 @@ TEST_F(ManifestTest, UserSaysWhichAlgorithmTheListIsOf) {
 
   // The names of a report are full: the folder that they share is proposed, and not that of the report.
   driver.click("clearManifest");
+  waitFor("the empty screen", [&] { return driver.findItem("chooseManifest") != nullptr; });
   const std::string path = (root / "abc").native();
   model.manifest()->setManifestFile({fileUrl(folder.file("checksums.txt", "MD5  " + md5OfAbc + "  " + path + "\n"))});
   waitForVerdict("1 entry, not verified yet");

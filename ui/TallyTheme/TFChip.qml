@@ -8,6 +8,8 @@ Item {
 
     property string text
     property bool checked: false
+    // One of several, of which one is on.
+    property bool isExclusive: false
     // Why it cannot be toggled now; empty when it can.
     property string refusal
 
@@ -32,6 +34,7 @@ Item {
         hoverEnabled: true
         checked: root.checked
         nextCheckState: () => checkState
+        Accessible.role: root.isExclusive ? Accessible.RadioButton : Accessible.CheckBox
         Accessible.name: root.text
         Accessible.description: root.refusal
         Accessible.checkable: true
@@ -50,6 +53,7 @@ Item {
 
                 TFIcon {
                     anchors.verticalCenter: parent.verticalCenter
+                    visible: !root.isExclusive
                     name: root.checked ? "checkmark" : "plus"
                     size: TallyTheme.markSize
                     color: root.checked ? TallyTheme.accent : TallyTheme.tertiary

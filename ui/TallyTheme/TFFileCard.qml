@@ -122,7 +122,7 @@ TFGlassCard {
             objectName: root.objectName + "Action"
             visible: root.action !== ""
             name: root.action
-            icon: "plus"
+            icon: "checklist.badge.plus"
             refusal: root.refusal
             onClicked: root.actionRequested()
         }

@@ -28,7 +28,18 @@ Item {
     Flow {
         id: chips
 
+        // What they take in one row.
+        property real rowWidth
+
         spacing: TallyTheme.space2
+        onPositioningComplete: {
+            let sum = 0;
+            for (let i = 0; i < children.length; ++i) {
+                if (children[i].visible && children[i].width > 0)
+                    sum += children[i].width + spacing;
+            }
+            rowWidth = sum;
+        }
 
         anchors {
             left: parent.left
@@ -62,6 +73,8 @@ Item {
     TFFindField {
         id: findField
 
+        // The chips stay where they are, as long as there is room to type in.
+        width: isOpen ? Math.max(TallyTheme.leastFindWidth, Math.min(implicitWidth, root.width - chips.rowWidth)) : implicitWidth
         anchors.right: parent.right
         jobs: root.jobs
         onRowsWanted: root.rowsWanted()

@@ -11,6 +11,10 @@ T.Menu {
     property int returnReason: Qt.PopupFocusReason
     property real leastWidth: TallyTheme.wideMenuWidth
 
+    function popUpAbove(place: Item) {
+        popup(place, 0, -implicitHeight - TallyTheme.space1);
+    }
+
     function widestItem(): real {
         let widest = 0;
         for (let i = 0; i < count; ++i)
@@ -28,6 +32,11 @@ T.Menu {
     onAboutToShow: {
         opener = parent.Window.activeFocusItem;
         returnReason = opener?.visualFocus ? Qt.TabFocusReason : Qt.PopupFocusReason;
+    }
+    // Who opens it by a key goes on from the first item.
+    onOpened: {
+        if (returnReason === Qt.TabFocusReason && currentIndex < 0)
+            currentIndex = 0;
     }
     onClosed: {
         if (opener?.visible)

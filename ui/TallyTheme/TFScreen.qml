@@ -32,8 +32,8 @@ FocusScope {
     // The keys stay where they are outside the screen.
     property bool isKeyboardAway: false
     property Item lastFirstPlace
-    // Nothing is dropped behind the alert.
-    readonly property bool takesDrops: viewModel.errorMessage === ""
+    // Nothing is dropped behind what stands over the window.
+    readonly property bool takesDrops: viewModel.errorMessage === "" && !viewModel.listCreation.isOpen
 
     function takeKeyboard() {
         if (!visible || !firstPlace)

@@ -138,6 +138,7 @@ QtObject {
     readonly property real proposalShare: 0.17
 
     readonly property real findWidth: 200 * textScale
+    readonly property real leastFindWidth: 120 * textScale
     // In characters.
     readonly property int longestSearch: 255
     readonly property real runButtonWidth: 112 * textScale

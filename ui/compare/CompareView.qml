@@ -41,6 +41,7 @@ TFScreen {
             width: (parent.width - swap.width) / 2 - TallyTheme.space2
             height: parent.height
             title: qsTr("File A")
+            tip: "Ctrl+O"
             file: root.viewModel.compare.compareFirstFile
             isTargeted: firstZone.isTargeted
             refusal: root.inputRefusal
@@ -66,6 +67,7 @@ TFScreen {
             width: (parent.width - swap.width) / 2 - TallyTheme.space2
             height: parent.height
             title: qsTr("File B")
+            tip: "Ctrl+Shift+O"
             file: root.viewModel.compare.compareSecondFile
             isTargeted: secondZone.isTargeted
             refusal: root.inputRefusal
@@ -173,5 +175,17 @@ TFScreen {
         enabled: root.takesDrops && root.inputRefusal === ""
         onFilesDropped: files => root.viewModel.compare.setCompareFiles(files, true)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
+    }
+
+    Shortcut {
+        enabled: root.visible && root.inputRefusal === ""
+        sequences: [StandardKey.Open]
+        onActivated: root.viewModel.compare.chooseCompareFile(false)
+    }
+
+    Shortcut {
+        enabled: root.visible && root.inputRefusal === ""
+        sequence: "Ctrl+Shift+O"
+        onActivated: root.viewModel.compare.chooseCompareFile(true)
     }
 }

@@ -17,7 +17,8 @@ TFSheet {
     width: Math.min(TallyTheme.sheetWidth, (parent ? parent.width : TallyTheme.sheetWidth) - TallyTheme.space8)
     closePolicy: creation.isWorking ? T.Popup.NoAutoClose : T.Popup.CloseOnEscape
     onOpened: create.takeFocus()
-    onClosed: creation.reset()
+    onAboutToShow: creation.isOpen = true
+    onClosed: creation.isOpen = false
     onIsMadeChanged: made.restart()
 
     contentItem: Item {
@@ -113,6 +114,7 @@ TFSheet {
                             readonly property listForm form: root.creation.forms[index]
 
                             objectName: "list as " + form.label
+                            isExclusive: true
                             text: form.label
                             refusal: form.refusal !== "" ? form.refusal : root.creation.choiceRefusal
                             checked: form.isChosen
@@ -164,9 +166,8 @@ TFSheet {
                     TFProgressBar {
                         objectName: "listProgress"
                         width: parent.width
-                        visible: root.creation.isWorking
+                        visible: root.creation.progressFigure !== ""
                         value: root.creation.progress
-                        reach: root.creation.runStatus.reach
                         Accessible.name: qsTr("Making of the list")
                     }
 

@@ -39,13 +39,24 @@ class ItemKinds : public QFileIconProvider {
   const QIcon file_ = QFileIconProvider::icon(File);
 };
 
-// A panel that belongs to `window`, blocks only it, and deletes itself when it closes.
+// Where a panel was confirmed last; empty before one was.
+QUrl& lastFolder() {
+  static QUrl folder;
+  return folder;
+}
+
+// A panel that belongs to `window`, blocks only it, and deletes itself when it closes. It begins where the last one was
+// confirmed.
 QFileDialog* makePanel(QWindow* window) {
   auto* panel = new QFileDialog;
   static auto& kinds = *new ItemKinds;  // Never destroyed: a thread of the toolkit may outlive main.
   panel->setIconProvider(&kinds);
   panel->setAttribute(Qt::WA_DeleteOnClose);
   panel->setWindowModality(Qt::WindowModal);
+  if (!lastFolder().isEmpty()) panel->setDirectoryUrl(lastFolder());
+  QObject::connect(panel, &QDialog::accepted, panel, [panel] {
+    lastFolder() = panel->fileMode() == QFileDialog::Directory ? panel->selectedUrls().value(0) : panel->directoryUrl();
+  });
   panel->winId();
   if (panel->windowHandle() != nullptr) panel->windowHandle()->setTransientParent(window);
   return panel;

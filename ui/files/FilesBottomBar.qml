@@ -13,7 +13,12 @@ TFRunBar {
 
     function openExportMenu() {
         if (exportButton.refusal === "")
-            exportMenu.popup(exportButton, 0, -exportMenu.implicitHeight - TallyTheme.space1);
+            exportMenu.popUpAbove(exportButton);
+    }
+
+    function openExportMenuByKey() {
+        openExportMenu();
+        exportMenu.currentIndex = 0;
     }
 
     status: viewModel.files.runStatus

@@ -243,6 +243,6 @@ TFScreen {
     Shortcut {
         enabled: root.visible
         sequence: "Ctrl+E"
-        onActivated: bottomBar.openExportMenu()
+        onActivated: bottomBar.openExportMenuByKey()
     }
 }

@@ -61,7 +61,7 @@ TFScreen {
             readings: root.viewModel.manifest.manifestAlgorithms
             reading: root.viewModel.manifest.manifestAlgorithm
             onReadingChosen: name => root.viewModel.manifest.readManifestAs(name)
-            action: root.hasList && folder.file.isPresent ? qsTr("Create List…") : ""
+            action: root.hasList && folder.file.isPresent ? qsTr("Create List… (Ctrl+N)") : ""
             onActionRequested: creation.open()
         }
 
@@ -201,7 +201,7 @@ TFScreen {
                 anchors.horizontalCenter: parent.horizontalCenter
                 visible: !root.hasList
                 text: qsTr("Choose Checksum List…")
-                icon: "plus"
+                icon: "checklist"
                 tip: "Ctrl+O"
                 onClicked: root.viewModel.manifest.chooseManifestFile()
             }
@@ -211,6 +211,8 @@ TFScreen {
                 anchors.horizontalCenter: parent.horizontalCenter
                 visible: !root.hasList && folder.file.isPresent
                 text: qsTr("Create List…")
+                icon: "checklist.badge.plus"
+                tip: "Ctrl+N"
                 refusal: root.viewModel.manifest.manifestFileRefusal
                 onClicked: creation.open()
             }
@@ -286,6 +288,12 @@ TFScreen {
         enabled: root.visible && root.viewModel.manifest.manifestRootRefusal === ""
         sequence: "Ctrl+Shift+O"
         onActivated: root.viewModel.manifest.chooseManifestRoot()
+    }
+
+    Shortcut {
+        enabled: root.visible && folder.file.isPresent && root.viewModel.manifest.manifestFileRefusal === ""
+        sequences: [StandardKey.New]
+        onActivated: creation.open()
     }
 
     Shortcut {

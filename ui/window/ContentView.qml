@@ -8,7 +8,7 @@ Window {
     id: root
 
     required property AppViewModel viewModel
-    readonly property bool isKeyboardAway: sidebar.hasKeyboard || alert.opened
+    readonly property bool isKeyboardAway: sidebar.hasKeyboard || alert.opened || viewModel.listCreation.isOpen
 
     // Nobody keeps the keys who is not shown or cannot use them.
     function handOn() {

@@ -120,14 +120,13 @@ void TallyfoldApp::comeToFront(const QString& token) {
 
 int TallyfoldApp::leave(int status) {
   onBus_.leave();
-  // An export that was cancelled may have left its work behind.
-  const bool isExporting = viewModel_.files()->isExporting() || !viewModel_.files()->interruption().isEmpty();
+  const bool isSaving = viewModel_.isSaving();
   viewModel_.shutdown();
   window_->hide();
   QGuiApplication::sync();  // Nobody sees what is waited for.
   // Every worker sees the cancellation within one chunk. One that hangs in a dead file system is left behind; but a
-  // slow disk that a report is on its way to gets the time to answer, so that the report's private folder is removed.
-  if (!BackgroundTask::waitForAll(isExporting ? 5s : 900ms)) std::_Exit(status);
+  // slow disk that a report or a list is on its way to gets the time to answer, so that its private folder is removed.
+  if (!BackgroundTask::waitForAll(isSaving ? 5s : 900ms)) std::_Exit(status);
   return status;
 }
 
