@@ -240,6 +240,11 @@ TEST_F(EveryFlow, ThatIsCancelledStartsAnewWhileItsWorkHangs) {
     EXPECT_EQ(flow.isBusy(), isPatient);
     ASSERT_TRUE(reached([&] { return !flow.isBusy(); }));
     EXPECT_EQ(model_->files()->interruption(), isPatient ? "The disk does not answer" : "");
+    if (name == "Files") {
+      model_->files()->clearFiles();
+      EXPECT_EQ(model_->files()->verdict().title, "") << "of a list that is gone";
+      model_->files()->undoClear();
+    }
     EXPECT_EQ(model_->errorMessage(), "");
     for (const AppMode::Case mode : AppMode::allCases()) {
       EXPECT_EQ(model_->unseenOutcome(mode), Outcome::NoOutcome) << name;

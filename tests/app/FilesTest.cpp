@@ -254,6 +254,17 @@ TEST_F(Files, DigestsAreCopiedOnlyWhereThereIsAResult) {
   EXPECT_EQ(desktop_.pasteboard, "MD5: 900150983cd24fb0d6963f7d28e17f72\nCRC-32: 352441c2");
 }
 
+TEST_F(Files, RowsAreRemovedWithTheirResults) {
+  FilesFlow& files = *model_->files();
+  add({folder_.file("a", "abc"), folder_.file("b", "abc"), folder_.file("c", "abc")});
+  run();
+  files.jobs()->markOnly(0, 1);
+  files.removeMarked();
+  EXPECT_THAT(resultPaths(), ElementsAre(folder_.path() / "c"));
+  files.removeJob(idAt(0));
+  EXPECT_FALSE(files.exportRefusal().isEmpty());
+}
+
 TEST_F(Files, ClearedListComesBackUntilTheNextChange) {
   const auto file = folder_.file("file", "abc");
   FilesFlow& files = *model_->files();
@@ -270,6 +281,7 @@ TEST_F(Files, ClearedListComesBackUntilTheNextChange) {
   EXPECT_EQ(files.results(), results);
   EXPECT_EQ(files.result(idAt(0)), results.front());
   EXPECT_EQ(files.runFigure(), QStringLiteral("2 of 2"));
+  EXPECT_EQ(files.verdict().title, QStringLiteral("1 of 2 calculated, 1 failed"));
   add({file});
   files.removeJob(idAt(1));
   EXPECT_THAT(paths(), ElementsAre(file)) << "Files are found as before";

@@ -161,6 +161,12 @@ TEST_F(VerifyFlow, LineOfTheFileIsTakenOfWhatIsPastedDroppedOrOffered) {
   flow.setExpectedHash({});
   flow.setVerifyFile({urlOf(folder_.path() / "x.iso")});
   EXPECT_FALSE(flow.proposedList().isPresent) << "What lies beside another file";
+  const std::string entry = md5OfAbc + "  x.iso\n#";
+  folder_.file("MD5SUMS", entry + std::string(1'048'577 - entry.size(), 'x'));
+  folder_.file("checksums.txt", entry + std::string(1'048'576 - entry.size(), 'x'));
+  flow.setVerifyFile({urlOf(folder_.path() / "x.iso")});
+  ASSERT_TRUE(reached([&] { return flow.proposedList().isPresent; }));
+  EXPECT_EQ(flow.proposedList().name, "checksums.txt") << "a list too long to be searched unasked";
 }
 
 TEST_F(VerifyFlow, ChoiceOfTheAlgorithmIsOfferedOrOverruledInWords) {

@@ -40,6 +40,20 @@ TEST(ManifestJobListModelTest, RowsAreShownAndCopiedInTheFixedWords) {
   EXPECT_EQ(model.text(model.shownJobs(1, 1)), QByteArray());
   model.setFilter(Model::Mismatches);
   EXPECT_EQ(model.index(0).data(Model::DifferenceRole).toInt(), 5);
+  model.setSearch(QStringLiteral("4"));
+  EXPECT_EQ(model.showFirst(Model::Failures), 4) << "what hides it is shown";
+  EXPECT_EQ(model.count(), 5);
+}
+
+TEST(ManifestJobListModelTest, MarksGoWithRowsThatLeaveTheFilter) {
+  Model model;
+  model.replaceAll(jobsOf(std::vector<ManifestJob::State>(3, ManifestJob::Queued{})));
+  model.setFilter(Model::Waiting);
+  model.markOnly(0, 1);
+  model.setState(0, ManifestJob::Match{});
+  EXPECT_EQ(model.markedJobs(), std::vector<std::uint32_t>{1});
+  model.setFilter(Model::Matches);
+  EXPECT_EQ(model.markedCount(), 0);
 }
 
 TEST(ManifestJobListModelTest, EveryFilterFollowsEveryChange) {

@@ -68,6 +68,7 @@ TEST_F(ListForms, AreReadToTheLetterOrLeftUnsupported) {
       {"l",
        "SHA-256  " + d64 + "  /a/b/x  y\nMD5  " + d32 + "  /a/z",
        {"1: " + sha256 + " [b/x  y]", "2: " + md5 + " [z]", "in /a/"}},
+      {"l", "MD5  " + d32 + "  ", {"1: " + md5 + " [MD5]"}},
       // A full name where the others do not say so stays refused, as does what climbs, and what shares nothing.
       {"l", d32 + "  /a/b", {"1: " + md5 + " [/a/b]"}},
       {"l", "MD5  " + d32 + "  /a/../b", {"1: " + md5 + " [/a/../b]"}},
