@@ -29,8 +29,6 @@ FocusScope {
     property TFRunBar bar: null
     // What gets the keys when the screen comes, and when what had them cannot keep them.
     required property Item firstPlace
-    // The keys stay where they are outside the screen.
-    property bool isKeyboardAway: false
     property Item lastFirstPlace
     // Nothing is dropped behind what stands over the window.
     readonly property bool takesDrops: viewModel.errorMessage === "" && !viewModel.listCreation.isOpen
@@ -38,10 +36,11 @@ FocusScope {
     function takeKeyboard() {
         if (!visible || !firstPlace)
             return;
-        if (isKeyboardAway)
-            firstPlace.focus = true;
-        else
+        // The keys stay where they are outside the screens.
+        if (parent.focus)
             firstPlace.forceActiveFocus();
+        else
+            firstPlace.focus = true;
     }
 
     anchors.fill: parent

@@ -8,7 +8,6 @@ Window {
     id: root
 
     required property AppViewModel viewModel
-    readonly property bool isKeyboardAway: sidebar.hasKeyboard || alert.opened || viewModel.listCreation.isOpen
 
     // Nobody keeps the keys who is not shown or cannot use them.
     function handOn() {
@@ -81,7 +80,6 @@ Window {
             onScreenRequested: detail.forceActiveFocus(Qt.TabFocusReason)
         }
 
-        // The focus goes along to the next screen: keys mean what is seen.
         FocusScope {
             id: detail
 
@@ -91,27 +89,22 @@ Window {
 
             FilesView {
                 viewModel: root.viewModel
-                isKeyboardAway: root.isKeyboardAway
             }
 
             TextView {
                 viewModel: root.viewModel
-                isKeyboardAway: root.isKeyboardAway
             }
 
             VerifyView {
                 viewModel: root.viewModel
-                isKeyboardAway: root.isKeyboardAway
             }
 
             CompareView {
                 viewModel: root.viewModel
-                isKeyboardAway: root.isKeyboardAway
             }
 
             ManifestView {
                 viewModel: root.viewModel
-                isKeyboardAway: root.isKeyboardAway
             }
         }
     }
@@ -127,6 +120,16 @@ Window {
         id: about
 
         transientParent: root
+    }
+
+    Connections {
+        target: root.viewModel
+
+        // Keys mean what is seen: they go along to the next screen, but stay in the list of modes and in what stands over the window.
+        function onModeChanged() {
+            if (!sidebar.hasKeyboard && !alert.opened && !root.viewModel.listCreation.isOpen)
+                detail.forceActiveFocus();
+        }
     }
 
     Connections {
