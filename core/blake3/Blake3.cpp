@@ -7,12 +7,12 @@
 
 #include "core/blake3/Constants.h"
 #include "core/blake3/Kernels.h"
+#include "core/blake3/Subtree.h"
 
 using namespace tallyfold::blake3;
 
 namespace {
 
-using ChainingValue = std::array<std::uint32_t, kChainingWords>;
 using MessageWords = std::array<std::uint32_t, kMessageWords>;
 
 /// Levels of the tree below the root: 2^54 chunks of 2^10 bytes are the 2^64 bytes that BLAKE3 can take.
@@ -20,7 +20,7 @@ constexpr std::size_t kMaximumDepth = 54;
 
 /// How many chunks are compressed before their parents are: many, so that the upper levels of the tree, which are too
 /// narrow for wide registers, are few; and few, so that the row stays in the first-level cache.
-constexpr std::size_t kChunksAtOnce = 128;
+constexpr std::size_t kChunksAtOnce = kSubtreeSize / kChunkSize;
 
 /// Chaining values of neighbours, from the second place on: of the chunk that was in progress and those compressed at
 /// once. The first place is for the sibling of the first of them.
@@ -198,6 +198,25 @@ void clear(tf_blake3* context) {
 }
 
 }  // namespace
+
+ChainingValue tallyfold::blake3::subtree(const std::uint8_t* data, std::uint64_t number) {
+  const Kernel& kernel = kernels.current();
+  std::array<std::array<ChainingValue, kChunksAtOnce>, 2> rows;
+  kernel.chunks(data, kChunksAtOnce, number * kChunksAtOnce, rows[0][0].data(), nullptr);
+  std::size_t row = 0;
+  for (std::size_t count = kChunksAtOnce / 2; count > 0; count /= 2, row ^= 1) {
+    kernel.parents(rows[row][0].data(), count, rows[row ^ 1][0].data());
+  }
+  return rows[row][0];
+}
+
+void tallyfold::blake3::absorbSubtree(tf_blake3& context, ChainingValue chainingValue) {
+  for (std::uint64_t total = context.chunkCounter / kChunksAtOnce + 1; total % 2 == 0; total /= 2) {
+    chainingValue = parentNode(context, context.stack[--context.stackLength], chainingValue).compress();
+  }
+  push(context, chainingValue);
+  context.chunkCounter += kChunksAtOnce;
+}
 
 tf_blake3* tf_blake3_create() {
   auto* const context = new (std::nothrow) tf_blake3;

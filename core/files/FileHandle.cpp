@@ -81,6 +81,15 @@ std::size_t FileHandle::read(std::span<std::byte> bytes) {
       checked([&](SystemCalls& system) { return system.read(descriptor_, bytes.data(), bytes.size()); }));
 }
 
+std::size_t FileHandle::readAt(std::int64_t offset, std::span<std::byte> bytes) const {
+  return static_cast<std::size_t>(
+      checked([&](SystemCalls& system) { return system.pread(descriptor_, bytes.data(), bytes.size(), offset); }));
+}
+
+bool FileHandle::canReadAt() const try { return readAt(0, {}) == 0; } catch (const std::system_error&) {
+  return false;
+}
+
 void FileHandle::willNeed(std::int64_t offset, std::int64_t count) {
   SystemCalls::current().willNeed(descriptor_, offset, count);
 }

@@ -41,6 +41,12 @@ class FileHandle {
   /// One read. Returns how many bytes came, 0 only at the end of the file (or for an empty span).
   std::size_t read(std::span<std::byte> bytes);
 
+  /// One read from `offset` on, as `read` is; the place where `read` goes on stays. Any number of threads at once.
+  [[nodiscard]] std::size_t readAt(std::int64_t offset, std::span<std::byte> bytes) const;
+
+  /// Whether `readAt` is possible, as it is not with files that some file systems only make up while they are read.
+  [[nodiscard]] bool canReadAt() const;
+
   /// Asks the system to begin fetching so many bytes, at least one, from there on. A wish: nothing tells whether it was
   /// heard.
   void willNeed(std::int64_t offset, std::int64_t count);

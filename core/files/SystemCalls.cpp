@@ -27,6 +27,9 @@ std::atomic<SystemCalls*> replacement = nullptr;
 int SystemCalls::open(const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); }
 int SystemCalls::close(int descriptor) { return ::close(descriptor); }
 ssize_t SystemCalls::read(int descriptor, void* bytes, std::size_t count) { return ::read(descriptor, bytes, count); }
+ssize_t SystemCalls::pread(int descriptor, void* bytes, std::size_t count, off_t offset) {
+  return ::pread(descriptor, bytes, count, offset);
+}
 ssize_t SystemCalls::write(int descriptor, const void* bytes, std::size_t count) {
   return ::write(descriptor, bytes, count);
 }

@@ -17,6 +17,7 @@ class SystemCalls {
   virtual int open(const char* path, int flags, mode_t mode);
   virtual int close(int descriptor);
   virtual ssize_t read(int descriptor, void* bytes, std::size_t count);
+  virtual ssize_t pread(int descriptor, void* bytes, std::size_t count, off_t offset);
   virtual ssize_t write(int descriptor, const void* bytes, std::size_t count);
   virtual int fsync(int descriptor);
   virtual int fstat(int descriptor, struct stat* status);

@@ -13,6 +13,7 @@
 #include "core/digests/HashLanes.h"
 #include "core/digests/LanePlan.h"
 #include "core/files/Paths.h"
+#include "core/services/FilePieces.h"
 
 namespace tallyfold::HashService {
 
@@ -29,12 +30,13 @@ FileSnapshot fileSnapshot(const std::filesystem::path& url) { return snapshotOfP
 
 FileSnapshot fileSnapshot(const FileHandle& handle) { return handle.snapshot(); }
 
+constexpr std::int64_t kLarge = 2 << 20;    // Hashed in the time of many thread starts, whatever the algorithm.
+constexpr std::int64_t kPiece = 128 << 10;  // In a second-level cache until one algorithm after another has read it.
+
 /// The lanes for a file of this size: one where more are no better, which is for a small file and on one core, and
 /// where the system has no more threads. On the heap: an instrumented stack does not align them as they need.
 std::unique_ptr<HashLanes> newLanes(HashAlgorithmSet algorithms, std::int64_t size) {
-  constexpr std::int64_t large = 2 << 20;    // Hashed in the time of many thread starts, whatever the algorithm.
-  constexpr std::int64_t piece = 128 << 10;  // In a second-level cache until one algorithm after another has read it.
-  const unsigned cores = size < large ? 1 : availableCores();
+  const unsigned cores = size < kLarge ? 1 : availableCores();
   if (cores > 1) {
     const LanePlan plan = planForCores(algorithms, measuredCosts(), cores);
     try {
@@ -45,33 +47,47 @@ std::unique_ptr<HashLanes> newLanes(HashAlgorithmSet algorithms, std::int64_t si
     }
   }
   return std::make_unique<HashLanes>(LanePlan{.lanes = {algorithms}}, size,
-                                     static_cast<std::size_t>(std::min(size, piece)));
+                                     static_cast<std::size_t>(std::min(size, kPiece)));
 }
 
-/// Feeds `size` bytes to `lanes`, never reading past them.
-void readInto(HashLanes& lanes, FileHandle& handle, std::int64_t size, const std::stop_token& cancellation,
-              const ProgressCallback& progress) {
+/// Reads some of the `rest` of the file, and has it hashed. Returns how much.
+std::size_t readNext(HashLanes& lanes, FileHandle& handle, std::int64_t rest) {
+  const std::size_t count = handle.read(lanes.room(static_cast<std::size_t>(rest)));
+  if (count == 0) fail(HashServiceError::Case::fileChangedDuringRead);
+  lanes.absorb(count);
+  return count;
+}
+
+std::size_t readNext(FilePieces& pieces, FileHandle& /*handle*/, std::int64_t /*rest*/) { return pieces.next(); }
+
+/// Has the whole of a file that is the version `initial` read, and nothing past it, and hashed by `hashing`.
+template <typename Hashing>
+OpenFileHashes hashWith(Hashing& hashing, FileHandle& handle, const FileSnapshot& initial,
+                        const std::stop_token& cancellation, const ProgressCallback& progress) {
+  const std::int64_t size = initial.fileSize;
+  const auto start = std::chrono::steady_clock::now();
   const std::int64_t step = progressStep(size);
   std::int64_t due = step;
   std::int64_t bytesRead = 0;
-  std::int64_t announced = 0;
+  std::int64_t announced = size <= kPiece ? size : 0;
   while (bytesRead < size) {
     checkCancellation(cancellation);
-    const std::size_t count = handle.read(lanes.room(static_cast<std::size_t>(size - bytesRead)));
-    if (count == 0) fail(HashServiceError::Case::fileChangedDuringRead);
-    bytesRead += static_cast<std::int64_t>(count);
     // What comes next is on its way from the disk while this is hashed.
-    const std::int64_t from = std::max(bytesRead, announced);
-    if (from < size && bytesRead + chunkSize / 2 >= announced) {
-      handle.willNeed(from, std::min(size - from, chunkSize));
-      announced = from + chunkSize;
+    if (announced < size && bytesRead + chunkSize / 2 >= announced) {
+      handle.willNeed(announced, std::min(size - announced, chunkSize));
+      announced += chunkSize;
     }
-    lanes.absorb(count);
+    bytesRead += static_cast<std::int64_t>(readNext(hashing, handle, size - bytesRead));
     if (bytesRead < size && bytesRead >= due) {
       progress(static_cast<double>(bytesRead) / static_cast<double>(size));
       due = saturatingSum(bytesRead, step);
     }
   }
+  checkCancellation(cancellation);
+  if (hasContentWithoutSize(handle, initial) || fileSnapshot(handle) != initial) {
+    fail(HashServiceError::Case::fileChangedDuringRead);
+  }
+  return {.hashes = hashing.finalize(), .start = start};
 }
 
 }  // namespace
@@ -131,14 +147,15 @@ std::int64_t progressStep(std::int64_t size) {
 OpenFileHashes hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
                             const std::stop_token& cancellation, const ProgressCallback& progress) {
   const std::int64_t size = initial.fileSize;
-  const auto lanes = newLanes(algorithms, size);
-  const auto start = std::chrono::steady_clock::now();
-  readInto(*lanes, handle, size, cancellation, progress);
-  checkCancellation(cancellation);
-  if (hasContentWithoutSize(handle, initial) || fileSnapshot(handle) != initial) {
-    fail(HashServiceError::Case::fileChangedDuringRead);
+  // Beside any other algorithm, BLAKE3 is not what all wait for.
+  if (algorithms == HashAlgorithmSet{HashAlgorithm::blake3} && size >= kLarge) {
+    const unsigned threads = FilePieces::threadsFor(size, availableCores());
+    if (threads > 1 && handle.canReadAt()) {
+      FilePieces pieces(handle, size, threads, cancellation);
+      return hashWith(pieces, handle, initial, cancellation, progress);
+    }
   }
-  return {.hashes = lanes->finalize(), .start = start};
+  return hashWith(*newLanes(algorithms, size), handle, initial, cancellation, progress);
 }
 
 FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,

@@ -1,6 +1,8 @@
 // Files are hashed and compared: on one core, and on several, where whatever their number it is one thread's result, or
 // its failure.
 
+#include <condition_variable>
+#include <mutex>
 #include <thread>
 
 #include "core/digests/LanePlan.h"
@@ -160,6 +162,9 @@ TEST_P(HashLanesTest, FilesAsOtherProgramsHaveThem) {
     EXPECT_EQ(digestsOf(file, {HashAlgorithm::sha256}).find(HashAlgorithm::sha256),
               digests.back().find(HashAlgorithm::sha256))
         << size;
+    EXPECT_EQ(digestsOf(file, {HashAlgorithm::blake3}).find(HashAlgorithm::blake3),
+              digests.back().find(HashAlgorithm::blake3))
+        << size;
   }
   expectAsOthersHaveThem(digests, files);
 }
@@ -167,13 +172,44 @@ TEST_P(HashLanesTest, FilesAsOtherProgramsHaveThem) {
 TEST_P(HashLanesTest, ProgressIsReportedOncePerChunkAndMayThrow) {
   const fs::path file = sparseFile(folder, "file", 20'971'520);
   std::vector<double> reports;
-  HashService::hashFile(file, Uuid(), HashAlgorithm::recommended, {}, [&](double done) { reports.push_back(done); });
-  EXPECT_THAT(reports, ElementsAre(0.4, 0.8, 1.0));
+  for (const HashAlgorithmSet algorithms : {HashAlgorithm::recommended, HashAlgorithmSet{HashAlgorithm::blake3}}) {
+    reports.clear();
+    HashService::hashFile(file, Uuid(), algorithms, {}, [&](double done) { reports.push_back(done); });
+    EXPECT_THAT(reports, ElementsAre(0.4, 0.8, 1.0));
+  }
   const auto refuse = [](double) { throw std::runtime_error("enough"); };
   EXPECT_THROW(HashService::hashFile(file, Uuid(), HashAlgorithmSet::all(), {}, refuse), std::runtime_error);
 }
 
 INSTANTIATE_TEST_SUITE_P(Cores, HashLanesTest, testing::Values(1, 2, 3, 9));
+
+TEST(FilePieces, FailureThatComesFirstInTheFileIsTold) {
+  constexpr off_t first = 2 << 20;
+  struct : SystemCalls {
+    ssize_t pread(int descriptor, void* bytes, std::size_t count, off_t offset) override {
+      if (offset < first) return SystemCalls::pread(descriptor, bytes, count, offset);
+      std::unique_lock lock(mutex);
+      if (offset == first) {
+        EXPECT_TRUE(hasFailed.wait_for(lock, std::chrono::seconds(20), [this] { return others > 0; }));
+      } else {
+        ++others;
+        hasFailed.notify_all();
+      }
+      errno = offset == first ? EACCES : EIO;
+      return -1;
+    }
+    std::mutex mutex;
+    std::condition_variable hasFailed;
+    int others = 0;
+  } system;
+  const TemporaryFolder folder;
+  const fs::path file = sparseFile(folder, "file", 3 * first);
+  pretendCores(2);
+  SystemCalls::replace(&system);
+  EXPECT_EQ(outcomeOf(file), "error: Permission denied");
+  SystemCalls::replace(nullptr);
+  pretendCores(0);
+}
 
 class CompareFiles : public testing::Test {
  protected:

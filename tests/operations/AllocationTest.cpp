@@ -95,15 +95,18 @@ TEST(RefusedThread, OneLaneDoesTheWorkOfAll) {
   const TemporaryFolder folder;
   const fs::path file = sparseFile(folder, "file", 20'000'000);
   pretendCores(9);
-  const DigestMap expected = digestsOf(file);
-  const int started = threadsStarted;
-  ASSERT_GT(started, 0) << "there were no lanes";
-  for (int granted = 0; granted < started; ++granted) {
+  for (const HashAlgorithmSet algorithms : {HashAlgorithmSet::all(), HashAlgorithmSet{HashAlgorithm::blake3}}) {
     threadsStarted = 0;
-    mostThreads = granted;
-    EXPECT_EQ(digestsOf(file), expected) << granted;
+    const DigestMap expected = digestsOf(file, algorithms);
+    const int started = threadsStarted;
+    ASSERT_GT(started, 0) << "there were no lanes";
+    for (int granted = 0; granted < started; ++granted) {
+      threadsStarted = 0;
+      mostThreads = granted;
+      EXPECT_EQ(digestsOf(file, algorithms), expected) << granted;
+    }
+    mostThreads = std::numeric_limits<int>::max();
   }
-  mostThreads = std::numeric_limits<int>::max();
   pretendCores(0);
 }
 
@@ -165,6 +168,7 @@ TEST(Allocation, IsNoLargerThanTheFileAndNeverOverOneChunk) {
       const std::size_t most = std::clamp(size, std::size_t{4096}, 8 * kMebibyte);
       const std::string what = std::to_string(size) + " bytes on " + std::to_string(cores) + " cores";
       EXPECT_LE(expectPeak("hash " + what, 9, [&] { digestsOf(a); }), most);
+      EXPECT_LE(expectPeak("BLAKE3 of " + what, 0.7, [&] { digestsOf(a, {HashAlgorithm::blake3}); }), most);
       EXPECT_LE(expectPeak("compare " + what, 9, [&] { outcomeOfComparison(a, b); }), most);
     }
   }

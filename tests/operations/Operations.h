@@ -78,6 +78,13 @@ struct Reading {
 
 inline constexpr Reading kHash{
     "Hash", [](auto& a, auto&, auto& token) { return outcomeOf(a, {HashAlgorithm::sha256}, token); }};
+inline constexpr HashAlgorithmSet kBLAKE3{HashAlgorithm::blake3};
+/// Of a large file on several threads, each of which reads pieces of it.
+inline constexpr Reading kHashInPieces{"HashInPieces", [](auto& a, auto&, auto& token) {
+                                         pretendCores(3);
+                                         const std::string outcome = outcomeOf(a, kBLAKE3, token);
+                                         return pretendCores(0), outcome;
+                                       }};
 inline constexpr Reading kComparison{"Comparison",
                                      [](auto& a, auto& b, auto& token) { return outcomeOfComparison(a, b, token); }};
 inline constexpr Reading kListLoad{"ListLoad", [](auto& a, auto&, auto& token) { return outcomeOfLoad(a, token); }};

@@ -215,6 +215,7 @@ struct Changed {
   const char* look = "stat";    ///< The call that looks at this file,
   std::ptrdiff_t first = 1;     ///< for the first time when it is made so often,
   std::ptrdiff_t lastBack = 1;  ///< and for the last, counted from the end.
+  int lines = 250;
 };
 
 void PrintTo(const Changed& changed, std::ostream* stream) { *stream << changed.reading.name; }
@@ -224,7 +225,7 @@ class Stability : public testing::TestWithParam<std::tuple<Changed, Change>> {};
 TEST_P(Stability, NeverTheOutcomeOfAMixture) {
   const auto& [changed, change] = GetParam();
   std::string list;
-  for (int i = 0; i < 250; ++i) list += std::string(32, 'a') + "  " + std::to_string(10'000 + i) + "\n";
+  for (int i = 0; i < changed.lines; ++i) list += std::string(32, 'a') + "  " + std::to_string(100'000 + i) + "\n";
   std::vector<std::string_view> calls;
   /// Of new files, of which one is changed right before a call; before all calls when that is 0.
   const auto outcomeWhenChangedBefore = [&, &changed = changed, &change = change](std::size_t moment) {
@@ -236,7 +237,7 @@ TEST_P(Stability, NeverTheOutcomeOfAMixture) {
     const auto make = [&] { change.make(files / changed.file, files / "fresh"); };
     if (moment == 0) make();
     WatchedSystemCalls system;
-    system.longestRead = 4000;
+    system.longestRead = list.size() / 3 + 1;
     system.before = [&](std::string_view, std::size_t number) { return number == moment ? make(), 0 : 0; };
     std::string outcome = changed.reading.outcome(files / "a", files / "b", {});
     EXPECT_EQ(system.stillOpen, 0) << moment;
@@ -274,15 +275,16 @@ std::string nameOf(const testing::TestParamInfo<std::tuple<Changed, Change>>& te
   return changed.reading.name + "Of"s + changed.file + changed.end + change.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, Stability,
-                         testing::Combine(testing::Values(Changed{kHash}, Changed{kListLoad},
-                                                          Changed{kVerification, "", "a", "fstatat"},
-                                                          Changed{kComparison, "", "a", "stat", 1, 2},
-                                                          Changed{kComparison, "", "b", "stat", 2, 1},
-                                                          Changed{kComparison, "more", "a", "stat", 1, 2},
-                                                          Changed{kComparison, "more", "b", "stat", 2, 1}),
-                                          testing::ValuesIn(kChanges)),
-                         nameOf);
+INSTANTIATE_TEST_SUITE_P(
+    Of, Stability,
+    testing::Combine(testing::Values(Changed{kHash}, Changed{kHashInPieces, "", "a", "stat", 1, 1, 60'000},
+                                     Changed{kListLoad}, Changed{kVerification, "", "a", "fstatat"},
+                                     Changed{kComparison, "", "a", "stat", 1, 2},
+                                     Changed{kComparison, "", "b", "stat", 2, 1},
+                                     Changed{kComparison, "more", "a", "stat", 1, 2},
+                                     Changed{kComparison, "more", "b", "stat", 2, 1}),
+                     testing::ValuesIn(kChanges)),
+    nameOf);
 
 }  // namespace
 }  // namespace tallyfold::test

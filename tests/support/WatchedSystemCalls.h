@@ -8,6 +8,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <limits>
+#include <mutex>
 #include <string_view>
 #include <sys/stat.h>
 #include <vector>
@@ -17,8 +18,8 @@
 namespace tallyfold::test {
 
 /// Stands between the program and the system for as long as it lives. It counts the calls by which files are read
-/// and written, lets a test do something right before any of them, and can make them fail. For tests whose files are
-/// used by one thread. Closing and announcing what will be read are neither counted nor refused.
+/// and written, lets a test do something right before any of them, and can make them fail. Of several threads, one
+/// makes its calls after the other. Closing and announcing what will be read are neither counted nor refused.
 class WatchedSystemCalls : public SystemCalls {
  public:
   WatchedSystemCalls() { replace(this); }
@@ -61,6 +62,14 @@ class WatchedSystemCalls : public SystemCalls {
   ssize_t read(int descriptor, void* bytes, std::size_t count) override {
     if (isRefused("read")) return -1;
     const ssize_t result = SystemCalls::read(descriptor, bytes, std::min(count, longestRead));
+    bytesRead += std::max<ssize_t>(result, 0);
+    return result;
+  }
+
+  ssize_t pread(int descriptor, void* bytes, std::size_t count, off_t offset) override {
+    const std::lock_guard lock(mutex_);
+    if (isRefused("pread")) return -1;
+    const ssize_t result = SystemCalls::pread(descriptor, bytes, std::min(count, longestRead), offset);
     bytesRead += std::max<ssize_t>(result, 0);
     return result;
   }
@@ -114,6 +123,7 @@ class WatchedSystemCalls : public SystemCalls {
 
  protected:
   bool isRefused(std::string_view name) {
+    const std::lock_guard lock(mutex_);
     names.push_back(name);
     const int error = before(name, names.size());
     if (error == 0) return false;
@@ -127,6 +137,8 @@ class WatchedSystemCalls : public SystemCalls {
     if (descriptor >= 0) ++stillOpen;
     return descriptor;
   }
+
+  std::recursive_mutex mutex_;
 };
 
 }  // namespace tallyfold::test
