@@ -55,6 +55,14 @@ std::string repeated(std::string_view part, int count) {
   return all;
 }
 
+std::string lettersOfAllScripts() {
+  QString letters;
+  for (char32_t letter = 0x370; letter < 0x1F000; letter += 0x20) {
+    if (QChar::isLetter(letter)) letters += QString::fromUcs4(&letter, 1) + u' ';
+  }
+  return letters.toStdString();
+}
+
 std::string uriList(const std::vector<std::string>& paths) {
   std::string lines;
   for (const std::string& path : paths) lines += fileUrl(path).toEncoded().toStdString() + "\r\n";
@@ -231,6 +239,8 @@ std::vector<Input> inputs() {
       {"64 MB pasted into Text", [] { return repeated("all of these words. ", 3'200'000); },
        [](Victim& victim) { victim.pasteIntoText(); }},
       {"words in 14 scripts, the first since the start, pasted into Text", [] { return repeated(scripts, 200); },
+       [](Victim& victim) { victim.pasteIntoText(); }},
+      {"letters of all scripts, the first since the start, pasted into Text", lettersOfAllScripts,
        [](Victim& victim) { victim.pasteIntoText(); }},
       {"window resized with 5,000 lines in Text", [] { return repeated("a\n", 5'000); },
        [](Victim& victim) { victim.resizeWithText(); }},
