@@ -70,37 +70,47 @@ std::vector<FileChecksum> linesFor(std::string_view fileName, const std::filesys
     return entry.relativePath == fileName || entry.relativePath == std::string("./").append(fileName);
   };
   if (std::ranges::any_of(own, isBesideList)) std::erase_if(own, std::not_fn(isBesideList));
-  std::vector<ChecksumManifestEntry> lines;
+  const auto length = [](const ChecksumManifestEntry& entry) { return entry.algorithm.hexLength(); };
+  std::ranges::stable_sort(own, std::ranges::greater(), length);
+  std::vector<ChecksumManifestEntry> firsts;  // Of each algorithm, the strongest first.
   for (const ChecksumManifestEntry& entry : own) {
-    if (lines.size() == 2) break;
-    const auto saysAsMuch = [&](const ChecksumManifestEntry& line) {
-      return entry.algorithm == line.algorithm ? entry.expectedHash == line.expectedHash
-                                               : entry.relativePath == line.relativePath;
-    };
-    if (std::ranges::none_of(lines, saysAsMuch)) lines.push_back(entry);
+    const auto first = std::ranges::find(firsts, entry.algorithm, &ChecksumManifestEntry::algorithm);
+    const bool isAlone = first == firsts.end();
+    if (isAlone ? !firsts.empty() && entry.relativePath != firsts.front().relativePath
+                : entry.expectedHash != first->expectedHash) {
+      return {checksumOf(isAlone ? firsts.front() : *first, isAmbiguous), checksumOf(entry, isAmbiguous)};
+    }
+    if (isAlone) firsts.push_back(entry);
   }
-  std::vector<FileChecksum> found;
-  for (const ChecksumManifestEntry& line : lines) found.push_back(checksumOf(line, isAmbiguous));
-  return found;
+  if (firsts.empty()) return {};
+  return {checksumOf(firsts.front(), isAmbiguous)};
 }
 
+// Those of the strongest algorithm first: the first that has a line for the file is offered.
 std::vector<std::filesystem::path> usualListsOf(const std::filesystem::path& file) {
   std::vector<std::filesystem::path> lists;
   const auto add = [&](const std::string& name) { lists.push_back(file.parent_path() / name); };
   const std::string name = file.filename().native();
-  std::vector<std::string> tags{"b3"};
-  for (const HashAlgorithm algorithm : HashAlgorithm::allCases()) {
-    std::string tag = lowerCased(algorithm.rawValue());
-    std::erase(tag, '-');
-    tags.push_back(std::move(tag));
-  }
-  for (const std::string& tag : tags) add(std::string(name).append(".").append(tag));
-  for (const std::string& tag : tags) {
+  const auto addThoseOf = [&](const std::string& tag) {
+    add(std::string(name).append(".").append(tag));
     add(std::string(name).append(".").append(tag).append("sum"));
     add(upperCased(tag) + "SUMS");
     add(upperCased(tag) + "SUMS.txt");
+  };
+  auto algorithms = HashAlgorithm::allCases();
+  std::ranges::stable_sort(algorithms, std::ranges::greater(), &HashAlgorithm::hexLength);
+  constexpr std::size_t lengthOfSHA1 = 40;
+  bool areUnnamedAdded = false;
+  for (const HashAlgorithm algorithm : algorithms) {
+    // Lists that do not tell their algorithm are mostly of SHA-256.
+    if (algorithm.hexLength() <= lengthOfSHA1 && !std::exchange(areUnnamedAdded, true)) {
+      for (const char* const usual : {"SHASUMS256.txt", "CHECKSUM", "CHECKSUMS", "checksums.txt"}) add(usual);
+    }
+    std::string tag = lowerCased(algorithm.rawValue());
+    std::erase(tag, '-');
+    addThoseOf(tag);
+    if (algorithm == HashAlgorithm::blake3) addThoseOf("b3");
   }
-  for (const char* const usual : {"SHASUMS256.txt", "CHECKSUM", "CHECKSUMS", "checksums.txt"}) add(usual);
   add(file.stem().native() + ".sfv");
   return lists;
 }

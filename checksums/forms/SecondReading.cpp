@@ -167,9 +167,11 @@ void SecondReading::makeNamesRelative() {
   if (fullNames_.empty()) return;
   const auto nameOf = [&](std::size_t index) -> std::string& { return result_->entries[index].relativePath; };
   const std::string_view separators = separatorsOf(nameOf(fullNames_.front()));
-  std::string_view folder = nameOf(fullNames_.front());
+  // Of a name that ends with a separator its last component must be left, too.
+  const auto bare = [&](std::string_view name) { return name.substr(0, name.find_last_not_of(separators) + 1); };
+  std::string_view folder = bare(nameOf(fullNames_.front()));
   for (const std::size_t index : fullNames_) {
-    const std::string_view name = nameOf(index);
+    const std::string_view name = bare(nameOf(index));
     if (separatorsOf(name) != separators || climbs(name, separators)) return;
     const auto shared = std::ranges::mismatch(folder, name).in1 - folder.begin();
     folder = folder.substr(0, static_cast<std::size_t>(shared));

@@ -75,6 +75,7 @@ TEST_F(ListForms, AreReadToTheLetterOrLeftUnsupported) {
       {"l",
        "MD5  " + d32 + "  /a/b\nMD5  " + d32 + R"(  C:\a\b)",
        {"1: " + md5 + " [/a/b]", "2: " + md5 + R"( [C:\a\b])"}},
+      {"l", "MD5  " + d32 + "  /a/b//", {"1: " + md5 + " [b//]", "in /a/"}},
       {"l",
        "file,algorithm,hash,size_bytes\n\"/a/\"\"b\"\",c\",\"MD5\"," + d32 + ",1",
        {"2: " + md5 + " [\"b\",c]", "in /a/"}},
@@ -186,8 +187,8 @@ TEST_F(ListForms, LineOfOneFileIsFoundInItsLists) {
   const std::string other = std::string(31, '0') + "1  ";
   EXPECT_EQ(lineOf("a", folder.file("l", d32 + "  x/a\n" + other + "y/a")), "several");
   EXPECT_EQ(lineOf("a", folder.file("l", d32 + "  x/a\n" + other + "./a")), "MD5 (./a) = " + other.substr(0, 32));
-  EXPECT_EQ(lineOf("a", folder.file("l", d32 + "  a\n" + d32 + "  a\n" + d40 + "  a")), "MD5 (a) = " + d32);
-  EXPECT_EQ(lineOf("a", folder.file("l", d32 + "  a\n" + other + "a")), "several");
+  EXPECT_EQ(lineOf("a", folder.file("l", d32 + "  a\n" + d32 + "  a\n" + d40 + "  a")), "SHA-1 (a) = " + d40);
+  EXPECT_EQ(lineOf("a", folder.file("l", d32 + "  a\n" + d40 + "  a\n" + other + "a")), "several");
 
   const std::vector<fs::path> lists = usualListsOf("/f/x.iso");
   for (const char* const name :
@@ -195,6 +196,9 @@ TEST_F(ListForms, LineOfOneFileIsFoundInItsLists) {
     EXPECT_EQ(std::ranges::count(lists, fs::path("/f") / name), 1) << name;
     EXPECT_TRUE(isListName(name)) << name;
   }
+  const auto place = [&](const char* name) { return std::ranges::find(lists, fs::path("/f") / name); };
+  EXPECT_LT(place("SHA256SUMS"), place("CHECKSUM"));
+  EXPECT_LT(place("CHECKSUM"), place("x.iso.md5"));
 }
 
 TEST_F(ListForms, LimitsHoldForEntriesAndWarnings) {
