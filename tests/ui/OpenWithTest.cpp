@@ -1,5 +1,6 @@
 // What other programs have this one open, through the desktop's own commands.
 
+#include <QFileDialog>
 #include <QRegularExpression>
 
 #include "checksums/ChecksumLines.h"
@@ -87,6 +88,12 @@ TEST_F(OpenWithTest, ComesToTheFront) {
   waitFor("another window", [&] { return QGuiApplication::focusWindow() != &window; });
   call("Activate", {"{}"});
   waitFor("the window", [&] { return QGuiApplication::focusWindow() == &window; });
+  model.verify()->chooseVerifyFile();
+  waitFor("the panel", [&] { return Driver::panel("openPanel") != nullptr; });
+  const QFileDialog& panel = *Driver::panel("openPanel");
+  driver.focus(window);
+  open("");
+  waitFor("the panel in front", [&] { return QGuiApplication::focusWindow() == panel.windowHandle(); });
 }
 
 // What the desktop takes for a list, the program does.

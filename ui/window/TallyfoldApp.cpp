@@ -112,9 +112,12 @@ int TallyfoldApp::run() { return leave(QApplication::exec()); }
 void TallyfoldApp::comeToFront(const QString& token) {
   window_->setWindowStates(window_->windowStates() & ~Qt::WindowMinimized);
   window_->raise();
+  // Not over its own panel, which keeps the window from being used.
+  QWindow* const panel = QGuiApplication::modalWindow();
+  if (panel != nullptr) panel->raise();
   // The toolkit takes it from there.
   if (!token.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
-  window_->requestActivate();
+  (panel != nullptr ? panel : window_)->requestActivate();
   qunsetenv("XDG_ACTIVATION_TOKEN");
 }
 
