@@ -240,11 +240,14 @@ ManifestFileSnapshot manifestRootSnapshot(const std::filesystem::path& url) { re
 
 }  // namespace
 
-std::optional<std::filesystem::path> likelyRoot(const std::filesystem::path& root, std::string_view relativePath) {
+std::optional<std::filesystem::path> likelyRoot(const std::filesystem::path& root,
+                                                const std::optional<std::filesystem::path>& other,
+                                                std::string_view relativePath) {
   constexpr int levels = 3;
   const std::filesystem::path path = std::filesystem::path(relativePath).lexically_normal();
   if (path.empty() || path.is_absolute() || *path.begin() == "..") return std::nullopt;
   const auto isBelow = [&](const std::filesystem::path& folder) { return lookAt(folder / path).fileSize.has_value(); };
+  if (other && isBelow(*other)) return other;
   std::filesystem::path above = root;
   for (int level = 0; level < levels && above.has_relative_path(); ++level) {
     above = above.parent_path();

@@ -94,10 +94,12 @@ struct ManifestLocation {
 ManifestLocation locate(std::string_view relativePath, const std::string& canonicalRoot,
                         const std::stop_token& cancellation);
 
-/// A folder near `root` below which `relativePath` leads to a regular file, when it does not below `root`: one of the
-/// three above it, or one that the first three components of the path name below it. Only to be proposed: one look for
-/// each, and nothing is read. Blocks for as long as the disk does.
-std::optional<std::filesystem::path> likelyRoot(const std::filesystem::path& root, std::string_view relativePath);
+/// A folder below which `relativePath` leads to a regular file, when it does not below `root`: `other`, one of the
+/// three above the root, or one that the first three components of the path name below it. Only to be proposed: one
+/// look for each, and nothing is read. Blocks for as long as the disk does.
+std::optional<std::filesystem::path> likelyRoot(const std::filesystem::path& root,
+                                                const std::optional<std::filesystem::path>& other,
+                                                std::string_view relativePath);
 
 /// Whether `path` starts like "C:\" or "C:/", with any ASCII letter.
 bool isWindowsAbsoluteDrivePath(std::string_view path);

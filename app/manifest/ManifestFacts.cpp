@@ -23,9 +23,10 @@ std::optional<std::filesystem::path> ManifestFlow::proposedManifestRoot() const 
   return proposal == rootURL_ ? std::nullopt : std::optional(proposal);
 }
 
-ProposedFolder ManifestFlow::proposedManifestRootForScreen() const {
-  const auto proposal = proposedManifestRoot();
-  if (!proposal) return {};
+ProposedFolder ManifestFlow::offeredManifestRoot() const {
+  // Behind a run only what was seen to hold a file of the list.
+  const auto proposal = stage_ == ManifestTally::Stage::none ? proposedManifestRoot() : likelyRoot_;
+  if (!proposal || jobs_.total() == 0 || isBusy()) return {};
   return {.isPresent = true,
           .name = displayText(proposal->has_filename() ? proposal->filename() : *proposal),
           .path = displayText(*proposal)};
@@ -34,11 +35,15 @@ ProposedFolder ManifestFlow::proposedManifestRootForScreen() const {
 QString ManifestFlow::manifestLines() const {
   const QLocale locale = userLocale();
   QStringList facts;
-  if (droppedListCount_ > 1) facts.append(tr("the first of %1 lists").arg(locale.toString(droppedListCount_)));
+  if (droppedListCount_ > 1)
+    facts.append(tr("only the first of %1 dropped lists").arg(locale.toString(droppedListCount_)));
   if (unreadableLine_ > 0) facts.append(tr("line %1 is not text").arg(locale.toString(unreadableLine_)));
   if (entries_) {
     facts.append(jobs_.total() == 1 ? tr("1 entry") : tr("%1 entries").arg(locale.toString(jobs_.total())));
-    if (unsupportedLineCount_ > 0) facts.append(tr("%1 unsupported").arg(locale.toString(unsupportedLineCount_)));
+    const qint64 ambiguous = reading_.ambiguousLineCount;
+    const qint64 unsupported = unsupportedLineCount_ - ambiguous;
+    if (ambiguous > 0) facts.append(tr("%1 ambiguous").arg(locale.toString(ambiguous)));
+    if (unsupported > 0) facts.append(tr("%1 unsupported").arg(locale.toString(unsupported)));
   }
   return facts.join(tr(" · "));
 }
@@ -61,8 +66,12 @@ QString ManifestFlow::copyManifestRefusal() const {
 
 QString ManifestFlow::manifestWarningsSummary() const {
   const QLocale locale = userLocale();
+  const qint64 ambiguous = reading_.ambiguousLineCount;
   QString summary = tr("Lines that are not understood and cannot be checked: %1. Blank lines and comments: %2.")
-                        .arg(locale.toString(unsupportedLineCount_), locale.toString(ignoredLineCount_));
+                        .arg(locale.toString(unsupportedLineCount_ - ambiguous), locale.toString(ignoredLineCount_));
+  if (ambiguous > 0) {
+    summary.prepend(tr("Lines that wait for you to choose their algorithm: %1. ").arg(locale.toString(ambiguous)));
+  }
   if (unsupportedLineCount_ > warnings_.size()) {
     summary += tr(" The first %1 are listed here.").arg(locale.toString(warnings_.size()));
   }
@@ -136,6 +145,7 @@ ManifestVerdict ManifestFlow::manifestVerdict() const {
                                      .isOtherAlgorithmInName = reading_.isOtherAlgorithmInName,
                                      .isSigned = reading_.isSigned,
                                      .missing = static_cast<qint64>(causes_.missing),
+                                     .missingQuoted = static_cast<qint64>(causes_.missingQuoted),
                                      .absolutePaths = static_cast<qint64>(causes_.absolutePath),
                                      .rootChanged = static_cast<qint64>(causes_.rootChanged)});
 }

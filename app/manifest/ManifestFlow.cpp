@@ -238,8 +238,9 @@ void ManifestFlow::endVerification(const std::exception_ptr& failure) {
 void ManifestFlow::lookForRoot() {
   rootTask_.start(
       BackgroundTask::Priority::utility,
-      [root = *rootURL_, entries = entries_](const FlowTask<ManifestFlow>::Context& task) {
-        const auto likely = ChecksumManifestService::likelyRoot(root, entries->front().relativePath);
+      [root = *rootURL_, other = proposedManifestRoot(),
+       entries = entries_](const FlowTask<ManifestFlow>::Context& task) {
+        const auto likely = ChecksumManifestService::likelyRoot(root, other, entries->front().relativePath);
         if (!likely) return;
         task.post([likely](ManifestFlow& flow) {
           flow.likelyRoot_ = likely;

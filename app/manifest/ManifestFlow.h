@@ -29,8 +29,7 @@ class ManifestFlow : public tallyfold::Flow {
   Q_OBJECT
   Q_PROPERTY(tallyfold::FileCard manifestFile READ manifestFile NOTIFY manifestURLsChanged)
   Q_PROPERTY(tallyfold::FileCard manifestRoot READ manifestRoot NOTIFY manifestURLsChanged)
-  Q_PROPERTY(
-      tallyfold::ProposedFolder proposedManifestRoot READ proposedManifestRootForScreen NOTIFY manifestStatusChanged)
+  Q_PROPERTY(tallyfold::ProposedFolder offeredManifestRoot READ offeredManifestRoot NOTIFY manifestStatusChanged)
   Q_PROPERTY(tallyfold::ManifestJobListModel* manifestJobs READ manifestJobs CONSTANT)
   Q_PROPERTY(QStringList manifestWarnings READ manifestWarnings NOTIFY manifestLinesChanged)
   Q_PROPERTY(int manifestUnsupportedLineCount READ manifestUnsupportedLineCount NOTIFY manifestLinesChanged)
@@ -73,7 +72,8 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] const std::optional<std::filesystem::path>& manifestRootURL() const { return rootURL_; }
   [[nodiscard]] FileCard manifestFile() const;
   [[nodiscard]] FileCard manifestRoot() const;
-  [[nodiscard]] ProposedFolder proposedManifestRootForScreen() const;
+  /// The proposed root, as long as nothing speaks for the one that is chosen.
+  [[nodiscard]] ProposedFolder offeredManifestRoot() const;
   [[nodiscard]] ManifestJobListModel* manifestJobs() { return &jobs_; }
   [[nodiscard]] QStringList manifestWarnings() const { return warnings_; }
   [[nodiscard]] qint64 manifestIgnoredLineCount() const { return ignoredLineCount_; }
@@ -85,8 +85,8 @@ class ManifestFlow : public tallyfold::Flow {
   /// Why there are no rows, or no warnings, where they would be shown.
   [[nodiscard]] QString manifestEmptySentence() const;
   [[nodiscard]] QString copyManifestRefusal() const;
-  /// What the lines of the list came to: "3 entries · 2 unsupported", and what else its card must say; empty while
-  /// there is no list.
+  /// What the lines of the list came to: "3 entries · 2 ambiguous · 1 unsupported", and what else its card must say;
+  /// empty while there is no list.
   [[nodiscard]] QString manifestLines() const;
   /// How many lines are behind the warnings, which are about the first of them only.
   [[nodiscard]] QString manifestWarningsSummary() const;

@@ -39,6 +39,12 @@ QString shortcomings(const ManifestTally& tally) {
   return parts.join(tr(", "));
 }
 
+QString shortcomingOfOnlyEntry(const ManifestTally& tally) {
+  return tally.mismatched == 1 ? tr("The only entry does not match")
+         : tally.failed == 1   ? tr("The only entry could not be checked")
+                               : tr("The only entry was not checked");
+}
+
 QString notUnderstood(qint64 lines) {
   return counted(lines, "1 line is not understood and was not checked.",
                  "%1 lines are not understood and were not checked.");
@@ -74,7 +80,7 @@ QString signatureNote(const ManifestTally& tally) {
 QString otherAlgorithm(const ManifestTally& tally) {
   if (tally.matched > 0 || tally.mismatched == 0 || !tally.hasBareDigests) return {};
   if (tally.otherAlgorithm.isEmpty()) {
-    return tr("Nothing matches: the list may be of another algorithm with checksums of this length.");
+    return tr("The list may be of another algorithm with checksums of this length.");
   }
   return (tally.isOtherAlgorithmInName
               ? tr("The list's name speaks of %1, which has checksums of this length and is not supported.")
@@ -89,11 +95,10 @@ ManifestVerdict withShortcomings(const ManifestTally& tally, qint64 entries, con
   if (tally.stage == Stage::stoppedByError) details.append(tr("The verification was stopped by an error."));
   if (tally.rootChanged > 0) details.append(tr("The folder changed while it was verified."));
   if (tally.missing == entries) {
-    details.append(tr("Is this the right root folder?"));
-  } else if (entries == 1) {
-    if (tally.mismatched == 1) details.append(tr("The only entry does not match."));
-  } else {
-    details.append(tr("%1 of %2 entries match.").arg(figure(tally.matched), figure(entries)));
+    details.append(counted(entries, "Its file is missing.", "The files of all %1 entries are missing."));
+    details.append(tally.missingQuoted < entries ? tr("Is this the right root folder?")
+                   : entries == 1                ? tr("The quotes may not be part of the name.")
+                                                 : tr("The quotes may not be part of the names."));
   }
   if (tally.absolutePaths > 0) {
     details.append(counted(tally.absolutePaths, "1 entry has an absolute name, which is never followed.",
@@ -102,12 +107,16 @@ ManifestVerdict withShortcomings(const ManifestTally& tally, qint64 entries, con
   const QString other = otherAlgorithm(tally);
   if (!other.isEmpty()) details.append(other);
   details += further;
+  if (tally.matched > 0) {
+    details.append(tr("%1 of %2 entries match.").arg(figure(tally.matched), figure(entries)));
+  }
+  const QString title = entries == 1 ? shortcomingOfOnlyEntry(tally) : shortcomings(tally);
   const QString sentences = details.join(u' ') + signatureNote(tally);
   if (!other.isEmpty() && tally.isOtherAlgorithmInName) {
-    return {ManifestVerdict::OtherAlgorithm, Tone::Caution, shortcomings(tally), sentences};
+    return {ManifestVerdict::OtherAlgorithm, Tone::Caution, title, sentences};
   }
   return {tally.mismatched > 0 ? ManifestVerdict::Mismatches : ManifestVerdict::NotAllChecked,
-          tally.mismatched + tally.failed > 0 ? Tone::Bad : Tone::Caution, shortcomings(tally), sentences};
+          tally.mismatched + tally.failed > 0 ? Tone::Bad : Tone::Caution, title, sentences};
 }
 
 }  // namespace
@@ -146,7 +155,7 @@ ManifestVerdict manifestVerdict(const ManifestTally& tally) {
         tr("%1, but %2")
             .arg(counted(entries, "1 entry matches", "%1 entries match"),
                  counted(tally.unsupportedLines, "1 line could not be checked", "%1 lines could not be checked")),
-        (tally.ambiguousLines > 0 ? ambiguity(tally)
+        (tally.ambiguousLines > 0 ? details.join(u' ')
                                   : tr("A line that is not understood may be meant for a file: see the warnings.")) +
             signatureNote(tally)};
   }

@@ -30,6 +30,7 @@ struct ManifestTally {
   bool isSigned = false;                ///< The list is wrapped in a signature, which nobody checked.
   // Of the failed entries:
   qint64 missing = 0;
+  qint64 missingQuoted = 0;  ///< Of these, the ones whose names stand in double quotes.
   qint64 absolutePaths = 0;
   qint64 rootChanged = 0;
 };

@@ -139,25 +139,27 @@ TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
        Tone::Caution,
        "1,204 entries match, but 1 line could not be checked | A line that is not understood may be meant for a file: "
        "see the warnings."},
-      {{.stage = Stage::ended, .mismatched = 2}, Tone::Bad, "2 entries do not match | 0 of 2 entries match."},
-      {{.stage = Stage::ended, .mismatched = 1}, Tone::Bad, "1 entry does not match | The only entry does not match."},
-      {{.stage = Stage::ended, .failed = 1}, Tone::Bad, "1 entry could not be checked | "},
+      {{.stage = Stage::ended, .mismatched = 2}, Tone::Bad, "2 entries do not match | "},
+      {{.stage = Stage::ended, .mismatched = 1}, Tone::Bad, "The only entry does not match | "},
+      {{.stage = Stage::ended, .failed = 1}, Tone::Bad, "The only entry could not be checked | "},
       {{.stage = Stage::ended, .failed = 7, .missing = 7},
        Tone::Bad,
-       "7 entries could not be checked | Is this the right root folder?"},
+       "7 entries could not be checked | The files of all 7 entries are missing. Is this the right root folder?"},
+      {{.stage = Stage::ended, .failed = 1, .missing = 1, .missingQuoted = 1},
+       Tone::Bad,
+       "The only entry could not be checked | Its file is missing. The quotes may not be part of the name."},
       {{.stage = Stage::ended, .failed = 7, .missing = 6, .absolutePaths = 1},
        Tone::Bad,
-       "7 entries could not be checked | 0 of 7 entries match. 1 entry has an absolute name, which is never followed."},
+       "7 entries could not be checked | 1 entry has an absolute name, which is never followed."},
       {{.stage = Stage::ended, .matched = 2, .failed = 3, .rootChanged = 3},
        Tone::Bad,
        "3 entries could not be checked | The folder changed while it was verified. 2 of 5 entries match."},
       {{.stage = Stage::ended, .mismatched = 21, .hasBareDigests = true},
        Tone::Bad,
-       "21 entries do not match | 0 of 21 entries match. Nothing matches: the list may be of another algorithm with "
-       "checksums of this length."},
+       "21 entries do not match | The list may be of another algorithm with checksums of this length."},
       {{.stage = Stage::ended, .mismatched = 2, .hasBareDigests = true, .otherAlgorithm = "SHA-3"},
        Tone::Bad,
-       "2 entries do not match | 0 of 2 entries match. A comment in the list speaks of SHA-3, which has checksums of "
+       "2 entries do not match | A comment in the list speaks of SHA-3, which has checksums of "
        "this length and is not supported."},
       {{.stage = Stage::ended,
         .mismatched = 2,
@@ -166,9 +168,8 @@ TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
         .otherAlgorithm = "BLAKE2b",
         .isOtherAlgorithmInName = true},
        Tone::Caution,
-       "2 entries do not match, 1 could not be checked | 0 of 3 entries match. The list's name speaks of BLAKE2b, "
-       "which "
-       "has checksums of this length and is not supported."},
+       "2 entries do not match, 1 could not be checked | The list's name speaks of BLAKE2b, which has "
+       "checksums of this length and is not supported."},
       {{.stage = Stage::ended,
         .matched = 1,
         .mismatched = 2,

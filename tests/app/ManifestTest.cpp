@@ -103,6 +103,8 @@ TEST_F(ManifestFlow, UserSaysWhatTheListLeavesOpen) {
   const auto& flow = *model_->manifest();
   const auto lines = [&] { return flow.manifestLines().toStdString(); };
   const std::string sha256 = outputOf({"sha256sum", abc_}).substr(0, 64);
+  load(sha256 + "  abc\nwhat?\n", "checksums_256.txt");
+  EXPECT_EQ(lines(), "0 entries \u00B7 1 ambiguous \u00B7 1 unsupported");
   load(sha256 + "  abc\n", "checksums_256.txt");
   EXPECT_EQ(title(), "The list does not say which algorithm it is of");
   EXPECT_EQ(flow.manifestAlgorithms(), (QStringList{"SHA-256", "BLAKE3"}));
@@ -130,7 +132,7 @@ TEST_F(ManifestFlow, UserSaysWhatTheListLeavesOpen) {
   EXPECT_FALSE(flow.offersReadingWithoutQuotes());
 
   load("MD5  " + md5OfAbc + "  " + abc_.string() + "\n");
-  EXPECT_EQ(flow.proposedManifestRootForScreen().name, "") << "The folder of the names is the root already";
+  EXPECT_EQ(flow.offeredManifestRoot().name, "") << "The folder of the names is the root already";
   verify();
   EXPECT_EQ(title(), "The only entry matches");
   load(md5OfAbc + "  missing\n" + md5OfAbc + "  " + abc_.string());
@@ -151,7 +153,7 @@ TEST_F(ManifestFlow, UserSaysWhatTheListLeavesOpen) {
   const QUrl unreadable = urlOf(folder_.file("list", "a\n\xFF"));
   model_->manifest()->dropManifest({unreadable, urlOf(abc_), urlOf(root_ / "")});
   ASSERT_TRUE(reached([&] { return !flow.isLoadingManifest(); }));
-  EXPECT_EQ(lines(), "the first of 2 lists \u00B7 line 2 is not text");
+  EXPECT_EQ(lines(), "only the first of 2 dropped lists \u00B7 line 2 is not text");
 
   QString shown;
   const QObject card;
@@ -171,6 +173,7 @@ TEST_F(ManifestFlow, UserSaysWhatTheListLeavesOpen) {
 TEST_F(ManifestFlow, RootIsProposedWhereAllFilesAreMissing) {
   auto& flow = *model_->manifest();
   fs::create_directories(root_ / "x/x/y/z");
+  fs::create_directories(folder_.path() / "elsewhere/a/b/c");
   folder_.file("root/x/x/abc", "abc");
   const struct {
     std::string path;
@@ -181,17 +184,19 @@ TEST_F(ManifestFlow, RootIsProposedWhereAllFilesAreMissing) {
       {"abc", root_ / "x/x/y/z", root_ / "x/x"},
       {"x/abc", root_, root_ / "x"},
       {"root/abc", root_ / "x/x", folder_.path()},
-      {"nowhere", root_ / "x", folder_.path()},  // Where the list is.
-      {"../abc", root_ / "x/x", folder_.path()},
-      {"", root_ / "x", folder_.path()},
+      {"root/abc", folder_.path() / "elsewhere/a/b/c", folder_.path()},  // Where the list is.
+      {"nowhere", root_ / "x", ""},
+      {"../abc", root_ / "x/x", ""},
+      {"", root_ / "x", ""},
+      {"\"abc\"", root_, ""},  // Quotes may be what is wrong.
   };
   for (const auto& each : cases) {
     load(std::string("MD5 (").append(each.path).append(") = ").append(md5OfAbc));
     flow.setManifestRoot({urlOf(each.root)});
+    EXPECT_EQ(flow.offeredManifestRoot().path.toStdString(), folder_.path());
     flow.verifyManifest();
     ASSERT_TRUE(reached([&] { return !flow.isManifestVerifying() && BackgroundTask::waitForAll(patience); }));
-    EXPECT_TRUE(reached([&] { return flow.proposedManifestRootForScreen().path.toStdString() == each.proposal; }))
-        << each.path;
+    EXPECT_TRUE(reached([&] { return flow.offeredManifestRoot().path.toStdString() == each.proposal; })) << each.path;
   }
 }
 
@@ -261,7 +266,7 @@ TEST_F(ManifestFlow, RootThatIsNoFolderIsAnErrorOfTheRun) {
   ASSERT_TRUE(reached([this] { return !model_->manifest()->isManifestVerifying(); }));
   EXPECT_EQ(model_->errorMessage(), QStringLiteral("The selected manifest root is not an accessible directory."));
   EXPECT_THAT(statuses(), ElementsAre("Queued"));
-  EXPECT_EQ(title(), "1 entry was not checked");
+  EXPECT_EQ(title(), "The only entry was not checked");
   EXPECT_THAT(model_->manifest()->manifestVerdict().details.toStdString(), testing::HasSubstr("stopped by an error"));
 }
 

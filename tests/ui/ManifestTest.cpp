@@ -59,7 +59,7 @@ TEST_F(ManifestTest, ListIsVerifiedInItsOwnFolder) {
   driver.press({"Tab"});
   waitFor("the list", [&] { return driver.item(list)->hasActiveFocus(); });
   driver.press({"Return"});
-  waitForVerdict("1 entry could not be checked");
+  waitForVerdict("The only entry could not be checked");
   driver.click("clearManifest");
   waitFor("the empty screen", [&] { return driver.findItem("chooseManifest") != nullptr; });
 }

@@ -91,6 +91,8 @@ TFGlassCard {
             visible: text !== ""
             text: root.facts
             color: TallyTheme.secondary
+            wrapMode: Text.Wrap
+            maximumLineCount: 2
             elide: Text.ElideRight
             font.pixelSize: TallyTheme.captionSize
         }

@@ -77,12 +77,10 @@ TFScreen {
             emptyName: qsTr("No folder selected")
             hint: qsTr("Drop a folder here, or choose one.")
             file: root.viewModel.manifest.manifestRoot
-            proposal: root.viewModel.manifest.proposedManifestRoot
             tip: "Ctrl+Shift+O"
             isTargeted: dropZone.isTargeted
             refusal: root.viewModel.manifest.manifestRootRefusal
             onChooseRequested: root.viewModel.manifest.chooseManifestRoot()
-            onProposalAccepted: root.viewModel.manifest.useProposedManifestRoot()
         }
     }
 
