@@ -18,8 +18,9 @@
 namespace tallyfold::test {
 
 /// Stands between the program and the system for as long as it lives. It counts the calls by which files are read
-/// and written, lets a test do something right before any of them, and can make them fail. Of several threads, one
-/// makes its calls after the other. Closing and announcing what will be read are neither counted nor refused.
+/// and written, lets a test do something right before any of them, and can make them fail. For tests whose files are
+/// used by one thread, but for `pread`: of several threads, one makes that call after the other. Closing and announcing
+/// what will be read are neither counted nor refused.
 class WatchedSystemCalls : public SystemCalls {
  public:
   WatchedSystemCalls() { replace(this); }
@@ -123,7 +124,6 @@ class WatchedSystemCalls : public SystemCalls {
 
  protected:
   bool isRefused(std::string_view name) {
-    const std::lock_guard lock(mutex_);
     names.push_back(name);
     const int error = before(name, names.size());
     if (error == 0) return false;
@@ -138,7 +138,7 @@ class WatchedSystemCalls : public SystemCalls {
     return descriptor;
   }
 
-  std::recursive_mutex mutex_;
+  std::mutex mutex_;
 };
 
 }  // namespace tallyfold::test
