@@ -74,11 +74,11 @@ Node chunkNode(const tf_blake3& context) {
           context.blockLength, context.chunkFlags | startFlag(context) | kChunkEnd};
 }
 
-/// Takes full blocks into the chunk in progress, none of them its last.
+/// Takes full blocks, at least one, into the chunk in progress, none of them its last.
 void compressBlocks(tf_blake3& context, const std::uint8_t* blocks, std::size_t count) {
   const Kernel& kernel = kernels.current();
   std::uint32_t* const chainingValue = context.chunkChainingValue.data();
-  if (context.blocksCompressed == 0 && count > 0) {
+  if (context.blocksCompressed == 0) {
     kernel.absorb(chainingValue, blocks, 1, context.chunkCounter, context.chunkFlags | kChunkStart);
     ++context.blocksCompressed;
     blocks += kBlockSize;
@@ -179,7 +179,7 @@ void absorb(tf_blake3& context, const std::uint8_t* data, std::size_t length) {
     clearBlock(context);
   }
   const std::size_t blocks = (length - 1) / kBlockSize;
-  compressBlocks(context, data, blocks);
+  if (blocks > 0) compressBlocks(context, data, blocks);
   data += blocks * kBlockSize;
   length -= blocks * kBlockSize;
   std::memcpy(context.block.data(), data, length);
