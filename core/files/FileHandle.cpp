@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 
 #include "core/files/CheckedCall.h"
@@ -88,6 +89,10 @@ std::size_t FileHandle::readAt(std::int64_t offset, std::span<std::byte> bytes) 
 
 bool FileHandle::canReadAt() const try { return readAt(0, {}) == 0; } catch (const std::system_error&) {
   return false;
+}
+
+void FileHandle::seek(std::int64_t offset) {
+  checked([&](SystemCalls& system) { return system.lseek(descriptor_, offset, SEEK_SET); });
 }
 
 void FileHandle::willNeed(std::int64_t offset, std::int64_t count) {

@@ -47,6 +47,9 @@ class FileHandle {
   /// Whether `readAt` is possible, as it is not with files that some file systems only make up while they are read.
   [[nodiscard]] bool canReadAt() const;
 
+  /// The next read begins there.
+  void seek(std::int64_t offset);
+
   /// Asks the system to begin fetching so many bytes, at least one, from there on. A wish: nothing tells whether it was
   /// heard.
   void willNeed(std::int64_t offset, std::int64_t count);

@@ -30,6 +30,7 @@ ssize_t SystemCalls::read(int descriptor, void* bytes, std::size_t count) { retu
 ssize_t SystemCalls::pread(int descriptor, void* bytes, std::size_t count, off_t offset) {
   return ::pread(descriptor, bytes, count, offset);
 }
+off_t SystemCalls::lseek(int descriptor, off_t offset, int whence) { return ::lseek(descriptor, offset, whence); }
 ssize_t SystemCalls::write(int descriptor, const void* bytes, std::size_t count) {
   return ::write(descriptor, bytes, count);
 }

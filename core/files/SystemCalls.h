@@ -18,6 +18,7 @@ class SystemCalls {
   virtual int close(int descriptor);
   virtual ssize_t read(int descriptor, void* bytes, std::size_t count);
   virtual ssize_t pread(int descriptor, void* bytes, std::size_t count, off_t offset);
+  virtual off_t lseek(int descriptor, off_t offset, int whence);
   virtual ssize_t write(int descriptor, const void* bytes, std::size_t count);
   virtual int fsync(int descriptor);
   virtual int fstat(int descriptor, struct stat* status);

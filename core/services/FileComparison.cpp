@@ -1,22 +1,26 @@
 #include "core/services/FileComparison.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <optional>
 #include <span>
 #include <utility>
 
 #include "core/base/Errors.h"
 #include "core/digests/ReadBuffer.h"
+#include "core/services/ByteDifferences.h"
 
 namespace tallyfold::HashService {
+
+using FileComparison::Differences;
+using FileComparison::FirstDifference;
+using FileComparison::Versions;
 
 namespace {
 
 /// A disk likes to be read a chunk of one file at a time. What has come of the second file is compared in pieces that
 /// are still in the processor's own cache.
 constexpr std::int64_t pieceSize = 131'072;
+static_assert(chunkSize % pieceSize == 0 && pieceSize % FirstDifference::rowSize == 0);
 
 struct OpenFile {
   OpenFile(const std::filesystem::path& location, const std::stop_token& cancellation)
@@ -41,34 +45,57 @@ struct OpenFile {
       : url(location), handle(std::move(opened.first)), initial(opened.second) {}
 };
 
-/// Where two byte ranges differ first, or none when the shorter one is the start of the longer one.
-std::optional<std::size_t> firstDifference(std::span<const std::byte> a, std::span<const std::byte> b) {
-  const std::size_t size = std::min(a.size(), b.size());
-  std::size_t start = 0;
-  for (const std::size_t step : {size, std::size_t{4096}, std::size_t{64}, std::size_t{1}}) {
-    while (start < size && step <= size - start && std::memcmp(&a[start], &b[start], step) == 0) start += step;
+struct OpenFiles {
+  OpenFiles(const std::filesystem::path& locationOfA, const std::filesystem::path& locationOfB,
+            const std::stop_token& cancellation)
+      : a(locationOfA, cancellation), b(locationOfB, cancellation) {
+    validatePath(a.url, a.initial);
+    validatePath(b.url, b.initial);
   }
-  return start < size ? std::optional(start) : std::nullopt;
-}
 
-/// The first difference of two files of the same size.
-std::optional<std::int64_t> findDifference(OpenFile& a, OpenFile& b, const std::stop_token& cancellation,
-                                           const ProgressCallback& progress) {
-  const std::int64_t size = a.initial.fileSize;
+  OpenFiles(const std::filesystem::path& locationOfA, const std::filesystem::path& locationOfB,
+            const Versions& versions, const std::stop_token& cancellation)
+      : OpenFiles(locationOfA, locationOfB, cancellation) {
+    if (this->versions() != versions) throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
+    refuseContentWithoutSize();
+  }
+
+  [[nodiscard]] Versions versions() const { return {a.initial, b.initial}; }
+  [[nodiscard]] std::int64_t commonSize() const { return std::min(a.initial.fileSize, b.initial.fileSize); }
+
+  void refuseContentWithoutSize() {
+    if (hasContentWithoutSize(a.handle, a.initial) || hasContentWithoutSize(b.handle, b.initial)) {
+      throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
+    }
+  }
+
+  void validate() const {
+    a.validate();
+    b.validate();
+  }
+
+  OpenFile a;
+  OpenFile b;
+};
+
+/// Reads what both files have from the byte `from` on, where both are, and calls `take(fromA, fromB, offset)` with
+/// piece after piece of it until that returns false.
+template <typename Take>
+void readTogether(OpenFiles& files, std::int64_t from, const std::stop_token& cancellation,
+                  const ProgressCallback& progress, Take take) {
+  const std::int64_t size = files.commonSize() - from;
   const std::int64_t step = progressStep(size);
   const ReadBuffer chunkOfA(static_cast<std::size_t>(std::min(size, chunkSize)));
   const ReadBuffer pieceOfB(static_cast<std::size_t>(std::min(size, pieceSize)));
   std::int64_t lastDue = 0;
   for (std::int64_t done = 0; done < size;) {
     const auto chunk = chunkOfA.first(static_cast<std::size_t>(std::min(size - done, chunkSize)));
-    a.read(chunk, cancellation);
+    files.a.read(chunk, cancellation);
     for (std::size_t start = 0; start < chunk.size();) {
       const auto fromA = chunk.subspan(start, std::min(chunk.size() - start, pieceOfB.size()));
       const auto fromB = pieceOfB.first(fromA.size());
-      b.read(fromB, cancellation);
-      if (const auto offset = firstDifference(fromA, fromB)) {
-        return done + static_cast<std::int64_t>(start + *offset);
-      }
+      files.b.read(fromB, cancellation);
+      if (!take(fromA, fromB, from + done + static_cast<std::int64_t>(start))) return;
       start += fromA.size();
     }
     done += static_cast<std::int64_t>(chunk.size());
@@ -77,34 +104,95 @@ std::optional<std::int64_t> findDifference(OpenFile& a, OpenFile& b, const std::
       lastDue += step;
     }
   }
-  return std::nullopt;
+}
+
+/// The first difference of what both files have, which are at their beginnings.
+std::optional<FirstDifference> findDifference(OpenFiles& files, const std::stop_token& cancellation,
+                                              const ProgressCallback& progress) {
+  std::optional<FirstDifference> found;
+  const auto take = [&](std::span<const std::byte> a, std::span<const std::byte> b, std::int64_t offset) {
+    const auto place = firstDifference(a, b);
+    if (!place) return true;
+    found = FirstDifference{.offset = offset + static_cast<std::int64_t>(*place)};
+    const auto start = static_cast<std::size_t>(found->rowOffset() - offset);
+    const auto rowOf = [&](std::span<const std::byte> bytes) {
+      const auto row = bytes.subspan(start, std::min<std::size_t>(FirstDifference::rowSize, bytes.size() - start));
+      return std::vector(row.begin(), row.end());
+    };
+    found->rowOfA = rowOf(a);
+    found->rowOfB = rowOf(b);
+    return false;
+  };
+  readTogether(files, 0, cancellation, progress, take);
+  if (!found) return found;
+  // A row that is cut short here ends where the shorter file does, up to which both have been read.
+  const auto complete = [&](OpenFile& file, std::vector<std::byte>& row) {
+    const std::size_t held = row.size();
+    row.resize(
+        static_cast<std::size_t>(std::min(FirstDifference::rowSize, file.initial.fileSize - found->rowOffset())));
+    if (row.size() > held) file.read(std::span(row).subspan(held), cancellation);
+  };
+  complete(files.a, found->rowOfA);
+  complete(files.b, found->rowOfB);
+  return found;
 }
 
 }  // namespace
 
-FileComparisonResult compareFiles(const std::filesystem::path& a, const std::filesystem::path& b,
-                                  const std::stop_token& cancellation, const ProgressCallback& progress) {
+FileComparisonWithVersions compareFilesKeepingVersions(const std::filesystem::path& a, const std::filesystem::path& b,
+                                                       const std::stop_token& cancellation,
+                                                       const ProgressCallback& progress) {
   checkCancellation(cancellation);
-  OpenFile first(a, cancellation);
-  OpenFile second(b, cancellation);
-  validatePath(a, first.initial);
-  validatePath(b, second.initial);
-
-  FileComparisonResult result = FileComparison::Identical();
-  if (!first.initial.isSameIdentity(second.initial)) {
-    if (first.initial.fileSize != second.initial.fileSize) {
-      result = FileComparison::DifferentSize{first.initial.fileSize, second.initial.fileSize};
-    } else if (hasContentWithoutSize(first.handle, first.initial) ||
-               hasContentWithoutSize(second.handle, second.initial)) {
-      throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
-    } else if (const auto offset = findDifference(first, second, cancellation, progress)) {
-      result = FileComparison::ContentMismatch{*offset};
+  OpenFiles files(a, b, cancellation);
+  FileComparisonWithVersions comparison{.result = FileComparison::Identical(), .versions = files.versions()};
+  const auto& [first, second] = comparison.versions;
+  if (!first.isSameIdentity(second)) {
+    if (first.fileSize != second.fileSize) {
+      comparison.result = FileComparison::DifferentSize{first.fileSize, second.fileSize};
+    } else {
+      files.refuseContentWithoutSize();
+      comparison.difference = findDifference(files, cancellation, progress);
+      if (comparison.difference) comparison.result = FileComparison::ContentMismatch{comparison.difference->offset};
     }
   }
-  first.validate();
-  second.validate();
-  if (!std::holds_alternative<FileComparison::ContentMismatch>(result)) progress(1.0);
-  return result;
+  files.validate();
+  if (!comparison.difference) progress(1.0);
+  return comparison;
+}
+
+FileComparisonResult compareFiles(const std::filesystem::path& a, const std::filesystem::path& b,
+                                  const std::stop_token& cancellation, const ProgressCallback& progress) {
+  return compareFilesKeepingVersions(a, b, cancellation, progress).result;
+}
+
+std::optional<FirstDifference> compareCommonPart(const std::filesystem::path& a, const std::filesystem::path& b,
+                                                 const Versions& versions, const std::stop_token& cancellation,
+                                                 const ProgressCallback& progress) {
+  checkCancellation(cancellation);
+  OpenFiles files(a, b, versions, cancellation);
+  auto difference = findDifference(files, cancellation, progress);
+  files.validate();
+  if (!difference) progress(1.0);
+  return difference;
+}
+
+Differences countDifferences(const std::filesystem::path& a, const std::filesystem::path& b, const Versions& versions,
+                             std::int64_t first, const std::stop_token& cancellation,
+                             const ProgressCallback& progress) {
+  checkCancellation(cancellation);
+  OpenFiles files(a, b, versions, cancellation);
+  constexpr std::int64_t page = 4096;
+  const std::int64_t start = first - first % page;
+  files.a.handle.seek(start);
+  files.b.handle.seek(start);
+  ByteDifferences differences;
+  readTogether(files, start, cancellation, progress, [&](auto fromA, auto fromB, std::int64_t /*offset*/) {
+    differences.add(fromA, fromB);
+    return true;
+  });
+  files.validate();
+  progress(1.0);
+  return {.bytes = differences.bytes(), .runs = differences.runs(), .last = start + differences.last()};
 }
 
 }  // namespace tallyfold::HashService

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <stop_token>
 #include <variant>
+#include <vector>
 
 #include "core/services/HashService.h"
 
@@ -32,11 +35,52 @@ struct ContentMismatch {
   bool operator==(const ContentMismatch&) const = default;
 };
 
+/// Which versions of two files something was said about.
+struct Versions {
+  FileSnapshot a;
+  FileSnapshot b;
+
+  bool operator==(const Versions&) const = default;
+};
+
+/// The bytes of both files around their first difference: those of its row, where each file is taken as rows of 16
+/// bytes, as far as the file goes.
+struct FirstDifference {
+  static constexpr std::int64_t rowSize = 16;
+
+  std::int64_t offset = 0;  ///< Of the first byte that differs, counted from 0.
+  std::vector<std::byte> rowOfA{};
+  std::vector<std::byte> rowOfB{};
+
+  /// Of the first byte of the row.
+  [[nodiscard]] std::int64_t rowOffset() const { return offset - offset % rowSize; }
+
+  bool operator==(const FirstDifference&) const = default;
+};
+
+/// All differences of two files, or of the part that files of different sizes have in common.
+struct Differences {
+  std::int64_t bytes = 0;  ///< So many differ,
+  std::int64_t runs = 0;   ///< in so many runs, each as long as it can be.
+  std::int64_t last = 0;   ///< The last one of them, counted from 0.
+
+  bool operator==(const Differences&) const = default;
+};
+
 }  // namespace FileComparison
 
 /// Equal when it is the same case with the same numbers.
 using FileComparisonResult =
     std::variant<FileComparison::Identical, FileComparison::DifferentSize, FileComparison::ContentMismatch>;
+
+/// A result and what it takes to say more about the same files.
+struct FileComparisonWithVersions {
+  FileComparisonResult result;
+  FileComparison::Versions versions;
+  std::optional<FileComparison::FirstDifference> difference{};  ///< Of a mismatch.
+
+  bool operator==(const FileComparisonWithVersions&) const = default;
+};
 
 namespace HashService {
 
@@ -48,6 +92,27 @@ namespace HashService {
 /// a bit.
 FileComparisonResult compareFiles(const std::filesystem::path& a, const std::filesystem::path& b,
                                   const std::stop_token& cancellation, const ProgressCallback& progress);
+
+/// The same, and what is needed to go on from there.
+FileComparisonWithVersions compareFilesKeepingVersions(const std::filesystem::path& a, const std::filesystem::path& b,
+                                                       const std::stop_token& cancellation,
+                                                       const ProgressCallback& progress);
+
+// What goes on where a comparison has ended fails as it does, and with `fileChangedDuringRead` when a file is not the
+// version any more that was compared, or when one that has no size has content. `progress` is as above.
+
+/// Where the bytes differ first that files of different sizes have both; none when one is the beginning of the other.
+std::optional<FileComparison::FirstDifference> compareCommonPart(const std::filesystem::path& a,
+                                                                 const std::filesystem::path& b,
+                                                                 const FileComparison::Versions& versions,
+                                                                 const std::stop_token& cancellation,
+                                                                 const ProgressCallback& progress);
+
+/// All differences from the first one on, which is at `first`, to the end of the shorter file. `progress` is 1 at the
+/// end, and a fraction of these bytes before.
+FileComparison::Differences countDifferences(const std::filesystem::path& a, const std::filesystem::path& b,
+                                             const FileComparison::Versions& versions, std::int64_t first,
+                                             const std::stop_token& cancellation, const ProgressCallback& progress);
 
 }  // namespace HashService
 

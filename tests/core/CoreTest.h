@@ -131,6 +131,24 @@ inline std::string outcomeOfComparison(
   });
 }
 
+/// What comes of going on where the comparison of two files has ended.
+inline std::string outcomeOfCommonPart(const fs::path& a, const fs::path& b, const FileComparison::Versions& versions,
+                                       const std::stop_token& cancellation = {}) {
+  return attempted([&]() -> std::string {
+    const auto found = HashService::compareCommonPart(a, b, versions, cancellation, [](double) {});
+    if (!found) return "one is the beginning";
+    const auto shown = [](const std::vector<std::byte>& row) { return " " + HexEncoder::string(row); };
+    return "differ at " + std::to_string(found->offset) + shown(found->rowOfA) + shown(found->rowOfB);
+  });
+}
+inline std::string outcomeOfCount(const fs::path& a, const fs::path& b, const FileComparison::Versions& versions,
+                                  std::int64_t first, const std::stop_token& cancellation = {}) {
+  return attempted([&] {
+    const auto all = HashService::countDifferences(a, b, versions, first, cancellation, [](double) {});
+    return std::to_string(all.bytes) + " in " + std::to_string(all.runs) + " runs to " + std::to_string(all.last);
+  });
+}
+
 inline std::span<const std::byte> bytesOf(std::string_view text) { return std::as_bytes(std::span(text)); }
 
 /// A file of zero bytes that takes no space.

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "core/digests/LanePlan.h"
+#include "core/services/differences/Kernels.h"
 #include "tests/core/CoreTest.h"
 
 namespace tallyfold::test {
@@ -249,6 +250,12 @@ TEST_F(CompareFiles, WhatNeedsNoReadingIsNotRead) {
     EXPECT_EQ(std::ranges::count(system.names, "read"), reads) << a << ", " << b;
     EXPECT_EQ(system.stillOpen, 0) << a << ", " << b;
   }
+  const auto versions = [](const fs::path& a, const fs::path& b) {
+    return HashService::compareFilesKeepingVersions(a, b, {}, [](double) {}).versions;
+  };
+  const fs::path empty = folder.path() / "empty";
+  EXPECT_EQ(outcomeOfCommonPart(ten, empty, versions(ten, empty)), "one is the beginning");
+  EXPECT_EQ(outcomeOfCommonPart(ten, "/proc/version", versions(ten, "/proc/version")), kChanged) << "has content";
 }
 
 TEST_F(CompareFiles, FirstDifferenceIsFoundWhereverItIs) {
@@ -263,6 +270,47 @@ TEST_F(CompareFiles, FirstDifferenceIsFoundWhereverItIs) {
     writeByte(b, offset, static_cast<char>(~content[offset]));
     EXPECT_EQ(outcomeOfComparison(a, b), "differ at " + std::to_string(offset));
     EXPECT_EQ(outcomeOfComparison(b, a), "differ at " + std::to_string(offset));
+  }
+}
+
+TEST_F(CompareFiles, AllDifferencesAreThoseThatAnotherProgramLists) {
+  std::mt19937 random(seedOfThisRun());
+  for (int round = 0; round < roundsOfThisRun(30); ++round) {
+    const std::array<std::size_t, 6> sizes{1, 17, 131'071, 131'073, 300'000, HashService::chunkSize + 7};
+    const std::string contentOfA = randomBytes(sizes[random() % sizes.size()], static_cast<unsigned>(random()));
+    std::string contentOfB = contentOfA;
+    for (auto runs = 1 + random() % (random() % 2 == 0 ? 3 : 300); runs > 0; --runs) {
+      const std::size_t start = random() % contentOfB.size();
+      const std::size_t length = std::min<std::size_t>(random() % 4 == 0 ? 9000 : 2, contentOfB.size() - start);
+      for (std::size_t i = 0; i < length; ++i) contentOfB[start + i] = static_cast<char>(contentOfB[start + i] ^ 1);
+    }
+    const fs::path a = folder.file("a", contentOfA);
+    const fs::path b = folder.file("b", contentOfB.append(random() % 3, '+'));
+    std::istringstream list(outputOf({"sh", "-c", R"(cmp -l "$0" "$1" 2>&- || true)", a, b}));
+    std::vector<std::int64_t> places;
+    std::int64_t runs = 0;
+    for (std::string line; std::getline(list, line);) {
+      const std::int64_t place = std::stoll(line) - 1;
+      if (places.empty() || places.back() + 1 != place) ++runs;
+      places.push_back(place);
+    }
+    const auto compared = HashService::compareFilesKeepingVersions(a, b, {}, [](double) {});
+    const std::string found = outcomeOfCommonPart(a, b, compared.versions);
+    if (places.empty()) {
+      EXPECT_EQ(found, "one is the beginning");
+      continue;
+    }
+    const std::size_t row = static_cast<std::size_t>(places.front()) / 16 * 16;
+    const auto shown = [&](const std::string& text) { return " " + HexEncoder::string(bytesOf(text.substr(row, 16))); };
+    EXPECT_EQ(found, "differ at " + std::to_string(places.front()) + shown(contentOfA) + shown(contentOfB));
+    for (const differences::Kernel* const kernel : differences::kernels.supported()) {
+      differences::kernels.pin(kernel);
+      EXPECT_EQ(
+          outcomeOfCount(a, b, compared.versions, places.front()),
+          std::to_string(places.size()) + " in " + std::to_string(runs) + " runs to " + std::to_string(places.back()))
+          << kernel->name << ", " << contentOfA.size() << " bytes";
+    }
+    differences::kernels.pin(nullptr);
   }
 }
 

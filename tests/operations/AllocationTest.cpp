@@ -170,6 +170,8 @@ TEST(Allocation, IsNoLargerThanTheFileAndNeverOverOneChunk) {
       EXPECT_LE(expectPeak("hash " + what, 9, [&] { digestsOf(a); }), most);
       EXPECT_LE(expectPeak("BLAKE3 of " + what, 0.7, [&] { digestsOf(a, {HashAlgorithm::blake3}); }), most);
       EXPECT_LE(expectPeak("compare " + what, 9, [&] { outcomeOfComparison(a, b); }), most);
+      const auto versions = HashService::compareFilesKeepingVersions(a, b, {}, [](double) {}).versions;
+      EXPECT_LE(expectPeak("count " + what, 9, [&] { outcomeOfCount(a, b, versions, 0); }), most);
     }
   }
   pretendCores(0);

@@ -130,6 +130,26 @@ class Comparison : public Operation {
   fs::path a_ = folder_.file("a", randomBytes(300'000, 1) + "=");
 };
 
+/// What goes on where the comparison of two files of different sizes has ended.
+class MoreOfComparison : public Operation {
+ public:
+  explicit MoreOfComparison(bool isCount) : isCount_(isCount) {}
+
+  Lines run(const std::stop_token& cancellation) override {
+    return {isCount_ ? outcomeOfCount(a_, b_, versions_, 5000, cancellation)
+                     : outcomeOfCommonPart(a_, b_, versions_, cancellation)};
+  }
+  [[nodiscard]] std::string told(const System& system, std::size_t call, const std::string& sentence) const override {
+    return toldOfReading(system, call, sentence, 2);
+  }
+
+ private:
+  bool isCount_;
+  fs::path a_ = folder_.file("a", randomBytes(300'000, 1) + "=");
+  fs::path b_ = folder_.file("b", randomBytes(300'000, 1) + "#more");
+  FileComparison::Versions versions_ = HashService::compareFilesKeepingVersions(a_, b_, {}, [](double) {}).versions;
+};
+
 /// Of several reads, in UTF-8 or, without a mark, in UTF-16.
 class ListLoad : public Operation {
  public:
@@ -380,6 +400,8 @@ INSTANTIATE_TEST_SUITE_P(
                         Undertaking{"HashInPieces", [] { return std::make_unique<Hash>(3'200'000, 3, kBLAKE3); }},
                         Undertaking{"ComparisonOfEqualFiles", [] { return std::make_unique<Comparison>("="); }},
                         Undertaking{"ComparisonOfOtherFiles", [] { return std::make_unique<Comparison>("#"); }},
+                        Undertaking{"CommonPart", [] { return std::make_unique<MoreOfComparison>(false); }},
+                        Undertaking{"Count", [] { return std::make_unique<MoreOfComparison>(true); }},
                         Undertaking{"ListLoad", [] { return std::make_unique<ListLoad>(false); }},
                         Undertaking{"WideListLoad", [] { return std::make_unique<ListLoad>(true); }},
                         Undertaking{"Verification", [] { return std::make_unique<Verification>(); }},

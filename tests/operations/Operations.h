@@ -74,6 +74,7 @@ inline Lines outcomesOfWalk(const fs::path& root, const std::stop_token& cancell
 struct Reading {
   const char* name;
   std::string (*outcome)(const fs::path& a, const fs::path& b, const std::stop_token& cancellation);
+  bool comesBack = false;  ///< Opens the files once more.
 };
 
 inline constexpr Reading kHash{
@@ -87,6 +88,19 @@ inline constexpr Reading kHashInPieces{"HashInPieces", [](auto& a, auto&, auto& 
                                        }};
 inline constexpr Reading kComparison{"Comparison",
                                      [](auto& a, auto& b, auto& token) { return outcomeOfComparison(a, b, token); }};
+/// Of files of different sizes, and what goes on from there.
+inline constexpr Reading kWholeComparison{
+    "WholeComparison",
+    [](auto& a, auto& b, auto& token) {
+      return attempted([&] {
+        const auto compared = HashService::compareFilesKeepingVersions(a, b, token, [](double) {});
+        std::string outcome = outcomeOfCommonPart(a, b, compared.versions, token);
+        if (outcome.starts_with("error")) return outcome;
+        const std::string count = outcomeOfCount(a, b, compared.versions, 0, token);
+        return count.starts_with("error") ? count : outcome + ", " + count;
+      });
+    },
+    true};
 inline constexpr Reading kListLoad{"ListLoad", [](auto& a, auto&, auto& token) { return outcomeOfLoad(a, token); }};
 /// Below the folder around that of the file.
 inline constexpr Reading kVerification{

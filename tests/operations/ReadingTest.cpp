@@ -263,7 +263,9 @@ TEST_P(Stability, NeverTheOutcomeOfAMixture) {
     } else if (moment > last) {
       EXPECT_EQ(outcome, before);
     } else if (moment >= first + change.isSeenFrom && (moment < last || !change.isInPlace)) {
-      EXPECT_THAT(outcome, kIsChanged);
+      // What opens the file again finds what is there by then.
+      const bool mayBeNew = changed.reading.comesBack && !change.isInPlace;
+      EXPECT_THAT(outcome, AnyOf(kIsChanged, mayBeNew ? after : "changed"));
     } else {
       EXPECT_THAT(outcome, AnyOf(before, after, kIsChanged));
     }
@@ -282,7 +284,9 @@ INSTANTIATE_TEST_SUITE_P(
                                      Changed{kComparison, "", "a", "stat", 1, 2},
                                      Changed{kComparison, "", "b", "stat", 2, 1},
                                      Changed{kComparison, "more", "a", "stat", 1, 2},
-                                     Changed{kComparison, "more", "b", "stat", 2, 1}),
+                                     Changed{kComparison, "more", "b", "stat", 2, 1},
+                                     Changed{kWholeComparison, "more", "a", "stat", 1, 2},
+                                     Changed{kWholeComparison, "more", "b", "stat", 2, 1}),
                      testing::ValuesIn(kChanges)),
     nameOf);
 

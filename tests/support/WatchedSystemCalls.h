@@ -100,6 +100,7 @@ class WatchedSystemCalls : public SystemCalls {
 #define REFUSABLE(result, name, parameters, arguments) \
   result name parameters override { return isRefused(#name) ? -1 : SystemCalls::name arguments; }
 
+  REFUSABLE(off_t, lseek, (int descriptor, off_t offset, int whence), (descriptor, offset, whence))
   REFUSABLE(int, fstat, (int descriptor, struct stat* status), (descriptor, status))
   REFUSABLE(int, stat, (const char* path, struct stat* status), (path, status))
   REFUSABLE(int, lstat, (const char* path, struct stat* status), (path, status))
