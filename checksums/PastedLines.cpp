@@ -98,7 +98,8 @@ std::vector<std::filesystem::path> usualListsOf(const std::filesystem::path& fil
     add(upperCased(tag) + "SUMS.txt");
   };
   auto algorithms = HashAlgorithm::allCases();
-  std::ranges::stable_sort(algorithms, std::ranges::greater(), &HashAlgorithm::hexLength);
+  const auto length = [](HashAlgorithm algorithm) { return algorithm.hexLength(); };
+  std::ranges::stable_sort(algorithms, std::ranges::greater(), length);
   constexpr std::size_t lengthOfSHA1 = 40;
   bool areUnnamedAdded = false;
   for (const HashAlgorithm algorithm : algorithms) {
