@@ -9,6 +9,9 @@
 #endif
 #ifdef __x86_64__
 #include <cpuid.h>
+#elif defined(__AARCH64EL__) && defined(__linux__)
+#include <asm/hwcap.h>
+#include <sys/auxv.h>
 #endif
 
 namespace tallyfold {
@@ -51,6 +54,19 @@ ProcessorFeatures detect() {
   if (wide && all(extended, bit_AVX2)) features |= kAVX2;
   if (wide && all(saved, avx512State) && all(extended, bit_AVX512F | avx512VL)) features |= kAVX512;
   if (wide && all(more, bit_VPCLMULQDQ)) features |= kVPCLMULQDQ;
+  return features;
+}
+
+#elif defined(__AARCH64EL__) && defined(__linux__)
+
+/// "ARM64 ELF hwcaps" of the Linux kernel's documentation.
+ProcessorFeatures detect() {
+  const unsigned long capabilities = getauxval(AT_HWCAP);
+  ProcessorFeatures features = 0;
+  if ((capabilities & HWCAP_ASIMD) != 0) features |= kNEON;
+  if ((capabilities & HWCAP_PMULL) != 0) features |= kPMULL;
+  if ((capabilities & HWCAP_SHA2) != 0) features |= kSHA2;
+  if ((capabilities & HWCAP_CRC32) != 0) features |= kCRC32;
   return features;
 }
 

@@ -12,6 +12,8 @@ constexpr std::array rows{
     &kernelSSE41,
     &kernelAVX2,
     &kernelAVX512,
+#elif defined(__AARCH64EL__)
+    &kernelNEON,
 #endif
 };
 

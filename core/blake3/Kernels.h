@@ -36,6 +36,8 @@ extern const Kernel kernelPortable;
 extern const Kernel kernelSSE41;
 extern const Kernel kernelAVX2;
 extern const Kernel kernelAVX512;
+#elif defined(__AARCH64EL__)
+extern const Kernel kernelNEON;
 #endif
 
 extern KernelTable<Kernel> kernels;

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <immintrin.h>
 
 #include "core/blake3/Constants.h"
 #include "core/blake3/Kernels.h"
@@ -85,7 +84,7 @@ class Lanes {
       if (block + 1 < total) {
         for (const std::uint8_t*& place : blocks) {
           // The processor by itself sees too late that each lane leaps over the others' chunks.
-          if (next != 0) _mm_prefetch(reinterpret_cast<const char*>(place + next), _MM_HINT_T0);
+          if (next != 0) __builtin_prefetch(place + next);
           place += kBlockSize;
         }
       } else if (unfinished != nullptr) {
@@ -230,7 +229,7 @@ class Lanes {
   /// A sum that the compiler takes as it is. GCC else adds last what is ready first, and all wait for it. Where
   /// registers are few, its order is as good.
   [[gnu::always_inline]] static inline Vector settled(Vector sum) {
-#ifndef __clang__
+#if defined(__x86_64__) && !defined(__clang__)
     if constexpr (InstructionSet::registers >= 32) __asm__("" : "+v"(sum));
 #endif
     return sum;

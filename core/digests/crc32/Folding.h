@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <immintrin.h>
 
 #include "core/digests/crc32/Constants.h"
 #include "core/digests/crc32/Kernels.h"
@@ -39,15 +38,16 @@ constexpr Factors kFactors{power(bits + 32), power(bits - 32)};
 ///       static Vector load(const std::byte*), exclusiveOr(Vector, Vector);
 ///       static Vector first(std::uint32_t);  // In the first four bytes, with zeros behind.
 ///       template <unsigned bits> static Vector fold(Vector);  // Moves every 16 bytes of it by kFactors<bits>.
-///       static __m128i foldTo128(Vector);  // All of it into its last 16 bytes.
+///       static void foldTo128(Vector, std::byte* result);  // All of it into its last 16 bytes.
 ///     };
 ///
-/// `registers` vectors are folded independently of each other, so that none waits for a multiplication.
-template <typename InstructionSet, std::size_t registers>
+/// `registers` vectors are folded independently of each other, so that none waits for a multiplication. `rest` takes
+/// what is too short for them, and the 16 bytes that they become.
+template <typename InstructionSet, std::size_t registers, const Kernel& rest>
 class FoldingKernel {
  public:
   static std::uint32_t update(std::uint32_t state, const std::byte* bytes, std::size_t size) {
-    if (size < step) return kernelSlicing.update(state, bytes, size);
+    if (size < step) return rest.update(state, bytes, size);
     Vector v[registers];
     for (std::size_t i = 0; i < registers; ++i) v[i] = InstructionSet::load(bytes + i * sizeof(Vector));
     v[0] = InstructionSet::exclusiveOr(v[0], InstructionSet::first(state));
@@ -64,9 +64,9 @@ class FoldingKernel {
       last = next<sizeof(Vector)>(last, InstructionSet::load(bytes));
     }
     // These sixteen bytes have the same remainder as everything so far.
-    alignas(16) std::byte remainder[16];
-    _mm_store_si128(reinterpret_cast<__m128i*>(remainder), InstructionSet::foldTo128(last));
-    return kernelSlicing.update(kernelSlicing.update(0, remainder, sizeof remainder), bytes, size);
+    std::byte remainder[16];
+    InstructionSet::foldTo128(last, remainder);
+    return rest.update(rest.update(0, remainder, sizeof remainder), bytes, size);
   }
 
  private:
@@ -78,13 +78,6 @@ class FoldingKernel {
     return InstructionSet::exclusiveOr(InstructionSet::template fold<8 * distance>(sum), input);
   }
 };
-
-template <unsigned bits>
-[[gnu::always_inline]] inline __m128i fold128(__m128i v) {
-  constexpr Factors f = kFactors<bits>;
-  const __m128i factors = _mm_set_epi64x(static_cast<long long>(f.high), static_cast<long long>(f.low));
-  return _mm_xor_si128(_mm_clmulepi64_si128(v, factors, 0x00), _mm_clmulepi64_si128(v, factors, 0x11));
-}
 
 }  // namespace
 }  // namespace tallyfold::crc32

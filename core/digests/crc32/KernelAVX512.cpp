@@ -1,4 +1,4 @@
-#include "core/digests/crc32/Folding.h"
+#include "core/digests/crc32/Folding128.h"
 
 namespace tallyfold::crc32 {
 
@@ -20,16 +20,17 @@ struct AVX512 {
     return _mm512_xor_si512(_mm512_clmulepi64_epi128(v, factors, 0x00), _mm512_clmulepi64_epi128(v, factors, 0x11));
   }
 
-  static __m128i foldTo128(Vector v) {
+  static void foldTo128(Vector v, std::byte* result) {
     __m128i sum = _mm512_extracti32x4_epi32(v, 0);
     sum = _mm_xor_si128(fold128<128>(sum), _mm512_extracti32x4_epi32(v, 1));
     sum = _mm_xor_si128(fold128<128>(sum), _mm512_extracti32x4_epi32(v, 2));
-    return _mm_xor_si128(fold128<128>(sum), _mm512_extracti32x4_epi32(v, 3));
+    store128(_mm_xor_si128(fold128<128>(sum), _mm512_extracti32x4_epi32(v, 3)), result);
   }
 };
 
 }  // namespace
 
-const Kernel kernelAVX512{"AVX-512", kPCLMULQDQ | kAVX2 | kAVX512 | kVPCLMULQDQ, FoldingKernel<AVX512, 8>::update};
+const Kernel kernelAVX512{"AVX-512", kPCLMULQDQ | kAVX2 | kAVX512 | kVPCLMULQDQ,
+                          FoldingKernel<AVX512, 8, kernelSlicing>::update};
 
 }  // namespace tallyfold::crc32

@@ -1,4 +1,4 @@
-#include "core/digests/crc32/Folding.h"
+#include "core/digests/crc32/Folding128.h"
 
 namespace tallyfold::crc32 {
 
@@ -16,11 +16,11 @@ struct PCLMULQDQ {
     return fold128<bits>(v);
   }
 
-  static __m128i foldTo128(Vector v) { return v; }
+  static void foldTo128(Vector v, std::byte* result) { store128(v, result); }
 };
 
 }  // namespace
 
-const Kernel kernelPCLMULQDQ{"PCLMULQDQ", kSSE41 | kPCLMULQDQ, FoldingKernel<PCLMULQDQ, 4>::update};
+const Kernel kernelPCLMULQDQ{"PCLMULQDQ", kSSE41 | kPCLMULQDQ, FoldingKernel<PCLMULQDQ, 4, kernelSlicing>::update};
 
 }  // namespace tallyfold::crc32

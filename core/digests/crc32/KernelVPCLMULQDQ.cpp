@@ -1,4 +1,4 @@
-#include "core/digests/crc32/Folding.h"
+#include "core/digests/crc32/Folding128.h"
 
 namespace tallyfold::crc32 {
 
@@ -20,13 +20,14 @@ struct VPCLMULQDQ {
     return _mm256_xor_si256(_mm256_clmulepi64_epi128(v, factors, 0x00), _mm256_clmulepi64_epi128(v, factors, 0x11));
   }
 
-  static __m128i foldTo128(Vector v) {
-    return _mm_xor_si128(fold128<128>(_mm256_castsi256_si128(v)), _mm256_extracti128_si256(v, 1));
+  static void foldTo128(Vector v, std::byte* result) {
+    store128(_mm_xor_si128(fold128<128>(_mm256_castsi256_si128(v)), _mm256_extracti128_si256(v, 1)), result);
   }
 };
 
 }  // namespace
 
-const Kernel kernelVPCLMULQDQ{"VPCLMULQDQ", kPCLMULQDQ | kAVX2 | kVPCLMULQDQ, FoldingKernel<VPCLMULQDQ, 8>::update};
+const Kernel kernelVPCLMULQDQ{"VPCLMULQDQ", kPCLMULQDQ | kAVX2 | kVPCLMULQDQ,
+                              FoldingKernel<VPCLMULQDQ, 8, kernelSlicing>::update};
 
 }  // namespace tallyfold::crc32

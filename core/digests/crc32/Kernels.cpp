@@ -10,6 +10,8 @@ constexpr std::array rows{
     &kernelPortable,  &kernelSlicing,
 #ifdef __x86_64__
     &kernelPCLMULQDQ, &kernelVPCLMULQDQ, &kernelAVX512,
+#elif defined(__AARCH64EL__)
+    &kernelCRC32,     &kernelPMULL,
 #endif
 };
 

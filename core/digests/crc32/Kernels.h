@@ -22,6 +22,9 @@ extern const Kernel kernelSlicing;
 extern const Kernel kernelPCLMULQDQ;
 extern const Kernel kernelVPCLMULQDQ;
 extern const Kernel kernelAVX512;
+#elif defined(__AARCH64EL__)
+extern const Kernel kernelCRC32;
+extern const Kernel kernelPMULL;
 #endif
 
 extern KernelTable<Kernel> kernels;

@@ -10,6 +10,8 @@ constexpr std::array rows{
     &kernelPortable,
 #ifdef __x86_64__
     &kernelSHA,
+#elif defined(__AARCH64EL__)
+    &kernelSHA2,
 #endif
 };
 

@@ -21,6 +21,8 @@ struct Kernel {
 extern const Kernel kernelPortable;
 #ifdef __x86_64__
 extern const Kernel kernelSHA;
+#elif defined(__AARCH64EL__)
+extern const Kernel kernelSHA2;
 #endif
 
 extern KernelTable<Kernel> kernels;
