@@ -17,10 +17,19 @@ CompareFlow::CompareFlow(FlowContext& context)
                    {&CompareFlow::compareResultChanged, &CompareFlow::compareProgressChanged,
                     &CompareFlow::isComparingChanged}) {
   connect(this, &CompareFlow::isComparingChanged, this, &Flow::isBusyChanged);
+  connect(&differences_, &DifferenceSearch::isWorkingChanged, this, &Flow::isBusyChanged);
+  connect(&differences_, &DifferenceSearch::ended, this, &Flow::ended);
+  connect(this, &CompareFlow::compareResultChanged, this, [this] {
+    if (const auto& comparison = calculation_.result()) {
+      differences_.setComparison(*firstURL_, *secondURL_, *comparison);
+    } else {
+      differences_.reset();
+    }
+  });
 }
 
 void CompareFlow::setCompareFiles(const QList<QUrl>& urls, bool isSecondSide) {
-  if (isComparing() || urls.isEmpty()) return;
+  if (isBusy() || urls.isEmpty()) return;
   const auto first = fileLocation(urls.at(0));
   const auto second = urls.size() > 1 ? fileLocation(urls.at(1)) : std::nullopt;
   if (!first) return;
@@ -37,14 +46,14 @@ void CompareFlow::setCompareFiles(const QList<QUrl>& urls, bool isSecondSide) {
 }
 
 void CompareFlow::chooseCompareFile(bool isSecondSide) {
-  if (isComparing()) return;
+  if (isBusy()) return;
   context().desktop().chooseSingleFile([this, alive = QPointer(this), isSecondSide](const QUrl& url) {
     if (alive) setCompareFiles({url}, isSecondSide);
   });
 }
 
 void CompareFlow::swapCompareFiles() {
-  if (isComparing()) return;
+  if (isBusy()) return;
   resetComparison();
   firstURL_.swap(secondURL_);
   firstSize_.swap(secondSize_);
@@ -59,16 +68,14 @@ QString CompareFlow::compareRefusal() const {
   return firstURL_ && secondURL_ ? QString() : tr("Choose two files first.");
 }
 
-QString CompareFlow::compareInputRefusal() const {
-  return isComparing() ? tr("A comparison is under way.") : QString();
-}
+QString CompareFlow::compareInputRefusal() const { return isBusy() ? tr("A comparison is under way.") : QString(); }
 
 void CompareFlow::compare() {
-  if (!calculation_.isStartable() || !firstURL_ || !secondURL_) return;
+  if (isBusy() || !calculation_.isStartable() || !firstURL_ || !secondURL_) return;
   context().setErrorMessage(QString());
   calculation_.start(
       [first = *firstURL_, second = *secondURL_](const std::stop_token& cancellation, const auto& progress) {
-        return HashService::compareFiles(first, second, cancellation, progress);
+        return HashService::compareFilesKeepingVersions(first, second, cancellation, progress);
       },
       [](CompareFlow& flow, const std::exception_ptr& failure) {
         flow.context().setErrorMessage(failure);
@@ -76,8 +83,15 @@ void CompareFlow::compare() {
       });
 }
 
+std::optional<FileComparisonResult> CompareFlow::compareResult() const {
+  const auto& comparison = calculation_.result();
+  return comparison ? std::optional(comparison->result) : std::nullopt;
+}
+
+QString CompareFlow::outcomeSentence() const { return differences_.outcome().value_or(compareResultForScreen().title); }
+
 CompareVerdict CompareFlow::compareResultForScreen() const {
-  if (!compareResult()) return {};
+  if (!calculation_.result()) return {};
   const auto words = [](const auto& result) -> CompareVerdict {
     using Case = std::decay_t<decltype(result)>;
     if constexpr (std::is_same_v<Case, FileComparison::Identical>) {
@@ -100,11 +114,11 @@ CompareVerdict CompareFlow::compareResultForScreen() const {
                           tr("Counted from 0. Hexadecimal: 0x%1").arg(result.offset, 0, 16)}};
     }
   };
-  return std::visit(words, *compareResult());
+  return std::visit(words, calculation_.result()->result);
 }
 
-Outcome::Case CompareFlow::outcomeOf(const FileComparisonResult& result) {
-  return std::holds_alternative<FileComparison::Identical>(result) ? Outcome::AllWell : Outcome::SomeFailed;
+Outcome::Case CompareFlow::outcomeOf(const FileComparisonWithVersions& comparison) {
+  return std::holds_alternative<FileComparison::Identical>(comparison.result) ? Outcome::AllWell : Outcome::SomeFailed;
 }
 
 }  // namespace tallyfold

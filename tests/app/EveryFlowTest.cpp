@@ -36,6 +36,7 @@ class EveryFlow : public ModelTest {
   EveryFlow() {
     fs::resize_file(large_, 12 << 20);
     fs::copy_file(large_, copy_);
+    comparison_ = HashService::compareFilesKeepingVersions(large_, other_, {}, [](double) {});
     fs::create_directory(root_);
     fs::create_directory(reports_);
     std::ofstream lines(list_);
@@ -70,10 +71,12 @@ class EveryFlow : public ModelTest {
   const fs::path small_ = folder_.file("small", "abc");
   const fs::path large_ = folder_.file("large", "");
   const fs::path copy_ = folder_.path() / "copy";
+  const fs::path other_ = folder_.file("other", std::string(12 << 20, 'x'));
   const fs::path list_ = folder_.path() / "list";
   const fs::path root_ = folder_.path() / "root";
   const fs::path reports_ = folder_.path() / "reports";
   const QString text_ = QString(1 << 20, u'x');
+  FileComparisonWithVersions comparison_;
   std::mt19937 random_{seedOfThisRun()};
 
   /// For as long as the model lives.
@@ -82,7 +85,13 @@ class EveryFlow : public ModelTest {
     auto& text = *model.text();
     auto& verify = *model.verify();
     auto& compare = *model.compare();
+    auto& differences = *compare.differences();
     auto& manifest = *model.manifest();
+    const auto takeOtherFiles = [&] {
+      compare.setCompareFiles({urlOf(small_)}, false);
+      compare.swapCompareFiles();
+      compare.chooseCompareFile(true);
+    };
     const auto takeAnotherList = [&] {
       manifest.setManifestFile({urlOf(small_)});
       manifest.dropManifest({urlOf(small_), urlOf(folder_.path() / "")});
@@ -136,12 +145,20 @@ class EveryFlow : public ModelTest {
           .cancel = [&] { compare.resetComparison(); },
           .isBusy = [&] { return compare.isComparing(); },
           .isRight = [&] { return compare.compareResult() == FileComparisonResult(FileComparison::Identical()); },
-          .disturb =
+          .disturb = takeOtherFiles,
+          .call = "open"}},
+        {"Count",
+         {.object = &differences,
+          .announcement = SIGNAL(changed()),
+          .start =
               [&] {
-                compare.setCompareFiles({urlOf(small_)}, false);
-                compare.swapCompareFiles();
-                compare.chooseCompareFile(true);
+                if (!differences.isWorking()) differences.setComparison(large_, other_, comparison_);
+                differences.start();
               },
+          .cancel = [&] { differences.cancel(); },
+          .isBusy = [&] { return compare.isBusy(); },
+          .isRight = [&] { return differences.answers().value(0).startsWith("12,582,912 bytes differ, in one run."); },
+          .disturb = takeOtherFiles,
           .call = "open"}},
         {"List",
          {.object = &manifest,
@@ -266,7 +283,7 @@ TEST_F(EveryFlow, WorksAndGoesWithItsModelWhileAReportHangs) {
   holdAt("fsync", 1);
   hanging.start();
   ASSERT_TRUE(gate_.waitForArrival());
-  for (const char* const name : {"Text", "Verify", "Compare", "List", "Manifest"}) {
+  for (const char* const name : {"Text", "Verify", "Compare", "Count", "List", "Manifest"}) {
     SCOPED_TRACE(name);
     flows_.at(name).prepare();
     startAndWait(flows_.at(name));
@@ -338,6 +355,7 @@ class Cancellation : public EveryFlow, public testing::WithParamInterface<const 
       while (std::chrono::steady_clock::now() < end);
     }
     places.clear();
+    desktop_.announced = {};
     EXPECT_TRUE(BackgroundTask::waitForAll(patience));
     QCoreApplication::processEvents();
     returnFreeMemory();
@@ -374,7 +392,7 @@ TEST_P(Cancellation, AtAnyMomentLeavesNothing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, Cancellation,
-                         testing::Values("Files", "Text", "Verify", "Compare", "List", "Manifest", "Export"));
+                         testing::Values("Files", "Text", "Verify", "Compare", "Count", "List", "Manifest", "Export"));
 
 }  // namespace
 

@@ -187,6 +187,11 @@ TEST_F(VerifyFlow, ChoiceOfTheAlgorithmIsOfferedOrOverruledInWords) {
 
 class CompareFlow : public ModelTest {
  protected:
+  /// With the blanks at which a line is not broken.
+  static QString inOneLine(QString sentence) {
+    return sentence.replace(QStringLiteral("counted from 0"), QStringLiteral("counted\u00A0from\u00A00"));
+  }
+
   void compare(const fs::path& first, const fs::path& second) {
     model_->compare()->setCompareFiles({urlOf(first), urlOf(second)}, false);
     model_->compare()->compare();
@@ -236,6 +241,75 @@ TEST_F(CompareFlow, ResultIsToldInWordsAndExactNumbers) {
   ASSERT_TRUE(reached([this] { return !model_->compare()->isComparing(); }));
   EXPECT_EQ(model_->errorMessage(), QStringLiteral("No such file or directory"));
   EXPECT_EQ(model_->unseenOutcome(AppMode::Compare), Outcome::SomeFailed);
+}
+
+TEST_F(CompareFlow, GoesOnWithTheFilesThatWereCompared) {
+  DifferenceSearch& search = *model_->compare()->differences();
+  const auto ask = [&] {
+    search.start();
+    model_->compare()->compare();
+    model_->compare()->setCompareFiles({urlOf("/elsewhere")}, false);
+    model_->compare()->swapCompareFiles();
+    ASSERT_TRUE(reached([&] { return !model_->compare()->isBusy(); }));
+  };
+  const auto file = folder_.file("a", "0123456789\r\n\xE2\x80\xAE~z" + std::string(100'000, '.') + "end");
+  compare(file, folder_.file("same", contentOf(file)));
+  EXPECT_EQ(search.action() + search.rows().at(0).text, "");
+  const auto b = folder_.file("b", contentOf(file).replace(12, 5, "v il\x7F").replace(5'000, 2, "!!"));
+  compare(file, b);
+  EXPECT_EQ(search.caption(), "Bytes 0 to 15, counted from 0");
+  const ByteRows rows = search.rows().at(0);
+  EXPECT_EQ(rows.text,
+            "A  00000000  30 31 32 33 34 35 36 37 38 39 0d 0a e2 80 ae 7e  0123456789.....~\n"
+            "B  00000000  30 31 32 33 34 35 36 37 38 39 0d 0a 76 20 69 6c  0123456789..v il\n"
+            "                                                 ^^ ^^ ^^ ^^              ^^^^");
+  EXPECT_EQ(rows.firstMarks, (QList{49, 50, 74, 128, 129, 153}));
+  EXPECT_EQ(rows.marks.size(), 18);
+  EXPECT_EQ(search.rows().at(1).text,
+            "A  00000000  30 31 32 33 34 35 36 37  01234567\n"
+            "B  00000000  30 31 32 33 34 35 36 37  01234567\n\n"
+            "A  00000008  38 39 0d 0a e2 80 ae 7e  89.....~\n"
+            "B  00000008  38 39 0d 0a 76 20 69 6c  89..v il\n"
+            "                         ^^ ^^ ^^ ^^      ^^^^");
+  search.copy(rows);
+  EXPECT_EQ(desktop_.pasteboard, rows.text.toUtf8());
+  EXPECT_EQ(search.action(), "Count All Differences");
+  ask();
+  EXPECT_THAT(search.answers(),
+              ElementsAre(inOneLine("7 bytes differ, in 2 runs. The last of them is byte 5,001, counted from 0.")));
+  EXPECT_EQ(desktop_.announced.back(), "Compare: " + search.answers().at(0).toStdString());
+  EXPECT_EQ(search.action(), "");
+
+  compare(folder_.file("beginning", contentOf(file).substr(0, 1000)), file);
+  EXPECT_EQ(search.action(), "Compare the Common Part");
+  ask();
+  EXPECT_THAT(search.answers(), ElementsAre("A is the beginning of B; B has 99,020 bytes more."));
+  EXPECT_EQ(search.action(), "");
+  compare(file, folder_.file("empty", ""));
+  ask();
+  EXPECT_THAT(search.answers(), ElementsAre("B is empty, and an empty file is the beginning of every file."));
+
+  compare(b, folder_.file("short", contentOf(file).substr(0, 14)));
+  ask();
+  EXPECT_EQ(search.rows().at(0).text,
+            "A  00000000  30 31 32 33 34 35 36 37 38 39 0d 0a 76 20 69 6c  0123456789..v il\n"
+            "B  00000000  30 31 32 33 34 35 36 37 38 39 0d 0a e2 80        0123456789....  \n"
+            "                                                 ^^ ^^                    ^^");
+  ask();
+  EXPECT_THAT(
+      search.answers(),
+      ElementsAre(
+          inOneLine("In the common part, of 14 bytes, the first difference is at byte 12, counted from 0 (0xc)."),
+          inOneLine("2 bytes of the common part differ, in one run. The last of them is byte 13, counted from 0.")));
+
+  compare(file, b);
+  fs::resize_file(b, 5);
+  ask();
+  EXPECT_EQ(model_->errorMessage(), "A file has changed since the comparison. Compare the files again.");
+  EXPECT_EQ(desktop_.announced.back(), "Compare: ");
+  EXPECT_EQ(search.action(), "Count All Differences");
+  model_->compare()->swapCompareFiles();
+  EXPECT_EQ(search.action() + search.caption(), "") << "of the other order";
 }
 
 }  // namespace

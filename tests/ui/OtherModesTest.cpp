@@ -167,6 +167,57 @@ TEST_F(OtherModes, WorkGoesOnInAnotherModeAndEscapeEndsIt) {
   }
 }
 
+TEST_F(OtherModes, DifferencesAreLookedIntoWithTheKeyboard) {
+  const auto endless = endlessFile();
+  const auto other = folder.file("other", "x");
+  fs::resize_file(other, fs::file_size(endless));
+  const auto isBusy = [this] { return model.compare()->isBusy(); };
+  enter(AppMode::Compare);
+  const auto compare = [&](const fs::path& a, const fs::path& b) {
+    model.compare()->setCompareFiles({fileUrl(a), fileUrl(b)}, false);
+    driver.press({"Control_L", "Return"});
+    waitFor("the result", [&] { return !isBusy() && model.compare()->compareResult(); });
+  };
+  compare(endless, other);
+  driver.item("compare")->property("place").value<QQuickItem*>()->forceActiveFocus();
+  driver.press({"Tab"});
+  waitFor("what can be asked", [&] { return focusedName() == "Count All Differences"; });
+  driver.press({"Return"});
+  waitFor("the count", isBusy);
+  EXPECT_EQ(focusedName(), "Cancel");
+  expectSound();
+  driver.press({"Escape"});
+  waitFor("its end", [&] { return !isBusy(); });
+  EXPECT_EQ(focusedName(), "Count All Differences");
+  driver.press({"Tab"});
+  waitFor("the copy", [&] { return focusedName() == "Copy the bytes"; });
+  driver.press({"Return"});
+  const QString rows = textOfItem("differenceRows");
+  EXPECT_EQ(rows.count("^"), 3);
+  waitForClipboard(rows.toStdString());
+  driver.press({"Tab"});
+  waitFor("the bytes", [&] { return driver.item("differenceRows")->hasActiveFocus(); });
+  driver.press({"Control_L", "a"});
+  QGuiApplication::clipboard()->clear();
+  driver.press({"Control_L", "c"});
+  waitForClipboard(rows.toStdString());
+
+  compare(folder.file("beginning", "abc"), folder.file("whole", "abcd"));
+  waitForNo("differenceRows");
+  driver.click("askForMore");
+  waitFor("the answer",
+          [&] { return textOfItem("comparisonAnswer0") == u"A is the beginning of B; B has 1 byte more."; });
+  waitFor("the keys to move on", [&] { return focusedName() == "Compare"; });
+
+  window.resize(885, 520);
+  compare(folder.file("a", std::string(3'000'000, 'a') + "b"), folder.file("b", std::string(3'000'009, 'a')));
+  driver.click("askForMore");
+  waitFor("the bytes in the window", [&] {
+    const QQuickItem* bytes = driver.findItem("differenceRows");
+    return bytes != nullptr && bytes->mapToScene({0, bytes->height()}).y() <= window.height();
+  });
+}
+
 }  // namespace
 
 }  // namespace tallyfold::test

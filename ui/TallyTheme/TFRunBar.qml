@@ -9,8 +9,7 @@ Item {
     default property alias actions: actions.data
     property alias runButton: place.data
     required property RunStatus status
-    // How far it is where there is nothing else to tell.
-    property string figure
+    property alias figure: figures.figure
     property alias figureName: figures.objectName
     property alias progress: progress.value
     property alias progressName: progress.objectName
@@ -142,22 +141,13 @@ Item {
             Accessible.name: bar.progressLabel
         }
 
-        TFStaticText {
+        TFRunFigures {
             id: figures
-
-            // The most that fits, or else the least.
-            function wordsFor(room: real): string {
-                const shorter = bar.status.shorterFigures;
-                return [bar.status.figures, ...shorter].find(words => figureMetrics.advanceWidth(words) <= room) ?? shorter[shorter.length - 1];
-            }
 
             width: parent.width
             height: figureMetrics.height
             visible: !verdict.isLong
-            text: bar.status.file !== "" ? wordsFor(width) : bar.figure
-            color: TallyTheme.secondary
-            elide: Text.ElideRight
-            font.pixelSize: TallyTheme.captionSize
+            status: bar.status
         }
     }
 

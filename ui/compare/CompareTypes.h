@@ -21,6 +21,19 @@ struct CompareVerdictType {
   QML_VALUE_TYPE(compareVerdict)
 };
 
+struct DifferenceSearchType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::DifferenceSearch)
+  QML_NAMED_ELEMENT(DifferenceSearch)
+  QML_UNCREATABLE("It is the flow's.")
+};
+
+struct ByteRowsType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::ByteRows)
+  QML_VALUE_TYPE(byteRows)
+};
+
 namespace CompareVerdictNames {
 Q_NAMESPACE
 QML_FOREIGN_NAMESPACE(tallyfold::CompareVerdict)

@@ -6,12 +6,15 @@ TFScreen {
     id: root
 
     readonly property compareVerdict verdict: viewModel.compare.compareResult
+    readonly property DifferenceSearch differences: viewModel.compare.differences
     readonly property string inputRefusal: viewModel.compare.compareInputRefusal
 
     mode: AppMode.Compare
-    leastHeight: (comparison.visible ? comparison.y + comparison.height : row.y + row.height) + gutter
-    shown: verdict.isPresent ? comparison : null
+    leastHeight: (outcome.visible ? outcome.y + outcome.height : row.y + row.height) + gutter
+    shown: differences.isWorking ? ask : verdict.isPresent ? outcome : null
     firstPlace: {
+        if (differences.isWorking || ask.visible && ask.place.focus)
+            return ask.place;
         if (first.isEmpty)
             return first.choosePlace;
         if (second.isEmpty)
@@ -109,20 +112,17 @@ TFScreen {
             anchors.right: parent.right
             verb: qsTr("Compare")
             isRunning: root.viewModel.compare.isComparing
-            startRefusal: root.viewModel.compare.compareRefusal
+            startRefusal: root.differences.isWorking ? root.inputRefusal : root.viewModel.compare.compareRefusal
             onStarted: root.viewModel.compare.compare()
             onCancelled: root.viewModel.compare.resetComparison()
         }
     }
 
-    TFVerdict {
-        id: comparison
+    Column {
+        id: outcome
 
-        objectName: "comparison"
         visible: root.verdict.isPresent
-        icon: TallyTheme.iconOfComparison(root.verdict.kind)
-        title: root.verdict.title
-        tone: root.verdict.tone
+        spacing: TallyTheme.space4
 
         anchors {
             left: parent.left
@@ -132,18 +132,128 @@ TFScreen {
             topMargin: TallyTheme.space4
         }
 
-        Repeater {
-            model: root.verdict.details
+        TFVerdict {
+            id: comparison
 
-            TFStaticText {
-                required property string modelData
-                required property int index
+            objectName: "comparison"
+            width: parent.width
+            icon: TallyTheme.iconOfComparison(root.verdict.kind)
+            title: root.verdict.title
+            tone: root.verdict.tone
 
-                objectName: "comparisonDetail" + index
-                width: parent.width
-                text: modelData
-                wrapMode: Text.Wrap
+            Repeater {
+                model: root.verdict.details
+
+                TFStaticText {
+                    required property string modelData
+                    required property int index
+
+                    objectName: "comparisonDetail" + index
+                    width: parent.width
+                    text: modelData
+                    wrapMode: Text.Wrap
+                }
             }
+
+            Repeater {
+                model: root.differences.answers
+
+                TFStaticText {
+                    required property string modelData
+                    required property int index
+
+                    objectName: "comparisonAnswer" + index
+                    width: parent.width
+                    text: modelData
+                    wrapMode: Text.Wrap
+                }
+            }
+
+            Item {
+                width: parent.width
+                height: Math.max(ask.height, told.visible ? told.height : reason.height)
+                visible: root.differences.action !== ""
+
+                TFStaticText {
+                    id: reason
+
+                    visible: !told.visible
+                    text: root.differences.reason
+                    color: TallyTheme.secondary
+                    wrapMode: Text.Wrap
+
+                    anchors {
+                        left: parent.left
+                        right: ask.left
+                        rightMargin: TallyTheme.space3
+                        verticalCenter: parent.verticalCenter
+                    }
+                }
+
+                Column {
+                    id: told
+
+                    visible: root.differences.isWorking
+
+                    anchors {
+                        left: parent.left
+                        right: ask.left
+                        rightMargin: TallyTheme.space3
+                        verticalCenter: parent.verticalCenter
+                    }
+
+                    TFProgressBar {
+                        objectName: "differenceProgress"
+                        width: parent.width
+                        value: root.differences.runStatus.fraction
+                        Accessible.name: root.differences.action
+                    }
+
+                    TFRunFigures {
+                        objectName: "differenceFigures"
+                        width: parent.width
+                        status: root.differences.runStatus
+                    }
+                }
+
+                TFButton {
+                    id: ask
+
+                    objectName: "askForMore"
+                    anchors.right: parent.right
+                    anchors.verticalCenter: parent.verticalCenter
+                    // As wide as it was.
+                    width: Math.max(implicitWidth, askMetrics.advanceWidth(root.differences.action) + 2 * TallyTheme.space3)
+                    text: root.differences.isWorking ? qsTr("Cancel") : root.differences.action
+                    tip: root.differences.isWorking ? "Esc" : ""
+                    onClicked: {
+                        if (root.differences.isWorking)
+                            root.differences.cancel();
+                        else
+                            root.differences.start();
+                    }
+
+                    FontMetrics {
+                        id: askMetrics
+
+                        font.pixelSize: TallyTheme.bodySize
+                        font.weight: Font.Medium
+                    }
+
+                    Shortcut {
+                        enabled: ask.visible && root.differences.isWorking
+                        sequence: "Esc"
+                        onActivated: root.differences.cancel()
+                    }
+                }
+            }
+        }
+
+        DifferenceCard {
+            width: parent.width
+            visible: rows.text !== ""
+            differences: root.differences
+            height: implicitHeight
         }
     }
 
