@@ -4,10 +4,12 @@
 #include <array>
 #include <fcntl.h>
 #include <span>
+#include <stdexcept>
 #include <system_error>
 
 #include "checksums/ListReading.h"
 #include "checksums/forms/SecondReading.h"
+#include "core/digests/HashPipeline.h"
 #include "core/digests/ReadBuffer.h"
 #include "core/files/Paths.h"
 #include "core/services/HashService.h"
@@ -135,9 +137,15 @@ class LineSplitter {
 /// Makes entries of lines, as many as are allowed.
 class Parser {
  public:
-  /// `secondReading` takes what is left unsupported; none when nothing does.
+  /// `secondReading` takes what is left unsupported; none when nothing does, and then there are no digests either.
   Parser(std::optional<HashAlgorithm> preferredGNUAlgorithm, SecondReading* secondReading)
-      : preferredGNUAlgorithm_(preferredGNUAlgorithm), secondReading_(secondReading) {}
+      : preferredGNUAlgorithm_(preferredGNUAlgorithm), secondReading_(secondReading) {
+    if (secondReading == nullptr) return;
+    try {
+      digests_.emplace(HashAlgorithmSet{HashAlgorithm::sha256, HashAlgorithm::blake3});
+    } catch (const std::runtime_error&) {  // The system's library does not offer them; the list is read all the same.
+    }
+  }
 
   void parse(std::string_view line) {
     countLine();
@@ -152,6 +160,12 @@ class Parser {
   }
 
   ParseResult takeResult() { return std::move(result_); }
+
+  /// All bytes of the list, in order, go through here first.
+  std::string_view digested(std::string_view bytes) {
+    return digests_ ? (digests_->update(std::as_bytes(std::span(bytes))), bytes) : bytes;
+  }
+  DigestMap takeDigests() { return digests_ ? digests_->finalize() : DigestMap(); }
 
  private:
   void countLine() {
@@ -182,6 +196,7 @@ class Parser {
   std::int64_t lineCount_ = 0;
   std::size_t retainedSize_ = 0;
   std::string converted_;
+  std::optional<HashPipeline> digests_;
 };
 
 /// Cuts bytes that come in pieces into the units of UTF-16.
@@ -252,7 +267,7 @@ void parseUTF8(FileHandle& handle, std::int64_t sourceByteLimit, std::string_vie
   LineSplitter<char> lines;
   const auto parse = [&](std::string_view line) { parser.parse(line); };
   stream(handle, sourceByteLimit, initialData, cancellation,
-         [&](std::string_view bytes) { lines.split(bytes, parse); });
+         [&](std::string_view bytes) { lines.split(parser.digested(bytes), parse); });
   lines.finish(parse);
 }
 
@@ -263,7 +278,7 @@ void parseUTF16(FileHandle& handle, std::int64_t sourceByteLimit, std::string_vi
   LineSplitter<char16_t> lines;
   const auto parse = [&](std::u16string_view line) { parser.parse(line); };
   stream(handle, sourceByteLimit, initialData, cancellation,
-         [&](std::string_view bytes) { lines.split(decoder.decode(bytes), parse); });
+         [&](std::string_view bytes) { lines.split(decoder.decode(parser.digested(bytes)), parse); });
   if (decoder.isWithinUnit()) fail(ManifestReadError::Case::unsupportedEncoding);
   lines.finish(parse);
 }
@@ -324,7 +339,7 @@ std::int64_t utf16PlausibilityScore(std::string_view bytes, std::endian order) {
   return score + (followsHighSurrogate ? lonelyHighSurrogate : 0);
 }
 
-ParseResult parsed(const std::filesystem::path& url, Parser parser, const std::stop_token& cancellation) {
+ParseResult parsed(const std::filesystem::path& url, Parser& parser, const std::stop_token& cancellation) {
   HashService::checkCancellation(cancellation);
   auto [handle, initial] = openRegularManifestForReading(url, cancellation);
   const auto count = static_cast<std::size_t>(std::min(initial.fileSize, prefixSize));
@@ -343,14 +358,18 @@ ParseResult parsed(const std::filesystem::path& url, Parser parser, const std::s
 }  // namespace
 
 ParseResult load(const std::filesystem::path& url, const std::stop_token& cancellation) {
-  return parsed(url, Parser(algorithmHint(url), nullptr), cancellation);
+  Parser parser(algorithmHint(url), nullptr);
+  return parsed(url, parser, cancellation);
 }
 
 ListReading readList(const std::filesystem::path& url, const ReadingChoice& choice,
                      const std::stop_token& cancellation) {
   SecondReading secondReading(url, choice);
   const auto preferred = choice.algorithm ? choice.algorithm : algorithmHint(url);
-  return secondReading.finish(parsed(url, Parser(preferred, &secondReading), cancellation));
+  Parser parser(preferred, &secondReading);
+  ListReading reading = secondReading.finish(parsed(url, parser, cancellation));
+  reading.digests = parser.takeDigests();
+  return reading;
 }
 
 std::optional<std::endian> detectUTF16Encoding(std::string_view prefix) {

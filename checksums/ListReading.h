@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "checksums/ChecksumLines.h"
+#include "core/digests/DigestMap.h"
 
 namespace tallyfold::ChecksumManifestService {
 
@@ -42,6 +43,9 @@ struct ListReading {
   /// The folder that names were made relative to which started at the root of a file system: all of those in lines that
   /// only the other forms read. Empty when there were none, or nothing that they share.
   std::string commonFolder;
+
+  /// SHA-256 and BLAKE3 of the very bytes that were read; none where the system's library refuses to calculate them.
+  DigestMap digests{};
 
   bool operator==(const ListReading&) const = default;
 };

@@ -6,6 +6,7 @@
 #include "export/AtomicWrite.h"
 #include "export/BufferedFileWriter.h"
 #include "export/ManifestRecord.h"
+#include "export/ReportText.h"
 
 namespace tallyfold {
 
@@ -19,15 +20,6 @@ const char* ManifestServiceError::what() const noexcept {
 namespace ManifestService {
 
 namespace {
-
-void appendQuoted(std::string& text, std::string_view field) {
-  text += '"';
-  for (const char character : field) {
-    if (character == '"') text += '"';
-    text += character;
-  }
-  text += '"';
-}
 
 void appendCsv(BufferedFileWriter& writer, const FileHashResult& result) {
   std::string rowStart = "\n";

@@ -1,5 +1,7 @@
+#include "core/text/UnicodeText.h"
 #include "export/BufferedFileWriter.h"
 #include "export/ManifestRecord.h"
+#include "export/VerificationReport.h"
 #include "tests/export/ExportTest.h"
 
 namespace tallyfold::test {
@@ -84,11 +86,10 @@ TEST(ManifestRecord, TimesThatRfc3339CannotSayAreLeftOut) {
   }
 }
 
-// Python's csv and json modules read the three reports back, and its UTF-8 decoder says what the names must be.
-TEST_F(ReportFormat, OtherProgramsReadTheNamesBack) {
+/// Bytes that begin, continue and break UTF-8 sequences, or mean something to one of the formats.
+std::vector<std::string> hostileNames() {
   std::vector<std::string> names{"/=1+1", "/line\nbreak\r\nand\rreturn", "/\u202Egpj.exe\u2028\u2029\u0085",
                                  std::string("/").append(255, '\xFF'), std::string("/").append(4000, '"')};
-  // Bytes that begin, continue and break UTF-8 sequences, or mean something to one of the formats.
   const std::string alphabet(
       "aZ\",\\/\n\r\t\b\f\v\x01\x1F\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC2\xDF\xE0\xE1\xED\xEF\xF0\xF1\xF4\xF5\xFF");
   std::mt19937 engine(20240501);
@@ -97,7 +98,12 @@ TEST_F(ReportFormat, OtherProgramsReadTheNamesBack) {
     for (auto length = engine() % 40; length > 0; --length) name += alphabet[engine() % alphabet.size()];
     names.push_back(name);
   }
+  return names;
+}
 
+// Python's csv and json modules read the three reports back, and its UTF-8 decoder says what the names must be.
+TEST_F(ReportFormat, OtherProgramsReadTheNamesBack) {
+  const std::vector<std::string> names = hostileNames();
   FileHashResults results;
   std::string raw;
   for (const std::string& name : names) {
@@ -123,6 +129,75 @@ print(len(names), "names")
   for (const Format format : ManifestService::allFormats()) {
     const std::string_view extension = ManifestService::fileExtension(format);
     command.push_back(folder_.file(extension, reportOf(results, format)));
+  }
+  EXPECT_EQ(outputOf(command), std::to_string(names.size()) + " names\n");
+}
+
+// Also the reports of verifications; of the text, each line is one of the report's, whatever ends lines for Python.
+TEST_F(ReportFormat, OtherProgramsReadVerificationsBack) {
+  std::vector<std::string> names;
+  std::string raw;
+  for (const std::string& name : hostileNames()) {
+    names.push_back(wellFormedUTF8(name));
+    raw += names.back() + '\0';
+  }
+  VerificationReport report{.verdict = names[1], .details = names[2], .list = names[3], .root = names[1]};
+  report.listDigests.insert(HA::blake3, std::string(64, 'b'));
+  report.start = {951'827'696, 999'999'999};
+  report.end = {951'827'697, 0};
+  report.counts = {1, 2, 3, 4, 5, 6};
+  report.entryCount = names.size();
+  const std::string other(32, '2');
+  const std::string expected(32, '1');
+  using Status = VerificationReport::Status;
+  report.entryAt = [&](std::size_t i) -> VerificationReport::Entry {
+    if (i % 2 == 0) return {static_cast<std::int64_t>(i), names[i], HA::md5, expected, other, Status::mismatch, ""};
+    return {static_cast<std::int64_t>(i), names[i], HA::md5, expected, "", Status::failed, names[i]};
+  };
+  std::vector<std::string> command{"python3", "-c", R"py(
+import csv, json, re, sys
+raw, text, table, records = sys.argv[1:]
+names = open(raw, encoding="utf-8", newline="").read().split("\0")[:-1]
+one, two = "1" * 32, "2" * 32
+entries = [[i, "MD5", one, name] + ([two, "mismatch", ""] if i % 2 == 0 else ["", "failed", name])
+           for i, name in enumerate(names)]
+counts = list(zip(["entries", "match", "mismatch", "failed", "unchecked", "linesNotUnderstood",
+                   "linesIgnored"], [len(names), 1, 2, 3, 4, 5, 6]))
+head = {"verdict": names[1], "details": names[2], "root": names[1], "start": "2000-02-29T12:34:56Z",
+        "end": "2000-02-29T12:34:57Z"}
+def read(path): return open(path, encoding="utf-8", errors="strict", newline="")
+def plain(text):
+    return re.sub(r"\\(?:u(....)|(.))", lambda m: chr(int(m[1], 16)) if m[1] else {"n": "\n", "r": "\r", "t": "\t"}.get(m[2], m[2]), text)
+
+lines = read(text).read().splitlines()
+gap = lines.index("")
+assert {key: plain(value) for key, value in (line.split(": ", 1) for line in lines[:gap])} == {
+    "report": "verification of a checksum list, version 1", **head, "list": names[3], "list's SHA-256": "",
+    "list's BLAKE3": "b" * 64, **{key: str(count) for key, count in counts}}
+assert lines[gap + 1].split("\t") == ["line", "status", "algorithm", "expected", "actual", "path", "sentence"]
+assert [[plain(field) for field in line.split("\t")] for line in lines[gap + 2:]] == [
+    [str(i), status, algorithm, expected, actual, name, sentence]
+    for i, algorithm, expected, name, actual, status, sentence in entries]
+rows = list(csv.reader(read(table), strict=True))
+assert rows[0] == ["record", "line", "status", "algorithm", "expected", "actual", "path", "text"]
+assert {row[0]: row[7] or row[6] for row in rows[1:] if row[0] in head} == head
+assert [row[3:7] for row in rows if row[0] == "list"] == [
+    ["SHA-256", "", "", names[3]], ["BLAKE3", "", "b" * 64, names[3]]]
+assert [(row[2], int(row[7])) for row in rows if row[0] == "count"] == counts
+assert [row[1:] for row in rows if row[0] == "entry"] == [
+    [str(i), status, algorithm, expected, actual, name, sentence]
+    for i, algorithm, expected, name, actual, status, sentence in entries]
+assert json.load(read(records)) == {
+    "report": "verification of a checksum list", "version": 1, **head, "allMatch": False,
+    "list": {"path": names[3], "SHA-256": "", "BLAKE3": "b" * 64}, "counts": dict(counts),
+    "entries": [dict(zip(["line", "algorithm", "expected", "path", "actual", "status", "sentence"], entry))
+                for entry in entries]}
+print(len(names), "names")
+)py",
+                                   folder_.file("names", raw)};
+  for (const Format format : ManifestService::allFormats()) {
+    command.push_back(folder_.path() / ManifestService::fileExtension(format));
+    report.write(format, command.back(), {});
   }
   EXPECT_EQ(outputOf(command), std::to_string(names.size()) + " names\n");
 }

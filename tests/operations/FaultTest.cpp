@@ -265,7 +265,10 @@ class Walk : public Operation {
 /// another user. With a list of its own, that user may read the old report as well.
 class Export : public Operation {
  public:
-  explicit Export(bool hasList) : hasList_(hasList) { setListForAnotherUser(folder_.path(), defaultList); }
+  explicit Export(bool hasList, bool isOfVerification = false)
+      : hasList_(hasList), isOfVerification_(isOfVerification) {
+    setListForAnotherUser(folder_.path(), defaultList);
+  }
 
   Lines run(const std::stop_token& cancellation) override {
     fs::create_directory(abandoned_);
@@ -277,7 +280,8 @@ class Export : public Operation {
     chmod(report_.c_str(), S_IRUSR | S_IWUSR);
     if (hasList_) setListForAnotherUser(report_, accessList);
     return {attempted([&] {
-      ManifestService::write(results_, ManifestService::Format::json, report_, cancellation);
+      isOfVerification_ ? writeVerification(report_, cancellation)
+                        : ManifestService::write(results_, ManifestService::Format::json, report_, cancellation);
       return contentOf(report_);
     })};
   }
@@ -314,6 +318,7 @@ class Export : public Operation {
   static constexpr const char* kAbandoned = ".tallyfold-00000000-1111-4222-8333-444444444444";
 
   const bool hasList_;
+  const bool isOfVerification_;
   const FileHashResults results_ = manyResults(450);  // More than one write.
   const fs::path report_ = folder_.path() / "report";
   const fs::path abandoned_ = folder_.path() / kAbandoned;
@@ -408,6 +413,7 @@ INSTANTIATE_TEST_SUITE_P(
                         Undertaking{"VerificationOnAnOldSystem", [] { return std::make_unique<Verification>(); }, true},
                         Undertaking{"Walk", [] { return std::make_unique<Walk>(); }},
                         Undertaking{"Export", [] { return std::make_unique<Export>(false); }},
+                        Undertaking{"VerificationExport", [] { return std::make_unique<Export>(false, true); }},
                         Undertaking{"ExportWithAccessList", [] { return std::make_unique<Export>(true); }}),
         testing::Values(Fault{"IsInterrupted", EINTR}, Fault{"FailsToWorkOnTheDisk", EIO},
                         Fault{"IsNotPermitted", EACCES}, Fault{"HasTooManyOpenFiles", EMFILE},

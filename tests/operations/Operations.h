@@ -4,6 +4,7 @@
 #include "checksums/FolderFiles.h"
 #include "checksums/ListReading.h"
 #include "checksums/ManifestVerification.h"
+#include "export/VerificationReport.h"
 #include "tests/export/ExportTest.h"
 
 /// Whole operations of all floors below the model.
@@ -108,4 +109,14 @@ inline constexpr Reading kVerification{
       const fs::path root = a.parent_path().parent_path();
       return outcomesOfVerification(root, {a.lexically_relative(root)}, token).front();
     }};
+/// Saves a report of a verification, in more than one write.
+inline void writeVerification(const fs::path& destination, const std::stop_token& cancellation) {
+  VerificationReport report;
+  report.entryCount = 2'000;
+  report.entryAt = [](std::size_t) -> VerificationReport::Entry {
+    return {1, "a", HashAlgorithm::md5, "", "", VerificationReport::Status::match, "a sentence"};
+  };
+  report.write(ManifestService::Format::json, destination, cancellation);
+}
+
 }  // namespace tallyfold::test
