@@ -111,7 +111,8 @@ void AppViewModel::openFiles(const QList<QUrl>& urls) {
 
 bool AppViewModel::isSaving() {
   // An export that was cancelled may have left its work behind.
-  return files()->isExporting() || !files()->interruption().isEmpty() || listCreation_.isSaving();
+  return files()->isExporting() || !files()->interruption().isEmpty() || listCreation_.isSaving() ||
+         manifest()->manifestExport()->isOnItsWay();
 }
 
 void AppViewModel::shutdown() {

@@ -1,6 +1,7 @@
 #include "app/manifest/ManifestFlow.h"
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <iterator>
 #include <utility>
@@ -59,6 +60,8 @@ qint64 lineOf(const std::exception_ptr& failure) {
   }
 }
 
+Timestamp timeNow() { return {std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()), 0}; }
+
 }  // namespace
 
 ManifestFlow::ManifestFlow(FlowContext& context) : Flow(context) {
@@ -71,8 +74,13 @@ ManifestFlow::ManifestFlow(FlowContext& context) : Flow(context) {
   }
   connect(&jobs_, &ManifestJobListModel::countsChanged, this, &ManifestFlow::manifestStatusChanged);
   connect(this, &ManifestFlow::manifestStatusChanged, this, &ManifestFlow::manifestShownChanged);
+  connect(this, &ManifestFlow::manifestStatusChanged, &export_, [this] { export_.setRefusal(exportRefusal()); });
+  for (const auto change : {&ManifestFlow::manifestLinesChanged, &ManifestFlow::isManifestVerifyingChanged}) {
+    connect(this, change, &export_, &ManifestExport::dismiss);
+  }
   connect(&jobs_, &ManifestJobListModel::countChanged, this, &ManifestFlow::manifestShownChanged);
   connect(&jobs_, &ManifestJobListModel::searchChanged, this, [this] { setShowsWarnings(false); });
+  export_.setRefusal(exportRefusal());
 }
 
 void ManifestFlow::setShowsWarnings(bool showsWarnings) {
@@ -206,6 +214,7 @@ void ManifestFlow::verifyManifestRest() {
 
 void ManifestFlow::verify(ManifestRun::Kept kept) {
   resetManifestCounters();
+  if (kept.checked.empty()) start_ = timeNow();
   context().setErrorMessage(QString());
   setVerifying(true);
   setStage(ManifestTally::Stage::running);
@@ -227,6 +236,7 @@ void ManifestFlow::endVerification(const std::exception_ptr& failure) {
   if (failure) context().setErrorMessage(failure);
   sizesTask_.abandon();
   runStatus_.end();
+  end_ = timeNow();
   setStage(failure ? ManifestTally::Stage::stoppedByError : ManifestTally::Stage::ended);
   setVerifying(false);
   if (manifestRestVerb().isEmpty()) checked_ = decltype(checked_)();
@@ -298,6 +308,7 @@ void ManifestFlow::cancelManifestVerification() {
       }
     }
   }
+  end_ = timeNow();
   setStage(ManifestTally::Stage::cancelled);
   setVerifying(false);
 }
@@ -352,27 +363,6 @@ void ManifestFlow::resetManifestCounters() {
   likelyRoot_.reset();
   setProgress(0, 0);
   setStage(ManifestTally::Stage::none);
-}
-
-void ManifestFlow::copyManifestRow(int row) { copyManifestJobs(jobs_.shownJobs(row, 1)); }
-
-void ManifestFlow::copyMarked() {
-  std::vector<ManifestJob> marked;
-  for (const std::uint32_t job : jobs_.markedJobs()) marked.push_back(jobs_.jobs()[job]);
-  copyManifestJobs(std::move(marked));
-}
-
-void ManifestFlow::copyManifestShown() {
-  if (!copyManifestRefusal().isEmpty()) return;
-  if (showsWarnings_) return context().copy(warnings_.join(u'\n').toUtf8());
-  copyManifestJobs(jobs_.shownJobs(0, jobs_.count()));
-}
-
-void ManifestFlow::copyManifestJobs(std::vector<ManifestJob> jobs) {
-  if (jobs.empty()) return;
-  context().copyLater([jobs = std::move(jobs)](const std::stop_token& cancellation) {
-    return ManifestJobListModel::text(jobs, cancellation);
-  });
 }
 
 void ManifestFlow::setStage(ManifestTally::Stage stage) {

@@ -13,6 +13,7 @@
 #include <QUrl>
 #include <QtGlobal>
 
+#include "app/manifest/ManifestExport.h"
 #include "app/manifest/ManifestJobListModel.h"
 #include "app/manifest/ManifestRun.h"
 #include "app/manifest/ManifestVerdict.h"
@@ -48,6 +49,7 @@ class ManifestFlow : public tallyfold::Flow {
   Q_PROPERTY(double manifestProgress READ manifestProgress NOTIFY manifestProgressChanged)
   Q_PROPERTY(QString manifestProgressFigure READ manifestProgressFigure NOTIFY manifestProgressChanged)
   Q_PROPERTY(tallyfold::RunStatus* runStatus READ runStatus CONSTANT)
+  Q_PROPERTY(tallyfold::ManifestExport* manifestExport READ manifestExport CONSTANT)
   Q_PROPERTY(bool isLoadingManifest READ isLoadingManifest NOTIFY isLoadingManifestChanged)
   Q_PROPERTY(bool isManifestVerifying READ isManifestVerifying NOTIFY isManifestVerifyingChanged)
   Q_PROPERTY(tallyfold::ManifestVerdict manifestVerdict READ manifestVerdict NOTIFY manifestStatusChanged)
@@ -63,11 +65,13 @@ class ManifestFlow : public tallyfold::Flow {
   void shutdown() override {
     cancelManifest();
     rootTask_.abandon();
+    export_.cancel();
   }
 
   [[nodiscard]] QString outcomeSentence() const override { return manifestVerdict().title; }
 
   [[nodiscard]] RunStatus* runStatus() { return &runStatus_; }
+  [[nodiscard]] ManifestExport* manifestExport() { return &export_; }
   [[nodiscard]] const std::optional<std::filesystem::path>& manifestURL() const { return url_; }
   [[nodiscard]] const std::optional<std::filesystem::path>& manifestRootURL() const { return rootURL_; }
   [[nodiscard]] FileCard manifestFile() const;
@@ -162,6 +166,9 @@ class ManifestFlow : public tallyfold::Flow {
  private:
   struct PreparedManifestLoad;
 
+  /// Of the last run, as it is now.
+  [[nodiscard]] std::shared_ptr<const VerificationReport> report() const;
+  [[nodiscard]] QString exportRefusal() const;
   /// Where the files may be, when all are missing; else that of the names in the list, or the one it lies in: unless it
   /// is the root already. Only a proposal: the root is what the user chose.
   [[nodiscard]] std::optional<std::filesystem::path> proposedManifestRoot() const;
@@ -202,6 +209,8 @@ class ManifestFlow : public tallyfold::Flow {
   ManifestTally::Stage stage_ = ManifestTally::Stage::none;
   std::size_t groupsDone_ = 0;
   std::size_t groups_ = 0;
+  Timestamp start_;  // Of the last run, or of the first of those that it keeps findings of.
+  Timestamp end_;
   bool isLoading_ = false;
   bool isVerifying_ = false;
   FlowTask<ManifestFlow> loadTask_{*this, context().mailbox()};
@@ -209,6 +218,7 @@ class ManifestFlow : public tallyfold::Flow {
   FlowTask<ManifestFlow> verifyTask_{*this, context().mailbox()};
   FlowTask<ManifestFlow> rootTask_{*this, context().mailbox()};
   FlowTask<ManifestFlow> sizesTask_{*this, context().mailbox()};
+  ManifestExport export_{context(), [this] { return report(); }};
 };
 
 }  // namespace tallyfold

@@ -46,6 +46,8 @@ class ManifestJobListModel : public tallyfold::FilteredListModel {
 
   /// All jobs, shown or not.
   [[nodiscard]] const std::vector<ManifestJob>& jobs() const { return jobs_; }
+  /// As the list says, see `ListReading::sizes`.
+  [[nodiscard]] const std::vector<std::int64_t>& sizes() const { return sizes_; }
   [[nodiscard]] int total() const override { return static_cast<int>(jobs_.size()); }
   [[nodiscard]] QString lastNumber() const;
 

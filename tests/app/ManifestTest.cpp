@@ -296,6 +296,40 @@ TEST_F(ManifestFlow, LongListIsOneChangeAndEachOfItsFilesIsReadOnce) {
   ASSERT_TRUE(reached([&] { return desktop_.pasteboard == "2\tSHA-256\t1\tMatch"; }));
 }
 
+TEST_F(ManifestFlow, VerificationIsKeptAsItWas) {
+  ManifestExport& report = *model_->manifest()->manifestExport();
+  const fs::path saved = folder_.path() / "report";
+  const auto kept = [&] {
+    report.save(ManifestExport::Text);
+    desktop_.confirmSavePanel(urlOf(saved));
+    EXPECT_TRUE(reached([&] { return !report.isSaving(); }));
+    EXPECT_EQ(report.savedPlace(), QString::fromStdString(saved));
+    return outputOf({"cat", saved});
+  };
+  EXPECT_EQ(report.refusal(), "There is no verification to export yet.");
+  holdInMidRun();
+  EXPECT_EQ(report.refusal(), "Reports can be saved when the verification has ended.");
+  model_->manifest()->cancelManifestVerification();
+  goOn();
+  const fs::path list = folder_.path() / "list.txt";
+  const auto digestBy = [&](const char* program) { return outputOf({program, list}).substr(0, 64); };
+  const std::string digests =
+      "\nlist's SHA-256: " + digestBy("sha256sum") + "\nlist's BLAKE3: " + digestBy("b3sum") + "\n";
+  folder_.file("list.txt", "changed since");
+  EXPECT_THAT(kept(), testing::AllOf(testing::HasSubstr("\nverdict: " + title() + "\n"), testing::HasSubstr(digests),
+                                     testing::HasSubstr("\nmatch: 1\nmismatch: 0\nfailed: 0\nunchecked: 3\n"),
+                                     testing::HasSubstr("\n2\tunchecked\tMD5\t" + md5OfAbc + "\t\tslow\t\n")));
+  folder_.file("root/slow", "other");
+  verify();
+  EXPECT_EQ(report.savedPlace(), "") << "of another run";
+  EXPECT_THAT(kept(), testing::AllOf(testing::HasSubstr("\nverdict: " + title() + "\n"), testing::HasSubstr(digests),
+                                     testing::HasSubstr("\n1\tmatch\tMD5\t" + md5OfAbc + "\t" + md5OfAbc + "\tabc\t\n"),
+                                     testing::HasSubstr("\n2\tmismatch\tMD5\t" + md5OfAbc +
+                                                        "\t795f3202b17cb6bc3d4b771d8c6c9eaf\tslow\t\n"),
+                                     testing::HasSubstr("\t\tlast\t" + statuses()[3] + "\n"),
+                                     testing::ContainsRegex("\nstart: 20[0-9-]+T[0-9:]+Z\nend: 20[0-9-]+T[0-9:]+Z\n")));
+}
+
 }  // namespace
 
 }  // namespace tallyfold::test

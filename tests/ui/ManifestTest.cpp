@@ -41,6 +41,28 @@ class ManifestTest : public WindowFixture {
   fs::path root = folder.path() / "root";
 };
 
+TEST_F(ManifestTest, VerificationIsSavedByKeysInEachFormat) {
+  driver.press({"Control_L", "e"});
+  EXPECT_EQ(driver.findItem("exportText"), nullptr) << "There is nothing to export";
+  folder.file("root/abc", "abc");
+  verify(md5OfAbc + "  abc\n");
+  const std::vector<std::pair<std::string, std::string>> formats{
+      {"txt", "report: verif"}, {"csv", "record,line,st"}, {"json", "{\n  \"report\""}};
+  for (std::size_t i = 0; i < formats.size(); ++i) {
+    driver.press({"Control_L", "e"});
+    driver.usableItem("exportText");
+    for (std::size_t below = 0; below < i; ++below) driver.press({"Down"});
+    driver.press({"Return"});
+    const fs::path report = folder.path() / ("report." + formats[i].first);
+    driver.answerPanel("savePanel", report);
+    waitFor("the notice", [&] { return model.manifest()->manifestExport()->savedPlace() == report.c_str(); });
+    find(QAccessible::AlertMessage, "Saved to " + report.string());
+    EXPECT_EQ(contentOf(report).substr(0, formats[i].second.size()), formats[i].second);
+  }
+  driver.click("dismissNotice");
+  waitFor("no notice", [&] { return driver.findItem("noticeAction") == nullptr; });
+}
+
 TEST_F(ManifestTest, ListIsVerifiedInItsOwnFolder) {
   folder.file("root/abc", "abc");
   EXPECT_EQ(driver.findItem("manifestVerdict"), nullptr);

@@ -64,28 +64,9 @@ TFRunBar {
         onClicked: root.openExportMenu()
     }
 
-    Row {
+    TFExporting {
         visible: root.viewModel.files.isExporting
-        height: TallyTheme.controlHeight
-        spacing: TallyTheme.space2
-
-        TFSpinner {
-            anchors.verticalCenter: parent.verticalCenter
-        }
-
-        TFText {
-            anchors.verticalCenter: parent.verticalCenter
-            text: qsTr("Exporting…")
-            color: TallyTheme.secondary
-        }
-
-        TFIconButton {
-            objectName: "cancelExport"
-            anchors.verticalCenter: parent.verticalCenter
-            name: qsTr("Cancel the export (Esc)")
-            icon: "xmark"
-            onClicked: root.viewModel.files.cancelExport()
-        }
+        onCancelled: root.viewModel.files.cancelExport()
     }
 
     TFButton {
@@ -93,12 +74,6 @@ TFRunBar {
         text: qsTr("Clear")
         refusal: root.viewModel.files.clearRefusal
         onClicked: root.viewModel.files.clearFiles()
-    }
-
-    Shortcut {
-        enabled: root.visible && root.viewModel.files.isExporting
-        sequence: "Esc"
-        onActivated: root.viewModel.files.cancelExport()
     }
 
     TFMenu {

@@ -7,6 +7,14 @@ TFRunBar {
 
     required property AppViewModel viewModel
     readonly property Item runPlace: run.place
+    readonly property ManifestExport report: viewModel.manifest.manifestExport
+
+    function openExportMenuByKey() {
+        if (report.refusal !== "")
+            return;
+        exportMenu.popUpAbove(exportButton);
+        exportMenu.currentIndex = 0;
+    }
 
     status: viewModel.manifest.runStatus
     figure: viewModel.manifest.manifestProgressFigure
@@ -37,9 +45,51 @@ TFRunBar {
     }
 
     TFButton {
+        id: exportButton
+
+        objectName: "exportVerification"
+        visible: !root.report.isSaving
+        text: qsTr("Export…")
+        icon: "square.and.arrow.up"
+        opensMenu: true
+        tip: "Ctrl+E"
+        refusal: root.report.refusal
+        onClicked: exportMenu.popUpAbove(exportButton)
+    }
+
+    TFExporting {
+        visible: root.report.isSaving
+        onCancelled: root.report.cancel()
+    }
+
+    TFButton {
         objectName: "clearManifest"
         text: qsTr("Clear")
         refusal: root.viewModel.manifest.clearManifestRefusal
         onClicked: root.viewModel.manifest.clearManifest()
+    }
+
+    TFMenu {
+        id: exportMenu
+
+        leastWidth: TallyTheme.shortMenuWidth
+
+        TFMenuItem {
+            objectName: "exportText"
+            text: qsTr("Text")
+            onTriggered: root.report.save(ManifestExport.Text)
+        }
+
+        TFMenuItem {
+            objectName: "exportCsv"
+            text: qsTr("CSV")
+            onTriggered: root.report.save(ManifestExport.Csv)
+        }
+
+        TFMenuItem {
+            objectName: "exportJson"
+            text: qsTr("JSON")
+            onTriggered: root.report.save(ManifestExport.Json)
+        }
     }
 }

@@ -15,6 +15,13 @@ struct ManifestFlowType {
   QML_UNCREATABLE("The model owns its flows.")
 };
 
+struct ManifestExportType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::ManifestExport)
+  QML_NAMED_ELEMENT(ManifestExport)
+  QML_UNCREATABLE("The model owns it.")
+};
+
 struct ManifestJobListModelType {
   Q_GADGET
   QML_FOREIGN(tallyfold::ManifestJobListModel)

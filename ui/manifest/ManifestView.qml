@@ -164,6 +164,8 @@ TFScreen {
             visible: !root.showsWarnings && count > 0
             lineHeight: TallyTheme.listRowHeight
             menu: rowMenu
+            // The last row can be seen above the notice.
+            bottomMargin: notice.visible ? notice.height : 0
             isRunning: root.viewModel.manifest.isManifestVerifying
             model: root.jobs
             Accessible.name: qsTr("Entries")
@@ -253,6 +255,26 @@ TFScreen {
         }
     }
 
+    TFNoticeBar {
+        id: notice
+
+        parent: root
+        visible: bottomBar.report.savedPlace !== ""
+        words: qsTr("Saved to ")
+        place: bottomBar.report.savedPlace
+        onActed: bottomBar.report.showSaved()
+        onDismissed: bottomBar.report.dismiss()
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            bottom: parent.bottom
+            leftMargin: root.gutter
+            rightMargin: root.gutter
+            bottomMargin: root.height - bottomBar.y + root.gap
+        }
+    }
+
     ManifestBottomBar {
         id: bottomBar
 
@@ -298,6 +320,12 @@ TFScreen {
         enabled: filters.visible
         sequences: [StandardKey.Find]
         onActivated: filters.find()
+    }
+
+    Shortcut {
+        enabled: root.visible
+        sequence: "Ctrl+E"
+        onActivated: bottomBar.openExportMenuByKey()
     }
 
     Shortcut {
