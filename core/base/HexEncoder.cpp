@@ -11,11 +11,11 @@ constexpr std::string_view kDigits = "0123456789abcdef";
 }  // namespace
 
 std::string string(std::span<const std::byte> bytes) {
-  std::string text;
-  text.reserve(bytes.size() * 2);
+  std::string text(bytes.size() * 2, '\0');
+  char* place = text.data();
   for (const std::byte byte : bytes) {
-    text += kDigits[std::to_integer<std::size_t>(byte >> 4)];
-    text += kDigits[std::to_integer<std::size_t>(byte & std::byte{0x0F})];
+    *place++ = kDigits[std::to_integer<std::size_t>(byte >> 4)];
+    *place++ = kDigits[std::to_integer<std::size_t>(byte & std::byte{0x0F})];
   }
   return text;
 }

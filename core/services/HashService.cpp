@@ -11,6 +11,7 @@
 #include "core/base/Errors.h"
 #include "core/base/Processor.h"
 #include "core/digests/HashLanes.h"
+#include "core/digests/HashPipeline.h"
 #include "core/digests/LanePlan.h"
 #include "core/files/Paths.h"
 #include "core/services/FilePieces.h"
@@ -31,6 +32,7 @@ FileSnapshot fileSnapshot(const std::filesystem::path& url) { return snapshotOfP
 FileSnapshot fileSnapshot(const FileHandle& handle) { return handle.snapshot(); }
 
 constexpr std::int64_t kLarge = 2 << 20;    // Hashed in the time of many thread starts, whatever the algorithm.
+constexpr std::int64_t kSmall = 16 << 10;   // Fits onto any stack: the heap takes as long as the read.
 constexpr std::int64_t kPiece = 128 << 10;  // In a second-level cache until one algorithm after another has read it.
 
 /// The lanes for a file of this size: one where more are no better, which is for a small file and on one core, and
@@ -59,6 +61,21 @@ std::size_t readNext(HashLanes& lanes, FileHandle& handle, std::int64_t rest) {
 }
 
 std::size_t readNext(FilePieces& pieces, FileHandle& /*handle*/, std::int64_t /*rest*/) { return pieces.next(); }
+
+/// A small file, without lanes.
+struct SmallFile {
+  HashPipeline pipeline;
+  std::span<std::byte> room;
+
+  DigestMap finalize() { return pipeline.finalize(); }
+};
+
+std::size_t readNext(SmallFile& file, FileHandle& handle, std::int64_t rest) {
+  const std::size_t count = handle.read(file.room.first(static_cast<std::size_t>(rest)));
+  if (count == 0) fail(HashServiceError::Case::fileChangedDuringRead);
+  file.pipeline.update(file.room.first(count));
+  return count;
+}
 
 /// Has the whole of a file that is the version `initial` read, and nothing past it, and hashed by `hashing`.
 template <typename Hashing>
@@ -147,6 +164,11 @@ std::int64_t progressStep(std::int64_t size) {
 OpenFileHashes hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
                             const std::stop_token& cancellation, const ProgressCallback& progress) {
   const std::int64_t size = initial.fileSize;
+  if (size <= kSmall) {
+    std::array<std::byte, kSmall> bytes;
+    SmallFile file{HashPipeline(algorithms), bytes};
+    return hashWith(file, handle, initial, cancellation, progress);
+  }
   // Beside any other algorithm, BLAKE3 is not what all wait for.
   if (algorithms == HashAlgorithmSet{HashAlgorithm::blake3} && size >= kLarge) {
     const unsigned threads = FilePieces::threadsFor(size, availableCores());

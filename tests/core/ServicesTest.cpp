@@ -146,16 +146,17 @@ class HashLanesTest : public testing::TestWithParam<unsigned> {
 };
 
 TEST_P(HashLanesTest, FilesAsOtherProgramsHaveThem) {
-  constexpr std::size_t large = 2 << 20;  // From here on there may be several lanes.
+  constexpr std::size_t small = 16 << 10;  // Up to here there are no lanes.
+  constexpr std::size_t large = 2 << 20;   // From here on there may be several lanes.
   constexpr std::size_t chunk = HashService::chunkSize;
   constexpr std::size_t whole = 64 << 20;
   WatchedSystemCalls system;
   std::vector<fs::path> files;
   std::vector<DigestMap> digests;
   for (const auto& [size, longestRead] :
-       {std::pair(0UL, whole), std::pair(4097UL, whole), std::pair(large - 1, whole), std::pair(large, whole),
-        std::pair(large + 1, whole), std::pair(2 * chunk + 12'345, whole), std::pair(chunk + 1, 10'007UL),
-        std::pair(chunk + 1, 262'143UL)}) {
+       {std::pair(0UL, whole), std::pair(small, whole), std::pair(small, 5'000UL), std::pair(small + 1, whole),
+        std::pair(large - 1, whole), std::pair(large, whole), std::pair(large + 1, whole),
+        std::pair(2 * chunk + 12'345, whole), std::pair(chunk + 1, 10'007UL), std::pair(chunk + 1, 262'143UL)}) {
     const fs::path& file =
         files.emplace_back(folder.file(std::to_string(files.size()), randomBytes(size, seedOfThisRun())));
     system.longestRead = longestRead;
