@@ -75,12 +75,12 @@ std::vector<FileChecksum> linesFor(std::string_view fileName, const std::filesys
   std::vector<ChecksumManifestEntry> firsts;  // Of each algorithm, the strongest first.
   for (const ChecksumManifestEntry& entry : own) {
     const auto first = std::ranges::find(firsts, entry.algorithm, &ChecksumManifestEntry::algorithm);
-    const bool isAlone = first == firsts.end();
-    if (isAlone ? !firsts.empty() && entry.relativePath != firsts.front().relativePath
+    const bool isFirst = first == firsts.end();
+    if (isFirst ? !firsts.empty() && entry.relativePath != firsts.front().relativePath
                 : entry.expectedHash != first->expectedHash) {
-      return {checksumOf(isAlone ? firsts.front() : *first, isAmbiguous), checksumOf(entry, isAmbiguous)};
+      return {checksumOf(isFirst ? firsts.front() : *first, isAmbiguous), checksumOf(entry, isAmbiguous)};
     }
-    if (isAlone) firsts.push_back(entry);
+    if (isFirst) firsts.push_back(entry);
   }
   if (firsts.empty()) return {};
   return {checksumOf(firsts.front(), isAmbiguous)};
