@@ -10,6 +10,22 @@
 
 namespace tallyfold {
 
+namespace {
+
+ManifestService::Format reportFormat(ManifestExport::Format format) {
+  switch (format) {
+    case ManifestExport::Text:
+      return ManifestService::Format::plainText;
+    case ManifestExport::Csv:
+      return ManifestService::Format::csv;
+    case ManifestExport::Json:
+      break;
+  }
+  return ManifestService::Format::json;
+}
+
+}  // namespace
+
 QString ManifestExport::refusal() const {
   return isSaving_ || task_.isRunning() ? tr("A report is being saved.") : refusal_;
 }
@@ -22,8 +38,7 @@ QString ManifestExport::savedPlace() const { return saved_ ? displayText(*saved_
 
 void ManifestExport::save(Format format) {
   if (!refusal().isEmpty()) return;
-  constexpr auto formats = ManifestService::allFormats();
-  const ManifestService::Format chosen = formats.at(static_cast<std::size_t>(format));
+  const ManifestService::Format chosen = reportFormat(format);
   const std::filesystem::path proposal = std::string("verification.").append(ManifestService::fileExtension(chosen));
   context_.desktop().chooseDestination(proposal, [this, alive = QPointer(this), chosen](const QUrl& url) {
     const auto destination = alive ? fileLocation(url) : std::nullopt;
