@@ -5,6 +5,9 @@ import TallyFold
 Row {
     id: root
 
+    // Esc is for something else that is under way.
+    property bool isEscapeTaken: false
+
     signal cancelled
 
     height: TallyTheme.controlHeight
@@ -23,13 +26,13 @@ Row {
     TFIconButton {
         objectName: "cancelExport"
         anchors.verticalCenter: parent.verticalCenter
-        name: qsTr("Cancel the export (Esc)")
+        name: root.isEscapeTaken ? qsTr("Cancel the export") : qsTr("Cancel the export (Esc)")
         icon: "xmark"
         onClicked: root.cancelled()
     }
 
     Shortcut {
-        enabled: root.visible
+        enabled: root.visible && !root.isEscapeTaken
         sequence: "Esc"
         onActivated: root.cancelled()
     }

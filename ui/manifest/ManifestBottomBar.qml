@@ -59,6 +59,7 @@ TFRunBar {
 
     TFExporting {
         visible: root.report.isSaving
+        isEscapeTaken: run.isRunning
         onCancelled: root.report.cancel()
     }
 
