@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "checksums/FileBelow.h"
+#include "checksums/ManifestGroups.h"
 #include "core/base/Errors.h"
 #include "core/files/FolderHandle.h"
 #include "core/services/HashService.h"
@@ -45,6 +46,14 @@ FolderFiles::FolderFiles(const ManifestRootIdentity& root) : root_(FileHandle::o
   const FileSnapshot opened = root_.snapshot();
   if (opened.device == root.snapshot.device && opened.inode == root.snapshot.inode) return;
   throw ManifestPathError(ManifestPathError::Case::rootChangedDuringVerification);
+}
+
+bool FolderFiles::fetchBeginning(std::string_view relativePath) const noexcept try {
+  using namespace ChecksumManifestService;
+  const ManifestGroupingKey key = manifestGroupingKey(relativePath);
+  return key.kind == ManifestGroupingKey::Kind::normalized && root_.fetchBeginningBelow(key.path);
+} catch (const std::exception&) {
+  return false;
 }
 
 FolderWalk FolderFiles::walk(const std::stop_token& cancellation, const std::function<bool(std::string)>& visit) const {

@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 
 #include "app/shared/NewList.h"
+#include "app/tasks/ReadAhead.h"
 #include "checksums/ManifestVerification.h"
 #include "core/base/Errors.h"
 #include "core/services/HashService.h"
@@ -53,8 +54,8 @@ void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, 
                            const FilesTaker& takeFiles) const {
   const std::stop_token& cancellation = context.cancellation();
   ManifestRootIdentity identity = ChecksumManifestService::captureRootIdentity(root, cancellation);
-  const FolderFiles folder = openFolder(identity);
-  const auto found = std::make_shared<const Found>(find(folder, std::move(identity), cancellation));
+  const auto folder = std::make_shared<const FolderFiles>(openFolder(identity));
+  const auto found = std::make_shared<const Found>(find(*folder, std::move(identity), cancellation));
   context.post([=](ListCreationFlow& flow) { takeFound(flow, found); });
 
   const auto reports = std::make_shared<GatheredNews<Report>>();
@@ -71,7 +72,10 @@ void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, 
   };
   const auto files = std::make_shared<std::vector<ChecksumList::File>>();
   files->reserve(found->paths.size());
+  const auto fetch = [folder, found](std::size_t file) { return folder->fetchBeginning(found->paths[file]); };
+  ReadAhead ahead(found->paths.size(), fetch, cancellation);
   for (const std::string& path : found->paths) {
+    ahead.reached(now.filesDone);
     HashService::checkCancellation(cancellation);
     const auto read = [&](std::int64_t bytes, std::int64_t size) {
       now.bytesRead += bytes - std::exchange(now.bytesOfRunning, bytes);
@@ -79,7 +83,7 @@ void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, 
       if (bytes > 0 && bytes < size) tell();
     };
     try {
-      files->push_back({path, folder.hash(path, algorithms, cancellation, read)});
+      files->push_back({path, folder->hash(path, algorithms, cancellation, read)});
     } catch (const std::exception&) {
       now.failures.push_back({path, sentenceOfFailure()});
     }

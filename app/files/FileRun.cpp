@@ -4,6 +4,7 @@
 #include <thread>
 #include <utility>
 
+#include "app/tasks/ReadAhead.h"
 #include "core/base/Errors.h"
 #include "core/files/Paths.h"
 
@@ -37,7 +38,10 @@ void FileRun::work(const Context& context, const Taker& take) const {
     context.gather(reports, add, take);
   };
 
+  const auto fetch = [run = shared_from_this()](std::size_t index) { return fetchBeginning(*run->items[index].url); };
+  ReadAhead ahead(items.size(), fetch, context.cancellation());
   for (std::size_t index = 0; index < items.size(); ++index) {
+    ahead.reached(index);
     waitForRoom(*reports, context.cancellation());
     if (context.cancellation().stop_requested()) return;
     report({index, FileJob::Hashing{0}});

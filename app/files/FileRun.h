@@ -17,7 +17,7 @@ namespace tallyfold {
 class FilesFlow;
 
 /// One run over the queue: a snapshot of it, and how its files are hashed on the run's thread.
-struct FileRun {
+struct FileRun : std::enable_shared_from_this<FileRun> {
   struct Item {
     Uuid id;
     std::shared_ptr<const std::filesystem::path> url;

@@ -7,6 +7,8 @@
 #include <utility>
 #include <variant>
 
+#include "app/tasks/ReadAhead.h"
+#include "checksums/FolderFiles.h"
 #include "checksums/ListReading.h"
 #include "checksums/ManifestVerification.h"
 #include "core/services/HashService.h"
@@ -43,6 +45,18 @@ void count(const ManifestFileGroup& group, const ManifestGroupOutcome& outcome, 
   }
 }
 
+/// Goes only through the open root, as the verification does.
+ReadAhead readAhead(const std::shared_ptr<const ManifestRun>& run, const ManifestRun::Prepared& prepared,
+                    const std::stop_token& cancellation) try {
+  const auto files = std::make_shared<const FolderFiles>(prepared->rootIdentity);
+  const auto fetch = [run, prepared, files](std::size_t group) {
+    return files->fetchBeginning(prepared->groups[group].relativePath);
+  };
+  return {prepared->groups.size(), fetch, cancellation};
+} catch (const std::exception&) {
+  return {0, {}, cancellation};
+}
+
 }  // namespace
 
 void ManifestRun::work(const Context& context, const Taker& take, const GroupsTaker& takeGroups) const {
@@ -52,6 +66,7 @@ void ManifestRun::work(const Context& context, const Taker& take, const GroupsTa
                                    ChecksumManifestService::captureRootIdentity(root, cancellation)});
   context.post([=](ManifestFlow& flow) { takeGroups(flow, prepared); });
   ManifestVerification verification(root, prepared->rootIdentity);
+  ReadAhead ahead = readAhead(shared_from_this(), prepared, cancellation);
   // The groups are views of the list: an entry's place in it is that of its job.
   const auto indexOf = [&](const ChecksumManifestEntry& entry) {
     return static_cast<std::size_t>(&entry - entries->data());
@@ -80,6 +95,7 @@ void ManifestRun::work(const Context& context, const Taker& take, const GroupsTa
   auto earlier = kept.checked.begin();
   for (const ManifestFileGroup& group : prepared->groups) {
     HashService::checkCancellation(cancellation);
+    ahead.reached(now.groupsDone);
     const auto report = [&](std::vector<std::size_t> verifying) {
       const auto add = [&](Report& waiting) {
         waiting.verifying = std::move(verifying);

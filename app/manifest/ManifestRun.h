@@ -20,7 +20,7 @@ struct PreparedManifestVerification;
 using ManifestEntries = std::vector<ChecksumManifestEntry>;
 
 /// One verification: what it is about, and how its files are checked on the verification's thread.
-struct ManifestRun {
+struct ManifestRun : std::enable_shared_from_this<ManifestRun> {
   struct Finding {
     std::size_t job;  ///< The index of the entry.
     ManifestJob::State state;

@@ -13,6 +13,9 @@ namespace tallyfold {
 
 [[noreturn]] inline void throwSystemError(int number) { throw std::system_error(number, std::system_category()); }
 
+/// Bytes of a file that are fetched ahead of its reading, which announces itself what comes behind them.
+inline constexpr off_t kBeginning = 512 << 10;
+
 /// The result of `call`, repeated for as long as signals interrupt it.
 template <typename Call>
 auto checked(Call call) {

@@ -59,6 +59,11 @@ FileHandle FileHandle::openBelow(const std::string& path, int flags) const {
   return openItem(start == 0 ? *this : folder, path.substr(start), flags);
 }
 
+bool FileHandle::fetchBeginningBelow(const std::string& path) const noexcept {
+  return path.find('\0') == std::string::npos &&
+         SystemCalls::current().fetch(descriptor_, path.c_str(), kBelow, kBeginning) == 1;
+}
+
 FileSnapshot FileHandle::snapshotBelow(const std::string& path) const {
   const char* const name = systemPath(path);
   struct stat status {};

@@ -28,6 +28,10 @@ class FileHandle {
   /// error is ELOOP, or ENOTDIR where the system has no openat2. `path` is relative, without "." and "..".
   [[nodiscard]] FileHandle openBelow(const std::string& path, int flags) const;
 
+  /// Has the disk begin to bring the beginning of the regular file that `openBelow` would open, and says whether that
+  /// was not in memory: for someone who reads it soon. No result depends on it. From any number of threads at once.
+  [[nodiscard]] bool fetchBeginningBelow(const std::string& path) const noexcept;
+
   /// Snapshot of the item at `path` below this folder: of the link itself, should it be one. Links on the way to it are
   /// followed.
   [[nodiscard]] FileSnapshot snapshotBelow(const std::string& path) const;

@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
 
@@ -44,6 +45,11 @@ Sight lookAt(const std::filesystem::path& path) noexcept { return sightOf(path, 
 
 Sight lookAtWithoutLinks(const std::filesystem::path& path) noexcept {
   return sightOf(path, &SystemCalls::lookWithoutLinks);
+}
+
+bool fetchBeginning(const std::filesystem::path& path) noexcept {
+  const std::string& name = path.native();
+  return name.find('\0') == name.npos && SystemCalls::current().fetch(AT_FDCWD, name.c_str(), 0, kBeginning) == 1;
 }
 
 FileSnapshot snapshotOfItem(const std::filesystem::path& path) {

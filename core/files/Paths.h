@@ -29,6 +29,10 @@ Sight lookAt(const std::filesystem::path& path) noexcept;
 /// Nothing is told of what a link leads to, be it the path itself or a folder on the way.
 Sight lookAtWithoutLinks(const std::filesystem::path& path) noexcept;
 
+/// Has the disk begin to bring the beginning of the regular file that a path leads to, and says whether that was not in
+/// memory: for someone who reads it soon. No result depends on it.
+bool fetchBeginning(const std::filesystem::path& path) noexcept;
+
 /// Snapshot of the item at a path itself, should it be a symbolic link.
 FileSnapshot snapshotOfItem(const std::filesystem::path& path);
 

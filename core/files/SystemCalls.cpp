@@ -1,14 +1,19 @@
 #include "core/files/SystemCalls.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
+#include <sys/vfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -21,6 +26,45 @@ namespace tallyfold {
 namespace {
 
 std::atomic<SystemCalls*> replacement = nullptr;
+
+/// Whether this byte of the file is. The kernel would look for every page of a range that it is to fetch: where the
+/// last one is in memory, so are most likely all.
+bool isInMemory([[maybe_unused]] int descriptor, [[maybe_unused]] off_t offset) {
+#ifdef RWF_NOWAIT
+  std::byte byte{};
+  const iovec room{&byte, 1};
+  return ::preadv2(descriptor, &room, 1, offset, RWF_NOWAIT) == 1;
+#else
+  return true;
+#endif
+}
+
+void announce([[maybe_unused]] int descriptor, [[maybe_unused]] off_t offset, [[maybe_unused]] off_t count) {
+#ifdef POSIX_FADV_WILLNEED
+  posix_fadvise(descriptor, offset, count, POSIX_FADV_WILLNEED);
+#endif
+}
+
+/// Of the file systems that are, those that are met. A server's or a program's may take many questions at once badly.
+bool isOnDiskHere(int descriptor) {
+  constexpr std::array<unsigned long, 7> known{EXT4_SUPER_MAGIC, XFS_SUPER_MAGIC,   BTRFS_SUPER_MAGIC,
+                                               F2FS_SUPER_MAGIC, MSDOS_SUPER_MAGIC, OVERLAYFS_SUPER_MAGIC,
+                                               EXFAT_SUPER_MAGIC};
+  struct statfs system {};
+  return ::fstatfs(descriptor, &system) == 0 &&
+         std::ranges::find(known, static_cast<unsigned long>(system.f_type)) != known.end();
+}
+
+struct Descriptor {
+  explicit Descriptor(int descriptor) : number(descriptor) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() {
+    if (number >= 0) ::close(number);
+  }
+
+  const int number;
+};
 
 }  // namespace
 
@@ -40,15 +84,8 @@ int SystemCalls::stat(const char* path, struct stat* status) { return ::stat(pat
 int SystemCalls::look(const char* path, struct stat* status) { return ::stat(path, status); }
 int SystemCalls::lstat(const char* path, struct stat* status) { return ::lstat(path, status); }
 int SystemCalls::willNeed(int descriptor, off_t offset, off_t count) {
-#if defined(POSIX_FADV_WILLNEED) && defined(RWF_NOWAIT)
-  // The kernel would look for every page. Where the last one is in memory, so are most likely all.
-  std::byte last{};
-  const iovec room{&last, 1};
-  if (::preadv2(descriptor, &room, 1, offset + count - 1, RWF_NOWAIT) == 1) return 0;
-  return posix_fadvise(descriptor, offset, count, POSIX_FADV_WILLNEED);
-#else
+  if (!isInMemory(descriptor, offset + count - 1)) announce(descriptor, offset, count);
   return 0;
-#endif
 }
 ssize_t SystemCalls::readlink(const char* path, char* bytes, std::size_t count) {
   return ::readlink(path, bytes, count);
@@ -68,6 +105,23 @@ int SystemCalls::openat2([[maybe_unused]] int folder, [[maybe_unused]] const cha
   errno = ENOSYS;
   return -1;
 #endif
+}
+
+int SystemCalls::fetch(int folder, const char* path, std::uint64_t resolve, off_t count) {
+  // What is no file is not opened: that alone would do something to some devices.
+  struct stat found {};
+  {
+    const Descriptor place(SystemCalls::openat2(folder, path, O_PATH | O_CLOEXEC, resolve));
+    if (place.number < 0 || ::fstat(place.number, &found) != 0 || !S_ISREG(found.st_mode)) return -1;
+    if (found.st_size == 0 || !isOnDiskHere(place.number)) return 0;
+  }
+  const Descriptor file(SystemCalls::openat2(folder, path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, resolve));
+  struct stat opened {};
+  if (file.number < 0 || ::fstat(file.number, &opened) != 0 || !S_ISREG(opened.st_mode)) return -1;
+  const off_t wanted = std::min(count, opened.st_size);
+  if (wanted == 0 || isInMemory(file.number, wanted - 1)) return 0;
+  announce(file.number, 0, wanted);
+  return 1;
 }
 
 int SystemCalls::lookWithoutLinks([[maybe_unused]] const char* path, [[maybe_unused]] struct stat* status) {

@@ -45,6 +45,11 @@ class SystemCalls {
   virtual int look(const char* path, struct stat* status);
   /// The same, without following any link: ELOOP where there is one, ENOSYS where the system cannot tell.
   virtual int lookWithoutLinks(const char* path, struct stat* status);
+  /// Has the disk begin to bring the first `count` bytes of a regular file, which is opened for that as openat2 does,
+  /// and closed. 1 when there was something to bring; 0 where all is in memory, and on file systems that are not on
+  /// a disk of this machine. -1 where it is no regular file. For what no result depends on: from any number of threads
+  /// at once.
+  virtual int fetch(int folder, const char* path, std::uint64_t resolve, off_t count);
 
   static SystemCalls& current();
 

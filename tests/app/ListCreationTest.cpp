@@ -157,6 +157,7 @@ TEST_F(ListCreation, WhatIsMadeIsKeptUntilItIsClosed) {
   EXPECT_EQ(verdict(), "3 files, not saved yet|");
 
   model_->manifest()->setManifestFile({urlOf(folder_.file("other", ""))});
+  ASSERT_TRUE(reached([&] { return !model_->manifest()->isLoadingManifest(); }));
   gate_.close();
   holdAt("unlinkat", 1);  // Behind the list's own renaming.
   creation().save();

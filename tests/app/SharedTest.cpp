@@ -2,18 +2,114 @@
 
 #include <atomic>
 #include <cmath>
+#include <fcntl.h>
 #include <limits>
+#include <set>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
 #include "app/shared/NameSearch.h"
 #include "app/shared/RunMeter.h"
+#include "app/tasks/ReadAhead.h"
+#include "checksums/FolderFiles.h"
+#include "core/files/Paths.h"
 #include "tests/app/ModelTest.h"
 #include "tests/support/ThreadLimit.h"
 
 namespace tallyfold::test {
 
 namespace {
+
+struct Fetched {
+  bool isOnDisk;
+  std::mutex mutex{};
+  std::set<std::size_t> files{};
+  int running = 0;
+  int mostRunning = 0;
+
+  bool fetch(std::size_t file) {
+    {
+      const std::lock_guard lock(mutex);
+      files.insert(file);
+      mostRunning = std::max(mostRunning, ++running);
+    }
+    std::this_thread::yield();
+    const std::lock_guard lock(mutex);
+    --running;
+    return isOnDisk;
+  }
+  bool isExactly(std::size_t first, std::size_t last, std::size_t count) {
+    const std::lock_guard lock(mutex);
+    return files.contains(first) && files.size() == count && *files.rbegin() == last;
+  }
+};
+
+TEST(ReadAhead, FetchesWhatComesNextOnlyWhereThatIsNotInMemory) {
+  constexpr std::size_t window = ReadAhead::window;
+  for (const bool isOnDisk : {true, false}) {
+    const auto fetched = std::make_shared<Fetched>(isOnDisk);
+    std::stop_source cancellation;
+    {
+      ReadAhead ahead(
+          10'000, [fetched](std::size_t file) { return fetched->fetch(file); }, cancellation.get_token());
+      if (isOnDisk) {
+        EXPECT_TRUE(reached([&] { return fetched->isExactly(1, window, window); }));
+        ahead.reached(5'000);
+        EXPECT_TRUE(reached([&] { return fetched->isExactly(1, 5'000 + window, 2 * window); }));
+        cancellation.request_stop();
+        ahead.reached(7'000);
+      } else {
+        for (std::size_t file = 0; file < 10'000; ++file) ahead.reached(file);
+      }
+    }
+    EXPECT_TRUE(BackgroundTask::waitForAll(patience));
+    EXPECT_EQ(fetched->isExactly(1, 5'000 + window, 2 * window), isOnDisk);
+    EXPECT_LE(fetched->files.size(), isOnDisk ? 2 * window : window);
+    EXPECT_LE(fetched->mostRunning, isOnDisk ? ReadAhead::mostThreads : 1);
+  }
+}
+
+TEST(ReadAhead, FetchesNoMoreThanRegularFilesBelowTheRoot) {
+  const TemporaryFolder folder;
+  const fs::path root = folder.path() / "root";
+  fs::create_directories(root / "folder");
+  const fs::path file = folder.file("root/file", std::string(8'192, 'x'));
+  folder.file("outside", "x");
+  folder.file("root/empty", "");
+  fs::create_symlink("../outside", root / "link");
+  ASSERT_EQ(mkfifo((root / "pipe").c_str(), 0600), 0);
+  struct System : SystemCalls {
+    System() { replace(this); }
+    ~System() override { replace(nullptr); }
+    int fetch(int at, const char* path, std::uint64_t resolve, off_t count) override {
+      return last = SystemCalls::fetch(at, path, resolve, count);
+    }
+    int last = 0;
+  } system;
+  const FolderFiles files(ChecksumManifestService::captureRootIdentity(root, {}));
+  const auto fetch = [&](const char* path) {
+    system.last = 99;
+    const bool wasOnDisk = files.fetchBeginning(path);
+    EXPECT_EQ(wasOnDisk, system.last == 1);
+    return system.last;
+  };
+  EXPECT_EQ(fetch("file"), 0);
+  EXPECT_EQ(fetch("empty"), 0);
+  for (const char* path : {"folder", "link", "pipe", "missing"}) EXPECT_EQ(fetch(path), -1) << path;
+  for (const char* path : {"../outside", "/etc/passwd", ""}) EXPECT_EQ(fetch(path), 99) << path;
+  EXPECT_FALSE(fetchBeginning(root / "pipe"));
+
+  // A disk is told to bring what the system has forgotten.
+  const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  EXPECT_EQ(fsync(descriptor), 0);
+  EXPECT_EQ(posix_fadvise(descriptor, 0, 0, POSIX_FADV_DONTNEED), 0);
+  close(descriptor);
+  if (fetch("file") == 0) GTEST_SKIP() << "The files here stay in memory.";
+  EXPECT_TRUE(reached([&] { return fetch("file") == 0; }));
+}
 
 TEST(ShownText, ShowsWhatANameHides) {
   const std::vector<std::pair<const char*, const char*>> cases = {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -48,8 +49,8 @@ class WatchedSystemCalls : public SystemCalls {
   /// Names of all calls so far, in order.
   std::vector<std::string_view> names;
 
-  /// Descriptors that were opened and not closed.
-  int stillOpen = 0;
+  /// Descriptors that were opened and not closed, by whatever thread.
+  std::atomic<int> stillOpen = 0;
 
   int open(const char* path, int flags, mode_t mode) override {
     return isRefused("open") ? -1 : counted(SystemCalls::open(path, flags, mode), flags);

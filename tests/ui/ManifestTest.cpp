@@ -148,6 +148,7 @@ TEST_F(ManifestTest, RestIsVerifiedAgainWhereTheFolderChanged) {
     };
     driver.click("verifyManifest");
     waitForVerdict("1 entry could not be checked");
+    EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
   }
   driver.click("verifyManifestRest");
   waitForVerdict("All 2 entries match");
