@@ -27,6 +27,11 @@ namespace {
 
 constexpr QSize sizes[] = {{886, 520}, {1000, 680}, {1280, 720}, {1920, 1080}};
 
+// Those of runs that last.
+const std::string kEndless = "Backup of the machine below the stairs, as it was before the move to the new house.img";
+const std::string kAnother = "another.img";
+const std::string kLink = "a link.pdf";
+
 class ContactSheet {
  public:
   ContactSheet(TallyfoldApp& app, fs::path output)
@@ -37,6 +42,7 @@ class ContactSheet {
     for (const QSize& size : sizes) makeSheet(size, "empty");
     fillScreens();
     for (const QSize& size : sizes) makeSheet(size, "full");
+    makeList();
     startRuns();
     for (const QSize& size : sizes) makeSheet(size, "running");
     return isSound_;
@@ -90,9 +96,8 @@ class ContactSheet {
 
   // Everything at once, and each on its last file.
   void startRuns() {
-    const std::string name = "Backup of the machine below the stairs, as it was before the move to the new house.img";
-    const fs::path endless = file(name, "");
-    const fs::path another = file("another.img", "");
+    const fs::path endless = file(kEndless, "");
+    const fs::path another = file(kAnother, "");
     for (const fs::path& large : {endless, another}) fs::resize_file(large, 32ULL << 30U);
 
     FilesFlow& files = *model_.files();
@@ -103,7 +108,8 @@ class ContactSheet {
 
     ManifestFlow& manifest = *model_.manifest();
     const std::string digest(64, '0');
-    manifest.setManifestFile({fileUrl(file("SHA256SUMS", digest + "  photo-0.jpg\n" + digest + "  " + name + "\n"))});
+    manifest.setManifestFile(
+        {fileUrl(file("SHA256SUMS", digest + "  photo-0.jpg\n" + digest + "  " + kEndless + "\n"))});
     Driver::waitFor("the last list", [&] { return manifest.manifestRefusal().isEmpty(); });
     manifest.verifyManifestOrChoose();
 
@@ -116,8 +122,50 @@ class ContactSheet {
     }
   }
 
+  // The sheet over the window in which a list was made, and the alert over that.
+  void makeList() {
+    ListCreationFlow& creation = *model_.listCreation();
+    // Of an earlier call.
+    for (const std::string& name : {kEndless, kAnother, kLink}) fs::remove(folder_ / name);
+    fs::create_symlink("nowhere", folder_ / kLink);
+    Driver driver(window_);
+    for (const QSize& size : sizes) {
+      model_.setMode(AppMode::Manifest);
+      window_.resize(size);
+      QQuickItem* open = driver.usableItem(QStringLiteral("manifestFileAction"));
+      QMetaObject::invokeMethod(open, "clicked");
+      takePicture(size, "Creation-empty");
+      creation.create();
+      Driver::waitFor("the new list", [&] { return creation.saveRefusal().isEmpty(); });
+      takePicture(size, "Creation-full");
+      model_.setErrorMessage(QStringLiteral("The list was not saved. No space left on device"));
+      takePicture(size, "Creation-alert");
+      model_.setErrorMessage({});
+      QMetaObject::invokeMethod(driver.usableItem(QStringLiteral("closeList")), "clicked");
+      Driver::waitFor("the sheet to close", [&] { return driver.findItem(QStringLiteral("closeList")) == nullptr; });
+    }
+  }
+
+  static std::string named(const std::string& screen, const QSize& size) {
+    return screen + "-" + std::to_string(size.width()) + "x" + std::to_string(size.height());
+  }
+
+  QImage takePicture(const QSize& size, const std::string& name) {
+    const std::string screen = named(name, size);
+    QImage picture;
+    // Rows take their heights in the first frames.
+    for (int frame = 0; frame < 3; ++frame) Driver::drawFrame();
+    Driver::waitFor(screen, [&] {
+      Driver::drawFrame();
+      picture = window_.grabWindow();
+      return picture.size() == size * window_.devicePixelRatio();
+    });
+    picture.save(QString::fromStdString((output_ / (screen + ".png")).string()));
+    examine(screen);
+    return picture;
+  }
+
   void makeSheet(const QSize& size, const std::string& name) {
-    const std::string measure = std::to_string(size.width()) + "x" + std::to_string(size.height());
     window_.resize(size);
     constexpr int cellWidth = 760;
     const QSize cell(cellWidth, cellWidth * size.height() / size.width());
@@ -127,22 +175,11 @@ class ContactSheet {
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     for (const AppMode::Case mode : AppMode::allCases()) {
       model_.setMode(mode);
-      const std::string screen =
-          AppMode::rawValue(mode).toStdString().append("-").append(name).append("-").append(measure);
-      QImage picture;
-      // Rows take their heights in the first frames.
-      for (int frame = 0; frame < 3; ++frame) Driver::drawFrame();
-      Driver::waitFor(screen, [&] {
-        Driver::drawFrame();
-        picture = window_.grabWindow();
-        return picture.size() == size * window_.devicePixelRatio();
-      });
-      picture.save(QString::fromStdString((output_ / (screen + ".png")).string()));
+      const QImage picture = takePicture(size, AppMode::rawValue(mode).toStdString() + "-" + name);
       painter.drawImage(QRect(QPoint(mode % 2 * cell.width(), mode / 2 * cell.height()), cell), picture);
-      examine(screen);
     }
     painter.end();
-    sheet.save(QString::fromStdString((output_ / ("sheet-" + name + "-" + measure + ".png")).string()));
+    sheet.save(QString::fromStdString((output_ / (named("sheet-" + name, size) + ".png")).string()));
   }
 
   struct Part {
@@ -168,7 +205,17 @@ class ContactSheet {
   void examine(const std::string& screen) {
     std::vector<Part> parts;
     const QRectF all(QPointF(), window_.size());
-    collect(window_.contentItem(), all, parts);
+    QQuickItem* content = window_.contentItem();
+    collect(content, all, parts);
+    // Of what lies over other things, only the topmost.
+    for (QQuickItem* over : content->childItems()) {
+      if (!over->inherits("QQuickOverlay") || !over->isVisible()) continue;
+      for (QQuickItem* sheet : over->childItems()) {
+        if (!sheet->inherits("QQuickPopupItem")) continue;
+        parts.clear();
+        collect(sheet, all, parts);
+      }
+    }
     const auto tell = [&](const char* what, const Part& part, const QString& more = {}) {
       std::printf("%s: %s: %s %s\n", screen.c_str(), what, qPrintable(part.text), qPrintable(more));
     };

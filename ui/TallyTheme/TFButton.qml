@@ -31,6 +31,8 @@ Item {
 
     function takeFocus() {
         control.forceActiveFocus(Qt.TabFocusReason);
+        // What has the focus already keeps the reason, too.
+        control.focusReason = Qt.TabFocusReason;
     }
 
     implicitWidth: control.implicitWidth

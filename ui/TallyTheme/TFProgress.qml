@@ -11,7 +11,7 @@ Item {
     property alias barName: bar.objectName
 
     implicitWidth: TallyTheme.progressWidth + TallyTheme.space2 + TallyTheme.percentWidth
-    implicitHeight: TallyTheme.controlHeight
+    implicitHeight: percent.implicitHeight
 
     TFProgressBar {
         id: bar

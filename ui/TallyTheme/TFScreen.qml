@@ -46,7 +46,10 @@ FocusScope {
     anchors.fill: parent
     visible: viewModel.mode === mode
     focus: visible
-    onVisibleChanged: takeKeyboard()
+    onVisibleChanged: {
+        takeKeyboard();
+        later.restart();
+    }
     // Whoever has not moved on goes along.
     onFirstPlaceChanged: {
         if (lastFirstPlace?.activeFocus)
@@ -54,6 +57,10 @@ FocusScope {
         lastFirstPlace = firstPlace;
     }
     onShownChanged: {
+        if (shown)
+            later.restart();
+    }
+    onLeastHeightChanged: {
         if (shown)
             later.restart();
     }
@@ -75,7 +82,7 @@ FocusScope {
             if (!part || !interactive)
                 return;
             const top = place.mapToItem(page, 0, 0).y - TallyTheme.space2;
-            const bottom = Math.min(top + place.height + 2 * TallyTheme.space2, top + height);
+            const bottom = Math.min(top + place.height + TallyTheme.space6, top + height);
             contentY = Math.max(0, Math.min(Math.max(contentY, bottom - height), top, contentHeight - height));
         }
 

@@ -29,10 +29,17 @@ Flickable {
         whole.show(all);
     }
 
+    // Where the first line begins that is wholly below `y`.
+    function lineBelow(y: real): real {
+        const line = area.cursorRectangle.height;
+        return area.topPadding + Math.ceil((y - area.topPadding) / line) * line;
+    }
+
     clip: true
     boundsBehavior: Flickable.StopAtBounds
     contentWidth: width
-    contentHeight: area.height
+    // The end is reached with a whole line at the top.
+    contentHeight: area.height > height ? lineBelow(area.height - height) + height : area.height
 
     T.ScrollBar.vertical: TFScrollBar {
     }
@@ -63,9 +70,9 @@ Flickable {
         onTextChanged: whole.takeOver()
         onCursorRectangleChanged: {
             if (cursorRectangle.y < root.contentY)
-                root.contentY = Math.max(0, cursorRectangle.y - TallyTheme.space3);
+                root.contentY = cursorRectangle.y > topPadding ? cursorRectangle.y : 0;
             else if (cursorRectangle.y + cursorRectangle.height > root.contentY + root.height)
-                root.contentY = cursorRectangle.y + cursorRectangle.height + TallyTheme.space3 - root.height;
+                root.contentY = root.lineBelow(cursorRectangle.y + cursorRectangle.height + TallyTheme.space1 - root.height);
         }
 
         font {

@@ -126,7 +126,7 @@ QtObject {
     readonly property real listCardHeight: 92 * textScale
     readonly property int verdictHeight: 72
     readonly property real listVerdictHeight: 80 * textScale
-    readonly property real fieldHeight: 76 * textScale
+    readonly property real fieldHeight: 80 * textScale
     // Narrower, a card for a file has its buttons below its text.
     readonly property real narrowCardWidth: 280 * textScale
     readonly property real leastEditorHeight: 72 * textScale

@@ -11,7 +11,13 @@ TFScreen {
 
     mode: AppMode.Compare
     leastHeight: (outcome.visible ? outcome.y + outcome.height : row.y + row.height) + gutter
-    shown: differences.isWorking ? ask : verdict.isPresent ? outcome : null
+    shown: {
+        if (differences.isWorking)
+            return ask;
+        if (verdict.isPresent)
+            return outcome;
+        return viewModel.compare.isComparing ? row : null;
+    }
     firstPlace: {
         if (differences.isWorking || ask.visible && ask.place.focus)
             return ask.place;
@@ -152,6 +158,8 @@ TFScreen {
                     width: parent.width
                     text: modelData
                     wrapMode: Text.Wrap
+                    // Some faces make a sign of multiplication of the letter in 0x10.
+                    font.preferShaping: false
                 }
             }
 

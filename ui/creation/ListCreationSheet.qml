@@ -42,9 +42,9 @@ TFSheet {
                 contentY = Math.max(0, Math.min(Math.max(contentY, top + item.height + TallyTheme.space2 - height), top));
             }
 
-            // Room for the rings around what stands at its edges.
+            // Room for the rings around what stands at its edges, and for the scroll bar beside it.
             x: -TallyTheme.space2
-            width: parent.width + 2 * TallyTheme.space2
+            width: parent.width + TallyTheme.space2 + TallyTheme.space5
             height: parent.height - buttons.height - TallyTheme.space4
             contentHeight: content.implicitHeight
             clip: true
@@ -59,7 +59,7 @@ TFSheet {
                 id: content
 
                 x: TallyTheme.space2
-                width: viewport.width - 2 * TallyTheme.space2
+                width: viewport.parent.width
                 spacing: TallyTheme.space3
 
                 TFText {

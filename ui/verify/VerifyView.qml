@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Templates as T
 import TallyFold
 
 // Verify mode: one file against one pasted checksum.
@@ -16,284 +15,268 @@ TFScreen {
     title: qsTr("Verify")
     subtitle: qsTr("Check a file against a checksum that you were given.")
     headerGutter: column.x
+    leastHeight: column.y + column.height + TallyTheme.space4
+    shown: {
+        if (verdict.isPresent)
+            return banner;
+        return viewModel.verify.isVerifying ? row : null;
+    }
 
-    Flickable {
-        clip: true
-        boundsBehavior: Flickable.StopAtBounds
-        contentHeight: column.implicitHeight + TallyTheme.space4
-        // A verdict is seen when it comes.
-        onContentHeightChanged: {
-            if (banner.visible)
-                contentY = Math.max(0, Math.min(banner.y, contentHeight - height));
+    Column {
+        id: column
+
+        x: (parent.width - width) / 2
+        y: root.header.y + root.header.height + TallyTheme.space4
+        width: Math.min(parent.width - 2 * TallyTheme.space6, TallyTheme.columnWidth)
+        spacing: TallyTheme.space3
+
+        TFFileCard {
+            objectName: "verifyFile"
+            width: parent.width
+            title: qsTr("File")
+            file: root.viewModel.verify.verifyFile
+            isTargeted: dropZone.isTargeted
+            refusal: root.inputRefusal
+            proposal: root.viewModel.verify.proposedList
+            onChooseRequested: root.viewModel.verify.chooseVerifyFile()
+            onProposalAccepted: root.viewModel.verify.useProposedList()
         }
 
-        anchors {
-            left: parent.left
-            right: parent.right
-            top: root.header.bottom
-            topMargin: TallyTheme.space4
-            bottom: parent.bottom
-        }
+        TFGlassCard {
+            width: parent.width
+            height: fields.implicitHeight + 2 * TallyTheme.space3
 
-        T.ScrollBar.vertical: TFScrollBar {
-        }
+            Column {
+                id: fields
 
-        Column {
-            id: column
+                spacing: TallyTheme.space2
 
-            x: (parent.width - width) / 2
-            width: Math.min(parent.width - 2 * TallyTheme.space6, TallyTheme.columnWidth)
-            spacing: TallyTheme.space3
+                anchors {
+                    left: parent.left
+                    right: parent.right
+                    top: parent.top
+                    margins: TallyTheme.space3
+                }
 
-            TFFileCard {
-                objectName: "verifyFile"
-                width: parent.width
-                title: qsTr("File")
-                file: root.viewModel.verify.verifyFile
-                isTargeted: dropZone.isTargeted
-                refusal: root.inputRefusal
-                proposal: root.viewModel.verify.proposedList
-                onChooseRequested: root.viewModel.verify.chooseVerifyFile()
-                onProposalAccepted: root.viewModel.verify.useProposedList()
-            }
+                Item {
+                    width: parent.width
+                    height: TallyTheme.controlHeight
 
-            TFGlassCard {
-                width: parent.width
-                height: fields.implicitHeight + 2 * TallyTheme.space3
-
-                Column {
-                    id: fields
-
-                    spacing: TallyTheme.space2
-
-                    anchors {
-                        left: parent.left
-                        right: parent.right
-                        top: parent.top
-                        margins: TallyTheme.space3
+                    TFText {
+                        anchors.verticalCenter: parent.verticalCenter
+                        text: qsTr("Checksum or checksum line")
+                        font.weight: Font.Medium
                     }
 
-                    Item {
-                        width: parent.width
-                        height: TallyTheme.controlHeight
-
-                        TFText {
-                            anchors.verticalCenter: parent.verticalCenter
-                            text: qsTr("Checksum or checksum line")
-                            font.weight: Font.Medium
-                        }
-
-                        TFButton {
-                            objectName: "clearChecksum"
-                            anchors.right: paste.left
-                            anchors.rightMargin: TallyTheme.space2
-                            visible: field.isAbridged
-                            text: qsTr("Clear")
-                            refusal: root.inputRefusal
-                            onClicked: root.viewModel.verify.expectedHash = ""
-                        }
-
-                        TFButton {
-                            id: paste
-
-                            objectName: "pasteChecksum"
-                            anchors.right: parent.right
-                            text: qsTr("Paste")
-                            icon: "doc.on.clipboard"
-                            refusal: root.inputRefusal
-                            onClicked: root.viewModel.verify.pasteExpectedHash()
-                        }
+                    TFButton {
+                        objectName: "clearChecksum"
+                        anchors.right: paste.left
+                        anchors.rightMargin: TallyTheme.space2
+                        visible: field.isAbridged
+                        text: qsTr("Clear")
+                        refusal: root.inputRefusal
+                        onClicked: root.viewModel.verify.expectedHash = ""
                     }
 
-                    Rectangle {
-                        width: parent.width
-                        height: TallyTheme.fieldHeight
-                        radius: TallyTheme.controlRadius
-                        color: TallyTheme.surface
-                        border.width: field.editor.activeFocus ? TallyTheme.focusWidth : TallyTheme.lineWidth
-                        border.color: field.editor.activeFocus ? TallyTheme.accent : TallyTheme.controlEdge
+                    TFButton {
+                        id: paste
 
-                        TFTextArea {
-                            id: field
+                        objectName: "pasteChecksum"
+                        anchors.right: parent.right
+                        text: qsTr("Paste")
+                        icon: "doc.on.clipboard"
+                        refusal: root.inputRefusal
+                        onClicked: root.viewModel.verify.pasteExpectedHash()
+                    }
+                }
 
-                            objectName: "checksumField"
-                            anchors.fill: parent
-                            anchors.margins: TallyTheme.focusWidth
-                            isLeftByTab: true
-                            viewModel: root.viewModel
-                            submitsOnReturn: true
-                            readOnly: root.inputRefusal !== ""
-                            name: qsTr("Checksum or checksum line")
-                            hint: root.viewModel.verify.expectedHashHint
-                            font.family: TallyTheme.digestFont
-                            font.pixelSize: TallyTheme.digestSize
-                            onEdited: root.viewModel.verify.expectedHash = content
-                            onSubmitted: act.startOrCancel()
+                Rectangle {
+                    width: parent.width
+                    height: TallyTheme.fieldHeight
+                    radius: TallyTheme.controlRadius
+                    color: TallyTheme.surface
+                    border.width: field.editor.activeFocus ? TallyTheme.focusWidth : TallyTheme.lineWidth
+                    border.color: field.editor.activeFocus ? TallyTheme.accent : TallyTheme.controlEdge
 
-                            // Not a binding: the editor may answer at once, with other ends of lines.
-                            Connections {
-                                target: root.viewModel.verify
+                    TFTextArea {
+                        id: field
 
-                                function onExpectedHashChanged() {
-                                    field.show(root.viewModel.verify.expectedHash);
-                                }
+                        objectName: "checksumField"
+                        anchors.fill: parent
+                        anchors.margins: TallyTheme.focusWidth
+                        isLeftByTab: true
+                        viewModel: root.viewModel
+                        submitsOnReturn: true
+                        readOnly: root.inputRefusal !== ""
+                        name: qsTr("Checksum or checksum line")
+                        hint: root.viewModel.verify.expectedHashHint
+                        font.family: TallyTheme.digestFont
+                        font.pixelSize: TallyTheme.digestSize
+                        onEdited: root.viewModel.verify.expectedHash = content
+                        onSubmitted: act.startOrCancel()
+
+                        // Not a binding: the editor may answer at once, with other ends of lines.
+                        Connections {
+                            target: root.viewModel.verify
+
+                            function onExpectedHashChanged() {
+                                field.show(root.viewModel.verify.expectedHash);
                             }
                         }
                     }
+                }
 
-                    Item {
-                        width: parent.width
-                        height: Math.max(TallyTheme.controlHeight, readAs.visible ? readAs.height : recognised.implicitHeight)
+                Item {
+                    id: row
 
-                        TFMenuButton {
-                            id: algorithm
+                    width: parent.width
+                    height: Math.max(TallyTheme.controlHeight, readAs.visible ? readAs.height : told.height)
 
-                            objectName: "verifyAlgorithm"
-                            choices: root.viewModel.verify.verifyAlgorithms
-                            choice: root.viewModel.verify.verifyAlgorithm
-                            description: qsTr("Algorithm")
-                            refusal: root.inputRefusal
-                            onChosen: name => root.viewModel.verify.verifyAlgorithm = name
+                    TFMenuButton {
+                        id: algorithm
+
+                        objectName: "verifyAlgorithm"
+                        choices: root.viewModel.verify.verifyAlgorithms
+                        choice: root.viewModel.verify.verifyAlgorithm
+                        description: qsTr("Algorithm")
+                        refusal: root.inputRefusal
+                        onChosen: name => root.viewModel.verify.verifyAlgorithm = name
+                    }
+
+                    Column {
+                        id: told
+
+                        anchors {
+                            left: algorithm.right
+                            right: act.left
+                            leftMargin: TallyTheme.space3
+                            rightMargin: TallyTheme.space3
+                            verticalCenter: parent.verticalCenter
                         }
 
                         TFStaticText {
-                            id: recognised
-
                             objectName: "recognisedAlgorithm"
+                            width: parent.width
+                            visible: text !== ""
                             text: root.recognition + (root.recognition !== "" && field.abridgement !== "" ? " " : "") + field.abridgement
                             color: TallyTheme.secondary
                             wrapMode: Text.Wrap
                             font.pixelSize: TallyTheme.captionSize
-
-                            anchors {
-                                left: algorithm.right
-                                right: progress.visible ? progress.left : act.left
-                                leftMargin: TallyTheme.space3
-                                rightMargin: TallyTheme.space3
-                                verticalCenter: parent.verticalCenter
-                            }
-                        }
-
-                        TFReadAs {
-                            id: readAs
-
-                            visible: algorithms.length > 0
-                            algorithms: root.verdict.isPresent ? [] : root.candidates
-                            refusal: root.inputRefusal
-                            onChosen: name => root.viewModel.verify.readAs(name)
-
-                            anchors {
-                                left: algorithm.right
-                                right: act.left
-                                leftMargin: TallyTheme.space3
-                                rightMargin: TallyTheme.space3
-                            }
                         }
 
                         TFProgress {
-                            id: progress
-
                             barName: "verifyProgress"
+                            width: parent.width
                             visible: root.viewModel.verify.isVerifying
                             value: root.viewModel.verify.verifyProgress
                             label: qsTr("Verification")
-
-                            anchors {
-                                right: act.left
-                                rightMargin: TallyTheme.space3
-                                verticalCenter: parent.verticalCenter
-                            }
-                        }
-
-                        TFRunButton {
-                            id: act
-
-                            objectName: "verify"
-                            anchors.right: parent.right
-                            verb: qsTr("Verify")
-                            isRunning: root.viewModel.verify.isVerifying
-                            startRefusal: root.viewModel.verify.verifyRefusal
-                            onStarted: root.viewModel.verify.verify()
-                            onCancelled: root.viewModel.verify.resetVerification()
                         }
                     }
 
-                    // Below the buttons, which stay where they are.
-                    TFStaticText {
-                        objectName: "verifyNotice"
-                        width: parent.width
-                        visible: text !== ""
-                        text: root.viewModel.verify.verifyNotice
-                        color: TallyTheme.secondary
-                        wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+                    TFReadAs {
+                        id: readAs
+
+                        visible: algorithms.length > 0
+                        algorithms: root.verdict.isPresent ? [] : root.candidates
+                        refusal: root.inputRefusal
+                        onChosen: name => root.viewModel.verify.readAs(name)
+
+                        anchors {
+                            left: algorithm.right
+                            right: act.left
+                            leftMargin: TallyTheme.space3
+                            rightMargin: TallyTheme.space3
+                        }
                     }
 
-                    TFStaticText {
-                        objectName: "verifyCaution"
-                        width: parent.width
-                        visible: text !== ""
-                        text: root.viewModel.verify.verifyCaution
-                        color: TallyTheme.caution
-                        wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+                    TFRunButton {
+                        id: act
+
+                        objectName: "verify"
+                        anchors.right: parent.right
+                        verb: qsTr("Verify")
+                        isRunning: root.viewModel.verify.isVerifying
+                        startRefusal: root.viewModel.verify.verifyRefusal
+                        onStarted: root.viewModel.verify.verify()
+                        onCancelled: root.viewModel.verify.resetVerification()
                     }
                 }
-            }
 
-            TFVerdict {
-                id: banner
-
-                objectName: "verdict"
-                width: parent.width
-                visible: root.verdict.isPresent
-                icon: TallyTheme.iconOfVerification(root.verdict.kind)
-                title: root.verdict.title
-                tone: root.verdict.tone
-
+                // Below the buttons, which stay where they are.
                 TFStaticText {
-                    objectName: "verdictDetails"
+                    objectName: "verifyNotice"
                     width: parent.width
                     visible: text !== ""
-                    text: root.verdict.details
+                    text: root.viewModel.verify.verifyNotice
+                    color: TallyTheme.secondary
                     wrapMode: Text.WrapAtWordBoundaryOrAnywhere
                 }
 
-                TFReadAs {
+                TFStaticText {
+                    objectName: "verifyCaution"
                     width: parent.width
-                    topPadding: TallyTheme.space1
-                    visible: algorithms.length > 0
-                    algorithms: root.verdict.kind === VerifyVerdict.AmbiguousExpectedHash ? root.candidates : []
-                    onChosen: name => root.viewModel.verify.readAs(name)
+                    visible: text !== ""
+                    text: root.viewModel.verify.verifyCaution
+                    color: TallyTheme.caution
+                    wrapMode: Text.WrapAtWordBoundaryOrAnywhere
                 }
+            }
+        }
 
-                Repeater {
-                    model: root.verdict.digests
+        TFVerdict {
+            id: banner
 
-                    Item {
-                        id: line
+            objectName: "verdict"
+            width: parent.width
+            visible: root.verdict.isPresent
+            icon: TallyTheme.iconOfVerification(root.verdict.kind)
+            title: root.verdict.title
+            tone: root.verdict.tone
 
-                        required property digestLine modelData
+            TFStaticText {
+                objectName: "verdictDetails"
+                width: parent.width
+                visible: text !== ""
+                text: root.verdict.details
+                wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+            }
 
-                        width: parent.width
-                        height: digest.implicitHeight + TallyTheme.space1
+            TFReadAs {
+                width: parent.width
+                topPadding: TallyTheme.space1
+                visible: algorithms.length > 0
+                algorithms: root.verdict.kind === VerifyVerdict.AmbiguousExpectedHash ? root.candidates : []
+                onChosen: name => root.viewModel.verify.readAs(name)
+            }
 
-                        TFText {
-                            id: label
+            Repeater {
+                model: root.verdict.digests
 
-                            width: TallyTheme.verdictLabelWidth
-                            text: line.modelData.label
-                            color: TallyTheme.secondary
-                        }
+                Item {
+                    id: line
 
-                        TFSelectableText {
-                            id: digest
+                    required property digestLine modelData
 
-                            objectName: "verdict " + line.modelData.label
-                            anchors.left: label.right
-                            width: widthOf(line.width - x)
-                            name: line.modelData.label
-                            text: line.modelData.digest
-                            mark: root.verdict.difference
-                        }
+                    width: parent.width
+                    height: digest.implicitHeight + TallyTheme.space1
+
+                    TFText {
+                        id: label
+
+                        width: TallyTheme.verdictLabelWidth
+                        text: line.modelData.label
+                        color: TallyTheme.secondary
+                    }
+
+                    TFSelectableText {
+                        id: digest
+
+                        objectName: "verdict " + line.modelData.label
+                        anchors.left: label.right
+                        width: widthOf(line.width - x)
+                        name: line.modelData.label
+                        text: line.modelData.digest
+                        mark: root.verdict.difference
                     }
                 }
             }
