@@ -6,7 +6,6 @@
 
 #include "checksums/ManifestPaths.h"
 #include "core/base/Errors.h"
-#include "core/services/HashService.h"
 
 namespace tallyfold {
 
@@ -38,14 +37,14 @@ FileBelow FileBelow::open(const FileHandle& folder, std::string path, const File
 }
 
 DigestMap FileBelow::hash(const FileHandle& folder, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
-                          const ReadCallback& progress) {
+                          const ReadCallback& progress, ReadCounter* counter) {
   waitUntilChangesShow(snapshot, cancellation);
   const std::int64_t size = snapshot.fileSize;
   progress(0, size);
   const auto tell = [&](double fraction) {
     progress(static_cast<std::int64_t>(fraction * static_cast<double>(size)), size);
   };
-  DigestMap digests = HashService::hashOpenFile(handle, snapshot, algorithms, cancellation, tell).hashes;
+  DigestMap digests = HashService::hashOpenFile(handle, snapshot, algorithms, cancellation, tell, counter).hashes;
   progress(size, size);
   if (!isStillAt(folder, path, snapshot)) fail();
   return digests;

@@ -8,6 +8,7 @@
 #include "core/digests/DigestMap.h"
 #include "core/files/FileHandle.h"
 #include "core/files/FileSnapshot.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 
@@ -31,7 +32,7 @@ struct FileBelow {
   /// Its digests, once, where `folder` is that of `open`. Fails as `HashService::hashOpenFile`, or with
   /// pathChangedDuringVerification where the path leads to another file by the end.
   DigestMap hash(const FileHandle& folder, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
-                 const ReadCallback& progress);
+                 const ReadCallback& progress, ReadCounter* counter);
 };
 
 }  // namespace tallyfold

@@ -91,8 +91,8 @@ FolderWalk FolderFiles::walk(const std::stop_token& cancellation, const std::fun
 }
 
 DigestMap FolderFiles::hash(const std::string& path, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
-                            const ReadCallback& progress) const {
-  return FileBelow::open(root_, path).hash(root_, algorithms, cancellation, progress);
+                            const ReadCallback& progress, ReadCounter* counter) const {
+  return FileBelow::open(root_, path).hash(root_, algorithms, cancellation, progress, counter);
 }
 
 }  // namespace tallyfold

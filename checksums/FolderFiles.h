@@ -53,7 +53,7 @@ class FolderFiles {
 
   /// The digests of the file at `path`, a path of a walk. Fails as `FileBelow::open` and `FileBelow::hash`.
   DigestMap hash(const std::string& path, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
-                 const ReadCallback& progress) const;
+                 const ReadCallback& progress, ReadCounter* counter = nullptr) const;
 
   /// Has the disk begin to bring the beginning of the file that a list calls `relativePath`, unless a link leads to it,
   /// and says whether that was not in memory. No result depends on it. From any number of threads at once.

@@ -65,11 +65,11 @@ std::optional<std::int64_t> shownFileSize(std::string_view relativePath, const M
 }
 
 ManifestGroupOutcome ManifestVerification::verify(const ManifestFileGroup& group, const std::stop_token& cancellation,
-                                                  const ReadCallback& progress) {
+                                                  const ReadCallback& progress, ReadCounter* counter) {
   lastVersion_.reset();
   try {
     ManifestFileContentIdentity version;
-    DigestMap digests = digestsOf(group, version, cancellation, progress);
+    DigestMap digests = digestsOf(group, version, cancellation, progress, counter);
     lastVersion_ = version;
     return digests;
   } catch (const std::exception& failure) {
@@ -89,7 +89,8 @@ bool ManifestVerification::isStill(const ManifestFileContentIdentity& version, c
 }
 
 DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, ManifestFileContentIdentity& identity,
-                                          const std::stop_token& cancellation, const ReadCallback& progress) {
+                                          const std::stop_token& cancellation, const ReadCallback& progress,
+                                          ReadCounter* counter) {
   HashService::checkCancellation(cancellation);
   validateRoot();
   FileBelow file = open(group.relativePath, cancellation);
@@ -101,7 +102,7 @@ DigestMap ManifestVerification::digestsOf(const ManifestFileGroup& group, Manife
     if (missing.empty()) return cached->digests;
   }
 
-  DigestMap digests = file.hash(*root_, missing, cancellation, progress);
+  DigestMap digests = file.hash(*root_, missing, cancellation, progress, counter);
   if (cached != nullptr) {
     add(cached->digests, digests);
     return cached->digests;

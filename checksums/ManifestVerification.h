@@ -71,7 +71,7 @@ class ManifestVerification {
   /// CancellationError, seen within one chunk; everything else that goes wrong is the outcome.
   ManifestGroupOutcome verify(
       const ManifestFileGroup& group, const std::stop_token& cancellation,
-      const ReadCallback& progress = [](auto...) {});
+      const ReadCallback& progress = [](auto...) {}, ReadCounter* counter = nullptr);
 
   /// The version of the file that the digests are of that `verify` gave last; none where it gave none.
   [[nodiscard]] const std::optional<ManifestFileContentIdentity>& lastVersion() const { return lastVersion_; }
@@ -83,7 +83,7 @@ class ManifestVerification {
 
  private:
   DigestMap digestsOf(const ManifestFileGroup& group, ManifestFileContentIdentity& identity,
-                      const std::stop_token& cancellation, const ReadCallback& progress);
+                      const std::stop_token& cancellation, const ReadCallback& progress, ReadCounter* counter);
   void validateRoot();
   [[nodiscard]] bool isRootWithoutLinksUnchanged() const;
   [[nodiscard]] FileBelow open(std::string_view relativePath, const std::stop_token& cancellation) const;

@@ -177,7 +177,8 @@ void DifferenceSearch::start(std::int64_t size, Work work, Take take) {
   context_.setErrorMessage(QString());
   size_ = size;
   setWorking(true);
-  runStatus_.start(1);
+  counter_ = std::make_shared<ReadCounter>(0);
+  runStatus_.start(1, counter_);
   runStatus_.addSizes({size});
   advance(0);
   task_.start(
@@ -214,9 +215,8 @@ void DifferenceSearch::setWorking(bool isWorking) {
 }
 
 void DifferenceSearch::advance(double progress) {
-  const auto bytes = static_cast<std::int64_t>(std::llround(progress * static_cast<double>(size_)));
-  runStatus_.advance(
-      {.bytesRead = bytes, .readOfRunning = bytes, .fraction = progress, .file = displayText(files_->a.filename())});
+  *counter_ = std::llround(progress * static_cast<double>(size_));
+  runStatus_.advance({.fraction = progress, .file = displayText(files_->a.filename())});
 }
 
 void DifferenceSearch::tellFailure(const std::exception_ptr& failure) {

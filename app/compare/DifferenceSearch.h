@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <exception>
 #include <filesystem>
+#include <memory>
 #include <optional>
 
 #include <QList>
@@ -14,6 +15,7 @@
 #include "app/shared/Outcome.h"
 #include "app/shared/RunStatus.h"
 #include "core/services/FileComparison.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 
@@ -111,6 +113,7 @@ class DifferenceSearch : public QObject {
   std::optional<FileComparison::Differences> all_;
   std::optional<QString> outcome_;
   RunStatus runStatus_;
+  std::shared_ptr<ReadCounter> counter_;
   bool isWorking_ = false;
   std::int64_t size_ = 0;  // Bytes to be read of each file.
   Task task_;

@@ -201,7 +201,7 @@ void ListCreationFlow::create() {
       BackgroundTask::Priority::userInitiated,
       [run](const ListCreationRun::Context& task) {
         run->work(
-            task, [](ListCreationFlow& flow, const auto& found) { flow.applyFound(found); },
+            task, [run](ListCreationFlow& flow, const auto& found) { flow.applyFound(found, run->counter); },
             [](ListCreationFlow& flow, ListCreationRun::Report report) { flow.applyReport(std::move(report)); },
             [](ListCreationFlow& flow, ListCreationRun::Files files) { flow.files_ = std::move(files); });
       },
@@ -217,12 +217,13 @@ void ListCreationFlow::create() {
       });
 }
 
-void ListCreationFlow::applyFound(const std::shared_ptr<const ListCreationRun::Found>& found) {
+void ListCreationFlow::applyFound(const std::shared_ptr<const ListCreationRun::Found>& found,
+                                  const std::shared_ptr<const ReadCounter>& counter) {
   found_ = found;
   std::vector<ListCreationRun::Failure> unread;
   for (const auto& [path, sentence] : found->walk.unreadFolders) unread.push_back({path + "/", sentence});
   failures_.add(std::move(unread));
-  runStatus_.start(found->paths.size());
+  runStatus_.start(found->paths.size(), counter);
   sizesTask_.start(
       BackgroundTask::Priority::utility,
       [found](const ListCreationRun::Context& task) {
@@ -239,8 +240,7 @@ void ListCreationFlow::applyReport(ListCreationRun::Report report) {
   filesDone_ = report.filesDone;
   const auto& paths = found_->paths;
   runStatus_.advance({.filesDone = report.filesDone,
-                      .bytesRead = report.bytesRead,
-                      .readOfRunning = report.bytesOfRunning,
+                      .counted = report.counted,
                       .fraction = report.fraction,
                       .file = filesDone_ < paths.size() ? shownText(paths[filesDone_]) : QString()});
   emit progressChanged();

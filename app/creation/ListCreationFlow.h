@@ -127,7 +127,8 @@ class ListCreationFlow : public tallyfold::Flow {
   [[nodiscard]] ChecksumList::Form form() const;
   void forget();
   void setStage(Stage stage);
-  void applyFound(const std::shared_ptr<const ListCreationRun::Found>& found);
+  void applyFound(const std::shared_ptr<const ListCreationRun::Found>& found,
+                  const std::shared_ptr<const ReadCounter>& counter);
   void applyReport(ListCreationRun::Report report);
   void saveAs(const std::filesystem::path& destination);
   void endSaving(const std::filesystem::path& destination, bool isSaved, const std::exception_ptr& failure);

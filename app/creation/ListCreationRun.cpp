@@ -64,9 +64,8 @@ void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, 
     const auto add = [&](Report& waiting) {
       std::ranges::move(std::exchange(now.failures, {}), std::back_inserter(waiting.failures));
       waiting.filesDone = now.filesDone;
-      waiting.bytesRead = now.bytesRead;
-      waiting.bytesOfRunning = now.bytesOfRunning;
       waiting.fraction = now.fraction;
+      waiting.counted = now.counted;
     };
     context.gather(reports, add, takeReport);
   };
@@ -78,17 +77,16 @@ void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, 
     ahead.reached(now.filesDone);
     HashService::checkCancellation(cancellation);
     const auto read = [&](std::int64_t bytes, std::int64_t size) {
-      now.bytesRead += bytes - std::exchange(now.bytesOfRunning, bytes);
       now.fraction = size == 0 ? 0 : static_cast<double>(bytes) / static_cast<double>(size);
       if (bytes > 0 && bytes < size) tell();
     };
     try {
-      files->push_back({path, folder->hash(path, algorithms, cancellation, read)});
+      files->push_back({path, folder->hash(path, algorithms, cancellation, read, counter.get())});
     } catch (const std::exception&) {
       now.failures.push_back({path, sentenceOfFailure()});
     }
-    now.bytesOfRunning = 0;
     now.fraction = 0;
+    now.counted = *counter;
     ++now.filesDone;
     tell();
   }

@@ -12,6 +12,7 @@
 #include "app/tasks/BackgroundTask.h"
 #include "checksums/FolderFiles.h"
 #include "checksums/ManifestPaths.h"
+#include "core/services/HashService.h"
 #include "export/ChecksumList.h"
 
 namespace tallyfold {
@@ -34,10 +35,9 @@ struct ListCreationRun {
   /// What was found out since the last time.
   struct Report {
     std::vector<Failure> failures;
-    std::size_t filesDone = 0;        ///< Since the start.
-    std::int64_t bytesRead = 0;       ///< Since the start.
-    std::int64_t bytesOfRunning = 0;  ///< Of them, those of the file under way.
-    double fraction = 0;              ///< Of that file, 0 to 1.
+    std::size_t filesDone = 0;  ///< Since the start.
+    double fraction = 0;        ///< Of the file under way, 0 to 1.
+    std::int64_t counted = 0;   ///< By `counter`, when that file began, or the next where it ended.
   };
   using Files = std::shared_ptr<const std::vector<ChecksumList::File>>;
   using Context = FlowTask<ListCreationFlow>::Context;
@@ -48,6 +48,7 @@ struct ListCreationRun {
   std::filesystem::path root;
   HashAlgorithmSet algorithms;
   ChecksumList::Form form;
+  std::shared_ptr<ReadCounter> counter = std::make_shared<ReadCounter>(0);
 
   /// Calls the takers in this order, `takeReport` often. Fails with ListRefusal, as `captureRootIdentity`, or with
   /// CancellationError.

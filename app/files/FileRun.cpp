@@ -44,18 +44,20 @@ void FileRun::work(const Context& context, const Taker& take) const {
     ahead.reached(index);
     waitForRoom(*reports, context.cancellation());
     if (context.cancellation().stop_requested()) return;
-    report({index, FileJob::Hashing{0}});
-    const auto progress = [&](double fraction) { report({index, FileJob::Hashing{fraction}}); };
-    Report end{index, {}};
+    const std::int64_t counted = *counter;
+    report({index, FileJob::Hashing{0}, counted});
+    const auto progress = [&](double fraction) { report({index, FileJob::Hashing{fraction}, counted}); };
+    Report end{index, {}, counted};
     try {
-      end.news = std::make_shared<const FileHashResult>(
-          HashService::hashFile(*items[index].url, items[index].id, algorithms, context.cancellation(), progress));
+      end.news = std::make_shared<const FileHashResult>(HashService::hashFile(
+          *items[index].url, items[index].id, algorithms, context.cancellation(), progress, counter.get()));
     } catch (const CancellationError&) {
       return;
     } catch (...) {
       end.news = FileJob::Failed{errorDescription(std::current_exception())};
     }
     if (context.cancellation().stop_requested()) return;
+    end.counted = *counter;
     report(std::move(end));
   }
 }

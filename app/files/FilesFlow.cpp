@@ -87,17 +87,16 @@ void FilesFlow::startProcessing() {
   context().setErrorMessage(QString());
   interruption_.clear();
   stage_ = Stage::running;
-  finishedBytes_ = 0;
   fraction_ = 0;
   setProcessing(true);
   setProgress(0, jobs_.jobs().size());
-  runStatus_.start(jobs_.jobs().size());
 
   // A worker that is still on its way out may be the last to let go of it.
   const std::shared_ptr<FileRun> run(new FileRun, [](const FileRun* last) {
     delete last;
     returnFreeMemory();
   });
+  runStatus_.start(jobs_.jobs().size(), run->counter);
   run->algorithms = context().selectedAlgorithms();
   run->items.reserve(jobs_.jobs().size());
   {
@@ -149,9 +148,6 @@ void FilesFlow::forgetRun() {
 void FilesFlow::applyReports(const FileRun& run, std::vector<FileRun::Report> reports) {
   const std::size_t resultsBefore = results_.size();
   std::size_t processed = 0;
-  const auto readOf = [this](std::size_t file) {
-    return static_cast<std::int64_t>(fraction_ * static_cast<double>(runStatus_.meter().sizeOf(file).value_or(0)));
-  };
   const FileJobListModel::Batch batch(jobs_);
   for (FileRun::Report& report : reports) {
     const Uuid& id = run.items[report.index].id;
@@ -165,12 +161,10 @@ void FilesFlow::applyReports(const FileRun& run, std::vector<FileRun::Report> re
       continue;
     }
     if (auto* result = std::get_if<std::shared_ptr<const FileHashResult>>(&report.news)) {
-      finishedBytes_ += (*result)->fileSize;
       results_.push_back(*result);
       resultByJobID_.emplace(id, std::move(*result));
       updateJob(id, FileJob::Complete{});
     } else {
-      finishedBytes_ += readOf(report.index);
       updateJob(id, std::get<FileJob::Failed>(std::move(report.news)));
     }
     fraction_ = 0;
@@ -178,11 +172,9 @@ void FilesFlow::applyReports(const FileRun& run, std::vector<FileRun::Report> re
   }
   if (processed > 0) setProgress(processed, run.items.size());
   const auto running = static_cast<std::size_t>(processedCount_);
-  const std::int64_t read = readOf(running);
   runStatus_.advance(
       {.filesDone = running,
-       .bytesRead = finishedBytes_ + read,
-       .readOfRunning = read,
+       .counted = reports.back().counted,
        .fraction = fraction_,
        .file = running < run.items.size() ? displayText(run.items[running].url->filename()) : QString()});
   if (results_.size() > resultsBefore) emit resultsChanged();

@@ -175,8 +175,7 @@ class FilesFlow : public tallyfold::Flow {
   bool isExporting_ = false;
   Stage stage_ = Stage::none;
   RunStatus runStatus_;
-  std::int64_t finishedBytes_ = 0;  // Read of the files that are finished.
-  double fraction_ = 0;             // Of the file under way.
+  double fraction_ = 0;  // Of the file under way.
   QString interruption_;
   QList<std::pair<QList<QUrl>, bool>> received_;  // What the receiving task has not taken; whether it was dropped.
   bool isRunWanted_ = false;  // By what was dropped, once all of it is in the list: it cannot come later.

@@ -271,15 +271,14 @@ void ManifestFlow::applyReport(ManifestRun::Report report) {
   std::ranges::copy(report.checked, std::back_inserter(checked_));
   setProgress(report.groupsDone, report.groups);
   runStatus_.advance({.filesDone = report.groupsDone,
-                      .bytesRead = report.bytesRead,
-                      .readOfRunning = report.bytesOfRunning,
+                      .counted = report.counted,
                       .fraction = report.fraction,
                       .file = shownText((*entries_)[report.running].relativePath)});
 }
 
 // Beside the verification, which does not wait for it: the file system may take its time.
 void ManifestFlow::askSizes(const std::shared_ptr<const ManifestRun>& run, const ManifestRun::Prepared& prepared) {
-  runStatus_.start(prepared->groups.size());
+  runStatus_.start(prepared->groups.size(), run->counter);
   sizesTask_.start(
       BackgroundTask::Priority::utility,
       [run, prepared](const ManifestRun::Context& task) {

@@ -80,12 +80,10 @@ void ManifestRun::work(const Context& context, const Taker& take, const GroupsTa
     waiting.groupsDone = now.groupsDone;
     waiting.groups = now.groups;
     waiting.running = now.running;
-    waiting.bytesRead = now.bytesRead;
-    waiting.bytesOfRunning = now.bytesOfRunning;
     waiting.fraction = now.fraction;
+    waiting.counted = now.counted;
   };
   const auto read = [&](std::int64_t bytes, std::int64_t size) {
-    now.bytesRead += bytes - std::exchange(now.bytesOfRunning, bytes);
     now.fraction = size == 0 ? 0 : static_cast<double>(bytes) / static_cast<double>(size);
     if (bytes > 0 && bytes < size) context.gather(reports, tellPlace, take);
   };
@@ -117,7 +115,7 @@ void ManifestRun::work(const Context& context, const Taker& take, const GroupsTa
       for (const std::size_t job : jobs) findings.push_back({job, kept.states[job]});
       checked.push_back(*earlier);
     } else {
-      const ManifestGroupOutcome outcome = verification.verify(group, cancellation, read);
+      const ManifestGroupOutcome outcome = verification.verify(group, cancellation, read, counter.get());
       count(group, outcome, now.causes);
       const auto& version = verification.lastVersion();
       const std::int64_t size = version ? version->fileSize : 0;
@@ -127,8 +125,8 @@ void ManifestRun::work(const Context& context, const Taker& take, const GroupsTa
       if (version) checked.push_back({jobs.front(), *version});
     }
     ++now.groupsDone;
-    now.bytesOfRunning = 0;
     now.fraction = 0;
+    now.counted = *counter;
     report({});
   }
 }

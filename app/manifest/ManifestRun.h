@@ -11,6 +11,7 @@
 #include "app/tasks/BackgroundTask.h"
 #include "checksums/ChecksumManifestEntry.h"
 #include "core/files/FileSnapshot.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 
@@ -50,10 +51,9 @@ struct ManifestRun : std::enable_shared_from_this<ManifestRun> {
     Causes causes;                 ///< Of all findings since the start.
     std::size_t groupsDone = 0;    ///< Of all groups, since the start.
     std::size_t groups = 0;
-    std::size_t running = 0;          ///< A job of the group under way, or of the last one.
-    std::int64_t bytesRead = 0;       ///< Since the start.
-    std::int64_t bytesOfRunning = 0;  ///< Of them, those of the group under way.
-    double fraction = 0;              ///< Of its file, 0 to 1.
+    std::size_t running = 0;   ///< A job of the group under way, or of the last one.
+    double fraction = 0;       ///< Of its file, 0 to 1.
+    std::int64_t counted = 0;  ///< By `counter`, when that group began, or the next where it ended.
   };
   using Context = FlowTask<ManifestFlow>::Context;
   using Taker = std::function<void(ManifestFlow&, Report)>;
@@ -63,6 +63,7 @@ struct ManifestRun : std::enable_shared_from_this<ManifestRun> {
 
   std::shared_ptr<const ManifestEntries> entries;
   std::filesystem::path root;
+  std::shared_ptr<ReadCounter> counter = std::make_shared<ReadCounter>(0);
   Kept kept{};  ///< Holds again for files that are the same version still; they are not read.
 
   /// `takeGroups` comes first: what will be verified, in this order.

@@ -1,5 +1,6 @@
 #include "app/shared/RunStatus.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -20,10 +21,15 @@ QString together(QStringList parts) {
 
 RunStatus::RunStatus() {
   telling_.setInterval(250);
-  connect(&telling_, &QTimer::timeout, this, &RunStatus::tell);
+  connect(&telling_, &QTimer::timeout, this, [this] {
+    look();
+    tell();
+  });
 }
 
-void RunStatus::start(std::size_t files) {
+void RunStatus::start(std::size_t files, std::shared_ptr<const ReadCounter> counter) {
+  counter_ = std::move(counter);
+  place_ = {};
   meter_.start(files, std::chrono::steady_clock::now());
   files_ = files;
   telling_.start();
@@ -31,18 +37,27 @@ void RunStatus::start(std::size_t files) {
 
 void RunStatus::advance(const Place& place) {
   if (!telling_.isActive()) return;
-  meter_.advance(place.filesDone, place.bytesRead, place.readOfRunning, std::chrono::steady_clock::now());
-  fileNow_ = place.file;
-  fraction_ = place.fraction;
-  const double reach = (static_cast<double>(place.filesDone) + place.fraction) / static_cast<double>(files_);
-  if (std::exchange(reach_, reach) != reach) emit reachChanged();
+  place_ = place;
+  look();
   if (file_.isEmpty()) tell();
+}
+
+void RunStatus::look() {
+  const std::int64_t bytesRead = *counter_;
+  const std::int64_t ofRunning = bytesRead - place_.counted;
+  meter_.advance(place_.filesDone, bytesRead, ofRunning, std::chrono::steady_clock::now());
+  const std::int64_t size = meter_.sizeOf(place_.filesDone).value_or(0);
+  // The worker may be at the next file already.
+  fraction_ = size == 0 ? place_.fraction : std::min(static_cast<double>(ofRunning) / static_cast<double>(size), 1.0);
+  const double reach = (static_cast<double>(place_.filesDone) + fraction_) / static_cast<double>(files_);
+  if (std::exchange(reach_, reach) != reach) emit reachChanged();
 }
 
 void RunStatus::end() {
   telling_.stop();
   meter_ = RunMeter();
-  fileNow_.clear();
+  counter_.reset();
+  place_ = {};
   file_.clear();
   figures_.clear();
   shorterFigures_.clear();
@@ -54,7 +69,7 @@ void RunStatus::end() {
 
 void RunStatus::tell() {
   const auto now = std::chrono::steady_clock::now();
-  file_ = fileNow_;
+  file_ = place_.file;
   QString done;
   QString doneInShort;
   if (const auto total = meter_.totalBytes(); !total) {

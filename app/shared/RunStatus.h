@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include <QObject>
@@ -10,6 +11,7 @@
 #include <QTimer>
 
 #include "app/shared/RunMeter.h"
+#include "core/services/HashService.h"
 
 namespace tallyfold {
 
@@ -32,15 +34,15 @@ class RunStatus : public QObject {
   /// How far a run has come.
   struct Place {
     std::size_t filesDone = 0;
-    std::int64_t bytesRead = 0;      ///< Since the start.
-    std::int64_t readOfRunning = 0;  ///< Of the file under way.
-    double fraction = 0;             ///< Of that file, 0 to 1.
-    QString file{};                  ///< Its name.
+    std::int64_t counted = 0;  ///< By the run's counter, when the file under way began.
+    double fraction = 0;       ///< Of that file, 0 to 1, where its size is unknown.
+    QString file{};            ///< Its name.
   };
 
   RunStatus();
 
-  void start(std::size_t files);
+  /// `counter` has the bytes read since the start. Of a huge file, places are far apart.
+  void start(std::size_t files, std::shared_ptr<const ReadCounter> counter);
   void advance(const Place& place);
   void addSizes(const std::vector<RunMeter::Size>& sizes) { meter_.addSizes(sizes); }
   void end();
@@ -57,11 +59,13 @@ class RunStatus : public QObject {
   void reachChanged();
 
  private:
+  void look();
   void tell();
 
   RunMeter meter_;
   std::size_t files_ = 0;
-  QString fileNow_;
+  std::shared_ptr<const ReadCounter> counter_;
+  Place place_;
   QString file_;
   QString figures_;
   QStringList shorterFigures_;

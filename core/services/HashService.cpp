@@ -80,7 +80,7 @@ std::size_t readNext(SmallFile& file, FileHandle& handle, std::int64_t rest) {
 /// Has the whole of a file that is the version `initial` read, and nothing past it, and hashed by `hashing`.
 template <typename Hashing>
 OpenFileHashes hashWith(Hashing& hashing, FileHandle& handle, const FileSnapshot& initial,
-                        const std::stop_token& cancellation, const ProgressCallback& progress) {
+                        const std::stop_token& cancellation, const ProgressCallback& progress, ReadCounter* counter) {
   const std::int64_t size = initial.fileSize;
   const auto start = std::chrono::steady_clock::now();
   const std::int64_t step = progressStep(size);
@@ -94,7 +94,9 @@ OpenFileHashes hashWith(Hashing& hashing, FileHandle& handle, const FileSnapshot
       handle.willNeed(announced, std::min(size - announced, chunkSize));
       announced += chunkSize;
     }
-    bytesRead += static_cast<std::int64_t>(readNext(hashing, handle, size - bytesRead));
+    const auto count = static_cast<std::int64_t>(readNext(hashing, handle, size - bytesRead));
+    bytesRead += count;
+    if (counter != nullptr) counter->fetch_add(count, std::memory_order_relaxed);
     if (bytesRead < size && bytesRead >= due) {
       progress(static_cast<double>(bytesRead) / static_cast<double>(size));
       due = saturatingSum(bytesRead, step);
@@ -162,32 +164,33 @@ std::int64_t progressStep(std::int64_t size) {
 }
 
 OpenFileHashes hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
-                            const std::stop_token& cancellation, const ProgressCallback& progress) {
+                            const std::stop_token& cancellation, const ProgressCallback& progress,
+                            ReadCounter* counter) {
   const std::int64_t size = initial.fileSize;
   if (size <= kSmall) {
     std::array<std::byte, kSmall> bytes;
     SmallFile file{HashPipeline(algorithms), bytes};
-    return hashWith(file, handle, initial, cancellation, progress);
+    return hashWith(file, handle, initial, cancellation, progress, counter);
   }
   // Beside any other algorithm, BLAKE3 is not what all wait for.
   if (algorithms == HashAlgorithmSet{HashAlgorithm::blake3} && size >= kLarge) {
     const unsigned threads = FilePieces::threadsFor(size, availableCores());
     if (threads > 1 && handle.canReadAt()) {
       FilePieces pieces(handle, size, threads, cancellation);
-      return hashWith(pieces, handle, initial, cancellation, progress);
+      return hashWith(pieces, handle, initial, cancellation, progress, counter);
     }
   }
-  return hashWith(*newLanes(algorithms, size), handle, initial, cancellation, progress);
+  return hashWith(*newLanes(algorithms, size), handle, initial, cancellation, progress, counter);
 }
 
 FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,
-                        const std::stop_token& cancellation, const ProgressCallback& progress) {
+                        const std::stop_token& cancellation, const ProgressCallback& progress, ReadCounter* counter) {
   checkCancellation(cancellation);
   if (algorithms.empty()) fail(HashServiceError::Case::noAlgorithms);
   auto [handle, initial] = openRegularFileForReading(url, cancellation);
   validatePath(url, initial);
 
-  auto [hashes, start] = hashOpenFile(handle, initial, algorithms, cancellation, progress);
+  auto [hashes, start] = hashOpenFile(handle, initial, algorithms, cancellation, progress, counter);
   validateUnchanged(handle, url, initial);
   const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
 

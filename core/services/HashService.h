@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -21,6 +22,10 @@ namespace tallyfold {
 /// Fraction done, 0 to 1. Called on the thread that does the work. Never empty.
 using ProgressCallback = std::function<void(double)>;
 
+/// Grows by the bytes that are read, as they are read, by the thread that does the work: for screens, which look when
+/// they want to and whatever the size of the file. No result depends on it.
+using ReadCounter = std::atomic<std::int64_t>;
+
 /// Hashing and comparing files. Stateless: every operation may run on any number of threads at once. Failures are
 /// HashServiceError, std::system_error with the system's error number, those of creating a HashPipeline, or
 /// CancellationError when `cancellation` was requested; there is never a partial result.
@@ -39,15 +44,17 @@ inline constexpr std::int64_t chunkSize = 8'388'608;
 /// A file that is replaced, truncated, extended or rewritten meanwhile fails with `fileChangedDuringRead`, and so does
 /// one that has content but no size: nothing tells how much of it is the file.
 /// `progress` grows strictly, stays below 1 while reading and is 1 exactly once, at the end of a successful call.
-/// Cancellation is seen within one chunk.
+/// Cancellation is seen within one chunk. `counter` may be null.
 FileHashResult hashFile(const std::filesystem::path& url, const Uuid& resultID, HashAlgorithmSet algorithms,
-                        const std::stop_token& cancellation, const ProgressCallback& progress);
+                        const std::stop_token& cancellation, const ProgressCallback& progress,
+                        ReadCounter* counter = nullptr);
 
 /// Calculates all `algorithms` over a file that was just opened and is the version `initial`, as `hashFile` does but
 /// for what concerns its path and the clock (see `waitUntilChangesShow`): the caller looks after those. Fails with
 /// `fileChangedDuringRead` unless the file is still this version at the end. `progress` never becomes 1.
 OpenFileHashes hashOpenFile(FileHandle& handle, const FileSnapshot& initial, HashAlgorithmSet algorithms,
-                            const std::stop_token& cancellation, const ProgressCallback& progress);
+                            const std::stop_token& cancellation, const ProgressCallback& progress,
+                            ReadCounter* counter = nullptr);
 
 /// Opens a regular file, never blocking on a pipe or device, and makes sure that what was opened is what was looked at.
 /// Where the file changed so recently that its next change might not show, waits until it would.

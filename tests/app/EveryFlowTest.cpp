@@ -33,6 +33,38 @@ TEST_F(EveryFlow, SaysWhatTheSystemSaysAndForgetsItWithTheNextStart) {
   }
 }
 
+TEST_F(EveryFlow, OfARunTellsHowFarAHugeFileIsBeforeItsFirstReport) {
+  fs::create_directory(root_ / "huge");
+  const fs::path huge = folder_.file("root/huge/file", "");
+  fs::resize_file(huge, 4LL << 30U);
+  add({huge});
+  auto& manifest = *model_->manifest();
+  manifest.setManifestRoot({urlOf(huge.parent_path())});
+  manifest.setManifestFile({urlOf(folder_.file("huge.sfv", "file 00000000\n"))});
+  ASSERT_TRUE(reached([&] { return !manifest.isLoadingManifest(); }));
+  auto& creation = *model_->listCreation();
+  const struct {
+    std::function<void()> start;
+    const RunStatus& status;
+    std::function<void()> cancel;
+  } runs[] = {
+      {[&] { model_->files()->startProcessing(); }, *model_->files()->runStatus(), [&] { model_->shutdown(); }},
+      {[&] { manifest.verifyManifest(); }, *manifest.runStatus(), [&] { manifest.cancelManifest(); }},
+      {[&] { creation.create(); }, *creation.runStatus(), [&] { creation.cancel(); }},
+  };
+  for (const auto& [start, status, cancel] : runs) {
+    holdAt("read", 5);
+    start();
+    ASSERT_TRUE(gate_.waitForArrival());
+    EXPECT_TRUE(reached([&] { return status.fraction() > 0 && status.reach() == status.fraction(); }));
+    EXPECT_LT(status.fraction(), 0.01);
+    EXPECT_EQ(model_->files()->overallProgress(), 0);
+    cancel();
+    goOn();
+    gate_.close();
+  }
+}
+
 TEST_F(EveryFlow, ThatIsCancelledStartsAnewWhileItsWorkHangs) {
   const auto reads = [&] { return std::ranges::count(calls_.names, "read"); };
   for (const auto& entry : flows_) {

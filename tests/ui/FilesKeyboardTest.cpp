@@ -218,7 +218,7 @@ TEST_F(FilesKeyboardTest, TheRunningRowStaysInViewUntilTheUserScrolls) {
   const QQuickItem* bar = driver.item("overallProgress");
   EXPECT_EQ(bar->property("value").toDouble(), static_cast<double>(last) / (last + 1));
   const QQuickItem* lighter = bar->property("contentItem").value<QQuickItem*>()->childItems().first();
-  EXPECT_NEAR(lighter->width() / bar->width(), (last + fraction()) / (last + 1), 1e-6);
+  EXPECT_NEAR(lighter->width() / bar->width(), (last + status.fraction()) / (last + 1), 1e-6);
 
   window.resize(window.minimumSize());
   const QQuickItem* figures = driver.item("runFigure");
