@@ -117,7 +117,7 @@ TEST_F(FilesKeyboardTest, PresetsAreChosenWithArrows) {
   for (const int preset : {2, 0, 1}) {
     driver.press({"space"});
     driver.usableItem("presetAll");
-    for (int i = 0; i <= preset; ++i) driver.press({"Down"});
+    for (int i = 0; i < preset; ++i) driver.press({"Down"});
     driver.press({"Return"});
     waitFor("the preset", [&] { return model.selectedAlgorithms() == presets[preset]; });
     waitFor("the keyboard to come back", [&] { return focusedName() == "Presets"; });

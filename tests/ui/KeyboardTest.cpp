@@ -9,7 +9,9 @@
 #include <QDBusPendingCall>
 #include <QDBusReply>
 #include <QDBusVariant>
+#include <QFileDialog>
 #include <QGuiApplication>
+#include <QWindow>
 
 #include "tests/support/Process.h"
 #include "tests/ui/WindowFixture.h"
@@ -147,10 +149,21 @@ TEST_F(KeyboardTest, LeavesEveryPlace) {
     driver.press(keys);
     waitFor(name, [&, wanted = std::string(name)] { return focusedName() == wanted; });
   }
+  const auto hasRing = [&] { return window.activeFocusItem()->property("visualFocus").toBool(); };
+  const auto panelIsClosed = [] { return Driver::panel("openPanel") == nullptr; };
+  driver.press({"Return"});
+  waitFor("the panel", [&] { return !panelIsClosed(); });
+  driver.focus(*Driver::panel("openPanel")->windowHandle());
+  driver.press({"Escape"});
+  waitFor("no panel", panelIsClosed);
+  driver.focus(window);
+  waitFor("the button again", [&] { return focusedName() == "Choose File B" && hasRing(); });
   driver.press({"Return"});
   driver.answerPanel("openPanel", folder.file("c", "c"));
   EXPECT_EQ(model.compare()->compareSecondURL(), folder.path() / "c");
   EXPECT_FALSE(model.compare()->compareResult()) << "Return is the button's";
+  driver.focus(window);
+  waitFor("the next place", [&] { return focusedName() == "Compare" && hasRing(); });
 
   driver.item("sidebar")->forceActiveFocus();
   enter(AppMode::Files);
@@ -158,8 +171,13 @@ TEST_F(KeyboardTest, LeavesEveryPlace) {
   add({"a"}, "");
   driver.press({"Return"});
   waitFor("the list", [&] { return focusedName() == "a"; });
-  model.files()->clearFiles();
-  waitFor("the button instead", [&] { return focusedName() == "Choose Files…"; });
+  while (focusedName() != "Clear") {
+    const QQuickItem* const last = window.activeFocusItem();
+    driver.press({"Tab"});
+    waitFor("the next place", [&] { return window.activeFocusItem() != last; });
+  }
+  driver.press({"Return"});
+  waitFor("the button instead", [&] { return focusedName() == "Choose Files…" && hasRing(); });
 }
 
 }  // namespace

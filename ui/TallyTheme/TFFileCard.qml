@@ -24,11 +24,19 @@ TFGlassCard {
     readonly property Item choosePlace: choose.place
 
     signal chooseRequested
+    // There is another one, and the keys are where it was chosen.
+    signal chosen
     signal proposalAccepted
     signal readingChosen(string name)
     signal actionRequested
 
     readonly property bool isNarrow: width < TallyTheme.narrowCardWidth
+    readonly property string path: isEmpty ? "" : file.folder + "/" + file.name
+
+    onPathChanged: {
+        if (!isEmpty && choosePlace.focus)
+            chosen();
+    }
 
     implicitHeight: (isNarrow ? content.height + TallyTheme.space2 + buttons.height : Math.max(content.height, buttons.height)) + 2 * TallyTheme.space4
     Accessible.role: Accessible.Grouping

@@ -39,8 +39,13 @@ T.Menu {
             currentIndex = 0;
     }
     onClosed: {
-        if (opener?.visible)
-            opener.forceActiveFocus(returnReason);
+        if (!opener?.visible)
+            return;
+        opener.forceActiveFocus(returnReason);
+        // It may have it again already, without the reason.
+        const control = opener as T.Control;
+        if (control)
+            control.focusReason = returnReason;
     }
 
     contentItem: ListView {

@@ -52,7 +52,7 @@ FocusScope {
     }
     // Whoever has not moved on goes along.
     onFirstPlaceChanged: {
-        if (lastFirstPlace?.activeFocus)
+        if (lastFirstPlace?.focus)
             takeKeyboard();
         lastFirstPlace = firstPlace;
     }

@@ -18,8 +18,12 @@ T.Popup {
     closePolicy: T.Popup.CloseOnEscape
     onAboutToShow: opener = parent.Window.activeFocusItem
     onClosed: {
-        if (opener?.visible)
-            opener.forceActiveFocus(Qt.TabFocusReason);
+        if (!opener?.visible)
+            return;
+        opener.forceActiveFocus(Qt.TabFocusReason);
+        const control = opener as T.Control;
+        if (control)
+            control.focusReason = Qt.TabFocusReason;
     }
 
     T.Overlay.modal: Rectangle {

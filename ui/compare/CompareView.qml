@@ -55,6 +55,7 @@ TFScreen {
             isTargeted: firstZone.isTargeted
             refusal: root.inputRefusal
             onChooseRequested: root.viewModel.compare.chooseCompareFile(false)
+            onChosen: root.takeKeyboard()
         }
 
         TFIconButton {
@@ -81,6 +82,7 @@ TFScreen {
             isTargeted: secondZone.isTargeted
             refusal: root.inputRefusal
             onChooseRequested: root.viewModel.compare.chooseCompareFile(true)
+            onChosen: root.takeKeyboard()
         }
     }
 

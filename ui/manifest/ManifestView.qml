@@ -58,6 +58,7 @@ TFScreen {
             isTargeted: dropZone.isTargeted
             refusal: root.viewModel.manifest.manifestFileRefusal
             onChooseRequested: root.viewModel.manifest.chooseManifestFile()
+            onChosen: root.takeKeyboard()
             readings: root.viewModel.manifest.manifestAlgorithms
             reading: root.viewModel.manifest.manifestAlgorithm
             onReadingChosen: name => root.viewModel.manifest.readManifestAs(name)
@@ -81,6 +82,7 @@ TFScreen {
             isTargeted: dropZone.isTargeted
             refusal: root.viewModel.manifest.manifestRootRefusal
             onChooseRequested: root.viewModel.manifest.chooseManifestRoot()
+            onChosen: root.takeKeyboard()
         }
     }
 

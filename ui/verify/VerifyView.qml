@@ -39,6 +39,7 @@ TFScreen {
             refusal: root.inputRefusal
             proposal: root.viewModel.verify.proposedList
             onChooseRequested: root.viewModel.verify.chooseVerifyFile()
+            onChosen: root.takeKeyboard()
             onProposalAccepted: root.viewModel.verify.useProposedList()
         }
 

@@ -8,9 +8,15 @@ Window {
     id: root
 
     required property AppViewModel viewModel
+    // Who had the keys last, and whether the focus ring was around it.
+    property T.Control lastHolder
+    property bool hadRing: false
 
     // Nobody keeps the keys who is not shown or cannot use them.
     function handOn() {
+        // Another window has them, and gives them back.
+        if (!contentItem.focus)
+            return;
         if (activeFocusItem === contentItem)
             detail.forceActiveFocus();
         if (activeFocusItem?.visible && !(activeFocusItem as TFScreen))
@@ -19,13 +25,28 @@ Window {
             (detail.children[i] as TFScreen)?.takeKeyboard();
     }
 
+    // The ring is there again after another window, such as a file panel, had the keys, and goes along where they are
+    // handed on.
+    function keepRing() {
+        if (!activeFocusItem)
+            return;
+        const holder = activeFocusItem as T.Control;
+        if (holder && hadRing && (holder.focusReason === Qt.ActiveWindowFocusReason || holder.focusReason === Qt.OtherFocusReason))
+            holder.focusReason = Qt.TabFocusReason;
+        lastHolder = holder;
+        hadRing = holder?.visualFocus ?? false;
+    }
+
     title: "Tally Fold"
     minimumWidth: sidebar.T.SplitView.minimumWidth + TallyTheme.lineWidth + detail.T.SplitView.minimumWidth
     minimumHeight: TallyTheme.leastHeight
     color: TallyTheme.backgroundBottom
     visible: true
     onClosing: viewModel.shutdown()
-    onActiveFocusItemChanged: handOn()
+    onActiveFocusItemChanged: {
+        handOn();
+        keepRing();
+    }
 
     TFBackground {
         anchors.fill: parent
@@ -129,6 +150,15 @@ Window {
         function onModeChanged() {
             if (!sidebar.hasKeyboard && !alert.opened && !root.viewModel.listCreation.isOpen)
                 detail.forceActiveFocus();
+        }
+    }
+
+    Connections {
+        target: root.lastHolder
+
+        function onVisualFocusChanged() {
+            if (root.lastHolder.activeFocus)
+                root.hadRing = root.lastHolder.visualFocus;
         }
     }
 
