@@ -35,11 +35,21 @@ Flickable {
         return area.topPadding + Math.ceil((y - area.topPadding) / line) * line;
     }
 
+    function showCursor() {
+        const cursor = area.cursorRectangle;
+        if (cursor.y < contentY)
+            contentY = cursor.y > area.topPadding ? cursor.y : 0;
+        else if (cursor.y + cursor.height > contentY + height)
+            contentY = lineBelow(cursor.y + cursor.height + TallyTheme.space1 - height);
+    }
+
     clip: true
     boundsBehavior: Flickable.StopAtBounds
     contentWidth: width
     // The end is reached with a whole line at the top.
     contentHeight: area.height > height ? lineBelow(area.height - height) + height : area.height
+    // It is lower for a moment while the window takes its size.
+    onHeightChanged: showCursor()
 
     T.ScrollBar.vertical: TFScrollBar {
     }
@@ -68,12 +78,7 @@ Flickable {
         Accessible.description: root.isLeftByTab ? "" : qsTr("Tab is part of the text. Ctrl+Tab leaves it.")
         readOnly: root.readOnly || whole.isAbridged
         onTextChanged: whole.takeOver()
-        onCursorRectangleChanged: {
-            if (cursorRectangle.y < root.contentY)
-                root.contentY = cursorRectangle.y > topPadding ? cursorRectangle.y : 0;
-            else if (cursorRectangle.y + cursorRectangle.height > root.contentY + root.height)
-                root.contentY = root.lineBelow(cursorRectangle.y + cursorRectangle.height + TallyTheme.space1 - root.height);
-        }
+        onCursorRectangleChanged: root.showCursor()
 
         font {
             family: Application.font.family

@@ -51,6 +51,8 @@ TFSheet {
             boundsBehavior: Flickable.StopAtBounds
             // What gets the keys is seen.
             onPlaceChanged: reveal(place)
+            // The sheet takes its height after what is in it.
+            onHeightChanged: returnToBounds()
 
             T.ScrollBar.vertical: TFScrollBar {
             }
