@@ -308,12 +308,12 @@ void ListCreationFlow::forget() {
   refusal_.clear();
   filesDone_ = 0;
   setStage(Stage::choosing);
-  emit progressChanged();
 }
 
 void ListCreationFlow::setStage(Stage stage) {
   stage_ = stage;
   emit statusChanged();
+  emit progressChanged();
 }
 
 }  // namespace tallyfold

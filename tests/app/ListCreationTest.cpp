@@ -145,6 +145,12 @@ TEST_F(ListCreation, BarShowsBytes) {
   ASSERT_TRUE(reached([&] { return creation().progressFigure() == "2 of 3 files"; }));
   // Two of eight pieces of the last file.
   EXPECT_TRUE(reached([&] { return std::abs(creation().progress() - 0.25) < 0.01; })) << creation().progress();
+  QString told = "2 of 3 files";
+  QObject::connect(&creation(), &ListCreationFlow::progressChanged, &creation(),
+                   [&] { told = creation().progressFigure(); });
+  goOn();
+  ASSERT_TRUE(reached([&] { return !creation().isWorking(); }));
+  EXPECT_EQ(told, QString());
 }
 
 TEST_F(ListCreation, WhatIsMadeIsKeptUntilItIsClosed) {

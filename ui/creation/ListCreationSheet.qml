@@ -39,7 +39,8 @@ TFSheet {
                 if (!part)
                     return;
                 const top = item.mapToItem(content, 0, 0).y;
-                contentY = Math.max(0, Math.min(Math.max(contentY, top + item.height + TallyTheme.space2 - height), top));
+                const bottom = top + item.height + TallyTheme.space2;
+                contentY = Math.max(0, Math.min(Math.max(contentY, bottom - height), top, contentHeight - height));
             }
 
             // Room for the rings around what stands at its edges, and for the scroll bar beside it.
