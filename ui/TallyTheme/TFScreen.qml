@@ -87,7 +87,7 @@ FocusScope {
         }
 
         width: parent.width
-        height: screen.bar ? screen.bar.y : parent.height
+        height: screen.bar ? screen.bar.y - (screen.leastHeight > screen.bar.y ? TallyTheme.space2 : 0) : parent.height
         contentHeight: page.height
         interactive: contentHeight > height
         clip: interactive

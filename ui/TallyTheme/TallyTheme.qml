@@ -111,7 +111,7 @@ QtObject {
     // A narrower window has its sidebar at the least width.
     readonly property int narrowWidth: 900
     // A lower screen saves height.
-    readonly property int shortHeight: 600
+    readonly property real shortHeight: 600 * textScale
     readonly property int aboutWidth: 420
     readonly property real alertWidth: 420 * textScale
     readonly property real sheetWidth: 560 * textScale
