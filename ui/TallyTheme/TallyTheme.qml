@@ -166,7 +166,7 @@ QtObject {
     // How far below the top of a control a line of digits begins that stands in the middle of it.
     readonly property int digestInset: Math.round((controlHeight - digestSize * 1.35) / 2)
     readonly property int smallDigestInset: Math.round((smallControlHeight - digestSize * 1.35) / 2)
-    readonly property int digestGap: 4
+    readonly property int digestGap: Math.round(4 * textScale)
     // In digits: room for the most usual digests, so that what stands beside them forms a column.
     readonly property int usualDigestLine: 64
     readonly property real disabledOpacity: 0.4

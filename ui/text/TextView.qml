@@ -18,7 +18,8 @@ TFScreen {
     TFGlassCard {
         id: editorCard
 
-        border.color: TallyTheme.controlEdge
+        border.width: editor.editor.activeFocus ? TallyTheme.focusWidth : TallyTheme.lineWidth
+        border.color: editor.editor.activeFocus ? TallyTheme.accent : TallyTheme.controlEdge
 
         anchors {
             left: parent.left
@@ -36,7 +37,7 @@ TFScreen {
 
             objectName: "textEditor"
             anchors.fill: parent
-            anchors.margins: TallyTheme.lineWidth
+            anchors.margins: TallyTheme.focusWidth
             viewModel: root.viewModel
             name: qsTr("Text to hash")
             hint: qsTr("Type or paste text here.")
