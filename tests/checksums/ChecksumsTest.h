@@ -65,6 +65,9 @@ class RootTest : public testing::Test {
   const fs::path root = fs::canonical(folder.path()) / "root";
 };
 
+/// Emulators of a processor may lack it.
+inline bool hasOpenat2() { return SystemCalls().openat2(-1, "", 0, 0) == 0 || errno != ENOSYS; }
+
 /// A system that cannot open a file below a folder by itself, and says so with this error; 0 for one that can.
 inline auto withoutOpenat2(int error) {
   return [error](std::string_view name, std::size_t) { return name == "openat2" ? error : 0; };

@@ -14,8 +14,10 @@ TEST_F(Verification, RootIsLookedAtForEachFileInFewCalls) {
   {
     const WatchedSystemCalls system;
     EXPECT_EQ(verified(verification, groupOf("dir/b")), second);
-    EXPECT_THAT(system.names,
-                ElementsAre("openat2", "fstat", "fstatat", "openat2", "fstat", "read", "fstat", "fstatat"));
+    if (hasOpenat2()) {
+      EXPECT_THAT(system.names,
+                  ElementsAre("openat2", "fstat", "fstatat", "openat2", "fstat", "read", "fstat", "fstatat"));
+    }
   }
   fs::rename(root, folder.path() / "moved");
   fs::create_symlink("moved", root);
@@ -32,7 +34,8 @@ TEST_F(Verification, SizesAreToldWhereNoLinkIsFollowed) {
   const std::vector<std::pair<std::string, std::optional<std::int64_t>>> sizes{
       {"dir/./a", 7}, {"missing", 0}, {"dir/a/b", 0}, {"dir", 0}, {"link", {}}, {"dir\\a", {}}, {"../a", {}},
   };
-  for (const auto& [path, size] : sizes) EXPECT_EQ(shownFileSize(path, identity), size) << path;
+  for (const auto& [path, size] : sizes)
+    EXPECT_EQ(shownFileSize(path, identity), hasOpenat2() ? size : std::nullopt) << path;
 }
 
 TEST_F(Verification, FileIsReadOncePerAlgorithmWhateverItIsCalled) {

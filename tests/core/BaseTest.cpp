@@ -47,8 +47,9 @@ TEST(KeyedHash, IsOfTheProcess) {
     return;
   }
   setenv(isOther, "", 1);
-  const auto self = fs::read_symlink("/proc/self/exe").native();
-  const std::string output = outputOf({self, "--gtest_filter=KeyedHash.IsOfTheProcess"});
+  std::vector<std::string> command{fs::read_symlink("/proc/self/exe"), "--gtest_filter=KeyedHash.IsOfTheProcess"};
+  if (const std::string emulator = EMULATOR; !emulator.empty()) command.insert(command.begin(), emulator);
+  const std::string output = outputOf(command);
   unsetenv(isOther);
   EXPECT_THAT(output, HasSubstr("hash "));
   EXPECT_THAT(output, Not(HasSubstr(hash)));
