@@ -13,7 +13,7 @@ namespace tallyfold {
 
 namespace {
 
-// Of all readers.
+// That read ahead now, for whichever run.
 std::atomic<int> threads = 0;
 
 }  // namespace
@@ -22,7 +22,7 @@ class ReadAhead::Fetching : public std::enable_shared_from_this<Fetching> {
  public:
   Fetching(std::size_t files, Fetch fetch) : fetch_(std::move(fetch)), files_(files) {}
 
-  /// Without the mutex.
+  /// Called without holding the mutex: starting a thread takes its time.
   void addThread() {
     if (threads.fetch_add(1) < mostThreads) {
       try {
