@@ -142,7 +142,7 @@ class Parser {
       : preferredGNUAlgorithm_(preferredGNUAlgorithm), secondReading_(secondReading) {
     if (secondReading == nullptr) return;
     try {
-      digests_.emplace(HashAlgorithmSet{HashAlgorithm::sha256, HashAlgorithm::blake3});
+      digests_ = std::make_unique<HashPipeline>(HashAlgorithmSet{HashAlgorithm::sha256, HashAlgorithm::blake3});
     } catch (const std::runtime_error&) {  // The system's library does not offer them; the list is read all the same.
     }
   }
@@ -196,7 +196,7 @@ class Parser {
   std::int64_t lineCount_ = 0;
   std::size_t retainedSize_ = 0;
   std::string converted_;
-  std::optional<HashPipeline> digests_;
+  std::unique_ptr<HashPipeline> digests_;
 };
 
 /// Cuts bytes that come in pieces into the units of UTF-16.
