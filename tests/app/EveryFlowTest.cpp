@@ -52,14 +52,15 @@ TEST_F(EveryFlow, OfARunTellsHowFarAHugeFileIsBeforeItsFirstReport) {
       {[&] { manifest.verifyManifest(); }, *manifest.runStatus(), [&] { manifest.cancelManifest(); }},
       {[&] { creation.create(); }, *creation.runStatus(), [&] { creation.cancel(); }},
   };
-  for (const auto& [start, status, cancel] : runs) {
+  for (const auto& run : runs) {
+    const RunStatus& status = run.status;
     holdAt("read", 5);
-    start();
+    run.start();
     ASSERT_TRUE(gate_.waitForArrival());
     EXPECT_TRUE(reached([&] { return status.fraction() > 0 && status.reach() == status.fraction(); }));
     EXPECT_LT(status.fraction(), 0.01);
     EXPECT_EQ(model_->files()->overallProgress(), 0);
-    cancel();
+    run.cancel();
     goOn();
     gate_.close();
   }

@@ -24,9 +24,11 @@ namespace tallyfold::test {
 namespace {
 
 struct Fetched {
-  bool isOnDisk;
-  std::mutex mutex{};
-  std::set<std::size_t> files{};
+  explicit Fetched(bool onDisk) : isOnDisk(onDisk) {}
+
+  const bool isOnDisk;
+  std::mutex mutex;
+  std::set<std::size_t> files;
   int running = 0;
   int mostRunning = 0;
 

@@ -48,7 +48,7 @@ TEST(KeyedHash, IsOfTheProcess) {
   }
   setenv(isOther, "", 1);
   std::vector<std::string> command{fs::read_symlink("/proc/self/exe"), "--gtest_filter=KeyedHash.IsOfTheProcess"};
-  if (const std::string emulator = EMULATOR; !emulator.empty()) command.insert(command.begin(), emulator);
+  if (*EMULATOR != '\0') command.emplace(command.begin(), EMULATOR);
   const std::string output = outputOf(command);
   unsetenv(isOther);
   EXPECT_THAT(output, HasSubstr("hash "));
