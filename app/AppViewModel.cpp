@@ -7,7 +7,7 @@
 
 #include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
-#include "checksums/ChecksumLines.h"
+#include "checksums/lines/ChecksumLines.h"
 
 namespace tallyfold {
 

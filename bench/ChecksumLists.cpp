@@ -12,8 +12,8 @@
 #include <variant>
 
 #include "bench/Measure.h"
-#include "checksums/ListReading.h"
-#include "checksums/ManifestVerification.h"
+#include "checksums/lists/ListReading.h"
+#include "checksums/verification/ManifestVerification.h"
 
 namespace {
 

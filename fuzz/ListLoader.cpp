@@ -5,8 +5,8 @@
 #include <array>
 #include <string_view>
 
-#include "checksums/ChecksumReading.h"
-#include "checksums/ListReading.h"
+#include "checksums/lists/ChecksumReading.h"
+#include "checksums/lists/ListReading.h"
 #include "core/files/SystemCalls.h"
 #include "fuzz/Fuzz.h"
 #include "tests/support/PlainListReader.h"

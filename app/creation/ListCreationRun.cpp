@@ -9,7 +9,7 @@
 
 #include "app/shared/NewList.h"
 #include "app/tasks/ReadAhead.h"
-#include "checksums/ManifestVerification.h"
+#include "checksums/verification/ManifestVerification.h"
 #include "core/base/Errors.h"
 #include "core/services/HashService.h"
 

@@ -10,10 +10,10 @@
 
 #include "app/shared/RunMeter.h"
 #include "app/tasks/BackgroundTask.h"
-#include "checksums/FolderFiles.h"
-#include "checksums/ManifestPaths.h"
+#include "checksums/paths/FolderFiles.h"
+#include "checksums/paths/ManifestPaths.h"
 #include "core/services/HashService.h"
-#include "export/ChecksumList.h"
+#include "export/lists/ChecksumList.h"
 
 namespace tallyfold {
 

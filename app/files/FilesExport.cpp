@@ -11,8 +11,8 @@
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
 #include "app/shared/NewList.h"
-#include "checksums/ManifestPaths.h"
-#include "export/ChecksumList.h"
+#include "checksums/paths/ManifestPaths.h"
+#include "export/lists/ChecksumList.h"
 
 namespace tallyfold {
 

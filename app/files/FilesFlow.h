@@ -21,7 +21,7 @@
 #include "app/files/PreparedFiles.h"
 #include "app/shared/Flow.h"
 #include "app/shared/RunStatus.h"
-#include "export/ManifestService.h"
+#include "export/reports/ManifestService.h"
 
 namespace tallyfold {
 

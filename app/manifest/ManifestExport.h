@@ -12,7 +12,7 @@
 
 #include "app/shared/FlowContext.h"
 #include "app/tasks/BackgroundTask.h"
-#include "export/VerificationReport.h"
+#include "export/reports/VerificationReport.h"
 
 namespace tallyfold {
 

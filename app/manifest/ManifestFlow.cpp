@@ -12,9 +12,9 @@
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
 #include "app/tasks/FreeMemory.h"
-#include "checksums/ChecksumReading.h"
-#include "checksums/ManifestPaths.h"
-#include "checksums/ManifestVerification.h"
+#include "checksums/lists/ChecksumReading.h"
+#include "checksums/paths/ManifestPaths.h"
+#include "checksums/verification/ManifestVerification.h"
 #include "core/base/Errors.h"
 
 namespace tallyfold {

@@ -20,7 +20,7 @@
 #include "app/shared/FileCard.h"
 #include "app/shared/Flow.h"
 #include "app/shared/RunStatus.h"
-#include "checksums/ListReading.h"
+#include "checksums/lists/ListReading.h"
 #include "core/digests/HashAlgorithm.h"
 
 namespace tallyfold {

@@ -5,7 +5,7 @@
 #include <string>
 #include <variant>
 
-#include "checksums/ChecksumManifestEntry.h"
+#include "checksums/lines/ChecksumManifestEntry.h"
 #include "core/base/Uuid.h"
 
 namespace tallyfold {

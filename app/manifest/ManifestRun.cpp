@@ -8,9 +8,9 @@
 #include <variant>
 
 #include "app/tasks/ReadAhead.h"
-#include "checksums/FolderFiles.h"
-#include "checksums/ListReading.h"
-#include "checksums/ManifestVerification.h"
+#include "checksums/lists/ListReading.h"
+#include "checksums/paths/FolderFiles.h"
+#include "checksums/verification/ManifestVerification.h"
 #include "core/services/HashService.h"
 
 namespace tallyfold {

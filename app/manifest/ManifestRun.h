@@ -9,7 +9,7 @@
 
 #include "app/manifest/ManifestJob.h"
 #include "app/tasks/BackgroundTask.h"
-#include "checksums/ChecksumManifestEntry.h"
+#include "checksums/lines/ChecksumManifestEntry.h"
 #include "core/files/FileSnapshot.h"
 #include "core/services/HashService.h"
 

@@ -9,8 +9,8 @@
 
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
-#include "checksums/ChecksumReading.h"
-#include "checksums/ListReading.h"
+#include "checksums/lists/ChecksumReading.h"
+#include "checksums/lists/ListReading.h"
 #include "core/files/Paths.h"
 #include "core/services/HashService.h"
 #include "core/text/UnicodeText.h"

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "export/ChecksumList.h"
+#include "export/lists/ChecksumList.h"
 
 namespace tallyfold {
 

@@ -10,8 +10,8 @@
 
 #include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
-#include "checksums/ChecksumLines.h"
-#include "checksums/PastedLines.h"
+#include "checksums/lines/ChecksumLines.h"
+#include "checksums/lists/PastedLines.h"
 #include "core/base/Errors.h"
 #include "core/files/Paths.h"
 #include "core/services/HashService.h"

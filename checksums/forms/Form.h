@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "checksums/ChecksumLines.h"
+#include "checksums/lines/ChecksumLines.h"
 
 namespace tallyfold::ChecksumManifestService {
 

@@ -14,7 +14,7 @@
 #include "app/shared/NameSearch.h"
 #include "app/shared/RunMeter.h"
 #include "app/tasks/ReadAhead.h"
-#include "checksums/FolderFiles.h"
+#include "checksums/paths/FolderFiles.h"
 #include "core/files/Paths.h"
 #include "tests/app/ModelTest.h"
 #include "tests/support/ThreadLimit.h"

@@ -2,13 +2,13 @@
 
 #include <list>
 
-#include "checksums/ChecksumReading.h"
-#include "checksums/FixedCapacityCache.h"
-#include "checksums/ListReading.h"
-#include "checksums/ManifestGroups.h"
-#include "checksums/ManifestPaths.h"
-#include "checksums/ManifestVerification.h"
-#include "checksums/PastedLines.h"
+#include "checksums/lists/ChecksumReading.h"
+#include "checksums/lists/ListReading.h"
+#include "checksums/lists/PastedLines.h"
+#include "checksums/paths/ManifestGroups.h"
+#include "checksums/paths/ManifestPaths.h"
+#include "checksums/verification/FixedCapacityCache.h"
+#include "checksums/verification/ManifestVerification.h"
 #include "tests/core/CoreTest.h"
 
 /// What the tests of this floor need.

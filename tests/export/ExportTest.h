@@ -3,7 +3,7 @@
 #include <sys/xattr.h>
 
 #include "core/files/FolderHandle.h"
-#include "export/ManifestService.h"
+#include "export/reports/ManifestService.h"
 #include "tests/core/CoreTest.h"
 
 /// What the tests of this floor and of those above it need.

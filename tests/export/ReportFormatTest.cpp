@@ -1,7 +1,7 @@
 #include "core/text/UnicodeText.h"
-#include "export/BufferedFileWriter.h"
-#include "export/ManifestRecord.h"
-#include "export/VerificationReport.h"
+#include "export/reports/ManifestRecord.h"
+#include "export/reports/VerificationReport.h"
+#include "export/saving/BufferedFileWriter.h"
 #include "tests/export/ExportTest.h"
 
 namespace tallyfold::test {

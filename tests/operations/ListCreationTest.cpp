@@ -2,8 +2,8 @@
 
 #include <dirent.h>
 
-#include "checksums/FolderFiles.h"
-#include "export/ChecksumList.h"
+#include "checksums/paths/FolderFiles.h"
+#include "export/lists/ChecksumList.h"
 #include "tests/operations/Operations.h"
 #include "tests/support/Process.h"
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "checksums/ChecksumReading.h"
-#include "checksums/FolderFiles.h"
-#include "checksums/ListReading.h"
-#include "checksums/ManifestVerification.h"
-#include "export/VerificationReport.h"
+#include "checksums/lists/ChecksumReading.h"
+#include "checksums/lists/ListReading.h"
+#include "checksums/paths/FolderFiles.h"
+#include "checksums/verification/ManifestVerification.h"
+#include "export/reports/VerificationReport.h"
 #include "tests/export/ExportTest.h"
 
 /// Whole operations of all floors below the model.

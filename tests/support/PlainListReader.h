@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "checksums/ChecksumLines.h"
+#include "checksums/lines/ChecksumLines.h"
 
 /// A reader of checksum lists that has all of a list in memory, and shares nothing with the one that is compared with
 /// it but the parser of lines.

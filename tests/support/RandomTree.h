@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "checksums/ManifestPaths.h"
+#include "checksums/paths/ManifestPaths.h"
 
 namespace tallyfold::test {
 

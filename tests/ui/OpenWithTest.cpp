@@ -3,7 +3,7 @@
 #include <QFileDialog>
 #include <QRegularExpression>
 
-#include "checksums/ChecksumLines.h"
+#include "checksums/lines/ChecksumLines.h"
 #include "tests/support/Process.h"
 #include "tests/ui/WindowFixture.h"
 #include "ui/desktop/ApplicationOnBus.h"
