@@ -46,6 +46,7 @@ TFScreen {
             // Not a binding: the editor may answer at once, with other ends of lines.
             Connections {
                 target: root.viewModel.text
+                Component.onCompleted: onTextInputChanged()
 
                 function onTextInputChanged() {
                     editor.show(root.viewModel.text.textInput);

@@ -119,6 +119,7 @@ TFScreen {
                         // Not a binding: the editor may answer at once, with other ends of lines.
                         Connections {
                             target: root.viewModel.verify
+                            Component.onCompleted: onExpectedHashChanged()
 
                             function onExpectedHashChanged() {
                                 field.show(root.viewModel.verify.expectedHash);

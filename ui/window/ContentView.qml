@@ -7,6 +7,22 @@ import TallyFold
 Window {
     id: root
 
+    // A mode's screen, made when it is first shown: much memory is in those that nobody looks at.
+    component ModeScreen: QtObject {
+        required property int mode
+        default property Component view
+        property Item made
+        readonly property bool isShown: root.viewModel.mode === mode
+
+        function make() {
+            if (isShown && !made)
+                made = view.createObject(detail) as Item;
+        }
+
+        onIsShownChanged: make()
+        Component.onCompleted: make()
+    }
+
     required property AppViewModel viewModel
     // Who had the keys last, and whether the focus ring was around it.
     property T.Control lastHolder
@@ -108,24 +124,44 @@ Window {
             T.SplitView.minimumWidth: TallyTheme.leastScreenWidth
             T.SplitView.fillWidth: true
 
-            FilesView {
-                viewModel: root.viewModel
+            ModeScreen {
+                mode: AppMode.Files
+
+                FilesView {
+                    viewModel: root.viewModel
+                }
             }
 
-            TextView {
-                viewModel: root.viewModel
+            ModeScreen {
+                mode: AppMode.Text
+
+                TextView {
+                    viewModel: root.viewModel
+                }
             }
 
-            VerifyView {
-                viewModel: root.viewModel
+            ModeScreen {
+                mode: AppMode.Verify
+
+                VerifyView {
+                    viewModel: root.viewModel
+                }
             }
 
-            CompareView {
-                viewModel: root.viewModel
+            ModeScreen {
+                mode: AppMode.Compare
+
+                CompareView {
+                    viewModel: root.viewModel
+                }
             }
 
-            ManifestView {
-                viewModel: root.viewModel
+            ModeScreen {
+                mode: AppMode.Manifest
+
+                ManifestView {
+                    viewModel: root.viewModel
+                }
             }
         }
     }
