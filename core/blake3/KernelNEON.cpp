@@ -1,5 +1,6 @@
 #include <arm_neon.h>
 
+#include "core/blake3/FourMessages.h"
 #include "core/blake3/VectorKernel.h"
 
 namespace tallyfold::blake3 {
@@ -38,22 +39,14 @@ struct NEON {
     result[3] = vreinterpretq_u32_u64(vtrn2q_u64(ab13, cd13));
   }
 
+  static Vector read(const std::uint8_t* bytes) { return vreinterpretq_u32_u8(vld1q_u8(bytes)); }
+  static void write(Vector words, std::uint32_t* output) { vst1q_u32(output, words); }
+
   template <std::size_t step>
   static void load(const std::uint8_t* const* blocks, Vector* words) {
-    if constexpr (step < 4) {
-      const auto row = [&](std::size_t i) { return vreinterpretq_u32_u8(vld1q_u8(blocks[i] + 16 * step)); };
-      transpose(row(0), row(1), row(2), row(3), words + 4 * step);
-    }
+    FourMessages<NEON>::load<step>(blocks, words);
   }
-
-  static void store(const Vector* words, std::uint32_t* const* outputs) {
-    for (std::size_t half = 0; half < 2; ++half) {
-      Vector rows[width];
-      const Vector* const w = words + 4 * half;
-      transpose(w[0], w[1], w[2], w[3], rows);
-      for (std::size_t i = 0; i < width; ++i) vst1q_u32(outputs[i] + 4 * half, rows[i]);
-    }
-  }
+  static void store(const Vector* words, std::uint32_t* const* outputs) { FourMessages<NEON>::store(words, outputs); }
 };
 
 struct Widths : Lanes<NEON, 1> {

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <immintrin.h>
 
+#include "core/blake3/FourMessages.h"
+
 // For the sources of the kernels alone, and of internal linkage as all that they include.
 
 namespace tallyfold::blake3 {
@@ -29,25 +31,15 @@ struct Registers128 {
     result[3] = _mm_unpackhi_epi64(ab13, cd13);
   }
 
+  static Vector read(const std::uint8_t* bytes) { return _mm_loadu_si128(reinterpret_cast<const Vector*>(bytes)); }
+  static void write(Vector words, std::uint32_t* output) { _mm_storeu_si128(reinterpret_cast<Vector*>(output), words); }
+
   template <std::size_t step>
   static void load(const std::uint8_t* const* blocks, Vector* words) {
-    if constexpr (step < 4) {
-      const auto row = [&](std::size_t i) {
-        return _mm_loadu_si128(reinterpret_cast<const Vector*>(blocks[i] + 16 * step));
-      };
-      transpose(row(0), row(1), row(2), row(3), words + 4 * step);
-    }
+    FourMessages<Registers128>::load<step>(blocks, words);
   }
-
   static void store(const Vector* words, std::uint32_t* const* outputs) {
-    for (std::size_t half = 0; half < 2; ++half) {
-      Vector rows[width];
-      const Vector* const w = words + 4 * half;
-      transpose(w[0], w[1], w[2], w[3], rows);
-      for (std::size_t i = 0; i < width; ++i) {
-        _mm_storeu_si128(reinterpret_cast<Vector*>(outputs[i] + 4 * half), rows[i]);
-      }
-    }
+    FourMessages<Registers128>::store(words, outputs);
   }
 };
 
