@@ -8,6 +8,7 @@
 #include "core/blake3/Kernels.h"
 #include "core/digests/crc32/Kernels.h"
 #include "core/digests/sha224/Kernels.h"
+#include "core/services/differences/Kernels.h"
 #include "tests/core/CoreTest.h"
 
 namespace tallyfold::test {
@@ -50,15 +51,16 @@ std::string nameOf(const testing::TestParamInfo<Candidate>& info) {
   return name;
 }
 
-/// Bytes of no pattern in memory that ends where the next page may not be read.
+/// Bytes of no pattern, in the bits of a mask, in memory that ends where the next page may not be read.
 class GuardedBytes {
  public:
-  explicit GuardedBytes(std::size_t size) : mapped_((size + 2 * page - 1) / page * page) {
+  explicit GuardedBytes(std::size_t size, unsigned seed = seedOfThisRun(), unsigned mask = 255)
+      : mapped_((size + 2 * page - 1) / page * page) {
     void* const memory = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) throw std::system_error(errno, std::system_category());
     memory_ = static_cast<std::byte*>(memory);
-    std::mt19937 engine(seedOfThisRun());
-    std::ranges::generate(std::span(memory_, mapped_ - page), [&] { return static_cast<std::byte>(engine()); });
+    std::mt19937 engine(seed);
+    std::ranges::generate(std::span(memory_, mapped_ - page), [&] { return static_cast<std::byte>(engine() & mask); });
     mprotect(memory_ + mapped_ - page, page, PROT_NONE);
   }
   ~GuardedBytes() { munmap(memory_, mapped_); }
@@ -183,6 +185,25 @@ TEST(BLAKE3Kernels, ChunkCounterPassesThirtyTwoBitsWithinOneGroup) {
         kernel->chunks(bytes, count, first, found.data(), &*(found.end() - blake3::kChainingWords));
         EXPECT_EQ(found, expected) << kernel->name << ": " << count << " from chunk " << first;
       }
+    }
+  }
+}
+
+TEST(DifferenceKernels, EveryLengthByteByByteAndNoByteBehind) {
+  constexpr std::size_t most = 10'000;  // More than two groups of vectors.
+  const GuardedBytes first(most, seedOfThisRun(), 1);
+  const GuardedBytes second(most, seedOfThisRun() + 1, 1);
+  const auto a = first.last(most);
+  const auto b = second.last(most);
+  for (const differences::Kernel* const kernel : differences::kernels.supported()) {
+    std::pair<std::int64_t, std::int64_t> expected;
+    for (std::size_t at = most - 1; at > 0; --at) {
+      if (a[at] != b[at]) {
+        ++expected.first;
+        if (a[at - 1] == b[at - 1]) ++expected.second;
+      }
+      const auto [bytes, runs] = kernel->count(&a[at], &b[at], most - at);
+      ASSERT_EQ(std::pair(bytes, runs), expected) << kernel->name << ": " << most - at;
     }
   }
 }
