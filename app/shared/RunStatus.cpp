@@ -48,8 +48,10 @@ void RunStatus::look() {
   meter_.advance(place_.filesDone, bytesRead, ofRunning, std::chrono::steady_clock::now());
   const std::int64_t size = meter_.sizeOf(place_.filesDone).value_or(0);
   // The worker may be at the next file already.
-  fraction_ = size == 0 ? place_.fraction : std::min(static_cast<double>(ofRunning) / static_cast<double>(size), 1.0);
-  const double reach = (static_cast<double>(place_.filesDone) + fraction_) / static_cast<double>(files_);
+  const double fraction =
+      size == 0 ? place_.fraction : std::min(static_cast<double>(ofRunning) / static_cast<double>(size), 1.0);
+  const double reach = (static_cast<double>(place_.filesDone) + fraction) / static_cast<double>(files_);
+  if (std::exchange(fraction_, fraction) != fraction) emit fractionChanged();
   if (std::exchange(reach_, reach) != reach) emit reachChanged();
 }
 
@@ -65,6 +67,7 @@ void RunStatus::end() {
   fraction_ = 0;
   emit told();
   emit reachChanged();
+  emit fractionChanged();
 }
 
 void RunStatus::tell() {
@@ -86,6 +89,8 @@ void RunStatus::tell() {
   const QString left = seconds ? timeLeft(*seconds) : QString();
   figures_ = together({done, pace, left});
   shorterFigures_ = {together({done, left}), together({doneInShort, left}), left.isEmpty() ? doneInShort : left};
+  shorterFigures_.removeAll(figures_);
+  shorterFigures_.removeDuplicates();
   emit told();
 }
 

@@ -23,12 +23,12 @@ class RunStatus : public QObject {
   Q_PROPERTY(QString file READ file NOTIFY told)
   /// "43% of 8.6 GB · 1.9 GB/s · 3 s left", as far as it is known.
   Q_PROPERTY(QString figures READ figures NOTIFY told)
-  /// The same for less room, each shorter than the one before: the time left stays.
+  /// `figures` for less room, each shorter than the one before: the time left stays. May be empty.
   Q_PROPERTY(QStringList shorterFigures READ shorterFigures NOTIFY told)
   /// Of the run's files those that are finished, with the finished part of the one under way: a fraction, 0 to 1.
   Q_PROPERTY(double reach READ reach NOTIFY reachChanged)
   /// How much of the file under way was read: 0 to 1, and 0 where its digests come in one piece.
-  Q_PROPERTY(double fraction READ fraction NOTIFY reachChanged)
+  Q_PROPERTY(double fraction READ fraction NOTIFY fractionChanged)
 
  public:
   /// How far a run has come.
@@ -57,6 +57,7 @@ class RunStatus : public QObject {
  signals:
   void told();
   void reachChanged();
+  void fractionChanged();
 
  private:
   void look();

@@ -13,6 +13,7 @@
 #include "app/shared/Formats.h"
 #include "app/shared/NameSearch.h"
 #include "app/shared/RunMeter.h"
+#include "app/shared/RunStatus.h"
 #include "app/tasks/ReadAhead.h"
 #include "checksums/paths/FolderFiles.h"
 #include "core/files/Paths.h"
@@ -207,6 +208,17 @@ TEST(RunMeterTest, TellsWhatIsKnownAndGuessesNothing) {
                          (left ? QString::number(*left, 'f', 1) : "-");
     EXPECT_EQ(told.toStdString(), expected) << "after " << time << " s";
   }
+}
+
+TEST(RunStatusTest, TellsThatTheNextFileBeginsAndNoFigureTwice) {
+  RunStatus status;
+  status.start(2, std::make_shared<const ReadCounter>());
+  status.advance({.fraction = 1});
+  const QSignalSpy fractions(&status, &RunStatus::fractionChanged);
+  status.advance({.filesDone = 1});
+  EXPECT_EQ(status.fraction(), 0);
+  EXPECT_EQ(fractions.count(), 1) << "though as much of the run is over as before";
+  EXPECT_EQ(status.shorterFigures().size(), 1) << "beside " << status.figures().toStdString();
 }
 
 TEST(NameSearchTest, FindsATextInWhateverWayItIsWritten) {

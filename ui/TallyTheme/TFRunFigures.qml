@@ -10,8 +10,8 @@ TFStaticText {
     property string figure
 
     function wordsFor(room: real): string {
-        const shorter = status.shorterFigures;
-        return [status.figures, ...shorter].find(words => metrics.advanceWidth(words) <= room) ?? shorter[shorter.length - 1];
+        const figures = [status.figures, ...status.shorterFigures];
+        return figures.find(words => metrics.advanceWidth(words) <= room) ?? figures[figures.length - 1];
     }
 
     text: status.file !== "" ? wordsFor(width) : figure
