@@ -68,14 +68,6 @@ void TextFlow::startTextHash() {
 
 QString TextFlow::textSize() const { return tr("%1 (UTF-8)").arg(exactByteCount(utf8ByteCount_)); }
 
-QVariantMap TextFlow::textHashesByName() const {
-  QVariantMap map;
-  for (const HashAlgorithm algorithm : hashes_.algorithms()) {
-    map.insert(displayName(algorithm), utf8Text(*hashes_.find(algorithm)));
-  }
-  return map;
-}
-
 QString TextFlow::classification(const QString& algorithm) {
   const auto known = algorithmNamed(algorithm);
   return known ? utf8Text(known->classification()) : QString();

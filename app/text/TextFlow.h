@@ -2,10 +2,10 @@
 
 #include <QString>
 #include <QTimer>
-#include <QVariantMap>
 #include <QtGlobal>
 
 #include "app/shared/Flow.h"
+#include "app/text/TextDigests.h"
 #include "core/digests/DigestMap.h"
 
 namespace tallyfold {
@@ -15,7 +15,7 @@ class TextFlow : public tallyfold::Flow {
   Q_OBJECT
   Q_PROPERTY(QString textInput READ textInput WRITE setTextInput NOTIFY textInputChanged)
   Q_PROPERTY(QString textSize READ textSize NOTIFY textInputChanged)
-  Q_PROPERTY(QVariantMap textHashes READ textHashesByName NOTIFY textHashesChanged)
+  Q_PROPERTY(tallyfold::TextDigests textHashes READ textDigests NOTIFY textHashesChanged)
   Q_PROPERTY(QString textError READ textError NOTIFY textHashesChanged)
 
  public:
@@ -33,7 +33,7 @@ class TextFlow : public tallyfold::Flow {
   [[nodiscard]] QString textSize() const;
   /// Empty until they are calculated.
   [[nodiscard]] const DigestMap& textHashes() const { return hashes_; }
-  [[nodiscard]] QVariantMap textHashesByName() const;
+  [[nodiscard]] TextDigests textDigests() const { return TextDigests(hashes_); }
   /// Why there are none; empty when nothing failed.
   [[nodiscard]] QString textError() const { return error_; }
   Q_INVOKABLE [[nodiscard]] static QString classification(const QString& algorithm);

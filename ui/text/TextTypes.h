@@ -14,4 +14,10 @@ struct TextFlowType {
   QML_UNCREATABLE("The model owns its flows.")
 };
 
+struct TextDigestsType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::TextDigests)
+  QML_VALUE_TYPE(textDigests)
+};
+
 }  // namespace tallyfold

@@ -153,7 +153,7 @@ TFScreen {
                         id: row
 
                         required property string modelData
-                        readonly property string digest: root.viewModel.text.textHashes[modelData] ?? ""
+                        readonly property string digest: root.viewModel.text.textHashes.digest(modelData)
                         property string lastDigest
 
                         onDigestChanged: {
