@@ -59,7 +59,6 @@ class AppMode : public QObject {
   struct Row {
     Case mode;
     const char* label;
-    const char* icon;
     Flow& (*flow)(ModeFlows& flows);
   };
 
@@ -69,11 +68,11 @@ class AppMode : public QObject {
   }
 
   static constexpr auto catalogue = std::to_array<Row>({
-      {Files, "Files", "doc.on.doc", flowOf<&ModeFlows::files>},
-      {Text, "Text", "textformat", flowOf<&ModeFlows::text>},
-      {Verify, "Verify", "checkmark.shield", flowOf<&ModeFlows::verify>},
-      {Manifest, "Manifest", "checklist", flowOf<&ModeFlows::manifest>},
-      {Compare, "Compare", "arrow.left.arrow.right", flowOf<&ModeFlows::compare>},
+      {Files, "Files", flowOf<&ModeFlows::files>},
+      {Text, "Text", flowOf<&ModeFlows::text>},
+      {Verify, "Verify", flowOf<&ModeFlows::verify>},
+      {Manifest, "Manifest", flowOf<&ModeFlows::manifest>},
+      {Compare, "Compare", flowOf<&ModeFlows::compare>},
   });
 
  public:
@@ -87,9 +86,6 @@ class AppMode : public QObject {
 
   /// The label in the sidebar, "Files".
   static QString rawValue(Case mode) { return QString::fromLatin1(catalogue.at(mode).label); }
-
-  /// The name of the icon in the sidebar, "doc.on.doc".
-  static QString iconName(Case mode) { return QString::fromLatin1(catalogue.at(mode).icon); }
 
   static Flow& flow(Case mode, ModeFlows& flows) { return catalogue.at(mode).flow(flows); }
 };

@@ -14,7 +14,7 @@ namespace tallyfold {
 QList<ModeRow> AppViewModel::modes() {
   QList<ModeRow> rows;
   for (const AppMode::Case mode : AppMode::allCases()) {
-    rows.append({.mode = mode, .label = AppMode::rawValue(mode), .icon = AppMode::iconName(mode), .flow = &flow(mode)});
+    rows.append({.mode = mode, .label = AppMode::rawValue(mode), .flow = &flow(mode)});
   }
   return rows;
 }

@@ -17,13 +17,11 @@ struct ModeRow {
   Q_GADGET
   Q_PROPERTY(tallyfold::AppMode::Case mode MEMBER mode CONSTANT)
   Q_PROPERTY(QString label MEMBER label CONSTANT)
-  Q_PROPERTY(QString icon MEMBER icon CONSTANT)
   Q_PROPERTY(tallyfold::Flow* flow MEMBER flow CONSTANT)
 
  public:
   AppMode::Case mode = AppMode::Files;
   QString label;
-  QString icon;
   Flow* flow = nullptr;  ///< The model's.
 };
 

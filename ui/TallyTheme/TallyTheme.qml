@@ -2,7 +2,7 @@ pragma Singleton
 import QtQuick
 import TallyFold
 
-// Every colour, distance, radius and size of the interface, and the icons of results.
+// Every colour, distance, radius and size of the interface, and the icons of modes and results.
 QtObject {
     readonly property color backgroundTop: "#171C2B"
     readonly property color backgroundBottom: "#0B0E16"
@@ -202,6 +202,22 @@ QtObject {
 
     function edge(color: color): color {
         return Qt.rgba(color.r, color.g, color.b, 0.3);
+    }
+
+    function iconOfMode(mode: int): string {
+        switch (mode) {
+        case AppMode.Files:
+            return "doc.on.doc";
+        case AppMode.Text:
+            return "textformat";
+        case AppMode.Verify:
+            return "checkmark.shield";
+        case AppMode.Manifest:
+            return "checklist";
+        case AppMode.Compare:
+            return "arrow.left.arrow.right";
+        }
+        return "";
     }
 
     // The icon of everything that can come of work, by its case.

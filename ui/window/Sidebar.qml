@@ -115,7 +115,7 @@ Item {
                     anchors.verticalCenter: parent.verticalCenter
                     x: root.margin
                     visible: !(root.isTight && row.hasState)
-                    name: row.modelData.icon
+                    name: TallyTheme.iconOfMode(row.modelData.mode)
                     color: row.isSelected ? TallyTheme.accent : TallyTheme.secondary
                 }
 
