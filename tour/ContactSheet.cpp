@@ -27,7 +27,7 @@ namespace {
 
 constexpr QSize sizes[] = {{886, 520}, {1000, 680}, {1280, 720}, {1920, 1080}};
 
-// Those of runs that last.
+// Names of files whose runs last.
 const std::string kEndless = "Backup of the machine below the stairs, as it was before the move to the new house.img";
 const std::string kAnother = "another.img";
 const std::string kLink = "a link.pdf";

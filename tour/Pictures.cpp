@@ -47,7 +47,7 @@ class Pictures {
     return folder_ / name;
   }
 
-  // The same but for one byte.
+  // Differs from `original` in one byte.
   fs::path damagedCopy(const fs::path& original, const std::string& name, std::streamoff place) const {
     fs::copy_file(original, folder_ / name);
     std::fstream(folder_ / name, std::ios::binary | std::ios::in | std::ios::out).seekp(place).put('!');

@@ -60,7 +60,8 @@ class DifferenceSearch : public QObject {
   /// Cancels, and forgets all.
   void reset();
 
-  /// The same in lines of 16, 8 and 4 bytes, so that one fits; one without text while no difference is known.
+  /// The bytes around a difference in lines of 16, 8 and 4 bytes, so that one fits; one without text while no
+  /// difference is known.
   [[nodiscard]] QList<ByteRows> rows() const;
   /// Which bytes these are.
   [[nodiscard]] QString caption() const;

@@ -16,7 +16,7 @@ FileCard ManifestFlow::manifestRoot() const { return fileCard(rootURL_); }
 std::optional<std::filesystem::path> ManifestFlow::proposedManifestRoot() const {
   if (!url_) return std::nullopt;
   if (likelyRoot_) return likelyRoot_;
-  // That of names on this system: those of others have drives.
+  // Only names that start with a slash are of this system: those of others have drives.
   const bool isFromNames = reading_.commonFolder.starts_with('/');
   std::filesystem::path proposal = isFromNames ? std::filesystem::path(reading_.commonFolder) : *url_;
   if (proposal.has_relative_path()) proposal = proposal.parent_path();

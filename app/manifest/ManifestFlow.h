@@ -98,7 +98,7 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] QStringList manifestAlgorithms() const;
   /// There are lines that wait for such a choice.
   [[nodiscard]] bool isAmbiguousManifest() const { return reading_.ambiguousLineCount > 0; }
-  /// That of them which was chosen, or is only proposed; empty when there is none.
+  /// The one of `manifestAlgorithms` that was chosen, or is only proposed; empty when there is none.
   [[nodiscard]] QString manifestAlgorithm() const;
   [[nodiscard]] QString proposedManifestAlgorithm() const;
   /// Every name in double quotes is missing: they may not be part of the names.
@@ -192,7 +192,7 @@ class ManifestFlow : public tallyfold::Flow {
   ShownFileSize size_{context().mailbox(), [this] { emit manifestURLsChanged(); }};
   std::optional<std::filesystem::path> rootURL_;
   std::optional<std::filesystem::path> likelyRoot_;  // Below which the first of the missing files is.
-  std::shared_ptr<const ManifestEntries> entries_;   // Those of the jobs, in the same order.
+  std::shared_ptr<const ManifestEntries> entries_;   // What the jobs are about, in their order.
   ManifestJobListModel jobs_;
   QStringList warnings_;
   ChecksumManifestService::ListReading reading_;  // All but its result, which is below and in the jobs.

@@ -23,7 +23,7 @@ class ManifestJobListModel : public tallyfold::FilteredListModel {
  public:
   enum Role {
     LineNumberRole = Qt::UserRole,  ///< In the list, from 1.
-    NumberRole,                     ///< The same as it is shown.
+    NumberRole,                     ///< The line number as it is shown.
     PathRole,                       ///< As the list gives it, safe to show on one line.
     AlgorithmRole,                  ///< Display name.
     StateRole,                      ///< State below.
@@ -63,7 +63,7 @@ class ManifestJobListModel : public tallyfold::FilteredListModel {
   /// `job` is an index of `jobs()`, not of the rows shown.
   void setState(std::size_t job, ManifestJob::State state);
   void requeueAll();
-  /// The same, and gives the states that the jobs were in, in their order.
+  /// Requeues all jobs, and gives the states that they were in, in their order.
   std::vector<ManifestJob::State> takeStates();
 
  private:

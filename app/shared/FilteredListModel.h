@@ -38,7 +38,7 @@ class FilteredListModel : public QAbstractListModel {
   Q_OBJECT
   /// Rows that are shown.
   Q_PROPERTY(int count READ count NOTIFY countChanged)
-  /// The same as the user's locale writes it.
+  /// `count` as the user's locale writes it.
   Q_PROPERTY(QString countFigure READ countFigure NOTIFY countChanged)
   /// Jobs, shown or not.
   Q_PROPERTY(int total READ total NOTIFY countsChanged)
@@ -51,7 +51,7 @@ class FilteredListModel : public QAbstractListModel {
   Q_PROPERTY(int runningRow READ runningRow NOTIFY runningRowChanged)
   /// Rows that are selected together; 0 when none is, and a view's current row stands alone.
   Q_PROPERTY(int markedCount READ markedCount NOTIFY marksChanged)
-  /// The same as the user's locale writes it.
+  /// `markedCount` as the user's locale writes it.
   Q_PROPERTY(QString markedFigure READ markedFigure NOTIFY marksChanged)
 
  public:

@@ -86,7 +86,7 @@ std::vector<FileChecksum> linesFor(std::string_view fileName, const std::filesys
   return {checksumOf(firsts.front(), isAmbiguous)};
 }
 
-// Those of the strongest algorithm first: the first that has a line for the file is offered.
+// Lists of the strongest algorithm first: the first that has a line for the file is offered.
 std::vector<std::filesystem::path> usualListsOf(const std::filesystem::path& file) {
   std::vector<std::filesystem::path> lists;
   const auto add = [&](const std::string& name) { lists.push_back(file.parent_path() / name); };

@@ -26,7 +26,7 @@ struct FileBelow {
   /// with pathChangedDuringVerification where another file was opened than the one that was looked at, or with
   /// std::system_error. `path` is as `FileHandle::openBelow` takes it.
   static FileBelow open(const FileHandle& folder, std::string path);
-  /// The same, where the path was looked at already, and led to `expected`.
+  /// Opens a path that was looked at already, and led to `expected`; fails as where it was not.
   static FileBelow open(const FileHandle& folder, std::string path, const FileSnapshot& expected);
 
   /// Its digests, once, where `folder` is that of `open`. Fails as `HashService::hashOpenFile`, or with

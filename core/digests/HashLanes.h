@@ -44,7 +44,7 @@ class HashLanes {
 
   struct alignas(lineSize) Lane {
     std::atomic<std::uint64_t> absorbed = 0;  ///< Bytes of the stream; `failed` at the end of a lane that failed.
-    std::optional<DigestMap> digests;         ///< Like the failure, for the owner once the thread has been joined.
+    std::optional<DigestMap> digests;         ///< For the owner, as the failure is, once the thread has been joined.
     std::exception_ptr failure;
     std::thread thread;
   };

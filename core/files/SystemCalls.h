@@ -43,7 +43,7 @@ class SystemCalls {
 
   /// stat(2) of what is only shown, or sorted by what it is: from any number of threads at once.
   virtual int look(const char* path, struct stat* status);
-  /// The same, without following any link: ELOOP where there is one, ENOSYS where the system cannot tell.
+  /// `look` without following any link: ELOOP where there is one, ENOSYS where the system cannot tell.
   virtual int lookWithoutLinks(const char* path, struct stat* status);
   /// Has the disk begin to bring the first `count` bytes of a regular file, which is opened for that as openat2 does,
   /// and closed. 1 when there was something to bring; 0 where all is in memory, and on file systems that are not on

@@ -93,13 +93,13 @@ namespace HashService {
 FileComparisonResult compareFiles(const std::filesystem::path& a, const std::filesystem::path& b,
                                   const std::stop_token& cancellation, const ProgressCallback& progress);
 
-/// The same, and what is needed to go on from there.
+/// What `compareFiles` finds, and what is needed to go on from there. Fails as it does.
 FileComparisonWithVersions compareFilesKeepingVersions(const std::filesystem::path& a, const std::filesystem::path& b,
                                                        const std::stop_token& cancellation,
                                                        const ProgressCallback& progress);
 
 // What goes on where a comparison has ended fails as it does, and with `fileChangedDuringRead` when a file is not the
-// version any more that was compared, or when one that has no size has content. `progress` is as above.
+// version any more that was compared, or when one that has no size has content. `progress` is that of `compareFiles`.
 
 /// Where the bytes differ first that files of different sizes have both; none when one is the beginning of the other.
 std::optional<FileComparison::FirstDifference> compareCommonPart(const std::filesystem::path& a,

@@ -45,7 +45,7 @@ struct DropOutcome {
 /// On the interface thread.
 void resolveBigSurFileURLs(const QVariantList& items, DropOutcome outcome, Droppable kind);
 
-/// As above, of locations that another program hands over. On the interface thread, which does not read them.
+/// Resolves a drop of locations that another program hands over. On the interface thread, which does not read them.
 void resolveFileURLs(const QStringList& locations, DropOutcome outcome, Droppable kind);
 
 /// Resolves a drop of the locations in a text/uri-list. On the interface thread, which does not read the lines.
