@@ -1,4 +1,5 @@
-// How fast UTF-16 becomes UTF-8 in texts of several languages, next to one call of ICU for the same slice.
+// How fast UTF-16 becomes UTF-8 in texts of several languages, next to one call of ICU for the same slice; and how long
+// a pasted text takes with every algorithm, next to the digests of the same bytes alone.
 //
 //     text_ratios [ROUNDS]        (101 when not given)
 
@@ -8,6 +9,7 @@
 #include <unicode/ustring.h>
 
 #include "bench/Measure.h"
+#include "core/services/TextHashing.h"
 #include "core/text/UnicodeText.h"
 
 namespace {
@@ -25,6 +27,21 @@ constexpr auto languages = std::to_array<Language>({
     {"Russian", u"Проверка контрольных сумм подтверждает, что файл не изменился и может быть принят. "},
     {"Chinese", u"校验和的比较证实该文件没有更改并且可以归档。"},
 });
+
+void measurePaste(const Language& language) {
+  constexpr std::size_t bytes = 64 << 20;
+  std::u16string text;
+  std::string utf8;
+  std::string storage;
+  const std::string sentence(utf8Of(language.sentence, storage));
+  while (utf8.size() < bytes) text += language.sentence, utf8 += sentence;
+  const std::vector<double> seconds = bench::medians(
+      {{"text", [&] { HashService::hashTextCancellableWithByteCount(text, HashAlgorithmSet::all(), {}); }},
+       {"bytes", [&] { HashService::hashTextCancellableWithByteCount(utf8, HashAlgorithmSet::all(), {}); }}},
+      5);
+  bench::printTarget("64 MiB of text, all eight, " + std::string(language.name) + ": time / of its bytes alone",
+                     seconds[0] / seconds[1], "at most", 1.1);
+}
 
 }  // namespace
 
@@ -52,4 +69,5 @@ int main(int argc, char** argv) {
     bench::printTarget("UTF-16 to UTF-8, " + std::string(name) + ": speed / ICU", seconds[1] / seconds[0], "at least",
                        0.97);
   }
+  for (const Language& language : languages) measurePaste(language);
 }
