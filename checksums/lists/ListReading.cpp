@@ -58,6 +58,17 @@ std::string written(std::string_view text) {
   return result;
 }
 
+/// Whether `isWanted` is true of what is written from the start of a word on, for any word of `text`.
+template <typename Predicate>
+bool findWord(std::string_view text, Predicate isWanted) {
+  const std::string upper = upperCased(text);
+  for (std::size_t i = 0; i < upper.size(); ++i) {
+    if (!isLetterOrDigit(upper[i]) || (i > 0 && isLetterOrDigit(upper[i - 1]))) continue;
+    if (isWanted(written(std::string_view(upper).substr(i)))) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 bool isReadBack(std::string_view line, std::string_view path, HashAlgorithm algorithm) {
@@ -79,15 +90,20 @@ bool isReadBack(std::string_view line, std::string_view path, HashAlgorithm algo
 bool isQuotedName(std::string_view name) { return name.size() > 2 && name.front() == '"' && name.back() == '"'; }
 
 std::string_view otherAlgorithmIn(std::string_view text) {
-  const std::string upper = upperCased(text);
-  for (std::size_t i = 0; i < upper.size(); ++i) {
-    if (!isLetterOrDigit(upper[i]) || (i > 0 && isLetterOrDigit(upper[i - 1]))) continue;
-    const std::string word = written(std::string_view(upper).substr(i));
+  std::string_view name;
+  findWord(text, [&](std::string_view word) {
     const auto found = std::ranges::find_if(
         kOtherAlgorithms, [&](const OtherAlgorithm& other) { return word.starts_with(other.written); });
-    if (found != kOtherAlgorithms.end()) return found->name;
-  }
-  return {};
+    if (found != kOtherAlgorithms.end()) name = found->name;
+    return !name.empty();
+  });
+  return name;
+}
+
+bool isNamedIn(const std::filesystem::path& list, HashAlgorithm algorithm) {
+  const std::string name = written(upperCased(algorithm.rawValue()));
+  return algorithmHint(list) == algorithm ||
+         findWord(list.filename().native(), [&](std::string_view word) { return word.starts_with(name); });
 }
 
 bool hasDigestsOfLength(std::string_view otherAlgorithm, std::size_t digits) {

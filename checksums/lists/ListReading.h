@@ -39,7 +39,8 @@ struct ListReading {
   /// the lengths that all entries have: "BLAKE2b"; empty when there is none.
   std::string_view otherAlgorithm{};
   bool isOtherAlgorithmInName = false;  ///< It is the name of the list that speaks of it.
-  bool isSigned = false;                ///< The list is wrapped in a signature, of which nothing was checked.
+  bool isAlgorithmInName = false;  ///< The name of the list speaks of the algorithm of every entry, and of no other.
+  bool isSigned = false;           ///< The list is wrapped in a signature, of which nothing was checked.
   /// The folder that names were made relative to which started at the root of a file system: all of those in lines that
   /// only the other forms read. Empty when there were none, or nothing that they share.
   std::string commonFolder;
@@ -65,6 +66,9 @@ bool isQuotedName(std::string_view name);
 /// The algorithm that a text speaks of and that is not in the catalogue: "B2SUMS" speaks of "BLAKE2b"; empty when there
 /// is none.
 std::string_view otherAlgorithmIn(std::string_view text);
+
+/// Whether the name of a list speaks of this algorithm: "SHA256SUMS", "x.md5", "checksums_sha-256.txt".
+bool isNamedIn(const std::filesystem::path& list, HashAlgorithm algorithm);
 
 /// Whether digests of such an algorithm, by its name as above, can have so many digits.
 bool hasDigestsOfLength(std::string_view otherAlgorithm, std::size_t digits);

@@ -45,7 +45,7 @@ bool climbs(std::string_view name, std::string_view separators) {
 
 }  // namespace
 
-SecondReading::SecondReading(const std::filesystem::path& list, ReadingChoice choice) : choice_(choice) {
+SecondReading::SecondReading(const std::filesystem::path& list, ReadingChoice choice) : list_(list), choice_(choice) {
   for (const auto make : kForms) candidates_.push_back({make(list)});
   reading_.otherAlgorithm = otherAlgorithmIn(list.filename().native());
   reading_.isOtherAlgorithmInName = !reading_.otherAlgorithm.empty();
@@ -158,6 +158,10 @@ ListReading SecondReading::finish(ParseResult result) {
   });
   if (!isFitting) reading_.otherAlgorithm = {};
   reading_.isOtherAlgorithmInName &= isFitting;
+  HashAlgorithmSet algorithms;
+  for (const ChecksumManifestEntry& entry : result.entries) algorithms.insert(entry.algorithm);
+  reading_.isAlgorithmInName = !reading_.isOtherAlgorithmInName && !algorithms.empty();
+  for (const HashAlgorithm algorithm : algorithms) reading_.isAlgorithmInName &= isNamedIn(list_, algorithm);
   reading_.result = std::move(result);
   return std::move(reading_);
 }

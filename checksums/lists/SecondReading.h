@@ -55,6 +55,7 @@ class SecondReading : private FormEntries {
   void noteBareDigest() override { ++reading_.bareDigestCount; }
   void noteSignature() override { reading_.isSigned = true; }
 
+  std::filesystem::path list_;
   ReadingChoice choice_;
   std::vector<Candidate> candidates_;      // In the order of the table.
   ParseResult* result_ = nullptr;          // What the lines so far came to.

@@ -155,6 +155,11 @@ TEST(OtherAlgorithm, IsNamedWhereAListSpeaksOfIt) {
       {"", ""},
   };
   for (const auto& [name, algorithm] : names) EXPECT_EQ(otherAlgorithmIn(name), algorithm) << name;
+  for (const char* const name :
+       {"SHA256SUMS", "a.sha256", "tool_sha-256.txt", "sha256sum-amd64", "MD5SUMS", "sha1-x"}) {
+    EXPECT_EQ(isNamedIn(name, HashAlgorithm::sha256), std::string_view(name).find("256") != std::string::npos) << name;
+  }
+  EXPECT_TRUE(isNamedIn("B3SUMS", HashAlgorithm::blake3));
   EXPECT_EQ(proposedAlgorithm("/a256/tool-b3.txt"), HashAlgorithm::blake3);
   EXPECT_EQ(proposedAlgorithm("/b3/SHASUMS256.txt"), HashAlgorithm::sha256);
   EXPECT_EQ(proposedAlgorithm("/b3/checksums.txt"), std::nullopt);
