@@ -28,6 +28,11 @@ std::string checksumText(const QString& pasted) {
   return pasted.left(ChecksumManifestService::maximumSingleChecksumSize + 1).toStdString();
 }
 
+bool isList(const QUrl& url) {
+  const auto location = fileLocation(url);
+  return location && ChecksumManifestService::isListName(*location);
+}
+
 QString ambiguityOf(const QString& pasted) {
   const HashAlgorithmSet candidates = ChecksumManifestService::ambiguousCandidates(checksumText(pasted));
   return VerifyFlow::tr("%1-character digests can be %2. Choose the algorithm from the menu.")
@@ -74,17 +79,16 @@ void VerifyFlow::setFile(const std::filesystem::path& location) {
   resetVerification();
   listTask_.abandon();
   if (std::exchange(proposal_, std::nullopt)) emit proposedListChanged();
+  const bool isOther = url_ != location;
   url_ = location;
   size_.ask(location);
   emit verifyURLChanged();
+  if (isOther && original_) replaceText(*std::exchange(original_, std::nullopt));
   lookAtLines();
+  if (const auto list = std::exchange(waitingList_, std::nullopt)) takeLineOf(*list);
 }
 
 void VerifyFlow::dropVerify(const QList<QUrl>& urls) {
-  const auto isList = [](const QUrl& url) {
-    const auto location = fileLocation(url);
-    return location && ChecksumManifestService::isListName(*location);
-  };
   const auto list = urls.size() > 1 ? std::ranges::find_if(urls, isList) : urls.end();
   const auto file = std::ranges::find_if_not(urls, isList);
   const auto location = file == urls.end() ? std::nullopt : fileLocation(*file);
@@ -92,6 +96,15 @@ void VerifyFlow::dropVerify(const QList<QUrl>& urls) {
   if (isVerifying()) return;
   setFile(*location);
   takeLineOf(*fileLocation(*list));
+}
+
+void VerifyFlow::dropOnField(const QList<QUrl>& urls) {
+  if (isVerifying()) return;
+  if (urls.size() != 1 || !isList(urls.constFirst())) return dropVerify(urls);
+  const std::filesystem::path list = *fileLocation(urls.constFirst());
+  if (url_) return takeLineOf(list);
+  waitingList_ = list;
+  setNotes(tr("The line is taken from %1 when the file is chosen.").arg(displayText(list.filename())), {});
 }
 
 // Looks beside the file for a list that has a line for it: one is offered, and never taken by itself. Only once the
@@ -128,7 +141,7 @@ void VerifyFlow::takeLineOf(const std::filesystem::path& list) {
         const auto lines = ChecksumManifestService::linesFor(file.filename().native(), list, task.cancellation());
         task.post([lines, before, name = displayText(list.filename())](VerifyFlow& flow) {
           if (flow.expectedHash_ != before) return;  // What was typed or pasted since counts.
-          if (lines.size() == 1) return flow.takeLine(utf8Text(lines[0].text), tr("Taken from %1.").arg(name));
+          if (lines.size() == 1) return flow.takeLine(utf8Text(lines[0].text), {}, tr("Taken from %1.").arg(name));
           flow.setNotes({}, lines.empty() ? tr("%1 has no line for this file.").arg(name)
                                           : tr("Lines %1 and %2 of %3 are both for a file of this name.")
                                                 .arg(lines[0].lineNumber)
@@ -149,12 +162,14 @@ ProposedFolder VerifyFlow::proposedList() const {
 void VerifyFlow::useProposedList() {
   if (isVerifying() || !proposal_) return;
   const ListedLine line = *proposal_;
-  takeLine(line.text, tr("Taken from %1.").arg(displayText(line.list.filename())));
+  takeLine(line.text, {}, tr("Taken from %1.").arg(displayText(line.list.filename())));
 }
 
-void VerifyFlow::takeLine(const QString& text, const QString& notice) {
+void VerifyFlow::takeLine(const QString& text, const QString& original, const QString& notice) {
   if (isVerifying()) return;
-  setExpectedHash(text);
+  replaceText(text);
+  lookAtLines();
+  original_ = original;
   setNotes(notice, caution_);
 }
 
@@ -176,19 +191,19 @@ void VerifyFlow::lookAtLines() {
   std::ranges::copy_if(lines, std::back_inserter(own),
                        [&](const FileChecksum& line) { return line.fileName == url_->filename().native(); });
   if (lines.size() == 1 && own.empty() && !lines.front().fileName.empty()) {
-    return setNotes({}, tr("This line is for %1").arg(displayText(std::filesystem::path(lines.front().fileName))));
+    return setNotes({}, tr("This line is for %1.").arg(displayText(std::filesystem::path(lines.front().fileName))));
   }
   if (lines.size() < 2) return;
-  if (own.empty()) return setNotes({}, tr("None of the %1 lines is for %2").arg(lines.size()).arg(name));
+  if (own.empty()) return setNotes({}, tr("None of the %1 lines is for %2.").arg(lines.size()).arg(name));
   if (own.size() > 1) {
-    return setNotes({}, tr("Lines %1 and %2 are both for %3").arg(own[0].lineNumber).arg(own[1].lineNumber).arg(name));
+    return setNotes({}, tr("Lines %1 and %2 are both for %3.").arg(own[0].lineNumber).arg(own[1].lineNumber).arg(name));
   }
   // In a turn of its own: the field that the text comes from is still at work on it.
   const QString notice = tr("Of %1 pasted lines, this is the one for %2.").arg(lines.size()).arg(name);
   QMetaObject::invokeMethod(
       this,
       [this, pasted = expectedHash_, text = utf8Text(own.front().text), notice] {
-        if (pasted == expectedHash_) takeLine(text, notice);
+        if (pasted == expectedHash_) takeLine(text, pasted, notice);
       },
       Qt::QueuedConnection);
 }
@@ -204,10 +219,17 @@ FileCard VerifyFlow::verifyFile() const { return fileCard(url_, size_.text()); }
 
 void VerifyFlow::setExpectedHash(const QString& pasted) {
   if (pasted == expectedHash_) return;
-  resetVerification();
-  expectedHash_ = pasted;
-  emit expectedHashChanged();
+  original_.reset();
+  waitingList_.reset();
+  replaceText(pasted);
   lookAtLines();
+}
+
+void VerifyFlow::replaceText(const QString& text) {
+  if (text == expectedHash_) return;
+  resetVerification();
+  expectedHash_ = text;
+  emit expectedHashChanged();
 }
 
 void VerifyFlow::pasteExpectedHash() { setExpectedHash(context().pasteboardText().trimmed()); }
@@ -238,7 +260,7 @@ QString VerifyFlow::recognition() const {
   const QString name = displayName(expected->algorithm);
   if (!algorithmOverride_ || expected->algorithm == *algorithmOverride_) return tr("Will be checked as %1.").arg(name);
   const bool isTagged = ChecksumManifestService::parseBSDLine(trimmed(pasted), 1).has_value();
-  return (isTagged ? tr("%1 by its name in the line, not %2") : tr("%1 by its length, not %2"))
+  return (isTagged ? tr("%1 by its name in the line, not %2.") : tr("%1 by its length, not %2."))
       .arg(name, displayName(*algorithmOverride_));
 }
 

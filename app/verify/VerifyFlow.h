@@ -77,6 +77,9 @@ class VerifyFlow : public tallyfold::Flow {
   Q_INVOKABLE void chooseVerifyFile();
   /// Of what was dropped together, a file and its checksum list: takes the file's line of the list as if it was pasted.
   Q_INVOKABLE void dropVerify(const QList<QUrl>& urls);
+  /// What was dropped on the field for the checksum: a list by itself is looked into for the file's line, as soon as
+  /// there is a file; anything else is taken as above.
+  Q_INVOKABLE void dropOnField(const QList<QUrl>& urls);
   Q_INVOKABLE void useProposedList();
   /// Chooses one of the candidates; verifies where that was all that was missing.
   Q_INVOKABLE void readAs(const QString& algorithm);
@@ -110,7 +113,8 @@ class VerifyFlow : public tallyfold::Flow {
   void setFile(const std::filesystem::path& location);
   void setNotes(const QString& notice, const QString& caution);
   void lookAtLines();
-  void takeLine(const QString& text, const QString& notice);
+  void replaceText(const QString& text);
+  void takeLine(const QString& text, const QString& original, const QString& notice);
   void lookForList();
   void takeLineOf(const std::filesystem::path& list);
 
@@ -120,6 +124,8 @@ class VerifyFlow : public tallyfold::Flow {
                         lookForList();
                       }};
   QString expectedHash_;
+  std::optional<QString> original_;  // What the text goes back to with the file that a line was taken for by itself.
+  std::optional<std::filesystem::path> waitingList_;  // To be looked into for the next file.
   std::optional<HashAlgorithm> algorithmOverride_;
   QString notice_;
   QString caution_;

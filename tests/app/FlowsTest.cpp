@@ -121,9 +121,9 @@ TEST_F(VerifyFlow, LineOfTheFileIsTakenOfWhatIsPastedDroppedOrOffered) {
     std::string pasted;
     const char* notes;
   } cases[] = {
-      {other, "|This line is for report.pdf"},
-      {other + "\n" + other, "|None of the 2 lines is for abc.txt"},
-      {line + "\n" + other + "\n" + line, "|Lines 1 and 3 are both for abc.txt"},
+      {other, "|This line is for report.pdf."},
+      {other + "\n" + other, "|None of the 2 lines is for abc.txt."},
+      {line + "\n" + other + "\n" + line, "|Lines 1 and 3 are both for abc.txt."},
       {line, "|"},
       {md5OfAbc, "|"},
   };
@@ -151,6 +151,20 @@ TEST_F(VerifyFlow, LineOfTheFileIsTakenOfWhatIsPastedDroppedOrOffered) {
   flow.dropVerify({urlOf(folder_.file("x.iso", "")), list});
   ASSERT_TRUE(reached([&] { return notes() == "|SHA256SUMS has no line for this file."; }));
 
+  flow.setExpectedHash({});
+  flow.dropOnField({list});
+  EXPECT_EQ(flow.verifyURL(), folder_.path() / "x.iso") << "the list is not what is verified";
+  ASSERT_TRUE(reached([&] { return notes() == "|SHA256SUMS has no line for this file."; }));
+  flow.setVerifyFile({urlOf(file_)});
+  flow.dropOnField({list});
+  ASSERT_TRUE(reached([&] { return taken() == listed; }));
+  flow.setVerifyFile({urlOf(folder_.path() / "x.iso")});
+  EXPECT_EQ(taken() + notes(), "|") << "a line taken by the program for another file";
+  const std::string pasted = other + "\n" + md5OfAbc + "  x.iso";
+  flow.setExpectedHash(QString::fromStdString(pasted + "\n" + line));
+  ASSERT_TRUE(reached([&] { return taken() == md5OfAbc + "  x.iso"; }));
+  flow.setVerifyFile({urlOf(file_)});
+  ASSERT_TRUE(reached([&] { return taken() == line; })) << "what was pasted has a line for the other file, too";
   flow.setExpectedHash({});
   flow.setVerifyFile({urlOf(file_)});
   ASSERT_TRUE(reached([&] { return flow.proposedList().name == "SHA256SUMS"; }));
@@ -180,9 +194,9 @@ TEST_F(VerifyFlow, ChoiceOfTheAlgorithmIsOfferedOrOverruledInWords) {
   ASSERT_TRUE(reached([&] { return shown().kind == VerifyVerdict::Match; }));
   EXPECT_EQ(flow.recognition(), "Will be checked as SHA-256.");
   flow.setExpectedHash(QString::fromStdString(md5OfAbc));
-  EXPECT_EQ(flow.recognition(), "MD5 by its length, not SHA-256");
+  EXPECT_EQ(flow.recognition(), "MD5 by its length, not SHA-256.");
   flow.setExpectedHash(QString::fromStdString("MD5 (abc) = " + md5OfAbc));
-  EXPECT_EQ(flow.recognition(), "MD5 by its name in the line, not SHA-256");
+  EXPECT_EQ(flow.recognition(), "MD5 by its name in the line, not SHA-256.");
 }
 
 class CompareFlow : public ModelTest {

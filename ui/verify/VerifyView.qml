@@ -9,12 +9,16 @@ TFScreen {
     readonly property string recognition: viewModel.verify.recognition
     readonly property var candidates: viewModel.verify.verifyCandidates
     readonly property string inputRefusal: viewModel.verify.verifyInputRefusal
+    readonly property int gap: isShort ? TallyTheme.space2 : TallyTheme.space3
+    // Of a card, between its edge and its content.
+    readonly property int inset: isShort ? TallyTheme.space2 : TallyTheme.space3
 
     mode: AppMode.Verify
     firstPlace: field.editor
     title: qsTr("Verify")
     subtitle: qsTr("Check a file against a checksum that you were given.")
     headerGutter: column.x
+    isShort: height < TallyTheme.shortHeight
     leastHeight: column.y + column.height + TallyTheme.space4
     shown: {
         if (verdict.isPresent)
@@ -26,9 +30,9 @@ TFScreen {
         id: column
 
         x: (parent.width - width) / 2
-        y: root.header.y + root.header.height + TallyTheme.space4
+        y: root.header.y + root.header.height + (root.isShort ? TallyTheme.space2 : TallyTheme.space4)
         width: Math.min(parent.width - 2 * TallyTheme.space6, TallyTheme.columnWidth)
-        spacing: TallyTheme.space3
+        spacing: root.gap
 
         TFFileCard {
             objectName: "verifyFile"
@@ -45,7 +49,20 @@ TFScreen {
 
         TFGlassCard {
             width: parent.width
-            height: fields.implicitHeight + 2 * TallyTheme.space3
+            height: fields.implicitHeight + 2 * root.inset
+            isTargeted: fieldZone.isTargeted
+
+            // A list that is dropped here is looked into; elsewhere it would be the file.
+            DropZone {
+                id: fieldZone
+
+                objectName: "fieldDropZone"
+                anchors.fill: parent
+                replaces: [...dropZone.replaces, root.viewModel.verify.expectedHash]
+                enabled: dropZone.enabled
+                onFilesDropped: files => root.viewModel.verify.dropOnField(files)
+                onDropRefused: sentence => root.viewModel.errorMessage = sentence
+            }
 
             Column {
                 id: fields
@@ -56,7 +73,7 @@ TFScreen {
                     left: parent.left
                     right: parent.right
                     top: parent.top
-                    margins: TallyTheme.space3
+                    margins: root.inset
                 }
 
                 Item {
