@@ -170,7 +170,7 @@ ListCreationVerdict ListCreationFlow::verdict() const {
                                   : tr("%1 of %2 files could not be read and are not listed").arg(figure(failed)))
                          .replace(QStringLiteral("%2"), figure(total));
   QStringList details = remarks();
-  return {.tone = isWhole ? Tone::Good : Tone::Caution, .title = outcome, .details = details.join(u' ')};
+  return {.tone = isWhole ? Tone::Pending : Tone::Caution, .title = outcome, .details = details.join(u' ')};
 }
 
 double ListCreationFlow::progress() const {
@@ -184,8 +184,7 @@ double ListCreationFlow::progress() const {
 
 QString ListCreationFlow::progressFigure() const {
   if (!found_ || stage_ != Stage::running) return {};
-  return tr("%1 of %2 files")
-      .arg(figure(static_cast<std::int64_t>(filesDone_)), figure(static_cast<std::int64_t>(found_->paths.size())));
+  return filesOfFiles(filesDone_, found_->paths.size());
 }
 
 void ListCreationFlow::create() {
@@ -212,7 +211,7 @@ void ListCreationFlow::create() {
         if (flow.stage_ == Stage::running) flow.setStage(failure ? Stage::refused : Stage::made);
         emit flow.statusChanged();
         if (flow.stage_ == Stage::made || failure) {
-          emit flow.ended(flow.verdict().tone == Tone::Good ? Outcome::AllWell : Outcome::SomeFailed);
+          emit flow.ended(flow.verdict().tone == Tone::Pending ? Outcome::AllWell : Outcome::SomeFailed);
         }
       });
 }

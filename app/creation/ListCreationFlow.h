@@ -39,7 +39,7 @@ struct ListCreationVerdict {
   Q_PROPERTY(QString details MEMBER details CONSTANT)
 
  public:
-  Tone::Case tone = Tone::Pending;
+  Tone::Case tone = Tone::Pending;  ///< A list that is not saved yet is not well yet.
   QString title{};
   QString details{};  ///< May be empty.
 };

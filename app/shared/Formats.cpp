@@ -29,6 +29,12 @@ QString exactByteCount(qint64 bytes) {
   return bytes == 1 ? QStringLiteral("1 byte") : QStringLiteral("%1 bytes").arg(userLocale().toString(bytes));
 }
 
+QString filesOfFiles(std::size_t done, std::size_t total) {
+  const QLocale locale = userLocale();
+  const QString words = total == 1 ? QStringLiteral("%1 of %2 file") : QStringLiteral("%1 of %2 files");
+  return words.arg(locale.toString(qulonglong{done}), locale.toString(qulonglong{total}));
+}
+
 QString formattedByteCount(qint64 bytes) {
   struct Unit {
     const char* name;

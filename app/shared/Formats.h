@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include <QLocale>
 #include <QString>
 
@@ -20,6 +22,9 @@ QString exactByteCount(qint64 bytes);
 
 /// Bytes in decimal units as file browsers show them: "1 byte", "512 bytes", "4 KB", "4.2 MB", "1.25 GB".
 QString formattedByteCount(qint64 bytes);
+
+/// "1 of 1 file", "12 of 1,204 files".
+QString filesOfFiles(std::size_t done, std::size_t total);
 
 /// "233 MB/s". A dash when the speed is not a number of bytes, as for a file that took no measurable time.
 QString formattedThroughput(double bytesPerSecond);

@@ -143,7 +143,7 @@ TFSheet {
                     objectName: "listVerdict"
                     width: parent.width
                     visible: root.verdict.title !== ""
-                    icon: root.verdict.tone === Tone.Good ? "checkmark.circle.fill" : "exclamationmark.triangle.fill"
+                    icon: root.verdict.tone === Tone.Pending ? "checklist" : "exclamationmark.triangle.fill"
                     title: root.verdict.title
                     tone: root.verdict.tone
                     isBusy: root.creation.isWorking
