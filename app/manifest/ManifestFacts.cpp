@@ -9,6 +9,21 @@
 
 namespace tallyfold {
 
+namespace {
+
+/// A name of any length among other words: its beginning and its end, with the extension.
+QString shortened(const QString& name) {
+  constexpr qsizetype most = 28;
+  QList<uint> characters = name.toUcs4();
+  if (characters.size() <= most) return name;
+  const auto text = [](const QList<uint>& part) {
+    return QString::fromUcs4(reinterpret_cast<const char32_t*>(part.data()), part.size());
+  };
+  return text(characters.first(most / 2)) + u'…' + text(characters.last(most / 2 - 1));
+}
+
+}  // namespace
+
 FileCard ManifestFlow::manifestFile() const { return fileCard(url_, size_.text()); }
 
 FileCard ManifestFlow::manifestRoot() const { return fileCard(rootURL_); }
@@ -20,7 +35,7 @@ std::optional<std::filesystem::path> ManifestFlow::proposedManifestRoot() const 
   const bool isFromNames = reading_.commonFolder.starts_with('/');
   std::filesystem::path proposal = isFromNames ? std::filesystem::path(reading_.commonFolder) : *url_;
   if (proposal.has_relative_path()) proposal = proposal.parent_path();
-  return proposal == rootURL_ ? std::nullopt : std::optional(proposal);
+  return proposal == rootURL_ || (rootURL_ && rootURL_ == seenRoot_) ? std::nullopt : std::optional(proposal);
 }
 
 ProposedFolder ManifestFlow::offeredManifestRoot() const {
@@ -35,8 +50,6 @@ ProposedFolder ManifestFlow::offeredManifestRoot() const {
 QString ManifestFlow::manifestLines() const {
   const QLocale locale = userLocale();
   QStringList facts;
-  if (droppedListCount_ > 1)
-    facts.append(tr("only the first of %1 dropped lists").arg(locale.toString(droppedListCount_)));
   if (unreadableLine_ > 0) facts.append(tr("line %1 is not text").arg(locale.toString(unreadableLine_)));
   if (entries_) {
     facts.append(jobs_.total() == 1 ? tr("1 entry") : tr("%1 entries").arg(locale.toString(jobs_.total())));
@@ -52,7 +65,9 @@ QString ManifestFlow::manifestUnsupportedFigure() const { return userLocale().to
 
 QString ManifestFlow::manifestEmptySentence() const {
   if (!url_ && rootURL_) return tr("Drop a checksum list of this folder, or create one.");
-  if (!url_) return tr("Drop a checksum list and the folder that it describes.");
+  if (!url_) {
+    return tr("Drop a checksum list and the folder that it describes. To create a list, choose its root folder first.");
+  }
   if (showsWarnings_) return tr("Every line of the list is understood.");
   if (jobs_.total() == 0) return tr("There are no entries to show.");
   return jobs_.search().isEmpty() ? tr("No entry is in this state.")
@@ -122,32 +137,41 @@ QString ManifestFlow::clearManifestRefusal() const { return url_ || rootURL_ ? Q
 
 QString ManifestFlow::manifestProgressFigure() const {
   if (groups_ == 0) return {};
-  const QLocale locale = userLocale();
-  return tr("%1 of %2 files").arg(locale.toString(qulonglong{groupsDone_}), locale.toString(qulonglong{groups_}));
+  return filesOfFiles(groupsDone_, groups_);
 }
 
 ManifestVerdict ManifestFlow::manifestVerdict() const {
   const qint64 digestLength = candidates_.empty() ? 0 : static_cast<qint64>((*candidates_.begin()).hexLength());
-  return tallyfold::manifestVerdict({.stage = isLoading_ ? ManifestTally::Stage::reading : stage_,
-                                     .readError = readError_,
-                                     .hasRoot = rootURL_.has_value(),
-                                     .matched = manifestMatchedCount(),
-                                     .mismatched = manifestMismatchCount(),
-                                     .failed = manifestErrorCount(),
-                                     .waiting = jobs_.count(ManifestJobListModel::Waiting),
-                                     .ignoredLines = ignoredLineCount_,
-                                     .unsupportedLines = unsupportedLineCount_,
-                                     .ambiguousLines = reading_.ambiguousLineCount,
-                                     .candidates = utf8Text(namesOf(candidates_, "or")),
-                                     .digestLength = digestLength,
-                                     .hasBareDigests = reading_.bareDigestCount == jobs_.total(),
-                                     .otherAlgorithm = utf8Text(reading_.otherAlgorithm),
-                                     .isOtherAlgorithmInName = reading_.isOtherAlgorithmInName,
-                                     .isSigned = reading_.isSigned,
-                                     .missing = static_cast<qint64>(causes_.missing),
-                                     .missingQuoted = static_cast<qint64>(causes_.missingQuoted),
-                                     .absolutePaths = static_cast<qint64>(causes_.absolutePath),
-                                     .rootChanged = static_cast<qint64>(causes_.rootChanged)});
+  ManifestVerdict verdict = tallyfold::manifestVerdict(
+      {.stage = isLoading_ ? ManifestTally::Stage::reading : stage_,
+       .readError = readError_,
+       .hasRoot = rootURL_.has_value(),
+       .matched = manifestMatchedCount(),
+       .mismatched = manifestMismatchCount(),
+       .failed = manifestErrorCount(),
+       .waiting = jobs_.count(ManifestJobListModel::Waiting),
+       .ignoredLines = ignoredLineCount_,
+       .unsupportedLines = unsupportedLineCount_,
+       .ambiguousLines = reading_.ambiguousLineCount,
+       .candidates = utf8Text(namesOf(candidates_, "or")),
+       .digestLength = digestLength,
+       .hasBareDigests = reading_.bareDigestCount == jobs_.total() && !reading_.isAlgorithmInName,
+       .otherAlgorithm = utf8Text(reading_.otherAlgorithm),
+       .isOtherAlgorithmInName = reading_.isOtherAlgorithmInName,
+       .isSigned = reading_.isSigned,
+       .missing = static_cast<qint64>(causes_.missing),
+       .missingQuoted = static_cast<qint64>(causes_.missingQuoted),
+       .absolutePaths = static_cast<qint64>(causes_.absolutePath),
+       .rootChanged = static_cast<qint64>(causes_.rootChanged)});
+  if (!alsoDropped_.isEmpty()) verdict.details = (verdict.details + u' ' + unreadSentence()).trimmed();
+  return verdict;
+}
+
+QString ManifestFlow::unreadSentence() const {
+  const QString name = shortened(alsoDropped_.constFirst());
+  if (alsoDropped_.size() == 1) return tr("%1 was dropped too and is not read.").arg(name);
+  const QString others = userLocale().toString(alsoDropped_.size() - 1);
+  return tr("%1 and %2 more were dropped too and are not read.").arg(name, others);
 }
 
 double ManifestFlow::manifestProgress() const {

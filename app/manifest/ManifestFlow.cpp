@@ -90,15 +90,17 @@ void ManifestFlow::setShowsWarnings(bool showsWarnings) {
 void ManifestFlow::setManifestFile(const QList<QUrl>& urls) {
   const auto location = urls.isEmpty() ? std::nullopt : fileLocation(urls.constFirst());
   if (isLoading_ || isVerifying_ || loadTask_.isRunning() || !location) return;
-  openManifest(*location, {}, urls.size());
+  openManifest(*location, {});
+  for (const QUrl& other : urls.sliced(1)) {
+    if (const auto path = fileLocation(other)) alsoDropped_.append(displayText(path->filename()));
+  }
+  if (!alsoDropped_.isEmpty()) emit manifestStatusChanged();
 }
 
-void ManifestFlow::openManifest(const std::filesystem::path& list, std::optional<HashAlgorithm> algorithm,
-                                qint64 droppedListCount) {
+void ManifestFlow::openManifest(const std::filesystem::path& list, std::optional<HashAlgorithm> algorithm) {
   if (isLoading_ || isVerifying_ || loadTask_.isRunning()) return;
   forgetChoice();
   choice_.algorithm = algorithm;
-  droppedListCount_ = droppedListCount;
   url_ = list;
   size_.ask(url_);
   readManifest();
@@ -178,7 +180,10 @@ void ManifestFlow::chooseManifestRoot() {
 }
 
 void ManifestFlow::useProposedManifestRoot() {
-  if (const auto proposal = proposedManifestRoot()) setManifestRoot({fileUrl(*proposal)});
+  const auto proposal = proposedManifestRoot();
+  if (!proposal) return;
+  if (proposal == likelyRoot_) seenRoot_ = proposal;
+  setManifestRoot({fileUrl(*proposal)});
 }
 
 void ManifestFlow::dropManifest(const QList<QUrl>& urls) {
@@ -246,6 +251,7 @@ void ManifestFlow::endVerification(const std::exception_ptr& failure) {
 
 // Every file is missing: perhaps they are below another folder nearby. That is only proposed.
 void ManifestFlow::lookForRoot() {
+  seenRoot_.reset();
   rootTask_.start(
       BackgroundTask::Priority::utility,
       [root = *rootURL_, other = proposedManifestRoot(),
@@ -267,6 +273,7 @@ void ManifestFlow::applyReport(ManifestRun::Report report) {
     for (const std::size_t job : report.verifying) jobs_.setState(job, ManifestJob::Verifying{});
   }
   causes_ = report.causes;
+  if (!report.checked.empty()) seenRoot_ = rootURL_;
   checked_.reserve(report.groups);
   std::ranges::copy(report.checked, std::back_inserter(checked_));
   setProgress(report.groupsDone, report.groups);
@@ -335,7 +342,8 @@ void ManifestFlow::forgetChoice() {
   url_.reset();
   choice_ = {};
   candidates_ = {};
-  droppedListCount_ = 0;
+  seenRoot_.reset();
+  alsoDropped_.clear();
 }
 
 // The list is gone; what it was read from and the root stay.

@@ -123,10 +123,8 @@ class ManifestFlow : public tallyfold::Flow {
   /// Reads the first of `urls` as the checksum list. Ignored while one is read, and during a verification.
   Q_INVOKABLE void setManifestFile(const QList<QUrl>& urls);
   Q_INVOKABLE void chooseManifestFile();
-  /// Reads the list at `list`, the first of so many that were dropped; what it leaves open is `algorithm`, when there
-  /// is one. Ignored as above.
-  void openManifest(const std::filesystem::path& list, std::optional<HashAlgorithm> algorithm,
-                    qint64 droppedListCount = 1);
+  /// Reads the list at `list`; what it leaves open is `algorithm`, when there is one. Ignored as above.
+  void openManifest(const std::filesystem::path& list, std::optional<HashAlgorithm> algorithm);
   /// Reads the list again, now that the user has said which algorithm it is of: the display name of one of those that
   /// it may be of.
   Q_INVOKABLE void readManifestAs(const QString& algorithm);
@@ -169,9 +167,12 @@ class ManifestFlow : public tallyfold::Flow {
   /// Of the last run, as it is now.
   [[nodiscard]] std::shared_ptr<const VerificationReport> report() const;
   [[nodiscard]] QString exportRefusal() const;
-  /// Where the files may be, when all are missing; else that of the names in the list, or the one it lies in: unless it
-  /// is the root already. Only a proposal: the root is what the user chose.
+  /// Where the files may be, when all are missing; else that of the names in the list, or the one it lies in: unless
+  /// the root is that already, or is known to hold a file of the list. Only a proposal: the root is what the user
+  /// chose.
   [[nodiscard]] std::optional<std::filesystem::path> proposedManifestRoot() const;
+  /// Of what was dropped beside the list.
+  [[nodiscard]] QString unreadSentence() const;
   void readManifest();
   void publishManifest(PreparedManifestLoad load);
   void forgetChoice();
@@ -192,6 +193,7 @@ class ManifestFlow : public tallyfold::Flow {
   ShownFileSize size_{context().mailbox(), [this] { emit manifestURLsChanged(); }};
   std::optional<std::filesystem::path> rootURL_;
   std::optional<std::filesystem::path> likelyRoot_;  // Below which the first of the missing files is.
+  std::optional<std::filesystem::path> seenRoot_;    // Below which a file of this list was seen, if it was.
   std::shared_ptr<const ManifestEntries> entries_;   // What the jobs are about, in their order.
   ManifestJobListModel jobs_;
   QStringList warnings_;
@@ -203,7 +205,7 @@ class ManifestFlow : public tallyfold::Flow {
   bool showsWarnings_ = false;
   ManifestRun::Causes causes_;
   std::vector<ManifestRun::Checked> checked_;  // In this run; kept for another as long as one is offered.
-  qint64 droppedListCount_ = 0;                // With this list, when there were several.
+  QStringList alsoDropped_;                    // With this list: the names of what is not read.
   QString readError_;
   qint64 unreadableLine_ = 0;  // That the error is about; 0 when it is not about one.
   ManifestTally::Stage stage_ = ManifestTally::Stage::none;

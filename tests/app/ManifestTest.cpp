@@ -149,11 +149,19 @@ TEST_F(ManifestFlow, UserSaysWhatTheListLeavesOpen) {
   load("\uFEFF" + md5OfAbc.substr(1) + "0  abc\n# BLAKE2b\n" + md5OfAbc.substr(1) + "0  abc");
   verify();
   EXPECT_THAT(flow.manifestVerdict().details.toStdString(), HasSubstr("speaks of BLAKE2b"));
+  for (const char* const name : {"list.txt", "a.md5", "a.sha1"}) {
+    load(md5OfAbc.substr(1) + "0  abc\n", name);
+    verify();
+    const bool isOpen = !std::string(name).ends_with("md5");
+    EXPECT_EQ(flow.manifestVerdict().details.contains("may be of another algorithm"), isOpen) << name;
+  }
 
   const QUrl unreadable = urlOf(folder_.file("list", "a\n\xFF"));
   model_->manifest()->dropManifest({unreadable, urlOf(abc_), urlOf(root_ / "")});
   ASSERT_TRUE(reached([&] { return !flow.isLoadingManifest(); }));
-  EXPECT_EQ(lines(), "only the first of 2 dropped lists \u00B7 line 2 is not text");
+  EXPECT_EQ(lines(), "line 2 is not text");
+
+  EXPECT_THAT(flow.manifestVerdict().details.toStdString(), HasSubstr(" abc was dropped too and is not read."));
 
   QString shown;
   const QObject card;
@@ -197,6 +205,9 @@ TEST_F(ManifestFlow, RootIsProposedWhereAllFilesAreMissing) {
     flow.verifyManifest();
     ASSERT_TRUE(reached([&] { return !flow.isManifestVerifying() && BackgroundTask::waitForAll(patience); }));
     EXPECT_TRUE(reached([&] { return flow.offeredManifestRoot().path.toStdString() == each.proposal; })) << each.path;
+    if (each.proposal.empty()) continue;
+    flow.useProposedManifestRoot();
+    EXPECT_FALSE(flow.offeredManifestRoot().isPresent) << "The folder of the list, again";
   }
 }
 
@@ -261,6 +272,7 @@ TEST_F(ManifestFlow, RootThatIsNoFolderIsAnErrorOfTheRun) {
   load(md5OfAbc + "  abc\n");
   verify();
   EXPECT_THAT(statuses(), ElementsAre("Match"));
+  EXPECT_EQ(model_->manifest()->manifestProgressFigure(), QStringLiteral("1 of 1 file"));
   fs::remove_all(root_);
   model_->manifest()->verifyManifest();
   ASSERT_TRUE(reached([this] { return !model_->manifest()->isManifestVerifying(); }));
