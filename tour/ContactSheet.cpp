@@ -132,7 +132,7 @@ class ContactSheet {
     for (const QSize& size : sizes) {
       model_.setMode(AppMode::Manifest);
       window_.resize(size);
-      QQuickItem* open = driver.usableItem(QStringLiteral("manifestFileAction"));
+      QQuickItem* open = driver.usableItem(QStringLiteral("manifestRootAction"));
       QMetaObject::invokeMethod(open, "clicked");
       takePicture(size, "Creation-empty");
       creation.create();

@@ -100,7 +100,7 @@ TEST_F(ManifestTest, ListIsMadeOfTheRoot) {
   waitForVerdict("1 entry, not verified yet");
   EXPECT_EQ(driver.findItem("createList"), nullptr);
   EXPECT_EQ(contentOf(root / "list"), "6437b3ac38465133ffb63b75273a8db548c558465d79db03fd359c6cd5bd9d85  abc\n");
-  driver.click("manifestFileAction");
+  driver.click("manifestRootAction");
   driver.press({"Escape"});
   waitFor("the screen", [&] { return driver.findItem("createList") == nullptr; });
 }
@@ -196,9 +196,9 @@ TEST_F(ManifestTest, TimeLeftIsThatOfTheWholeListBeforeItsFilesAreRead) {
   waitForVerdict("3 entries, not verified yet");
   driver.press({"Control_L", "Return"});
   const QRegularExpression whole("^[0-9]+% of 17[.]18 GB · [0-9.]+ [KMG]B/s · [0-9].* left$");
-  waitFor("the figures", [&] {
+  waitFor("the figures, and what the bar shows", [&] {
     const QString figures = model.manifest()->runStatus()->figures();
-    return whole.match(figures).hasMatch() && itemWithText(figures) != nullptr;
+    return whole.match(figures).hasMatch() && itemWithText("1 of 3 files · " + figures) != nullptr;
   });
   driver.press({"Escape"});
   waitFor("the end", [&] { return !model.manifest()->isManifestVerifying(); });

@@ -20,6 +20,8 @@ TFGlassCard {
     property alias reading: reading.choice
     // What else can be done here, in a word; empty when nothing.
     property string action
+    property string actionTip
+    property string actionRefusal
     readonly property bool isEmpty: !file.isPresent
     readonly property Item choosePlace: choose.place
 
@@ -113,7 +115,7 @@ TFGlassCard {
         layoutDirection: root.isNarrow ? Qt.LeftToRight : Qt.RightToLeft
         x: root.isNarrow ? content.x : root.width - width - TallyTheme.space3
         y: root.isNarrow ? content.y + content.height + TallyTheme.space2 : (root.height - height) / 2
-        width: root.isNarrow ? content.width : Math.max(choose.width + (action.visible ? action.width + spacing : 0), propose.visible ? propose.width : 0, reading.visible ? reading.width : 0)
+        width: root.isNarrow ? content.width : Math.max(choose.width, action.visible ? action.width : 0, propose.visible ? propose.width : 0, reading.visible ? reading.width : 0)
 
         TFButton {
             id: choose
@@ -126,14 +128,14 @@ TFGlassCard {
             onClicked: root.chooseRequested()
         }
 
-        TFIconButton {
+        TFButton {
             id: action
 
             objectName: root.objectName + "Action"
             visible: root.action !== ""
-            name: root.action
-            icon: "checklist.badge.plus"
-            refusal: root.refusal
+            text: root.action
+            tip: root.actionTip
+            refusal: root.actionRefusal
             onClicked: root.actionRequested()
         }
 

@@ -6,12 +6,15 @@ TFStaticText {
     id: root
 
     required property RunStatus status
-    // How far it is where there is nothing else to tell.
+    // "1 of 3 files": what the bar beside it shows, where there is one.
     property string figure
 
+    // The bar beside it shows the figure; without that, a share of the bytes would read as what the bar is to show.
     function wordsFor(room: real): string {
-        const figures = [status.figures, ...status.shorterFigures];
-        return figures.find(words => metrics.advanceWidth(words) <= room) ?? figures[figures.length - 1];
+        const ways = [status.figures, ...status.shorterFigures];
+        const last = ways[ways.length - 1];
+        const counted = figure === "" ? ways : ways.map(words => [figure, words].filter(part => part !== "").join(" · "));
+        return counted.find(words => metrics.advanceWidth(words) <= room) ?? last;
     }
 
     text: status.file !== "" ? wordsFor(width) : figure

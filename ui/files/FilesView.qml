@@ -86,7 +86,8 @@ TFScreen {
             top: root.hasJobs ? filters.bottom : algorithms.bottom
             bottom: parent.bottom
             topMargin: root.gap
-            bottomMargin: root.gap
+            // The notice covers no row.
+            bottomMargin: root.gap + (notice.visible ? notice.height + root.gap : 0)
             leftMargin: root.gutter
             rightMargin: root.gutter
         }
@@ -122,8 +123,6 @@ TFScreen {
             lineHeight: TallyTheme.smallControlHeight
             menu: rowMenu
             hasRemovableRows: true
-            // The last row can be seen above the notice.
-            bottomMargin: notice.visible ? notice.height : 0
             isRunning: root.viewModel.files.isProcessing
             model: root.jobs
             Accessible.name: qsTr("Files")

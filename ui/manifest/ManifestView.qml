@@ -26,7 +26,7 @@ TFScreen {
     title: qsTr("Manifest")
     subtitle: qsTr("Verify the files below a folder against a checksum list.")
     isShort: height < TallyTheme.shortHeight
-    leastHeight: listCard.y + TallyTheme.leastListHeight + gap
+    leastHeight: listCard.y + TallyTheme.leastListHeight + listCard.anchors.bottomMargin
     bar: bottomBar
     shown: rows.isFollowing ? rows : null
 
@@ -62,8 +62,6 @@ TFScreen {
             readings: root.viewModel.manifest.manifestAlgorithms
             reading: root.viewModel.manifest.manifestAlgorithm
             onReadingChosen: name => root.viewModel.manifest.readManifestAs(name)
-            action: root.hasList && folder.file.isPresent ? qsTr("Create List… (Ctrl+N)") : ""
-            onActionRequested: creation.open()
         }
 
         TFFileCard {
@@ -83,6 +81,10 @@ TFScreen {
             refusal: root.viewModel.manifest.manifestRootRefusal
             onChooseRequested: root.viewModel.manifest.chooseManifestRoot()
             onChosen: root.takeKeyboard()
+            action: root.hasList && !isEmpty ? qsTr("Create List…") : ""
+            actionTip: "Ctrl+N"
+            actionRefusal: root.viewModel.manifest.manifestFileRefusal
+            onActionRequested: creation.open()
         }
     }
 
@@ -145,7 +147,8 @@ TFScreen {
             top: root.hasList ? filters.bottom : cards.bottom
             bottom: parent.bottom
             topMargin: root.gap
-            bottomMargin: root.gap
+            // The notice covers no row.
+            bottomMargin: root.gap + (notice.visible ? notice.height + root.gap : 0)
             leftMargin: root.gutter
             rightMargin: root.gutter
         }
@@ -166,8 +169,6 @@ TFScreen {
             visible: !root.showsWarnings && count > 0
             lineHeight: TallyTheme.listRowHeight
             menu: rowMenu
-            // The last row can be seen above the notice.
-            bottomMargin: notice.visible ? notice.height : 0
             isRunning: root.viewModel.manifest.isManifestVerifying
             model: root.jobs
             Accessible.name: qsTr("Entries")
