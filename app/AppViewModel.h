@@ -33,6 +33,7 @@ class AppViewModel : public tallyfold::ModeFlows {
   Q_PROPERTY(tallyfold::AppMode::Case mode READ mode WRITE setMode NOTIFY modeChanged)
   Q_PROPERTY(tallyfold::ListCreationFlow* listCreation READ listCreation CONSTANT)
   Q_PROPERTY(QString errorMessage READ errorMessage WRITE setErrorMessage NOTIFY errorMessageChanged)
+  Q_PROPERTY(QString errorSubject READ errorSubject NOTIFY errorMessageChanged)
   Q_PROPERTY(QStringList algorithms READ algorithmNames CONSTANT)
   Q_PROPERTY(QStringList selectedAlgorithms READ selectedAlgorithmNames NOTIFY selectedAlgorithmsChanged)
   Q_PROPERTY(QString selectionRefusal READ selectionRefusal NOTIFY selectionRefusalChanged)
@@ -65,6 +66,8 @@ class AppViewModel : public tallyfold::ModeFlows {
   /// Empty when there is none.
   [[nodiscard]] QString errorMessage() const { return context().errorMessage(); }
   void setErrorMessage(const QString& message) { context().setErrorMessage(message); }
+  /// Which file or destination it is about, on one line; empty where it says that itself.
+  [[nodiscard]] QString errorSubject() const { return context().errorSubject(); }
 
   /// Display names of all algorithms, in catalogue order.
   [[nodiscard]] static QStringList algorithmNames();

@@ -1,5 +1,6 @@
 #include "app/compare/CompareFlow.h"
 
+#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -73,12 +74,13 @@ QString CompareFlow::compareInputRefusal() const { return isBusy() ? tr("A compa
 void CompareFlow::compare() {
   if (isBusy() || !calculation_.isStartable() || !firstURL_ || !secondURL_) return;
   context().setErrorMessage(QString());
+  const auto turn = std::make_shared<FileComparison::Side>(FileComparison::Side::neither);
   calculation_.start(
-      [first = *firstURL_, second = *secondURL_](const std::stop_token& cancellation, const auto& progress) {
-        return HashService::compareFilesKeepingVersions(first, second, cancellation, progress);
+      [first = *firstURL_, second = *secondURL_, turn](const std::stop_token& cancellation, const auto& progress) {
+        return HashService::compareFilesKeepingVersions(first, second, cancellation, progress, turn.get());
       },
-      [](CompareFlow& flow, const std::exception_ptr& failure) {
-        flow.context().setErrorMessage(failure);
+      [turn](CompareFlow& flow, const std::exception_ptr& failure) {
+        flow.context().setErrorMessage(failure, subjectOf(*turn, *flow.firstURL_, *flow.secondURL_));
         emit flow.ended(Outcome::SomeFailed);
       });
 }

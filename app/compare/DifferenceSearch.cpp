@@ -67,13 +67,20 @@ ByteRows rowsOf(const FileComparison::FirstDifference& difference, qsizetype byt
 
 }  // namespace
 
+QString subjectOf(FileComparison::Side side, const std::filesystem::path& a, const std::filesystem::path& b) {
+  if (side == FileComparison::Side::neither) return {};
+  const bool isA = side == FileComparison::Side::a;
+  return (isA ? DifferenceSearch::tr("File A: %1") : DifferenceSearch::tr("File B: %1"))
+      .arg(displayText((isA ? a : b).filename()));
+}
+
 DifferenceSearch::DifferenceSearch(FlowContext& context) : context_(context), task_(*this, context.mailbox()) {}
 
 void DifferenceSearch::setComparison(const std::filesystem::path& a, const std::filesystem::path& b,
                                      const FileComparisonWithVersions& comparison) {
   reset();
   files_ = {a, b, comparison};
-  difference_ = comparison.difference;
+  setDifference(comparison.difference);
   emit changed();
 }
 
@@ -85,6 +92,15 @@ void DifferenceSearch::reset() {
   all_.reset();
   outcome_.reset();
   emit changed();
+}
+
+void DifferenceSearch::setDifference(const std::optional<FileComparison::FirstDifference>& difference) {
+  difference_ = difference;
+  const auto& [a, b] = files_->comparison.versions;
+  // Behind it there is nothing to be counted.
+  if (difference && difference->offset + 1 == std::min(a.fileSize, b.fileSize)) {
+    all_ = FileComparison::Differences{.bytes = 1, .runs = 1, .last = difference->offset};
+  }
 }
 
 bool DifferenceSearch::isOfCommonPart() const {
@@ -111,7 +127,7 @@ QStringList DifferenceSearch::answers() const {
     const bool isALonger = a.fileSize > b.fileSize;
     const QString shorter = isALonger ? tr("B") : tr("A");
     const QString longer = isALonger ? tr("A") : tr("B");
-    const auto [least, most] = std::minmax(a.fileSize, b.fileSize);
+    const std::int64_t least = std::min(a.fileSize, b.fileSize);
     if (difference_) {
       answers.append(
           tr("In the common part, of %1, the first difference is at byte %2, counted\u00A0from\u00A00 (0x%3).")
@@ -120,7 +136,7 @@ QStringList DifferenceSearch::answers() const {
     } else if (least == 0) {
       answers.append(tr("%1 is empty, and an empty file is the beginning of every file.").arg(shorter));
     } else {
-      answers.append(tr("%1 is the beginning of %2; %2 has %3 more.").arg(shorter, longer, exact(most - least)));
+      answers.append(tr("%1 is the beginning of %2.").arg(shorter, longer));
     }
   }
   if (all_) answers.append(countedAnswer());
@@ -154,19 +170,20 @@ void DifferenceSearch::start() {
   if (!difference_) {
     start(
         common,
-        [](const Files& files, const auto& cancellation, const auto& progress) {
-          return HashService::compareCommonPart(files.a, files.b, files.comparison.versions, cancellation, progress);
+        [](const Files& files, const auto& cancellation, const auto& progress, auto* turn) {
+          return HashService::compareCommonPart(files.a, files.b, files.comparison.versions, cancellation, progress,
+                                                turn);
         },
         [](DifferenceSearch& self, const auto& found) {
-          self.difference_ = found;
+          self.setDifference(found);
           self.isCommonPartCompared_ = true;
         });
   } else {
     start(
         common - difference_->offset,
-        [first = difference_->offset](const Files& files, const auto& cancellation, const auto& progress) {
+        [first = difference_->offset](const Files& files, const auto& cancellation, const auto& progress, auto* turn) {
           return HashService::countDifferences(files.a, files.b, files.comparison.versions, first, cancellation,
-                                               progress);
+                                               progress, turn);
         },
         [](DifferenceSearch& self, const auto& found) { self.all_ = found; });
   }
@@ -181,22 +198,25 @@ void DifferenceSearch::start(std::int64_t size, Work work, Take take) {
   runStatus_.start(1, counter_);
   runStatus_.addSizes({size});
   advance(0);
+  const qsizetype known = answers().size();
+  const auto turn = std::make_shared<FileComparison::Side>(FileComparison::Side::neither);
   task_.start(
       BackgroundTask::Priority::userInitiated,
-      [files = *files_, work = std::move(work), take = std::move(take)](const Task::Context& task) {
+      [files = *files_, work = std::move(work), take = std::move(take), turn, known](const Task::Context& task) {
         const auto progress = [&](double fraction) {
           task.post([fraction](DifferenceSearch& self) { self.advance(fraction); });
         };
-        task.post([found = work(files, task.cancellation(), progress), take](DifferenceSearch& self) {
-          take(self, found);
-          self.outcome_ = self.answers().constLast();
-          emit self.changed();
-          emit self.ended(Outcome::SomeFailed);
-        });
+        task.post(
+            [found = work(files, task.cancellation(), progress, turn.get()), take, known](DifferenceSearch& self) {
+              take(self, found);
+              self.outcome_ = self.answers().value(known);
+              emit self.changed();
+              emit self.ended(Outcome::SomeFailed);
+            });
       },
-      [](DifferenceSearch& self, const std::exception_ptr& failure) {
+      [turn](DifferenceSearch& self, const std::exception_ptr& failure) {
         if (failure) {
-          self.tellFailure(failure);
+          self.tellFailure(failure, *turn);
           emit self.ended(Outcome::SomeFailed);
         }
         self.setWorking(false);
@@ -219,17 +239,18 @@ void DifferenceSearch::advance(double progress) {
   runStatus_.advance({.fraction = progress, .file = displayText(files_->a.filename())});
 }
 
-void DifferenceSearch::tellFailure(const std::exception_ptr& failure) {
+void DifferenceSearch::tellFailure(const std::exception_ptr& failure, FileComparison::Side turn) {
   outcome_ = QString();
+  const QString subject = subjectOf(turn, files_->a, files_->b);
   try {
     std::rethrow_exception(failure);
   } catch (const HashServiceError& error) {
     const bool isChanged = error.value() == HashServiceError::Case::fileChangedDuringRead;
     // To ask the same once more would not help.
     const QString advice = tr("A file has changed since the comparison. Compare the files again.");
-    context_.setErrorMessage(isChanged ? advice : QString::fromUtf8(error.what()));
+    context_.setErrorMessage(isChanged ? advice : QString::fromUtf8(error.what()), subject);
   } catch (...) {
-    context_.setErrorMessage(failure);
+    context_.setErrorMessage(failure, subject);
   }
 }
 

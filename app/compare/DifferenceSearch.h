@@ -38,6 +38,9 @@ struct ByteRows {
   bool operator==(const ByteRows&) const = default;
 };
 
+/// "File A: report.pdf", safe to show on one line; empty for neither.
+QString subjectOf(FileComparison::Side side, const std::filesystem::path& a, const std::filesystem::path& b);
+
 /// What can be said of two files beyond the result of their comparison: the bytes where they differ first, whether one
 /// is the beginning of the other, how much of them differs. Part of a flow, on the interface thread.
 class DifferenceSearch : public QObject {
@@ -92,14 +95,15 @@ class DifferenceSearch : public QObject {
 
   [[nodiscard]] bool isOfCommonPart() const;
   [[nodiscard]] QString countedAnswer() const;
-  /// `work(files, cancellation, progress)` returns what `take(*this, found)` keeps. It reads so many bytes of each
-  /// file.
+  /// `work(files, cancellation, progress, turn)` returns what `take(*this, found)` keeps. It reads so many bytes of
+  /// each file.
   template <typename Work, typename Take>
   void start(std::int64_t size, Work work, Take take);
   void setWorking(bool isWorking);
   /// Of the bytes to be read of each file, 0 to 1.
   void advance(double progress);
-  void tellFailure(const std::exception_ptr& failure);
+  void tellFailure(const std::exception_ptr& failure, FileComparison::Side turn);
+  void setDifference(const std::optional<FileComparison::FirstDifference>& difference);
 
   struct Files {
     std::filesystem::path a;

@@ -6,12 +6,15 @@
 
 namespace tallyfold {
 
-void FlowContext::setErrorMessage(const QString& message) {
-  if (std::exchange(errorMessage_, message) != message) emit errorMessageChanged();
+void FlowContext::setErrorMessage(const QString& message, const QString& subject) {
+  const bool isOther = errorMessage_ != message || errorSubject_ != subject;
+  errorMessage_ = message;
+  errorSubject_ = subject;
+  if (isOther) emit errorMessageChanged();
 }
 
-void FlowContext::setErrorMessage(const std::exception_ptr& failure) {
-  setErrorMessage(QString::fromStdString(errorDescription(failure)));
+void FlowContext::setErrorMessage(const std::exception_ptr& failure, const QString& subject) {
+  setErrorMessage(QString::fromStdString(errorDescription(failure)), subject);
 }
 
 void FlowContext::setSelectedAlgorithms(HashAlgorithmSet algorithms) {

@@ -31,8 +31,10 @@ class FlowContext : public QObject {
 
   /// Empty when there is none.
   [[nodiscard]] QString errorMessage() const { return errorMessage_; }
-  void setErrorMessage(const QString& message);
-  void setErrorMessage(const std::exception_ptr& failure);
+  /// What it is about, in a few words that are safe to show on one line; empty where it says that itself.
+  [[nodiscard]] QString errorSubject() const { return errorSubject_; }
+  void setErrorMessage(const QString& message, const QString& subject = {});
+  void setErrorMessage(const std::exception_ptr& failure, const QString& subject = {});
 
   [[nodiscard]] HashAlgorithmSet selectedAlgorithms() const { return selectedAlgorithms_; }
   /// Ignored while the selection is held.
@@ -60,6 +62,7 @@ class FlowContext : public QObject {
   Desktop& desktop_;
   const std::shared_ptr<WeakAppViewModelReference> mailbox_ = std::make_shared<WeakAppViewModelReference>();
   QString errorMessage_;
+  QString errorSubject_;
   HashAlgorithmSet selectedAlgorithms_ = HashAlgorithm::recommended;
   bool isSelectionHeld_ = false;
   FlowTask<FlowContext> copyTask_{*this, mailbox_};

@@ -13,6 +13,7 @@ namespace tallyfold::HashService {
 
 using FileComparison::Differences;
 using FileComparison::FirstDifference;
+using FileComparison::Side;
 using FileComparison::Versions;
 
 namespace {
@@ -22,51 +23,88 @@ namespace {
 constexpr std::int64_t pieceSize = 131'072;
 static_assert(chunkSize % pieceSize == 0 && pieceSize % FirstDifference::rowSize == 0);
 
+/// Says before what can fail whose turn it is.
 struct OpenFile {
-  OpenFile(const std::filesystem::path& location, const std::stop_token& cancellation)
-      : OpenFile(location, openRegularFileForReading(location, cancellation)) {}
+  OpenFile(Side file, Side& now, const std::filesystem::path& location, const std::stop_token& cancellation)
+      : side(file), turn(now), url(location), handle(open(cancellation)) {}
 
-  void validate() const { validateUnchanged(handle, url, initial); }
+  void validate() const {
+    turn = side;
+    validateUnchanged(handle, url, initial);
+  }
+
+  void expect(const FileSnapshot& version) const {
+    turn = side;
+    if (initial != version) throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
+  }
+
+  void refuseContentWithoutSize() {
+    turn = side;
+    if (hasContentWithoutSize(handle, initial)) throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
+  }
+
+  void seek(std::int64_t offset) {
+    turn = side;
+    handle.seek(offset);
+  }
 
   /// Fills `bytes`, which the file is known to have.
   void read(std::span<std::byte> bytes, const std::stop_token& cancellation) {
+    turn = side;
     checkCancellation(cancellation);
     if (readExactChunk(handle, bytes, cancellation) != bytes.size()) {
       throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
     }
   }
 
+  /// Fails unless what `url` leads to is what was opened.
+  void validatePlace() const {
+    turn = side;
+    validatePath(url, initial);
+  }
+
+  const Side side;
+  Side& turn;
   const std::filesystem::path& url;
-  FileHandle handle;
   FileSnapshot initial;
+  FileHandle handle;
 
  private:
-  OpenFile(const std::filesystem::path& location, std::pair<FileHandle, FileSnapshot> opened)
-      : url(location), handle(std::move(opened.first)), initial(opened.second) {}
+  FileHandle open(const std::stop_token& cancellation) {
+    turn = side;
+    auto [opened, version] = openRegularFileForReading(url, cancellation);
+    initial = version;
+    return std::move(opened);
+  }
 };
 
 struct OpenFiles {
-  OpenFiles(const std::filesystem::path& locationOfA, const std::filesystem::path& locationOfB,
+  /// `turn` may be null.
+  OpenFiles(const std::filesystem::path& locationOfA, const std::filesystem::path& locationOfB, Side* turn,
             const std::stop_token& cancellation)
-      : a(locationOfA, cancellation), b(locationOfB, cancellation) {
-    validatePath(a.url, a.initial);
-    validatePath(b.url, b.initial);
+      : a(Side::a, turn == nullptr ? unasked : *turn, locationOfA, cancellation),
+        b(Side::b, a.turn, locationOfB, cancellation) {
+    a.validatePlace();
+    b.validatePlace();
   }
 
   OpenFiles(const std::filesystem::path& locationOfA, const std::filesystem::path& locationOfB,
-            const Versions& versions, const std::stop_token& cancellation)
-      : OpenFiles(locationOfA, locationOfB, cancellation) {
-    if (this->versions() != versions) throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
+            const Versions& versions, Side* turn, const std::stop_token& cancellation)
+      : OpenFiles(locationOfA, locationOfB, turn, cancellation) {
+    a.expect(versions.a);
+    b.expect(versions.b);
     refuseContentWithoutSize();
   }
+
+  OpenFiles(const OpenFiles&) = delete;
+  OpenFiles& operator=(const OpenFiles&) = delete;
 
   [[nodiscard]] Versions versions() const { return {a.initial, b.initial}; }
   [[nodiscard]] std::int64_t commonSize() const { return std::min(a.initial.fileSize, b.initial.fileSize); }
 
   void refuseContentWithoutSize() {
-    if (hasContentWithoutSize(a.handle, a.initial) || hasContentWithoutSize(b.handle, b.initial)) {
-      throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
-    }
+    a.refuseContentWithoutSize();
+    b.refuseContentWithoutSize();
   }
 
   void validate() const {
@@ -74,6 +112,7 @@ struct OpenFiles {
     b.validate();
   }
 
+  Side unasked = Side::neither;
   OpenFile a;
   OpenFile b;
 };
@@ -100,6 +139,7 @@ void readTogether(OpenFiles& files, std::int64_t from, const std::stop_token& ca
     }
     done += static_cast<std::int64_t>(chunk.size());
     if (done < size && done - lastDue >= step) {
+      files.validate();
       progress(static_cast<double>(done) / static_cast<double>(size));
       lastDue += step;
     }
@@ -141,9 +181,9 @@ std::optional<FirstDifference> findDifference(OpenFiles& files, const std::stop_
 
 FileComparisonWithVersions compareFilesKeepingVersions(const std::filesystem::path& a, const std::filesystem::path& b,
                                                        const std::stop_token& cancellation,
-                                                       const ProgressCallback& progress) {
+                                                       const ProgressCallback& progress, Side* turn) {
   checkCancellation(cancellation);
-  OpenFiles files(a, b, cancellation);
+  OpenFiles files(a, b, turn, cancellation);
   FileComparisonWithVersions comparison{.result = FileComparison::Identical(), .versions = files.versions()};
   const auto& [first, second] = comparison.versions;
   if (!first.isSameIdentity(second)) {
@@ -167,9 +207,9 @@ FileComparisonResult compareFiles(const std::filesystem::path& a, const std::fil
 
 std::optional<FirstDifference> compareCommonPart(const std::filesystem::path& a, const std::filesystem::path& b,
                                                  const Versions& versions, const std::stop_token& cancellation,
-                                                 const ProgressCallback& progress) {
+                                                 const ProgressCallback& progress, Side* turn) {
   checkCancellation(cancellation);
-  OpenFiles files(a, b, versions, cancellation);
+  OpenFiles files(a, b, versions, turn, cancellation);
   auto difference = findDifference(files, cancellation, progress);
   files.validate();
   if (!difference) progress(1.0);
@@ -177,14 +217,14 @@ std::optional<FirstDifference> compareCommonPart(const std::filesystem::path& a,
 }
 
 Differences countDifferences(const std::filesystem::path& a, const std::filesystem::path& b, const Versions& versions,
-                             std::int64_t first, const std::stop_token& cancellation,
-                             const ProgressCallback& progress) {
+                             std::int64_t first, const std::stop_token& cancellation, const ProgressCallback& progress,
+                             Side* turn) {
   checkCancellation(cancellation);
-  OpenFiles files(a, b, versions, cancellation);
+  OpenFiles files(a, b, versions, turn, cancellation);
   constexpr std::int64_t page = 4096;
   const std::int64_t start = first - first % page;
-  files.a.handle.seek(start);
-  files.b.handle.seek(start);
+  files.a.seek(start);
+  files.b.seek(start);
   ByteDifferences differences;
   readTogether(files, start, cancellation, progress, [&](auto fromA, auto fromB, std::int64_t /*offset*/) {
     differences.add(fromA, fromB);

@@ -67,6 +67,9 @@ struct Differences {
   bool operator==(const Differences&) const = default;
 };
 
+/// One of the two files, or neither.
+enum class Side { neither, a, b };
+
 }  // namespace FileComparison
 
 /// Equal when it is the same case with the same numbers.
@@ -93,26 +96,28 @@ namespace HashService {
 FileComparisonResult compareFiles(const std::filesystem::path& a, const std::filesystem::path& b,
                                   const std::stop_token& cancellation, const ProgressCallback& progress);
 
-/// What `compareFiles` finds, and what is needed to go on from there. Fails as it does.
+/// What `compareFiles` finds, and what is needed to go on from there. Fails as it does; `turn`, unless null, then says
+/// whose turn it was.
 FileComparisonWithVersions compareFilesKeepingVersions(const std::filesystem::path& a, const std::filesystem::path& b,
                                                        const std::stop_token& cancellation,
-                                                       const ProgressCallback& progress);
+                                                       const ProgressCallback& progress,
+                                                       FileComparison::Side* turn = nullptr);
 
 // What goes on where a comparison has ended fails as it does, and with `fileChangedDuringRead` when a file is not the
-// version any more that was compared, or when one that has no size has content. `progress` is that of `compareFiles`.
+// version any more that was compared, or when one that has no size has content. `progress` is that of `compareFiles`,
+// `turn` that of `compareFilesKeepingVersions`.
 
 /// Where the bytes differ first that files of different sizes have both; none when one is the beginning of the other.
-std::optional<FileComparison::FirstDifference> compareCommonPart(const std::filesystem::path& a,
-                                                                 const std::filesystem::path& b,
-                                                                 const FileComparison::Versions& versions,
-                                                                 const std::stop_token& cancellation,
-                                                                 const ProgressCallback& progress);
+std::optional<FileComparison::FirstDifference> compareCommonPart(
+    const std::filesystem::path& a, const std::filesystem::path& b, const FileComparison::Versions& versions,
+    const std::stop_token& cancellation, const ProgressCallback& progress, FileComparison::Side* turn = nullptr);
 
 /// All differences from the first one on, which is at `first`, to the end of the shorter file. `progress` is 1 at the
 /// end, and a fraction of these bytes before.
 FileComparison::Differences countDifferences(const std::filesystem::path& a, const std::filesystem::path& b,
                                              const FileComparison::Versions& versions, std::int64_t first,
-                                             const std::stop_token& cancellation, const ProgressCallback& progress);
+                                             const std::stop_token& cancellation, const ProgressCallback& progress,
+                                             FileComparison::Side* turn = nullptr);
 
 }  // namespace HashService
 

@@ -254,6 +254,7 @@ TEST_F(CompareFlow, ResultIsToldInWordsAndExactNumbers) {
   model_->compare()->compare();
   ASSERT_TRUE(reached([this] { return !model_->compare()->isComparing(); }));
   EXPECT_EQ(model_->errorMessage(), QStringLiteral("No such file or directory"));
+  EXPECT_EQ(model_->errorSubject(), "File B: missing");
   EXPECT_EQ(model_->unseenOutcome(AppMode::Compare), Outcome::SomeFailed);
 }
 
@@ -297,7 +298,7 @@ TEST_F(CompareFlow, GoesOnWithTheFilesThatWereCompared) {
   compare(folder_.file("beginning", contentOf(file).substr(0, 1000)), file);
   EXPECT_EQ(search.action(), "Compare the Common Part");
   ask();
-  EXPECT_THAT(search.answers(), ElementsAre("A is the beginning of B; B has 99,020 bytes more."));
+  EXPECT_THAT(search.answers(), ElementsAre("A is the beginning of B."));
   EXPECT_EQ(search.action(), "");
   compare(file, folder_.file("empty", ""));
   ask();
@@ -316,10 +317,16 @@ TEST_F(CompareFlow, GoesOnWithTheFilesThatWereCompared) {
           inOneLine("In the common part, of 14 bytes, the first difference is at byte 12, counted from 0 (0xc)."),
           inOneLine("2 bytes of the common part differ, in one run. The last of them is byte 13, counted from 0.")));
 
+  compare(file, folder_.file("last", contentOf(file).substr(0, 1'000) + "!"));
+  ask();
+  EXPECT_EQ(search.answers().value(1), "Nothing else of the common part differs.");
+  EXPECT_EQ(search.action() + QString::fromStdString(desktop_.announced.back()), "Compare: " + search.answers().at(0));
+
   compare(file, b);
   fs::resize_file(b, 5);
   ask();
   EXPECT_EQ(model_->errorMessage(), "A file has changed since the comparison. Compare the files again.");
+  EXPECT_EQ(model_->errorSubject(), "File B: b");
   EXPECT_EQ(desktop_.announced.back(), "Compare: ");
   EXPECT_EQ(search.action(), "Count All Differences");
   model_->compare()->swapCompareFiles();

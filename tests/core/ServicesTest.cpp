@@ -323,6 +323,23 @@ TEST_F(CompareFiles, ProgressIsReportedOncePerChunk) {
   EXPECT_EQ(outcomeAndProgress(a, b), "differ at 20971519; 0.400000 0.800000");
 }
 
+TEST_F(CompareFiles, ChangeIsToldAtTheNextReportAndOfWhichFile) {
+  for (const auto side : {FileComparison::Side::a, FileComparison::Side::b}) {
+    const fs::path a = sparseFile(folder, "a", 20 << 20);
+    const fs::path b = sparseFile(folder, "b", 21 << 20);
+    const auto versions = HashService::compareFilesKeepingVersions(a, b, {}, [](double) {}).versions;
+    int reports = 0;
+    auto turn = FileComparison::Side::neither;
+    const auto grow = [&](double) {
+      ++reports;
+      fs::resize_file(side == FileComparison::Side::a ? a : b, 22 << 20);
+    };
+    EXPECT_THROW(HashService::compareCommonPart(a, b, versions, {}, grow, &turn), HashServiceError);
+    EXPECT_EQ(reports, 1);
+    EXPECT_EQ(turn, side);
+  }
+}
+
 TEST_F(CompareFiles, ProgressOfLargeFilesIsReportedOncePerHundredth) {
   struct : WatchedSystemCalls {
     // Zero bytes without the time that it takes to read them.

@@ -6,6 +6,8 @@ TFSheet {
     id: alert
 
     property string message
+    // What it is about; may be cut in its middle.
+    property string subject
 
     signal dismissed
 
@@ -17,7 +19,7 @@ TFSheet {
     contentItem: Column {
         spacing: TallyTheme.space3
         Accessible.role: Accessible.AlertMessage
-        Accessible.name: title.text + ": " + messageText.text
+        Accessible.name: title.text + ": " + (alert.subject === "" ? "" : alert.subject + ": ") + messageText.text
 
         Row {
             spacing: TallyTheme.space2
@@ -37,6 +39,14 @@ TFSheet {
                 font.pixelSize: TallyTheme.sectionSize
                 font.weight: Font.DemiBold
             }
+        }
+
+        TFNameText {
+            objectName: "alertSubject"
+            width: parent.width
+            visible: text !== ""
+            text: alert.subject
+            font.weight: Font.Medium
         }
 
         TFText {

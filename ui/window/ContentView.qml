@@ -170,6 +170,7 @@ Window {
         id: alert
 
         message: root.viewModel.errorMessage
+        subject: root.viewModel.errorSubject
         onDismissed: root.viewModel.errorMessage = ""
     }
 
