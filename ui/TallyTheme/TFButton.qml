@@ -25,9 +25,22 @@ Item {
     // Of another subject, nothing is done yet.
     property var subject
     readonly property bool isDone: tick.running
+    // What it starts is under way, and it cancels that.
+    property bool isRunning: false
+    property int turns: 0
+    property int turnsAtPress: 0
     readonly property color foreground: isProminent ? TallyTheme.inkOnAccent : isBorderless ? TallyTheme.secondary : TallyTheme.primary
 
     signal clicked
+
+    function press() {
+        // The second half of a double click means what the button was for the first.
+        if (!control.enabled || doubleClick.running && turns !== turnsAtPress)
+            return;
+        turnsAtPress = turns;
+        doubleClick.restart();
+        clicked();
+    }
 
     function takeFocus() {
         control.forceActiveFocus(Qt.TabFocusReason);
@@ -38,6 +51,7 @@ Item {
     implicitWidth: control.implicitWidth
     implicitHeight: TallyTheme.controlHeight
     onSubjectChanged: tick.stop()
+    onIsRunningChanged: ++turns
     onClicked: {
         if (isConfirmed)
             tick.restart();
@@ -47,6 +61,12 @@ Item {
         id: tick
 
         interval: TallyTheme.tickDuration
+    }
+
+    Timer {
+        id: doubleClick
+
+        interval: Qt.styleHints.mouseDoubleClickInterval
     }
 
     T.Button {
@@ -63,13 +83,15 @@ Item {
         text: root.text
         Accessible.name: root.accessibleName
         Accessible.description: root.isDone ? qsTr("Copied") : root.refusal !== "" ? root.refusal : root.description
-        Accessible.onPressAction: {
-            if (enabled)
-                root.clicked();
+        Accessible.onPressAction: root.press()
+        Keys.onReturnPressed: event => keyed(event)
+        Keys.onEnterPressed: event => keyed(event)
+        onClicked: root.press()
+
+        function keyed(event) {
+            if (!event.isAutoRepeat)
+                root.press();
         }
-        Keys.onReturnPressed: root.clicked()
-        Keys.onEnterPressed: root.clicked()
-        onClicked: root.clicked()
 
         contentItem: Item {
             implicitWidth: row.implicitWidth

@@ -7,7 +7,6 @@ TFButton {
 
     // What it starts, in a word.
     required property string verb
-    property bool isRunning: false
     // Why it cannot be started now; empty when it can.
     property string startRefusal
 

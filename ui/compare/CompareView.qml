@@ -234,10 +234,11 @@ TFScreen {
                     anchors.verticalCenter: parent.verticalCenter
                     // As wide as it was.
                     width: Math.max(implicitWidth, askMetrics.advanceWidth(root.differences.action) + 2 * TallyTheme.space3)
-                    text: root.differences.isWorking ? qsTr("Cancel") : root.differences.action
-                    tip: root.differences.isWorking ? "Esc" : ""
+                    isRunning: root.differences.isWorking
+                    text: isRunning ? qsTr("Cancel") : root.differences.action
+                    tip: isRunning ? "Esc" : ""
                     onClicked: {
-                        if (root.differences.isWorking)
+                        if (isRunning)
                             root.differences.cancel();
                         else
                             root.differences.start();
@@ -277,7 +278,7 @@ TFScreen {
         height: parent.height
         z: -1
         replaces: [file.folder, file.name]
-        enabled: root.takesDrops && root.inputRefusal === ""
+        enabled: root.inputRefusal === ""
         onFilesDropped: files => root.viewModel.compare.setCompareFiles(files, false)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }
@@ -292,7 +293,7 @@ TFScreen {
         height: parent.height
         z: -1
         replaces: [file.folder, file.name]
-        enabled: root.takesDrops && root.inputRefusal === ""
+        enabled: root.inputRefusal === ""
         onFilesDropped: files => root.viewModel.compare.setCompareFiles(files, true)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }

@@ -256,12 +256,13 @@ TFSheet {
                 id: create
 
                 objectName: "createList"
-                text: root.creation.isWorking ? qsTr("Cancel") : qsTr("Calculate")
-                tip: root.creation.isWorking ? "Esc" : "Ctrl+Return"
-                isProminent: !root.isMade && !root.creation.isWorking
-                refusal: root.creation.isWorking ? "" : root.creation.createRefusal
+                isRunning: root.creation.isWorking
+                text: isRunning ? qsTr("Cancel") : qsTr("Calculate")
+                tip: isRunning ? "Esc" : "Ctrl+Return"
+                isProminent: !root.isMade && !isRunning
+                refusal: isRunning ? "" : root.creation.createRefusal
                 onClicked: {
-                    if (root.creation.isWorking)
+                    if (isRunning)
                         root.creation.cancel();
                     else
                         root.creation.create();
