@@ -171,6 +171,11 @@ TEST_F(DropTest, WhatCannotBeUsedIsRefusedWhileItHovers) {
   driver.usableItem("alertOk");
   expectRefusal(uriList, line(folder.file("behind", "")));
   model.setErrorMessage({});
+  model.files()->chooseFiles();
+  waitFor("the panel", [] { return Driver::panel("openPanel") != nullptr; });
+  Driver::panel("openPanel")->move(1'100, 700);
+  expectRefusal(uriList, line(folder.file("behind", "")));
+  Driver::panel("openPanel")->close();
   EXPECT_EQ(model.files()->jobs()->count(), 0);
 
   add({endlessFile()});

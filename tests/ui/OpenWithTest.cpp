@@ -1,5 +1,7 @@
 // What other programs have this one open, through the desktop's own commands.
 
+#include <algorithm>
+
 #include <QFileDialog>
 #include <QRegularExpression>
 
@@ -94,6 +96,28 @@ TEST_F(OpenWithTest, ComesToTheFront) {
   driver.focus(window);
   open("");
   waitFor("the panel in front", [&] { return QGuiApplication::focusWindow() == panel.windowHandle(); });
+}
+
+TEST_F(OpenWithTest, NothingBelowAPanelActsBeforeItIsAnswered) {
+  model.files()->chooseFiles();
+  waitFor("the panel", [&] { return Driver::panel("openPanel") != nullptr; });
+  QFileDialog& panel = *Driver::panel("openPanel");
+  for (const char* key : {"o", "e", "2", "comma", "q"}) {
+    driver.focus(window);
+    driver.press({"Control_L", key});
+    waitFor("the panel in front", [&] { return QGuiApplication::focusWindow() == panel.windowHandle(); });
+  }
+  driver.focus(window);
+  model.files()->chooseFiles();
+  waitFor("the panel in front", [&] { return QGuiApplication::focusWindow() == panel.windowHandle(); });
+  EXPECT_EQ(std::ranges::count_if(QGuiApplication::topLevelWindows(), &QWindow::isVisible), 2);
+  EXPECT_EQ(model.mode(), AppMode::Files);
+  open(location(folder.file("a", "")));
+  EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(model.files()->jobs()->count(), 0);
+  panel.reject();
+  waitFor("the run", [&] { return model.files()->results().size() == 1; });
 }
 
 // What the desktop takes for a list, the program does.

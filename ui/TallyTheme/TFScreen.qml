@@ -30,8 +30,6 @@ FocusScope {
     // What gets the keys when the screen comes, and when what had them cannot keep them.
     required property Item firstPlace
     property Item lastFirstPlace
-    // Nothing is dropped behind what stands over the window.
-    readonly property bool takesDrops: viewModel.errorMessage === "" && !viewModel.listCreation.isOpen
 
     function takeKeyboard() {
         if (!visible || !firstPlace)

@@ -45,10 +45,20 @@ QUrl& lastFolder() {
   return folder;
 }
 
-// A panel that belongs to `window`, blocks only it, and deletes itself when it closes. It begins where the last one was
-// confirmed.
-QFileDialog* makePanel(QWindow* window) {
+}  // namespace
+
+bool DesktopServices::bringPanelToFront() const {
+  if (!panel_ || !panel_->isVisible()) return false;
+  panel_->raise();
+  panel_->activateWindow();
+  return true;
+}
+
+// A panel that belongs to the window, blocks only it, and deletes itself when it closes. It begins where the last one
+// was confirmed.
+QFileDialog* DesktopServices::makePanel() {
   auto* panel = new QFileDialog;
+  panel_ = panel;
   static auto& kinds = *new ItemKinds;  // Never destroyed: a thread of the toolkit may outlive main.
   panel->setIconProvider(&kinds);
   panel->setAttribute(Qt::WA_DeleteOnClose);
@@ -58,39 +68,39 @@ QFileDialog* makePanel(QWindow* window) {
     lastFolder() = panel->fileMode() == QFileDialog::Directory ? panel->selectedUrls().value(0) : panel->directoryUrl();
   });
   panel->winId();
-  if (panel->windowHandle() != nullptr) panel->windowHandle()->setTransientParent(window);
+  if (panel->windowHandle() != nullptr) panel->windowHandle()->setTransientParent(window_);
   return panel;
 }
 
-QFileDialog* makeOpenPanel(QWindow* window, QFileDialog::FileMode mode, const QString& title) {
-  QFileDialog* panel = makePanel(window);
+QFileDialog* DesktopServices::makeOpenPanel(QFileDialog::FileMode mode, const QString& title) {
+  QFileDialog* panel = makePanel();
   panel->setObjectName(QStringLiteral("openPanel"));
   panel->setWindowTitle(title);
   panel->setFileMode(mode);
   return panel;
 }
 
-void openExisting(QWindow* window, QFileDialog::FileMode mode, const QString& title,
-                  std::function<void(const QList<QUrl>&)> chosen) {
-  QFileDialog* panel = makeOpenPanel(window, mode, title);
+void DesktopServices::openExisting(QFileDialog::FileMode mode, const QString& title,
+                                   std::function<void(const QList<QUrl>&)> chosen) {
+  if (bringPanelToFront()) return;
+  QFileDialog* panel = makeOpenPanel(mode, title);
   QObject::connect(panel, &QDialog::accepted, panel,
                    [panel, chosen = std::move(chosen)] { chosen(panel->selectedUrls()); });
   panel->open();
 }
 
-}  // namespace
-
 void DesktopServices::chooseFiles(std::function<void(const QList<QUrl>&)> chosen) {
-  openExisting(window_, QFileDialog::ExistingFiles, QFileDialog::tr("Choose Files"), std::move(chosen));
+  openExisting(QFileDialog::ExistingFiles, QFileDialog::tr("Choose Files"), std::move(chosen));
 }
 
 void DesktopServices::chooseSingleFile(std::function<void(const QUrl&)> chosen) {
-  openExisting(window_, QFileDialog::ExistingFile, QFileDialog::tr("Choose File"),
+  openExisting(QFileDialog::ExistingFile, QFileDialog::tr("Choose File"),
                [chosen = std::move(chosen)](const QList<QUrl>& files) { chosen(files.value(0)); });
 }
 
 void DesktopServices::chooseFolder(std::function<void(const QUrl&)> chosen) {
-  QFileDialog* panel = makeOpenPanel(window_, QFileDialog::Directory, QFileDialog::tr("Choose Folder"));
+  if (bringPanelToFront()) return;
+  QFileDialog* panel = makeOpenPanel(QFileDialog::Directory, QFileDialog::tr("Choose Folder"));
   panel->setOptions(QFileDialog::ShowDirsOnly | QFileDialog::ReadOnly);
   QObject::connect(panel, &QDialog::accepted, panel,
                    [panel, chosen = std::move(chosen)] { chosen(panel->selectedUrls().value(0)); });
@@ -99,7 +109,8 @@ void DesktopServices::chooseFolder(std::function<void(const QUrl&)> chosen) {
 
 void DesktopServices::chooseDestination(const std::filesystem::path& proposal,
                                         std::function<void(const QUrl&)> chosen) {
-  QFileDialog* panel = makePanel(window_);
+  if (bringPanelToFront()) return;
+  QFileDialog* panel = makePanel();
   panel->setObjectName(QStringLiteral("savePanel"));
   panel->setWindowTitle(QFileDialog::tr("Save"));
   panel->setAcceptMode(QFileDialog::AcceptSave);

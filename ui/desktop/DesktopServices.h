@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFileDialog>
 #include <QPointer>
 #include <QWindow>
 
@@ -8,7 +9,7 @@
 
 namespace tallyfold {
 
-/// The desktop's own panels, clipboard and file browser.
+/// The desktop's own panels, one at a time, clipboard and file browser.
 class DesktopServices : public Desktop {
  public:
   /// Panels belong to `window` from now on.
@@ -24,7 +25,14 @@ class DesktopServices : public Desktop {
   void revealInFileBrowser(const std::filesystem::path& path) override;
 
  private:
+  /// Whether one is open, which is brought to the front then: there is never a second one.
+  [[nodiscard]] bool bringPanelToFront() const;
+  QFileDialog* makePanel();
+  QFileDialog* makeOpenPanel(QFileDialog::FileMode mode, const QString& title);
+  void openExisting(QFileDialog::FileMode mode, const QString& title, std::function<void(const QList<QUrl>&)> chosen);
+
   QPointer<QWindow> window_;
+  QPointer<QFileDialog> panel_;
   Notifications notifications_;
 };
 

@@ -220,7 +220,7 @@ TFScreen {
 
         objectName: "dropZone"
         anchors.fill: parent
-        enabled: root.takesDrops && root.viewModel.files.queueRefusal === ""
+        enabled: root.viewModel.files.queueRefusal === ""
         replaces: [root.viewModel.files.clearings]
         z: -1
         onFilesDropped: files => root.viewModel.files.receiveDroppedFiles(files)

@@ -296,7 +296,7 @@ TFScreen {
         z: -1
         takesFolders: true
         replaces: [root.listFile.folder, root.listFile.name, rootFolder.folder, rootFolder.name]
-        enabled: root.takesDrops && root.viewModel.manifest.manifestFileRefusal === ""
+        enabled: root.viewModel.manifest.manifestFileRefusal === ""
         onFilesDropped: files => root.viewModel.manifest.dropManifest(files)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }

@@ -312,7 +312,7 @@ TFScreen {
         anchors.fill: parent
         z: -1
         replaces: [file.folder, file.name]
-        enabled: root.takesDrops && root.inputRefusal === ""
+        enabled: root.inputRefusal === ""
         onFilesDropped: files => root.viewModel.verify.dropVerify(files)
         onDropRefused: sentence => root.viewModel.errorMessage = sentence
     }

@@ -99,10 +99,12 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(prepared(argc)
   window_ = engine_.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
   if (window_ == nullptr) qFatal("The window could not be built.");
   desktop_.setWindow(window_);
+  guard_.emplace(*window_, viewModel_);
 
   QObject::connect(&onBus_, &ApplicationOnBus::activated, window_,
                    [this](const QString& token) { comeToFront(token); });
-  QObject::connect(&onBus_, &ApplicationOnBus::filesOpened, &viewModel_, &AppViewModel::openFiles);
+  QObject::connect(&onBus_, &ApplicationOnBus::filesOpened, window_,
+                   [this](const QList<QUrl>& files) { openFiles(files); });
   QObject::connect(&onBus_, &ApplicationOnBus::openingRefused, &viewModel_, &AppViewModel::setErrorMessage);
   onBus_.join();
 }
@@ -113,12 +115,22 @@ void TallyfoldApp::comeToFront(const QString& token) {
   window_->setWindowStates(window_->windowStates() & ~Qt::WindowMinimized);
   window_->raise();
   // Not over its own panel, which keeps the window from being used.
-  QWindow* const panel = QGuiApplication::modalWindow();
+  QWindow* const panel = guard_->panel();
   if (panel != nullptr) panel->raise();
   // The toolkit takes it from there.
   if (!token.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
   (panel != nullptr ? panel : window_)->requestActivate();
   qunsetenv("XDG_ACTIVATION_TOKEN");
+}
+
+// Not below a panel, which is answered first: what it is asked for is about what is there now.
+void TallyfoldApp::openFiles(const QList<QUrl>& files) {
+  if (QWindow* const panel = guard_->panel()) {
+    QObject::connect(
+        panel, &QObject::destroyed, window_, [this, files] { openFiles(files); }, Qt::QueuedConnection);
+  } else {
+    viewModel_.openFiles(files);
+  }
 }
 
 int TallyfoldApp::leave(int status) {

@@ -1,15 +1,16 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include <QApplication>
 #include <QQmlApplicationEngine>
+#include <QQuickWindow>
 
 #include "app/AppViewModel.h"
 #include "ui/desktop/ApplicationOnBus.h"
 #include "ui/desktop/DesktopServices.h"
-
-class QQuickWindow;
+#include "ui/window/WindowGuard.h"
 
 namespace tallyfold {
 
@@ -32,12 +33,14 @@ class TallyfoldApp {
 
  private:
   void comeToFront(const QString& token);
+  void openFiles(const QList<QUrl>& files);
 
   QApplication application_;
   DesktopServices desktop_;
   AppViewModel viewModel_{desktop_};
   QQmlApplicationEngine engine_;
-  QQuickWindow* window_ = nullptr;  // The engine's.
+  QQuickWindow* window_ = nullptr;    // The engine's.
+  std::optional<WindowGuard> guard_;  // From the window on.
   ApplicationOnBus onBus_;
 };
 
