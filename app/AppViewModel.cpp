@@ -109,12 +109,6 @@ void AppViewModel::openFiles(const QList<QUrl>& urls) {
   }
 }
 
-bool AppViewModel::isSaving() {
-  // An export that was cancelled may have left its work behind.
-  return files()->isExporting() || !files()->interruption().isEmpty() || listCreation_.isSaving() ||
-         manifest()->manifestExport()->isOnItsWay();
-}
-
 void AppViewModel::shutdown() {
   for (const AppMode::Case mode : AppMode::allCases()) flow(mode).shutdown();
   listCreation_.shutdown();

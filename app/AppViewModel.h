@@ -86,7 +86,7 @@ class AppViewModel : public tallyfold::ModeFlows {
   }
 
   /// Something is on its way to the disk, or was left behind on it: it is worth a while of waiting.
-  [[nodiscard]] bool isSaving();
+  [[nodiscard]] bool isSaving() const { return context().isSaving(); }
 
   /// Stops every background flow. Their threads end on their own, within one chunk of what they read.
   Q_INVOKABLE void shutdown();

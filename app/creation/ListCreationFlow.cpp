@@ -1,12 +1,9 @@
 #include "app/creation/ListCreationFlow.h"
 
 #include <algorithm>
-#include <atomic>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <QPointer>
 
 #include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
@@ -26,6 +23,7 @@ ListCreationFlow::ListCreationFlow(FlowContext& context) : Flow(context) {
   connect(this, &ListCreationFlow::choiceChanged, this, &ListCreationFlow::statusChanged);
   connect(this, &ListCreationFlow::folderChanged, this, &ListCreationFlow::statusChanged);
   connect(this, &ListCreationFlow::statusChanged, this, &Flow::isBusyChanged);
+  connect(&saver_, &Saver::ended, this, &ListCreationFlow::endSaving);
 }
 
 void ListCreationFlow::setOpen(bool isOpen) {
@@ -115,14 +113,14 @@ QString ListCreationFlow::sample() const {
 QString ListCreationFlow::choiceRefusal() const { return isWorking() ? tr("The list is being made.") : QString(); }
 
 QString ListCreationFlow::createRefusal() const {
-  if (isWorking() || task_.isRunning()) return tr("The list is being made.");
+  if (isWorking() || task_.isRunning() || saver_.isSaving()) return tr("The list is being made.");
   if (!folder_) return tr("Choose the folder first.");
   if (algorithms_.empty()) return tr("Select at least one algorithm.");
   return {};
 }
 
 QString ListCreationFlow::saveRefusal() const {
-  if (isWorking() || task_.isRunning()) return tr("The list is being made.");
+  if (isWorking() || task_.isRunning() || saver_.isSaving()) return tr("The list is being made.");
   if (!files_ || stage_ != Stage::made) return tr("Calculate the checksums first.");
   if (files_->empty()) return tr("No file could be read.");
   return {};
@@ -247,9 +245,9 @@ void ListCreationFlow::applyReport(ListCreationRun::Report report) {
 
 void ListCreationFlow::cancel() {
   if (!isWorking()) return;
+  // Whether there is a list by now, the end of its saving tells.
+  if (stage_ == Stage::saving) return saver_.cancel();
   task_.cancel();
-  // Whether there is a list by now, the last step tells.
-  if (stage_ == Stage::saving) return;
   sizesTask_.abandon();
   runStatus_.end();
   setStage(Stage::cancelled);
@@ -258,39 +256,23 @@ void ListCreationFlow::cancel() {
 void ListCreationFlow::save() {
   if (!saveRefusal().isEmpty()) return;
   const std::filesystem::path proposal = *folder_ / ChecksumList::proposedName(form(), algorithms_);
-  context().desktop().chooseDestination(proposal, [this, alive = QPointer(this), files = files_](const QUrl& url) {
-    const auto destination = alive ? fileLocation(url) : std::nullopt;
-    if (destination && files == files_ && saveRefusal().isEmpty()) saveAs(*destination);
+  saver_.ask(proposal, [this, files = files_] {
+    return files == files_ && saveRefusal().isEmpty() ? writer() : Saver::Writer();
   });
 }
 
-void ListCreationFlow::saveAs(const std::filesystem::path& destination) {
-  context().setErrorMessage(QString());
+Saver::Writer ListCreationFlow::writer() {
   setStage(Stage::saving);
-  const auto isSaved = std::make_shared<std::atomic<bool>>(false);
-  task_.start(
-      BackgroundTask::Priority::utility,
-      [files = files_, form = form(), folder = *folder_, root = found_->root, destination,
-       isSaved](const ListCreationRun::Context& task) {
-        ListCreationRun::checkRoot(folder, root, task.cancellation());
-        ChecksumList::write(NewList::withoutReplaced(*files, folder, destination), form, destination,
-                            task.cancellation());
-        *isSaved = true;
-      },
-      [destination, isSaved](ListCreationFlow& flow, const std::exception_ptr& failure) {
-        flow.endSaving(destination, *isSaved, failure);
-      });
+  return [files = files_, form = form(), folder = *folder_, root = found_->root](const auto& destination,
+                                                                                 const auto& cancellation) {
+    ListCreationRun::checkRoot(folder, root, cancellation);
+    ChecksumList::write(NewList::withoutReplaced(*files, folder, destination), form, destination, cancellation);
+  };
 }
 
-void ListCreationFlow::endSaving(const std::filesystem::path& destination, bool isSaved,
-                                 const std::exception_ptr& failure) {
-  hasLeftSaveBehind_ = task_.hasLeftWorkBehind() && !isSaved;
-  if (failure) context().setErrorMessage(failure);
+void ListCreationFlow::endSaving(const std::filesystem::path& destination, bool isSaved) {
   // Nobody waits for it any more.
   if (stage_ != Stage::saving) return emit statusChanged();
-  if (hasLeftSaveBehind_) {
-    context().setErrorMessage(tr("The disk does not answer. Whether the list is saved cannot be told."));
-  }
   setStage(Stage::made);
   if (!isSaved) return;
   emit saved(destination, *folder_, algorithms_.size() == 1 ? std::optional(*algorithms_.begin()) : std::nullopt);

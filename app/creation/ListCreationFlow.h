@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <exception>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -14,6 +13,7 @@
 #include "app/creation/ListFailures.h"
 #include "app/shared/Flow.h"
 #include "app/shared/RunStatus.h"
+#include "app/shared/Saver.h"
 #include "app/shared/Tone.h"
 
 namespace tallyfold {
@@ -68,9 +68,6 @@ class ListCreationFlow : public tallyfold::Flow {
   [[nodiscard]] bool isBusy() const override { return isWorking(); }
   [[nodiscard]] QString outcomeSentence() const override { return verdict().title; }
   void shutdown() override { cancel(); }
-
-  /// A list is being written to the disk, or its writing was left behind there.
-  [[nodiscard]] bool isSaving() const { return stage_ == Stage::saving || hasLeftSaveBehind_; }
 
   /// The user is at it: from the choice on until it is closed, which forgets what was made.
   [[nodiscard]] bool isOpen() const { return isOpen_; }
@@ -130,8 +127,8 @@ class ListCreationFlow : public tallyfold::Flow {
   void applyFound(const std::shared_ptr<const ListCreationRun::Found>& found,
                   const std::shared_ptr<const ReadCounter>& counter);
   void applyReport(ListCreationRun::Report report);
-  void saveAs(const std::filesystem::path& destination);
-  void endSaving(const std::filesystem::path& destination, bool isSaved, const std::exception_ptr& failure);
+  [[nodiscard]] Saver::Writer writer();
+  void endSaving(const std::filesystem::path& destination, bool isSaved);
   [[nodiscard]] QStringList remarks() const;
 
   std::optional<std::filesystem::path> folder_;
@@ -139,7 +136,6 @@ class ListCreationFlow : public tallyfold::Flow {
   std::optional<ChecksumList::Form> chosenForm_;
   bool isOpen_ = false;
   Stage stage_ = Stage::choosing;
-  bool hasLeftSaveBehind_ = false;
   QString refusal_;                                      // Of the folder, at the stage of that name.
   std::shared_ptr<const ListCreationRun::Found> found_;  // Null before the folder is walked.
   ListCreationRun::Files files_;                         // Null before they are all hashed.
@@ -148,6 +144,7 @@ class ListCreationFlow : public tallyfold::Flow {
   RunStatus runStatus_;
   FlowTask<ListCreationFlow> task_{*this, context().mailbox()};
   FlowTask<ListCreationFlow> sizesTask_{*this, context().mailbox()};
+  Saver saver_{context(), tr("The disk does not answer. Whether the list is saved cannot be told.")};
 };
 
 }  // namespace tallyfold

@@ -5,10 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include <QPointer>
-
 #include "app/files/FilesFlow.h"
-#include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
 #include "app/shared/NewList.h"
 #include "checksums/paths/ManifestPaths.h"
@@ -79,32 +76,18 @@ void FilesFlow::exportList() {
        });
 }
 
-void FilesFlow::save(const std::filesystem::path& proposal, Writer write) {
-  context().desktop().chooseDestination(
-      proposal, [this, alive = QPointer(this), write = std::move(write)](const QUrl& url) {
-        if (!alive) return;
-        const auto destination = fileLocation(url);
-        if (!destination || !exportRefusal().isEmpty()) return;
-        context().setErrorMessage(QString());
-        interruption_.clear();
-        dismissNotice();
-        setExporting(true);
-        exportTask_.start(
-            BackgroundTask::Priority::utility,
-            [write, destination = *destination](const FlowTask<FilesFlow>::Context& task) {
-              write(destination, task.cancellation());
-              task.post([destination](FilesFlow& flow) { flow.reportSaved(destination); });
-            },
-            [](FilesFlow& flow, const std::exception_ptr& failure) {
-              if (failure) flow.context().setErrorMessage(failure);
-              if (flow.exportTask_.hasLeftWorkBehind()) flow.interruption_ = tr("The disk does not answer");
-              flow.setExporting(false);
-            });
-      });
+void FilesFlow::save(const std::filesystem::path& proposal, Saver::Writer write) {
+  saver_.ask(proposal, [this, write = std::move(write)]() -> Saver::Writer {
+    if (!exportRefusal().isEmpty()) return {};
+    interruption_.clear();
+    dismissNotice();
+    return write;
+  });
 }
 
-void FilesFlow::reportSaved(const std::filesystem::path& destination) {
-  savedReport_ = destination;
+void FilesFlow::reportSaved() {
+  const QString place = saver_.savedPlace();
+  if (place.isEmpty()) return;
   const std::size_t missing = jobs_.jobs().size() - results_.size();
   const bool haveAllFailed = static_cast<std::size_t>(jobs_.count(FileJobListModel::Failures)) == missing;
   QString remark;
@@ -114,25 +97,14 @@ void FilesFlow::reportSaved(const std::filesystem::path& destination) {
     remark = (haveAllFailed ? tr(", %1 failed files are not in it") : tr(", %1 files are not in it"))
                  .arg(userLocale().toString(static_cast<qulonglong>(missing)));
   }
-  setNotice(
-      {.kind = FilesNotice::Saved, .words = tr("Saved to "), .place = displayText(destination), .remark = remark});
+  setNotice({.kind = FilesNotice::Saved, .words = tr("Saved to "), .place = place, .remark = remark});
 }
-
-void FilesFlow::showSavedReport() {
-  if (!savedReport_.empty()) context().desktop().revealInFileBrowser(savedReport_);
-}
-
-void FilesFlow::cancelExport() { exportTask_.cancel(); }
 
 QString FilesFlow::exportRefusal() const {
   if (isProcessing_) return tr("Reports can be saved when the run has ended.");
-  if (isExporting_ || exportTask_.isRunning()) return tr("A report is being saved.");
+  if (isExporting()) return tr("A report is being saved.");
   if (results_.empty()) return tr("There are no checksums to export yet.");
   return {};
-}
-
-void FilesFlow::setExporting(bool isExporting) {
-  if (std::exchange(isExporting_, isExporting) != isExporting) emit isExportingChanged();
 }
 
 }  // namespace tallyfold

@@ -18,6 +18,8 @@ FilesFlow::FilesFlow(FlowContext& context) : Flow(context) {
     connect(this, change, this, &FilesFlow::refusalsChanged);
     connect(this, change, this, &Flow::isBusyChanged);
   }
+  connect(&saver_, &Saver::isSavingChanged, this, &FilesFlow::isExportingChanged);
+  connect(&saver_, &Saver::savedPlaceChanged, this, &FilesFlow::reportSaved);
   connect(this, &FilesFlow::resultsChanged, this, &FilesFlow::refusalsChanged);
   connect(&jobs_, &FileJobListModel::countsChanged, this, &FilesFlow::refusalsChanged);
   connect(&jobs_, &FileJobListModel::countChanged, this, &FilesFlow::emptySentenceChanged);
@@ -39,7 +41,7 @@ void FilesFlow::addFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFile
 void FilesFlow::addDroppedFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFiles(urls), true); }
 
 void FilesFlow::addPreparedFiles(PreparedFiles files, bool isDrop) {
-  if (isProcessing_ || isExporting_) return;
+  if (isProcessing_ || isExporting()) return;
   const int before = jobs_.total();
   const bool hasRoomForAll = jobs_.add(std::move(files), queueLimit);
   if (jobs_.total() > before && notice_.kind == FilesNotice::Cleared) dismissNotice();
@@ -51,7 +53,7 @@ void FilesFlow::addPreparedFiles(PreparedFiles files, bool isDrop) {
 }
 
 void FilesFlow::receiveFiles(const QList<QUrl>& urls, bool isDrop) {
-  if (isProcessing_ || isExporting_) return;
+  if (isProcessing_ || isExporting()) return;
   received_.append({urls, isDrop});
   if (!receivingTask_.isRunning()) receiveNext();
 }
@@ -216,7 +218,7 @@ void FilesFlow::removeMarked() {
 }
 
 void FilesFlow::clearFiles() {
-  if (isExporting_) return;
+  if (isExporting()) return;
   ++clearings_;
   emit clearingsChanged();
   received_.clear();
@@ -327,7 +329,7 @@ void FilesFlow::reveal(const Uuid& id) {
 
 QString FilesFlow::startRefusal() const {
   if (isProcessing_ || processingTask_.isRunning()) return tr("A run is under way.");
-  if (isExporting_) return tr("A report is being saved.");
+  if (isExporting()) return tr("A report is being saved.");
   if (jobs_.jobs().empty()) return tr("Add files first.");
   if (context().selectedAlgorithms().empty()) return tr("Select at least one algorithm.");
   return {};
@@ -335,12 +337,12 @@ QString FilesFlow::startRefusal() const {
 
 QString FilesFlow::queueRefusal() const {
   if (isProcessing_) return tr("The list cannot change during a run.");
-  if (isExporting_) return tr("The list cannot change while a report is being saved.");
+  if (isExporting()) return tr("The list cannot change while a report is being saved.");
   return {};
 }
 
 QString FilesFlow::clearRefusal() const {
-  if (isExporting_) return tr("The list cannot change while a report is being saved.");
+  if (isExporting()) return tr("The list cannot change while a report is being saved.");
   if (jobs_.jobs().empty()) return tr("The list is empty.");
   return {};
 }

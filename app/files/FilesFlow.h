@@ -3,9 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <memory>
-#include <stop_token>
 #include <utility>
 #include <vector>
 
@@ -21,6 +19,7 @@
 #include "app/files/PreparedFiles.h"
 #include "app/shared/Flow.h"
 #include "app/shared/RunStatus.h"
+#include "app/shared/Saver.h"
 #include "export/reports/ManifestService.h"
 
 namespace tallyfold {
@@ -51,7 +50,7 @@ class FilesFlow : public tallyfold::Flow {
 
   explicit FilesFlow(FlowContext& context);
 
-  [[nodiscard]] bool isBusy() const override { return isProcessing_ || isExporting_; }
+  [[nodiscard]] bool isBusy() const override { return isProcessing_ || isExporting(); }
   void shutdown() override;
 
   [[nodiscard]] QString outcomeSentence() const override { return verdict().title; }
@@ -70,14 +69,14 @@ class FilesFlow : public tallyfold::Flow {
   [[nodiscard]] int processedCount() const { return processedCount_; }
   /// "3 of 1,204": of the files of the current or last run, or of those that one would be about.
   [[nodiscard]] QString runFigure() const;
-  [[nodiscard]] bool isExporting() const { return isExporting_; }
+  [[nodiscard]] bool isExporting() const { return saver_.isSaving(); }
   /// How often the list was cleared: what was dropped or chosen before comes too late.
   [[nodiscard]] int clearings() const { return clearings_; }
   [[nodiscard]] QString startRefusal() const;
   [[nodiscard]] QString exportRefusal() const;
   [[nodiscard]] QString queueRefusal() const;
   [[nodiscard]] QString clearRefusal() const;
-  /// Why the last run or export ended before its work came back, in a few words; empty when it did not.
+  /// Why the last run ended before its work came back, in a few words; empty when it did not.
   [[nodiscard]] QString interruption() const { return interruption_; }
 
   /// Appends a job for every new regular location among `urls`; folders, duplicates and what is not a file are skipped.
@@ -115,11 +114,11 @@ class FilesFlow : public tallyfold::Flow {
   /// As a checksum list, in the form that is usual for its algorithms, with names relative to the folder that all
   /// files have in common.
   Q_INVOKABLE void exportList();
-  Q_INVOKABLE void cancelExport();
+  Q_INVOKABLE void cancelExport() { saver_.cancel(); }
 
   [[nodiscard]] FilesNotice notice() const { return notice_; }
   /// Shows the report that was saved last in the file browser.
-  Q_INVOKABLE void showSavedReport();
+  Q_INVOKABLE void showSavedReport() { saver_.showSaved(); }
   /// What the notice is about is done with: a cleared list cannot come back.
   Q_INVOKABLE void dismissNotice();
 
@@ -156,14 +155,11 @@ class FilesFlow : public tallyfold::Flow {
   void applyReports(const FileRun& run, std::vector<FileRun::Report> reports);
   void setProcessing(bool isProcessing);
   void setProgress(std::size_t processed, std::size_t total);
-  void setExporting(bool isExporting);
-  /// Asks for a destination, and saves there with `write`, on the export's thread.
-  using Writer = std::function<void(const std::filesystem::path& destination, const std::stop_token& cancellation)>;
-  void save(const std::filesystem::path& proposal, Writer write);
+  void save(const std::filesystem::path& proposal, Saver::Writer write);
   void showQueueLimit();
   void setNotice(FilesNotice notice);
   void keepCleared();
-  void reportSaved(const std::filesystem::path& destination);
+  void reportSaved();
 
   ResultByJobID resultByJobID_;
   FileJobListModel jobs_{resultByJobID_};
@@ -172,7 +168,6 @@ class FilesFlow : public tallyfold::Flow {
   double overallProgress_ = 0;
   int processedCount_ = 0;
   int runFileCount_ = 0;
-  bool isExporting_ = false;
   Stage stage_ = Stage::none;
   RunStatus runStatus_;
   double fraction_ = 0;  // Of the file under way.
@@ -181,12 +176,11 @@ class FilesFlow : public tallyfold::Flow {
   bool isRunWanted_ = false;  // By what was dropped, once all of it is in the list: it cannot come later.
   int clearings_ = 0;
   Cleared cleared_;
-  std::filesystem::path savedReport_;
   FilesNotice notice_;
   FlowTask<FilesFlow> receivingTask_{*this, context().mailbox()};
   FlowTask<FilesFlow> processingTask_{*this, context().mailbox()};
   FlowTask<FilesFlow> sizesTask_{*this, context().mailbox()};
-  FlowTask<FilesFlow> exportTask_{*this, context().mailbox()};
+  Saver saver_{context(), tr("The disk does not answer. Whether the report is saved cannot be told.")};
 };
 
 }  // namespace tallyfold

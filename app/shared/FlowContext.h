@@ -49,6 +49,11 @@ class FlowContext : public QObject {
   void copy(const QByteArray& text);
   void copyLater(std::function<QByteArray(const std::stop_token&)> text);
   void abandonCopy() { copyTask_.abandon(); }
+  /// Something is on its way to a disk, or was left behind on it: it is worth a while of waiting.
+  [[nodiscard]] bool isSaving() const { return savings_ > 0; }
+  /// `by` more of such are under way.
+  void countSaving(int by) { savings_ += by; }
+
   /// What a paste brings: of the clipboard, or of what is selected in another program. Asks that program, which can
   /// take long: once for each paste.
   [[nodiscard]] QString pasteboardText(bool isSelection = false) const;
@@ -65,6 +70,7 @@ class FlowContext : public QObject {
   QString errorSubject_;
   HashAlgorithmSet selectedAlgorithms_ = HashAlgorithm::recommended;
   bool isSelectionHeld_ = false;
+  int savings_ = 0;
   FlowTask<FlowContext> copyTask_{*this, mailbox_};
 };
 

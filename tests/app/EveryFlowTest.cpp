@@ -85,9 +85,9 @@ TEST_F(EveryFlow, ThatIsCancelledStartsAnewWhileItsWorkHangs) {
     EXPECT_TRUE(flow.isBusy() && !desktop_.singlePanel);
     flow.cancel();
     // What others wait for ends without its worker, but not at once.
-    const bool isProof = name == "Proof";
-    const bool isPatient = name == "Files" || name == "Export";
-    EXPECT_EQ(flow.isBusy(), isPatient || isProof);
+    const bool isSaver = name == "Proof" || name == "Export";
+    const bool isPatient = name == "Files";
+    EXPECT_EQ(flow.isBusy(), isPatient || isSaver);
     ASSERT_TRUE(reached([&] { return !flow.isBusy(); }));
     EXPECT_EQ(model_->files()->interruption(), isPatient ? "The disk does not answer" : "");
     if (name == "Files") {
@@ -95,8 +95,9 @@ TEST_F(EveryFlow, ThatIsCancelledStartsAnewWhileItsWorkHangs) {
       EXPECT_EQ(model_->files()->verdict().title, "") << "of a list that is gone";
       model_->files()->undoClear();
     }
-    EXPECT_EQ(model_->errorMessage().left(24), isProof ? "The disk does not answer" : "");
-    EXPECT_EQ(model_->isSaving(), isProof || name == "Export") << "what was left behind";
+    EXPECT_EQ(model_->errorMessage().left(24), isSaver ? "The disk does not answer" : "");
+    EXPECT_EQ(model_->isSaving(), isSaver) << "what was left behind";
+    EXPECT_EQ(model_->errorSubject().contains("reports/"), isSaver);
     for (const AppMode::Case mode : AppMode::allCases()) {
       EXPECT_EQ(model_->unseenOutcome(mode), Outcome::NoOutcome) << name;
     }

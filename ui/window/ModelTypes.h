@@ -87,6 +87,12 @@ struct RunStatusType {
   QML_UNCREATABLE("The flows own what they tell.")
 };
 
+struct SaverType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::Saver)
+  QML_ANONYMOUS
+};
+
 struct ToneType {
   Q_GADGET
   QML_FOREIGN(tallyfold::Tone)
