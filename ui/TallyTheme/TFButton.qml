@@ -66,7 +66,7 @@ Item {
     Timer {
         id: doubleClick
 
-        interval: Qt.styleHints.mouseDoubleClickInterval
+        interval: DesktopSettings.doubleClickInterval
     }
 
     T.Button {

@@ -11,6 +11,7 @@
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QMap>
+#include <QStyleHints>
 #include <QUrl>
 
 namespace tallyfold {
@@ -44,6 +45,8 @@ constexpr MotionSetting motionSettings[] = {
 }  // namespace
 
 DesktopSettings::DesktopSettings(QObject* parent) : QObject(parent) {
+  connect(QGuiApplication::styleHints(), &QStyleHints::mouseDoubleClickIntervalChanged, this,
+          &DesktopSettings::doubleClickIntervalChanged);
   const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
   const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
   const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
@@ -96,6 +99,8 @@ qreal DesktopSettings::textScale() {
   constexpr qreal usualPixels = 15;  // 11 points at 96 dots per inch, the largest default of the common desktops.
   return std::clamp(QFontInfo(QApplication::font()).pixelSize() / usualPixels, 1.0, 2.0);
 }
+
+int DesktopSettings::doubleClickInterval() { return QGuiApplication::styleHints()->mouseDoubleClickInterval(); }
 
 QString DesktopSettings::donationUrl() { return validUrl(TALLYFOLD_DONATION_URL); }
 

@@ -9,7 +9,7 @@
 namespace tallyfold {
 
 /// What the desktop and the build say about how things should look and where links lead. Read once, at the start; what
-/// is said of motion is heard of whenever it changes.
+/// is said of motion and of double clicks is heard of whenever it changes.
 class DesktopSettings : public QObject {
   Q_OBJECT
   QML_ELEMENT
@@ -20,6 +20,8 @@ class DesktopSettings : public QObject {
   Q_PROPERTY(qreal textScale READ textScale CONSTANT)
   /// False while the desktop asks for reduced motion; true where it does not say, and until it has answered.
   Q_PROPERTY(bool isMotionWanted READ isMotionWanted NOTIFY isMotionWantedChanged)
+  /// Milliseconds between the two halves of a double click at most.
+  Q_PROPERTY(int doubleClickInterval READ doubleClickInterval NOTIFY doubleClickIntervalChanged)
   /// Addresses for the about panel; empty when there are none.
   Q_PROPERTY(QString donationUrl READ donationUrl CONSTANT)
   Q_PROPERTY(QString contactUrl READ contactUrl CONSTANT)
@@ -33,6 +35,7 @@ class DesktopSettings : public QObject {
   [[nodiscard]] static QString digestFont();
   [[nodiscard]] static qreal textScale();
   [[nodiscard]] bool isMotionWanted() const { return refusals_.isEmpty(); }
+  [[nodiscard]] static int doubleClickInterval();
   [[nodiscard]] static QString donationUrl();
   [[nodiscard]] static QString contactUrl();
   [[nodiscard]] static QString contactLine();
@@ -40,6 +43,7 @@ class DesktopSettings : public QObject {
 
  signals:
   void isMotionWantedChanged();
+  void doubleClickIntervalChanged();
 
  private:
   /// The desktop has this setting, or has it anew.
