@@ -118,6 +118,13 @@ TEST_F(OpenWithTest, NothingBelowAPanelActsBeforeItIsAnswered) {
   EXPECT_EQ(model.files()->jobs()->count(), 0);
   panel.reject();
   waitFor("the run", [&] { return model.files()->results().size() == 1; });
+
+  model.setErrorMessage(QStringLiteral("An alert is in front."));
+  driver.usableItem("alertOk");
+  driver.press({"Control_L", "comma"});
+  driver.press({"Return"});
+  waitForNo("alertOk");
+  EXPECT_EQ(std::ranges::count_if(QGuiApplication::topLevelWindows(), &QWindow::isVisible), 1);
 }
 
 // What the desktop takes for a list, the program does.

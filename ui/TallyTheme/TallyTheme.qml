@@ -95,6 +95,7 @@ QtObject {
     readonly property int largeIconSize: Math.round(32 * textScale)
     readonly property int verdictIconSize: Math.round(40 * textScale)
     readonly property int progressWidth: 160
+    readonly property int readingWidth: 520 * textScale
     readonly property int progressHeight: 6
     readonly property real leastScrollShare: 0.06
 

@@ -180,7 +180,8 @@ TFScreen {
             }
 
             Item {
-                width: parent.width
+                // No wider than the eye follows from the words to the button.
+                width: Math.min(parent.width, Math.max(TallyTheme.readingWidth, reason.implicitWidth + TallyTheme.space3 + ask.width))
                 height: Math.max(ask.height, told.visible ? told.height : reason.height)
                 visible: root.differences.action !== ""
 

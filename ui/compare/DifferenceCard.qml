@@ -27,16 +27,15 @@ TFGlassCard {
 
         objectName: "differenceCaption"
         text: root.differences.caption
+        width: Math.min(implicitWidth, root.width - x - copy.width - 2 * TallyTheme.space2)
         color: TallyTheme.secondary
         wrapMode: Text.Wrap
         font.pixelSize: TallyTheme.captionSize
 
         anchors {
             left: parent.left
-            right: copy.left
             verticalCenter: copy.verticalCenter
             leftMargin: TallyTheme.space4
-            rightMargin: TallyTheme.space2
         }
     }
 
@@ -53,9 +52,9 @@ TFGlassCard {
         onClicked: root.differences.copy(root.rows)
 
         anchors {
-            right: parent.right
+            left: caption.right
             top: parent.top
-            rightMargin: TallyTheme.space2
+            leftMargin: TallyTheme.space2
             topMargin: TallyTheme.space2
         }
     }
@@ -67,7 +66,7 @@ TFGlassCard {
         anchors.left: parent.left
         anchors.leftMargin: TallyTheme.space4
         anchors.top: copy.bottom
-        anchors.topMargin: TallyTheme.space1
+        anchors.topMargin: TallyTheme.space2
         text: root.rows.text
         textFormat: TextEdit.PlainText
         readOnly: true
@@ -111,7 +110,7 @@ TFGlassCard {
 
     TFFocusRing {
         anchors.fill: edit
-        anchors.margins: -TallyTheme.space1
+        anchors.margins: -TallyTheme.space2
         visible: edit.activeFocus
     }
 
