@@ -100,20 +100,36 @@ TEST_F(ReportReplacement, WhatAKilledExportLeftIsRemovedByTheNextIfItIsCertainly
   if (geteuid() == 0) {
     cases.push_back({"of another user", left("0009"), false,
                      [](const fs::path& path) { EXPECT_EQ(chown(path.c_str(), 12'345, getegid()), 0); }});
+    cases.push_back({"with another user's file", left("0010"), false, [&](const fs::path& path) {
+                       write(path / file);
+                       EXPECT_EQ(chown((path / file).c_str(), 12'345, getegid()), 0);
+                     }});
   }
+  std::map<std::string, std::set<std::string>> before;
   for (const Case& now : cases) {
     const fs::path path = folder_.path() / now.name;
     fs::create_directory(path);
     chmod(path.c_str(), 0700);
     now.make(path);
+    before[now.name] = namesIn(path);
   }
   ReportReplacement::write(few_, report_);
   for (const Case& now : cases) {
     const bool isThere = fs::symlink_status(folder_.path() / now.name).type() != fs::file_type::not_found;
     EXPECT_EQ(isThere, !now.isRemoved) << now.situation;
+    if (!isThere) continue;
+    EXPECT_EQ(namesIn(folder_.path() / now.name), before[now.name]) << now.situation;
   }
   EXPECT_EQ(contentOf(victim), "kept");
   EXPECT_EQ(contentOf(folder_.path() / "elsewhere" / file), "kept");
+}
+
+TEST_F(ReportReplacement, OfWhatKilledExportsLeftAThousandFoldersAreRemovedAtOnce) {
+  for (int i = 0; i <= 1000; ++i) {
+    ASSERT_EQ(mkdir((folder_.path() / (".tallyfold-" + Uuid::random().string())).c_str(), 0700), 0);
+  }
+  write(few_, report_);
+  EXPECT_EQ(namesIn(folder_.path()).size(), 2) << "with the report";
 }
 
 TEST_F(ReportReplacement, FolderThatAnotherExportTakesForAbandonedIsMadeAgain) {

@@ -136,6 +136,19 @@ TEST_F(Walk, MeetsAllThatIsBelowAndFollowsNoLink) {
   EXPECT_EQ(outcomesOfWalk(root), expected);
 }
 
+TEST_F(Walk, CountsFoldersThatCannotBeReadAndNamesAHundred) {
+  for (int i = 0; i < 100; ++i) fs::create_directory(root / std::to_string(i));
+  const FolderFiles files(ChecksumManifestService::captureRootIdentity(root, {}));
+  WatchedSystemCalls system;
+  system.before = [isRoot = true](std::string_view name, std::size_t) mutable {
+    return name == "openat2" && !std::exchange(isRoot, false) ? EACCES : 0;
+  };
+  const FolderWalk walk = files.walk({}, [](auto) { return true; });
+  EXPECT_TRUE(walk.isComplete);
+  EXPECT_EQ(walk.unreadFolderCount, 101) << "with dir";
+  EXPECT_EQ(walk.unreadFolders.size(), 100);
+}
+
 TEST_F(Walk, NeverLeadsOutsideWhateverChanges) {
   const fs::path outside = folder.path() / "outside";
   const fs::path aside = folder.path() / "aside";
