@@ -41,6 +41,9 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : ModeFlows(deskto
             if (manifest()->manifestRootURL() != folder) manifest()->setManifestRoot({fileUrl(folder)});
             manifest()->openManifest(list, algorithm);
           });
+  connect(manifest(), &ManifestFlow::verified, &audit_, [this] { audit_.look(manifest()->verifiedList()); });
+  connect(manifest(), &ManifestFlow::forgotten, &audit_, &AuditFlow::forget);
+  connect(&audit_, &AuditFlow::changed, manifest(), [this] { manifest()->setFolderSentence(audit_.sentence()); });
   connect(&listCreation_, &Flow::ended, this, [this] {
     context().desktop().announceEnd(AppMode::rawValue(AppMode::Manifest), listCreation_.outcomeSentence());
   });
@@ -112,6 +115,7 @@ void AppViewModel::openFiles(const QList<QUrl>& urls) {
 void AppViewModel::shutdown() {
   for (const AppMode::Case mode : AppMode::allCases()) flow(mode).shutdown();
   listCreation_.shutdown();
+  audit_.shutdown();
   context().abandonCopy();
 }
 

@@ -7,6 +7,7 @@
 #include <QUrl>
 
 #include "app/AppMode.h"
+#include "app/audit/AuditFlow.h"
 #include "app/creation/ListCreationFlow.h"
 #include "app/shared/Outcome.h"
 
@@ -32,6 +33,7 @@ class AppViewModel : public tallyfold::ModeFlows {
   Q_PROPERTY(QList<tallyfold::ModeRow> modes READ modes CONSTANT)
   Q_PROPERTY(tallyfold::AppMode::Case mode READ mode WRITE setMode NOTIFY modeChanged)
   Q_PROPERTY(tallyfold::ListCreationFlow* listCreation READ listCreation CONSTANT)
+  Q_PROPERTY(tallyfold::AuditFlow* audit READ audit CONSTANT)
   Q_PROPERTY(QString errorMessage READ errorMessage WRITE setErrorMessage NOTIFY errorMessageChanged)
   Q_PROPERTY(QString errorSubject READ errorSubject NOTIFY errorMessageChanged)
   Q_PROPERTY(QStringList algorithms READ algorithmNames CONSTANT)
@@ -57,6 +59,9 @@ class AppViewModel : public tallyfold::ModeFlows {
 
   /// Makes lists of the folder that is Manifest's root, and hands them to it.
   [[nodiscard]] ListCreationFlow* listCreation() { return &listCreation_; }
+
+  /// Finds the files of Manifest's root that its list does not name, once that is verified.
+  [[nodiscard]] AuditFlow* audit() { return &audit_; }
 
   /// Takes what another program has this one open, in the mode that it belongs to, which is entered: a checksum list,
   /// by itself or with its folder, in Manifest; all else as a drop on Files. Folders end with a separator. What is
@@ -100,6 +105,7 @@ class AppViewModel : public tallyfold::ModeFlows {
  private:
   AppMode::Case mode_ = AppMode::Files;
   ListCreationFlow listCreation_{context()};
+  AuditFlow audit_{context()};
 };
 
 }  // namespace tallyfold

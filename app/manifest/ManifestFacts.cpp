@@ -163,7 +163,9 @@ ManifestVerdict ManifestFlow::manifestVerdict() const {
        .missingQuoted = static_cast<qint64>(causes_.missingQuoted),
        .absolutePaths = static_cast<qint64>(causes_.absolutePath),
        .rootChanged = static_cast<qint64>(causes_.rootChanged)});
-  if (!alsoDropped_.isEmpty()) verdict.details = (verdict.details + u' ' + unreadSentence()).trimmed();
+  for (const QString& sentence : {alsoDropped_.isEmpty() ? QString() : unreadSentence(), folderSentence_}) {
+    if (!sentence.isEmpty()) verdict.details = (verdict.details + u' ' + sentence).trimmed();
+  }
   return verdict;
 }
 
@@ -172,6 +174,18 @@ QString ManifestFlow::unreadSentence() const {
   if (alsoDropped_.size() == 1) return tr("%1 was dropped too and is not read.").arg(name);
   const QString others = userLocale().toString(alsoDropped_.size() - 1);
   return tr("%1 and %2 more were dropped too and are not read.").arg(name, others);
+}
+
+VerifiedList ManifestFlow::verifiedList() const {
+  return {.entries = entries_,
+          .list = *url_,
+          .root = *rootURL_,
+          .rootIdentity = rootIdentity_,
+          .linesNotUnderstood = unsupportedLineCount_};
+}
+
+void ManifestFlow::setFolderSentence(const QString& sentence) {
+  if (std::exchange(folderSentence_, sentence) != sentence) emit manifestStatusChanged();
 }
 
 double ManifestFlow::manifestProgress() const {

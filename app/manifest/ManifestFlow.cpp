@@ -247,6 +247,7 @@ void ManifestFlow::endVerification(const std::exception_ptr& failure) {
   if (manifestRestVerb().isEmpty()) checked_ = decltype(checked_)();
   if (std::cmp_equal(causes_.missing, jobs_.total())) lookForRoot();
   emit ended(manifestVerdict().tone == Tone::Good ? Outcome::AllWell : Outcome::SomeFailed);
+  if (!failure) emit verified();
 }
 
 // Every file is missing: perhaps they are below another folder nearby. That is only proposed.
@@ -285,6 +286,7 @@ void ManifestFlow::applyReport(ManifestRun::Report report) {
 
 // Beside the verification, which does not wait for it: the file system may take its time.
 void ManifestFlow::askSizes(const std::shared_ptr<const ManifestRun>& run, const ManifestRun::Prepared& prepared) {
+  rootIdentity_ = prepared->rootIdentity;
   runStatus_.start(prepared->groups.size(), run->counter);
   sizesTask_.start(
       BackgroundTask::Priority::utility,
@@ -370,6 +372,8 @@ void ManifestFlow::resetManifestCounters() {
   likelyRoot_.reset();
   setProgress(0, 0);
   setStage(ManifestTally::Stage::none);
+  emit forgotten();
+  setFolderSentence({});
 }
 
 void ManifestFlow::setStage(ManifestTally::Stage stage) {

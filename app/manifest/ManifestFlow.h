@@ -20,6 +20,7 @@
 #include "app/shared/FileCard.h"
 #include "app/shared/Flow.h"
 #include "app/shared/RunStatus.h"
+#include "app/shared/VerifiedList.h"
 #include "checksums/lists/ListReading.h"
 #include "core/digests/HashAlgorithm.h"
 
@@ -80,6 +81,10 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] ProposedFolder offeredManifestRoot() const;
   [[nodiscard]] ManifestJobListModel* manifestJobs() { return &jobs_; }
   [[nodiscard]] QStringList manifestWarnings() const { return warnings_; }
+  /// After `verified`.
+  [[nodiscard]] VerifiedList verifiedList() const;
+  /// What else is to be said of the folder that was verified, behind the details of the verdict. Until `forgotten`.
+  void setFolderSentence(const QString& sentence);
   [[nodiscard]] qint64 manifestIgnoredLineCount() const { return ignoredLineCount_; }
   [[nodiscard]] int manifestUnsupportedLineCount() const { return static_cast<int>(unsupportedLineCount_); }
   [[nodiscard]] QString manifestUnsupportedFigure() const;
@@ -160,6 +165,9 @@ class ManifestFlow : public tallyfold::Flow {
   void manifestStatusChanged();
   void isLoadingManifestChanged();
   void isManifestVerifyingChanged();
+  /// A verification came to its end; and what it found is not shown any more.
+  void verified();
+  void forgotten();
 
  private:
   struct PreparedManifestLoad;
@@ -211,6 +219,8 @@ class ManifestFlow : public tallyfold::Flow {
   ManifestTally::Stage stage_ = ManifestTally::Stage::none;
   std::size_t groupsDone_ = 0;
   std::size_t groups_ = 0;
+  ManifestRootIdentity rootIdentity_;  // Of the last run.
+  QString folderSentence_;
   Timestamp start_;  // Of the last run, or of the first of those that it keeps findings of.
   Timestamp end_;
   bool isLoading_ = false;

@@ -3,6 +3,7 @@
 #include <exception>
 #include <fcntl.h>
 #include <string_view>
+#include <sys/stat.h>
 #include <system_error>
 #include <utility>
 
@@ -65,9 +66,13 @@ FolderWalk FolderFiles::walk(const std::stop_token& cancellation, const std::fun
     const std::string prefix = path.empty() ? path : path + '/';
     try {
       const FolderHandle folder(root_.openBelow(path.empty() ? "." : path, O_RDONLY | O_DIRECTORY));
+      const FileSnapshot before = FileSnapshot::from(folder.status());
+      waitUntilChangesShow(before, cancellation);
       folder.visitItems([&](std::string_view name, ItemKind kind) {
         HashService::checkCancellation(cancellation);
-        std::string item = prefix;
+        std::string item;
+        item.reserve(prefix.size() + name.size());
+        item += prefix;
         item += name;
         if (kind == ItemKind::unknown) kind = folder.kindOf(std::string(name));
         if (kind == ItemKind::regularFile) {
@@ -80,6 +85,7 @@ FolderWalk FolderFiles::walk(const std::stop_token& cancellation, const std::fun
         }
         return result.isComplete;
       });
+      if (FileSnapshot::from(folder.status()) != before) ++result.changedFolderCount;
     } catch (const std::system_error&) {
       ++result.unreadFolderCount;
       if (result.unreadFolders.size() < FolderWalk::maximumUnreadFolders) {

@@ -26,6 +26,7 @@ struct FolderWalk {
   std::int64_t otherCount = 0;              ///< Pipes, sockets, devices.
   std::vector<UnreadFolder> unreadFolders;  ///< The first `maximumUnreadFolders`; there may be files in them.
   std::int64_t unreadFolderCount = 0;
+  std::int64_t changedFolderCount = 0;  ///< That changed while they were read: there may be other files in them.
   /// False where the walk ended early: there were too many folders, or the caller had enough.
   bool isComplete = true;
   bool hasTooManyFolders = false;  ///< That was why.

@@ -109,8 +109,8 @@ TEST_P(Cancellation, AtAnyMomentLeavesNothing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, Cancellation,
-                         testing::Values("Files", "Text", "Verify", "Compare", "Count", "List", "Manifest", "Export",
-                                         "Proof"));
+                         testing::Values("Files", "Text", "Verify", "Compare", "Count", "List", "Manifest", "Audit",
+                                         "Export", "Proof"));
 
 }  // namespace
 

@@ -32,6 +32,7 @@ class EveryFlow : public ModelTest {
     comparison_ = HashService::compareFilesKeepingVersions(large_, other_, {}, [](double) {});
     fs::create_directory(root_);
     fs::create_directory(reports_);
+    folder_.file("root/unlisted", "");
     std::ofstream lines(list_);
     for (int i = 0; i < 50; ++i) {
       lines << "352441c2  " << folder_.file("root/" + std::to_string(i), "abc").filename().string() << '\n';
@@ -50,6 +51,8 @@ class EveryFlow : public ModelTest {
   static std::string told(AppViewModel& model) {
     if (!model.errorMessage().isEmpty()) return model.errorMessage().toStdString();
     if (!model.text()->textError().isEmpty()) return model.text()->textError().toStdString();
+    const std::string audited = model.audit()->sentence().toStdString();
+    if (const auto colon = audited.find(": "); colon != audited.npos) return audited.substr(colon + 2);
     const auto& result = model.verify()->verifyResult();
     const auto* failed = result ? std::get_if<Verification::Error>(&*result) : nullptr;
     return failed == nullptr ? "" : failed->message;
@@ -89,6 +92,12 @@ class EveryFlow : public ModelTest {
       manifest.setManifestFile({urlOf(small_)});
       manifest.dropManifest({urlOf(small_), urlOf(folder_.path() / "")});
       manifest.chooseManifestFile();
+    };
+    const auto verifyList = [&] {
+      manifest.dropManifest({urlOf(list_), urlOf(root_ / "")});
+      ASSERT_TRUE(reached([&] { return !manifest.isLoadingManifest(); }));
+      manifest.verifyManifest();
+      ASSERT_TRUE(reached([&] { return !manifest.isManifestVerifying() && !model.audit()->isLooking(); }));
     };
     const auto takeList = [&] {
       manifest.dropManifest({urlOf(list_), urlOf(root_ / "")});
@@ -177,6 +186,15 @@ class EveryFlow : public ModelTest {
           .disturb = takeAnotherList,
           .call = "stat",
           .sentence = "The selected manifest root is not an accessible directory."}},
+        {"Audit",
+         {.object = model.audit(),
+          .announcement = SIGNAL(changed()),
+          .prepare = verifyList,
+          .start = [&] { model.audit()->look(manifest.verifiedList()); },
+          .cancel = [&] { model.audit()->cancel(); },
+          .isBusy = [&] { return model.audit()->isLooking(); },
+          .isRight = [&] { return model.audit()->sentence() == "1 file in the folder is not in the list."; },
+          .call = "open"}},
         {"Export",
          {.object = &model,
           .announcement = SIGNAL(errorMessageChanged()),
@@ -197,12 +215,7 @@ class EveryFlow : public ModelTest {
         {"Proof",
          {.object = &model,
           .announcement = SIGNAL(errorMessageChanged()),
-          .prepare =
-              [&, takeList] {
-                takeList();
-                manifest.verifyManifest();
-                ASSERT_TRUE(reached([&] { return !manifest.isManifestVerifying(); }));
-              },
+          .prepare = verifyList,
           .start =
               [&] {
                 manifest.manifestExport()->save(ManifestExport::Csv);

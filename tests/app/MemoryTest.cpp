@@ -81,6 +81,26 @@ TEST_F(Memory, OfAListAtItsLimitIsLittleMoreThanItsEntries) {
   expectReturned(4);
 }
 
+TEST_F(Memory, OfUnlistedFilesIsThatOfTheirNames) {
+  fs::path deep = folder_.path() / "root";
+  for (int level = 0; level < 14; ++level) deep /= std::string(250, 'x');
+  fs::create_directories(deep);
+  for (int i = 0; i < 9'600; ++i) std::ofstream(deep / std::to_string(i)) << "";
+  const std::vector<ChecksumManifestEntry> entries{{Uuid(), 1, "a", HashAlgorithm::crc32, "00000000"}};
+  VerifiedList list{.entries = std::make_shared<const std::vector<ChecksumManifestEntry>>(entries),
+                    .list = folder_.path() / "list",
+                    .root = folder_.path() / "root",
+                    .rootIdentity = ChecksumManifestService::captureRootIdentity(folder_.path() / "root", {})};
+  before_ = (resetPeakMemory(), peakMemory());
+  expectPeak("unlisted", 40, [&] {
+    model_->audit()->look(list);
+    ASSERT_TRUE(reached([&] { return !model_->audit()->isLooking(); }));
+    ASSERT_THAT(model_->audit()->sentence().toStdString(), testing::StartsWith("More than 9,5"));
+  });
+  model_->audit()->forget();
+  expectReturned(4);
+}
+
 TEST_F(Memory, OfClearedRowsIsReturned) {
   constexpr int count = 100'000;
   before_ = (resetPeakMemory(), peakMemory());

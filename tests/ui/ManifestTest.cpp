@@ -204,6 +204,39 @@ TEST_F(ManifestTest, TimeLeftIsThatOfTheWholeListBeforeItsFilesAreRead) {
   waitFor("the end", [&] { return !model.manifest()->isManifestVerifying(); });
 }
 
+TEST_F(ManifestTest, FilesThatAreNotInTheListAreShownByKeys) {
+  for (const char* const name : {"root/abc", "root/first", "root/second"}) folder.file(name, "abc");
+  verify(md5OfAbc + "  abc\n");
+  waitForVerdict("The only entry matches");
+  waitFor("the count", [&] {
+    return driver.item("manifestVerdictDetails")
+        ->property("text")
+        .toString()
+        .endsWith(" 2 files in the folder are not in the list.");
+  });
+  driver.click("filterWarnings");
+  driver.press({"Right"});
+  const QString unlisted = QStringLiteral("unlistedList");
+  waitFor("the rows", [&] { return driver.findItem(unlisted) && driver.item(unlisted)->property("count") == 2; });
+  expectSound();
+  find(QAccessible::RadioButton, "Unlisted, 2");
+  find(QAccessible::ListItem, "second");
+  driver.press({"Tab", "Down"});
+  driver.press({"Control_L", "c"});
+  waitForClipboard("second");
+  driver.press({"Control_L", "Shift_L", "c"});
+  waitForClipboard("first\nsecond");
+  driver.press({"Control_L", "f"});
+  driver.type("ir");
+  waitFor("the one", [&] { return driver.item(unlisted)->property("count") == 1; });
+  driver.press({"Escape"});
+  driver.click("filterAll");
+  waitFor("the entries", [&] { return driver.item(list)->property("count") == 1; });
+  driver.click("filterUnlisted");
+  driver.click("verifyManifest");
+  waitFor("the entries again", [&] { return driver.findItem(unlisted) == nullptr; });
+}
+
 TEST_F(ManifestTest, RowsAreFilteredAndCopied) {
   folder.file("root/abc", "abc");
   const std::string zero(32, '0');

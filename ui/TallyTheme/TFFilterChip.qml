@@ -18,7 +18,7 @@ T.RadioButton {
 
     // The chip beside it, as the arrow keys reach it.
     function choose(step: int) {
-        const chips = Array.from(parent.children).filter(item => item instanceof TFFilterChip);
+        const chips = Array.from(parent.children).filter(item => item instanceof TFFilterChip && item.visible);
         const next = chips[chips.indexOf(control) + step];
         if (!next)
             return;

@@ -8,6 +8,8 @@ Item {
     required property FilteredListModel jobs
     // The rows are what is seen, and nothing else in their place.
     property bool showsRows: true
+    // Whose names are searched.
+    property FilteredListModel searched: jobs
     // Chips for what else can be seen there.
     default property alias others: chips.data
     readonly property Item place: kinds.count > 0 ? kinds.itemAt(jobs.filter) : null
@@ -76,7 +78,7 @@ Item {
         // The chips stay where they are, as long as there is room to type in.
         width: isOpen ? Math.max(TallyTheme.leastFindWidth, Math.min(implicitWidth, root.width - chips.rowWidth)) : implicitWidth
         anchors.right: parent.right
-        jobs: root.jobs
+        jobs: root.searched
         onRowsWanted: root.rowsWanted()
     }
 }

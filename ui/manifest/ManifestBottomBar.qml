@@ -9,6 +9,8 @@ TFRunBar {
     readonly property Item runPlace: run.place
     readonly property ManifestExport report: viewModel.manifest.manifestExport
 
+    signal copyRequested
+
     function openExportMenuByKey() {
         if (report.refusal !== "")
             return;
@@ -40,8 +42,8 @@ TFRunBar {
         icon: "doc.on.doc"
         isConfirmed: true
         tip: qsTr("Copies all rows that are shown (Ctrl+Shift+C)")
-        refusal: root.viewModel.manifest.copyManifestRefusal
-        onClicked: root.viewModel.manifest.copyManifestShown()
+        refusal: root.viewModel.audit.isShown ? root.viewModel.audit.copyRefusal : root.viewModel.manifest.copyManifestRefusal
+        onClicked: root.copyRequested()
     }
 
     TFButton {

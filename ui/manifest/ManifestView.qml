@@ -10,15 +10,25 @@ TFScreen {
     readonly property fileCard listFile: viewModel.manifest.manifestFile
     readonly property bool hasList: listFile.isPresent
     readonly property int gap: isShort ? TallyTheme.space2 : TallyTheme.space3
-    readonly property bool showsWarnings: viewModel.manifest.showsWarnings
+    readonly property AuditFlow audit: viewModel.audit
+    readonly property bool showsWarnings: viewModel.manifest.showsWarnings && !audit.isShown
+
+    function copyShown() {
+        if (audit.isShown)
+            audit.copyShown();
+        else
+            viewModel.manifest.copyManifestShown();
+    }
 
     Keys.onReturnPressed: viewModel.manifest.verifyManifestOrChoose()
     Keys.onEnterPressed: viewModel.manifest.verifyManifestOrChoose()
 
     mode: AppMode.Manifest
     firstPlace: {
-        if (rows.visible || warnings.visible)
-            return rows.visible ? rows : warnings;
+        for (const place of [rows, warnings, unlisted]) {
+            if (place.visible)
+                return place;
+        }
         if (!hasList)
             return choose.place;
         return viewModel.manifest.manifestFileRefusal === "" ? list.choosePlace : bottomBar.runPlace;
@@ -120,6 +130,11 @@ TFScreen {
             visible: height > 0
             viewModel: root.viewModel
         }
+
+        ManifestAudit {
+            width: parent.width
+            audit: root.audit
+        }
     }
 
     ManifestFilters {
@@ -127,7 +142,7 @@ TFScreen {
 
         viewModel: root.viewModel
         visible: root.hasList
-        onRowsWanted: rows.forceActiveFocus(Qt.ShortcutFocusReason)
+        onRowsWanted: (root.audit.isShown ? unlisted : rows).forceActiveFocus(Qt.ShortcutFocusReason)
 
         anchors {
             left: parent.left
@@ -166,7 +181,7 @@ TFScreen {
             objectName: "manifestList"
             anchors.fill: parent
             anchors.margins: TallyTheme.rowMargin
-            visible: !root.showsWarnings && count > 0
+            visible: !root.showsWarnings && !root.audit.isShown && count > 0
             lineHeight: TallyTheme.listRowHeight
             menu: rowMenu
             isRunning: root.viewModel.manifest.isManifestVerifying
@@ -190,12 +205,22 @@ TFScreen {
             viewModel: root.viewModel
         }
 
+        ManifestUnlisted {
+            id: unlisted
+
+            anchors.fill: parent
+            anchors.margins: TallyTheme.rowMargin
+            visible: root.audit.isShown && hasRows
+            audit: root.audit
+            menu: rowMenu
+        }
+
         TFEmptyState {
-            visible: !rows.visible && !warnings.visible
-            isPending: root.viewModel.manifest.isLoadingManifest
+            visible: !rows.visible && !warnings.visible && !unlisted.visible
+            isPending: root.viewModel.manifest.isLoadingManifest || (root.audit.isShown && root.audit.isLooking)
             icon: "checklist"
             textName: "manifestEmpty"
-            text: root.viewModel.manifest.manifestEmptySentence
+            text: root.audit.isShown ? root.audit.emptySentence : root.viewModel.manifest.manifestEmptySentence
 
             TFButton {
                 id: choose
@@ -239,14 +264,21 @@ TFScreen {
     TFMenu {
         id: rowMenu
 
+        readonly property FilteredListModel jobs: filters.searched
+
         leastWidth: TallyTheme.listMenuWidth
 
         TFMenuItem {
             objectName: "copyRow"
-            text: rows.markedCount > 1 ? qsTr("Copy %1 rows").arg(root.jobs.markedFigure) : qsTr("Copy row")
+            text: rowMenu.jobs.markedCount > 1 ? qsTr("Copy %1 rows").arg(rowMenu.jobs.markedFigure) : qsTr("Copy row")
             symbol: "doc.on.clipboard"
             shortcutText: "Ctrl+C"
-            onTriggered: rows.copySelected()
+            onTriggered: {
+                if (root.audit.isShown)
+                    unlisted.copySelected();
+                else
+                    rows.copySelected();
+            }
         }
 
         TFMenuItem {
@@ -254,7 +286,7 @@ TFScreen {
             text: qsTr("Copy all rows shown")
             symbol: "doc.on.doc"
             shortcutText: "Ctrl+Shift+C"
-            onTriggered: root.viewModel.manifest.copyManifestShown()
+            onTriggered: root.copyShown()
         }
     }
 
@@ -283,6 +315,7 @@ TFScreen {
 
         parent: root
         viewModel: root.viewModel
+        onCopyRequested: root.copyShown()
     }
 
     // A list, a folder or both may be dropped anywhere on the screen.
@@ -334,6 +367,6 @@ TFScreen {
     Shortcut {
         enabled: root.visible
         sequence: "Ctrl+Shift+C"
-        onActivated: root.viewModel.manifest.copyManifestShown()
+        onActivated: root.copyShown()
     }
 }
