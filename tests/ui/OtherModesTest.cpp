@@ -141,6 +141,25 @@ TEST_F(OtherModes, ClipboardThatDoesNotAnswerIsAskedOnceForEachPaste) {
   EXPECT_EQ(owner.requests(), 4);
 }
 
+TEST_F(OtherModes, HeadingIsSeenAboveTheVerdictInTheSmallestWindow) {
+  const QUrl first = fileUrl(folder.file("first", "a"));
+  model.compare()->setCompareFiles({first, fileUrl(folder.file("second", "b"))}, false);
+  model.verify()->setVerifyFile({first});
+  model.verify()->setExpectedHash("00000000000000000000000000000000  other");
+  model.compare()->compare();
+  model.verify()->verify();
+  window.resize(window.minimumSize());
+  for (const auto& [mode, verdict] : {std::pair(AppMode::Verify, "verdict"), {AppMode::Compare, "comparison"}}) {
+    enter(mode);
+    const auto top = [&] { return find(QAccessible::Heading, AppMode::rawValue(mode).toStdString())->rect().top(); };
+    waitFor("the verdict below the heading", [&] {
+      const QQuickItem* place = driver.findItem(verdict);
+      return place != nullptr && window.height() == window.minimumHeight() && top() >= window.y() &&
+             place->mapToScene({0, place->height()}).y() <= window.height();
+    });
+  }
+}
+
 TEST_F(OtherModes, WorkGoesOnInAnotherModeAndEscapeEndsIt) {
   const auto endless = endlessFile();
   const auto equal = folder.file("equal", "");

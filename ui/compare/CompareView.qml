@@ -8,9 +8,11 @@ TFScreen {
     readonly property compareVerdict verdict: viewModel.compare.compareResult
     readonly property DifferenceSearch differences: viewModel.compare.differences
     readonly property string inputRefusal: viewModel.compare.compareInputRefusal
+    readonly property int gap: isShort ? TallyTheme.space2 : TallyTheme.space4
 
     mode: AppMode.Compare
-    leastHeight: (outcome.visible ? outcome.y + outcome.height : row.y + row.height) + gutter
+    isShort: height < TallyTheme.shortHeight
+    leastHeight: (outcome.visible ? outcome.y + outcome.height : row.y + row.height) + (isShort ? gap : gutter)
     shown: {
         if (differences.isWorking)
             return ask;
@@ -33,14 +35,14 @@ TFScreen {
     Item {
         id: cards
 
-        height: Math.max(TallyTheme.fileCardHeight, first.implicitHeight, second.implicitHeight)
+        height: Math.max(root.isShort ? TallyTheme.listCardHeight : TallyTheme.fileCardHeight, first.implicitHeight, second.implicitHeight)
 
         anchors {
             left: parent.left
             right: parent.right
             top: root.header.bottom
             margins: root.gutter
-            topMargin: TallyTheme.space4
+            topMargin: root.gap
         }
 
         TFFileCard {
@@ -96,7 +98,7 @@ TFScreen {
             right: parent.right
             top: cards.bottom
             margins: root.gutter
-            topMargin: TallyTheme.space4
+            topMargin: root.gap
         }
 
         TFProgress {
@@ -130,14 +132,14 @@ TFScreen {
         id: outcome
 
         visible: root.verdict.isPresent
-        spacing: TallyTheme.space4
+        spacing: root.gap
 
         anchors {
             left: parent.left
             right: parent.right
             top: row.bottom
             margins: root.gutter
-            topMargin: TallyTheme.space4
+            topMargin: root.gap
         }
 
         TFVerdict {
