@@ -97,8 +97,8 @@ ManifestVerdict withShortcomings(const ManifestTally& tally, qint64 entries, con
   if (tally.missing == entries) {
     details.append(counted(entries, "Its file is missing.", "The files of all %1 entries are missing."));
     details.append(tally.missingQuoted < entries ? tr("Is this the right root folder?")
-                   : entries == 1                ? tr("The quotes may not be part of the name.")
-                                                 : tr("The quotes may not be part of the names."));
+                   : entries == 1                ? tr("Perhaps the quotes are not part of the name.")
+                                                 : tr("Perhaps the quotes are not part of the names."));
   }
   if (tally.absolutePaths > 0) {
     details.append(counted(tally.absolutePaths, "1 entry has an absolute name, which is never followed.",

@@ -147,7 +147,7 @@ TEST(ManifestVerdictTest, OneSentenceSaysWhatWasAndWhatWasNotVerified) {
        "7 entries could not be checked | The files of all 7 entries are missing. Is this the right root folder?"},
       {{.stage = Stage::ended, .failed = 1, .missing = 1, .missingQuoted = 1},
        Tone::Bad,
-       "The only entry could not be checked | Its file is missing. The quotes may not be part of the name."},
+       "The only entry could not be checked | Its file is missing. Perhaps the quotes are not part of the name."},
       {{.stage = Stage::ended, .failed = 7, .missing = 6, .absolutePaths = 1},
        Tone::Bad,
        "7 entries could not be checked | 1 entry has an absolute name, which is never followed."},
