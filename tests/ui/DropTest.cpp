@@ -52,7 +52,7 @@ class DropTest : public WindowFixture {
 
   void hoverUntil(const std::string& what, const std::function<bool()>& condition) {
     waitFor(what, [&] {
-      jiggle(zone->mapToGlobal(QPointF(300, 500)).toPoint());
+      jiggle(zone->mapToGlobal(QPointF(300, std::min(500.0, zone->height() - 20))).toPoint());
       return condition();
     });
   }
@@ -236,6 +236,11 @@ TEST_F(DropTest, WhatASlowDiskAnswersReplacesNoLaterChoice) {
   EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
   EXPECT_EQ(model.verify()->verifyURL(), chosen);
   EXPECT_EQ(model.files()->jobs()->count(), 0);
+  const std::string listed = "MD5 (chosen) = 900150983cd24fb0d6963f7d28e17f72";
+  waitForZone(QStringLiteral("fieldDropZone"));
+  EXPECT_EQ(drop(uriList, line(folder.file("a.md5", "00000000000000000000000000000000  dropped\n" + listed))), "copy");
+  waitFor("the line of the file", [&] { return model.verify()->expectedHash().toStdString() == listed; });
+  EXPECT_EQ(model.verify()->verifyURL(), chosen);
 }
 
 TEST(DroppedItemTest, IsALocationOfOneOfThreeTypes) {
