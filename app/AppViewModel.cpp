@@ -39,7 +39,7 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : ModeFlows(deskto
           [this](const auto& list, const auto& folder, auto algorithm) {
             manifest()->cancelManifest();
             if (manifest()->manifestRootURL() != folder) manifest()->setManifestRoot({fileUrl(folder)});
-            manifest()->openManifest(list, algorithm);
+            manifest()->openManifest(list, algorithm, true);
           });
   connect(manifest(), &ManifestFlow::verified, &audit_, [this] { audit_.look(manifest()->verifiedList()); });
   connect(manifest(), &ManifestFlow::forgotten, &audit_, &AuditFlow::forget);

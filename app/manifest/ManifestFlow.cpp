@@ -97,10 +97,12 @@ void ManifestFlow::setManifestFile(const QList<QUrl>& urls) {
   if (!alsoDropped_.isEmpty()) emit manifestStatusChanged();
 }
 
-void ManifestFlow::openManifest(const std::filesystem::path& list, std::optional<HashAlgorithm> algorithm) {
+void ManifestFlow::openManifest(const std::filesystem::path& list, std::optional<HashAlgorithm> algorithm,
+                                bool isJustSaved) {
   if (isLoading_ || isVerifying_ || loadTask_.isRunning()) return;
   forgetChoice();
   choice_.algorithm = algorithm;
+  isJustSaved_ = isJustSaved;
   url_ = list;
   size_.ask(url_);
   readManifest();
@@ -139,6 +141,7 @@ void ManifestFlow::readManifest() {
           flow.context().setErrorMessage(flow.readError_);
         }
         flow.setLoading(false);
+        if (std::exchange(flow.isJustSaved_, false)) flow.export_.announce(*flow.url_);
         if (failure) emit flow.ended(Outcome::SomeFailed);
       });
 }

@@ -129,7 +129,9 @@ class ManifestFlow : public tallyfold::Flow {
   Q_INVOKABLE void setManifestFile(const QList<QUrl>& urls);
   Q_INVOKABLE void chooseManifestFile();
   /// Reads the list at `list`; what it leaves open is `algorithm`, when there is one. Ignored as above.
-  void openManifest(const std::filesystem::path& list, std::optional<HashAlgorithm> algorithm);
+  /// `isJustSaved`: it was made here, and where it is saved is told once it is read.
+  void openManifest(const std::filesystem::path& list, std::optional<HashAlgorithm> algorithm,
+                    bool isJustSaved = false);
   /// Reads the list again, now that the user has said which algorithm it is of: the display name of one of those that
   /// it may be of.
   Q_INVOKABLE void readManifestAs(const QString& algorithm);
@@ -213,6 +215,7 @@ class ManifestFlow : public tallyfold::Flow {
   bool showsWarnings_ = false;
   ManifestRun::Causes causes_;
   std::vector<ManifestRun::Checked> checked_;  // In this run; kept for another as long as one is offered.
+  bool isJustSaved_ = false;                   // The list, which was made here.
   QStringList alsoDropped_;                    // With this list: the names of what is not read.
   QString readError_;
   qint64 unreadableLine_ = 0;  // That the error is about; 0 when it is not about one.

@@ -60,6 +60,11 @@ void Saver::showSaved() {
   if (saved_) context_.desktop().revealInFileBrowser(*saved_);
 }
 
+void Saver::announce(const std::filesystem::path& saved) {
+  saved_ = saved;
+  emit savedPlaceChanged();
+}
+
 void Saver::dismiss() {
   if (std::exchange(saved_, std::nullopt)) emit savedPlaceChanged();
 }

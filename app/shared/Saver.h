@@ -43,6 +43,8 @@ class Saver : public QObject {
   /// Shows what was saved last in the file browser.
   Q_INVOKABLE void showSaved();
   Q_INVOKABLE void dismiss();
+  /// Tells of another file that it was saved, in place of what was saved last.
+  void announce(const std::filesystem::path& saved);
 
  signals:
   void isSavingChanged();

@@ -57,6 +57,10 @@ TEST_F(ManifestTest, VerificationIsSavedByKeysInEachFormat) {
     driver.answerPanel("savePanel", report);
     waitFor("the notice", [&] { return model.manifest()->manifestExport()->savedPlace() == report.c_str(); });
     find(QAccessible::AlertMessage, "Saved to " + report.string());
+    waitFor("the notice below the rows", [&] {
+      const QQuickItem* rows = driver.item(list);
+      return rows->mapToScene({0, rows->height()}).y() <= driver.item("noticeAction")->mapToScene({}).y();
+    });
     EXPECT_EQ(contentOf(report).substr(0, formats[i].second.size()), formats[i].second);
   }
   driver.click("dismissNotice");
@@ -99,6 +103,7 @@ TEST_F(ManifestTest, ListIsMadeOfTheRoot) {
   driver.answerPanel("savePanel", root / "list");
   waitForVerdict("1 entry, not verified yet");
   EXPECT_EQ(driver.findItem("createList"), nullptr);
+  find(QAccessible::AlertMessage, "Saved to " + (root / "list").string());
   EXPECT_EQ(contentOf(root / "list"), "6437b3ac38465133ffb63b75273a8db548c558465d79db03fd359c6cd5bd9d85  abc\n");
   driver.click("manifestRootAction");
   driver.press({"Escape"});

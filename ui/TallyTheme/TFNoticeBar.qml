@@ -13,7 +13,7 @@ Rectangle {
     property string remark
     property bool isGood: true
     property string action: qsTr("Show")
-    property string actionTip: qsTr("Shows the report in the file browser")
+    property string actionTip: qsTr("Shows it in the file browser")
 
     signal acted
     signal dismissed
