@@ -185,7 +185,8 @@ TEST(RunMeterTest, TellsWhatIsKnownAndGuessesNothing) {
       {1.0, {}, 0, 100, 100, "- 100 -"},                    // One size is unknown, one was not asked yet.
       {1.0, {50 * MB}, 1, 100, 0, "- 100 -"},               //
       {2.0, {}, 2, 200, 0, "250 100 0.5"},                  // What was unknown was of 100 MB.
-      {2.05, {}, 2, 210, 10, "250 102 0.4"},                //
+      {2.04, {}, 2, 206, 6, "250 101 0.4"},                 //
+      {2.05, {}, 2, 210, 10, "250 102 0.4"},                // Too soon for a sample of its own.
       {3.0, {}, 2, 210, 10, "250 102 0.4"},                 // Silence of the usual length,
       {21.0, {}, 2, 210, 10, "250 - -"},                    // and a longer one.
       {21.0, {}, 2, 220, 20, "250 1 56.9"},                 // The speed is that of the last ten seconds,

@@ -63,6 +63,8 @@ TEST_F(OpenWithTest, FilesGoToFilesAndAListToManifest) {
   waitFor("list and folder", [&] { return model.manifest()->manifestRootURL() == folder.path(); });
   EXPECT_EQ(model.manifest()->manifestURL(), folder.path() / "z.md5");
   EXPECT_EQ(model.errorMessage(), "");
+  open(location(folder.path()) + ',' + location("/") + ',' + location(folder.path() / "z.md5"));
+  waitFor("list and two folders", [&] { return model.files()->results().size() == 2; });
   open(location(folder.file("b", "")) + ',' + location(folder.path()) + ',' + location(folder.path() / "z.md5"));
   waitFor("the run", [&] { return model.files()->results().size() == 3; });
 }
