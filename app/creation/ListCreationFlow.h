@@ -73,9 +73,9 @@ class ListCreationFlow : public tallyfold::Flow {
   [[nodiscard]] bool isOpen() const { return isOpen_; }
   void setOpen(bool isOpen);
 
-  /// As it is shown; empty when there is none.
+  /// The folder as it is shown; empty when there is none.
   [[nodiscard]] QString folder() const;
-  /// The folder of the list to be made; what was made of another is forgotten.
+  /// Chooses the folder of the list to be made; what was made of another is forgotten.
   void setFolder(const std::optional<std::filesystem::path>& folder);
 
   [[nodiscard]] QStringList algorithmNames() const;

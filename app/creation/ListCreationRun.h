@@ -59,7 +59,7 @@ struct ListCreationRun {
   static void checkRoot(const std::filesystem::path& root, const ManifestRootIdentity& expected,
                         const std::stop_token& cancellation);
 
-  /// Of what was found, a thousand at a time, in its order.
+  /// Asks for the sizes of what was found, a thousand at a time, in its order.
   static void askSizes(const Found& found, const Context& context,
                        const std::function<void(ListCreationFlow&, const std::vector<RunMeter::Size>&)>& take);
 

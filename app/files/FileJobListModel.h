@@ -79,7 +79,7 @@ class FileJobListModel : public tallyfold::FilteredListModel {
   std::vector<FileJob> removeMarked();
   /// Empties the list and returns what was in it.
   Rows takeAll();
-  /// Puts them back into the empty list.
+  /// Puts what `takeAll` returned back into the empty list.
   void putBack(Rows rows);
   void setState(std::size_t job, FileJob::State state);
 

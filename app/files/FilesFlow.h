@@ -111,8 +111,8 @@ class FilesFlow : public tallyfold::Flow {
   /// Asks for a destination and writes the results there in the background.
   Q_INVOKABLE void exportResults(tallyfold::FilesFlow::ReportFormat format);
   void exportResults(ManifestService::Format format);
-  /// As a checksum list, in the form that is usual for its algorithms, with names relative to the folder that all
-  /// files have in common.
+  /// Saves a checksum list of the results, in the form that is usual for its algorithms, with names relative to the
+  /// folder that all files have in common.
   Q_INVOKABLE void exportList();
   Q_INVOKABLE void cancelExport() { saver_.cancel(); }
 

@@ -19,8 +19,7 @@ inline constexpr std::size_t maximumDigestsOfLine = 64;
 struct UnreadLine {
   std::string_view text;
   std::int64_t number = 0;
-  std::optional<HashAlgorithm>
-      preferred;  ///< Decides between algorithms that the length of a digest does not tell apart.
+  std::optional<HashAlgorithm> preferred;  ///< Decides where the length of a digest leaves a choice.
 };
 
 /// What became of a line.
@@ -78,7 +77,7 @@ class FormOfLines : public Form {
   }
 };
 
-// Each in a source of its own name. `list` is the path of the list.
+// The forms, each in a source of its own name. `list` is the path of the list.
 std::unique_ptr<Form> signedMessageForm(const std::filesystem::path& list);
 std::unique_ptr<Form> escapedTagForm(const std::filesystem::path& list);
 std::unique_ptr<Form> opensslForm(const std::filesystem::path& list);

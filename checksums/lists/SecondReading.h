@@ -26,7 +26,7 @@ class SecondReading : private FormEntries {
   void processLine(std::string_view line, std::int64_t number, std::optional<HashAlgorithm> preferred,
                    ParseResult& result);
 
-  /// Of the lines so far.
+  /// Entries of the lines so far that have their algorithm only because of the length of their digest.
   [[nodiscard]] std::int64_t bareDigestCount() const { return reading_.bareDigestCount; }
 
   /// Behind the last line: what of `result` is left to do.
