@@ -7,7 +7,6 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "checksums/lists/ListReading.h"
 #include "checksums/lists/SecondReading.h"
 #include "checksums/paths/ManifestPaths.h"
 #include "core/digests/HashPipeline.h"
