@@ -44,6 +44,10 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : ModeFlows(deskto
   connect(manifest(), &ManifestFlow::verified, &audit_, [this] { audit_.look(manifest()->verifiedList()); });
   connect(manifest(), &ManifestFlow::forgotten, &audit_, &AuditFlow::forget);
   connect(&audit_, &AuditFlow::changed, manifest(), [this] { manifest()->setFolderSentence(audit_.sentence()); });
+  manifest()->manifestJobs()->setNotes([this](std::size_t entry) { return audit_.noteOfEntry(entry); });
+  connect(&audit_, &AuditFlow::notesChanged, manifest(), [this] { manifest()->manifestJobs()->announceNotes(); });
+  connect(&audit_, &Flow::ended, this,
+          [this] { context().desktop().announceEnd(AppMode::rawValue(AppMode::Manifest), audit_.outcomeSentence()); });
   connect(&listCreation_, &Flow::ended, this, [this] {
     context().desktop().announceEnd(AppMode::rawValue(AppMode::Manifest), listCreation_.outcomeSentence());
   });

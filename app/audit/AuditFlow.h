@@ -1,22 +1,33 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <exception>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include <QString>
 #include <QStringList>
 
+#include "app/audit/MovedSearch.h"
 #include "app/audit/UnlistedModel.h"
 #include "app/shared/Flow.h"
+#include "app/shared/RunStatus.h"
 #include "app/shared/VerifiedList.h"
+#include "checksums/audit/MissingFiles.h"
 
 namespace tallyfold {
 
-/// What a verified checksum list says nothing of: the files of its folder that it does not name.
+/// What a verified checksum list says nothing of: the files of its folder that it does not name, and which of these the
+/// missing ones may be.
 class AuditFlow : public tallyfold::Flow {
   Q_OBJECT
   Q_PROPERTY(tallyfold::UnlistedModel* unlisted READ unlisted CONSTANT)
   Q_PROPERTY(bool isPresent READ isPresent NOTIFY changed)
   Q_PROPERTY(bool isLooking READ isLooking NOTIFY changed)
+  Q_PROPERTY(bool offersSearch READ offersSearch NOTIFY changed)
+  Q_PROPERTY(bool isSearching READ isSearching NOTIFY changed)
   Q_PROPERTY(bool isShown READ isShown WRITE setShown NOTIFY shownChanged)
   Q_PROPERTY(QString figure READ figure NOTIFY changed)
   Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY changed)
@@ -24,18 +35,24 @@ class AuditFlow : public tallyfold::Flow {
   Q_PROPERTY(QString remarks READ remarks NOTIFY changed)
   Q_PROPERTY(QString emptySentence READ emptySentence NOTIFY shownChanged)
   Q_PROPERTY(QString copyRefusal READ copyRefusal NOTIFY shownChanged)
+  Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
+  Q_PROPERTY(QString progressFigure READ progressFigure NOTIFY progressChanged)
+  Q_PROPERTY(tallyfold::RunStatus* runStatus READ runStatus CONSTANT)
 
  public:
   explicit AuditFlow(FlowContext& context);
 
-  [[nodiscard]] bool isBusy() const override { return isLooking(); }
-  [[nodiscard]] QString outcomeSentence() const override { return sentence(); }
+  [[nodiscard]] bool isBusy() const override { return isLooking() || isSearching(); }
+  [[nodiscard]] QString outcomeSentence() const override { return searchSentence(); }
   void shutdown() override { cancel(); }
 
   [[nodiscard]] UnlistedModel* unlisted() { return &unlisted_; }
   /// Unlisted files are, or were, looked for.
   [[nodiscard]] bool isPresent() const { return stage_ != Stage::none; }
   [[nodiscard]] bool isLooking() const { return stage_ == Stage::looking; }
+  /// There are missing files that the unlisted ones can be searched for, which was not done yet.
+  [[nodiscard]] bool offersSearch() const;
+  [[nodiscard]] bool isSearching() const { return search_ == Search::running; }
   /// They are shown in the place of the entries.
   [[nodiscard]] bool isShown() const { return isShown_; }
   void setShown(bool isShown);
@@ -49,9 +66,20 @@ class AuditFlow : public tallyfold::Flow {
   /// Why there are no rows, where they would be shown.
   [[nodiscard]] QString emptySentence() const;
   [[nodiscard]] QString copyRefusal() const;
+  /// Of the files that are searched, 0 to 1.
+  [[nodiscard]] double progress() const;
+  /// "12 of 1,204 files"; empty while there is none.
+  [[nodiscard]] QString progressFigure() const;
+  [[nodiscard]] RunStatus* runStatus() { return &runStatus_; }
+  /// Where the missing file of an entry may be, and what an unlisted file may be; empty where nothing is known.
+  [[nodiscard]] QString noteOfEntry(std::size_t entry) const;
+  [[nodiscard]] QString noteOfFile(std::size_t file) const;
 
   /// Looks for the unlisted files of a list that was verified, and forgets those of another.
-  void look(const VerifiedList& list);
+  void look(VerifiedList list);
+  /// Searches the unlisted files for the missing ones. Ignored where there are not both, and while one is under way.
+  Q_INVOKABLE void findMoved();
+  /// Cancels whatever is under way.
   Q_INVOKABLE void cancel();
   void forget();
 
@@ -64,20 +92,36 @@ class AuditFlow : public tallyfold::Flow {
  signals:
   void changed();
   void shownChanged();
+  void progressChanged();
+  void notesChanged();
 
  private:
   enum class Stage { none, looking, cancelled, failed, found };
+  enum class Search { none, running, cancelled, failed, ended };
 
+  [[nodiscard]] bool canSearch() const;
   [[nodiscard]] QStringList doubts() const;
+  [[nodiscard]] QString searchSentence() const;
+  void applyReport(MovedSearch::Report report);
+  void setLikely(std::shared_ptr<const LikelyFiles> likely);
+  void endSearch(const std::exception_ptr& failure);
   void copy(std::vector<std::string> paths);
   void setStage(Stage stage);
+  void setSearch(Search search);
 
   Stage stage_ = Stage::none;
+  Search search_ = Search::none;
   bool isShown_ = false;
-  qint64 linesNotUnderstood_ = 0;
-  QString failure_;
+  QString failure_;  // Of the stage, or of the search.
+  std::shared_ptr<const VerifiedList> list_;
   UnlistedModel unlisted_;
+  std::shared_ptr<const LikelyFiles> likely_ = std::make_shared<const LikelyFiles>();
+  std::vector<LikelyFile> likelyByFile_;          // The same, in the order of the files.
+  std::vector<MovedSearch::Failure> unreadable_;  // In the order of the files.
+  std::size_t filesDone_ = 0;
+  RunStatus runStatus_;
   FlowTask<AuditFlow> task_{*this, context().mailbox()};
+  FlowTask<AuditFlow> sizesTask_{*this, context().mailbox()};
 };
 
 }  // namespace tallyfold

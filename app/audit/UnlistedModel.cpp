@@ -17,28 +17,34 @@ QVariant UnlistedModel::data(const QModelIndex& index, int role) const {
       return isMarked(index.row());
     case Qt::DisplayRole:
     case PathRole:
-      return shownText(files_.paths[jobAt(index.row())]);
+      return shownText(files_->paths[jobAt(index.row())]);
+    case NoteRole:
+      return notes_(jobAt(index.row()));
     default:
       return {};
   }
 }
 
-UnlistedFiles UnlistedModel::replaceAll(UnlistedFiles files) {
+std::shared_ptr<const UnlistedFiles> UnlistedModel::replaceAll(std::shared_ptr<const UnlistedFiles> files) {
   replaceJobs([&] { std::swap(files_, files); });
   return files;
+}
+
+void UnlistedModel::announceNotes() {
+  if (count() > 0) emit dataChanged(index(0), index(count() - 1), {NoteRole});
 }
 
 std::vector<std::string> UnlistedModel::shownPaths(int first, int most) const {
   std::vector<std::string> paths;
   if (first < 0 || first >= count()) return paths;
   const int end = first + std::min(most, count() - first);
-  for (int row = first; row < end; ++row) paths.push_back(files_.paths[jobAt(row)]);
+  for (int row = first; row < end; ++row) paths.push_back(files_->paths[jobAt(row)]);
   return paths;
 }
 
 std::vector<std::string> UnlistedModel::markedPaths() const {
   std::vector<std::string> paths;
-  for (const std::uint32_t job : markedJobs()) paths.push_back(files_.paths[job]);
+  for (const std::uint32_t job : markedJobs()) paths.push_back(files_->paths[job]);
   return paths;
 }
 

@@ -2,12 +2,16 @@
 
 #include <array>
 #include <cstddef>
+#include <functional>
+#include <memory>
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <QByteArray>
+#include <QString>
 
 #include "app/shared/FilteredListModel.h"
 #include "checksums/audit/UnlistedFiles.h"
@@ -21,19 +25,24 @@ class UnlistedModel : public tallyfold::FilteredListModel {
  public:
   enum Role {
     PathRole = Qt::UserRole,  ///< Below the root, safe to show on one line.
+    NoteRole,                 ///< What is known of the file; may be empty.
   };
 
   explicit UnlistedModel(QObject* parent = nullptr) : FilteredListModel(filterKinds, noState, parent) {}
 
   [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
   [[nodiscard]] QHash<int, QByteArray> roleNames() const override {
-    return {{MarkedRole, "isMarked"}, {PathRole, "path"}};
+    return {{MarkedRole, "isMarked"}, {PathRole, "path"}, {NoteRole, "note"}};
   }
-  [[nodiscard]] int total() const override { return static_cast<int>(files_.paths.size()); }
+  [[nodiscard]] int total() const override { return static_cast<int>(files_->paths.size()); }
 
-  [[nodiscard]] const UnlistedFiles& files() const { return files_; }
+  /// Never null.
+  [[nodiscard]] const std::shared_ptr<const UnlistedFiles>& files() const { return files_; }
   /// Replaces all rows in one change, and returns what was there.
-  UnlistedFiles replaceAll(UnlistedFiles files);
+  std::shared_ptr<const UnlistedFiles> replaceAll(std::shared_ptr<const UnlistedFiles> files);
+  /// What says what is known of a file, and that it says something else by now.
+  void setNotes(std::function<QString(std::size_t file)> notes) { notes_ = std::move(notes); }
+  void announceNotes();
   /// The paths of so many shown rows, or of those that there are, and of those that are marked.
   [[nodiscard]] std::vector<std::string> shownPaths(int first, int most) const;
   [[nodiscard]] std::vector<std::string> markedPaths() const;
@@ -45,9 +54,10 @@ class UnlistedModel : public tallyfold::FilteredListModel {
   static const std::array<FilterKind, 1> filterKinds;
 
   [[nodiscard]] int stateOf(std::size_t /*job*/) const override { return 0; }
-  [[nodiscard]] std::string_view nameOf(std::size_t job) const override { return files_.paths[job]; }
+  [[nodiscard]] std::string_view nameOf(std::size_t job) const override { return files_->paths[job]; }
 
-  UnlistedFiles files_;
+  std::shared_ptr<const UnlistedFiles> files_ = std::make_shared<const UnlistedFiles>();
+  std::function<QString(std::size_t file)> notes_ = [](std::size_t) { return QString(); };
 };
 
 }  // namespace tallyfold

@@ -177,11 +177,16 @@ QString ManifestFlow::unreadSentence() const {
 }
 
 VerifiedList ManifestFlow::verifiedList() const {
-  return {.entries = entries_,
-          .list = *url_,
-          .root = *rootURL_,
-          .rootIdentity = rootIdentity_,
-          .linesNotUnderstood = unsupportedLineCount_};
+  VerifiedList list{.entries = entries_,
+                    .list = *url_,
+                    .root = *rootURL_,
+                    .rootIdentity = rootIdentity_,
+                    .linesNotUnderstood = unsupportedLineCount_};
+  for (std::size_t job = 0; job < jobs_.jobs().size(); ++job) {
+    const auto* const failed = std::get_if<ManifestJob::Failed>(&jobs_.jobs()[job].state);
+    if (failed != nullptr && failed->isMissing) list.missing.push_back(static_cast<std::uint32_t>(job));
+  }
+  return list;
 }
 
 void ManifestFlow::setFolderSentence(const QString& sentence) {

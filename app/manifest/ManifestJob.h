@@ -27,7 +27,8 @@ struct ManifestJob {
     bool operator==(const Mismatch&) const = default;
   };
   struct Failed {
-    std::string message;  ///< For the user, without prefix.
+    std::string message;     ///< For the user, without prefix.
+    bool isMissing = false;  ///< There is no such file.
     bool operator==(const Failed&) const = default;
   };
   using State = std::variant<Queued, Verifying, Match, Mismatch, Failed>;

@@ -63,6 +63,11 @@ QString status(const ManifestJob& job) {
   return std::visit(Words(), job.state);
 }
 
+bool isMissing(const ManifestJob& job) {
+  const auto* const failed = std::get_if<ManifestJob::Failed>(&job.state);
+  return failed != nullptr && failed->isMissing;
+}
+
 int difference(const std::string& expected, const std::string& actual) {
   const auto parting = std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end());
   return static_cast<int>(parting.first - expected.begin());
@@ -114,6 +119,8 @@ QVariant ManifestJobListModel::data(const QModelIndex& index, int role) const {
       return mismatch == nullptr ? QString() : utf8Text(mismatch->actual);
     case SizeNoteRole:
       return sizeNote(jobAt(index.row()));
+    case NoteRole:
+      return isMissing(job) ? notes_(jobAt(index.row())) : QString();
     case DifferenceRole:
       return mismatch == nullptr ? -1 : difference(job.entry->expectedHash, mismatch->actual);
     default:
@@ -122,12 +129,19 @@ QVariant ManifestJobListModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> ManifestJobListModel::roleNames() const {
-  return {{MarkedRole, "isMarked"},       {LineNumberRole, "lineNumber"},
-          {NumberRole, "number"},         {PathRole, "path"},
-          {AlgorithmRole, "algorithm"},   {StateRole, "state"},
-          {StatusRole, "status"},         {ToneRole, "tone"},
-          {ExpectedRole, "expected"},     {ActualRole, "actual"},
-          {DifferenceRole, "difference"}, {SizeNoteRole, "sizeNote"}};
+  return {{MarkedRole, "isMarked"},
+          {LineNumberRole, "lineNumber"},
+          {NumberRole, "number"},
+          {PathRole, "path"},
+          {AlgorithmRole, "algorithm"},
+          {StateRole, "state"},
+          {StatusRole, "status"},
+          {ToneRole, "tone"},
+          {ExpectedRole, "expected"},
+          {ActualRole, "actual"},
+          {DifferenceRole, "difference"},
+          {SizeNoteRole, "sizeNote"},
+          {NoteRole, "note"}};
 }
 
 QString ManifestJobListModel::sizeNote(std::size_t job) const {
@@ -173,6 +187,10 @@ std::vector<ManifestJob> ManifestJobListModel::replaceAll(std::vector<ManifestJo
     sizes.swap(sizes_);
   });
   return jobs;
+}
+
+void ManifestJobListModel::announceNotes() {
+  if (count() > 0) emit dataChanged(index(0), index(count() - 1), {NoteRole});
 }
 
 void ManifestJobListModel::setState(std::size_t job, ManifestJob::State state) {

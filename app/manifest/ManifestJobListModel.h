@@ -3,8 +3,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <stop_token>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <QByteArray>
@@ -32,6 +34,7 @@ class ManifestJobListModel : public tallyfold::FilteredListModel {
     ExpectedRole,                   ///< Digest.
     ActualRole,                     ///< Digest of a mismatch; empty otherwise.
     SizeNoteRole,                   ///< Of a mismatch: that the list says another size; empty otherwise.
+    NoteRole,                       ///< What is known of where a missing file is; empty otherwise.
     DifferenceRole,                 ///< Where expected and actual part, in digits; -1 when there is no mismatch.
   };
   enum State { Queued, Verifying, Match, Mismatch, Failed };
@@ -60,6 +63,9 @@ class ManifestJobListModel : public tallyfold::FilteredListModel {
   /// Replaces all rows in one change, shows all of them, and returns those that were there. `sizes`: as the list says,
   /// see `ListReading::sizes`.
   std::vector<ManifestJob> replaceAll(std::vector<ManifestJob> jobs, std::vector<std::int64_t> sizes = {});
+  /// What says where the missing file of a job may be, and that it says something else by now.
+  void setNotes(std::function<QString(std::size_t job)> notes) { notes_ = std::move(notes); }
+  void announceNotes();
   /// `job` is an index of `jobs()`, not of the rows shown.
   void setState(std::size_t job, ManifestJob::State state);
   void requeueAll();
@@ -75,6 +81,7 @@ class ManifestJobListModel : public tallyfold::FilteredListModel {
 
   std::vector<ManifestJob> jobs_;
   std::vector<std::int64_t> sizes_;
+  std::function<QString(std::size_t job)> notes_ = [](std::size_t) { return QString(); };
 };
 
 }  // namespace tallyfold

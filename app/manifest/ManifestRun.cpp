@@ -19,7 +19,9 @@ namespace {
 
 ManifestJob::State stateOf(const ChecksumManifestEntry& entry, const ManifestGroupOutcome& outcome,
                            std::int64_t fileSize) {
-  if (const auto* failure = std::get_if<ManifestGroupFailure>(&outcome)) return ManifestJob::Failed{failure->sentence};
+  if (const auto* failure = std::get_if<ManifestGroupFailure>(&outcome)) {
+    return ManifestJob::Failed{failure->sentence, failure->cause == ManifestFailureCause::missing};
+  }
   const std::string_view actual = std::get<DigestMap>(outcome).find(entry.algorithm).value();
   if (actual == entry.expectedHash) return ManifestJob::Match{};
   return ManifestJob::Mismatch{std::string(actual), fileSize};

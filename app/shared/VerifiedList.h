@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <vector>
@@ -19,6 +19,7 @@ struct VerifiedList {
   std::filesystem::path root;
   ManifestRootIdentity rootIdentity;  ///< Of the folder that was verified.
   qint64 linesNotUnderstood = 0;
+  std::vector<std::uint32_t> missing{};  ///< Those of the entries whose files are missing, ascending.
 };
 
 }  // namespace tallyfold

@@ -8,6 +8,7 @@
 #include <new>
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
+#include <unicode/normalizer2.h>
 #include <unicode/stringpiece.h>
 #include <unicode/uchar.h>
 #include <unicode/ustring.h>
@@ -161,6 +162,22 @@ std::string lowerCased(std::string_view text) {
   std::string result(text);
   for (char& c : result) c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
   return result;
+}
+
+std::string decomposed(std::string_view text) {
+  if (isASCII(text)) return std::string(text);
+  return mapped(text, [](const char*, std::uint32_t, icu::StringPiece part, icu::ByteSink& sink, icu::Edits* edits,
+                         UErrorCode& status) {
+    const icu::Normalizer2* const form = icu::Normalizer2::getNFDInstance(status);
+    if (U_SUCCESS(status) != 0) form->normalizeUTF8(0, part, sink, edits, status);
+  });
+}
+
+std::string caseFolded(std::string_view text) {
+  if (isASCII(text)) return lowerCased(text);
+  return mapped(text,
+                [](const char*, std::uint32_t options, icu::StringPiece part, icu::ByteSink& sink, icu::Edits* edits,
+                   UErrorCode& status) { icu::CaseMap::utf8Fold(options, part, sink, edits, status); });
 }
 
 std::string upperCased(std::string_view text) {

@@ -24,6 +24,11 @@ std::string_view utf8Of(std::u16string_view text, std::string& storage);
 std::string lowerCased(std::string_view text);
 std::string upperCased(std::string_view text);
 
+/// UTF-8 text in one of the forms of which texts that are canonically equivalent have the same (NFD), and with full
+/// case folding, the same in every locale. Bytes that are not well-formed UTF-8 stay as they are.
+std::string decomposed(std::string_view text);
+std::string caseFolded(std::string_view text);
+
 /// White space is what has the Unicode property White_Space, which includes line breaks. Blanks are the tab and the
 /// characters of category Zs: white space within a line. Bytes that are not well-formed UTF-8 are neither.
 ///

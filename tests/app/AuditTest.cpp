@@ -6,6 +6,8 @@ namespace tallyfold::test {
 
 namespace {
 
+using std::string_literals::operator""s;
+
 class Audit : public ModelTest {
  protected:
   [[nodiscard]] AuditFlow& audit() { return *model_->audit(); }
@@ -23,6 +25,25 @@ class Audit : public ModelTest {
   std::string verified() {
     model_->manifest()->verifyManifest();
     EXPECT_TRUE(reached([&] { return !model_->manifest()->isManifestVerifying() && !audit().isLooking(); }));
+    return audit().sentence().toStdString();
+  }
+
+  /// What is said of the entry, or the unlisted file, with this path.
+  std::string note(const std::string& path) {
+    const FilteredListModel* const models[]{model_->manifest()->manifestJobs(), audit().unlisted()};
+    const int roles[]{ManifestJobListModel::NoteRole, UnlistedModel::NoteRole};
+    for (int which = 0; which < 2; ++which) {
+      for (int row = 0; row < models[which]->count(); ++row) {
+        const QModelIndex index = models[which]->index(row);
+        QString text = index.data(roles[which]).toString().remove(u'\u2068').remove(u'\u2069');
+        if (index.data().toString().toStdString() == path && !text.isEmpty()) return text.toStdString();
+      }
+    }
+    return {};
+  }
+  std::string searched() {
+    audit().findMoved();
+    EXPECT_TRUE(reached([&] { return !audit().isSearching(); }));
     return audit().sentence().toStdString();
   }
 
@@ -46,7 +67,7 @@ TEST_F(Audit, NamesWhatNoEntryLeadsTo) {
   std::vector<std::string> expected = hostile;
   expected.insert(expected.end() - 1, "second name");
   std::ranges::sort(expected);
-  EXPECT_EQ(audit().unlisted()->files().paths, expected);
+  EXPECT_EQ(audit().unlisted()->files()->paths, expected);
   EXPECT_EQ(audit().remarks(),
             "3 links were not followed. 1 pipe, device or socket was left out. 3 checksum lists were left out.");
   EXPECT_EQ(model_->manifest()->manifestVerdict().kind, ManifestVerdict::NotAllChecked);
@@ -61,7 +82,7 @@ TEST_F(Audit, NamesWhatNoEntryLeadsTo) {
   for (const char* const name : {"dir/line\nbreak", "dir/other.md5", "\xFF"}) fs::remove(root_ / name);
   EXPECT_EQ(audited({"a", "dir\\b", "dir\\sub\\c", "dir/d", ".hidden", "second name"}, "sums"),
             "1 file in the folder is not in the list.");
-  EXPECT_EQ(audit().unlisted()->files().paths, std::vector{hostile.back()});
+  EXPECT_EQ(audit().unlisted()->files()->paths, std::vector{hostile.back()});
   fs::remove(root_ / hostile.back());
   EXPECT_EQ(verified(), "The folder has no other files.");
   EXPECT_EQ(model_->manifest()->manifestVerdict().tone, Tone::Good);
@@ -115,6 +136,71 @@ TEST_F(Audit, IsNeverSilentOnWhatItDidNotSee) {
   model_->manifest()->cancelManifestVerification();
   goOn();
   EXPECT_FALSE(audit().isPresent());
+}
+
+TEST_F(Audit, TellsWhereOnlyTheSpellingOfANameDiffers) {
+  fs::create_directories(root_ / "dir");
+  for (const char* const name : {"e\u0301", "dir/README.TXT", "A\u030A", "STRASSE", "\xFF"}) {
+    folder_.file("root/"s + name, name == "\xFF"s ? "" : "abc");
+  }
+  EXPECT_EQ(audited({"\u00E9", "Dir/ReadMe.txt", "\u00E5", "straße", "\u00FF"}),
+            "5 files in the folder are not in the list.");
+  EXPECT_EQ(note("\u00E9"), "Only the Unicode form (NFC, NFD) of the name differs from “e\u0301”.");
+  EXPECT_EQ(note("e\u0301"), "Only the Unicode form (NFC, NFD) of the name differs from “\u00E9”.");
+  EXPECT_EQ(note("Dir/ReadMe.txt"), "Only upper and lower case of the name differ from “dir/README.TXT”.");
+  EXPECT_EQ(note("\u00E5"), "Only case and Unicode form of the name differ from “A\u030A”.");
+  EXPECT_EQ(note("straße"), "Only upper and lower case of the name differ from “STRASSE”.");
+  EXPECT_EQ(note("\u00FF"), "");
+  folder_.file("root/STRASSE", "other");
+  EXPECT_TRUE(audit().offersSearch());
+  EXPECT_THAT(searched(), testing::EndsWith(" 4 of 5 missing files are among them."));
+  EXPECT_EQ(note("\u00E9"),
+            "Only the Unicode form (NFC, NFD) of the name differs from “e\u0301”, which has the same CRC-32.");
+  EXPECT_EQ(note("straße"), "Only upper and lower case of the name differ from “STRASSE”, but it has other bytes.");
+}
+
+TEST_F(Audit, FindsMovedFilesByTheirBytes) {
+  fs::create_directories(root_ / "new/sub");
+  const std::string md5OfAbc = "900150983cd24fb0d6963f7d28e17f72";
+  const std::string sha1OfAbc = "a9993e364706816aba3e25717850c26c9cd0d89d";
+  const std::string md5OfNothing = "d41d8cd98f00b204e9800998ecf8427e";
+  const std::string zeros(32, '0');
+  for (const char* const name : {"new/a", "new/sub/b", "new/sub/c", "other", "new/changed"}) {
+    folder_.file("root/"s + name, name == "other"s ? "" : "abc");
+  }
+  std::string lines;
+  for (const char* const name : {"old/b", "old/c", "a", "old/d", "e"})
+    lines += "MD5 (" + (name + (") = " + md5OfAbc + '\n'));
+  lines +=
+      "SHA1 (a) = " + sha1OfAbc + "\nMD5 (f) = " + zeros + "\nMD5 (f) = " + md5OfAbc + "\nMD5 (x/other) = " + zeros;
+  lines += "\nMD5 (gone) = " + zeros + "\nMD5 (g) = " + md5OfAbc + "\nSHA1 (g) = " + std::string(40, '0') + '\n';
+  model_->manifest()->setManifestRoot({urlOf(root_)});
+  model_->manifest()->setManifestFile({urlOf(folder_.file("list", lines))});
+  ASSERT_TRUE(reached([&] { return !model_->manifest()->isLoadingManifest(); }));
+  EXPECT_EQ(verified(), "5 files in the folder are not in the list.");
+  EXPECT_TRUE(audit().offersSearch());
+  calls_.before = [&](std::string_view name, std::size_t) {
+    if (name == "read") folder_.file("root/new/changed", "abc");
+    return 0;
+  };
+  EXPECT_EQ(
+      searched(),
+      "5 files in the folder are not in the list. 5 of 9 missing files are among them. 1 of them could not be read.");
+  EXPECT_FALSE(audit().offersSearch());
+  const std::map<std::string, std::string> notes{
+      {"a", "It is now at “new/a”."},
+      {"old/b", "It is now at “new/sub/b”."},
+      {"old/c", "It is now at “new/sub/c”."},
+      {"x/other", "“other” has the same name, other bytes."},
+      {"other", "It has the name of “x/other”, and other bytes."},
+      {"new/sub/b", "It was “old/b”."},
+      {"f", ""},
+      {"g", ""},
+      {"gone", ""},
+  };
+  for (const auto& [path, text] : notes) EXPECT_EQ(note(path), text) << path;
+  EXPECT_THAT(note("old/d"), testing::StartsWith("It is now at “new/"));
+  EXPECT_EQ(note("e"), note("old/d")) << "More were missing than there are";
 }
 
 }  // namespace

@@ -110,7 +110,7 @@ TEST_P(Cancellation, AtAnyMomentLeavesNothing) {
 
 INSTANTIATE_TEST_SUITE_P(Of, Cancellation,
                          testing::Values("Files", "Text", "Verify", "Compare", "Count", "List", "Manifest", "Audit",
-                                         "Export", "Proof"));
+                                         "Moved", "Export", "Proof"));
 
 }  // namespace
 

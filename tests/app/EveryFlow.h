@@ -34,6 +34,7 @@ class EveryFlow : public ModelTest {
     fs::create_directory(reports_);
     folder_.file("root/unlisted", "");
     std::ofstream lines(list_);
+    lines << "ffffffff  missing\n";
     for (int i = 0; i < 50; ++i) {
       lines << "352441c2  " << folder_.file("root/" + std::to_string(i), "abc").filename().string() << '\n';
     }
@@ -172,7 +173,7 @@ class EveryFlow : public ModelTest {
           .start = [&] { manifest.setManifestFile({urlOf(list_)}); },
           .cancel = [&] { manifest.cancelManifest(); },
           .isBusy = [&] { return manifest.isLoadingManifest(); },
-          .isRight = [&] { return manifest.manifestJobs()->total() == 50; },
+          .isRight = [&] { return manifest.manifestJobs()->total() == 51; },
           .disturb = takeAnotherList,
           .call = "read"}},
         {"Manifest",
@@ -194,6 +195,15 @@ class EveryFlow : public ModelTest {
           .cancel = [&] { model.audit()->cancel(); },
           .isBusy = [&] { return model.audit()->isLooking(); },
           .isRight = [&] { return model.audit()->sentence() == "1 file in the folder is not in the list."; },
+          .call = "open"}},
+        {"Moved",
+         {.object = model.audit(),
+          .announcement = SIGNAL(notesChanged()),
+          .prepare = verifyList,
+          .start = [&] { model.audit()->findMoved(); },
+          .cancel = [&] { model.audit()->cancel(); },
+          .isBusy = [&] { return model.audit()->isSearching(); },
+          .isRight = [&] { return model.audit()->sentence().endsWith(" The missing file is none of them."); },
           .call = "open"}},
         {"Export",
          {.object = &model,

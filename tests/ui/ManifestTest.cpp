@@ -237,7 +237,13 @@ TEST_F(ManifestTest, FilesThatAreNotInTheListAreShownByKeys) {
   driver.press({"Escape"});
   driver.click("filterAll");
   waitFor("the entries", [&] { return driver.item(list)->property("count") == 1; });
+  verify(md5OfAbc + "  abc\n" + md5OfAbc + "  gone\n");
+  driver.click("findMoved");
+  waitFor("where it is", [&] { return shows("note", "It is now at “\u2068first\u2069”."); });
+  expectSound();
+  waitForNo("findMoved");
   driver.click("filterUnlisted");
+  waitFor("what it was", [&] { return shows("note", "It was “\u2068gone\u2069”."); });
   driver.click("verifyManifest");
   waitFor("the entries again", [&] { return driver.findItem(unlisted) == nullptr; });
 }

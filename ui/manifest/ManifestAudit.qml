@@ -1,15 +1,17 @@
 import QtQuick
 import TallyFold
 
-// The looking for files that the list does not name, where it takes long.
+// The looking for files that the list does not name, and the search for the missing ones among them.
 Item {
     id: root
 
     required property AuditFlow audit
+    // A walk takes long enough to be told.
     property bool isLong: false
+    readonly property bool isShown: audit.isSearching || audit.offersSearch || (isLong && audit.isLooking)
 
-    height: isLong && audit.isLooking ? cancel.height : 0
-    visible: height > 0
+    height: isShown ? button.height : 0
+    visible: isShown
 
     Timer {
         interval: TallyTheme.longWorkDelay
@@ -21,28 +23,66 @@ Item {
         onTriggered: root.isLong = true
     }
 
-    TFStaticText {
-        id: words
+    TFButton {
+        id: button
 
+        objectName: root.audit.isBusy ? "cancelAudit" : "findMoved"
+        text: root.audit.isBusy ? qsTr("Cancel") : qsTr("Find Moved Files")
+        accessibleName: {
+            if (root.audit.isLooking)
+                return qsTr("Cancel looking for files that are not in the list");
+            return root.audit.isSearching ? qsTr("Cancel the search for missing files") : text;
+        }
+        tip: root.audit.isBusy ? "" : qsTr("Calculates checksums of the files that are not in the list, and compares them with those of the missing ones")
+        onClicked: {
+            if (root.audit.isBusy)
+                root.audit.cancel();
+            else
+                root.audit.findMoved();
+        }
+    }
+
+    TFStaticText {
+        visible: root.audit.isLooking
         text: qsTr("Looking for files that are not in the list…")
         color: TallyTheme.secondary
-        wrapMode: Text.Wrap
+        elide: Text.ElideRight
 
         anchors {
-            left: parent.left
-            right: cancel.left
-            rightMargin: TallyTheme.space3
+            left: button.right
+            right: parent.right
+            leftMargin: TallyTheme.space3
             verticalCenter: parent.verticalCenter
         }
     }
 
-    TFButton {
-        id: cancel
+    Column {
+        visible: root.audit.isSearching
 
-        objectName: "cancelAudit"
-        anchors.right: parent.right
-        text: qsTr("Cancel")
-        accessibleName: qsTr("Cancel looking for files that are not in the list")
-        onClicked: root.audit.cancel()
+        anchors {
+            left: button.right
+            right: parent.right
+            leftMargin: TallyTheme.space3
+            verticalCenter: parent.verticalCenter
+        }
+
+        TFProgressBar {
+            objectName: "auditProgress"
+            width: parent.width
+            value: root.audit.progress
+            Accessible.name: qsTr("Search for missing files")
+        }
+
+        TFRunFigures {
+            width: parent.width
+            status: root.audit.runStatus
+            figure: root.audit.progressFigure
+        }
+    }
+
+    Shortcut {
+        enabled: root.visible && root.audit.isBusy
+        sequence: "Esc"
+        onActivated: root.audit.cancel()
     }
 }

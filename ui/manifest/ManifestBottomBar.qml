@@ -61,7 +61,7 @@ TFRunBar {
 
     TFExporting {
         visible: root.report.isSaving
-        isEscapeTaken: run.isRunning
+        isEscapeTaken: run.isRunning || root.viewModel.audit.isBusy
         onCancelled: root.report.cancel()
     }
 

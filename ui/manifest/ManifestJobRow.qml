@@ -15,6 +15,7 @@ TFJobRow {
     required property string actual
     required property int difference
     required property string sizeNote
+    required property string note
     required property RunStatus runStatus
     // Room for the largest line number of the list.
     required property real numberWidth
@@ -26,7 +27,7 @@ TFJobRow {
 
     isBad: hasFailed || isMismatch
     Accessible.name: qsTr("Line %1, %2, %3, %4").arg(number).arg(path).arg(algorithm).arg(status)
-    Accessible.description: isMismatch ? (qsTr("Expected: ") + expected + " " + sizeNote).trim() : ""
+    Accessible.description: isMismatch ? (qsTr("Expected: ") + expected + " " + sizeNote).trim() : note
 
     onStateChanged: isLong = false
 
@@ -143,13 +144,26 @@ TFJobRow {
             active: root.hasFailed
             visible: active
 
-            sourceComponent: TFText {
-                objectName: "message"
-                text: root.status
-                height: implicitHeight + TallyTheme.space2
-                color: TallyTheme.bad
-                wrapMode: Text.Wrap
-                verticalAlignment: Text.AlignTop
+            sourceComponent: Column {
+                spacing: TallyTheme.space1
+                bottomPadding: TallyTheme.space2
+
+                TFText {
+                    objectName: "message"
+                    width: parent.width
+                    text: root.status
+                    color: TallyTheme.bad
+                    wrapMode: Text.Wrap
+                }
+
+                TFText {
+                    objectName: "note"
+                    width: parent.width
+                    visible: text !== ""
+                    text: root.note
+                    color: TallyTheme.secondary
+                    wrapMode: Text.Wrap
+                }
             }
         }
 

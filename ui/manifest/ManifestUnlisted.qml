@@ -59,17 +59,38 @@ FocusScope {
             id: row
 
             required property string path
+            required property string note
 
             Accessible.name: path
+            Accessible.description: row.note
 
             contentItem: Item {
-                implicitHeight: TallyTheme.listRowHeight
+                implicitHeight: TallyTheme.listRowHeight + (noteText.visible ? noteText.height + TallyTheme.space2 : 0)
+
+                TFText {
+                    id: noteText
+
+                    objectName: "note"
+                    visible: text !== ""
+                    text: row.note
+                    color: TallyTheme.secondary
+                    wrapMode: Text.Wrap
+
+                    anchors {
+                        left: icon.right
+                        right: parent.right
+                        leftMargin: TallyTheme.space3
+                        rightMargin: TallyTheme.space3
+                        bottom: parent.bottom
+                        bottomMargin: TallyTheme.space2
+                    }
+                }
 
                 TFIcon {
                     id: icon
 
-                    anchors.verticalCenter: parent.verticalCenter
                     x: TallyTheme.space3
+                    y: (TallyTheme.listRowHeight - height) / 2
                     name: "doc"
                     color: TallyTheme.tertiary
                 }
@@ -84,7 +105,7 @@ FocusScope {
                         right: parent.right
                         leftMargin: TallyTheme.space3
                         rightMargin: TallyTheme.space3
-                        verticalCenter: parent.verticalCenter
+                        verticalCenter: icon.verticalCenter
                     }
                 }
             }
