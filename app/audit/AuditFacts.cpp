@@ -96,6 +96,8 @@ QString AuditFlow::searchSentence() const {
     sentences.append(found == 0 ? tr("None of the %1 missing files is among them.").arg(figureOf(missing))
                                 : tr("%1 of %2 missing files are among them.").arg(figureOf(found), figureOf(missing)));
   }
+  const auto isByCRC32 = [](const LikelyFile& likely) { return likely.bytes == LikelyFile::Bytes::sameCRC32; };
+  if (std::ranges::any_of(likely_->ofEntries, isByCRC32)) sentences.append(tr("Equal CRC-32s are no proof."));
   addCounted(sentences, static_cast<std::int64_t>(unreadable_.size()), tr("1 of them could not be read."),
              tr("%1 of them could not be read."));
   return sentences.join(u' ');
@@ -170,6 +172,7 @@ QString AuditFlow::noteOfFile(std::size_t file) const {
       const std::string& path = (*list_->entries)[first->entry].relativePath;
       const auto others = std::count_if(
           first, last, [&](const LikelyFile& likely) { return (*list_->entries)[likely.entry].relativePath != path; });
+      if (others == 1) return tr("It has the bytes of “%1” and of 1 other.").arg(entry);
       return others == 0 ? tr("It was “%1”.").arg(entry)
                          : tr("It has the bytes of “%1” and of %2 others.").arg(entry, figureOf(others));
     }
