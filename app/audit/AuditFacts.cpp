@@ -163,7 +163,9 @@ QString AuditFlow::noteOfFile(std::size_t file) const {
   using Bytes = LikelyFile::Bytes;
   const auto failure = std::ranges::lower_bound(unreadable_, file, {}, &MovedSearch::Failure::file);
   if (failure != unreadable_.end() && failure->file == file) return QString::fromStdString(failure->sentence);
-  const auto [first, last] = std::ranges::equal_range(likelyByFile_, file, {}, &LikelyFile::file);
+  const auto first = std::ranges::lower_bound(likelyByFile_, file, {}, &LikelyFile::file);
+  const auto isOfOther = [&](const LikelyFile& likely) { return likely.file != file; };
+  const auto last = std::find_if(first, likelyByFile_.end(), isOfOther);
   if (first == last) return {};
   const QString entry = isolated((*list_->entries)[first->entry].relativePath);
   if (first->name != LikelyFile::Name::otherwise) return onlyDifference(*first, entry);

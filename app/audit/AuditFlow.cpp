@@ -38,13 +38,12 @@ void AuditFlow::look(VerifiedList list) {
         const FolderFiles files(list->rootIdentity);
         const auto found = std::make_shared<const UnlistedFiles>(
             UnlistedFiles::find(files, list->rootIdentity, *list->entries, list->list, task.cancellation()));
+        task.post([found](AuditFlow& flow) { flow.unlisted_.replaceAll(found); });
+        if (found->paths.empty() || list->missing.empty()) return;
         // Names alone tell something already.
         const MissingFiles missing(*list->entries, list->missing, found->paths, task.cancellation());
         const auto likely = std::make_shared<const LikelyFiles>(missing.find(task.cancellation()));
-        task.post([=](AuditFlow& flow) {
-          flow.unlisted_.replaceAll(found);
-          flow.setLikely(likely);
-        });
+        task.post([likely](AuditFlow& flow) { flow.setLikely(likely); });
       },
       [](AuditFlow& flow, const std::exception_ptr& failure) {
         if (failure) flow.failure_ = QString::fromStdString(errorDescription(failure));
@@ -120,8 +119,8 @@ void AuditFlow::forget() {
   stage_ = Stage::none;
   likely_ = std::make_shared<const LikelyFiles>();
   BackgroundTask::dispose(unlisted_.replaceAll(std::make_shared<const UnlistedFiles>()),
-                          std::exchange(likelyByFile_, {}), std::exchange(unreadable_, {}));
-  list_.reset();
+                          std::exchange(likelyByFile_, {}), std::exchange(unreadable_, {}),
+                          std::exchange(list_, nullptr));
   search_ = Search::none;
   setShown(false);
   setStage(Stage::none);

@@ -60,7 +60,7 @@ TEST_F(Memory, OfAListAtItsLimitIsLittleMoreThanItsEntries) {
   expectPeak("verify", 110, [&] {
     model_->manifest()->setManifestRoot({urlOf(folder_.path())});
     model_->manifest()->verifyManifest();
-    ASSERT_TRUE(reached([&] { return !model_->manifest()->isManifestVerifying(); }));
+    ASSERT_TRUE(reached([&] { return model_->audit()->isPresent() && !model_->audit()->isLooking(); }));
     ASSERT_EQ(model_->manifest()->manifestErrorCount(), count);
   });
   expectPeak("copy all rows", 175, [&] {
