@@ -1,5 +1,5 @@
 // How long it takes to load long checksum lists, next to wc, which only counts their lines; and to verify many small
-// files, next to sha256sum -c. Look at the ratios.
+// files, next to sha256sum -c; and to find them, next to find. Look at the ratios.
 //
 //     checksum_lists_bench [FILES]        (100,000 files of 4 KiB when not given)
 
@@ -9,10 +9,13 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <variant>
+#include <vector>
 
 #include "bench/Measure.h"
 #include "checksums/lists/ListReading.h"
+#include "checksums/paths/FolderFiles.h"
 #include "checksums/verification/ManifestVerification.h"
 
 namespace {
@@ -85,6 +88,21 @@ void verifyFiles(const fs::path& root, int count) {
               seconds[1], seconds[0], seconds[1] / seconds[0]);
 }
 
+/// The walk that makes lists and finds what they leave out.
+void walkFolder(const fs::path& root, int count) {
+  const auto walk = [&] {
+    const FolderFiles files(ChecksumManifestService::captureRootIdentity(root, {}));
+    std::vector<std::string> found;
+    files.walk({}, [&](std::string path) { return found.push_back(std::move(path)), true; });
+    require(std::ssize(found) == count, "we did not find all files");
+  };
+  const auto find = [&] { bench::run({"sh", "-c", R"(find "$0" -type f -printf '%P\n' > /dev/null)", root}); };
+  const auto seconds = bench::medians({{"find", find}, {"walk", walk}}, rounds);
+  std::printf("%d files: walk %.1f ms, find %.1f ms\n", count, seconds[1] * 1e3, seconds[0] * 1e3);
+  bench::printTarget("walking " + std::to_string(count) + " files / find -type f -printf", seconds[1] / seconds[0],
+                     "at most", 1.5);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -95,4 +113,5 @@ int main(int argc, char** argv) {
   const fs::path root = folder.path() / "root";
   fs::create_directory(root);
   verifyFiles(root, files);
+  walkFolder(root, files);
 }
