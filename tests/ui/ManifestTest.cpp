@@ -44,6 +44,7 @@ class ManifestTest : public WindowFixture {
 TEST_F(ManifestTest, VerificationIsSavedByKeysInEachFormat) {
   driver.press({"Control_L", "e"});
   EXPECT_EQ(driver.findItem("exportText"), nullptr) << "There is nothing to export";
+  window.resize(window.minimumSize());
   folder.file("root/abc", "abc");
   verify(md5OfAbc + "  abc\n");
   const std::vector<std::pair<std::string, std::string>> formats{

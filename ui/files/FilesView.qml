@@ -20,7 +20,7 @@ TFScreen {
     subtitle: qsTr("Calculate multiple checksums in a single local file pass.")
     isShort: height < TallyTheme.shortHeight
     isDense: isShort || hasJobs
-    leastHeight: listCard.y + TallyTheme.leastListHeight + listCard.anchors.bottomMargin
+    leastHeight: listCard.y + TallyTheme.leastListHeight + gap
     bar: bottomBar
     shown: list.isFollowing ? list : null
 

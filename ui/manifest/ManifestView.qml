@@ -36,7 +36,7 @@ TFScreen {
     title: qsTr("Manifest")
     subtitle: qsTr("Verify the files below a folder against a checksum list.")
     isShort: height < TallyTheme.shortHeight
-    leastHeight: listCard.y + TallyTheme.leastListHeight + listCard.anchors.bottomMargin
+    leastHeight: listCard.y + TallyTheme.leastListHeight + gap
     bar: bottomBar
     shown: rows.isFollowing ? rows : null
 
