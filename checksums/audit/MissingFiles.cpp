@@ -17,8 +17,6 @@ using namespace ChecksumManifestService;
 struct MissingFiles::Hashed {
   std::size_t hash;
   std::size_t index;
-
-  auto operator<=>(const Hashed&) const = default;
 };
 
 struct MissingFiles::Choice {
@@ -70,8 +68,9 @@ std::size_t keyOf(const DigestMap& digests, HashAlgorithmSet algorithms) {
 /// as long as there are both.
 template <typename Hashed, typename Take>
 void pairUp(std::vector<Hashed> groups, std::vector<Hashed> files, Take take) {
-  std::ranges::sort(groups);
-  std::ranges::sort(files);
+  const auto place = [](const Hashed& each) { return std::pair(each.hash, each.index); };
+  std::ranges::sort(groups, {}, place);
+  std::ranges::sort(files, {}, place);
   auto file = files.begin();
   for (const auto& group : groups) {
     while (file != files.end() && file->hash < group.hash) ++file;
