@@ -123,6 +123,7 @@ TEST_F(OpenWithTest, NothingBelowAPanelActsBeforeItIsAnswered) {
 
   model.setErrorMessage(QStringLiteral("An alert is in front."));
   driver.usableItem("alertOk");
+  driver.focus(window);
   driver.press({"Control_L", "comma"});
   driver.press({"Return"});
   waitForNo("alertOk");
