@@ -149,7 +149,8 @@ TEST_F(OtherModes, HeadingIsSeenAboveTheVerdictInTheSmallestWindow) {
   model.compare()->compare();
   model.verify()->verify();
   window.resize(window.minimumSize());
-  for (const auto& [mode, verdict] : {std::pair(AppMode::Verify, "verdict"), {AppMode::Compare, "comparison"}}) {
+  for (const AppMode::Case mode : {AppMode::Verify, AppMode::Compare}) {
+    const char* const verdict = mode == AppMode::Verify ? "verdict" : "comparison";
     enter(mode);
     const auto top = [&] { return find(QAccessible::Heading, AppMode::rawValue(mode).toStdString())->rect().top(); };
     waitFor("the verdict below the heading", [&] {
