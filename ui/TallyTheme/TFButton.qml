@@ -27,17 +27,16 @@ Item {
     readonly property bool isDone: tick.running
     // What it starts is under way, and it cancels that.
     property bool isRunning: false
-    property int turns: 0
-    property int turnsAtPress: 0
+    property bool wasRunning: false
     readonly property color foreground: isProminent ? TallyTheme.inkOnAccent : isBorderless ? TallyTheme.secondary : TallyTheme.primary
 
     signal clicked
 
     function press() {
         // The second half of a double click means what the button was for the first.
-        if (!control.enabled || doubleClick.running && turns !== turnsAtPress)
+        if (!control.enabled || doubleClick.running && isRunning !== wasRunning)
             return;
-        turnsAtPress = turns;
+        wasRunning = isRunning;
         doubleClick.restart();
         clicked();
     }
@@ -51,7 +50,6 @@ Item {
     implicitWidth: control.implicitWidth
     implicitHeight: TallyTheme.controlHeight
     onSubjectChanged: tick.stop()
-    onIsRunningChanged: ++turns
     onClicked: {
         if (isConfirmed)
             tick.restart();

@@ -22,12 +22,20 @@ TFGlassCard {
         font: edit.font
     }
 
+    // The caption's own implicit width changes with its width while it is laid out.
+    TextMetrics {
+        id: oneLine
+
+        font: caption.font
+        text: caption.text
+    }
+
     TFStaticText {
         id: caption
 
         objectName: "differenceCaption"
         text: root.differences.caption
-        width: Math.min(implicitWidth, root.width - x - copy.width - 2 * TallyTheme.space2)
+        width: Math.min(Math.ceil(oneLine.advanceWidth), root.width - TallyTheme.space4 - copy.width - 2 * TallyTheme.space2)
         color: TallyTheme.secondary
         wrapMode: Text.Wrap
         font.pixelSize: TallyTheme.captionSize
