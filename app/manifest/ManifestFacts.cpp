@@ -4,7 +4,6 @@
 
 #include "app/manifest/ManifestFlow.h"
 #include "app/shared/AlgorithmNames.h"
-#include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
 
 namespace tallyfold {
@@ -25,27 +24,6 @@ QString shortened(const QString& name) {
 }  // namespace
 
 FileCard ManifestFlow::manifestFile() const { return fileCard(url_, size_.text()); }
-
-FileCard ManifestFlow::manifestRoot() const { return fileCard(rootURL_); }
-
-std::optional<std::filesystem::path> ManifestFlow::proposedManifestRoot() const {
-  if (!url_) return std::nullopt;
-  if (likelyRoot_) return likelyRoot_;
-  // Only names that start with a slash are of this system: those of others have drives.
-  const bool isFromNames = reading_.commonFolder.starts_with('/');
-  std::filesystem::path proposal = isFromNames ? std::filesystem::path(reading_.commonFolder) : *url_;
-  if (proposal.has_relative_path()) proposal = proposal.parent_path();
-  return proposal == rootURL_ || (rootURL_ && rootURL_ == seenRoot_) ? std::nullopt : std::optional(proposal);
-}
-
-ProposedFolder ManifestFlow::offeredManifestRoot() const {
-  // Behind a run only what was seen to hold a file of the list.
-  const auto proposal = stage_ == ManifestTally::Stage::none ? proposedManifestRoot() : likelyRoot_;
-  if (!proposal || jobs_.total() == 0 || isBusy()) return {};
-  return {.isPresent = true,
-          .name = displayText(proposal->has_filename() ? proposal->filename() : *proposal),
-          .path = displayText(*proposal)};
-}
 
 QString ManifestFlow::manifestLines() const {
   const QLocale locale = userLocale();
@@ -127,10 +105,6 @@ QString ManifestFlow::manifestRefusal() const {
 
 QString ManifestFlow::manifestFileRefusal() const {
   return isLoading_ ? tr("The checksum list is being read.") : manifestRootRefusal();
-}
-
-QString ManifestFlow::manifestRootRefusal() const {
-  return isVerifying_ ? tr("A verification is under way.") : QString();
 }
 
 QString ManifestFlow::clearManifestRefusal() const { return url_ || rootURL_ ? QString() : tr("Nothing is chosen."); }

@@ -13,7 +13,6 @@
 #include "app/shared/Formats.h"
 #include "app/tasks/FreeMemory.h"
 #include "checksums/lists/ChecksumReading.h"
-#include "checksums/paths/ManifestPaths.h"
 #include "checksums/verification/ManifestVerification.h"
 #include "core/base/Errors.h"
 
@@ -164,31 +163,6 @@ void ManifestFlow::publishManifest(PreparedManifestLoad load) {
   emit manifestLinesChanged();
 }
 
-void ManifestFlow::setManifestRoot(const QList<QUrl>& urls) {
-  auto location = urls.isEmpty() ? std::nullopt : fileLocation(urls.constFirst());
-  if (!location) return;
-  if (isDirectoryPath(*location) && location->has_parent_path() && location->has_relative_path()) {
-    location = location->parent_path();
-  }
-  cancelManifestVerification();
-  resetManifestCounters();
-  rootURL_ = location;
-  emit manifestURLsChanged();
-}
-
-void ManifestFlow::chooseManifestRoot() {
-  context().desktop().chooseFolder([this, alive = QPointer(this)](const QUrl& url) {
-    if (alive) setManifestRoot({url});
-  });
-}
-
-void ManifestFlow::useProposedManifestRoot() {
-  const auto proposal = proposedManifestRoot();
-  if (!proposal) return;
-  if (proposal == likelyRoot_) seenRoot_ = proposal;
-  setManifestRoot({fileUrl(*proposal)});
-}
-
 void ManifestFlow::dropManifest(const QList<QUrl>& urls) {
   if (isLoading_ || isVerifying_) return;
   const auto isFolder = [](const QUrl& url) { return isDirectoryPath(url); };
@@ -251,23 +225,6 @@ void ManifestFlow::endVerification(const std::exception_ptr& failure) {
   if (std::cmp_equal(causes_.missing, jobs_.total())) lookForRoot();
   emit ended(manifestVerdict().tone == Tone::Good ? Outcome::AllWell : Outcome::SomeFailed);
   if (!failure) emit verified();
-}
-
-// Every file is missing: perhaps they are below another folder nearby. That is only proposed.
-void ManifestFlow::lookForRoot() {
-  seenRoot_.reset();
-  rootTask_.start(
-      BackgroundTask::Priority::utility,
-      [root = *rootURL_, other = proposedManifestRoot(),
-       entries = entries_](const FlowTask<ManifestFlow>::Context& task) {
-        const auto likely = ChecksumManifestService::likelyRoot(root, other, entries->front().relativePath);
-        if (!likely) return;
-        task.post([likely](ManifestFlow& flow) {
-          flow.likelyRoot_ = likely;
-          emit flow.manifestURLsChanged();
-        });
-      },
-      [](ManifestFlow& /*flow*/, const std::exception_ptr& /*failure*/) {});
 }
 
 void ManifestFlow::applyReport(ManifestRun::Report report) {
