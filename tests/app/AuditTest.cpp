@@ -126,6 +126,7 @@ TEST_F(Audit, IsNeverSilentOnWhatItDidNotSee) {
   audit().look(list);
   audit().cancel();
   EXPECT_EQ(audit().sentence().toStdString(), notLooked + ".");
+  ASSERT_TRUE(BackgroundTask::waitForAll(patience));
 
   folder_.file("root/a", "abc");
   calls_.before = [](auto...) { return 0; };
