@@ -22,9 +22,7 @@ void AuditFlow::setShown(bool isShown) {
   if (std::exchange(isShown_, isShown && isPresent()) != isShown_) emit shownChanged();
 }
 
-bool AuditFlow::canSearch() const {
-  return stage_ == Stage::found && !isSearching() && !list_->missing.empty() && !isEmpty();
-}
+bool AuditFlow::canSearch() const { return stage_ == Stage::found && !isSearching() && !likely_->algorithms.empty(); }
 
 bool AuditFlow::offersSearch() const { return canSearch() && search_ != Search::ended; }
 
@@ -46,8 +44,10 @@ void AuditFlow::look(VerifiedList list) {
         task.post([likely](AuditFlow& flow) { flow.setLikely(likely); });
       },
       [](AuditFlow& flow, const std::exception_ptr& failure) {
-        if (failure) flow.failure_ = QString::fromStdString(errorDescription(failure));
-        flow.setStage(failure ? Stage::failed : Stage::found);
+        if (!failure) return flow.setStage(Stage::found);
+        flow.failure_ = QString::fromStdString(errorDescription(failure));
+        flow.forgetFiles();
+        flow.setStage(Stage::failed);
       });
 }
 
@@ -108,7 +108,10 @@ void AuditFlow::cancel() {
   task_.abandon();
   sizesTask_.abandon();
   runStatus_.end();
-  if (isLooking()) return setStage(Stage::cancelled);
+  if (isLooking()) {
+    forgetFiles();
+    return setStage(Stage::cancelled);
+  }
   setSearch(Search::cancelled);
   emit notesChanged();
 }
@@ -125,6 +128,11 @@ void AuditFlow::forget() {
   setShown(false);
   setStage(Stage::none);
   emit notesChanged();
+}
+
+// Of a walk that nothing is to be said of.
+void AuditFlow::forgetFiles() {
+  BackgroundTask::dispose(unlisted_.replaceAll(std::make_shared<const UnlistedFiles>()));
 }
 
 void AuditFlow::copyRow(int row) { copy(unlisted_.shownPaths(row, 1)); }

@@ -101,9 +101,12 @@ class AuditFlow : public tallyfold::Flow {
 
   [[nodiscard]] bool canSearch() const;
   [[nodiscard]] QStringList doubts() const;
+  [[nodiscard]] QStringList leftOut() const;
+  [[nodiscard]] std::int64_t othersWithBytesOf(const LikelyFile& likely) const;
   [[nodiscard]] QString searchSentence() const;
   void applyReport(MovedSearch::Report report);
   void setLikely(std::shared_ptr<const LikelyFiles> likely);
+  void forgetFiles();
   void endSearch(const std::exception_ptr& failure);
   void copy(std::vector<std::string> paths);
   void setStage(Stage stage);

@@ -2,12 +2,16 @@
 
 #include <exception>
 #include <iterator>
+#include <stop_token>
+#include <string>
+#include <system_error>
 #include <utility>
 
 #include "app/tasks/ReadAhead.h"
 #include "checksums/paths/FolderFiles.h"
 #include "checksums/verification/ManifestVerification.h"
 #include "core/base/Errors.h"
+#include "core/files/Paths.h"
 
 namespace tallyfold {
 
@@ -24,13 +28,29 @@ std::string sentenceOfFailure() {
   }
 }
 
+/// Whether the name leads to a file by now.
+bool isThere(const std::string& name, const VerifiedList& list, const std::stop_token& cancellation) {
+  try {
+    const auto place = ChecksumManifestService::locate(name, list.rootIdentity.canonicalPath, cancellation);
+    return lookAtWithoutLinks(place.canonicalPath).fileSize.has_value();
+  } catch (const ManifestPathError&) {
+  } catch (const std::system_error&) {
+  }
+  return false;
+}
+
 }  // namespace
 
 void MovedSearch::work(const Context& context, const ReportTaker& takeReport, const LikelyTaker& takeLikely) const {
   const std::stop_token& cancellation = context.cancellation();
   const std::vector<std::string>& paths = unlisted->paths;
   const auto folder = std::make_shared<const FolderFiles>(list->rootIdentity);
-  MissingFiles missing(*list->entries, list->missing, paths, cancellation);
+  std::vector<std::uint32_t> stillMissing;
+  for (const std::uint32_t entry : list->missing) {
+    HashService::checkCancellation(cancellation);
+    if (!isThere((*list->entries)[entry].relativePath, *list, cancellation)) stillMissing.push_back(entry);
+  }
+  MissingFiles missing(*list->entries, stillMissing, paths, cancellation);
   const auto reports = std::make_shared<GatheredNews<Report>>();
   Report now;
   const auto tell = [&] {
@@ -46,7 +66,7 @@ void MovedSearch::work(const Context& context, const ReportTaker& takeReport, co
     return folder->fetchBeginning(files->paths[file]);
   };
   ReadAhead ahead(paths.size(), fetch, cancellation);
-  for (std::size_t file = 0; file < paths.size(); ++file) {
+  for (std::size_t file = 0; !missing.algorithms().empty() && file < paths.size(); ++file) {
     ahead.reached(file);
     HashService::checkCancellation(cancellation);
     const auto read = [&](std::int64_t bytes, std::int64_t size) {
@@ -67,7 +87,9 @@ void MovedSearch::work(const Context& context, const ReportTaker& takeReport, co
   if (!root.snapshot.isSameIdentity(list->rootIdentity.snapshot)) {
     throw ManifestPathError(ManifestPathError::Case::rootChangedDuringVerification);
   }
-  const auto likely = std::make_shared<const LikelyFiles>(missing.find(cancellation));
+  LikelyFiles found = missing.find(cancellation);
+  found.returnedCount = list->missing.size() - stillMissing.size();
+  const auto likely = std::make_shared<const LikelyFiles>(std::move(found));
   context.post([=](AuditFlow& flow) { takeLikely(flow, likely); });
 }
 

@@ -137,6 +137,8 @@ QStringList ListCreationFlow::remarks() const {
       walk.unreadFolderCount == shown
           ? tr("%1 folders could not be read.")
           : tr("%1 folders could not be read, the first %2 are shown.").replace(QStringLiteral("%2"), figure(shown)));
+  add(walk.changedFolderCount, tr("1 folder changed while it was looked at."),
+      tr("%1 folders changed while they were looked at."));
   add(walk.linkCount, tr("1 link was not followed."), tr("%1 links were not followed."));
   add(walk.otherCount, tr("1 pipe, device or socket was left out."),
       tr("%1 pipes, devices and sockets were left out."));
@@ -160,7 +162,7 @@ ListCreationVerdict ListCreationFlow::verdict() const {
   }
   const auto total = static_cast<std::int64_t>(found_->paths.size());
   const std::int64_t failed = total - static_cast<std::int64_t>(files_->size());
-  const bool isWhole = failed == 0 && found_->walk.unreadFolderCount == 0;
+  const bool isWhole = failed == 0 && found_->walk.unreadFolderCount == 0 && found_->walk.changedFolderCount == 0;
   const QString outcome =
       failed == 0  ? (total == 1 ? tr("1 file, not saved yet") : tr("%1 files, not saved yet").arg(figure(total)))
       : total == 1 ? tr("The only file could not be read")

@@ -135,6 +135,7 @@ void VerifyFlow::lookForList() {
 
 // Takes the file's line of a list that the user has chosen.
 void VerifyFlow::takeLineOf(const std::filesystem::path& list) {
+  listTask_.abandon();
   listTask_.start(
       BackgroundTask::Priority::userInitiated,
       [file = *url_, list, before = expectedHash_](const FlowTask<VerifyFlow>::Context& task) {

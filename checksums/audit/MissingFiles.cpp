@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "core/base/KeyedHash.h"
+#include "core/digests/HashPipeline.h"
 #include "core/services/HashService.h"
 #include "core/text/UnicodeText.h"
 
@@ -23,6 +24,7 @@ struct MissingFiles::Choice {
   std::optional<std::size_t> file;
   LikelyFile::Name name = LikelyFile::Name::otherwise;
   LikelyFile::Bytes bytes = LikelyFile::Bytes::unknown;
+  bool isShared = false;  // Another missing file is as likely that one.
 };
 
 namespace {
@@ -145,6 +147,8 @@ void MissingFiles::chooseByName(std::vector<Choice>& choices, const std::stop_to
 
 void MissingFiles::chooseByBytes(std::vector<Choice>& choices, const std::stop_token& cancellation) const {
   using Bytes = LikelyFile::Bytes;
+  if (algorithms_.empty()) return;
+  const DigestMap ofNothing = HashPipeline(algorithms_).finalize();
   auto matches = matches_;
   std::ranges::sort(matches);
   std::vector<bool> isTaken(unlisted_.size());
@@ -152,8 +156,13 @@ void MissingFiles::chooseByBytes(std::vector<Choice>& choices, const std::stop_t
     Choice& choice = choices[group];
     if (choice.file != file) choice.name = LikelyFile::Name::otherwise;
     choice.file = file;
-    choice.bytes =
-        groups_[group].algorithms() == HashAlgorithmSet{HashAlgorithm::crc32} ? Bytes::sameCRC32 : Bytes::same;
+    choice.isShared = isTaken[file];
+    if (hasDigestsOf(groups_[group], ofNothing)) {
+      choice.bytes = Bytes::none;
+    } else {
+      const bool isByCRC32 = groups_[group].algorithms() == HashAlgorithmSet{HashAlgorithm::crc32};
+      choice.bytes = isByCRC32 ? Bytes::sameCRC32 : Bytes::same;
+    }
     isTaken[file] = true;
   };
   const auto isOpen = [&](std::size_t group) { return keys_[group] && choices[group].bytes == Bytes::unknown; };
@@ -218,11 +227,14 @@ LikelyFiles MissingFiles::find(const std::stop_token& cancellation) const {
   chooseByName(choices, cancellation);
   chooseByBytes(choices, cancellation);
   chooseOthers(choices, cancellation);
-  LikelyFiles found{.ofEntries = {}, .missingCount = groups_.size()};
+  LikelyFiles found;
+  const auto hasKey = [](const auto& key) { return key.has_value(); };
+  found.missingCount = static_cast<std::size_t>(std::ranges::count_if(keys_, hasKey));
+  found.algorithms = algorithms_;
   for (std::size_t i = 0; i < groups_.size(); ++i) {
     const Choice& choice = choices[i];
     if (!choice.file) continue;
-    if (choice.bytes == Bytes::same || choice.bytes == Bytes::sameCRC32) ++found.foundCount;
+    if (!choice.isShared && (choice.bytes == Bytes::same || choice.bytes == Bytes::sameCRC32)) ++found.foundCount;
     for (const ChecksumManifestEntry& entry : groups_[i].entries) {
       found.ofEntries.push_back({.entry = static_cast<std::size_t>(&entry - entries_.data()),
                                  .file = *choice.file,

@@ -23,6 +23,7 @@ struct LikelyFile {
     unknown,
     same,       ///< As far as all checksums tell that the list has of the missing file.
     sameCRC32,  ///< That is all the list has, and no proof.
+    none,       ///< Both are empty, as many files are.
     other,
   };
 
@@ -36,8 +37,10 @@ struct LikelyFile {
 
 struct LikelyFiles {
   std::vector<LikelyFile> ofEntries;  ///< At most one for each entry, in their order.
-  std::size_t missingCount = 0;       ///< Files, not entries: of one that several entries name, one.
-  std::size_t foundCount = 0;         ///< Of these, the ones whose bytes another file has.
+  std::size_t missingCount = 0;       ///< Files, not entries, that can be searched for.
+  std::size_t foundCount = 0;         ///< Of these, the ones whose bytes another file has, each a file of its own.
+  std::size_t returnedCount = 0;      ///< Entries whose files were missing, and are there again.
+  HashAlgorithmSet algorithms;        ///< Of the checksums that files are searched by.
 };
 
 /// The missing files of a list, among the files of the folder that the list does not name. Used by one thread at a

@@ -46,6 +46,8 @@ class ListedNames {
     return found != isMet_.end();
   }
 
+  [[nodiscard]] bool hasRefused() const { return !raw_.empty(); }
+
   /// Calls `visit` with each name that no file has.
   template <typename Visit>
   void visitOthers(Visit visit) const {
@@ -94,17 +96,18 @@ UnlistedFiles UnlistedFiles::find(const FolderFiles& files, const ManifestRootId
                                   const std::stop_token& cancellation) {
   ListedNames listed(entries, cancellation);
   const std::string ownPlace = placeOf(list, root, cancellation);
-  const auto isList = [&](const std::string& path) {
-    if (path == ownPlace) return true;
+  const auto isOtherList = [&](const std::string& path) {
     const std::string_view folder = folderOf(path);
     const bool isBeside = folder.empty() || (!ownPlace.empty() && folder == folderOf(ownPlace));
     return isBeside && isListName(path);
   };
   UnlistedFiles found;
+  found.hasRefusedNames = listed.hasRefused();
   std::size_t size = 0;
   found.walk = files.walk(cancellation, [&](std::string path) {
     if (listed.meet(path)) return true;
-    if (isList(path)) return ++found.listCount, true;
+    if (path == ownPlace) return true;
+    if (isOtherList(path)) return ++found.listCount, true;
     size += path.size();
     found.hasMore = found.paths.size() == maximumCount || size > maximumSize;
     if (!found.hasMore) found.paths.push_back(std::move(path));

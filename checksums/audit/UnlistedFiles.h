@@ -21,7 +21,8 @@ struct UnlistedFiles {
 
   std::vector<std::string> paths;  ///< Below the root, in byte order.
   bool hasMore = false;            ///< There was no room for another.
-  std::int64_t listCount = 0;      ///< Checksum lists that were left out.
+  std::int64_t listCount = 0;      ///< Other checksum lists, which were left out.
+  bool hasRefusedNames = false;    ///< The list has names that lead nowhere, such as absolute ones.
   FolderWalk walk;
 
   /// Of the files that a walk of `files` meets, which are those below `root`. Names are compared byte by byte; where no

@@ -22,7 +22,8 @@ class ManifestFlow : public ModelTest {
     model_->manifest()->setManifestRoot({urlOf(root_)});
     model_->manifest()->verifyManifest();
     ASSERT_TRUE(model_->manifest()->isManifestVerifying());
-    ASSERT_TRUE(reached([this] { return !model_->manifest()->isManifestVerifying(); }));
+    ASSERT_TRUE(
+        reached([this] { return !model_->manifest()->isManifestVerifying() && !model_->audit()->isLooking(); }));
   }
 
   /// Of a list with one match, two entries of one file that is not read to its end, and one that waits.

@@ -27,6 +27,7 @@ Item {
         id: button
 
         objectName: root.audit.isBusy ? "cancelAudit" : "findMoved"
+        isRunning: root.audit.isBusy
         text: root.audit.isBusy ? qsTr("Cancel") : qsTr("Find Moved Files")
         accessibleName: {
             if (root.audit.isLooking)

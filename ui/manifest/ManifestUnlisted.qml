@@ -25,6 +25,9 @@ FocusScope {
         text: root.audit.remarks
         color: TallyTheme.secondary
         wrapMode: Text.Wrap
+        // The rows come first; all of it is read out.
+        maximumLineCount: 3
+        elide: Text.ElideRight
 
         anchors {
             left: parent.left

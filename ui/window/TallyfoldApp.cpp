@@ -17,6 +17,7 @@
 #include <QSessionManager>
 #include <QSettings>
 #include <QStyleFactory>
+#include <QTimer>
 
 #include "app/tasks/BackgroundTask.h"
 #include "ui/TallyTheme/IconProvider.h"
@@ -128,6 +129,10 @@ void TallyfoldApp::openFiles(const QList<QUrl>& files) {
   if (QWindow* const panel = guard_->panel()) {
     QObject::connect(
         panel, &QObject::destroyed, window_, [this, files] { openFiles(files); }, Qt::QueuedConnection);
+  } else if (!viewModel_.errorMessage().isEmpty() || viewModel_.files()->isExporting() ||
+             viewModel_.manifest()->manifestExport()->isSaving()) {
+    // What is said of it, or will be, is not to go with what it is about.
+    QTimer::singleShot(100ms, window_, [this, files] { openFiles(files); });
   } else {
     viewModel_.openFiles(files);
   }
