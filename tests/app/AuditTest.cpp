@@ -6,7 +6,7 @@ namespace tallyfold::test {
 
 namespace {
 
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 
 class Audit : public ModelTest {
  protected:
