@@ -2,6 +2,8 @@
 //
 //     growth_bench [MEBIBYTES [FILES]]        (to 4096 and 100000 when not given)
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>

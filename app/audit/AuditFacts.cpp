@@ -188,7 +188,8 @@ QString AuditFlow::noteOfEntry(std::size_t entry) const {
 
 // Other missing files that the same file may be.
 std::int64_t AuditFlow::othersWithBytesOf(const LikelyFile& likely) const {
-  const auto [first, last] = std::ranges::equal_range(likelyByFile_, likely.file, {}, &LikelyFile::file);
+  const auto first = std::ranges::lower_bound(likelyByFile_, likely.file, {}, &LikelyFile::file);
+  const auto last = std::ranges::upper_bound(likelyByFile_, likely.file, {}, &LikelyFile::file);
   const std::string& path = (*list_->entries)[likely.entry].relativePath;
   return std::count_if(first, last,
                        [&](const LikelyFile& other) { return (*list_->entries)[other.entry].relativePath != path; });
