@@ -11,7 +11,7 @@ namespace tallyfold {
 
 void returnFreeMemory() {
 #ifdef __GLIBC__
-  // Where a sanitizer allocates in its place, the first call sets the allocator up, which two threads must not do at once.
+  // Where a sanitizer allocates in its place, the first call sets it up, which two threads must not do at once.
   static std::mutex mutex;
   const std::lock_guard lock(mutex);
   malloc_trim(0);
