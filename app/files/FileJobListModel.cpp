@@ -63,17 +63,17 @@ int FileJobListModel::stateOf(std::size_t job) const {
     State operator()(const FileJob::Complete& /*state*/) const { return Complete; }
     State operator()(const FileJob::Failed& /*state*/) const { return Failed; }
   };
-  return std::visit(Case(), jobs_[job].state);
+  return std::visit(Case(), rows_.jobs[job].state);
 }
 
 std::string_view FileJobListModel::nameOf(std::size_t job) const {
-  const std::string_view path = jobs_[job].url->native();
+  const std::string_view path = rows_.jobs[job].url->native();
   return path.substr(path.rfind('/') + 1);
 }
 
 QVariant FileJobListModel::data(const QModelIndex& index, int role) const {
   if (!checkIndex(index, CheckIndexOption::IndexIsValid)) return {};
-  const FileJob& job = jobs_[jobAt(index.row())];
+  const FileJob& job = rows_.jobs[jobAt(index.row())];
   const auto state = static_cast<State>(stateOf(jobAt(index.row())));
   switch (role) {
     case MarkedRole:
@@ -124,49 +124,45 @@ QHash<int, QByteArray> FileJobListModel::roleNames() const {
           {MessageRole, "message"}, {FactsRole, "facts"},   {DigestsRole, "digests"}};
 }
 
-Uuid FileJobListModel::idAt(int row) const { return row >= 0 && row < count() ? jobs_[jobAt(row)].id : Uuid(); }
+Uuid FileJobListModel::idAt(int row) const { return row >= 0 && row < count() ? rows_.jobs[jobAt(row)].id : Uuid(); }
 
 std::optional<std::size_t> FileJobListModel::indexOf(const Uuid& id) const {
-  return jobIndexByID_.find(std::hash<Uuid>()(id), [&](std::size_t job) { return jobs_[job].id == id; });
+  return rows_.jobIndexByID.find(std::hash<Uuid>()(id), [&](std::size_t job) { return rows_.jobs[job].id == id; });
 }
 
 const FileJob* FileJobListModel::job(const Uuid& id) const {
   const auto job = indexOf(id);
-  return job ? &jobs_[*job] : nullptr;
+  return job ? &rows_.jobs[*job] : nullptr;
 }
 
 bool FileJobListModel::add(PreparedFiles files, std::size_t limit) {
-  const std::size_t queued = jobs_.size();
+  const std::size_t queued = rows_.jobs.size();
   if (queued >= limit) return false;
-  std::vector<FileJob> added;
-  added.reserve(std::min(limit - queued, files.size()));
-  jobIndexByID_.reserve(queued + added.capacity());
-  jobURLSet_.reserve(queued + added.capacity());
-  bool isEveryFileExamined = true;
-  for (PreparedFile& file : files) {
-    isEveryFileExamined = queued + added.size() < limit;
-    if (!isEveryFileExamined) break;
-    const std::string& path = file.url->native();
-    const auto isSame = [&](std::size_t row) {
-      return (row < queued ? jobs_[row] : added[row - queued]).url->native() == path;
-    };
-    if (jobURLSet_.find(file.hash, isSame)) continue;
-    jobURLSet_.append(file.hash);
-    jobIndexByID_.append(std::hash<Uuid>()(file.id));
-    added.push_back({file.id, std::move(file.url), FileJob::Queued{}});
+  std::vector<FileJob>& prepared = files.rows.jobs;
+  if (queued == 0 && prepared.size() <= limit) {
+    const bool isEveryFileExamined = prepared.size() < limit || !files.isFollowed;
+    if (!prepared.empty()) appendJobs(prepared.size(), [&] { std::swap(rows_, files.rows); });
+    return isEveryFileExamined;
   }
-  if (added.empty()) return isEveryFileExamined;
-  appendJobs(added.size(), [&] {
-    jobs_.insert(jobs_.end(), std::make_move_iterator(added.begin()), std::make_move_iterator(added.end()));
-  });
-  return isEveryFileExamined;
+  std::vector<std::size_t> added;
+  std::size_t row = 0;
+  for (; row < prepared.size() && queued + added.size() < limit; ++row) {
+    if (!rows_.hasLocationOf(prepared[row], files.rows.jobURLSet.hashOf(row))) added.push_back(row);
+  }
+  if (!added.empty()) {
+    appendJobs(added.size(), [&] {
+      rows_.reserve(queued + added.size());
+      for (const std::size_t one : added) rows_.append(std::move(prepared[one]), files.rows.jobURLSet.hashOf(one));
+    });
+  }
+  return row == prepared.size() && (queued + added.size() < limit || !files.isFollowed);
 }
 
 void FileJobListModel::remove(std::size_t job) {
   removeJobAt(job, [&] {
-    jobs_.erase(jobs_.begin() + static_cast<std::ptrdiff_t>(job));
-    jobIndexByID_.remove(job);
-    jobURLSet_.remove(job);
+    rows_.jobs.erase(rows_.jobs.begin() + static_cast<std::ptrdiff_t>(job));
+    rows_.jobIndexByID.remove(job);
+    rows_.jobURLSet.remove(job);
   });
 }
 
@@ -174,12 +170,15 @@ std::vector<FileJob> FileJobListModel::removeMarked() {
   std::vector<FileJob> gone;
   removeMarkedJobs([&](const std::vector<std::uint8_t>& isGone) {
     std::vector<FileJob> left;
-    for (std::size_t job = 0; job < jobs_.size(); ++job) {
-      (isGone[job] == 0 ? left : gone).push_back(std::move(jobs_[job]));
+    const auto marked = static_cast<std::size_t>(std::ranges::count(isGone, 1));
+    gone.reserve(marked);
+    left.reserve(isGone.size() - marked);
+    for (std::size_t job = 0; job < rows_.jobs.size(); ++job) {
+      (isGone[job] == 0 ? left : gone).push_back(std::move(rows_.jobs[job]));
     }
-    jobs_ = std::move(left);
-    jobIndexByID_.remove(isGone);
-    jobURLSet_.remove(isGone);
+    rows_.jobs = std::move(left);
+    rows_.jobIndexByID.remove(isGone);
+    rows_.jobURLSet.remove(isGone);
   });
   return gone;
 }
@@ -187,7 +186,7 @@ std::vector<FileJob> FileJobListModel::removeMarked() {
 FileHashResults FileJobListModel::markedResults() const {
   FileHashResults marked;
   for (const std::uint32_t job : markedJobs()) {
-    const auto found = results_.find(jobs_[job].id);
+    const auto found = results_.find(rows_.jobs[job].id);
     if (found != results_.end()) marked.push_back(found->second);
   }
   return marked;
@@ -197,24 +196,20 @@ bool FileJobListModel::hasMarkedResults() const {
   return markedCount() > 0 && std::ranges::any_of(markedJobs(), [&](auto job) { return stateOf(job) == Complete; });
 }
 
-FileJobListModel::Rows FileJobListModel::takeAll() {
-  Rows all;
-  if (!jobs_.empty()) swapRows(all);
+FileRows FileJobListModel::takeAll() {
+  FileRows all;
+  if (!rows_.jobs.empty()) swapRows(all);
   return all;
 }
 
-void FileJobListModel::putBack(Rows rows) { swapRows(rows); }
+void FileJobListModel::putBack(FileRows rows) { swapRows(rows); }
 
-void FileJobListModel::swapRows(Rows& rows) {
-  replaceJobs([&] {
-    std::swap(jobs_, rows.jobs);
-    std::swap(jobIndexByID_, rows.jobIndexByID);
-    std::swap(jobURLSet_, rows.jobURLSet);
-  });
+void FileJobListModel::swapRows(FileRows& rows) {
+  replaceJobs([&] { std::swap(rows_, rows); });
 }
 
 void FileJobListModel::setState(std::size_t job, FileJob::State state) {
-  changeJob(job, [&] { jobs_[job].state = std::move(state); });
+  changeJob(job, [&] { rows_.jobs[job].state = std::move(state); });
 }
 
 QString FileJobListModel::facts(const FileHashResult& result) const {

@@ -43,22 +43,15 @@ class FileJobListModel : public tallyfold::FilteredListModel {
   enum Filter { All, Failures, Waiting, Done };
   Q_ENUM(Filter)
 
-  /// What is in the list, and how it is found there.
-  struct Rows {
-    std::vector<FileJob> jobs;
-    RowTable jobIndexByID;
-    RowTable jobURLSet;
-  };
-
   /// `results` is read while the model lives.
   explicit FileJobListModel(const ResultByJobID& results, QObject* parent = nullptr);
 
   [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
   [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
 
-  [[nodiscard]] int total() const override { return static_cast<int>(jobs_.size()); }
+  [[nodiscard]] int total() const override { return static_cast<int>(rows_.jobs.size()); }
   /// All jobs, shown or not.
-  [[nodiscard]] const std::vector<FileJob>& jobs() const { return jobs_; }
+  [[nodiscard]] const std::vector<FileJob>& jobs() const { return rows_.jobs; }
 
   /// The id of a row's job; the id of no job when there is no such row.
   Q_INVOKABLE [[nodiscard]] tallyfold::Uuid idAt(int row) const;
@@ -78,23 +71,21 @@ class FileJobListModel : public tallyfold::FilteredListModel {
   /// Removes what is marked, in one change, and returns it.
   std::vector<FileJob> removeMarked();
   /// Empties the list and returns what was in it.
-  Rows takeAll();
+  FileRows takeAll();
   /// Puts what `takeAll` returned back into the empty list.
-  void putBack(Rows rows);
+  void putBack(FileRows rows);
   void setState(std::size_t job, FileJob::State state);
 
  private:
   [[nodiscard]] int stateOf(std::size_t job) const override;
   [[nodiscard]] std::string_view nameOf(std::size_t job) const override;
   [[nodiscard]] QString facts(const FileHashResult& result) const;
-  void swapRows(Rows& rows);
+  void swapRows(FileRows& rows);
 
   static const std::array<FilterKind, 4> filterKinds;
 
   const ResultByJobID& results_;
-  std::vector<FileJob> jobs_;
-  RowTable jobIndexByID_;
-  RowTable jobURLSet_;
+  FileRows rows_;
 };
 
 }  // namespace tallyfold

@@ -36,9 +36,9 @@ void FilesFlow::shutdown() {
   cancelExport();
 }
 
-void FilesFlow::addFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFiles(urls), false); }
+void FilesFlow::addFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFiles(urls, queueLimit), false); }
 
-void FilesFlow::addDroppedFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFiles(urls), true); }
+void FilesFlow::addDroppedFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFiles(urls, queueLimit), true); }
 
 void FilesFlow::addPreparedFiles(PreparedFiles files, bool isDrop) {
   if (isProcessing_ || isExporting()) return;
@@ -66,7 +66,7 @@ void FilesFlow::receiveNext() {
   receivingTask_.start(
       BackgroundTask::Priority::userInitiated,
       [next = received_.takeFirst()](const FlowTask<FilesFlow>::Context& task) {
-        auto files = std::make_shared<PreparedFiles>(prepareFiles(next.first, task.cancellation()));
+        auto files = std::make_shared<PreparedFiles>(prepareFiles(next.first, queueLimit, task.cancellation()));
         task.post([files, isDrop = next.second](FilesFlow& flow) { flow.addPreparedFiles(std::move(*files), isDrop); });
       },
       [](FilesFlow& flow, const std::exception_ptr& failure) {

@@ -138,7 +138,7 @@ class FilesFlow : public tallyfold::Flow {
 
   /// What was in the list, and how far its run was.
   struct Cleared {
-    FileJobListModel::Rows rows;
+    FileRows rows;
     FileHashResults results;
     ResultByJobID resultByJobID;
     int processedCount = 0;

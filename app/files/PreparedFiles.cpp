@@ -1,5 +1,8 @@
 #include "app/files/PreparedFiles.h"
 
+#include <algorithm>
+#include <filesystem>
+#include <memory>
 #include <utility>
 
 #include "app/shared/FileLocation.h"
@@ -8,16 +11,22 @@
 
 namespace tallyfold {
 
-PreparedFiles prepareFiles(const QList<QUrl>& urls, const std::stop_token& cancellation) {
+PreparedFiles prepareFiles(const QList<QUrl>& urls, std::size_t limit, const std::stop_token& cancellation) {
   PreparedFiles files;
-  files.reserve(static_cast<std::size_t>(urls.size()));
+  files.rows.reserve(std::min(limit, static_cast<std::size_t>(urls.size())));
   for (const QUrl& url : urls) {
     HashService::checkCancellation(cancellation);
     auto location = fileLocation(url);
     if (!location || isDirectoryPath(*location)) continue;
-    auto path = std::make_shared<const std::filesystem::path>(*std::move(location));
-    const std::size_t hash = KeyedHash()(path->native());
-    files.push_back({std::move(path), hash, Uuid::random()});
+    files.isFollowed = files.rows.jobs.size() >= limit;
+    if (files.isFollowed) break;
+    // Keyed: nobody outside can make many names meet.
+    const std::size_t hash = KeyedHash()(location->native());
+    FileJob job{.id = Uuid::random(),
+                .url = std::make_shared<const std::filesystem::path>(*std::move(location)),
+                .state = FileJob::Queued{}};
+    files.isFollowed = files.rows.hasLocationOf(job, hash);
+    if (!files.isFollowed) files.rows.append(std::move(job), hash);
   }
   return files;
 }

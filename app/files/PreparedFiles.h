@@ -1,29 +1,23 @@
 #pragma once
 
 #include <cstddef>
-#include <filesystem>
-#include <memory>
 #include <stop_token>
-#include <vector>
 
 #include <QList>
 #include <QUrl>
 
-#include "core/base/Uuid.h"
+#include "app/files/FileRows.h"
 
 namespace tallyfold {
 
-/// A location to be queued, with all that can be made for it before the queue is looked at.
-struct PreparedFile {
-  std::shared_ptr<const std::filesystem::path> url;  ///< Standardized.
-  std::size_t hash = 0;                              ///< Of the path's bytes; nobody outside can make many meet.
-  Uuid id;
+/// Files to be queued, with all that can be made for them before the queue is looked at.
+struct PreparedFiles {
+  FileRows rows;
+  bool isFollowed = false;  ///< More files were given behind the last of the rows: repeated, or beyond the limit.
 };
 
-using PreparedFiles = std::vector<PreparedFile>;
-
-/// Every regular location among `urls`, repeated ones too, in the given order; folders and what is not a file are left
-/// out. Asks nothing of the disk. On any thread; throws CancellationError.
-PreparedFiles prepareFiles(const QList<QUrl>& urls, const std::stop_token& cancellation = {});
+/// The first `limit` regular locations among `urls`, each once, in the given order; folders and what is not a file are
+/// left out. Asks nothing of the disk. On any thread; throws CancellationError.
+PreparedFiles prepareFiles(const QList<QUrl>& urls, std::size_t limit, const std::stop_token& cancellation = {});
 
 }  // namespace tallyfold

@@ -22,6 +22,8 @@ class RowTable {
     }
   }
 
+  [[nodiscard]] std::size_t hashOf(std::size_t row) const { return hashes_[row]; }
+
   /// Makes room for so many rows in all.
   void reserve(std::size_t rows);
   /// The next row.

@@ -52,8 +52,9 @@ TEST_F(Files, EachRegularLocationIsQueuedOnceInTheGivenOrder) {
 TEST_F(Files, NamesThatAreMadeToMeetDoNot) {
   QList<QUrl> urls;
   for (const std::string& name : collidingNames("/nowhere", 12)) urls.append(urlOf(name));
+  const FileRows rows = prepareFiles(urls, 4096).rows;
   std::set<std::size_t> hashes;
-  for (const PreparedFile& file : prepareFiles(urls)) hashes.insert(file.hash);
+  for (std::size_t row = 0; row < rows.jobs.size(); ++row) hashes.insert(rows.jobURLSet.hashOf(row));
   EXPECT_EQ(hashes.size(), 4096U);
 }
 

@@ -18,13 +18,21 @@ namespace {
 // Sanitizers make a minute of the errors of a full queue.
 constexpr int limit = longestGoodTurn > 50 ? 20'000 : 100'000;
 
-/// Asked for its locations as objects, the toolkit would make them all in the turn that asks.
+/// What another program drags. Asked for its locations as objects, the toolkit would make them all in the turn that asks;
+/// kept by the toolkit, they would be objects already.
 class LocationsAsBytes : public QMimeData {
+ public:
+  explicit LocationsAsBytes(QByteArray lines) : lines_(std::move(lines)) {}
+  [[nodiscard]] QStringList formats() const override { return {QStringLiteral("text/uri-list")}; }
+
  protected:
-  QVariant retrieveData(const QString& format, QMetaType type) const override {
+  QVariant retrieveData(const QString& /*format*/, QMetaType type) const override {
     EXPECT_EQ(type.id(), QMetaType::QByteArray);
-    return QMimeData::retrieveData(format, type);
+    return lines_;
   }
+
+ private:
+  QByteArray lines_;
 };
 
 class ManyRowsTest : public WindowFixture {
@@ -101,8 +109,7 @@ TEST_F(ManyRowsTest, FilesComeAndGo) {
     for (int i = 0; i < limit; ++i) {
       lines += "file:///nowhere/folder%20" + QByteArray::number(i) + (i % 2 == 0 ? "/another\r\n" : "/a%20file\r\n");
     }
-    LocationsAsBytes data;
-    data.setData(QStringLiteral("text/uri-list"), lines);
+    const LocationsAsBytes data(std::move(lines));
     const auto isIdle = [&] { return !files.isProcessing(); };
     const auto isDone = [&] { return files.jobs()->count() == limit && isIdle(); };
     expectShortTurns("drop", isDone, [&] { drop(data); });

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include "app/files/FileJob.h"
+#include "app/files/RowTable.h"
+
+namespace tallyfold {
+
+/// Files in the order of a queue, each location once, and how they are found there.
+struct FileRows {
+  std::vector<FileJob> jobs;
+  RowTable jobIndexByID;
+  RowTable jobURLSet;
+
+  void reserve(std::size_t count) {
+    jobs.reserve(count);
+    jobIndexByID.reserve(count);
+    jobURLSet.reserve(count);
+  }
+
+  /// `hash` is that of the location.
+  [[nodiscard]] bool hasLocationOf(const FileJob& job, std::size_t hash) const {
+    return jobURLSet.find(hash, [&](std::size_t row) { return jobs[row].url->native() == job.url->native(); })
+        .has_value();
+  }
+
+  void append(FileJob job, std::size_t hash) {
+    jobURLSet.append(hash);
+    jobIndexByID.append(std::hash<Uuid>()(job.id));
+    jobs.push_back(std::move(job));
+  }
+};
+
+}  // namespace tallyfold
