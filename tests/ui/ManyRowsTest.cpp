@@ -199,13 +199,14 @@ TEST_F(ManyRowsTest, NamesOfAnySizeAreShown) {
     const QByteArray list = ("900150983cd24fb0d6963f7d28e17f72  " + name + '\n').repeated(count);
     const QUrl url = fileUrl(folder.file("list.md5", list.toStdString()));
     const auto isLoaded = [&] { return !manifest.isLoadingManifest() && entries.count() == count; };
-    const auto isTip = [&](const QQuickItem* item) {
-      return item->objectName() != "path" && item->property("text") == entries.index(0).data();
-    };
-    const auto hasTip = [&] { return std::ranges::any_of(visibleItems(window.contentItem()), isTip); };
     manifest.clearManifest();
     driver.movePointer({1, 1});
     expectShortTurns(what, isLoaded, [&] { manifest.setManifestFile({url}); });
+    const QVariant shown = entries.index(0).data();
+    const auto isTip = [&](const QQuickItem* item) {
+      return item->objectName() != "path" && item->property("text") == shown;
+    };
+    const auto hasTip = [&] { return std::ranges::any_of(visibleItems(window.contentItem()), isTip); };
     expectShortTurns("the tip of " + what, hasTip, [&] { driver.moveTo(QStringLiteral("path")); });
     expectShortTurns("the end of " + what, always,
                      [&] { QMetaObject::invokeMethod(driver.item("manifestList"), "positionViewAtEnd"); });
