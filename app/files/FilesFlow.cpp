@@ -85,6 +85,7 @@ void FilesFlow::chooseFiles() {
 void FilesFlow::startProcessing() {
   if (!startRefusal().isEmpty()) return;
   dismissNotice();
+  jobs_.showFailures();
   discardResults();
   context().setErrorMessage(QString());
   interruption_.clear();

@@ -195,6 +195,7 @@ void ManifestFlow::verifyManifestRest() {
 }
 
 void ManifestFlow::verify(ManifestRun::Kept kept) {
+  jobs_.showFailures();
   resetManifestCounters();
   if (kept.checked.empty()) start_ = timeNow();
   context().setErrorMessage(QString());

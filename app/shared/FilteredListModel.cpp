@@ -123,6 +123,10 @@ void FilteredListModel::setFilter(int filter) {
   emit filterChanged();
 }
 
+void FilteredListModel::showFailures() {
+  if (kinds_[static_cast<std::size_t>(filter_)].tone != Tone::Bad) setFilter(0);
+}
+
 void FilteredListModel::setSearch(const QString& text) {
   if (text == nextText_) return;
   nextText_ = text;

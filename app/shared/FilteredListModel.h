@@ -80,6 +80,9 @@ class FilteredListModel : public QAbstractListModel {
   /// Jobs that a filter lets through.
   [[nodiscard]] int count(int filter) const;
 
+  /// For what is about to run: a filter that would hide what fails in it is chosen no more.
+  void showFailures();
+
   [[nodiscard]] QString search() const { return nextText_; }
   /// Rows are as they were until all names were looked at: at once where they are few, otherwise in short turns.
   void setSearch(const QString& text);
