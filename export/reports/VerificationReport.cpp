@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "core/services/HashService.h"
+#include "core/text/UnicodeText.h"
 #include "export/reports/ManifestRecord.h"
 #include "export/reports/ReportText.h"
 #include "export/saving/AtomicWrite.h"
@@ -33,6 +34,29 @@ std::string_view wordFor(Status status) {
   return {};
 }
 
+std::string_view wordFor(VerificationReport::Work work) {
+  using Work = VerificationReport::Work;
+  switch (work) {
+    case Work::none:
+      return "none";
+    case Work::running:
+      return "running";
+    case Work::cancelled:
+      return "cancelled";
+    case Work::failed:
+      return "failed";
+    case Work::ended:
+      return "ended";
+  }
+  return {};
+}
+
+std::string_view wordFor(bool isTrue) { return isTrue ? "true" : "false"; }
+
+std::string timeOf(const Timestamp& time) {
+  return time == Timestamp() ? std::string() : internetDateTime(time).value_or("");
+}
+
 /// What stands before the entries, piece by piece.
 struct Heading {
   explicit Heading(const VerificationReport& report)
@@ -40,6 +64,8 @@ struct Heading {
         root(reportedPath(report.root)),
         start(internetDateTime(report.start).value_or("")),
         end(internetDateTime(report.end).value_or("")),
+        walkEnd(timeOf(report.unlisted.walkEnd)),
+        searchEnd(timeOf(report.unlisted.searchEnd)),
         counts{{{"entries", static_cast<std::int64_t>(report.entryCount)},
                 {wordFor(Status::match), report.counts.matched},
                 {wordFor(Status::mismatch), report.counts.mismatched},
@@ -56,6 +82,8 @@ struct Heading {
   std::string root;
   std::string start;
   std::string end;
+  std::string walkEnd;
+  std::string searchEnd;
   std::array<std::pair<std::string_view, std::string>, kListAlgorithms.size()> digests;
   std::size_t digestCount = 0;
   std::array<std::pair<std::string_view, std::int64_t>, 7> counts;
@@ -66,6 +94,8 @@ class Writer {
  public:
   virtual ~Writer() = default;
   virtual void appendHeading(std::string& text, const VerificationReport& report, const Heading& heading) const = 0;
+  virtual void appendUnlisted(std::string& text, std::string_view path, std::string_view note, bool isFirst) const = 0;
+  virtual void appendColumns(std::string& /*text*/) const {}
   virtual void appendEntry(std::string& text, const VerificationReport::Entry& entry, bool isFirst) const = 0;
   virtual void appendEnd(std::string& /*text*/) const {}
 };
@@ -87,7 +117,26 @@ class TextWriter : public Writer {
     add("start", heading.start);
     add("end", heading.end);
     for (const auto& [name, count] : heading.counts) add(name, std::to_string(count));
-    text += "\nline\tstatus\talgorithm\texpected\tactual\tpath\tsentence\n";
+    add("walk", wordFor(report.unlisted.walk));
+    add("walkEnd", heading.walkEnd);
+    add("search", wordFor(report.unlisted.search));
+    add("searchEnd", heading.searchEnd);
+    add("isComplete", wordFor(report.unlisted.isComplete));
+    add("hasMore", wordFor(report.unlisted.hasMore));
+    add("remarks", report.unlisted.remarks);
+  }
+
+  void appendUnlisted(std::string& text, std::string_view path, std::string_view note,
+                      bool /*isFirst*/) const override {
+    text += "unlisted: ";
+    appendOnOneLine(text, path);
+    text += '\t';
+    appendOnOneLine(text, note);
+    text += '\n';
+  }
+
+  void appendColumns(std::string& text) const override {
+    text += "\nline\tstatus\talgorithm\texpected\tactual\tpath\tsentence\tnote\n";
   }
 
   void appendEntry(std::string& text, const VerificationReport::Entry& entry, bool /*isFirst*/) const override {
@@ -97,6 +146,8 @@ class TextWriter : public Writer {
     appendOnOneLine(text, entry.path);
     text += '\t';
     appendOnOneLine(text, entry.sentence);
+    text += '\t';
+    appendOnOneLine(text, entry.note);
     text += '\n';
   }
 };
@@ -105,7 +156,7 @@ class TextWriter : public Writer {
 class CsvWriter : public Writer {
  public:
   void appendHeading(std::string& text, const VerificationReport& report, const Heading& heading) const override {
-    text += "record,line,status,algorithm,expected,actual,path,text";
+    text += "record,line,status,algorithm,expected,actual,path,text,note";
     appendRow(text, {.record = "report", .text = "version " + std::to_string(VerificationReport::version)});
     appendRow(text, {.record = "verdict", .text = report.verdict});
     appendRow(text, {.record = "details", .text = report.details});
@@ -118,6 +169,16 @@ class CsvWriter : public Writer {
     for (const auto& [name, count] : heading.counts) {
       appendRow(text, {.record = "count", .status = name, .text = std::to_string(count)});
     }
+    appendRow(text, {.record = "walk", .status = wordFor(report.unlisted.walk), .text = heading.walkEnd});
+    appendRow(text, {.record = "search", .status = wordFor(report.unlisted.search), .text = heading.searchEnd});
+    appendRow(text, {.record = "isComplete", .text = wordFor(report.unlisted.isComplete)});
+    appendRow(text, {.record = "hasMore", .text = wordFor(report.unlisted.hasMore)});
+    appendRow(text, {.record = "remarks", .text = report.unlisted.remarks});
+  }
+
+  void appendUnlisted(std::string& text, std::string_view path, std::string_view note,
+                      bool /*isFirst*/) const override {
+    appendRow(text, {.record = "unlisted", .path = path, .note = note});
   }
 
   void appendEntry(std::string& text, const VerificationReport::Entry& entry, bool /*isFirst*/) const override {
@@ -128,7 +189,8 @@ class CsvWriter : public Writer {
                      .expected = entry.expected,
                      .actual = entry.actual,
                      .path = entry.path,
-                     .text = entry.sentence});
+                     .text = entry.sentence,
+                     .note = entry.note});
   }
 
  private:
@@ -140,13 +202,14 @@ class CsvWriter : public Writer {
     std::string_view expected{};
     std::string_view actual{};
     std::string_view path{};
-    std::string text{};
+    std::string_view text{};
+    std::string_view note{};
   };
 
   static void appendRow(std::string& text, const Row& row) {
     text.append("\n").append(row.record).append(",").append(row.line);
     for (const std::string_view field :
-         {row.status, row.algorithm, row.expected, row.actual, row.path, std::string_view(row.text)}) {
+         {row.status, row.algorithm, row.expected, row.actual, row.path, row.text, row.note}) {
       text += ',';
       if (!field.empty()) appendQuoted(text, field);
     }
@@ -161,7 +224,8 @@ class JsonWriter : public Writer {
     appendNumber(text, "  ", "version", VerificationReport::version);
     appendMember(text, "  ", "verdict", report.verdict);
     appendMember(text, "  ", "details", report.details);
-    text.append("  \"allMatch\" : ").append(report.isAllMatch ? "true" : "false").append(",\n  \"list\" : {\n");
+    appendTruth(text, "  ", "allMatch", report.isAllMatch);
+    text += "  \"list\" : {\n";
     for (const auto& [name, digest] : heading.digests) appendMember(text, "    ", name, digest);
     appendLastMember(text, "    ", "path", heading.list);
     text += "\n  },\n";
@@ -174,8 +238,25 @@ class JsonWriter : public Writer {
       text.append(separator).append("    \"").append(name).append("\" : ").append(std::to_string(count));
       separator = ",\n";
     }
-    text += "\n  },\n  \"entries\" : [";
+    text += "\n  },\n  \"unlisted\" : {\n";
+    appendMember(text, "    ", "walk", wordFor(report.unlisted.walk));
+    appendMember(text, "    ", "walkEnd", heading.walkEnd);
+    appendMember(text, "    ", "search", wordFor(report.unlisted.search));
+    appendMember(text, "    ", "searchEnd", heading.searchEnd);
+    appendTruth(text, "    ", "isComplete", report.unlisted.isComplete);
+    appendTruth(text, "    ", "hasMore", report.unlisted.hasMore);
+    appendMember(text, "    ", "remarks", report.unlisted.remarks);
+    text += "    \"files\" : [";
   }
+
+  void appendUnlisted(std::string& text, std::string_view path, std::string_view note, bool isFirst) const override {
+    text += isFirst ? "\n      {\n" : ",\n      {\n";
+    appendMember(text, "        ", "path", path);
+    appendLastMember(text, "        ", "note", note);
+    text += "\n      }";
+  }
+
+  void appendColumns(std::string& text) const override { text += "\n    ]\n  },\n  \"entries\" : ["; }
 
   void appendEntry(std::string& text, const VerificationReport::Entry& entry, bool isFirst) const override {
     text += isFirst ? "\n    {\n" : ",\n    {\n";
@@ -185,7 +266,8 @@ class JsonWriter : public Writer {
     appendMember(text, "      ", "expected", entry.expected);
     appendMember(text, "      ", "actual", entry.actual);
     appendMember(text, "      ", "status", wordFor(entry.status));
-    appendLastMember(text, "      ", "sentence", entry.sentence);
+    appendMember(text, "      ", "sentence", entry.sentence);
+    appendLastMember(text, "      ", "note", entry.note);
     text += "\n    }";
   }
 
@@ -201,6 +283,10 @@ class JsonWriter : public Writer {
                                std::string_view value) {
     text.append(indent).append("\"").append(key).append("\" : ");
     appendJsonString(text, value);
+  }
+
+  static void appendTruth(std::string& text, std::string_view indent, std::string_view key, bool isTrue) {
+    text.append(indent).append("\"").append(key).append("\" : ").append(wordFor(isTrue)).append(",\n");
   }
 
   static void appendNumber(std::string& text, std::string_view indent, std::string_view key, std::int64_t value) {
@@ -226,6 +312,14 @@ void VerificationReport::write(Format format, const std::filesystem::path& desti
     BufferedFileWriter buffer(file);
     std::string text;
     writer.appendHeading(text, *this, Heading(*this));
+    for (std::size_t i = 0; i < unlisted.count; ++i) {
+      HashService::checkCancellation(cancellation);
+      const UnlistedFile unlistedFile = unlisted.at(i);
+      writer.appendUnlisted(text, wellFormedUTF8(unlistedFile.path), unlistedFile.note, i == 0);
+      buffer.append(text);
+      text.clear();
+    }
+    writer.appendColumns(text);
     for (std::size_t i = 0; i < entryCount; ++i) {
       HashService::checkCancellation(cancellation);
       writer.appendEntry(text, entryAt(i), i == 0);

@@ -31,7 +31,30 @@ struct VerificationReport {
     std::string_view expected;
     std::string_view actual;  ///< Empty where no digest was calculated.
     Status status;
-    std::string sentence;  ///< Empty where the status says all.
+    std::string sentence{};  ///< Empty where the status says all.
+    std::string note{};      ///< What is known of a missing file, such as where it is; empty where nothing is.
+  };
+
+  /// Work that follows a verification, as it is when the report is made.
+  enum class Work { none, running, cancelled, failed, ended };
+
+  struct UnlistedFile {
+    std::string_view path;  ///< Below the root, of any bytes.
+    std::string note;       ///< As of an entry.
+  };
+
+  /// The files below the root that the list does not name, and which of them missing ones may be.
+  struct Unlisted {
+    Work walk = Work::none;  ///< That looks for them; all else is empty unless it has ended.
+    Timestamp walkEnd{};
+    Work search = Work::none;  ///< By their bytes, for the missing ones.
+    Timestamp searchEnd{};     ///< All zero unless it has ended, as of the walk.
+    bool isComplete = false;   ///< No other file was left out, or may have been overlooked.
+    bool hasMore = false;      ///< There was no room for all.
+    std::string remarks{};     ///< What else the walk met.
+    std::size_t count = 0;
+    std::function<UnlistedFile(std::size_t index)> at{};          ///< Any thread, one at a time.
+    std::function<std::string(std::size_t entry)> noteOfEntry{};  ///< The same.
   };
 
   /// Of the list's entries, and of those of its lines that are none.
@@ -53,6 +76,7 @@ struct VerificationReport {
   Timestamp start{};
   Timestamp end{};
   Counts counts{};
+  Unlisted unlisted{};
   std::size_t entryCount = 0;
   std::function<Entry(std::size_t index)> entryAt{};  ///< Any thread, one at a time.
 

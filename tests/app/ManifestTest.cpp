@@ -331,16 +331,17 @@ TEST_F(ManifestFlow, VerificationIsKeptAsItWas) {
   folder_.file("list.txt", "changed since");
   EXPECT_THAT(kept(), testing::AllOf(testing::HasSubstr("\nverdict: " + title() + "\n"), testing::HasSubstr(digests),
                                      testing::HasSubstr("\nmatch: 1\nmismatch: 0\nfailed: 0\nunchecked: 3\n"),
-                                     testing::HasSubstr("\n2\tunchecked\tMD5\t" + md5OfAbc + "\t\tslow\t\n")));
+                                     testing::HasSubstr("\n2\tunchecked\tMD5\t" + md5OfAbc + "\t\tslow\t\t\n")));
   folder_.file("root/slow", "other");
   verify();
   EXPECT_EQ(report.savedPlace(), "") << "of another run";
-  EXPECT_THAT(kept(), testing::AllOf(testing::HasSubstr("\nverdict: " + title() + "\n"), testing::HasSubstr(digests),
-                                     testing::HasSubstr("\n1\tmatch\tMD5\t" + md5OfAbc + "\t" + md5OfAbc + "\tabc\t\n"),
-                                     testing::HasSubstr("\n2\tmismatch\tMD5\t" + md5OfAbc +
-                                                        "\t795f3202b17cb6bc3d4b771d8c6c9eaf\tslow\t\n"),
-                                     testing::HasSubstr("\t\tlast\t" + statuses()[3] + "\n"),
-                                     testing::ContainsRegex("\nstart: 20[0-9-]+T[0-9:]+Z\nend: 20[0-9-]+T[0-9:]+Z\n")));
+  EXPECT_THAT(kept(),
+              testing::AllOf(testing::HasSubstr("\nverdict: " + title() + "\n"), testing::HasSubstr(digests),
+                             testing::HasSubstr("\n1\tmatch\tMD5\t" + md5OfAbc + "\t" + md5OfAbc + "\tabc\t\t\n"),
+                             testing::HasSubstr("\n2\tmismatch\tMD5\t" + md5OfAbc +
+                                                "\t795f3202b17cb6bc3d4b771d8c6c9eaf\tslow\t\t\n"),
+                             testing::HasSubstr("\t\tlast\t" + statuses()[3] + "\t\n"),
+                             testing::ContainsRegex("\nstart: 20[0-9-]+T[0-9:]+Z\nend: 20[0-9-]+T[0-9:]+Z\n")));
 }
 
 }  // namespace

@@ -137,7 +137,8 @@ print(len(names), "names")
 TEST_F(ReportFormat, OtherProgramsReadVerificationsBack) {
   std::vector<std::string> names;
   std::string raw;
-  for (const std::string& name : hostileNames()) {
+  const std::vector<std::string> bytes = hostileNames();
+  for (const std::string& name : bytes) {
     names.push_back(wellFormedUTF8(name));
     raw += names.back() + '\0';
   }
@@ -152,45 +153,59 @@ TEST_F(ReportFormat, OtherProgramsReadVerificationsBack) {
   using Status = VerificationReport::Status;
   report.entryAt = [&](std::size_t i) -> VerificationReport::Entry {
     if (i % 2 == 0) return {static_cast<std::int64_t>(i), names[i], HA::md5, expected, other, Status::mismatch, ""};
-    return {static_cast<std::int64_t>(i), names[i], HA::md5, expected, "", Status::failed, names[i]};
+    return {static_cast<std::int64_t>(i), names[i], HA::md5, expected, "", Status::failed, names[i], names[i]};
   };
+  using Work = VerificationReport::Work;
+  report.unlisted = {.walk = Work::ended, .walkEnd = report.end, .search = Work::cancelled, .hasMore = true};
+  report.unlisted.remarks = names[1];
+  report.unlisted.count = names.size();
+  report.unlisted.at = [&](std::size_t i) -> VerificationReport::UnlistedFile { return {bytes[i], names[i]}; };
   std::vector<std::string> command{"python3", "-c", R"py(
 import csv, json, re, sys
 raw, text, table, records = sys.argv[1:]
 names = open(raw, encoding="utf-8", newline="").read().split("\0")[:-1]
 one, two = "1" * 32, "2" * 32
-entries = [[i, "MD5", one, name] + ([two, "mismatch", ""] if i % 2 == 0 else ["", "failed", name])
+entries = [[i, "MD5", one, name] + ([two, "mismatch", "", ""] if i % 2 == 0 else ["", "failed", name, name])
            for i, name in enumerate(names)]
 counts = list(zip(["entries", "match", "mismatch", "failed", "unchecked", "linesNotUnderstood",
                    "linesIgnored"], [len(names), 1, 2, 3, 4, 5, 6]))
 head = {"verdict": names[1], "details": names[2], "root": names[1], "start": "2000-02-29T12:34:56Z",
         "end": "2000-02-29T12:34:57Z"}
+walk = {"walk": "ended", "walkEnd": "2000-02-29T12:34:57Z", "search": "cancelled", "searchEnd": "",
+        "isComplete": "false", "hasMore": "true", "remarks": names[1]}
 def read(path): return open(path, encoding="utf-8", errors="strict", newline="")
 def plain(text):
     return re.sub(r"\\(?:u(....)|(.))", lambda m: chr(int(m[1], 16)) if m[1] else {"n": "\n", "r": "\r", "t": "\t"}.get(m[2], m[2]), text)
 
 lines = read(text).read().splitlines()
 gap = lines.index("")
-assert {key: plain(value) for key, value in (line.split(": ", 1) for line in lines[:gap])} == {
+assert [[plain(field) for field in line.split("\t")] for line in lines[:gap] if line.startswith("unlisted: ")] == [
+    ["unlisted: " + name, name] for name in names]
+assert {key: plain(value) for key, value in (line.split(": ", 1) for line in lines[:gap])
+        if key != "unlisted"} == {
     "report": "verification of a checksum list, version 1", **head, "list": names[3], "list's SHA-256": "",
-    "list's BLAKE3": "b" * 64, **{key: str(count) for key, count in counts}}
-assert lines[gap + 1].split("\t") == ["line", "status", "algorithm", "expected", "actual", "path", "sentence"]
+    "list's BLAKE3": "b" * 64, **{key: str(count) for key, count in counts}, **walk}
+assert lines[gap + 1].split("\t") == ["line", "status", "algorithm", "expected", "actual", "path", "sentence", "note"]
 assert [[plain(field) for field in line.split("\t")] for line in lines[gap + 2:]] == [
-    [str(i), status, algorithm, expected, actual, name, sentence]
-    for i, algorithm, expected, name, actual, status, sentence in entries]
+    [str(i), status, algorithm, expected, actual, name, sentence, note]
+    for i, algorithm, expected, name, actual, status, sentence, note in entries]
 rows = list(csv.reader(read(table), strict=True))
-assert rows[0] == ["record", "line", "status", "algorithm", "expected", "actual", "path", "text"]
+assert rows[0] == ["record", "line", "status", "algorithm", "expected", "actual", "path", "text", "note"]
 assert {row[0]: row[7] or row[6] for row in rows[1:] if row[0] in head} == head
 assert [row[3:7] for row in rows if row[0] == "list"] == [
     ["SHA-256", "", "", names[3]], ["BLAKE3", "", "b" * 64, names[3]]]
 assert [(row[2], int(row[7])) for row in rows if row[0] == "count"] == counts
+assert {key: text for record, _, status, *_, text, _ in rows for key, text in ((record, status), (record + "End", text))
+        if record in ("walk", "search")} | {row[0]: row[7] for row in rows if row[0] in list(walk)[4:]} == walk
+assert [row for row in rows if row[0] == "unlisted"] == [["unlisted", "", "", "", "", "", name, "", name] for name in names]
 assert [row[1:] for row in rows if row[0] == "entry"] == [
-    [str(i), status, algorithm, expected, actual, name, sentence]
-    for i, algorithm, expected, name, actual, status, sentence in entries]
+    [str(i), status, algorithm, expected, actual, name, sentence, note]
+    for i, algorithm, expected, name, actual, status, sentence, note in entries]
 assert json.load(read(records)) == {
     "report": "verification of a checksum list", "version": 1, **head, "allMatch": False,
     "list": {"path": names[3], "SHA-256": "", "BLAKE3": "b" * 64}, "counts": dict(counts),
-    "entries": [dict(zip(["line", "algorithm", "expected", "path", "actual", "status", "sentence"], entry))
+    "unlisted": {**walk, "isComplete": False, "hasMore": True, "files": [{"path": name, "note": name} for name in names]},
+    "entries": [dict(zip(["line", "algorithm", "expected", "path", "actual", "status", "sentence", "note"], entry))
                 for entry in entries]}
 print(len(names), "names")
 )py",
