@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 #include "core/base/KeyedHash.h"
@@ -119,6 +120,8 @@ void MissingFiles::add(std::size_t file, const DigestMap& digests) {
   }
 }
 
+void MissingFiles::forget(std::size_t file) { isKnown_[file] = false; }
+
 void MissingFiles::chooseByName(std::vector<Choice>& choices, const std::stop_token& cancellation) const {
   using Name = LikelyFile::Name;
   const std::pair<Name, std::string (*)(std::string_view path)> ways[]{
@@ -150,6 +153,7 @@ void MissingFiles::chooseByBytes(std::vector<Choice>& choices, const std::stop_t
   if (algorithms_.empty()) return;
   const DigestMap ofNothing = HashPipeline(algorithms_).finalize();
   auto matches = matches_;
+  std::erase_if(matches, [&](const auto& match) { return !isKnown_[match.second]; });
   std::ranges::sort(matches);
   std::vector<bool> isTaken(unlisted_.size());
   const auto choose = [&](std::size_t group, std::size_t file) {
@@ -227,6 +231,13 @@ LikelyFiles MissingFiles::find(const std::stop_token& cancellation) const {
   chooseByName(choices, cancellation);
   chooseByBytes(choices, cancellation);
   chooseOthers(choices, cancellation);
+  const auto hasBytes = [](const Choice& choice) {
+    return choice.bytes == Bytes::same || choice.bytes == Bytes::sameCRC32;
+  };
+  std::vector<std::uint32_t> counts(unlisted_.size());  // Of those that have the bytes of each file.
+  for (const Choice& choice : choices) {
+    if (choice.file && hasBytes(choice)) ++counts[*choice.file];
+  }
   LikelyFiles found;
   const auto hasKey = [](const auto& key) { return key.has_value(); };
   found.missingCount = static_cast<std::size_t>(std::ranges::count_if(keys_, hasKey));
@@ -234,15 +245,25 @@ LikelyFiles MissingFiles::find(const std::stop_token& cancellation) const {
   for (std::size_t i = 0; i < groups_.size(); ++i) {
     const Choice& choice = choices[i];
     if (!choice.file) continue;
-    if (!choice.isShared && (choice.bytes == Bytes::same || choice.bytes == Bytes::sameCRC32)) ++found.foundCount;
+    if (!choice.isShared && hasBytes(choice)) ++found.foundCount;
     for (const ChecksumManifestEntry& entry : groups_[i].entries) {
       found.ofEntries.push_back({.entry = static_cast<std::size_t>(&entry - entries_.data()),
                                  .file = *choice.file,
                                  .name = choice.name,
-                                 .bytes = choice.bytes});
+                                 .bytes = choice.bytes,
+                                 .others = hasBytes(choice) ? counts[*choice.file] - 1 : 0});
     }
   }
+  HashService::checkCancellation(cancellation);
   std::ranges::sort(found.ofEntries, {}, &LikelyFile::entry);
+  found.ofFiles = found.ofEntries;
+  const auto place = [](const LikelyFile& likely) {
+    const bool isByBytes = likely.bytes != Bytes::unknown && likely.bytes != Bytes::other;
+    return std::tuple(likely.file, !isByBytes, likely.entry);
+  };
+  std::ranges::sort(found.ofFiles, {}, place);
+  const auto areOfOneFile = [](const LikelyFile& a, const LikelyFile& b) { return a.file == b.file; };
+  found.ofFiles.erase(std::unique(found.ofFiles.begin(), found.ofFiles.end(), areOfOneFile), found.ofFiles.end());
   return found;
 }
 

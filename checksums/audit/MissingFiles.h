@@ -31,12 +31,14 @@ struct LikelyFile {
   std::size_t file;   ///< An index of the unlisted files.
   Name name = Name::otherwise;
   Bytes bytes = Bytes::unknown;
+  std::uint32_t others = 0;  ///< Other missing files that the bytes of this one may be of.
 
   bool operator==(const LikelyFile&) const = default;
 };
 
 struct LikelyFiles {
   std::vector<LikelyFile> ofEntries;  ///< At most one for each entry, in their order.
+  std::vector<LikelyFile> ofFiles;    ///< Of these, the likeliest for each file, in the order of the files.
   std::size_t missingCount = 0;       ///< Files, not entries, that can be searched for.
   std::size_t foundCount = 0;         ///< Of these, the ones whose bytes another file has, each a file of its own.
   std::size_t returnedCount = 0;      ///< Entries whose files were missing, and are there again.
@@ -57,6 +59,9 @@ class MissingFiles {
 
   /// The digests of one of the unlisted files, each of which is told of at most once.
   void add(std::size_t file, const DigestMap& digests);
+
+  /// That it has these digests no more.
+  void forget(std::size_t file);
 
   /// What is known by now. Each unlisted file is the likely one of as few missing files as can be; of files with the
   /// same bytes, one that has the same name in another folder is likelier.
@@ -79,7 +84,7 @@ class MissingFiles {
   std::vector<std::optional<std::size_t>> keys_;              // Of each group's digests; none where they contradict.
   std::unordered_map<std::size_t, std::size_t> groupsByKey_;  // The first of those that have these digests.
   std::vector<std::pair<std::size_t, std::size_t>> matches_;  // A key that a file's digests have, and the file.
-  std::vector<bool> isKnown_;                                 // Whether the digests of each file are.
+  std::vector<bool> isKnown_;  // Whether the digests of each file are; else no match counts.
 };
 
 }  // namespace tallyfold

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <deque>
 #include <exception>
+#include <optional>
 #include <string_view>
 #include <system_error>
 #include <unordered_map>
@@ -79,14 +80,17 @@ std::string placeOf(const std::filesystem::path& list, const ManifestRootIdentit
   return std::string(pathBelow(root.canonicalPath, path));
 }
 
-/// Where a name leads that no file has: through links, or with slashes for backslashes. Empty for nowhere.
-std::string placeOf(std::string_view name, const ManifestRootIdentity& root, const std::stop_token& cancellation) {
+/// Where a name leads that no file has: through links, or with slashes for backslashes. Empty for nowhere, none where
+/// that cannot be told.
+std::optional<std::string> placeOf(std::string_view name, const ManifestRootIdentity& root,
+                                   const std::stop_token& cancellation) {
   try {
     return std::string(pathBelow(root.canonicalPath, locate(name, root.canonicalPath, cancellation).canonicalPath));
   } catch (const ManifestPathError&) {
+    return "";
   } catch (const std::system_error&) {
+    return std::nullopt;
   }
-  return {};
 }
 
 }  // namespace
@@ -120,8 +124,12 @@ UnlistedFiles UnlistedFiles::find(const FolderFiles& files, const ManifestRootId
   std::vector<std::string> ledTo;
   listed.visitOthers([&](std::string_view name) {
     HashService::checkCancellation(cancellation);
-    std::string place = placeOf(name, root, cancellation);
-    if (std::ranges::binary_search(found.paths, place)) ledTo.push_back(std::move(place));
+    std::optional<std::string> place = placeOf(name, root, cancellation);
+    if (!place) {
+      found.hasRefusedNames = true;
+    } else if (std::ranges::binary_search(found.paths, *place)) {
+      ledTo.push_back(*std::move(place));
+    }
   });
   std::ranges::sort(ledTo);
   std::erase_if(found.paths, [&](const std::string& path) { return std::ranges::binary_search(ledTo, path); });

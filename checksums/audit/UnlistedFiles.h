@@ -22,7 +22,7 @@ struct UnlistedFiles {
   std::vector<std::string> paths;  ///< Below the root, in byte order.
   bool hasMore = false;            ///< There was no room for another.
   std::int64_t listCount = 0;      ///< Other checksum lists, which were left out.
-  bool hasRefusedNames = false;    ///< The list has names that lead nowhere, such as absolute ones.
+  bool hasRefusedNames = false;    ///< Of the list: they lead nowhere, as absolute ones, or cannot be followed.
   FolderWalk walk;
 
   /// Of the files that a walk of `files` meets, which are those below `root`. Names are compared byte by byte; where no

@@ -97,8 +97,23 @@ FolderWalk FolderFiles::walk(const std::stop_token& cancellation, const std::fun
 }
 
 DigestMap FolderFiles::hash(const std::string& path, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
-                            const ReadCallback& progress, ReadCounter* counter) const {
-  return FileBelow::open(root_, path).hash(root_, algorithms, cancellation, progress, counter);
+                            const ReadCallback& progress, ReadCounter* counter, FileSnapshot* version) const {
+  FileBelow file = FileBelow::open(root_, path);
+  if (version != nullptr) *version = file.snapshot;
+  return file.hash(root_, algorithms, cancellation, progress, counter);
+}
+
+bool FolderFiles::isFile(const std::string& path) const { return snapshotOf(path).isRegularFile; }
+
+bool FolderFiles::isStill(const std::string& path, const FileSnapshot& version) const {
+  return snapshotOf(path) == version;
+}
+
+// Of no file where there is none.
+FileSnapshot FolderFiles::snapshotOf(const std::string& path) const try {
+  return root_.snapshotBelow(path);
+} catch (const std::system_error&) {
+  return {};
 }
 
 }  // namespace tallyfold

@@ -12,6 +12,7 @@
 #include "checksums/paths/ManifestPaths.h"
 #include "core/digests/DigestMap.h"
 #include "core/files/FileHandle.h"
+#include "core/files/FileSnapshot.h"
 
 namespace tallyfold {
 
@@ -52,15 +53,23 @@ class FolderFiles {
   /// walk. Fails with CancellationError, seen between any two items; blocks for as long as the disk does.
   FolderWalk walk(const std::stop_token& cancellation, const std::function<bool(std::string path)>& visit) const;
 
-  /// The digests of the file at `path`, a path of a walk. Fails as `FileBelow::open` and `FileBelow::hash`.
+  /// The digests of the file at `path`, a path of a walk, and in `version` the version of it that they are of. Fails
+  /// as `FileBelow::open` and `FileBelow::hash`.
   DigestMap hash(const std::string& path, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
-                 const ReadCallback& progress, ReadCounter* counter = nullptr) const;
+                 const ReadCallback& progress, ReadCounter* counter = nullptr, FileSnapshot* version = nullptr) const;
+
+  /// Whether a path, as `FileHandle::openBelow` takes it, leads to a regular file without any link; to this version of
+  /// one. False where that cannot be told.
+  [[nodiscard]] bool isFile(const std::string& path) const;
+  [[nodiscard]] bool isStill(const std::string& path, const FileSnapshot& version) const;
 
   /// Has the disk begin to bring the beginning of the file that a list calls `relativePath`, unless a link leads to it,
   /// and says whether that was not in memory. No result depends on it. From any number of threads at once.
   [[nodiscard]] bool fetchBeginning(std::string_view relativePath) const noexcept;
 
  private:
+  [[nodiscard]] FileSnapshot snapshotOf(const std::string& path) const;
+
   FileHandle root_;
 };
 

@@ -173,6 +173,50 @@ class Walk : public Operation {
   [[nodiscard]] bool looksAfterTheLastRead() const override { return true; }
 };
 
+/// Of a folder and a list that names one of its files, one through a link, and two that were missing: one is there
+/// again, and one has another name. Whatever else is said, or is not, is said to be for an error.
+class Audit : public Operation {
+ public:
+  Audit() {
+    fs::create_directories(folder_.path() / "root/dir");
+    fs::create_directory_symlink("dir", root_ / "link");
+    folder_.file("root/listed", "1");
+    folder_.file("root/dir/through a link", "2");
+    folder_.file("root/other", "3");
+    const std::string digest = outcomeOf(folder_.file("root/dir/new name", "moved"), {HashAlgorithm::sha256});
+    const std::string again = outcomeOf(folder_.file("root/again", "4"), {HashAlgorithm::sha256});
+    for (const char* const name : {"listed", "link/through a link", "old name", "again"}) {
+      entries_.push_back({Uuid(), 1, name, HashAlgorithm::sha256, name == "again"s ? again : digest});
+    }
+  }
+
+  Lines run(const std::stop_token& cancellation) override {
+    return outcomesOfAudit(root_, entries_, {2, 3}, cancellation);
+  }
+
+  void check(const Lines& outcome, const Lines& undisturbed, const System& system, std::size_t call,
+             const Fault& fault) const override {
+    if (system.name(call) == "close" && !fault.isForGood) {
+      EXPECT_EQ(outcome, undisturbed);
+      return;
+    }
+    const auto isError = [](const std::string& line) { return line.find("error: ") != line.npos; };
+    if (std::ranges::any_of(outcome, isError)) return;
+    // What could not be looked at stays what it was: missing.
+    Lines rest = undisturbed;
+    std::erase(rest, "1 there again");
+    Lines said = outcome;
+    // A link that cannot be read is taken for none; but then its folder would be closed to the walk as well.
+    if (system.name(call) == "readlink" && fault.error == EACCES) std::erase(said, "unlisted dir/through a link");
+    EXPECT_THAT(said, AnyOf(undisturbed, rest));
+  }
+  [[nodiscard]] bool looksAfterTheLastRead() const override { return true; }
+
+ private:
+  fs::path root_ = fs::canonical(folder_.path()) / "root";
+  std::vector<ChecksumManifestEntry> entries_;
+};
+
 /// Over an old, private report, beside what a killed export has left, in a folder that has new files be readable for
 /// another user. With a list of its own, that user may read the old report as well.
 class Export : public Operation {
@@ -324,6 +368,8 @@ INSTANTIATE_TEST_SUITE_P(
                         Undertaking{"Verification", [] { return std::make_unique<Verification>(); }},
                         Undertaking{"VerificationOnAnOldSystem", [] { return std::make_unique<Verification>(); }, true},
                         Undertaking{"Walk", [] { return std::make_unique<Walk>(); }},
+                        Undertaking{"Audit", [] { return std::make_unique<Audit>(); }},
+                        Undertaking{"AuditOnAnOldSystem", [] { return std::make_unique<Audit>(); }, true},
                         Undertaking{"Export", [] { return std::make_unique<Export>(false); }},
                         Undertaking{"VerificationExport", [] { return std::make_unique<Export>(false, true); }},
                         Undertaking{"ExportWithAccessList", [] { return std::make_unique<Export>(true); }}),

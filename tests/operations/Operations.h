@@ -1,5 +1,7 @@
 #pragma once
 
+#include "checksums/audit/MovedFiles.h"
+#include "checksums/audit/UnlistedFiles.h"
 #include "checksums/lists/ChecksumReading.h"
 #include "checksums/lists/ListReading.h"
 #include "checksums/paths/FolderFiles.h"
@@ -67,6 +69,32 @@ inline Lines outcomesOfWalk(const fs::path& root, const std::stop_token& cancell
       if (lines.back().ends_with("cancelled")) throw CancellationError();
     }
     lines.push_back(std::to_string(walk.linkCount) + " links, " + std::to_string(walk.otherCount) + " others");
+  });
+  return failure.empty() ? lines : Lines{failure};
+}
+
+/// What is said of a folder and of a list of these entries, those at `missing` of whose files were missing: each
+/// unlisted file, each missing file that another one is, each that is there again, and whatever went wrong.
+inline Lines outcomesOfAudit(const fs::path& root, const std::vector<ChecksumManifestEntry>& entries,
+                             const std::vector<std::uint32_t>& missing, const std::stop_token& cancellation = {}) {
+  Lines lines;
+  const std::string failure = attempted([&] {
+    const ManifestRootIdentity identity = ChecksumManifestService::captureRootIdentity(root, cancellation);
+    const FolderFiles files(identity);
+    const auto found = UnlistedFiles::find(files, identity, entries, root / "list", cancellation);
+    for (const std::string& path : found.paths) lines.push_back("unlisted " + path);
+    if (found.hasRefusedNames) lines.emplace_back("error: names");
+    if (found.walk.unreadFolderCount + found.walk.changedFolderCount > 0) lines.emplace_back("error: folders");
+    const MovedFiles moved = MovedFiles::search(
+        files,
+        {.root = root, .rootIdentity = identity, .entries = entries, .missing = missing, .unlisted = found.paths}, {},
+        cancellation);
+    for (const LikelyFile& likely : moved.likely.ofEntries) {
+      const bool isIt = likely.bytes == LikelyFile::Bytes::same;
+      lines.push_back(entries[likely.entry].relativePath + (isIt ? " is at " : " is not ") + found.paths[likely.file]);
+    }
+    for (const auto& [file, sentence] : moved.failures) lines.push_back(found.paths[file] + ": error: " + sentence);
+    if (moved.likely.returnedCount > 0) lines.push_back(std::to_string(moved.likely.returnedCount) + " there again");
   });
   return failure.empty() ? lines : Lines{failure};
 }
