@@ -23,12 +23,8 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : ModeFlows(deskto
   connect(&context(), &FlowContext::errorMessageChanged, this, &AppViewModel::errorMessageChanged);
   connect(&context(), &FlowContext::selectedAlgorithmsChanged, this, &AppViewModel::selectedAlgorithmsChanged);
   connect(&context(), &FlowContext::selectionRefusalChanged, this, &AppViewModel::selectionRefusalChanged);
-  for (const AppMode::Case mode : AppMode::allCases()) {
-    connect(&flow(mode), &Flow::ended, this, [this, mode](Outcome::Case outcome) {
-      if (mode != mode_) flow(mode).setUnseenOutcome(outcome);
-      context().desktop().announceEnd(AppMode::rawValue(mode), flow(mode).outcomeSentence());
-    });
-  }
+  for (const AppMode::Case mode : AppMode::allCases()) followEnds(flow(mode), mode);
+  followEnds(audit_, AppMode::Manifest);
   // A list that is being made is made to its end, whatever else comes.
   const auto passRootOn = [this] {
     if (!listCreation_.isOpen()) listCreation_.setFolder(manifest()->manifestRootURL());
@@ -43,11 +39,15 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : ModeFlows(deskto
           });
   connect(manifest(), &ManifestFlow::verified, &audit_, [this] { audit_.look(manifest()->verifiedList()); });
   connect(manifest(), &ManifestFlow::forgotten, &audit_, &AuditFlow::forget);
-  connect(&audit_, &AuditFlow::changed, manifest(), [this] { manifest()->setFolderSentence(audit_.sentence()); });
-  manifest()->manifestJobs()->setNotes([this](std::size_t entry) { return audit_.noteOfEntry(entry); });
+  connect(&audit_, &AuditFlow::changed, manifest(), [this] {
+    manifest()->setFolderSentence(audit_.sentence());
+    manifest()->setFolderRefusal(audit_.searchRefusal());
+  });
+  manifest()->setNext(audit_);
+  manifest()->setUnlistedReport([this] { return audit_.report(); });
+  manifest()->manifestJobs()->setNotes(
+      [this](std::size_t entry) { return audit_.isPresent() ? audit_.notes().ofEntry(entry) : QString(); });
   connect(&audit_, &AuditFlow::notesChanged, manifest(), [this] { manifest()->manifestJobs()->announceNotes(); });
-  connect(&audit_, &Flow::ended, this,
-          [this] { context().desktop().announceEnd(AppMode::rawValue(AppMode::Manifest), audit_.outcomeSentence()); });
   connect(&listCreation_, &Flow::ended, this, [this] {
     context().desktop().announceEnd(AppMode::rawValue(AppMode::Manifest), listCreation_.outcomeSentence());
   });
@@ -56,6 +56,13 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : ModeFlows(deskto
 AppViewModel::~AppViewModel() {
   shutdown();
   context().mailbox()->close();
+}
+
+void AppViewModel::followEnds(Flow& flow, AppMode::Case mode) {
+  connect(&flow, &Flow::ended, this, [this, &flow, mode](Outcome::Case outcome) {
+    if (mode != mode_) this->flow(mode).setUnseenOutcome(outcome);
+    context().desktop().announceEnd(AppMode::rawValue(mode), flow.outcomeSentence());
+  });
 }
 
 void AppViewModel::setMode(AppMode::Case mode) {

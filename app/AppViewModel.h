@@ -103,6 +103,8 @@ class AppViewModel : public tallyfold::ModeFlows {
   void selectionRefusalChanged();
 
  private:
+  void followEnds(Flow& flow, AppMode::Case mode);
+
   AppMode::Case mode_ = AppMode::Files;
   ListCreationFlow listCreation_{context()};
   AuditFlow audit_{context()};

@@ -1,11 +1,12 @@
 #include "app/audit/AuditFlow.h"
 
-#include <algorithm>
-#include <iterator>
 #include <limits>
 #include <utility>
 
 #include "app/shared/FileLocation.h"
+#include "app/shared/Formats.h"
+#include "checksums/audit/MissingFiles.h"
+#include "checksums/paths/FolderFiles.h"
 #include "core/base/Errors.h"
 
 namespace tallyfold {
@@ -14,7 +15,7 @@ AuditFlow::AuditFlow(FlowContext& context) : Flow(context) {
   connect(this, &AuditFlow::changed, this, &AuditFlow::shownChanged);
   connect(this, &AuditFlow::changed, this, &Flow::isBusyChanged);
   connect(this, &AuditFlow::notesChanged, &unlisted_, &UnlistedModel::announceNotes);
-  unlisted_.setNotes([this](std::size_t file) { return noteOfFile(file); });
+  unlisted_.setNotes([this](std::size_t file) { return notes().ofFile(file); });
   connect(&unlisted_, &UnlistedModel::countChanged, this, &AuditFlow::shownChanged);
 }
 
@@ -22,14 +23,16 @@ void AuditFlow::setShown(bool isShown) {
   if (std::exchange(isShown_, isShown && isPresent()) != isShown_) emit shownChanged();
 }
 
-bool AuditFlow::canSearch() const { return stage_ == Stage::found && !isSearching() && !likely_->algorithms.empty(); }
+bool AuditFlow::canSearch() const {
+  return stage_ == Stage::ended && !isSearching() && !moved_->likely.algorithms.empty();
+}
 
-bool AuditFlow::offersSearch() const { return canSearch() && search_ != Search::ended; }
+bool AuditFlow::offersSearch() const { return canSearch() && search_ != Stage::ended; }
 
 void AuditFlow::look(VerifiedList list) {
   forget();
   list_ = std::make_shared<const VerifiedList>(std::move(list));
-  setStage(Stage::looking);
+  setStage(Stage::running);
   task_.start(
       BackgroundTask::Priority::userInitiated,
       [list = list_](const FlowTask<AuditFlow>::Context& task) {
@@ -40,11 +43,13 @@ void AuditFlow::look(VerifiedList list) {
         if (found->paths.empty() || list->missing.empty()) return;
         // Names alone tell something already.
         const MissingFiles missing(*list->entries, list->missing, found->paths, task.cancellation());
-        const auto likely = std::make_shared<const LikelyFiles>(missing.find(task.cancellation()));
-        task.post([likely](AuditFlow& flow) { flow.setLikely(likely); });
+        const auto moved = std::make_shared<MovedFiles>();
+        moved->likely = missing.find(task.cancellation());
+        task.post([moved](AuditFlow& flow) { flow.setMoved(moved); });
       },
       [](AuditFlow& flow, const std::exception_ptr& failure) {
-        if (!failure) return flow.setStage(Stage::found);
+        flow.walkEnd_ = timeNow();
+        if (!failure) return flow.setStage(Stage::ended);
         flow.failure_ = QString::fromStdString(errorDescription(failure));
         flow.forgetFiles();
         flow.setStage(Stage::failed);
@@ -57,15 +62,14 @@ void AuditFlow::findMoved() {
   search->list = list_;
   search->unlisted = unlisted_.files();
   filesDone_ = 0;
-  unreadable_.clear();
-  setSearch(Search::running);
+  setSearch(Stage::running);
   runStatus_.start(search->unlisted->paths.size(), search->counter);
   task_.start(
       BackgroundTask::Priority::userInitiated,
       [search](const MovedSearch::Context& task) {
         search->work(
-            task, [](AuditFlow& flow, MovedSearch::Report report) { flow.applyReport(std::move(report)); },
-            [](AuditFlow& flow, std::shared_ptr<const LikelyFiles> likely) { flow.setLikely(std::move(likely)); });
+            task, [](AuditFlow& flow, MovedSearch::Report report) { flow.applyReport(report); },
+            [](AuditFlow& flow, std::shared_ptr<const MovedFiles> moved) { flow.setMoved(std::move(moved)); });
       },
       [](AuditFlow& flow, const std::exception_ptr& failure) { flow.endSearch(failure); });
   sizesTask_.start(
@@ -76,8 +80,7 @@ void AuditFlow::findMoved() {
       [](AuditFlow& /*flow*/, const std::exception_ptr& /*failure*/) {});
 }
 
-void AuditFlow::applyReport(MovedSearch::Report report) {
-  std::ranges::move(report.failures, std::back_inserter(unreadable_));
+void AuditFlow::applyReport(const MovedSearch::Report& report) {
   filesDone_ = report.filesDone;
   const std::vector<std::string>& paths = unlisted_.files()->paths;
   runStatus_.advance({.filesDone = report.filesDone,
@@ -90,16 +93,20 @@ void AuditFlow::applyReport(MovedSearch::Report report) {
 void AuditFlow::endSearch(const std::exception_ptr& failure) {
   sizesTask_.abandon();
   runStatus_.end();
+  searchEnd_ = timeNow();
   if (failure) failure_ = QString::fromStdString(errorDescription(failure));
-  setSearch(failure ? Search::failed : Search::ended);
+  setSearch(failure ? Stage::failed : Stage::ended);
   emit notesChanged();
-  emit ended(failure ? Outcome::SomeFailed : Outcome::AllWell);
+  emit ended(hasFoundAll() ? Outcome::AllWell : Outcome::SomeFailed);
 }
 
-void AuditFlow::setLikely(std::shared_ptr<const LikelyFiles> likely) {
-  likelyByFile_ = likely->ofEntries;
-  std::ranges::stable_sort(likelyByFile_, {}, &LikelyFile::file);
-  likely_ = std::move(likely);
+bool AuditFlow::hasFoundAll() const {
+  return search_ == Stage::ended && moved_->failures.empty() &&
+         moved_->likely.foundCount == moved_->likely.missingCount;
+}
+
+void AuditFlow::setMoved(std::shared_ptr<const MovedFiles> moved) {
+  moved_ = std::move(moved);
   emit notesChanged();
 }
 
@@ -112,7 +119,7 @@ void AuditFlow::cancel() {
     forgetFiles();
     return setStage(Stage::cancelled);
   }
-  setSearch(Search::cancelled);
+  setSearch(Stage::cancelled);
   emit notesChanged();
 }
 
@@ -120,19 +127,19 @@ void AuditFlow::forget() {
   if (stage_ == Stage::none) return;
   cancel();
   stage_ = Stage::none;
-  likely_ = std::make_shared<const LikelyFiles>();
-  BackgroundTask::dispose(unlisted_.replaceAll(std::make_shared<const UnlistedFiles>()),
-                          std::exchange(likelyByFile_, {}), std::exchange(unreadable_, {}),
-                          std::exchange(list_, nullptr));
-  search_ = Search::none;
+  forgetFiles();
+  BackgroundTask::dispose(std::exchange(list_, nullptr));
+  search_ = Stage::none;
   setShown(false);
   setStage(Stage::none);
-  emit notesChanged();
 }
 
-// Of a walk that nothing is to be said of.
+// Of a walk that nothing is to be said of, or no more.
 void AuditFlow::forgetFiles() {
-  BackgroundTask::dispose(unlisted_.replaceAll(std::make_shared<const UnlistedFiles>()));
+  // What refers to the files goes before them.
+  auto moved = std::exchange(moved_, std::make_shared<const MovedFiles>());
+  BackgroundTask::dispose(std::move(moved), unlisted_.replaceAll(std::make_shared<const UnlistedFiles>()));
+  emit notesChanged();
 }
 
 void AuditFlow::copyRow(int row) { copy(unlisted_.shownPaths(row, 1)); }
@@ -153,7 +160,7 @@ void AuditFlow::setStage(Stage stage) {
   emit changed();
 }
 
-void AuditFlow::setSearch(Search search) {
+void AuditFlow::setSearch(Stage search) {
   search_ = search;
   emit changed();
   emit progressChanged();

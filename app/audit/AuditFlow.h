@@ -10,12 +10,14 @@
 #include <QString>
 #include <QStringList>
 
+#include "app/audit/AuditNotes.h"
 #include "app/audit/MovedSearch.h"
 #include "app/audit/UnlistedModel.h"
 #include "app/shared/Flow.h"
 #include "app/shared/RunStatus.h"
 #include "app/shared/VerifiedList.h"
-#include "checksums/audit/MissingFiles.h"
+#include "core/services/FileHashResult.h"
+#include "export/reports/VerificationReport.h"
 
 namespace tallyfold {
 
@@ -49,10 +51,10 @@ class AuditFlow : public tallyfold::Flow {
   [[nodiscard]] UnlistedModel* unlisted() { return &unlisted_; }
   /// Unlisted files are, or were, looked for.
   [[nodiscard]] bool isPresent() const { return stage_ != Stage::none; }
-  [[nodiscard]] bool isLooking() const { return stage_ == Stage::looking; }
+  [[nodiscard]] bool isLooking() const { return stage_ == Stage::running; }
   /// There are missing files that the unlisted ones can be searched for, which was not done yet.
   [[nodiscard]] bool offersSearch() const;
-  [[nodiscard]] bool isSearching() const { return search_ == Search::running; }
+  [[nodiscard]] bool isSearching() const { return search_ == Stage::running; }
   /// They are shown in the place of the entries.
   [[nodiscard]] bool isShown() const { return isShown_; }
   void setShown(bool isShown);
@@ -71,9 +73,12 @@ class AuditFlow : public tallyfold::Flow {
   /// "12 of 1,204 files"; empty while there is none.
   [[nodiscard]] QString progressFigure() const;
   [[nodiscard]] RunStatus* runStatus() { return &runStatus_; }
-  /// Where the missing file of an entry may be, and what an unlisted file may be; empty where nothing is known.
-  [[nodiscard]] QString noteOfEntry(std::size_t entry) const;
-  [[nodiscard]] QString noteOfFile(std::size_t file) const;
+  /// What is known of missing and of unlisted files. Only while `isPresent`.
+  [[nodiscard]] AuditNotes notes() const { return {list_, unlisted_.files(), moved_}; }
+  /// Of all this, as it is now.
+  [[nodiscard]] VerificationReport::Unlisted report() const;
+  /// Why the list should not be verified anew, which would end a search without a word; empty where it would not.
+  [[nodiscard]] QString searchRefusal() const;
 
   /// Looks for the unlisted files of a list that was verified, and forgets those of another.
   void look(VerifiedList list);
@@ -96,31 +101,31 @@ class AuditFlow : public tallyfold::Flow {
   void notesChanged();
 
  private:
-  enum class Stage { none, looking, cancelled, failed, found };
-  enum class Search { none, running, cancelled, failed, ended };
+  enum class Stage { none, running, cancelled, failed, ended };
 
   [[nodiscard]] bool canSearch() const;
   [[nodiscard]] QStringList doubts() const;
   [[nodiscard]] QStringList leftOut() const;
-  [[nodiscard]] std::int64_t othersWithBytesOf(const LikelyFile& likely) const;
+  [[nodiscard]] static VerificationReport::Work workOf(Stage stage);
+  [[nodiscard]] bool hasFoundAll() const;
   [[nodiscard]] QString searchSentence() const;
-  void applyReport(MovedSearch::Report report);
-  void setLikely(std::shared_ptr<const LikelyFiles> likely);
+  void applyReport(const MovedSearch::Report& report);
+  void setMoved(std::shared_ptr<const MovedFiles> moved);
   void forgetFiles();
   void endSearch(const std::exception_ptr& failure);
   void copy(std::vector<std::string> paths);
   void setStage(Stage stage);
-  void setSearch(Search search);
+  void setSearch(Stage search);
 
-  Stage stage_ = Stage::none;
-  Search search_ = Search::none;
+  Stage stage_ = Stage::none;   // Of the walk.
+  Stage search_ = Stage::none;  // For the missing files.
+  Timestamp walkEnd_;
+  Timestamp searchEnd_;
   bool isShown_ = false;
-  QString failure_;  // Of the stage, or of the search.
+  QString failure_;  // Of the walk, or of the search.
   std::shared_ptr<const VerifiedList> list_;
   UnlistedModel unlisted_;
-  std::shared_ptr<const LikelyFiles> likely_ = std::make_shared<const LikelyFiles>();
-  std::vector<LikelyFile> likelyByFile_;          // The same, in the order of the files.
-  std::vector<MovedSearch::Failure> unreadable_;  // In the order of the files.
+  std::shared_ptr<const MovedFiles> moved_ = std::make_shared<const MovedFiles>();  // From their names alone at first.
   std::size_t filesDone_ = 0;
   RunStatus runStatus_;
   FlowTask<AuditFlow> task_{*this, context().mailbox()};

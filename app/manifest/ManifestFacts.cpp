@@ -89,7 +89,7 @@ bool ManifestFlow::offersReadingWithoutQuotes() const {
 
 QString ManifestFlow::manifestRestVerb() const {
   using Stage = ManifestTally::Stage;
-  if (isBusy()) return {};
+  if (isBusy() || !folderRefusal_.isEmpty()) return {};
   if (causes_.rootChanged > 0) return tr("Verify the Rest Again");
   const bool isCutShort = stage_ == Stage::cancelled || stage_ == Stage::stoppedByError;
   return isCutShort && !checked_.empty() ? tr("Verify the Rest") : QString();
@@ -100,7 +100,7 @@ QString ManifestFlow::manifestRefusal() const {
   if (isLoading_) return tr("The checksum list is being read.");
   if (jobs_.total() == 0) return tr("The list has no entries to verify.");
   if (!rootURL_) return tr("Choose the root folder first.");
-  return {};
+  return folderRefusal_;
 }
 
 QString ManifestFlow::manifestFileRefusal() const {
@@ -165,6 +165,10 @@ VerifiedList ManifestFlow::verifiedList() const {
 
 void ManifestFlow::setFolderSentence(const QString& sentence) {
   if (std::exchange(folderSentence_, sentence) != sentence) emit manifestStatusChanged();
+}
+
+void ManifestFlow::setFolderRefusal(const QString& refusal) {
+  if (std::exchange(folderRefusal_, refusal) != refusal) emit manifestStatusChanged();
 }
 
 double ManifestFlow::manifestProgress() const {

@@ -1,7 +1,6 @@
 #include "app/manifest/ManifestFlow.h"
 
 #include <algorithm>
-#include <chrono>
 #include <exception>
 #include <iterator>
 #include <utility>
@@ -58,8 +57,6 @@ qint64 lineOf(const std::exception_ptr& failure) {
     return 0;
   }
 }
-
-Timestamp timeNow() { return {std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()), 0}; }
 
 }  // namespace
 
@@ -174,7 +171,7 @@ void ManifestFlow::dropManifest(const QList<QUrl>& urls) {
 }
 
 void ManifestFlow::verifyManifestOrChoose() {
-  if (isBusy()) return;
+  if (isBusy() || !folderRefusal_.isEmpty()) return;
   if (!url_) {
     chooseManifestFile();
   } else if (!rootURL_) {

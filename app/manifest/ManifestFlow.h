@@ -3,8 +3,10 @@
 #include <cstddef>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include <QList>
@@ -85,6 +87,10 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] VerifiedList verifiedList() const;
   /// What else is to be said of the folder that was verified, behind the details of the verdict. Until `forgotten`.
   void setFolderSentence(const QString& sentence);
+  /// Why it is not to be verified now; empty when nothing speaks against that.
+  void setFolderRefusal(const QString& refusal);
+  /// Who knows, for a report, of the files that the list does not name.
+  void setUnlistedReport(std::function<VerificationReport::Unlisted()> report) { unlistedReport_ = std::move(report); }
   [[nodiscard]] qint64 manifestIgnoredLineCount() const { return ignoredLineCount_; }
   [[nodiscard]] int manifestUnsupportedLineCount() const { return static_cast<int>(unsupportedLineCount_); }
   [[nodiscard]] QString manifestUnsupportedFigure() const;
@@ -224,6 +230,8 @@ class ManifestFlow : public tallyfold::Flow {
   std::size_t groups_ = 0;
   ManifestRootIdentity rootIdentity_;  // Of the last run.
   QString folderSentence_;
+  QString folderRefusal_;
+  std::function<VerificationReport::Unlisted()> unlistedReport_ = [] { return VerificationReport::Unlisted(); };
   Timestamp start_;  // Of the last run, or of the first of those that it keeps findings of.
   Timestamp end_;
   bool isLoading_ = false;

@@ -26,8 +26,7 @@ VerificationReport::Entry Snapshot::at(std::size_t index) const {
                                      .algorithm = entry.algorithm,
                                      .expected = entry.expectedHash,
                                      .actual = {},
-                                     .status = VerificationReport::Status::unchecked,
-                                     .sentence = {}};
+                                     .status = VerificationReport::Status::unchecked};
   const ManifestJob::State& state = states[index];
   if (const auto* failed = std::get_if<ManifestJob::Failed>(&state)) {
     reported.status = VerificationReport::Status::failed;
@@ -92,7 +91,12 @@ std::shared_ptr<const VerificationReport> ManifestFlow::report() const {
                     .linesNotUnderstood = unsupportedLineCount_,
                     .linesIgnored = ignoredLineCount_};
   report->entryCount = snapshot->states.size();
-  report->entryAt = [snapshot](std::size_t index) { return snapshot->at(index); };
+  report->unlisted = unlistedReport_();
+  report->entryAt = [snapshot, noteOf = report->unlisted.noteOfEntry](std::size_t index) {
+    VerificationReport::Entry entry = snapshot->at(index);
+    if (noteOf) entry.note = noteOf(index);
+    return entry;
+  };
   return report;
 }
 

@@ -17,10 +17,18 @@ namespace tallyfold {
 class Flow : public QObject {
   Q_OBJECT
   Q_PROPERTY(bool isBusy READ isBusy NOTIFY isBusyChanged)
+  Q_PROPERTY(bool isAtWork READ isAtWork NOTIFY isBusyChanged)
   Q_PROPERTY(tallyfold::Outcome::Case unseenOutcome READ unseenOutcome NOTIFY unseenOutcomeChanged)
 
  public:
   [[nodiscard]] virtual bool isBusy() const = 0;
+  /// This flow is busy, or the one that goes on where it ends.
+  [[nodiscard]] bool isAtWork() const { return isBusy() || (next_ != nullptr && next_->isBusy()); }
+  /// `next` lives as long as this one is used.
+  void setNext(const Flow& next) {
+    next_ = &next;
+    connect(next_, &Flow::isBusyChanged, this, &Flow::isBusyChanged);
+  }
   /// How its last work ended, while the user looked at another mode and has not come back since.
   [[nodiscard]] Outcome::Case unseenOutcome() const { return unseenOutcome_; }
   void setUnseenOutcome(Outcome::Case outcome) {
@@ -45,6 +53,7 @@ class Flow : public QObject {
 
  private:
   FlowContext& context_;
+  const Flow* next_ = nullptr;
   Outcome::Case unseenOutcome_ = Outcome::NoOutcome;
 };
 

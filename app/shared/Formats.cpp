@@ -1,6 +1,7 @@
 #include "app/shared/Formats.h"
 
 #include <array>
+#include <chrono>
 #include <cmath>
 
 namespace tallyfold {
@@ -24,6 +25,8 @@ QString timeLeft(double seconds) {
   const double hours = std::floor(minutes / 60);
   return QStringLiteral("%1 h %2 min left").arg(number(hours), number(minutes - 60 * hours));
 }
+
+Timestamp timeNow() { return {std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()), 0}; }
 
 QString exactByteCount(qint64 bytes) {
   return bytes == 1 ? QStringLiteral("1 byte") : QStringLiteral("%1 bytes").arg(userLocale().toString(bytes));

@@ -5,7 +5,9 @@
 #include <QLocale>
 #include <QString>
 
-/// Numbers as the screens show them.
+#include "core/services/FileHashResult.h"
+
+/// Numbers as the screens show them, and times as reports do.
 namespace tallyfold {
 
 /// The user's locale; English where the system has only the "C" locale, which knows no grouping.
@@ -16,6 +18,9 @@ QString compactDuration(double seconds);
 
 /// "3 s left", "5 min left", "1 h 20 min left", "3 days left": never less than it is.
 QString timeLeft(double seconds);
+
+/// Whole seconds.
+Timestamp timeNow();
 
 /// "1 byte", "4,200,000 bytes".
 QString exactByteCount(qint64 bytes);

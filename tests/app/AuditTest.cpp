@@ -1,12 +1,14 @@
 // The files of a folder that its verified list does not name.
 
 #include "tests/app/ModelTest.h"
+#include "tests/support/TurnWatcher.h"
 
 namespace tallyfold::test {
 
 namespace {
 
 using namespace std::string_literals;
+using testing::HasSubstr;
 
 class Audit : public ModelTest {
  protected:
@@ -45,6 +47,15 @@ class Audit : public ModelTest {
     audit().findMoved();
     EXPECT_TRUE(reached([&] { return !audit().isSearching(); }));
     return audit().sentence().toStdString();
+  }
+
+  /// What an export of the verification says, as text.
+  std::string kept() {
+    ManifestExport& report = *model_->manifest()->manifestExport();
+    report.save(ManifestExport::Text);
+    desktop_.confirmSavePanel(urlOf(folder_.path() / "report"));
+    EXPECT_TRUE(reached([&] { return !report.isSaving(); }));
+    return contentOf(folder_.path() / "report");
   }
 
   const fs::path root_ = folder_.path() / "root";
@@ -215,6 +226,153 @@ TEST_F(Audit, FindsMovedFilesByTheirBytes) {
   ASSERT_TRUE(reached([&] { return !model_->manifest()->isLoadingManifest(); }));
   EXPECT_EQ(verified(), "7 files in the folder are not in the list.");
   EXPECT_FALSE(audit().offersSearch()) << "No file can have both";
+}
+
+TEST_F(Audit, IsInTheReport) {
+  fs::create_directories(root_ / "new");
+  folder_.file("root/a", "abc");
+  folder_.file("root/new/b", "abc");
+  folder_.file("root/x\nunlisted: forged\t", "");
+  const std::string hostile = R"(unlisted: x\nunlisted: forged\t)"
+                              "\t\n";
+  audited({"a", "b", "E"});
+  EXPECT_THAT(kept(), testing::AllOf(HasSubstr("\nwalk: ended\nwalkEnd: 20"),
+                                     HasSubstr("\nsearch: none\nsearchEnd: \nisComplete: true\nhasMore: false\n"),
+                                     HasSubstr("\nunlisted: new/b\t\n" + hostile + "\nline\tstatus")));
+  searched();
+  EXPECT_THAT(kept(), testing::AllOf(HasSubstr("\nsearch: ended\nsearchEnd: 20"),
+                                     HasSubstr("\nunlisted: new/b\tIt has the CRC-32 of “b”.\n" + hostile),
+                                     HasSubstr("\tb\tNo such file or directory\t“new/b” has the same CRC-32.\n"),
+                                     HasSubstr("\ta\t\t\n")));
+  calls_.before = [](std::string_view name, std::size_t) { return name == "getdents" ? EIO : 0; };
+  verified();
+  EXPECT_THAT(kept(), HasSubstr("\nisComplete: false\nhasMore: false\n"));
+  const VerifiedList list = model_->manifest()->verifiedList();
+  audit().look(list);
+  EXPECT_THAT(kept(), HasSubstr("\nwalk: running\nwalkEnd: \n"));
+  audit().look(list);
+  audit().cancel();
+  EXPECT_THAT(kept(),
+              testing::AllOf(HasSubstr("\nwalk: cancelled\nwalkEnd: \n"), testing::Not(HasSubstr("unlisted:"))));
+  fs::rename(root_, folder_.path() / "aside");
+  audit().look(list);
+  ASSERT_TRUE(reached([&] { return !audit().isLooking(); }));
+  EXPECT_THAT(kept(), HasSubstr("\nwalk: failed\n"));
+}
+
+TEST_F(Audit, SearchIsShownAsARunUntilItEnds) {
+  fs::create_directories(root_);
+  folder_.file("root/a", "abc");
+  folder_.file("root/c", "abc");
+  ManifestFlow& manifest = *model_->manifest();
+  const auto start = [&] {
+    audited({"a", "b"});
+    ASSERT_TRUE(BackgroundTask::waitForAll(patience));
+    gate_.close();
+    holdAt("read", 1);
+    audit().findMoved();
+    ASSERT_TRUE(gate_.waitForArrival());
+    EXPECT_TRUE(manifest.isAtWork());
+    EXPECT_EQ(manifest.manifestRefusal(), "The search for missing files is under way.");
+    manifest.verifyManifestOrChoose();
+    EXPECT_TRUE(audit().isSearching()) << "The run key does not end it";
+  };
+  ASSERT_NO_FATAL_FAILURE(start());
+  audit().cancel();
+  EXPECT_THAT(manifest.manifestVerdict().details.toStdString(),
+              testing::EndsWith(" The search for missing files was cancelled."));
+  EXPECT_FALSE(manifest.isAtWork());
+  EXPECT_EQ(manifest.manifestRefusal(), "");
+  goOn();
+  for (const bool isFound : {true, false}) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    model_->setMode(AppMode::Text);
+    if (!isFound) folder_.file("root/c", "abd");
+    gate_.open();
+    ASSERT_TRUE(reached([&] { return !manifest.isAtWork(); }));
+    EXPECT_EQ(model_->unseenOutcome(AppMode::Manifest), isFound ? Outcome::AllWell : Outcome::SomeFailed);
+    model_->setMode(AppMode::Manifest);
+  }
+}
+
+TEST_F(Audit, AndTheNextRunAreSeenWhateverFilterIsChosen) {
+  fs::create_directories(root_);
+  folder_.file("root/a", "abc");
+  folder_.file("root/c", "abc");
+  ManifestJobListModel& jobs = *model_->manifest()->manifestJobs();
+  audited({"a", "b", "c"});
+  const std::pair<ManifestJobListModel::Filter, int> filters[]{{ManifestJobListModel::Matches, 3},
+                                                               {ManifestJobListModel::Waiting, 3},
+                                                               {ManifestJobListModel::Failures, 1},
+                                                               {ManifestJobListModel::Mismatches, 0}};
+  for (const auto& [filter, count] : filters) {
+    jobs.setFilter(filter);
+    verified();
+    EXPECT_EQ(jobs.count(), count) << filter;
+  }
+  // What a run left is verified by another one.
+  jobs.setFilter(ManifestJobListModel::Matches);
+  holdAt("read", 2);
+  model_->manifest()->verifyManifest();
+  ASSERT_TRUE(gate_.waitForArrival());
+  ASSERT_TRUE(reached([&] { return model_->manifest()->manifestMatchedCount() == 1; }));
+  model_->manifest()->cancelManifestVerification();
+  goOn();
+  jobs.setFilter(ManifestJobListModel::Waiting);
+  model_->manifest()->verifyManifestRest();
+  EXPECT_EQ(jobs.filter(), ManifestJobListModel::All);
+  ASSERT_TRUE(reached([&] { return !model_->manifest()->isAtWork(); }));
+}
+
+TEST_F(Audit, OfManyFilesTakesNoLongTurn) {
+  // A fifth of what there may be, in turns of a tenth of the length.
+  constexpr int limit = 20'000;
+  constexpr double longest = longestGoodTurn / 10;
+  SystemCalls::replace(nullptr);
+  fs::create_directories(root_);
+  for (int i = 0; i < limit; ++i) std::ofstream(root_ / std::to_string(i)) << (i % 2 == 0 ? "abc" : "");
+  {
+    std::ofstream list(folder_.path() / "list.sfv");
+    for (int i = 0; i < limit; ++i) list << "old/" << i % (limit / 2) << '-' << i << " 352441c2\n";
+  }
+  ManifestFlow& manifest = *model_->manifest();
+  manifest.setManifestRoot({urlOf(root_)});
+  manifest.setManifestFile({urlOf(folder_.path() / "list.sfv")});
+  ASSERT_TRUE(reached([&] { return !manifest.isLoadingManifest(); }));
+  std::map<std::string, double> shortest;  // Of up to three tries: what else runs makes a turn longer, never shorter.
+  const auto expectShortTurns = [&](const std::string& what, const std::function<void()>& act) {
+    constexpr int minutes = 3 * 60'000;
+    TurnWatcher turns;
+    act();
+    const auto isOver = [&] { return !manifest.isAtWork() && !manifest.manifestExport()->isSaving(); };
+    ASSERT_TRUE(QTest::qWaitFor(isOver, minutes)) << what;
+    double& best = shortest.try_emplace(what, 1e9).first->second;
+    best = std::min(best, turns.takeLongest());
+  };
+  const auto areShort = [&] {
+    return !shortest.empty() && std::ranges::all_of(shortest, [](auto& turn) { return turn.second < longest; });
+  };
+  for (int i = 0; i < 3 && !areShort(); ++i) {
+    expectShortTurns("verify", [&] { manifest.verifyManifest(); });
+    ASSERT_EQ(audit().unlisted()->total(), limit);
+    expectShortTurns("search", [&] { audit().findMoved(); });
+    expectShortTurns("notes", [&] {
+      for (int row = 0; row < 50; ++row) {
+        const QModelIndex entry = manifest.manifestJobs()->index(limit - 1 - row);
+        EXPECT_FALSE(entry.data(ManifestJobListModel::NoteRole).toString().isEmpty());
+        (void)audit().unlisted()->index(row).data(UnlistedModel::NoteRole);
+      }
+    });
+    expectShortTurns("export", [&] {
+      manifest.manifestExport()->save(ManifestExport::Csv);
+      desktop_.confirmSavePanel(urlOf(folder_.path() / "report"));
+    });
+    expectShortTurns("forget", [&] { audit().forget(); });
+  }
+  for (const auto& [what, turn] : shortest) {
+    std::cout << what << ": " << turn << " ms\n";
+    EXPECT_LT(turn, longest) << what;
+  }
 }
 
 }  // namespace

@@ -89,7 +89,7 @@ Item {
             required property int index
             required property modeRow modelData
             readonly property bool isSelected: ListView.isCurrentItem
-            readonly property bool isBusy: modelData.flow.isBusy
+            readonly property bool isBusy: modelData.flow.isAtWork
             readonly property int outcome: modelData.flow.unseenOutcome
             readonly property bool hasState: isBusy || outcome !== Outcome.NoOutcome
             readonly property string announcement: text + (isBusy ? qsTr(", working") : outcome === Outcome.AllWell ? qsTr(", finished") : outcome === Outcome.SomeFailed ? qsTr(", finished with failures") : "")
