@@ -7,6 +7,7 @@
 #include <QUrl>
 
 #include "app/AppMode.h"
+#include "app/ShownRows.h"
 #include "app/audit/AuditFlow.h"
 #include "app/creation/ListCreationFlow.h"
 #include "app/shared/Outcome.h"
@@ -34,6 +35,7 @@ class AppViewModel : public tallyfold::ModeFlows {
   Q_PROPERTY(tallyfold::AppMode::Case mode READ mode WRITE setMode NOTIFY modeChanged)
   Q_PROPERTY(tallyfold::ListCreationFlow* listCreation READ listCreation CONSTANT)
   Q_PROPERTY(tallyfold::AuditFlow* audit READ audit CONSTANT)
+  Q_PROPERTY(tallyfold::ShownRows* shownRows READ shownRows CONSTANT)
   Q_PROPERTY(QString errorMessage READ errorMessage WRITE setErrorMessage NOTIFY errorMessageChanged)
   Q_PROPERTY(QString errorSubject READ errorSubject NOTIFY errorMessageChanged)
   Q_PROPERTY(QStringList algorithms READ algorithmNames CONSTANT)
@@ -62,6 +64,8 @@ class AppViewModel : public tallyfold::ModeFlows {
 
   /// Finds the files of Manifest's root that its list does not name, once that is verified.
   [[nodiscard]] AuditFlow* audit() { return &audit_; }
+  /// Which of both the Manifest mode shows.
+  [[nodiscard]] ShownRows* shownRows() { return &shownRows_; }
 
   /// Takes what another program has this one open, in the mode that it belongs to, which is entered: a checksum list,
   /// by itself or with its folder, in Manifest; all else as a drop on Files. Folders end with a separator. What is
@@ -108,6 +112,7 @@ class AppViewModel : public tallyfold::ModeFlows {
   AppMode::Case mode_ = AppMode::Files;
   ListCreationFlow listCreation_{context()};
   AuditFlow audit_{context()};
+  ShownRows shownRows_{*manifest(), audit_};
 };
 
 }  // namespace tallyfold

@@ -269,6 +269,52 @@ TEST_F(ManifestFlow, RestIsVerifiedAndWhatIsTheSameStillIsNotReadAgain) {
   expectRest("Verify the Rest", "Mismatch", 6);
 }
 
+TEST_F(ManifestFlow, WhatIsShownIsWhatIsCopied) {
+  for (const char* const name : {"root/first", "root/second"}) folder_.file(name, "abc");
+  load(md5OfAbc + "  abc\nno checksum\n" + md5OfAbc + "  missing\n");
+  ShownRows& shown = *model_->shownRows();
+  shown.setKind(ShownRows::Unlisted);
+  EXPECT_EQ(shown.kind(), ShownRows::Entries) << "Nothing was looked for yet";
+  verify();
+  const std::string entries[]{"1\tMD5\tabc\tMatch", "3\tMD5\tmissing\tNo such file or directory"};
+  const std::string warning = "Line 2: unsupported checksum format.";
+  const struct {
+    ShownRows::Kind kind;
+    std::string second;
+    std::string all;
+    const char* emptySentence;
+  } kinds[] = {
+      {ShownRows::Unlisted, "second", "first\nsecond", "2 files in the folder are in no line that is understood."},
+      {ShownRows::Warnings, entries[1], warning, "Every line of the list is understood."},
+      {ShownRows::Entries, entries[1], entries[0] + "\n" + entries[1], "No entry is in this state."},
+  };
+  const auto copied = [&] {
+    EXPECT_TRUE(reached([&] { return desktop_.pasteboard.has_value(); }));
+    return std::exchange(desktop_.pasteboard, std::nullopt).value_or("").toStdString();
+  };
+  for (const auto& [kind, second, all, emptySentence] : kinds) {
+    const QSignalSpy changes(&shown, &ShownRows::changed);
+    shown.setKind(kind);
+    EXPECT_EQ(shown.kind(), kind);
+    EXPECT_FALSE(changes.isEmpty());
+    EXPECT_EQ(shown.emptySentence().toStdString(), emptySentence);
+    EXPECT_EQ(shown.copyRefusal(), "");
+    shown.copyAll();
+    EXPECT_EQ(copied(), all);
+    shown.copySelected(1);
+    EXPECT_EQ(copied(), second);
+    shown.rows()->markOnly(1, 1);
+    shown.copySelected(0);
+    EXPECT_EQ(copied(), second) << "Rows that are marked come before the current one";
+    shown.rows()->clearMarks();
+  }
+  shown.setKind(ShownRows::Unlisted);
+  model_->audit()->unlisted()->setSearch("nothing");
+  EXPECT_EQ(shown.copyRefusal(), "There are no rows to copy.");
+  model_->manifest()->verifyManifest();
+  EXPECT_EQ(shown.kind(), ShownRows::Entries);
+}
+
 TEST_F(ManifestFlow, RootThatIsNoFolderIsAnErrorOfTheRun) {
   load(md5OfAbc + "  abc\n");
   verify();

@@ -9,8 +9,6 @@ TFRunBar {
     readonly property Item runPlace: run.place
     readonly property ManifestExport report: viewModel.manifest.manifestExport
 
-    signal copyRequested
-
     function openExportMenuByKey() {
         if (report.refusal !== "")
             return;
@@ -42,8 +40,8 @@ TFRunBar {
         icon: "doc.on.doc"
         isConfirmed: true
         tip: qsTr("Copies all rows that are shown (Ctrl+Shift+C)")
-        refusal: root.viewModel.audit.isShown ? root.viewModel.audit.copyRefusal : root.viewModel.manifest.copyManifestRefusal
-        onClicked: root.copyRequested()
+        refusal: root.viewModel.shownRows.copyRefusal
+        onClicked: root.viewModel.shownRows.copyAll()
     }
 
     TFButton {

@@ -7,25 +7,20 @@ TFFilters {
 
     required property AppViewModel viewModel
     readonly property AuditFlow audit: viewModel.audit
-
-    // What is seen in the place of the rows, if anything is.
-    function show(warnings: bool, unlisted: bool) {
-        viewModel.manifest.showsWarnings = warnings;
-        audit.isShown = unlisted;
-    }
+    readonly property ShownRows shown: viewModel.shownRows
 
     jobs: viewModel.manifest.manifestJobs
-    searched: audit.isShown ? audit.unlisted : jobs
-    showsRows: !viewModel.manifest.showsWarnings && !audit.isShown
-    onRowsChosen: show(false, false)
+    searched: shown.rows
+    showsRows: shown.kind === ShownRows.Entries
+    onRowsChosen: shown.kind = ShownRows.Entries
 
     TFFilterChip {
         text: qsTr("Warnings")
         figure: root.viewModel.manifest.manifestUnsupportedFigure
         isEmpty: root.viewModel.manifest.manifestUnsupportedLineCount === 0
         tone: Tone.Caution
-        isChosen: root.viewModel.manifest.showsWarnings && !root.audit.isShown
-        onChosen: root.show(true, false)
+        isChosen: root.shown.kind === ShownRows.Warnings
+        onChosen: root.shown.kind = ShownRows.Warnings
     }
 
     // What is not about the list's entries stands apart.
@@ -42,7 +37,7 @@ TFFilters {
         figure: root.audit.figure
         isEmpty: root.audit.isEmpty
         visible: root.audit.isPresent
-        isChosen: root.audit.isShown
-        onChosen: root.show(false, true)
+        isChosen: root.shown.kind === ShownRows.Unlisted
+        onChosen: root.shown.kind = ShownRows.Unlisted
     }
 }

@@ -3,6 +3,7 @@
 #include <QtQml/qqml.h>
 #include <QtQml/qqmlregistration.h>
 
+#include "app/ShownRows.h"
 #include "app/manifest/ManifestFlow.h"
 
 /// The types of the model that this room shows, under their names in QML.
@@ -13,6 +14,13 @@ struct ManifestFlowType {
   QML_FOREIGN(tallyfold::ManifestFlow)
   QML_NAMED_ELEMENT(ManifestFlow)
   QML_UNCREATABLE("The model owns its flows.")
+};
+
+struct ShownRowsType {
+  Q_GADGET
+  QML_FOREIGN(tallyfold::ShownRows)
+  QML_NAMED_ELEMENT(ShownRows)
+  QML_UNCREATABLE("The model owns it.")
 };
 
 struct ManifestExportType {

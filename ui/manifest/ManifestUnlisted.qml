@@ -7,15 +7,10 @@ FocusScope {
 
     required property AuditFlow audit
     required property TFMenu menu
-    readonly property alias markedCount: files.markedCount
+    readonly property alias list: files
     readonly property bool hasRows: files.count > 0
 
-    function copySelected() {
-        if (files.markedCount > 0)
-            audit.copyMarked();
-        else
-            audit.copyRow(files.selectedIndex());
-    }
+    signal copyRequested
 
     TFStaticText {
         id: remarks
@@ -48,7 +43,7 @@ FocusScope {
         menu: root.menu
         model: root.audit.unlisted
         Accessible.name: qsTr("Files that are not in the list")
-        onCopyRequested: root.copySelected()
+        onCopyRequested: root.copyRequested()
 
         anchors {
             left: parent.left

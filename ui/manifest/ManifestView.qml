@@ -11,14 +11,9 @@ TFScreen {
     readonly property bool hasList: listFile.isPresent
     readonly property int gap: isShort ? TallyTheme.space2 : TallyTheme.space3
     readonly property AuditFlow audit: viewModel.audit
-    readonly property bool showsWarnings: viewModel.manifest.showsWarnings && !audit.isShown
-
-    function copyShown() {
-        if (audit.isShown)
-            audit.copyShown();
-        else
-            viewModel.manifest.copyManifestShown();
-    }
+    readonly property ShownRows shownRows: viewModel.shownRows
+    // Of the two lists of rows the one that is meant.
+    readonly property TFJobList seenList: shownRows.kind === ShownRows.Unlisted ? unlisted.list : rows
 
     Keys.onReturnPressed: viewModel.manifest.verifyManifestOrChoose()
     Keys.onEnterPressed: viewModel.manifest.verifyManifestOrChoose()
@@ -142,7 +137,7 @@ TFScreen {
 
         viewModel: root.viewModel
         visible: root.hasList
-        onRowsWanted: (root.audit.isShown ? unlisted : rows).forceActiveFocus(Qt.ShortcutFocusReason)
+        onRowsWanted: root.seenList.forceActiveFocus(Qt.ShortcutFocusReason)
 
         anchors {
             left: parent.left
@@ -171,23 +166,16 @@ TFScreen {
         TFJobList {
             id: rows
 
-            function copySelected() {
-                if (markedCount > 0)
-                    root.viewModel.manifest.copyMarked();
-                else
-                    root.viewModel.manifest.copyManifestRow(selectedIndex());
-            }
-
             objectName: "manifestList"
             anchors.fill: parent
             anchors.margins: TallyTheme.rowMargin
-            visible: !root.showsWarnings && !root.audit.isShown && count > 0
+            visible: root.shownRows.kind === ShownRows.Entries && count > 0
             lineHeight: TallyTheme.listRowHeight
             menu: rowMenu
             isRunning: root.viewModel.manifest.isManifestVerifying
             model: root.jobs
             Accessible.name: qsTr("Entries")
-            onCopyRequested: copySelected()
+            onCopyRequested: root.shownRows.copySelected(selectedIndex())
 
             delegate: ManifestJobRow {
                 runStatus: root.viewModel.manifest.runStatus
@@ -201,7 +189,7 @@ TFScreen {
             objectName: "manifestWarnings"
             anchors.fill: parent
             anchors.margins: TallyTheme.space3
-            visible: root.showsWarnings && count > 0
+            visible: root.shownRows.kind === ShownRows.Warnings && count > 0
             viewModel: root.viewModel
         }
 
@@ -210,17 +198,18 @@ TFScreen {
 
             anchors.fill: parent
             anchors.margins: TallyTheme.rowMargin
-            visible: root.audit.isShown && hasRows
+            visible: root.shownRows.kind === ShownRows.Unlisted && hasRows
             audit: root.audit
             menu: rowMenu
+            onCopyRequested: root.shownRows.copySelected(unlisted.list.selectedIndex())
         }
 
         TFEmptyState {
             visible: !rows.visible && !warnings.visible && !unlisted.visible
-            isPending: root.viewModel.manifest.isLoadingManifest || (root.audit.isShown && root.audit.isLooking)
+            isPending: root.shownRows.isPending
             icon: "checklist"
             textName: "manifestEmpty"
-            text: root.audit.isShown ? root.audit.emptySentence : root.viewModel.manifest.manifestEmptySentence
+            text: root.shownRows.emptySentence
 
             TFButton {
                 id: choose
@@ -264,7 +253,7 @@ TFScreen {
     TFMenu {
         id: rowMenu
 
-        readonly property FilteredListModel jobs: filters.searched
+        readonly property FilteredListModel jobs: root.shownRows.rows
 
         leastWidth: TallyTheme.listMenuWidth
 
@@ -273,12 +262,7 @@ TFScreen {
             text: rowMenu.jobs.markedCount > 1 ? qsTr("Copy %1 rows").arg(rowMenu.jobs.markedFigure) : qsTr("Copy row")
             symbol: "doc.on.clipboard"
             shortcutText: "Ctrl+C"
-            onTriggered: {
-                if (root.audit.isShown)
-                    unlisted.copySelected();
-                else
-                    rows.copySelected();
-            }
+            onTriggered: root.shownRows.copySelected(root.seenList.selectedIndex())
         }
 
         TFMenuItem {
@@ -286,7 +270,7 @@ TFScreen {
             text: qsTr("Copy all rows shown")
             symbol: "doc.on.doc"
             shortcutText: "Ctrl+Shift+C"
-            onTriggered: root.copyShown()
+            onTriggered: root.shownRows.copyAll()
         }
     }
 
@@ -315,7 +299,6 @@ TFScreen {
 
         parent: root
         viewModel: root.viewModel
-        onCopyRequested: root.copyShown()
     }
 
     // A list, a folder or both may be dropped anywhere on the screen.
@@ -367,6 +350,6 @@ TFScreen {
     Shortcut {
         enabled: root.visible
         sequence: "Ctrl+Shift+C"
-        onActivated: root.copyShown()
+        onActivated: root.shownRows.copyAll()
     }
 }
