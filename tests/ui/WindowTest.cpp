@@ -296,7 +296,10 @@ TEST_F(WindowTest, TheSidebarSelectsTheMode) {
     const qreal y = driver.item("mode" + name)->mapToScene(QPointF()).y();
     EXPECT_GT(y, above);
     above = y;
-    EXPECT_NE(itemWithText(mode == AppMode::Files ? "File Hashing" : name), nullptr);
+    const auto isItsScreen = [&](const QQuickItem* item) {
+      return item->property("firstPlace").isValid() && item->property("mode").toInt() == mode;
+    };
+    EXPECT_EQ(std::ranges::count_if(visibleItems(window.contentItem()), isItsScreen), 1) << name.toStdString();
   }
   // In both directions, and with the arrow keys.
   model.setMode(AppMode::Verify);

@@ -206,19 +206,13 @@ QtObject {
     }
 
     function iconOfMode(mode: int): string {
-        switch (mode) {
-        case AppMode.Files:
-            return "doc.on.doc";
-        case AppMode.Text:
-            return "textformat";
-        case AppMode.Verify:
-            return "checkmark.shield";
-        case AppMode.Manifest:
-            return "checklist";
-        case AppMode.Compare:
-            return "arrow.left.arrow.right";
-        }
-        return "";
+        return {
+            [AppMode.Files]: "doc.on.doc",
+            [AppMode.Text]: "textformat",
+            [AppMode.Verify]: "checkmark.shield",
+            [AppMode.Manifest]: "checklist",
+            [AppMode.Compare]: "arrow.left.arrow.right"
+        }[mode];
     }
 
     // The icon of everything that can come of work, by its case.

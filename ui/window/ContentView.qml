@@ -7,22 +7,6 @@ import TallyFold
 Window {
     id: root
 
-    // A mode's screen, made when it is first shown: much memory is in those that nobody looks at.
-    component ModeScreen: QtObject {
-        required property int mode
-        default property Component view
-        property Item made
-        readonly property bool isShown: root.viewModel.mode === mode
-
-        function make() {
-            if (isShown && !made)
-                made = view.createObject(detail) as Item;
-        }
-
-        onIsShownChanged: make()
-        Component.onCompleted: make()
-    }
-
     required property AppViewModel viewModel
     // Who had the keys last, and whether the focus ring was around it.
     property T.Control lastHolder
@@ -123,46 +107,6 @@ Window {
             focus: true
             T.SplitView.minimumWidth: TallyTheme.leastScreenWidth
             T.SplitView.fillWidth: true
-
-            ModeScreen {
-                mode: AppMode.Files
-
-                FilesView {
-                    viewModel: root.viewModel
-                }
-            }
-
-            ModeScreen {
-                mode: AppMode.Text
-
-                TextView {
-                    viewModel: root.viewModel
-                }
-            }
-
-            ModeScreen {
-                mode: AppMode.Verify
-
-                VerifyView {
-                    viewModel: root.viewModel
-                }
-            }
-
-            ModeScreen {
-                mode: AppMode.Compare
-
-                CompareView {
-                    viewModel: root.viewModel
-                }
-            }
-
-            ModeScreen {
-                mode: AppMode.Manifest
-
-                ManifestView {
-                    viewModel: root.viewModel
-                }
-            }
         }
     }
 
@@ -210,14 +154,32 @@ Window {
     Repeater {
         model: root.viewModel.modes
 
+        // A mode: its key, and its screen, files/FilesView.qml that of "Files". It is made when it is first shown: much memory
+        // is in those that nobody looks at.
         Item {
+            id: entry
+
             required property int index
             required property modeRow modelData
+            readonly property bool isShown: root.viewModel.mode === modelData.mode
+            property Item screen
+
+            function make() {
+                if (!isShown || screen)
+                    return;
+                const view = Qt.createComponent(`../${modelData.label.toLowerCase()}/${modelData.label}View.qml`);
+                screen = view.createObject(detail, {
+                        "viewModel": root.viewModel
+                    }) as Item;
+            }
+
+            onIsShownChanged: make()
+            Component.onCompleted: make()
 
             Shortcut {
-                sequence: "Ctrl+" + (index + 1)
+                sequence: "Ctrl+" + (entry.index + 1)
                 onActivated: {
-                    root.viewModel.mode = modelData.mode;
+                    root.viewModel.mode = entry.modelData.mode;
                     const control = root.activeFocusItem as T.Control;
                     if (control)
                         control.focusReason = Qt.ShortcutFocusReason;
