@@ -8,17 +8,6 @@
 
 namespace tallyfold {
 
-namespace {
-
-QString figureOf(std::int64_t count) { return userLocale().toString(static_cast<qlonglong>(count)); }
-
-// %1 in `many` is the number.
-void addCounted(QStringList& sentences, std::int64_t count, const QString& one, const QString& many) {
-  if (count > 0) sentences.append(count == 1 ? one : many.arg(figureOf(count)));
-}
-
-}  // namespace
-
 QString AuditFlow::figure() const {
   if (stage_ != Stage::ended) return stage_ == Stage::running ? tr("…") : tr("?");
   const QString figure = figureOf(unlisted_.total());

@@ -5,8 +5,10 @@
 
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
+#include "app/shared/RunSizes.h"
 #include "checksums/audit/MissingFiles.h"
 #include "checksums/paths/FolderFiles.h"
+#include "checksums/verification/ManifestVerification.h"
 #include "core/base/Errors.h"
 
 namespace tallyfold {
@@ -75,7 +77,8 @@ void AuditFlow::findMoved() {
   sizesTask_.start(
       BackgroundTask::Priority::utility,
       [search](const MovedSearch::Context& task) {
-        search->askSizes(task, [](AuditFlow& flow, const auto& sizes) { flow.runStatus_.addSizes(sizes); });
+        tellSizes(task, search->unlisted->paths,
+                  [&](const std::string& path) { return shownFileSize(path, search->list->rootIdentity); });
       },
       [](AuditFlow& /*flow*/, const std::exception_ptr& /*failure*/) {});
 }

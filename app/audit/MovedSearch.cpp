@@ -5,7 +5,6 @@
 
 #include "app/tasks/ReadAhead.h"
 #include "checksums/paths/FolderFiles.h"
-#include "checksums/verification/ManifestVerification.h"
 
 namespace tallyfold {
 
@@ -43,18 +42,6 @@ void MovedSearch::work(const Context& context, const ReportTaker& takeReport, co
   const auto moved =
       std::make_shared<const MovedFiles>(MovedFiles::search(*folder, subject, watcher, context.cancellation()));
   context.post([moved, takeMoved](AuditFlow& flow) { takeMoved(flow, moved); });
-}
-
-void MovedSearch::askSizes(const Context& context,
-                           const std::function<void(AuditFlow&, const std::vector<RunMeter::Size>&)>& take) const {
-  constexpr std::size_t atATime = 1'000;
-  std::vector<RunMeter::Size> sizes;
-  for (const std::string& path : unlisted->paths) {
-    if (context.cancellation().stop_requested()) return;
-    sizes.push_back(shownFileSize(path, list->rootIdentity));
-    if (sizes.size() < atATime && &path != &unlisted->paths.back()) continue;
-    context.post([sizes = std::exchange(sizes, {}), take](AuditFlow& flow) { take(flow, sizes); });
-  }
 }
 
 }  // namespace tallyfold

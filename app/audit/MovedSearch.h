@@ -6,7 +6,6 @@
 #include <memory>
 #include <vector>
 
-#include "app/shared/RunMeter.h"
 #include "app/shared/VerifiedList.h"
 #include "app/tasks/BackgroundTask.h"
 #include "checksums/audit/MovedFiles.h"
@@ -36,10 +35,6 @@ struct MovedSearch {
   /// Calls `takeReport` often, and `takeMoved` at the end. Fails with ManifestPathError where the root is another
   /// folder by now, at the start or at the end, or with CancellationError.
   void work(const Context& context, const ReportTaker& takeReport, const MovedTaker& takeMoved) const;
-
-  /// Of the unlisted files, a thousand at a time, in their order.
-  void askSizes(const Context& context,
-                const std::function<void(AuditFlow&, const std::vector<RunMeter::Size>&)>& take) const;
 };
 
 }  // namespace tallyfold

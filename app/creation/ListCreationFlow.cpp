@@ -9,15 +9,11 @@
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
 #include "app/shared/NewList.h"
+#include "app/shared/RunSizes.h"
+#include "checksums/verification/ManifestVerification.h"
 #include "core/base/Errors.h"
 
 namespace tallyfold {
-
-namespace {
-
-QString figure(std::int64_t count) { return userLocale().toString(static_cast<qlonglong>(count)); }
-
-}  // namespace
 
 ListCreationFlow::ListCreationFlow(FlowContext& context) : Flow(context) {
   connect(this, &ListCreationFlow::choiceChanged, this, &ListCreationFlow::statusChanged);
@@ -128,20 +124,18 @@ QString ListCreationFlow::saveRefusal() const {
 
 QStringList ListCreationFlow::remarks() const {
   QStringList remarks;
-  const auto add = [&](std::int64_t count, const QString& one, const QString& many) {
-    if (count > 0) remarks.append(count == 1 ? one : many.arg(figure(count)));
-  };
   const FolderWalk& walk = found_->walk;
   const auto shown = static_cast<std::int64_t>(walk.unreadFolders.size());
-  add(walk.unreadFolderCount, tr("1 folder could not be read."),
+  addCounted(
+      remarks, walk.unreadFolderCount, tr("1 folder could not be read."),
       walk.unreadFolderCount == shown
           ? tr("%1 folders could not be read.")
-          : tr("%1 folders could not be read, the first %2 are shown.").replace(QStringLiteral("%2"), figure(shown)));
-  add(walk.changedFolderCount, tr("1 folder changed while it was looked at."),
-      tr("%1 folders changed while they were looked at."));
-  add(walk.linkCount, tr("1 link was not followed."), tr("%1 links were not followed."));
-  add(walk.otherCount, tr("1 pipe, device or socket was left out."),
-      tr("%1 pipes, devices and sockets were left out."));
+          : tr("%1 folders could not be read, the first %2 are shown.").replace(QStringLiteral("%2"), figureOf(shown)));
+  addCounted(remarks, walk.changedFolderCount, tr("1 folder changed while it was looked at."),
+             tr("%1 folders changed while they were looked at."));
+  addCounted(remarks, walk.linkCount, tr("1 link was not followed."), tr("%1 links were not followed."));
+  addCounted(remarks, walk.otherCount, tr("1 pipe, device or socket was left out."),
+             tr("%1 pipes, devices and sockets were left out."));
   return remarks;
 }
 
@@ -164,11 +158,11 @@ ListCreationVerdict ListCreationFlow::verdict() const {
   const std::int64_t failed = total - static_cast<std::int64_t>(files_->size());
   const bool isWhole = failed == 0 && found_->walk.unreadFolderCount == 0 && found_->walk.changedFolderCount == 0;
   const QString outcome =
-      failed == 0  ? (total == 1 ? tr("1 file, not saved yet") : tr("%1 files, not saved yet").arg(figure(total)))
+      failed == 0  ? (total == 1 ? tr("1 file, not saved yet") : tr("%1 files, not saved yet").arg(figureOf(total)))
       : total == 1 ? tr("The only file could not be read")
                    : (failed == 1 ? tr("1 of %2 files could not be read and is not listed")
-                                  : tr("%1 of %2 files could not be read and are not listed").arg(figure(failed)))
-                         .replace(QStringLiteral("%2"), figure(total));
+                                  : tr("%1 of %2 files could not be read and are not listed").arg(figureOf(failed)))
+                         .replace(QStringLiteral("%2"), figureOf(total));
   QStringList details = remarks();
   return {.tone = isWhole ? Tone::Pending : Tone::Caution, .title = outcome, .details = details.join(u' ')};
 }
@@ -226,8 +220,7 @@ void ListCreationFlow::applyFound(const std::shared_ptr<const ListCreationRun::F
   sizesTask_.start(
       BackgroundTask::Priority::utility,
       [found](const ListCreationRun::Context& task) {
-        ListCreationRun::askSizes(*found, task,
-                                  [](ListCreationFlow& flow, const auto& sizes) { flow.runStatus_.addSizes(sizes); });
+        tellSizes(task, found->paths, [&](const std::string& path) { return shownFileSize(path, found->root); });
       },
       [](ListCreationFlow& /*flow*/, const std::exception_ptr& /*failure*/) {});
   emit statusChanged();

@@ -9,7 +9,6 @@
 
 #include "app/shared/NewList.h"
 #include "app/tasks/ReadAhead.h"
-#include "checksums/verification/ManifestVerification.h"
 #include "core/base/Errors.h"
 #include "core/services/HashService.h"
 
@@ -19,17 +18,6 @@ namespace {
 
 [[noreturn]] void refuse(const char* sentence) {
   throw ListRefusal(QCoreApplication::translate("tallyfold::ListCreationFlow", sentence).toStdString());
-}
-
-/// Of the exception that is being handled: what the verification of a list says of changes is put in other words.
-std::string sentenceOfFailure() {
-  try {
-    throw;
-  } catch (const ManifestPathError&) {
-    return HashServiceError(HashServiceError::Case::fileChangedDuringRead).what();
-  } catch (...) {
-    return errorDescription(std::current_exception());
-  }
 }
 
 /// Fails with ListRefusal where the folder is another than the one that was captured.
@@ -83,7 +71,7 @@ void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, 
     try {
       files->push_back({path, folder->hash(path, algorithms, cancellation, read, counter.get())});
     } catch (const std::exception&) {
-      now.failures.push_back({path, sentenceOfFailure()});
+      now.failures.push_back({path, errorDescription(std::current_exception())});
     }
     now.fraction = 0;
     now.counted = *counter;
@@ -113,18 +101,6 @@ ListCreationRun::Found ListCreationRun::find(const FolderFiles& files, ManifestR
   std::ranges::sort(found.paths);
   list.checkNames(found.paths, cancellation);
   return found;
-}
-
-void ListCreationRun::askSizes(const Found& found, const Context& context,
-                               const std::function<void(ListCreationFlow&, const std::vector<RunMeter::Size>&)>& take) {
-  constexpr std::size_t atATime = 1'000;
-  std::vector<RunMeter::Size> sizes;
-  for (const std::string& path : found.paths) {
-    if (context.cancellation().stop_requested()) return;
-    sizes.push_back(shownFileSize(path, found.root));
-    if (sizes.size() < atATime && &path != &found.paths.back()) continue;
-    context.post([sizes = std::exchange(sizes, {}), take](ListCreationFlow& flow) { take(flow, sizes); });
-  }
 }
 
 }  // namespace tallyfold

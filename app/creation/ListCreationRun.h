@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "app/shared/RunMeter.h"
 #include "app/tasks/BackgroundTask.h"
 #include "checksums/paths/FolderFiles.h"
 #include "checksums/paths/ManifestPaths.h"
@@ -58,10 +57,6 @@ struct ListCreationRun {
   /// Fails with ListRefusal unless `root` is still the folder `expected`, whatever is in it by now.
   static void checkRoot(const std::filesystem::path& root, const ManifestRootIdentity& expected,
                         const std::stop_token& cancellation);
-
-  /// Asks for the sizes of what was found, a thousand at a time, in its order.
-  static void askSizes(const Found& found, const Context& context,
-                       const std::function<void(ListCreationFlow&, const std::vector<RunMeter::Size>&)>& take);
 
  private:
   [[nodiscard]] Found find(const FolderFiles& files, ManifestRootIdentity identity,

@@ -62,15 +62,4 @@ void FileRun::work(const Context& context, const Taker& take) const {
   }
 }
 
-void FileRun::askSizes(const Context& context, const SizesTaker& take) const {
-  constexpr std::size_t atATime = 1'000;
-  std::vector<RunMeter::Size> sizes;
-  for (const Item& item : items) {
-    if (context.cancellation().stop_requested()) return;
-    sizes.push_back(lookAt(*item.url).readableSize);
-    if (sizes.size() < atATime && &item != &items.back()) continue;
-    context.post([sizes = std::exchange(sizes, {}), take](FilesFlow& flow) { take(flow, sizes); });
-  }
-}
-
 }  // namespace tallyfold

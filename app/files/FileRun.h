@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "app/files/FileJob.h"
-#include "app/shared/RunMeter.h"
 #include "app/tasks/BackgroundTask.h"
 #include "core/digests/HashAlgorithm.h"
 #include "core/services/HashService.h"
@@ -37,10 +36,6 @@ struct FileRun : std::enable_shared_from_this<FileRun> {
 
   /// What it reports comes to `take` in the order of the items. The progress of a file replaces its earlier progress.
   void work(const Context& context, const Taker& take) const;
-
-  using SizesTaker = std::function<void(FilesFlow&, const std::vector<RunMeter::Size>&)>;
-  /// Asks the file system for the sizes of the items, in their order, as far as it tells.
-  void askSizes(const Context& context, const SizesTaker& take) const;
 };
 
 }  // namespace tallyfold

@@ -9,7 +9,9 @@
 #include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
+#include "app/shared/RunSizes.h"
 #include "app/tasks/FreeMemory.h"
+#include "core/files/Paths.h"
 
 namespace tallyfold {
 
@@ -131,13 +133,12 @@ void FilesFlow::startProcessing() {
   askSizes(run);
 }
 
-// Beside the run, which does not wait for it: the file system may take its time.
 void FilesFlow::askSizes(const std::shared_ptr<const FileRun>& run) {
   sizesTask_.abandon();
   sizesTask_.start(
       BackgroundTask::Priority::utility,
       [run](const FileRun::Context& task) {
-        run->askSizes(task, [](FilesFlow& flow, const auto& sizes) { flow.runStatus_.addSizes(sizes); });
+        tellSizes(task, run->items, [](const FileRun::Item& item) { return lookAt(*item.url).readableSize; });
       },
       [](FilesFlow& /*flow*/, const std::exception_ptr& /*failure*/) {});
 }

@@ -10,6 +10,7 @@
 #include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
+#include "app/shared/RunSizes.h"
 #include "app/tasks/FreeMemory.h"
 #include "checksums/lists/ChecksumReading.h"
 #include "checksums/verification/ManifestVerification.h"
@@ -242,21 +243,15 @@ void ManifestFlow::applyReport(ManifestRun::Report report) {
                       .file = shownText((*entries_)[report.running].relativePath)});
 }
 
-// Beside the verification, which does not wait for it: the file system may take its time.
 void ManifestFlow::askSizes(const std::shared_ptr<const ManifestRun>& run, const ManifestRun::Prepared& prepared) {
   rootIdentity_ = prepared->rootIdentity;
   runStatus_.start(prepared->groups.size(), run->counter);
   sizesTask_.start(
       BackgroundTask::Priority::utility,
-      [run, prepared](const ManifestRun::Context& task) {
-        constexpr std::size_t atATime = 1'000;
-        std::vector<RunMeter::Size> sizes;
-        for (const ManifestFileGroup& group : prepared->groups) {
-          if (task.cancellation().stop_requested()) return;
-          sizes.push_back(shownFileSize(group.relativePath, prepared->rootIdentity));
-          if (sizes.size() < atATime && &group != &prepared->groups.back()) continue;
-          task.post([sizes = std::exchange(sizes, {})](ManifestFlow& flow) { flow.runStatus_.addSizes(sizes); });
-        }
+      [prepared](const ManifestRun::Context& task) {
+        tellSizes(task, prepared->groups, [&](const ManifestFileGroup& group) {
+          return shownFileSize(group.relativePath, prepared->rootIdentity);
+        });
       },
       [](ManifestFlow& /*flow*/, const std::exception_ptr& /*failure*/) {});
 }

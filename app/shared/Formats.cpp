@@ -11,6 +11,12 @@ QLocale userLocale() {
   return system.language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : system;
 }
 
+QString figureOf(std::int64_t number) { return userLocale().toString(static_cast<qlonglong>(number)); }
+
+void addCounted(QStringList& sentences, std::int64_t count, const QString& one, const QString& many) {
+  if (count > 0) sentences.append(count == 1 ? one : many.arg(figureOf(count)));
+}
+
 QString compactDuration(double seconds) {
   return seconds < 1.0 ? QString::asprintf("%.0f ms", seconds * 1000) : QString::asprintf("%.2f s", seconds);
 }

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include <QLocale>
 #include <QString>
+#include <QStringList>
 
 #include "core/services/FileHashResult.h"
 
@@ -12,6 +14,12 @@ namespace tallyfold {
 
 /// The user's locale; English where the system has only the "C" locale, which knows no grouping.
 QLocale userLocale();
+
+/// "1,204".
+QString figureOf(std::int64_t number);
+
+/// Adds `one`, or `many` with the number for its %1; nothing where there are none.
+void addCounted(QStringList& sentences, std::int64_t count, const QString& one, const QString& many);
 
 /// "18 ms" below one second, "1.00 s" from there on.
 QString compactDuration(double seconds);

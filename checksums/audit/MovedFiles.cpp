@@ -16,17 +16,6 @@ using namespace ChecksumManifestService;
 
 namespace {
 
-/// Of the exception that is being handled: what the verification of a list says of changes is put in other words.
-std::string sentenceOfFailure() {
-  try {
-    throw;
-  } catch (const ManifestPathError&) {
-    return HashServiceError(HashServiceError::Case::fileChangedDuringRead).what();
-  } catch (...) {
-    return errorDescription(std::current_exception());
-  }
-}
-
 /// Whether the name leads to a file by now.
 bool isThere(const std::string& name, const FolderFiles& files, const std::string& root,
              const std::stop_token& cancellation) {
@@ -79,7 +68,7 @@ MovedFiles MovedFiles::search(const FolderFiles& files, const Subject& subject, 
           file, files.hash(paths[file], missing.algorithms(), cancellation, watcher.reads, watcher.counter, &version));
       hashed.add(file, version);
     } catch (const std::exception&) {
-      moved.failures.push_back({file, sentenceOfFailure()});
+      moved.failures.push_back({file, errorDescription(std::current_exception())});
     }
     watcher.ended(file + 1);
   }

@@ -97,10 +97,12 @@ FolderWalk FolderFiles::walk(const std::stop_token& cancellation, const std::fun
 }
 
 DigestMap FolderFiles::hash(const std::string& path, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
-                            const ReadCallback& progress, ReadCounter* counter, FileSnapshot* version) const {
+                            const ReadCallback& progress, ReadCounter* counter, FileSnapshot* version) const try {
   FileBelow file = FileBelow::open(root_, path);
   if (version != nullptr) *version = file.snapshot;
   return file.hash(root_, algorithms, cancellation, progress, counter);
+} catch (const ManifestPathError&) {
+  throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
 }
 
 bool FolderFiles::isFile(const std::string& path) const { return snapshotOf(path).isRegularFile; }

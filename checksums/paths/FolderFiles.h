@@ -54,7 +54,7 @@ class FolderFiles {
   FolderWalk walk(const std::stop_token& cancellation, const std::function<bool(std::string path)>& visit) const;
 
   /// The digests of the file at `path`, a path of a walk, and in `version` the version of it that they are of. Fails
-  /// as `FileBelow::open` and `FileBelow::hash`.
+  /// as `FileBelow::open` and `FileBelow::hash`, but with HashServiceError for every change.
   DigestMap hash(const std::string& path, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
                  const ReadCallback& progress, ReadCounter* counter = nullptr, FileSnapshot* version = nullptr) const;
 
