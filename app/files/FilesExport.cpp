@@ -79,7 +79,6 @@ void FilesFlow::exportList() {
 void FilesFlow::save(const std::filesystem::path& proposal, Saver::Writer write) {
   saver_.ask(proposal, [this, write = std::move(write)]() -> Saver::Writer {
     if (!exportRefusal().isEmpty()) return {};
-    interruption_.clear();
     dismissNotice();
     return write;
   });

@@ -90,7 +90,6 @@ void FilesFlow::startProcessing() {
   jobs_.showFailures();
   discardResults();
   context().setErrorMessage(QString());
-  interruption_.clear();
   stage_ = Stage::running;
   fraction_ = 0;
   setProcessing(true);
@@ -120,10 +119,11 @@ void FilesFlow::startProcessing() {
       },
       [](FilesFlow& flow, const std::exception_ptr& failure) {
         if (failure) flow.context().setErrorMessage(failure);
-        if (flow.processingTask_.hasLeftWorkBehind()) flow.interruption_ = tr("The disk does not answer");
         flow.sizesTask_.abandon();
         flow.runStatus_.end();
         if (flow.stage_ == Stage::running) flow.stage_ = flow.overallProgress_ == 1 ? Stage::ended : Stage::cancelled;
+        const bool isInterrupted = flow.stage_ == Stage::cancelled && flow.processingTask_.hasLeftWorkBehind();
+        if (isInterrupted) flow.stage_ = Stage::interrupted;
         flow.setProcessing(false);
         if (flow.overallProgress_ == 1) {
           const bool isWell = flow.results_.size() == flow.jobs_.jobs().size();
@@ -227,7 +227,6 @@ void FilesFlow::clearFiles() {
   isRunWanted_ = false;
   receivingTask_.abandon();
   cancelProcessing();
-  interruption_.clear();
   if (!jobs_.jobs().empty()) keepCleared();
   forgetRun();
 }
@@ -354,8 +353,12 @@ QString FilesFlow::emptySentence() const {
   return jobs_.search().isEmpty() ? tr("No file is in this state.") : tr("No file that is shown has this in its name.");
 }
 
+QString FilesFlow::interruption() const {
+  return stage_ == Stage::interrupted ? tr("The disk does not answer") : QString();
+}
+
 FilesVerdict FilesFlow::verdict() const {
-  if (!interruption_.isEmpty()) return {.tone = Tone::Bad, .title = interruption_};
+  if (stage_ == Stage::interrupted) return {.tone = Tone::Bad, .title = interruption()};
   if (isProcessing_ || stage_ == Stage::none || stage_ == Stage::running) return {};
   return filesVerdict(jobs_.total(), jobs_.count(FileJobListModel::Done), jobs_.count(FileJobListModel::Failures));
 }

@@ -77,7 +77,7 @@ class FilesFlow : public tallyfold::Flow {
   [[nodiscard]] QString queueRefusal() const;
   [[nodiscard]] QString clearRefusal() const;
   /// Why the last run ended before its work came back, in a few words; empty when it did not.
-  [[nodiscard]] QString interruption() const { return interruption_; }
+  [[nodiscard]] QString interruption() const;
 
   /// Appends a job for every new regular location among `urls`; folders, duplicates and what is not a file are skipped.
   Q_INVOKABLE void addFiles(const QList<QUrl>& urls);
@@ -134,7 +134,7 @@ class FilesFlow : public tallyfold::Flow {
   void noticeChanged();
 
  private:
-  enum class Stage { none, running, ended, cancelled };
+  enum class Stage { none, running, ended, cancelled, interrupted };
 
   /// What was in the list, and how far its run was.
   struct Cleared {
@@ -170,8 +170,7 @@ class FilesFlow : public tallyfold::Flow {
   int runFileCount_ = 0;
   Stage stage_ = Stage::none;
   RunStatus runStatus_;
-  double fraction_ = 0;  // Of the file under way.
-  QString interruption_;
+  double fraction_ = 0;                           // Of the file under way.
   QList<std::pair<QList<QUrl>, bool>> received_;  // What the receiving task has not taken; whether it was dropped.
   bool isRunWanted_ = false;  // By what was dropped, once all of it is in the list: it cannot come later.
   int clearings_ = 0;

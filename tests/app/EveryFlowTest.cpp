@@ -94,6 +94,7 @@ TEST_F(EveryFlow, ThatIsCancelledStartsAnewWhileItsWorkHangs) {
       model_->files()->clearFiles();
       EXPECT_EQ(model_->files()->verdict().title, "") << "of a list that is gone";
       model_->files()->undoClear();
+      EXPECT_EQ(model_->files()->interruption(), "The disk does not answer") << "and of one that is back";
     }
     EXPECT_EQ(model_->errorMessage().left(24), isSaver ? "The disk does not answer" : "");
     EXPECT_EQ(model_->isSaving(), isSaver) << "what was left behind";
