@@ -74,13 +74,14 @@ QString CompareFlow::compareInputRefusal() const { return isBusy() ? tr("A compa
 void CompareFlow::compare() {
   if (isBusy() || !calculation_.isStartable() || !firstURL_ || !secondURL_) return;
   context().setErrorMessage(QString());
-  const auto turn = std::make_shared<FileComparison::Side>(FileComparison::Side::neither);
+  const auto sideAtWork = std::make_shared<FileComparison::Side>(FileComparison::Side::neither);
   calculation_.start(
-      [first = *firstURL_, second = *secondURL_, turn](const std::stop_token& cancellation, const auto& progress) {
-        return HashService::compareFilesKeepingVersions(first, second, cancellation, progress, turn.get());
+      [first = *firstURL_, second = *secondURL_, sideAtWork](const std::stop_token& cancellation,
+                                                             const auto& progress) {
+        return HashService::compareFilesKeepingVersions(first, second, cancellation, progress, sideAtWork.get());
       },
-      [turn](CompareFlow& flow, const std::exception_ptr& failure) {
-        flow.context().setErrorMessage(failure, subjectOf(*turn, *flow.firstURL_, *flow.secondURL_));
+      [sideAtWork](CompareFlow& flow, const std::exception_ptr& failure) {
+        flow.context().setErrorMessage(failure, subjectOf(*sideAtWork, *flow.firstURL_, *flow.secondURL_));
         emit flow.ended(Outcome::SomeFailed);
       });
 }

@@ -170,9 +170,9 @@ void DifferenceSearch::start() {
   if (!difference_) {
     start(
         common,
-        [](const Files& files, const auto& cancellation, const auto& progress, auto* turn) {
+        [](const Files& files, const auto& cancellation, const auto& progress, auto* sideAtWork) {
           return HashService::compareCommonPart(files.a, files.b, files.comparison.versions, cancellation, progress,
-                                                turn);
+                                                sideAtWork);
         },
         [](DifferenceSearch& self, const auto& found) {
           self.setDifference(found);
@@ -181,9 +181,10 @@ void DifferenceSearch::start() {
   } else {
     start(
         common - difference_->offset,
-        [first = difference_->offset](const Files& files, const auto& cancellation, const auto& progress, auto* turn) {
+        [first = difference_->offset](const Files& files, const auto& cancellation, const auto& progress,
+                                      auto* sideAtWork) {
           return HashService::countDifferences(files.a, files.b, files.comparison.versions, first, cancellation,
-                                               progress, turn);
+                                               progress, sideAtWork);
         },
         [](DifferenceSearch& self, const auto& found) { self.all_ = found; });
   }
@@ -199,24 +200,24 @@ void DifferenceSearch::start(std::int64_t size, Work work, Take take) {
   runStatus_.addSizes({size});
   advance(0);
   const qsizetype known = answers().size();
-  const auto turn = std::make_shared<FileComparison::Side>(FileComparison::Side::neither);
+  const auto sideAtWork = std::make_shared<FileComparison::Side>(FileComparison::Side::neither);
   task_.start(
       BackgroundTask::Priority::userInitiated,
-      [files = *files_, work = std::move(work), take = std::move(take), turn, known](const Task::Context& task) {
+      [files = *files_, work = std::move(work), take = std::move(take), sideAtWork, known](const Task::Context& task) {
         const auto progress = [&](double fraction) {
           task.post([fraction](DifferenceSearch& self) { self.advance(fraction); });
         };
-        task.post(
-            [found = work(files, task.cancellation(), progress, turn.get()), take, known](DifferenceSearch& self) {
-              take(self, found);
-              self.outcome_ = self.answers().value(known);
-              emit self.changed();
-              emit self.ended(Outcome::SomeFailed);
-            });
+        task.post([found = work(files, task.cancellation(), progress, sideAtWork.get()), take,
+                   known](DifferenceSearch& self) {
+          take(self, found);
+          self.outcome_ = self.answers().value(known);
+          emit self.changed();
+          emit self.ended(Outcome::SomeFailed);
+        });
       },
-      [turn](DifferenceSearch& self, const std::exception_ptr& failure) {
+      [sideAtWork](DifferenceSearch& self, const std::exception_ptr& failure) {
         if (failure) {
-          self.tellFailure(failure, *turn);
+          self.tellFailure(failure, *sideAtWork);
           emit self.ended(Outcome::SomeFailed);
         }
         self.setWorking(false);
@@ -239,9 +240,9 @@ void DifferenceSearch::advance(double progress) {
   runStatus_.advance({.fraction = progress, .file = displayText(files_->a.filename())});
 }
 
-void DifferenceSearch::tellFailure(const std::exception_ptr& failure, FileComparison::Side turn) {
+void DifferenceSearch::tellFailure(const std::exception_ptr& failure, FileComparison::Side sideAtWork) {
   outcome_ = QString();
-  const QString subject = subjectOf(turn, files_->a, files_->b);
+  const QString subject = subjectOf(sideAtWork, files_->a, files_->b);
   try {
     std::rethrow_exception(failure);
   } catch (const HashServiceError& error) {

@@ -95,14 +95,14 @@ class DifferenceSearch : public QObject {
 
   [[nodiscard]] bool isOfCommonPart() const;
   [[nodiscard]] QString countedAnswer() const;
-  /// `work(files, cancellation, progress, turn)` returns what `take(*this, found)` keeps. It reads so many bytes of
-  /// each file.
+  /// `work(files, cancellation, progress, sideAtWork)` returns what `take(*this, found)` keeps. It reads so many bytes
+  /// of each file.
   template <typename Work, typename Take>
   void start(std::int64_t size, Work work, Take take);
   void setWorking(bool isWorking);
   /// Of the bytes to be read of each file, 0 to 1.
   void advance(double progress);
-  void tellFailure(const std::exception_ptr& failure, FileComparison::Side turn);
+  void tellFailure(const std::exception_ptr& failure, FileComparison::Side sideAtWork);
   void setDifference(const std::optional<FileComparison::FirstDifference>& difference);
 
   struct Files {

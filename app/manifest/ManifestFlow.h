@@ -134,8 +134,8 @@ class ManifestFlow : public tallyfold::Flow {
   /// Reads the first of `urls` as the checksum list. Ignored while one is read, and during a verification.
   Q_INVOKABLE void setManifestFile(const QList<QUrl>& urls);
   Q_INVOKABLE void chooseManifestFile();
-  /// Reads the list at `list`; what it leaves open is `algorithm`, when there is one. Ignored as above.
-  /// `isJustSaved`: it was made here, and where it is saved is told once it is read.
+  /// Reads the list at `list`; what it leaves open is `algorithm`, when there is one. Ignored while a list is
+  /// read, and during a verification. `isJustSaved`: it was made here, and where it is saved is told once it is read.
   void openManifest(const std::filesystem::path& list, std::optional<HashAlgorithm> algorithm,
                     bool isJustSaved = false);
   /// Reads the list again, now that the user has said which algorithm it is of: the display name of one of those that

@@ -78,7 +78,7 @@ class VerifyFlow : public tallyfold::Flow {
   /// Of what was dropped together, a file and its checksum list: takes the file's line of the list as if it was pasted.
   Q_INVOKABLE void dropVerify(const QList<QUrl>& urls);
   /// What was dropped on the field for the checksum: a list by itself is looked into for the file's line, as soon as
-  /// there is a file; anything else is taken as above.
+  /// there is a file; anything else is taken as by `dropVerify`.
   Q_INVOKABLE void dropOnField(const QList<QUrl>& urls);
   Q_INVOKABLE void useProposedList();
   /// Chooses one of the candidates; verifies where that was all that was missing.

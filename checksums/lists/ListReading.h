@@ -70,7 +70,7 @@ std::string_view otherAlgorithmIn(std::string_view text);
 /// Whether the name of a list speaks of this algorithm: "SHA256SUMS", "x.md5", "checksums_sha-256.txt".
 bool isNamedIn(const std::filesystem::path& list, HashAlgorithm algorithm);
 
-/// Whether digests of such an algorithm, by its name as above, can have so many digits.
+/// Whether digests of an algorithm that `otherAlgorithmIn` names so can have so many digits.
 bool hasDigestsOfLength(std::string_view otherAlgorithm, std::size_t digits);
 
 /// The algorithm that is likely meant where the name of a list announces none: "256" in it speaks for SHA-256, "b3" or

@@ -23,34 +23,34 @@ namespace {
 constexpr std::int64_t pieceSize = 131'072;
 static_assert(chunkSize % pieceSize == 0 && pieceSize % FirstDifference::rowSize == 0);
 
-/// Says before what can fail whose turn it is.
+/// Says before what can fail which side is at work.
 struct OpenFile {
   OpenFile(Side file, Side& now, const std::filesystem::path& location, const std::stop_token& cancellation)
-      : side(file), turn(now), url(location), handle(open(cancellation)) {}
+      : side(file), sideAtWork(now), url(location), handle(open(cancellation)) {}
 
   void validate() const {
-    turn = side;
+    sideAtWork = side;
     validateUnchanged(handle, url, initial);
   }
 
   void expect(const FileSnapshot& version) const {
-    turn = side;
+    sideAtWork = side;
     if (initial != version) throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
   }
 
   void refuseContentWithoutSize() {
-    turn = side;
+    sideAtWork = side;
     if (hasContentWithoutSize(handle, initial)) throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
   }
 
   void seek(std::int64_t offset) {
-    turn = side;
+    sideAtWork = side;
     handle.seek(offset);
   }
 
   /// Fills `bytes`, which the file is known to have.
   void read(std::span<std::byte> bytes, const std::stop_token& cancellation) {
-    turn = side;
+    sideAtWork = side;
     checkCancellation(cancellation);
     if (readExactChunk(handle, bytes, cancellation) != bytes.size()) {
       throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
@@ -59,19 +59,19 @@ struct OpenFile {
 
   /// Fails unless what `url` leads to is what was opened.
   void validatePlace() const {
-    turn = side;
+    sideAtWork = side;
     validatePath(url, initial);
   }
 
   const Side side;
-  Side& turn;
+  Side& sideAtWork;
   const std::filesystem::path& url;
   FileSnapshot initial;
   FileHandle handle;
 
  private:
   FileHandle open(const std::stop_token& cancellation) {
-    turn = side;
+    sideAtWork = side;
     auto [opened, version] = openRegularFileForReading(url, cancellation);
     initial = version;
     return std::move(opened);
@@ -79,18 +79,18 @@ struct OpenFile {
 };
 
 struct OpenFiles {
-  /// `turn` may be null.
-  OpenFiles(const std::filesystem::path& locationOfA, const std::filesystem::path& locationOfB, Side* turn,
+  /// `sideAtWork` may be null.
+  OpenFiles(const std::filesystem::path& locationOfA, const std::filesystem::path& locationOfB, Side* sideAtWork,
             const std::stop_token& cancellation)
-      : a(Side::a, turn == nullptr ? unasked : *turn, locationOfA, cancellation),
-        b(Side::b, a.turn, locationOfB, cancellation) {
+      : a(Side::a, sideAtWork == nullptr ? unasked : *sideAtWork, locationOfA, cancellation),
+        b(Side::b, a.sideAtWork, locationOfB, cancellation) {
     a.validatePlace();
     b.validatePlace();
   }
 
   OpenFiles(const std::filesystem::path& locationOfA, const std::filesystem::path& locationOfB,
-            const Versions& versions, Side* turn, const std::stop_token& cancellation)
-      : OpenFiles(locationOfA, locationOfB, turn, cancellation) {
+            const Versions& versions, Side* sideAtWork, const std::stop_token& cancellation)
+      : OpenFiles(locationOfA, locationOfB, sideAtWork, cancellation) {
     a.expect(versions.a);
     b.expect(versions.b);
     refuseContentWithoutSize();
@@ -181,9 +181,9 @@ std::optional<FirstDifference> findDifference(OpenFiles& files, const std::stop_
 
 FileComparisonWithVersions compareFilesKeepingVersions(const std::filesystem::path& a, const std::filesystem::path& b,
                                                        const std::stop_token& cancellation,
-                                                       const ProgressCallback& progress, Side* turn) {
+                                                       const ProgressCallback& progress, Side* sideAtWork) {
   checkCancellation(cancellation);
-  OpenFiles files(a, b, turn, cancellation);
+  OpenFiles files(a, b, sideAtWork, cancellation);
   FileComparisonWithVersions comparison{.result = FileComparison::Identical(), .versions = files.versions()};
   const auto& [first, second] = comparison.versions;
   if (!first.isSameIdentity(second)) {
@@ -207,9 +207,9 @@ FileComparisonResult compareFiles(const std::filesystem::path& a, const std::fil
 
 std::optional<FirstDifference> compareCommonPart(const std::filesystem::path& a, const std::filesystem::path& b,
                                                  const Versions& versions, const std::stop_token& cancellation,
-                                                 const ProgressCallback& progress, Side* turn) {
+                                                 const ProgressCallback& progress, Side* sideAtWork) {
   checkCancellation(cancellation);
-  OpenFiles files(a, b, versions, turn, cancellation);
+  OpenFiles files(a, b, versions, sideAtWork, cancellation);
   auto difference = findDifference(files, cancellation, progress);
   files.validate();
   if (!difference) progress(1.0);
@@ -218,9 +218,9 @@ std::optional<FirstDifference> compareCommonPart(const std::filesystem::path& a,
 
 Differences countDifferences(const std::filesystem::path& a, const std::filesystem::path& b, const Versions& versions,
                              std::int64_t first, const std::stop_token& cancellation, const ProgressCallback& progress,
-                             Side* turn) {
+                             Side* sideAtWork) {
   checkCancellation(cancellation);
-  OpenFiles files(a, b, versions, turn, cancellation);
+  OpenFiles files(a, b, versions, sideAtWork, cancellation);
   constexpr std::int64_t page = 4096;
   const std::int64_t start = first - first % page;
   files.a.seek(start);

@@ -96,28 +96,28 @@ namespace HashService {
 FileComparisonResult compareFiles(const std::filesystem::path& a, const std::filesystem::path& b,
                                   const std::stop_token& cancellation, const ProgressCallback& progress);
 
-/// What `compareFiles` finds, and what is needed to go on from there. Fails as it does; `turn`, unless null, then says
-/// whose turn it was.
+/// What `compareFiles` finds, and what is needed to go on from there. Fails as it does; `sideAtWork`, unless null, then
+/// says at which of the files.
 FileComparisonWithVersions compareFilesKeepingVersions(const std::filesystem::path& a, const std::filesystem::path& b,
                                                        const std::stop_token& cancellation,
                                                        const ProgressCallback& progress,
-                                                       FileComparison::Side* turn = nullptr);
+                                                       FileComparison::Side* sideAtWork = nullptr);
 
 // What goes on where a comparison has ended fails as it does, and with `fileChangedDuringRead` when a file is not the
 // version any more that was compared, or when one that has no size has content. `progress` is that of `compareFiles`,
-// `turn` that of `compareFilesKeepingVersions`.
+// `sideAtWork` that of `compareFilesKeepingVersions`.
 
 /// Where the bytes differ first that files of different sizes have both; none when one is the beginning of the other.
 std::optional<FileComparison::FirstDifference> compareCommonPart(
     const std::filesystem::path& a, const std::filesystem::path& b, const FileComparison::Versions& versions,
-    const std::stop_token& cancellation, const ProgressCallback& progress, FileComparison::Side* turn = nullptr);
+    const std::stop_token& cancellation, const ProgressCallback& progress, FileComparison::Side* sideAtWork = nullptr);
 
 /// All differences from the first one on, which is at `first`, to the end of the shorter file. `progress` is 1 at the
 /// end, and a fraction of these bytes before.
 FileComparison::Differences countDifferences(const std::filesystem::path& a, const std::filesystem::path& b,
                                              const FileComparison::Versions& versions, std::int64_t first,
                                              const std::stop_token& cancellation, const ProgressCallback& progress,
-                                             FileComparison::Side* turn = nullptr);
+                                             FileComparison::Side* sideAtWork = nullptr);
 
 }  // namespace HashService
 
