@@ -137,17 +137,17 @@ ManifestVerdict ManifestFlow::manifestVerdict() const {
        .missingQuoted = static_cast<qint64>(causes_.missingQuoted),
        .absolutePaths = static_cast<qint64>(causes_.absolutePath),
        .rootChanged = static_cast<qint64>(causes_.rootChanged)});
-  for (const QString& sentence : {alsoDropped_.isEmpty() ? QString() : unreadSentence(), folderSentence_}) {
+  for (const QString& sentence : {unreadSentence(), folderSentence_}) {
     if (!sentence.isEmpty()) verdict.details = (verdict.details + u' ' + sentence).trimmed();
   }
   return verdict;
 }
 
 QString ManifestFlow::unreadSentence() const {
-  const QString name = shortened(alsoDropped_.constFirst());
-  if (alsoDropped_.size() == 1) return tr("%1 was dropped too and is not read.").arg(name);
-  const QString others = userLocale().toString(alsoDropped_.size() - 1);
-  return tr("%1 and %2 more were dropped too and are not read.").arg(name, others);
+  if (alsoDroppedCount_ == 0) return {};
+  const QString name = shortened(alsoDropped_);
+  if (alsoDroppedCount_ == 1) return tr("%1 was dropped too and is not read.").arg(name);
+  return tr("%1 and %2 more were dropped too and are not read.").arg(name, figureOf(alsoDroppedCount_ - 1));
 }
 
 VerifiedList ManifestFlow::verifiedList() const {

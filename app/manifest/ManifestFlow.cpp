@@ -88,10 +88,11 @@ void ManifestFlow::setManifestFile(const QList<QUrl>& urls) {
   const auto location = urls.isEmpty() ? std::nullopt : fileLocation(urls.constFirst());
   if (isLoading_ || isVerifying_ || loadTask_.isRunning() || !location) return;
   openManifest(*location, {});
-  for (const QUrl& other : urls.sliced(1)) {
-    if (const auto path = fileLocation(other)) alsoDropped_.append(displayText(path->filename()));
-  }
-  if (!alsoDropped_.isEmpty()) emit manifestStatusChanged();
+  const auto other = urls.size() == 1 ? std::nullopt : fileLocation(urls[1]);
+  if (!other) return;
+  alsoDropped_ = displayText(other->filename());
+  alsoDroppedCount_ = urls.size() - 1;
+  emit manifestStatusChanged();
 }
 
 void ManifestFlow::openManifest(const std::filesystem::path& list, std::optional<HashAlgorithm> algorithm,
@@ -163,12 +164,11 @@ void ManifestFlow::publishManifest(PreparedManifestLoad load) {
 
 void ManifestFlow::dropManifest(const QList<QUrl>& urls) {
   if (isLoading_ || isVerifying_) return;
-  const auto isFolder = [](const QUrl& url) { return isDirectoryPath(url); };
   QList<QUrl> files;
-  std::ranges::copy_if(urls, std::back_inserter(files), [&](const QUrl& url) { return !isFolder(url); });
-  const auto folder = std::ranges::find_if(urls, isFolder);
+  QList<QUrl> folders;
+  for (const QUrl& url : urls) (isDirectoryPath(url) ? folders : files).append(url);
   setManifestFile(files);
-  if (folder != urls.end()) setManifestRoot({*folder});
+  if (!folders.isEmpty()) setManifestRoot(folders);
 }
 
 void ManifestFlow::verifyManifestOrChoose() {
@@ -298,7 +298,7 @@ void ManifestFlow::forgetChoice() {
   choice_ = {};
   candidates_ = {};
   seenRoot_.reset();
-  alsoDropped_.clear();
+  alsoDroppedCount_ = 0;
 }
 
 // The list is gone; what it was read from and the root stay.

@@ -142,6 +142,22 @@ TEST_F(ManyRowsTest, FilesComeAndGo) {
   });
 }
 
+TEST_F(ManyRowsTest, FilesAreDroppedWithAList) {
+  const std::string list = "900150983cd24fb0d6963f7d28e17f72  abc";
+  QByteArray lines = fileUrl(folder.file("list.md5", list)).toEncoded() + "\r\n";
+  for (int i = 1; i < limit; ++i) lines += "file:///nowhere/a%20folder/" + QByteArray::number(i) + "\r\n";
+  const LocationsAsBytes data(lines);
+  enter(AppMode::Manifest);
+  tryTurns([&] {
+    const auto isTaken = [&] { return entries.total() == 1 && !manifest.isLoadingManifest(); };
+    expectShortTurns("drop with a list", isTaken, [&] { drop(data); });
+    const QString others = QLocale(QLocale::English).toString(limit - 2);
+    const QString details = manifest.manifestVerdict().details;
+    EXPECT_TRUE(details.endsWith("1 and " + others + " more were dropped too and are not read."));
+    manifest.clearManifest();
+  });
+}
+
 TEST_F(ManyRowsTest, EntriesOfTwoFilesTakeTurns) {
   tryTurns([&] {
     // The second is read for so long that the rows of the first go before.
