@@ -1,12 +1,16 @@
 // What other programs have this one open, through the desktop's own commands.
 
 #include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <future>
 
 #include <QFileDialog>
 #include <QRegularExpression>
 
 #include "checksums/lines/ChecksumLines.h"
 #include "tests/support/Process.h"
+#include "tests/support/WatchedSystemCalls.h"
 #include "tests/ui/WindowFixture.h"
 #include "ui/desktop/ApplicationOnBus.h"
 
@@ -136,6 +140,36 @@ TEST_F(OpenWithTest, NothingBelowAPanelActsBeforeItIsAnswered) {
   driver.press({"Return"});
   waitForNo("alertOk");
   EXPECT_EQ(std::ranges::count_if(QGuiApplication::topLevelWindows(), &QWindow::isVisible), 1);
+}
+
+TEST_F(OpenWithTest, WaitsForAReportAndForWhatIsSaidOfIt) {
+  add({"a"}, "abc");
+  calculate();
+  std::promise<void> disk;
+  std::atomic<bool> isAsked = false;
+  WatchedSystemCalls calls;
+  calls.before = [&isAsked, answer = disk.get_future().share()](std::string_view call, std::size_t) {
+    if (call != "fsync") return 0;
+    isAsked = true;
+    answer.wait();
+    return EIO;
+  };
+  model.files()->exportResults(FilesFlow::Text);
+  driver.answerPanel("savePanel", folder.path() / "report.txt");
+  waitFor("the saving", [&] { return isAsked.load(); });
+  open(location(folder.file("z.md5", "")));
+  model.text()->setTextInput(QStringLiteral("x"));
+  waitFor("what comes later", [&] { return !model.text()->textHashes().algorithms().empty(); });
+  EXPECT_EQ(model.mode(), AppMode::Files);
+  EXPECT_TRUE(model.files()->isExporting());
+  disk.set_value();
+  waitFor("the failure", [&] { return !model.files()->isExporting(); });
+  driver.usableItem("alertOk");
+  EXPECT_EQ(model.errorMessage(), "Input/output error");
+  EXPECT_EQ(model.mode(), AppMode::Files);
+  driver.press({"Return"});
+  waitFor("the list", [&] { return model.mode() == AppMode::Manifest && model.manifest()->manifestURL().has_value(); });
+  EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
 }
 
 // What the desktop takes for a list, the program does.

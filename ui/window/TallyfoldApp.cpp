@@ -17,7 +17,6 @@
 #include <QSessionManager>
 #include <QSettings>
 #include <QStyleFactory>
-#include <QTimer>
 
 #include "app/tasks/BackgroundTask.h"
 #include "ui/TallyTheme/IconProvider.h"
@@ -107,6 +106,11 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(prepared(argc)
   QObject::connect(&onBus_, &ApplicationOnBus::filesOpened, window_,
                    [this](const QList<QUrl>& files) { openFiles(files); });
   QObject::connect(&onBus_, &ApplicationOnBus::openingRefused, &viewModel_, &AppViewModel::setErrorMessage);
+  const auto goOn = [this] { openWaiting(); };
+  QObject::connect(&viewModel_, &AppViewModel::errorMessageChanged, window_, goOn, Qt::QueuedConnection);
+  QObject::connect(viewModel_.files(), &FilesFlow::isExportingChanged, window_, goOn, Qt::QueuedConnection);
+  QObject::connect(viewModel_.manifest()->manifestExport(), &Saver::isSavingChanged, window_, goOn,
+                   Qt::QueuedConnection);
   onBus_.join();
 }
 
@@ -124,17 +128,23 @@ void TallyfoldApp::comeToFront(const QString& token) {
   qunsetenv("XDG_ACTIVATION_TOKEN");
 }
 
-// Not below a panel, which is answered first: what it is asked for is about what is there now.
 void TallyfoldApp::openFiles(const QList<QUrl>& files) {
-  if (QWindow* const panel = guard_->panel()) {
-    QObject::connect(
-        panel, &QObject::destroyed, window_, [this, files] { openFiles(files); }, Qt::QueuedConnection);
-  } else if (!viewModel_.errorMessage().isEmpty() || viewModel_.files()->isExporting() ||
-             viewModel_.manifest()->manifestExport()->isSaving()) {
-    // What is said of it, or will be, is not to go with what it is about.
-    QTimer::singleShot(100ms, window_, [this, files] { openFiles(files); });
-  } else {
-    viewModel_.openFiles(files);
+  waiting_.append(files);
+  openWaiting();
+}
+
+// Not below a panel, which is answered first: what it is asked for is about what is there now. And what is said of a
+// report, or will be, is not to go with what it is about.
+void TallyfoldApp::openWaiting() {
+  while (!waiting_.isEmpty()) {
+    if (QWindow* const panel = guard_->panel()) {
+      QObject::connect(
+          panel, &QObject::destroyed, window_, [this] { openWaiting(); }, Qt::QueuedConnection);
+      return;
+    }
+    const bool isSaving = viewModel_.files()->isExporting() || viewModel_.manifest()->manifestExport()->isSaving();
+    if (isSaving || !viewModel_.errorMessage().isEmpty()) return;
+    viewModel_.openFiles(waiting_.takeFirst());
   }
 }
 

@@ -4,8 +4,10 @@
 #include <optional>
 
 #include <QApplication>
+#include <QList>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
+#include <QUrl>
 
 #include "app/AppViewModel.h"
 #include "ui/desktop/ApplicationOnBus.h"
@@ -34,6 +36,7 @@ class TallyfoldApp {
  private:
   void comeToFront(const QString& token);
   void openFiles(const QList<QUrl>& files);
+  void openWaiting();
 
   QApplication application_;
   DesktopServices desktop_;
@@ -42,6 +45,7 @@ class TallyfoldApp {
   QQuickWindow* window_ = nullptr;    // The engine's.
   std::optional<WindowGuard> guard_;  // From the window on.
   ApplicationOnBus onBus_;
+  QList<QList<QUrl>> waiting_;  // What is opened once the user is done with what comes before.
 };
 
 }  // namespace tallyfold
