@@ -42,6 +42,14 @@ void RunStatus::advance(const Place& place) {
   if (file_.isEmpty()) tell();
 }
 
+QStringList RunStatus::figuresBehind(const QString& count) const {
+  QStringList ways = QStringList{figures_} + shorterFigures_;
+  const QString shortest = ways.constLast();
+  if (count.isEmpty()) return ways;
+  for (QString& way : ways) way = together({count, way});
+  return ways << shortest;
+}
+
 void RunStatus::look() {
   const std::int64_t bytesRead = *counter_;
   const std::int64_t ofRunning = bytesRead - place_.counted;

@@ -50,6 +50,9 @@ class RunStatus : public QObject {
   [[nodiscard]] QString file() const { return file_; }
   [[nodiscard]] QString figures() const { return figures_; }
   [[nodiscard]] QStringList shorterFigures() const { return shorterFigures_; }
+  /// Ways to tell how far the run is, each shorter than the one before: `figures` and `shorterFigures` behind `count`,
+  /// "1 of 3 files", which may be empty; and the shortest of them alone.
+  Q_INVOKABLE [[nodiscard]] QStringList figuresBehind(const QString& count) const;
   [[nodiscard]] double reach() const { return reach_; }
   [[nodiscard]] double fraction() const { return fraction_; }
   [[nodiscard]] const RunMeter& meter() const { return meter_; }

@@ -220,6 +220,13 @@ TEST(RunStatusTest, TellsThatTheNextFileBeginsAndNoFigureTwice) {
   EXPECT_EQ(status.fraction(), 0);
   EXPECT_EQ(fractions.count(), 1) << "though as much of the run is over as before";
   EXPECT_EQ(status.shorterFigures().size(), 1) << "beside " << status.figures().toStdString();
+  status.addSizes({1'000, 1'000});
+  status.advance({.filesDone = 1, .file = "b"});
+  EXPECT_THAT(status.figuresBehind("1 of 2 files"),
+              ElementsAre("1 of 2 files · 0% of 1 KB", "1 of 2 files · 0%", "0%"));
+  EXPECT_THAT(status.figuresBehind(""), ElementsAre("0% of 1 KB", "0%"));
+  status.end();
+  EXPECT_THAT(status.figuresBehind("2 of 2 files"), ElementsAre("2 of 2 files", ""));
 }
 
 TEST(NameSearchTest, FindsATextInWhateverWayItIsWritten) {

@@ -9,15 +9,12 @@ TFStaticText {
     // "1 of 3 files": what the bar beside it shows, where there is one.
     property string figure
 
-    // The bar beside it shows the figure; without that, a share of the bytes would read as what the bar is to show.
-    function wordsFor(room: real): string {
-        const ways = [status.figures, ...status.shorterFigures];
-        const last = ways[ways.length - 1];
-        const counted = figure === "" ? ways : ways.map(words => [figure, words].filter(part => part !== "").join(" · "));
-        return counted.find(words => metrics.advanceWidth(words) <= room) ?? last;
+    text: {
+        if (status.file === "")
+            return figure;
+        const ways = status.figuresBehind(figure);
+        return ways.find(words => metrics.advanceWidth(words) <= width) ?? ways[ways.length - 1];
     }
-
-    text: status.file !== "" ? wordsFor(width) : figure
     color: TallyTheme.secondary
     elide: Text.ElideRight
     font.pixelSize: TallyTheme.captionSize
