@@ -2,7 +2,6 @@
 
 #include <QDBusConnection>
 #include <QGuiApplication>
-#include <QStyleHints>
 
 #include "tests/ui/WindowFixture.h"
 #include "ui/desktop/ApplicationOnBus.h"
@@ -103,9 +102,7 @@ TEST_F(FilesMouseTest, ChipsChangeTheSelectionAndSayWhetherTheyAreSelected) {
 
 TEST_F(FilesMouseTest, EveryStateIsToldByWordsAndColour) {
   // A test clicks twice in less time than a person who means two clicks.
-  QStyleHints& hints = *QGuiApplication::styleHints();
-  const int usual = hints.mouseDoubleClickInterval();
-  hints.setMouseDoubleClickInterval(1);
+  const DoubleClickInterval doubleClick(1);
   add({folder.file("done", std::string(4'200'000, 'x')), folder.path() / "vanished", endlessFile(),
        folder.file("waiting", "")});
   driver.click("calculate");
@@ -169,7 +166,6 @@ TEST_F(FilesMouseTest, EveryStateIsToldByWordsAndColour) {
   driver.click("clear");
   waitFor("an empty list", [&] { return model.files()->jobs()->count() == 0 && !model.files()->isProcessing(); });
   EXPECT_NE(driver.findItem("emptyList"), nullptr);
-  hints.setMouseDoubleClickInterval(usual);
 }
 
 TEST_F(FilesMouseTest, SelectedDigitsAreCopiedWithoutTheGapsThatTheEyeSees) {

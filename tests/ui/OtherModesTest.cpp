@@ -2,7 +2,6 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QStyleHints>
 
 #include "tests/support/TurnWatcher.h"
 #include "tests/ui/SilentClipboardOwner.h"
@@ -202,9 +201,7 @@ TEST_F(OtherModes, DifferencesAreLookedIntoWithTheKeyboard) {
   driver.item("compare")->property("place").value<QQuickItem*>()->forceActiveFocus();
   driver.press({"Tab"});
   waitFor("what can be asked", [&] { return focusedName() == "Count All Differences"; });
-  QStyleHints& hints = *QGuiApplication::styleHints();
-  const int usual = hints.mouseDoubleClickInterval();
-  hints.setMouseDoubleClickInterval(60'000);
+  DoubleClickInterval doubleClick(60'000);
   driver.press({"Return"});
   waitFor("the count", isBusy);
   EXPECT_EQ(focusedName(), "Cancel");
@@ -216,7 +213,7 @@ TEST_F(OtherModes, DifferencesAreLookedIntoWithTheKeyboard) {
   EXPECT_TRUE(isBusy()) << "The second press of the button is not for what it has become";
   driver.press({"Shift_L", "Tab"});
   waitFor("the button", [&] { return focusedName() == "Cancel"; });
-  hints.setMouseDoubleClickInterval(0);
+  doubleClick.set(0);
   driver.press({"Escape"});
   waitFor("its end", [&] { return !isBusy(); });
   EXPECT_EQ(focusedName(), "Count All Differences");
@@ -246,7 +243,6 @@ TEST_F(OtherModes, DifferencesAreLookedIntoWithTheKeyboard) {
     const QQuickItem* bytes = driver.findItem("differenceRows");
     return bytes != nullptr && bytes->mapToScene({0, bytes->height()}).y() <= window.height();
   });
-  hints.setMouseDoubleClickInterval(usual);
 }
 
 }  // namespace

@@ -10,9 +10,11 @@
 #include <vector>
 
 #include <QAccessible>
+#include <QGuiApplication>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QSignalSpy>
+#include <QStyleHints>
 
 #include "app/AppViewModel.h"
 #include "app/shared/FileLocation.h"
@@ -85,6 +87,21 @@ class WindowFixture : public testing::Test {
 
  private:
   void keepScreenshot();
+};
+
+/// The length of a double click, in milliseconds, for as long as it lives.
+class DoubleClickInterval {
+ public:
+  explicit DoubleClickInterval(int interval) { set(interval); }
+  ~DoubleClickInterval() { set(usual_); }
+  DoubleClickInterval(const DoubleClickInterval&) = delete;
+  DoubleClickInterval& operator=(const DoubleClickInterval&) = delete;
+
+  void set(int interval) { hints_.setMouseDoubleClickInterval(interval); }
+
+ private:
+  QStyleHints& hints_ = *QGuiApplication::styleHints();
+  const int usual_ = hints_.mouseDoubleClickInterval();
 };
 
 /// Every item of the tree below `root`, itself included, that is visible.
