@@ -219,6 +219,11 @@ void FilesFlow::removeMarked() {
   emit resultsChanged();
 }
 
+void FilesFlow::removeSelected(const Uuid& id) {
+  if (jobs_.markedCount() == 0) return removeJob(id);
+  removeMarked();
+}
+
 void FilesFlow::clearFiles() {
   if (isExporting()) return;
   ++clearings_;
@@ -297,7 +302,8 @@ void FilesFlow::copyAllHashes(const Uuid& id) {
   context().copy(text);
 }
 
-void FilesFlow::copyMarked() {
+void FilesFlow::copySelected(const Uuid& id) {
+  if (jobs_.markedCount() == 0) return copyAllHashes(id);
   if (jobs_.markedCount() == 1) return copyAllHashes(jobs_.jobs()[jobs_.markedJobs().front()].id);
   FileHashResults marked = jobs_.markedResults();
   if (marked.empty()) return;

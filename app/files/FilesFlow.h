@@ -90,6 +90,8 @@ class FilesFlow : public tallyfold::Flow {
   Q_INVOKABLE void cancelProcessing();
   Q_INVOKABLE void removeJob(const tallyfold::Uuid& id);
   Q_INVOKABLE void removeMarked();
+  /// The marked files, or else this one.
+  Q_INVOKABLE void removeSelected(const tallyfold::Uuid& id);
   /// Keeps what was in the list until the next change of it.
   Q_INVOKABLE void clearFiles();
   /// Puts back what `clearFiles` took, with its results; nothing where that is not kept any more.
@@ -102,8 +104,9 @@ class FilesFlow : public tallyfold::Flow {
 
   /// One file's digests on the clipboard: "SHA-256: 9f86..." and so on, a line each.
   Q_INVOKABLE void copyAllHashes(const tallyfold::Uuid& id);
-  /// The marked files' lines of the text report on the clipboard; of a single one, as `copyAllHashes`.
-  Q_INVOKABLE void copyMarked();
+  /// The marked files' lines of the text report on the clipboard; of a single one, or where none is marked of this one,
+  /// as `copyAllHashes`.
+  Q_INVOKABLE void copySelected(const tallyfold::Uuid& id);
   Q_INVOKABLE void copyHash(const tallyfold::Uuid& id, const QString& algorithm);
   Q_INVOKABLE void copyPath(const tallyfold::Uuid& id);
   Q_INVOKABLE void reveal(const tallyfold::Uuid& id);

@@ -99,17 +99,11 @@ TFScreen {
             readonly property bool isSelectedFinished: markedCount > 0 ? root.jobs.hasMarkedResults : selectedRow !== null && selectedRow.digests.length > 0
 
             function copySelected() {
-                if (markedCount > 0)
-                    root.viewModel.files.copyMarked();
-                else
-                    root.viewModel.files.copyAllHashes(selectedId());
+                root.viewModel.files.copySelected(selectedId());
             }
 
             function removeSelected() {
-                if (markedCount > 0)
-                    root.viewModel.files.removeMarked();
-                else
-                    root.viewModel.files.removeJob(selectedId());
+                root.viewModel.files.removeSelected(selectedId());
             }
 
             function selectedId() {
