@@ -51,6 +51,8 @@ VerifyFlow::VerifyFlow(FlowContext& context)
   connect(this, &VerifyFlow::expectedHashChanged, this, &VerifyFlow::recognisedAlgorithmChanged);
   connect(this, &VerifyFlow::verifyAlgorithmChanged, this, &VerifyFlow::recognisedAlgorithmChanged);
   connect(this, &VerifyFlow::expectedHashChanged, this, &VerifyFlow::proposedListChanged);
+  connect(this, &VerifyFlow::expectedHashChanged, this, &VerifyFlow::verifyRefusalChanged);
+  connect(this, &VerifyFlow::verifyURLChanged, this, &VerifyFlow::verifyRefusalChanged);
 }
 
 QString VerifyFlow::expectedHashHint() {
@@ -277,10 +279,17 @@ void VerifyFlow::readAs(const QString& algorithm) {
   if (wasAsked) verify();
 }
 
-QString VerifyFlow::verifyRefusal() const { return url_ ? QString() : tr("Choose a file first."); }
+QString VerifyFlow::verifyRefusal() const {
+  if (!url_) return tr("Choose a file first.");
+  return expectedHash_.isEmpty() ? tr("Paste a checksum first.") : QString();
+}
 
 QString VerifyFlow::verifyInputRefusal() const {
   return isVerifying() ? tr("A verification is under way.") : QString();
+}
+
+void VerifyFlow::verifyUnlessRefused() {
+  if (verifyRefusal().isEmpty()) verify();
 }
 
 void VerifyFlow::verify() {

@@ -33,7 +33,7 @@ class VerifyFlow : public tallyfold::Flow {
   Q_PROPERTY(tallyfold::VerifyVerdict verifyResult READ verifyResultForScreen NOTIFY verifyResultChanged)
   Q_PROPERTY(double verifyProgress READ verifyProgress NOTIFY verifyProgressChanged)
   Q_PROPERTY(bool isVerifying READ isVerifying NOTIFY isVerifyingChanged)
-  Q_PROPERTY(QString verifyRefusal READ verifyRefusal NOTIFY verifyURLChanged)
+  Q_PROPERTY(QString verifyRefusal READ verifyRefusal NOTIFY verifyRefusalChanged)
   Q_PROPERTY(QString verifyInputRefusal READ verifyInputRefusal NOTIFY isVerifyingChanged)
 
  public:
@@ -85,11 +85,14 @@ class VerifyFlow : public tallyfold::Flow {
   Q_INVOKABLE void readAs(const QString& algorithm);
   Q_INVOKABLE void pasteExpectedHash();
   Q_INVOKABLE void verify();
+  /// As `verify`, where that is not refused: of an empty field there is nothing to say.
+  Q_INVOKABLE void verifyUnlessRefused();
   Q_INVOKABLE void resetVerification() { calculation_.reset(); }
 
  signals:
   void verifyURLChanged();
   void expectedHashChanged();
+  void verifyRefusalChanged();
   void verifyAlgorithmChanged();
   void recognisedAlgorithmChanged();
   void verifyNotesChanged();

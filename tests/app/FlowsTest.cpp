@@ -93,6 +93,18 @@ TEST_F(VerifyFlow, WhatPeoplePasteIsUnderstoodAndToldInWords) {
   EXPECT_EQ(shown().digests.at(1), (DigestLine{"Actual: ", QString::fromStdString(sha256OfAbc)}));
 }
 
+TEST_F(VerifyFlow, NothingIsSaidOfAnEmptyField) {
+  const QSignalSpy changes(model_->verify(), &tallyfold::VerifyFlow::verifyRefusalChanged);
+  for (const auto& [pasted, refusal] :
+       {std::pair{"", "Paste a checksum first."}, {" ", ""}, {"", "Paste a checksum first."}}) {
+    model_->verify()->setExpectedHash(QLatin1String(pasted));
+    EXPECT_EQ(model_->verify()->verifyRefusal(), refusal);
+    model_->verify()->verifyUnlessRefused();
+    EXPECT_EQ(model_->verify()->verifyResult().has_value(), *pasted != '\0');
+  }
+  EXPECT_EQ(changes.count(), 2);
+}
+
 TEST_F(VerifyFlow, VerdictGoesWithWhatItWasAbout) {
   const auto other = urlOf(folder_.file("other", ""));
   const std::vector<std::function<void()>> changes = {

@@ -216,7 +216,7 @@ TFScreen {
                         verb: qsTr("Verify")
                         isRunning: root.viewModel.verify.isVerifying
                         startRefusal: root.viewModel.verify.verifyRefusal
-                        onStarted: root.viewModel.verify.verify()
+                        onStarted: root.viewModel.verify.verifyUnlessRefused()
                         onCancelled: root.viewModel.verify.resetVerification()
                     }
                 }
