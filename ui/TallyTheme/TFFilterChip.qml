@@ -13,6 +13,9 @@ T.RadioButton {
     property bool isChosen: false
     // A Tone.
     property int tone: Tone.Pending
+    // From the chip before it in its row, besides the space between all of them.
+    property int distance: 0
+    readonly property int indent: x > 0 ? distance : 0
 
     signal chosen
 
@@ -27,8 +30,13 @@ T.RadioButton {
     }
 
     objectName: "filter" + text
-    implicitWidth: row.implicitWidth + 2 * TallyTheme.space3
+    implicitWidth: row.implicitWidth + 2 * TallyTheme.space3 + distance
     implicitHeight: TallyTheme.smallControlHeight
+    leftInset: indent
+    rightInset: distance - indent
+    leftPadding: leftInset
+    rightPadding: rightInset
+    containmentMask: background
     checked: isChosen
     hoverEnabled: true
     focusPolicy: isChosen || activeFocus ? Qt.StrongFocus : Qt.ClickFocus

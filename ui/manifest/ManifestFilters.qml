@@ -23,17 +23,10 @@ TFFilters {
         onChosen: root.shown.kind = ShownRows.Warnings
     }
 
-    // What is not about the list's entries stands apart.
-    Item {
-        width: TallyTheme.space4
-        height: TallyTheme.lineWidth
-        visible: unlisted.visible
-    }
-
     TFFilterChip {
-        id: unlisted
-
         text: qsTr("Unlisted")
+        // What is not about the list's entries stands apart.
+        distance: TallyTheme.space6
         figure: root.audit.figure
         isEmpty: root.audit.isEmpty
         visible: root.audit.isPresent
