@@ -182,8 +182,8 @@ TFScreen {
             }
 
             Item {
-                // No wider than the eye follows from the words to the button.
-                width: Math.min(parent.width, Math.max(TallyTheme.readingWidth, reason.implicitWidth + TallyTheme.space3 + ask.width))
+                // No wider than the eye follows from the button.
+                width: Math.min(parent.width, ask.width + TallyTheme.space3 + TallyTheme.readingWidth)
                 height: Math.max(ask.height, told.visible ? told.height : reason.height)
                 visible: root.differences.action !== ""
 
@@ -196,9 +196,9 @@ TFScreen {
                     wrapMode: Text.Wrap
 
                     anchors {
-                        left: parent.left
-                        right: ask.left
-                        rightMargin: TallyTheme.space3
+                        left: ask.right
+                        right: parent.right
+                        leftMargin: TallyTheme.space3
                         verticalCenter: parent.verticalCenter
                     }
                 }
@@ -209,9 +209,9 @@ TFScreen {
                     visible: root.differences.isWorking
 
                     anchors {
-                        left: parent.left
-                        right: ask.left
-                        rightMargin: TallyTheme.space3
+                        left: ask.right
+                        right: parent.right
+                        leftMargin: TallyTheme.space3
                         verticalCenter: parent.verticalCenter
                     }
 
@@ -233,7 +233,6 @@ TFScreen {
                     id: ask
 
                     objectName: "askForMore"
-                    anchors.right: parent.right
                     anchors.verticalCenter: parent.verticalCenter
                     // As wide as it was.
                     width: Math.max(implicitWidth, askMetrics.advanceWidth(root.differences.action) + 2 * TallyTheme.space3)
