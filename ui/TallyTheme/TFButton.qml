@@ -15,6 +15,7 @@ Item {
     // Why it cannot be pressed now; empty when it can.
     property string refusal
     property string tip
+    property bool isTipBelow: false
     property string description
     // What it is called where its text alone would not say which of several it is.
     property string accessibleName: text
@@ -189,6 +190,7 @@ Item {
         sourceComponent: Item {
             TFToolTip {
                 text: root.refusal !== "" ? root.refusal : root.tip
+                isBelow: root.isTipBelow
                 visible: true
             }
         }

@@ -5,8 +5,11 @@ import TallyFold
 T.ToolTip {
     id: tip
 
+    // What is above it is read together with what it is about.
+    property bool isBelow: false
+
     x: parent ? (parent.width - implicitWidth) / 2 : 0
-    y: -implicitHeight - TallyTheme.space2
+    y: isBelow && parent ? parent.height + TallyTheme.space2 : -implicitHeight - TallyTheme.space2
     // A longer tip has several lines.
     implicitWidth: {
         const wanted = Math.min(Math.ceil(contentItem.implicitWidth) + leftPadding + rightPadding, TallyTheme.tipWidth);

@@ -35,6 +35,7 @@ Item {
             return root.audit.isSearching ? qsTr("Cancel the search for missing files") : text;
         }
         tip: root.audit.isBusy ? "" : qsTr("Calculates checksums of the files that are not in the list, and compares them with those of the missing ones")
+        isTipBelow: true
         onClicked: {
             if (root.audit.isBusy)
                 root.audit.cancel();
