@@ -1,7 +1,7 @@
 import QtQuick
 import TallyFold
 
-// What was done last, and the one thing that can be done about it, over the end of a list.
+// What was done last, and the one thing that can be done about it.
 Rectangle {
     id: root
 
@@ -18,6 +18,7 @@ Rectangle {
     signal acted
     signal dismissed
 
+    width: parent.width
     implicitHeight: TallyTheme.controlHeight + 2 * TallyTheme.space1
     radius: TallyTheme.controlRadius
     color: TallyTheme.panel

@@ -7,6 +7,10 @@ Item {
     id: bar
 
     default property alias actions: actions.data
+    // A TFNoticeBar, which stands above, and what it takes there.
+    property alias notice: noticePlace.data
+    property int noticeGap: TallyTheme.space3
+    readonly property real noticeRoom: noticePlace.height > 0 ? noticePlace.height + noticeGap : 0
     property alias runButton: place.data
     required property RunStatus status
     property alias figure: figures.figure
@@ -34,6 +38,17 @@ Item {
         leftMargin: TallyTheme.space6
         rightMargin: TallyTheme.space6
         bottomMargin: TallyTheme.space3
+    }
+
+    Column {
+        id: noticePlace
+
+        anchors {
+            left: parent.left
+            right: parent.right
+            bottom: parent.top
+            bottomMargin: bar.noticeGap
+        }
     }
 
     Flow {

@@ -68,8 +68,13 @@ FocusScope {
         id: viewport
 
         readonly property Item place: Window.activeFocusItem
+        // Above the bar and its notice.
+        readonly property real room: screen.bar ? screen.bar.y - screen.bar.noticeRoom : screen.height
 
         function revealNow() {
+            // With as much of what is above it as there is room for.
+            if (screen.shown)
+                contentY = 0;
             reveal(screen.shown ?? place);
         }
 
@@ -85,7 +90,7 @@ FocusScope {
         }
 
         width: parent.width
-        height: screen.bar ? screen.bar.y - (screen.leastHeight > screen.bar.y ? TallyTheme.space2 : 0) : parent.height
+        height: room - (screen.bar && screen.leastHeight > room ? TallyTheme.space2 : 0)
         contentHeight: page.height
         interactive: contentHeight > height
         clip: interactive

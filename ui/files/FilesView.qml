@@ -86,8 +86,7 @@ TFScreen {
             top: root.hasJobs ? filters.bottom : algorithms.bottom
             bottom: parent.bottom
             topMargin: root.gap
-            // The notice covers no row.
-            bottomMargin: root.gap + (notice.visible ? notice.height + root.gap : 0)
+            bottomMargin: root.gap
             leftMargin: root.gutter
             rightMargin: root.gutter
         }
@@ -178,27 +177,12 @@ TFScreen {
         }
     }
 
-    FilesNoticeBar {
-        id: notice
-
-        parent: root
-        viewModel: root.viewModel
-
-        anchors {
-            left: parent.left
-            right: parent.right
-            bottom: parent.bottom
-            leftMargin: root.gutter
-            rightMargin: root.gutter
-            bottomMargin: root.height - bottomBar.y + root.gap
-        }
-    }
-
     FilesBottomBar {
         id: bottomBar
 
         parent: root
         viewModel: root.viewModel
+        noticeGap: root.gap
         isSelectedFinished: list.isSelectedFinished
         onRowRequested: row => {
             list.select(row, Qt.NoModifier);
@@ -206,6 +190,10 @@ TFScreen {
             list.forceActiveFocus(Qt.ShortcutFocusReason);
         }
         onCopyRequested: list.copySelected()
+
+        notice: FilesNoticeBar {
+            viewModel: root.viewModel
+        }
     }
 
     // Drops are taken anywhere on the screen; the card shows that they are.

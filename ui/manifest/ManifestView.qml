@@ -33,7 +33,11 @@ TFScreen {
     isShort: height < TallyTheme.shortHeight
     leastHeight: listCard.y + TallyTheme.leastListHeight + gap
     bar: bottomBar
-    shown: rows.isFollowing ? rows : null
+    shown: {
+        if (rows.isFollowing)
+            return rows;
+        return hasList && !viewModel.manifest.isBusy ? outcome : null;
+    }
 
     Item {
         id: cards
@@ -148,6 +152,19 @@ TFScreen {
         }
     }
 
+    // The verdict and the first of the rows that it is about.
+    Item {
+        id: outcome
+
+        anchors {
+            left: verdict.left
+            right: verdict.right
+            top: verdict.top
+            bottom: listCard.top
+            bottomMargin: -TallyTheme.listRowHeight
+        }
+    }
+
     TFGlassCard {
         id: listCard
 
@@ -157,8 +174,7 @@ TFScreen {
             top: root.hasList ? filters.bottom : cards.bottom
             bottom: parent.bottom
             topMargin: root.gap
-            // The notice covers no row.
-            bottomMargin: root.gap + (notice.visible ? notice.height + root.gap : 0)
+            bottomMargin: root.gap
             leftMargin: root.gutter
             rightMargin: root.gutter
         }
@@ -274,31 +290,20 @@ TFScreen {
         }
     }
 
-    TFNoticeBar {
-        id: notice
-
-        parent: root
-        visible: bottomBar.report.savedPlace !== ""
-        words: qsTr("Saved to ")
-        place: bottomBar.report.savedPlace
-        onActed: bottomBar.report.showSaved()
-        onDismissed: bottomBar.report.dismiss()
-
-        anchors {
-            left: parent.left
-            right: parent.right
-            bottom: parent.bottom
-            leftMargin: root.gutter
-            rightMargin: root.gutter
-            bottomMargin: root.height - bottomBar.y + root.gap
-        }
-    }
-
     ManifestBottomBar {
         id: bottomBar
 
         parent: root
         viewModel: root.viewModel
+        noticeGap: root.gap
+
+        notice: TFNoticeBar {
+            visible: bottomBar.report.savedPlace !== ""
+            words: qsTr("Saved to ")
+            place: bottomBar.report.savedPlace
+            onActed: bottomBar.report.showSaved()
+            onDismissed: bottomBar.report.dismiss()
+        }
     }
 
     // A list, a folder or both may be dropped anywhere on the screen.
