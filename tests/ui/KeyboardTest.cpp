@@ -1,6 +1,8 @@
 // Where the keyboard is, as other programs see it: those that assist, over their bus, and xclip.
 
+#include <algorithm>
 #include <optional>
+#include <set>
 
 #include <QClipboard>
 #include <QDBusArgument>
@@ -188,6 +190,70 @@ TEST_F(KeyboardTest, LeavesEveryPlace) {
     driver.click(button);
     waitFor(name, [&, wanted = std::string(name)] { return focusedName() == wanted; });
   }
+}
+
+class TabTest : public WindowFixture {
+ protected:
+  static bool hasRing(QQuickItem* item) {
+    if (QByteArray(item->metaObject()->className()).startsWith("TFFocusRing")) return item->isVisible();
+    return item->isVisible() && std::ranges::any_of(item->childItems(), hasRing);
+  }
+
+  // From where the keys are to the place of this name: each place is right of the one before or below it, can be seen,
+  // and shows that it has the keys.
+  void expectOrderOfTheEye(const std::string& last) {
+    std::set<QQuickItem*> places;
+    for (QQuickItem* before = window.activeFocusItem(); focusedName() != last; before = window.activeFocusItem()) {
+      ASSERT_TRUE(places.insert(before).second) << "Tab does not come to " << last;
+      driver.press({"Tab"});
+      waitFor("the place behind " + focusedName(), [&] { return window.activeFocusItem() != before; });
+      Driver::drawFrame();
+      QQuickItem* now = window.activeFocusItem();
+      const QRectF from = before->mapRectToScene(before->boundingRect());
+      const QRectF to = now->mapRectToScene(now->boundingRect());
+      EXPECT_TRUE(to.left() >= from.right() || to.top() >= from.bottom() || from.contains(to))
+          << focusedName() << " is behind what stands after it";
+      EXPECT_TRUE(hasRing(now) || hasRing(now->parentItem())) << focusedName();
+      EXPECT_GE(to.top(), 0) << focusedName();
+      EXPECT_LE(to.bottom(), window.height()) << focusedName();
+    }
+  }
+};
+
+TEST_F(TabTest, GoesAsTheEyeDoes) {
+  window.resize(window.minimumSize());
+  fs::create_directory(folder.path() / "root");
+  const fs::path listed = folder.file("root/abc", "abc");
+  const fs::path other = folder.file("root/other", "abd");
+  const std::string zero(32, '0');
+  enter(AppMode::Manifest);
+  model.manifest()->setManifestRoot({fileUrl(listed.parent_path())});
+  driver.press({"Control_L", "n"});
+  driver.usableItem("createList");
+  model.listCreation()->create();
+  waitFor("the list", [&] { return focusedName() == "Save…"; });
+  driver.press({"Tab"});
+  waitFor("the first place", [&] { return focusedName() != "Save…"; });
+  expectOrderOfTheEye("Save…");
+  driver.press({"Escape"});
+  waitForNo("createList");
+
+  model.manifest()->setManifestFile({fileUrl(folder.file("list", zero + "  abc\nno line\n" + zero + "  gone\n"))});
+  waitFor("the list", [&] { return model.manifest()->manifestRefusal().isEmpty(); });
+  driver.press({"Control_L", "Return"});
+  waitFor("the verdict, and what is missing", [&] { return model.audit()->offersSearch(); });
+  model.manifest()->manifestExport()->save(ManifestExport::Text);
+  driver.answerPanel("savePanel", folder.path() / "report");
+  driver.item("noticeAction");
+  driver.item("manifestFileChoose")->property("place").value<QQuickItem*>()->forceActiveFocus(Qt::TabFocusReason);
+  expectOrderOfTheEye("Verify");
+
+  enter(AppMode::Compare);
+  model.compare()->setCompareFiles({fileUrl(listed), fileUrl(other)}, false);
+  driver.press({"Control_L", "Return"});
+  waitFor("the bytes", [&] { return driver.findItem("differenceRows") != nullptr; });
+  driver.item("compareFirstChoose")->property("place").value<QQuickItem*>()->forceActiveFocus(Qt::TabFocusReason);
+  expectOrderOfTheEye("Copy the bytes");
 }
 
 }  // namespace

@@ -83,6 +83,15 @@ Item {
         }
     }
 
+    Loader {
+        anchors.fill: edit
+        active: edit.activeFocus
+
+        sourceComponent: TFFocusRing {
+            inset: TallyTheme.tightRing
+        }
+    }
+
     TapHandler {
         acceptedButtons: Qt.RightButton
         enabled: edit.length > 0

@@ -234,22 +234,18 @@ TFSheet {
             }
         }
 
-        Flow {
+        Row {
             id: buttons
 
+            anchors.right: parent.right
             anchors.bottom: parent.bottom
-            width: parent.width
-            layoutDirection: Qt.RightToLeft
             spacing: TallyTheme.space2
 
             TFButton {
-                id: save
-
-                objectName: "saveList"
-                text: qsTr("Save…")
-                isProminent: root.isMade
-                refusal: root.creation.saveRefusal
-                onClicked: root.creation.save()
+                objectName: "closeList"
+                text: qsTr("Close")
+                refusal: root.creation.choiceRefusal
+                onClicked: root.close()
             }
 
             TFButton {
@@ -270,10 +266,13 @@ TFSheet {
             }
 
             TFButton {
-                objectName: "closeList"
-                text: qsTr("Close")
-                refusal: root.creation.choiceRefusal
-                onClicked: root.close()
+                id: save
+
+                objectName: "saveList"
+                text: qsTr("Save…")
+                isProminent: root.isMade
+                refusal: root.creation.saveRefusal
+                onClicked: root.creation.save()
             }
         }
 
