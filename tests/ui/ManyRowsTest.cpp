@@ -37,9 +37,9 @@ class LocationsAsBytes : public QMimeData {
 
 class ManyRowsTest : public WindowFixture {
  protected:
-  // Does `action`, until `condition` holds and the screen shows it.
-  void expectShortTurns(const std::string& what, const std::function<bool()>& condition,
-                        const std::function<void()>& action) {
+  // Does `action`, until `condition` holds and the screen shows it. Returns the longest turn.
+  double longestTurn(const std::string& what, const std::function<bool()>& condition,
+                     const std::function<void()>& action) {
     QCoreApplication::processEvents();
     TurnWatcher turns;
     action();
@@ -51,10 +51,16 @@ class ManyRowsTest : public WindowFixture {
     waitFor("a frame", [&] { return isDrawn; });
     const double longest = turns.takeLongest();
     std::cout << what << ": " << longest << " ms\n";
-    double& shortest = shortest_.try_emplace(what, longest).first->second;
-    shortest = std::min(shortest, longest);
+    return longest;
+  }
+
+  void expectShortTurns(const std::string& what, const std::function<bool()>& condition,
+                        const std::function<void()>& action, double longestGood = longestGoodTurn) {
+    const double share = longestTurn(what, condition, action) / longestGood;
+    double& least = shares_.try_emplace(what, share).first->second;
+    least = std::min(least, share);
     if (mayTryAgain_) return;
-    EXPECT_LT(shortest, longestGoodTurn) << what;
+    EXPECT_LT(least, 1) << what << ", of " << longestGood << " ms";
   }
 
   // What else runs on the same core makes a turn longer, in CPU time too, and never shorter: the best of three counts.
@@ -62,7 +68,7 @@ class ManyRowsTest : public WindowFixture {
     for (const bool isLast : {false, false, true}) {
       mayTryAgain_ = !isLast;
       actions();
-      if (std::ranges::all_of(shortest_, [](auto& turn) { return turn.second < longestGoodTurn; })) break;
+      if (std::ranges::all_of(shares_, [](auto& turn) { return turn.second < 1; })) break;
     }
     mayTryAgain_ = false;
   }
@@ -100,20 +106,30 @@ class ManyRowsTest : public WindowFixture {
   ManifestJobListModel& entries = *manifest.manifestJobs();
 
  private:
-  std::map<std::string, double> shortest_;  // Of the longest turns of an action.
+  std::map<std::string, double>
+      shares_;  // Of its limit, that the longest turn of an action took: the least of all tries.
   bool mayTryAgain_ = false;
 };
 
 TEST_F(ManyRowsTest, FilesComeAndGo) {
   tryTurns([&] {
+    QByteArray first;
     QByteArray lines;
     for (int i = 0; i < limit; ++i) {
+      if (i == 20) first = lines;
       lines += "file:///nowhere/folder%20" + QByteArray::number(i) + (i % 2 == 0 ? "/another\r\n" : "/a%20file\r\n");
     }
-    const LocationsAsBytes data(std::move(lines));
+    const LocationsAsBytes few(first);
+    const LocationsAsBytes data(lines);
     const auto isIdle = [&] { return !files.isProcessing(); };
     const auto isDone = [&] { return files.jobs()->count() == limit && isIdle(); };
-    expectShortTurns("drop", isDone, [&] { drop(data); });
+    const auto areFewDone = [&] { return files.jobs()->count() == 20 && isIdle(); };
+    // The rows that come into view are made in one turn, however many there are: on a slow machine that is a long one.
+    const double ofFew = longestTurn("drop of 20", areFewDone, [&] { drop(few); });
+    files.clearFiles();
+    waitForNo(QStringLiteral("jobList"));
+    expectShortTurns(
+        "drop", isDone, [&] { drop(data); }, std::max(longestGoodTurn, 1.5 * ofFew));
     expectFewRowsMade("jobList");
     EXPECT_EQ(inRow(limit - 1, "name")->property("text").toString(), "a file");
     expectShortTurns(
