@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <iterator>
 #include <unicode/uchar.h>
 #include <unicode/utf16.h>
@@ -129,6 +128,16 @@ struct Piece {
   std::size_t characters = 0;
 };
 
+/// "<U+001B>", with as many digits as it needs, four at least. The C library's formatting takes several times as long.
+void appendEscape(char32_t character, std::string& text) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  text += "<U+";
+  for (int shift = character > 0xFFFFF ? 20 : character > 0xFFFF ? 16 : 12; shift >= 0; shift -= 4) {
+    text += digits[(character >> shift) & 0xF];
+  }
+  text += '>';
+}
+
 /// Calls `take` with what is shown for each part of `characters` that must not be cut, until it returns false.
 template <typename Take>
 void forEachPiece(std::u32string_view characters, Take take) {
@@ -137,9 +146,7 @@ void forEachPiece(std::u32string_view characters, Take take) {
     piece.text.clear();
     const std::size_t sequence = emojiSequenceLength(characters.substr(position));
     if (sequence == 0 && isHidden(characters, position)) {
-      std::array<char, 16> escape{};
-      const int length = std::snprintf(escape.data(), escape.size(), "<U+%04X>", unsigned{characters[position]});
-      piece.text.assign(escape.data(), static_cast<std::size_t>(length));
+      appendEscape(characters[position], piece.text);
       piece.characters = piece.text.size();
       ++position;
     } else {
