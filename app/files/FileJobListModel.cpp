@@ -135,12 +135,12 @@ const FileJob* FileJobListModel::job(const Uuid& id) const {
   return job ? &rows_.jobs[*job] : nullptr;
 }
 
-bool FileJobListModel::add(PreparedFiles files, std::size_t limit) {
+bool FileJobListModel::add(PreparedFiles& files, std::size_t limit) {
   const std::size_t queued = rows_.jobs.size();
   if (queued >= limit) return false;
   std::vector<FileJob>& prepared = files.rows.jobs;
   if (queued == 0 && prepared.size() <= limit) {
-    const bool isEveryFileExamined = prepared.size() < limit || !files.isFollowed;
+    const bool isEveryFileExamined = prepared.size() < limit || !files.hasMoreBehind;
     if (!prepared.empty()) appendJobs(prepared.size(), [&] { std::swap(rows_, files.rows); });
     return isEveryFileExamined;
   }
@@ -155,7 +155,7 @@ bool FileJobListModel::add(PreparedFiles files, std::size_t limit) {
       for (const std::size_t one : added) rows_.append(std::move(prepared[one]), files.rows.jobURLSet.hashOf(one));
     });
   }
-  return row == prepared.size() && (queued + added.size() < limit || !files.isFollowed);
+  return row == prepared.size() && (queued + added.size() < limit || !files.hasMoreBehind);
 }
 
 void FileJobListModel::remove(std::size_t job) {

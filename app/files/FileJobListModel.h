@@ -62,8 +62,8 @@ class FileJobListModel : public tallyfold::FilteredListModel {
   [[nodiscard]] const FileJob* job(const Uuid& id) const;
 
   /// Adds those of `files` that are not in the list yet, in one change, until there are `limit` jobs. False when it was
-  /// full before, or before all of `files` were looked at.
-  bool add(PreparedFiles files, std::size_t limit);
+  /// full before, or before all of `files` were looked at. What is left in `files` may be dear to destroy.
+  bool add(PreparedFiles& files, std::size_t limit);
   void remove(std::size_t job);
   /// The results of the marked files that have one, in the order of the list.
   [[nodiscard]] FileHashResults markedResults() const;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <utility>
@@ -16,8 +17,9 @@ struct FileRows {
   RowTable jobIndexByID;
   RowTable jobURLSet;
 
+  /// Room for so many in all, and for more where it is little at a time.
   void reserve(std::size_t count) {
-    jobs.reserve(count);
+    if (count > jobs.capacity()) jobs.reserve(std::max(count, 2 * jobs.capacity()));
     jobIndexByID.reserve(count);
     jobURLSet.reserve(count);
   }

@@ -43,9 +43,10 @@ void FilesFlow::addFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFile
 void FilesFlow::addDroppedFiles(const QList<QUrl>& urls) { addPreparedFiles(prepareFiles(urls, queueLimit), true); }
 
 void FilesFlow::addPreparedFiles(PreparedFiles files, bool isDrop) {
-  if (isProcessing_ || isExporting()) return;
+  if (isProcessing_ || isExporting()) return BackgroundTask::dispose(std::move(files));
   const int before = jobs_.total();
-  const bool hasRoomForAll = jobs_.add(std::move(files), queueLimit);
+  const bool hasRoomForAll = jobs_.add(files, queueLimit);
+  BackgroundTask::dispose(std::move(files));
   if (jobs_.total() > before && notice_.kind == FilesNotice::Cleared) dismissNotice();
   if (jobs_.total() > before) forgetRun();
   // The start forgets the errors of the last run, and must not forget that some of this drop had no room.

@@ -18,15 +18,15 @@ PreparedFiles prepareFiles(const QList<QUrl>& urls, std::size_t limit, const std
     HashService::checkCancellation(cancellation);
     auto location = fileLocation(url);
     if (!location || isDirectoryPath(*location)) continue;
-    files.isFollowed = files.rows.jobs.size() >= limit;
-    if (files.isFollowed) break;
+    files.hasMoreBehind = files.rows.jobs.size() >= limit;
+    if (files.hasMoreBehind) break;
     // Keyed: nobody outside can make many names meet.
     const std::size_t hash = KeyedHash()(location->native());
     FileJob job{.id = Uuid::random(),
                 .url = std::make_shared<const std::filesystem::path>(*std::move(location)),
                 .state = FileJob::Queued{}};
-    files.isFollowed = files.rows.hasLocationOf(job, hash);
-    if (!files.isFollowed) files.rows.append(std::move(job), hash);
+    files.hasMoreBehind = files.rows.hasLocationOf(job, hash);
+    if (!files.hasMoreBehind) files.rows.append(std::move(job), hash);
   }
   return files;
 }

@@ -13,7 +13,7 @@ namespace tallyfold {
 /// Files to be queued, with all that can be made for them before the queue is looked at.
 struct PreparedFiles {
   FileRows rows;
-  bool isFollowed = false;  ///< More files were given behind the last of the rows: repeated, or beyond the limit.
+  bool hasMoreBehind = false;  ///< More files were given behind the last of the rows: repeated, or beyond the limit.
 };
 
 /// The first `limit` regular locations among `urls`, each once, in the given order; folders and what is not a file are
