@@ -281,7 +281,7 @@ void VerifyFlow::readAs(const QString& algorithm) {
 
 QString VerifyFlow::verifyRefusal() const {
   if (!url_) return tr("Choose a file first.");
-  return expectedHash_.isEmpty() ? tr("Paste a checksum first.") : QString();
+  return expectedHash_.trimmed().isEmpty() ? tr("Paste a checksum first.") : QString();
 }
 
 QString VerifyFlow::verifyInputRefusal() const {

@@ -96,11 +96,11 @@ TEST_F(VerifyFlow, WhatPeoplePasteIsUnderstoodAndToldInWords) {
 TEST_F(VerifyFlow, NothingIsSaidOfAnEmptyField) {
   const QSignalSpy changes(model_->verify(), &tallyfold::VerifyFlow::verifyRefusalChanged);
   for (const auto& [pasted, refusal] :
-       {std::pair{"", "Paste a checksum first."}, {" ", ""}, {"", "Paste a checksum first."}}) {
+       {std::pair{"", "Paste a checksum first."}, {" \n", "Paste a checksum first."}, {"x", ""}}) {
     model_->verify()->setExpectedHash(QLatin1String(pasted));
     EXPECT_EQ(model_->verify()->verifyRefusal(), refusal);
     model_->verify()->verifyUnlessRefused();
-    EXPECT_EQ(model_->verify()->verifyResult().has_value(), *pasted != '\0');
+    EXPECT_EQ(model_->verify()->verifyResult().has_value(), *refusal == '\0');
   }
   EXPECT_EQ(changes.count(), 2);
 }
