@@ -88,7 +88,8 @@ void ManifestFlow::setManifestFile(const QList<QUrl>& urls) {
   const auto location = urls.isEmpty() ? std::nullopt : fileLocation(urls.constFirst());
   if (isLoading_ || isVerifying_ || loadTask_.isRunning() || !location) return;
   openManifest(*location, {});
-  const auto other = urls.size() == 1 ? std::nullopt : fileLocation(urls[1]);
+  std::optional<std::filesystem::path> other;
+  for (qsizetype next = 1; next < urls.size() && !other; ++next) other = fileLocation(urls[next]);
   if (!other) return;
   alsoDropped_ = displayText(other->filename());
   alsoDroppedCount_ = urls.size() - 1;
@@ -194,6 +195,7 @@ void ManifestFlow::verifyManifestRest() {
 
 void ManifestFlow::verify(ManifestRun::Kept kept) {
   jobs_.showFailures();
+  setShowsWarnings(false);
   resetManifestCounters();
   if (kept.checked.empty()) start_ = timeNow();
   context().setErrorMessage(QString());
