@@ -64,28 +64,38 @@ QString AuditFlow::searchSentence() const {
   if (search_ == Stage::failed) return tr("The missing files were not searched for: %1").arg(failure_);
   if (search_ == Stage::cancelled) return tr("The search for missing files was cancelled.");
   if (search_ != Stage::ended) return {};
-  const auto missing = static_cast<std::int64_t>(moved_->likely.missingCount);
-  const auto found = static_cast<std::int64_t>(moved_->likely.foundCount);
+  const LikelyFiles& likely = moved_->likely;
+  const auto missing = static_cast<std::int64_t>(likely.missingCount);
+  const auto found = static_cast<std::int64_t>(likely.foundCount);
+  const auto empty = static_cast<std::int64_t>(likely.emptyCount);
+  const auto contradictory = static_cast<std::int64_t>(likely.contradictoryCount);
+  const std::int64_t all = missing + empty + contradictory;
   const bool isWhole = moved_->failures.empty() && !unlisted_.files()->hasMore && doubts().isEmpty();
   QStringList sentences;
-  addCounted(sentences, static_cast<std::int64_t>(moved_->likely.returnedCount),
-             tr("1 file that was missing is there again."), tr("%1 files that were missing are there again."));
+  addCounted(sentences, static_cast<std::int64_t>(likely.returnedCount), tr("1 file that was missing is there again."),
+             tr("%1 files that were missing are there again."));
+  addCounted(sentences, empty, tr("1 missing file is empty: nothing tells it from other empty files."),
+             tr("%1 missing files are empty: nothing tells them from other empty files."));
+  addCounted(sentences, contradictory, tr("1 missing file has checksums that contradict each other."),
+             tr("%1 missing files have checksums that contradict each other."));
   if (missing == 0) return sentences.join(u' ');
-  if (missing == 1) {
-    sentences.append(found > 0 ? tr("The missing file is among them.")
-                     : isWhole ? tr("The missing file is none of them.")
-                               : tr("The missing file was not found among those that were searched."));
-  } else if (found == missing) {
-    sentences.append(tr("All %1 missing files are among them.").arg(figureOf(missing)));
-  } else if (found > 0) {
-    sentences.append(tr("%1 of %2 missing files are among them.").arg(figureOf(found), figureOf(missing)));
+  if (found > 0) {
+    sentences.append(all == 1       ? tr("The missing file is among them.")
+                     : found == all ? tr("All %1 missing files are among them.").arg(figureOf(all))
+                                    : tr("%1 of %2 missing files are among them.").arg(figureOf(found), figureOf(all)));
+  } else if (missing == 1) {
+    const QString file = all == 1 ? tr("The missing file") : tr("The other missing file");
+    sentences.append(
+        (isWhole ? tr("%1 is none of them.") : tr("%1 was not found among those that were searched.")).arg(file));
   } else {
-    sentences.append((isWhole ? tr("None of the %1 missing files is among them.")
-                              : tr("None of the %1 missing files was found among those that were searched."))
-                         .arg(figureOf(missing)));
+    const QString files =
+        (all == missing ? tr("None of the %1 missing files") : tr("None of the other %1 missing files"))
+            .arg(figureOf(missing));
+    sentences.append(
+        (isWhole ? tr("%1 is among them.") : tr("%1 was found among those that were searched.")).arg(files));
   }
-  const auto isByCRC32 = [](const LikelyFile& likely) { return likely.bytes == LikelyFile::Bytes::sameCRC32; };
-  if (std::ranges::any_of(moved_->likely.ofEntries, isByCRC32)) sentences.append(tr("Equal CRC-32s are no proof."));
+  const auto isByCRC32 = [](const LikelyFile& file) { return file.bytes == LikelyFile::Bytes::sameCRC32; };
+  if (std::ranges::any_of(likely.ofEntries, isByCRC32)) sentences.append(tr("Equal CRC-32s are no proof."));
   addCounted(sentences, static_cast<std::int64_t>(moved_->failures.size()), tr("1 file could not be searched."),
              tr("%1 files could not be searched."));
   return sentences.join(u' ');

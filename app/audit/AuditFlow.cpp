@@ -65,15 +65,20 @@ void AuditFlow::findMoved() {
   search->unlisted = unlisted_.files();
   filesDone_ = 0;
   setSearch(Stage::running);
+  // Until it ends, what is known is by names alone.
+  const auto found = std::make_shared<std::shared_ptr<const MovedFiles>>();
   runStatus_.start(search->unlisted->paths.size(), search->counter);
   task_.start(
       BackgroundTask::Priority::userInitiated,
-      [search](const MovedSearch::Context& task) {
+      [search, found](const MovedSearch::Context& task) {
         search->work(
             task, [](AuditFlow& flow, MovedSearch::Report report) { flow.applyReport(report); },
-            [](AuditFlow& flow, std::shared_ptr<const MovedFiles> moved) { flow.setMoved(std::move(moved)); });
+            [found](AuditFlow& /*flow*/, std::shared_ptr<const MovedFiles> moved) { *found = std::move(moved); });
       },
-      [](AuditFlow& flow, const std::exception_ptr& failure) { flow.endSearch(failure); });
+      [found](AuditFlow& flow, const std::exception_ptr& failure) {
+        if (!failure) flow.setMoved(std::move(*found));
+        flow.endSearch(failure);
+      });
   sizesTask_.start(
       BackgroundTask::Priority::utility,
       [search](const MovedSearch::Context& task) {
@@ -105,7 +110,8 @@ void AuditFlow::endSearch(const std::exception_ptr& failure) {
 
 bool AuditFlow::hasFoundAll() const {
   return search_ == Stage::ended && moved_->failures.empty() &&
-         moved_->likely.foundCount == moved_->likely.missingCount;
+         moved_->likely.foundCount == moved_->likely.missingCount && moved_->likely.emptyCount == 0 &&
+         moved_->likely.contradictoryCount == 0;
 }
 
 void AuditFlow::setMoved(std::shared_ptr<const MovedFiles> moved) {

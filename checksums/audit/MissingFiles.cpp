@@ -239,8 +239,11 @@ LikelyFiles MissingFiles::find(const std::stop_token& cancellation) const {
     if (choice.file && hasBytes(choice)) ++counts[*choice.file];
   }
   LikelyFiles found;
-  const auto hasKey = [](const auto& key) { return key.has_value(); };
-  found.missingCount = static_cast<std::size_t>(std::ranges::count_if(keys_, hasKey));
+  const DigestMap ofNothing = algorithms_.empty() ? DigestMap() : HashPipeline(algorithms_).finalize();
+  for (std::size_t i = 0; i < groups_.size(); ++i) {
+    const bool isEmpty = keys_[i] && hasDigestsOf(groups_[i], ofNothing);
+    ++(!keys_[i] ? found.contradictoryCount : isEmpty ? found.emptyCount : found.missingCount);
+  }
   found.algorithms = algorithms_;
   for (std::size_t i = 0; i < groups_.size(); ++i) {
     const Choice& choice = choices[i];

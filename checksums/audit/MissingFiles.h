@@ -37,12 +37,14 @@ struct LikelyFile {
 };
 
 struct LikelyFiles {
-  std::vector<LikelyFile> ofEntries;  ///< At most one for each entry, in their order.
-  std::vector<LikelyFile> ofFiles;    ///< Of these, the likeliest for each file, in the order of the files.
-  std::size_t missingCount = 0;       ///< Files, not entries, that can be searched for.
-  std::size_t foundCount = 0;         ///< Of these, the ones whose bytes another file has, each a file of its own.
-  std::size_t returnedCount = 0;      ///< Entries whose files were missing, and are there again.
-  HashAlgorithmSet algorithms;        ///< Of the checksums that files are searched by.
+  std::vector<LikelyFile> ofEntries;   ///< At most one for each entry, in their order.
+  std::vector<LikelyFile> ofFiles;     ///< Of these, the likeliest for each file, in the order of the files.
+  std::size_t missingCount = 0;        ///< Files, not entries, that can be searched for.
+  std::size_t emptyCount = 0;          ///< Missing files without bytes, which nothing tells from other empty files.
+  std::size_t contradictoryCount = 0;  ///< Missing files with several checksums that no file can have at once.
+  std::size_t foundCount = 0;     ///< Of `missingCount`, those whose bytes another file has, each a file of its own.
+  std::size_t returnedCount = 0;  ///< Entries whose files were missing, and are there again.
+  HashAlgorithmSet algorithms;    ///< Of the checksums that files are searched by.
 };
 
 /// The missing files of a list, among the files of the folder that the list does not name. Used by one thread at a
