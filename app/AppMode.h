@@ -84,7 +84,7 @@ class AppMode : public QObject {
     return cases;
   }
 
-  /// The label in the sidebar, "Files".
+  /// The label in the sidebar, "Files". The mode's screen, FilesView.qml, is found by it.
   static QString rawValue(Case mode) { return QString::fromLatin1(catalogue.at(mode).label); }
 
   static Flow& flow(Case mode, ModeFlows& flows) { return catalogue.at(mode).flow(flows); }

@@ -23,9 +23,9 @@ struct AuditNotes {
   [[nodiscard]] QString ofEntry(std::size_t entry) const;
   [[nodiscard]] QString ofFile(std::size_t file) const;
 
-  /// A name among words, so that it cannot reorder them; and such words as a report has them, which shows the marks
-  /// that this takes.
+  /// A name among words, with U+2068 and U+2069 around it, so that it cannot reorder them.
   static QString isolated(std::string_view name);
+  /// Words without these marks, which a report would write out.
   static std::string reported(QString words);
 };
 

@@ -8,9 +8,8 @@
 
 namespace tallyfold {
 
-/// Tells the `runStatus()` of the flow that `task`, the context of a FlowTask, works for the sizes of the run's files:
-/// in the order of the run, `sizeOf(file)` for each of `files`. A task of its own, that the run does not wait for it:
-/// the file system may take its time.
+/// Tells a flow's `runStatus()` the sizes of its run's files: `sizeOf(file)` for each of `files`, in the order of the
+/// run. `task` is the context of a FlowTask of its own: the run does not wait for a file system that takes its time.
 template <typename Context, typename Files, typename SizeOf>
 void tellSizes(const Context& task, const Files& files, SizeOf sizeOf) {
   constexpr std::size_t atATime = 1'000;

@@ -43,9 +43,9 @@ struct MovedFiles {
   LikelyFiles likely;
   std::vector<Failure> failures;  ///< In the order of the files.
 
-  /// Hashes the unlisted files, through the one open folder of `files`. At the end it looks at those once more of which
-  /// it has something to say: what is said of one was so then. Fails with ManifestPathError where the root is another
-  /// folder by the end, or with CancellationError; what else goes wrong is in `failures`.
+  /// Hashes the unlisted files, through the one open folder of `files`. At the end it looks at those once more of whose
+  /// bytes it has something to say: what is said of one was so then. Fails with ManifestPathError where the root is
+  /// another folder by the end, or with CancellationError; what else goes wrong is in `failures`.
   static MovedFiles search(const FolderFiles& files, const Subject& subject, const Watcher& watcher,
                            const std::stop_token& cancellation);
 };

@@ -58,9 +58,10 @@ class FolderFiles {
   DigestMap hash(const std::string& path, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
                  const ReadCallback& progress, ReadCounter* counter = nullptr, FileSnapshot* version = nullptr) const;
 
-  /// Whether a path, as `FileHandle::openBelow` takes it, leads to a regular file without any link; to this version of
-  /// one. False where that cannot be told.
+  /// Whether a path, as `FileHandle::openBelow` takes it, leads to a regular file without any link. False where that
+  /// cannot be told.
   [[nodiscard]] bool isFile(const std::string& path) const;
+  /// Whether it leads, in the same way, to this version of a file. False where that cannot be told.
   [[nodiscard]] bool isStill(const std::string& path, const FileSnapshot& version) const;
 
   /// Has the disk begin to bring the beginning of the file that a list calls `relativePath`, unless a link leads to it,

@@ -40,7 +40,7 @@ struct VerificationReport {
 
   struct UnlistedFile {
     std::string_view path;  ///< Below the root, of any bytes.
-    std::string note;       ///< As of an entry.
+    std::string note;       ///< What is known of it, such as which missing file it is; empty where nothing is.
   };
 
   /// The files below the root that the list does not name, and which of them missing ones may be.
@@ -48,13 +48,13 @@ struct VerificationReport {
     Work walk = Work::none;  ///< That looks for them; all else is empty unless it has ended.
     Timestamp walkEnd{};
     Work search = Work::none;  ///< By their bytes, for the missing ones.
-    Timestamp searchEnd{};     ///< All zero unless it has ended, as of the walk.
-    bool isComplete = false;   ///< No other file was left out, or may have been overlooked.
+    Timestamp searchEnd{};     ///< All zero unless it has ended, as `walkEnd` is.
+    bool isComplete = false;   ///< No other regular file may have been overlooked, and there was room for all.
     bool hasMore = false;      ///< There was no room for all.
     std::string remarks{};     ///< What else the walk met.
     std::size_t count = 0;
     std::function<UnlistedFile(std::size_t index)> at{};          ///< Any thread, one at a time.
-    std::function<std::string(std::size_t entry)> noteOfEntry{};  ///< The same.
+    std::function<std::string(std::size_t entry)> noteOfEntry{};  ///< Any thread, one at a time.
   };
 
   /// Of the list's entries, and of those of its lines that are none.

@@ -129,7 +129,7 @@ TEST_F(ManyRowsTest, FilesComeAndGo) {
     files.clearFiles();
     waitForNo(QStringLiteral("jobList"));
     expectShortTurns(
-        "drop", isDone, [&] { drop(data); }, std::max(longestGoodTurn, 1.5 * ofFew));
+        "drop", isDone, [&] { drop(data); }, std::clamp(1.5 * ofFew, longestGoodTurn, 2.5 * longestGoodTurn));
     expectFewRowsMade("jobList");
     EXPECT_EQ(inRow(limit - 1, "name")->property("text").toString(), "a file");
     expectShortTurns(

@@ -10,6 +10,7 @@ TFStaticText {
     property string figure
 
     text: {
+        // The figures change whenever the file is told.
         if (status.file === "")
             return figure;
         const ways = status.figuresBehind(figure);

@@ -154,8 +154,8 @@ Window {
     Repeater {
         model: root.viewModel.modes
 
-        // A mode: its key, and its screen, files/FilesView.qml that of "Files". It is made when it is first shown: much memory
-        // is in those that nobody looks at.
+        // A mode's key and its screen, files/FilesView.qml for the one labelled "Files". A screen is made when it is first
+        // shown: much memory is in those that nobody looks at.
         Item {
             id: entry
 
