@@ -10,7 +10,6 @@
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
 #include "app/shared/RunSizes.h"
-#include "app/tasks/FreeMemory.h"
 #include "core/files/Paths.h"
 
 namespace tallyfold {
@@ -96,11 +95,7 @@ void FilesFlow::startProcessing() {
   setProcessing(true);
   setProgress(0, jobs_.jobs().size());
 
-  // A worker that is still on its way out may be the last to let go of it.
-  const std::shared_ptr<FileRun> run(new FileRun, [](const FileRun* last) {
-    delete last;
-    returnFreeMemory();
-  });
+  const std::shared_ptr<FileRun> run(new FileRun, BackgroundTask::Dispose());
   runStatus_.start(jobs_.jobs().size(), run->counter);
   run->algorithms = context().selectedAlgorithms();
   run->items.reserve(jobs_.jobs().size());

@@ -11,7 +11,6 @@
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
 #include "app/shared/RunSizes.h"
-#include "app/tasks/FreeMemory.h"
 #include "checksums/lists/ChecksumReading.h"
 #include "checksums/verification/ManifestVerification.h"
 #include "core/base/Errors.h"
@@ -29,7 +28,7 @@ struct ManifestFlow::PreparedManifestLoad {
 
   explicit PreparedManifestLoad(ChecksumManifestService::ListReading read) : reading(std::move(read)) {
     ChecksumManifestService::ParseResult parsed = std::exchange(reading.result, {});
-    entries.reset(new ManifestEntries(std::move(parsed.entries)), destroy);
+    entries.reset(new ManifestEntries(std::move(parsed.entries)), BackgroundTask::Dispose());
     ignoredLineCount = parsed.ignoredLineCount;
     unsupportedLineCount = parsed.unsupportedLineCount;
     jobs.reserve(entries->size());
@@ -37,12 +36,6 @@ struct ManifestFlow::PreparedManifestLoad {
       jobs.push_back({Uuid::random(), {entries, &entry}, ManifestJob::Queued{}});
     }
     for (const std::string& warning : parsed.warnings) warnings.append(QString::fromStdString(warning));
-  }
-
-  // A run that is still on its way out may be the last to let go of them.
-  static void destroy(const ManifestEntries* entries) {
-    delete entries;
-    returnFreeMemory();
   }
 };
 

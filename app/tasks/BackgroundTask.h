@@ -52,6 +52,14 @@ class BackgroundTask {
     }
   }
 
+  /// The deleter of what several threads share, any of which may be the last to let go of it.
+  struct Dispose {
+    template <typename Garbage>
+    void operator()(Garbage* garbage) const {
+      dispose(std::unique_ptr<Garbage>(garbage));
+    }
+  };
+
   /// Cancels, and forgets the task: another may start at once. Its last step does not run.
   void abandon();
 
