@@ -198,9 +198,9 @@ std::vector<Input> inputs() {
   const auto controls = [](int count) { return repeated(md5 + std::string(1'040'000, '\x01') + "\n", count); };
   const auto arabic = [](int count) { return repeated(md5 + repeated("\u0643\u0644 ", 200'000) + "\n", count); };
   const auto text = [] { return std::string(1'000'000, 'a'); };
-  const auto files = [] {
+  const auto files = [](int count) {
     std::vector<std::string> paths;
-    for (int i = 0; i < limit; ++i) paths.push_back("/nowhere/folder " + std::to_string(i) + "/a file");
+    for (int i = 0; i < count; ++i) paths.push_back("/nowhere/folder " + std::to_string(i) + "/a file");
     return uriList(paths);
   };
   const auto fullList = [] {
@@ -274,16 +274,18 @@ std::vector<Input> inputs() {
          return lines;
        },
        verify},
+      {"20 files dropped", [=] { return files(20); }, [](Victim& victim) { victim.dropFiles(20); }},
       {"40,000 files with names made to collide dropped", [] { return uriList(collidingPaths("/nowhere")); },
        [](Victim& victim) { victim.dropFiles(40'000); }},
-      {"100,000 files dropped, and their run", files, [](Victim& victim) { victim.dropFiles(limit); }},
-      {"one of 100,000 files removed", files,
+      {"100,000 files dropped, and their run", [=] { return files(limit); },
+       [](Victim& victim) { victim.dropFiles(limit); }},
+      {"one of 100,000 files removed", [=] { return files(limit); },
        [](Victim& victim) {
          victim.dropFiles(limit);
          victim.begin();
          victim.model.files()->removeJob(victim.model.files()->jobs()->idAt(0));
        }},
-      {"100,000 files cleared", files,
+      {"100,000 files cleared", [=] { return files(limit); },
        [](Victim& victim) {
          victim.dropFiles(limit);
          victim.begin();
