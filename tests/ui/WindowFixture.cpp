@@ -46,9 +46,6 @@ std::vector<QQuickItem*> visibleItems(QQuickItem* root) {
 }
 
 void WindowFixture::SetUp() {
-  for (QWindow* other : QGuiApplication::topLevelWindows()) {
-    if (other != &window) other->close();
-  }
   model.setErrorMessage({});
   model.verify()->resetVerification();
   model.verify()->setExpectedHash({});
@@ -72,6 +69,10 @@ void WindowFixture::TearDown() {
   expectSound();
   for (const std::string& warning : std::exchange(warnings, {})) ADD_FAILURE() << warning;
   if (HasFailure()) keepScreenshot();
+  // A panel that a test left open may keep the next one's window from the keyboard.
+  for (QWindow* other : QGuiApplication::topLevelWindows()) {
+    if (other != &window) other->close();
+  }
   model.shutdown();
 }
 
