@@ -85,7 +85,7 @@ void pairUp(std::vector<Hashed> groups, std::vector<Hashed> files, Take take) {
 
 MissingFiles::MissingFiles(const std::vector<ChecksumManifestEntry>& entries, const std::vector<std::uint32_t>& missing,
                            const std::vector<std::string>& unlisted, const std::stop_token& cancellation)
-    : entries_(entries), unlisted_(unlisted), isKnown_(unlisted.size()) {
+    : entries_(entries), unlisted_(unlisted), isKnown_(unlisted.size()), isForgotten_(unlisted.size()) {
   std::vector<std::reference_wrapper<const ChecksumManifestEntry>> wanted;
   wanted.reserve(missing.size());
   for (const std::uint32_t index : missing) wanted.emplace_back(entries[index]);
@@ -120,7 +120,10 @@ void MissingFiles::add(std::size_t file, const DigestMap& digests) {
   }
 }
 
-void MissingFiles::forget(std::size_t file) { isKnown_[file] = false; }
+void MissingFiles::forget(std::size_t file) {
+  isKnown_[file] = false;
+  isForgotten_[file] = true;
+}
 
 void MissingFiles::chooseByName(std::vector<Choice>& choices, const std::stop_token& cancellation) const {
   using Name = LikelyFile::Name;
@@ -139,7 +142,7 @@ void MissingFiles::chooseByName(std::vector<Choice>& choices, const std::stop_to
     }
     for (std::size_t i = 0; i < unlisted_.size(); ++i) {
       if (i % kBetweenChecks == 0) HashService::checkCancellation(cancellation);
-      files.push_back({hashOf(common(unlisted_[i])), i});
+      if (!isForgotten_[i]) files.push_back({hashOf(common(unlisted_[i])), i});
     }
     pairUp(std::move(groups), std::move(files), [&](std::size_t group, std::size_t file) {
       if (common(meantPath(groups_[group])) != common(unlisted_[file])) return;

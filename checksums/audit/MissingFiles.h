@@ -62,7 +62,7 @@ class MissingFiles {
   /// The digests of one of the unlisted files, each of which is told of at most once.
   void add(std::size_t file, const DigestMap& digests);
 
-  /// That it has these digests no more.
+  /// It is gone, or has changed: nothing is to be said of it, neither by its digests nor by its name.
   void forget(std::size_t file);
 
   /// What is known by now. Each unlisted file is the likely one of as few missing files as can be; of files with the
@@ -87,6 +87,7 @@ class MissingFiles {
   std::unordered_map<std::size_t, std::size_t> groupsByKey_;  // The first of those that have these digests.
   std::vector<std::pair<std::size_t, std::size_t>> matches_;  // A key that a file's digests have, and the file.
   std::vector<bool> isKnown_;  // Whether the digests of each file are; else no match counts.
+  std::vector<bool> isForgotten_;
 };
 
 }  // namespace tallyfold

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <exception>
 #include <optional>
-#include <string_view>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -21,29 +21,22 @@ bool isThere(const std::string& name, const FolderFiles& files, const std::strin
              const std::stop_token& cancellation) {
   try {
     const ManifestLocation place = locate(name, root, cancellation);
-    return files.isFile(std::string(pathBelow(root, place.canonicalPath)));
+    return files.snapshotOf(std::string(pathBelow(root, place.canonicalPath))).isRegularFile;
   } catch (const ManifestPathError&) {
   } catch (const std::system_error&) {
   }
   return false;
 }
 
-/// The unlisted files that were hashed.
-class HashedFiles {
- public:
-  explicit HashedFiles(std::size_t count) : versions_(count) {}
-
-  void add(std::size_t file, const FileSnapshot& version) { versions_[file] = version; }
-
-  /// Whether a file that was hashed has changed since. Looks at it once.
-  bool isOther(std::size_t file, const FolderFiles& files, const std::string& path) {
-    const std::optional<FileSnapshot> version = std::exchange(versions_[file], std::nullopt);
-    return version && !files.isStill(path, *version);
-  }
-
- private:
-  std::vector<std::optional<FileSnapshot>> versions_;  // Of those that are to be looked at again.
-};
+/// Why what was found out about a file does not hold any more: it is gone, or it is not the version that was hashed, if
+/// it was. Empty where it still does.
+std::string changeOf(const std::string& path, const std::optional<FileSnapshot>& version,
+                     const FolderFiles& files) try {
+  const FileSnapshot now = files.snapshotOf(path);
+  return (version ? now == *version : now.isRegularFile) ? "" : "The file has changed since it was read.";
+} catch (const std::system_error&) {
+  return errorDescription(std::current_exception());
+}
 
 }  // namespace
 
@@ -58,7 +51,7 @@ MovedFiles MovedFiles::search(const FolderFiles& files, const Subject& subject, 
   const std::vector<std::string>& paths = subject.unlisted;
   MissingFiles missing(subject.entries, stillMissing, paths, cancellation);
   MovedFiles moved;
-  HashedFiles hashed(paths.size());
+  std::vector<std::optional<FileSnapshot>> versions(paths.size());  // Of those that were hashed.
   for (std::size_t file = 0; !missing.algorithms().empty() && file < paths.size(); ++file) {
     watcher.begins(file);
     HashService::checkCancellation(cancellation);
@@ -66,8 +59,9 @@ MovedFiles MovedFiles::search(const FolderFiles& files, const Subject& subject, 
       FileSnapshot version;
       missing.add(
           file, files.hash(paths[file], missing.algorithms(), cancellation, watcher.reads, watcher.counter, &version));
-      hashed.add(file, version);
-    } catch (const std::exception&) {
+      versions[file] = version;
+    } catch (const std::exception& failure) {
+      if (dynamic_cast<const HashServiceError*>(&failure) != nullptr) missing.forget(file);
       moved.failures.push_back({file, errorDescription(std::current_exception())});
     }
     watcher.ended(file + 1);
@@ -75,12 +69,16 @@ MovedFiles MovedFiles::search(const FolderFiles& files, const Subject& subject, 
 
   moved.likely = missing.find(cancellation);
   bool isSound = true;
+  std::vector<bool> wasLookedAt(paths.size());
   const auto lookAgain = [&](std::size_t file) {
     HashService::checkCancellation(cancellation);
-    if (!hashed.isOther(file, files, paths[file])) return;
+    if (wasLookedAt[file]) return;
+    wasLookedAt[file] = true;
+    std::string change = changeOf(paths[file], versions[file], files);
+    if (change.empty()) return;
     isSound = false;
     missing.forget(file);
-    moved.failures.push_back({file, "The file has changed since it was read."});
+    if (versions[file]) moved.failures.push_back({file, std::move(change)});
   };
   for (const LikelyFile& likely : moved.likely.ofFiles) lookAgain(likely.file);
   if (!isSound) {

@@ -19,7 +19,7 @@ namespace tallyfold {
 
 /// What came of a search for the missing files of a list among the unlisted ones, by their bytes.
 struct MovedFiles {
-  /// An unlisted file that could not be read, or changed.
+  /// An unlisted file that could not be read, has changed since, or is gone.
   struct Failure {
     std::size_t file;
     std::string sentence;
@@ -43,9 +43,10 @@ struct MovedFiles {
   LikelyFiles likely;
   std::vector<Failure> failures;  ///< In the order of the files.
 
-  /// Hashes the unlisted files, through the one open folder of `files`. At the end it looks at those once more of whose
-  /// bytes it has something to say: what is said of one was so then. Fails with ManifestPathError where the root is
-  /// another folder by the end, or with CancellationError; what else goes wrong is in `failures`.
+  /// Hashes the unlisted files, through the one open folder of `files`. At the end it looks at those once more of which
+  /// it has something to say: what is said of one was so then, and nothing is of one that was gone or had changed.
+  /// Fails with ManifestPathError where the root is another folder by the end, or with CancellationError; what else
+  /// goes wrong is in `failures`.
   static MovedFiles search(const FolderFiles& files, const Subject& subject, const Watcher& watcher,
                            const std::stop_token& cancellation);
 };

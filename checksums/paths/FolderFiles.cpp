@@ -105,17 +105,4 @@ DigestMap FolderFiles::hash(const std::string& path, HashAlgorithmSet algorithms
   throw HashServiceError(HashServiceError::Case::fileChangedDuringRead);
 }
 
-bool FolderFiles::isFile(const std::string& path) const { return snapshotOf(path).isRegularFile; }
-
-bool FolderFiles::isStill(const std::string& path, const FileSnapshot& version) const {
-  return snapshotOf(path) == version;
-}
-
-// Of no file where there is none.
-FileSnapshot FolderFiles::snapshotOf(const std::string& path) const try {
-  return root_.snapshotBelow(path);
-} catch (const std::system_error&) {
-  return {};
-}
-
 }  // namespace tallyfold

@@ -58,19 +58,14 @@ class FolderFiles {
   DigestMap hash(const std::string& path, HashAlgorithmSet algorithms, const std::stop_token& cancellation,
                  const ReadCallback& progress, ReadCounter* counter = nullptr, FileSnapshot* version = nullptr) const;
 
-  /// Whether a path, as `FileHandle::openBelow` takes it, leads to a regular file without any link. False where that
-  /// cannot be told.
-  [[nodiscard]] bool isFile(const std::string& path) const;
-  /// Whether it leads, in the same way, to this version of a file. False where that cannot be told.
-  [[nodiscard]] bool isStill(const std::string& path, const FileSnapshot& version) const;
+  /// What a path, as `FileHandle::openBelow` takes it, leads to without any link. Fails with std::system_error.
+  [[nodiscard]] FileSnapshot snapshotOf(const std::string& path) const { return root_.snapshotBelow(path); }
 
   /// Has the disk begin to bring the beginning of the file that a list calls `relativePath`, unless a link leads to it,
   /// and says whether that was not in memory. No result depends on it. From any number of threads at once.
   [[nodiscard]] bool fetchBeginning(std::string_view relativePath) const noexcept;
 
  private:
-  [[nodiscard]] FileSnapshot snapshotOf(const std::string& path) const;
-
   FileHandle root_;
 };
 
