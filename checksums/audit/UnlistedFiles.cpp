@@ -47,6 +47,8 @@ class ListedNames {
     return found != isMet_.end();
   }
 
+  [[nodiscard]] bool contains(std::string_view path) const { return isMet_.contains(path); }
+
   [[nodiscard]] bool hasRefused() const { return !raw_.empty(); }
 
   /// Calls `visit` with each name that no file has.
@@ -108,7 +110,7 @@ UnlistedFiles UnlistedFiles::find(const FolderFiles& files, const ManifestRootId
   UnlistedFiles found;
   found.hasRefusedNames = listed.hasRefused();
   std::size_t size = 0;
-  found.walk = files.walk(cancellation, [&](std::string path) {
+  const auto visit = [&](std::string path) {
     if (listed.meet(path)) return true;
     if (path == ownPlace) return true;
     if (isOtherList(path)) return ++found.listCount, true;
@@ -116,7 +118,9 @@ UnlistedFiles UnlistedFiles::find(const FolderFiles& files, const ManifestRootId
     found.hasMore = found.paths.size() == maximumCount || size > maximumSize;
     if (!found.hasMore) found.paths.push_back(std::move(path));
     return !found.hasMore;
-  });
+  };
+  // A link that has a name of the list was followed, or is an entry that failed.
+  found.walk = files.walk(cancellation, visit, [&](const std::string& path) { return listed.contains(path); });
   std::ranges::sort(found.paths);
   HashService::checkCancellation(cancellation);
 

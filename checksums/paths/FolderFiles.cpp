@@ -57,7 +57,8 @@ bool FolderFiles::fetchBeginning(std::string_view relativePath) const noexcept t
   return false;
 }
 
-FolderWalk FolderFiles::walk(const std::stop_token& cancellation, const std::function<bool(std::string)>& visit) const {
+FolderWalk FolderFiles::walk(const std::stop_token& cancellation, const std::function<bool(std::string)>& visit,
+                             const std::function<bool(const std::string&)>& isKnown) const {
   FolderWalk result;
   WaitingFolders waiting;
   waiting.add("");
@@ -80,7 +81,7 @@ FolderWalk FolderFiles::walk(const std::stop_token& cancellation, const std::fun
         } else if (kind == ItemKind::folder) {
           result.isComplete = waiting.add(std::move(item));
           result.hasTooManyFolders = !result.isComplete;
-        } else {
+        } else if (!isKnown(item)) {
           ++(kind == ItemKind::link ? result.linkCount : result.otherCount);
         }
         return result.isComplete;

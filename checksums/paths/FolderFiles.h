@@ -23,8 +23,8 @@ struct FolderWalk {
     std::string sentence;  ///< Why, for the user.
   };
 
-  std::int64_t linkCount = 0;               ///< None was followed.
-  std::int64_t otherCount = 0;              ///< Pipes, sockets, devices.
+  std::int64_t linkCount = 0;               ///< None was followed. Without those that the caller knows of.
+  std::int64_t otherCount = 0;              ///< Pipes, sockets, devices: in the same way.
   std::vector<UnreadFolder> unreadFolders;  ///< The first `maximumUnreadFolders`; there may be files in them.
   std::int64_t unreadFolderCount = 0;
   std::int64_t changedFolderCount = 0;  ///< That changed while they were read: there may be other files in them.
@@ -49,9 +49,12 @@ class FolderFiles {
   explicit FolderFiles(const ManifestRootIdentity& root);
 
   /// Calls `visit` with the path below the root of each regular file, hidden ones too, in no particular order, until it
-  /// returns false. Folders on other file systems are walked as well. A folder that cannot be read is no failure of the
-  /// walk. Fails with CancellationError, seen between any two items; blocks for as long as the disk does.
-  FolderWalk walk(const std::stop_token& cancellation, const std::function<bool(std::string path)>& visit) const;
+  /// returns false. `isKnown` says of the path of each link, pipe, socket and device whether it is not to be counted.
+  /// Folders on other file systems are walked as well. A folder that cannot be read is no failure of the walk. Fails
+  /// with CancellationError, seen between any two items; blocks for as long as the disk does.
+  FolderWalk walk(
+      const std::stop_token& cancellation, const std::function<bool(std::string path)>& visit,
+      const std::function<bool(const std::string& path)>& isKnown = [](auto&) { return false; }) const;
 
   /// The digests of the file at `path`, a path of a walk, and in `version` the version of it that they are of. Fails
   /// as `FileBelow::open` and `FileBelow::hash`, but with HashServiceError for every change.
