@@ -29,7 +29,11 @@ bool AuditFlow::canSearch() const {
   return stage_ == Stage::ended && !isSearching() && !moved_->likely.algorithms.empty();
 }
 
-bool AuditFlow::offersSearch() const { return canSearch() && search_ != Stage::ended; }
+bool AuditFlow::offersSearch() const {
+  const LikelyFiles& likely = moved_->likely;
+  const bool isThrough = moved_->failures.empty() || likely.foundCount == likely.missingCount;
+  return canSearch() && (search_ != Stage::ended || !isThrough);
+}
 
 void AuditFlow::look(VerifiedList list) {
   forget();
@@ -47,7 +51,10 @@ void AuditFlow::look(VerifiedList list) {
         const MissingFiles missing(*list->entries, list->missing, found->paths, task.cancellation());
         const auto moved = std::make_shared<MovedFiles>();
         moved->likely = missing.find(task.cancellation());
-        task.post([moved](AuditFlow& flow) { flow.setMoved(moved); });
+        task.post([moved](AuditFlow& flow) {
+          flow.byName_ = moved;
+          flow.setMoved(moved);
+        });
       },
       [](AuditFlow& flow, const std::exception_ptr& failure) {
         flow.walkEnd_ = timeNow();
@@ -64,8 +71,10 @@ void AuditFlow::findMoved() {
   search->list = list_;
   search->unlisted = unlisted_.files();
   filesDone_ = 0;
-  setSearch(Stage::running);
   // Until it ends, what is known is by names alone.
+  if (search_ == Stage::ended) earlier_ = moved_;
+  setMoved(byName_);
+  setSearch(Stage::running);
   const auto found = std::make_shared<std::shared_ptr<const MovedFiles>>();
   runStatus_.start(search->unlisted->paths.size(), search->counter);
   task_.start(
@@ -101,6 +110,7 @@ void AuditFlow::applyReport(const MovedSearch::Report& report) {
 void AuditFlow::endSearch(const std::exception_ptr& failure) {
   sizesTask_.abandon();
   runStatus_.end();
+  if (earlier_) BackgroundTask::dispose(std::exchange(earlier_, nullptr));
   searchEnd_ = timeNow();
   if (failure) failure_ = QString::fromStdString(errorDescription(failure));
   setSearch(failure ? Stage::failed : Stage::ended);
@@ -128,7 +138,9 @@ void AuditFlow::cancel() {
     forgetFiles();
     return setStage(Stage::cancelled);
   }
-  setSearch(Stage::cancelled);
+  const bool isRepeated = earlier_ != nullptr;
+  if (isRepeated) moved_ = std::exchange(earlier_, nullptr);
+  setSearch(isRepeated ? Stage::ended : Stage::cancelled);
   emit notesChanged();
 }
 
@@ -147,7 +159,9 @@ void AuditFlow::forget() {
 void AuditFlow::forgetFiles() {
   // What refers to the files goes before them.
   auto moved = std::exchange(moved_, std::make_shared<const MovedFiles>());
-  BackgroundTask::dispose(std::move(moved), unlisted_.replaceAll(std::make_shared<const UnlistedFiles>()));
+  auto byName = std::exchange(byName_, moved_);
+  BackgroundTask::dispose(std::move(moved), std::move(byName),
+                          unlisted_.replaceAll(std::make_shared<const UnlistedFiles>()));
   emit notesChanged();
 }
 

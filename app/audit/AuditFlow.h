@@ -52,7 +52,7 @@ class AuditFlow : public tallyfold::Flow {
   /// Unlisted files are, or were, looked for.
   [[nodiscard]] bool isPresent() const { return stage_ != Stage::none; }
   [[nodiscard]] bool isLooking() const { return stage_ == Stage::running; }
-  /// There are missing files that the unlisted ones can be searched for, which was not done yet.
+  /// There are missing files that the unlisted ones can be searched for, which was not done yet, or not of all of them.
   [[nodiscard]] bool offersSearch() const;
   [[nodiscard]] bool isSearching() const { return search_ == Stage::running; }
   /// They are shown in the place of the entries.
@@ -83,6 +83,7 @@ class AuditFlow : public tallyfold::Flow {
   /// Looks for the unlisted files of a list that was verified, and forgets those of another.
   void look(VerifiedList list);
   /// Searches the unlisted files for the missing ones. Ignored where there are not both, and while one is under way.
+  /// What another one found before comes back where this one is cancelled.
   Q_INVOKABLE void findMoved();
   /// Cancels whatever is under way.
   Q_INVOKABLE void cancel();
@@ -126,6 +127,8 @@ class AuditFlow : public tallyfold::Flow {
   std::shared_ptr<const VerifiedList> list_;
   UnlistedModel unlisted_;
   std::shared_ptr<const MovedFiles> moved_ = std::make_shared<const MovedFiles>();  // From their names alone at first.
+  std::shared_ptr<const MovedFiles> byName_ = moved_;  // That, whatever was searched since.
+  std::shared_ptr<const MovedFiles> earlier_;          // What a search found, while it is repeated; else null.
   std::size_t filesDone_ = 0;
   RunStatus runStatus_;
   FlowTask<AuditFlow> task_{*this, context().mailbox()};
