@@ -114,7 +114,10 @@ void AppViewModel::openFiles(const QList<QUrl>& urls) {
   const auto path = fileLocation(opened.constFirst());
   if (opened.size() == 1 && urls.size() <= 2 && path && ChecksumManifestService::isListName(*path)) {
     setMode(AppMode::Manifest);
-    if (const QString refusal = manifest()->manifestFileRefusal(); !refusal.isEmpty()) return setErrorMessage(refusal);
+    // A search would end without a word, and be for nothing.
+    const QString busy = manifest()->manifestFileRefusal();
+    const QString refusal = busy.isEmpty() ? audit_.searchRefusal() : busy;
+    if (!refusal.isEmpty()) return setErrorMessage(refusal);
     manifest()->dropManifest(urls);
   } else {
     setMode(AppMode::Files);

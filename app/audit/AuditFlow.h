@@ -77,7 +77,8 @@ class AuditFlow : public tallyfold::Flow {
   [[nodiscard]] AuditNotes notes() const { return {list_, unlisted_.files(), moved_}; }
   /// Of all this, as it is now.
   [[nodiscard]] VerificationReport::Unlisted report() const;
-  /// Why the list should not be verified anew, which would end a search without a word; empty where it would not.
+  /// Why the list should not be verified anew, nor another be opened unasked, which would end a search without a word;
+  /// empty where it would not.
   [[nodiscard]] QString searchRefusal() const;
 
   /// Looks for the unlisted files of a list that was verified, and forgets those of another.

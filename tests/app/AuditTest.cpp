@@ -286,7 +286,10 @@ TEST_F(Audit, SearchIsShownAsARunUntilItEnds) {
     EXPECT_TRUE(manifest.isAtWork());
     EXPECT_EQ(manifest.manifestRefusal(), "The search for missing files is under way.");
     manifest.verifyManifestOrChoose();
-    EXPECT_TRUE(audit().isSearching()) << "The run key does not end it";
+    model_->openFiles({urlOf(root_ / "list.sfv")});
+    EXPECT_EQ(model_->errorMessage(), manifest.manifestRefusal());
+    model_->setErrorMessage({});
+    EXPECT_TRUE(audit().isSearching()) << "Neither the run key nor another program ends it";
   };
   ASSERT_NO_FATAL_FAILURE(start());
   audit().cancel();
