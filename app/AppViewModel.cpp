@@ -11,6 +11,16 @@
 
 namespace tallyfold {
 
+namespace {
+
+QList<QUrl> filesAmong(const QList<QUrl>& urls) {
+  QList<QUrl> files;
+  std::ranges::remove_copy_if(urls, std::back_inserter(files), [](const QUrl& url) { return isDirectoryPath(url); });
+  return files;
+}
+
+}  // namespace
+
 QList<ModeRow> AppViewModel::modes() {
   QList<ModeRow> rows;
   for (const AppMode::Case mode : AppMode::allCases()) {
@@ -103,22 +113,25 @@ void AppViewModel::choosePreset(Preset preset) {
   }
 }
 
-void AppViewModel::openFiles(const QList<QUrl>& urls) {
-  const auto isFolder = [](const QUrl& url) { return isDirectoryPath(url); };
-  QList<QUrl> opened;
-  std::ranges::remove_copy_if(urls, std::back_inserter(opened), isFolder);
+std::optional<QUrl> AppViewModel::listAmong(const QList<QUrl>& urls) {
+  const QList<QUrl> files = filesAmong(urls);
+  const auto path = files.size() == 1 && urls.size() <= 2 ? fileLocation(files.constFirst()) : std::nullopt;
+  return path && ChecksumManifestService::isListName(*path) ? std::optional(files.constFirst()) : std::nullopt;
+}
+
+void AppViewModel::openFiles(const QList<QUrl>& urls, const QList<QUrl>& others) {
+  const QList<QUrl> opened = filesAmong(urls);
   if (opened.isEmpty()) return;
   if (listCreation_.isOpen()) {
     return setErrorMessage(tr("A checksum list is being created. Close that first, then open the file again."));
   }
-  const auto path = fileLocation(opened.constFirst());
-  if (opened.size() == 1 && urls.size() <= 2 && path && ChecksumManifestService::isListName(*path)) {
+  if (listAmong(urls)) {
     setMode(AppMode::Manifest);
     // A search would end without a word, and be for nothing.
     const QString busy = manifest()->manifestFileRefusal();
     const QString refusal = busy.isEmpty() ? audit_.searchRefusal() : busy;
     if (!refusal.isEmpty()) return setErrorMessage(refusal);
-    manifest()->dropManifest(urls);
+    manifest()->dropManifest(urls + others);
   } else {
     setMode(AppMode::Files);
     if (const QString refusal = files()->queueRefusal(); !refusal.isEmpty()) return setErrorMessage(refusal);

@@ -126,12 +126,17 @@ TEST_F(OpenWithTest, NothingBelowAPanelActsBeforeItIsAnswered) {
   waitFor("the panel in front", [&] { return QGuiApplication::focusWindow() == panel.windowHandle(); });
   EXPECT_EQ(std::ranges::count_if(QGuiApplication::topLevelWindows(), &QWindow::isVisible), 2);
   EXPECT_EQ(model.mode(), AppMode::Files);
-  open(location(folder.file("z.md5", "")));
-  model.text()->setTextInput(QStringLiteral("x"));
-  waitFor("what comes later", [&] { return !model.text()->textHashes().algorithms().empty(); });
+  for (const char* const list : {"x.md5", "y.md5", "z.md5", "z.md5"}) open(location(folder.file(list, "")));
+  EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
+  QCoreApplication::processEvents();
   EXPECT_EQ(model.mode(), AppMode::Files);
   panel.reject();
   waitFor("the list", [&] { return model.mode() == AppMode::Manifest && model.manifest()->manifestURL().has_value(); });
+  waitFor("no other", [&] {
+    const QString details = model.manifest()->manifestVerdict().details;
+    return !model.manifest()->isLoadingManifest() && details.endsWith(" and 1 more were dropped too and are not read.");
+  });
+  EXPECT_EQ(model.errorMessage(), "");
 
   model.setErrorMessage(QStringLiteral("An alert is in front."));
   driver.usableItem("alertOk");

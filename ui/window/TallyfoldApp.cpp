@@ -134,7 +134,8 @@ void TallyfoldApp::openFiles(const QList<QUrl>& files) {
 }
 
 // Not below a panel, which is answered first: what it is asked for is about what is there now. And what is said of a
-// report, or will be, is not to go with what it is about.
+// report, or will be, is not to go with what it is about. Of several lists one is read: to read them one by one would
+// be to show none of them but the last, and to wait for each as long as its disk takes.
 void TallyfoldApp::openWaiting() {
   while (!waiting_.isEmpty()) {
     if (QWindow* const panel = guard_->panel()) {
@@ -144,7 +145,16 @@ void TallyfoldApp::openWaiting() {
     }
     const bool isSaving = viewModel_.files()->isExporting() || viewModel_.manifest()->manifestExport()->isSaving();
     if (isSaving || !viewModel_.errorMessage().isEmpty()) return;
-    viewModel_.openFiles(waiting_.takeFirst());
+    const QList<QUrl> files = waiting_.takeFirst();
+    const std::optional<QUrl> list = AppViewModel::listAmong(files);
+    QList<QUrl> others;
+    const auto isOther = [&](const QList<QUrl>& waiting) {
+      const std::optional<QUrl> other = list ? AppViewModel::listAmong(waiting) : std::nullopt;
+      if (other && other != list && !others.contains(*other)) others.append(*other);
+      return other.has_value();
+    };
+    waiting_.removeIf(isOther);
+    viewModel_.openFiles(files, others);
   }
 }
 
