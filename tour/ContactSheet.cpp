@@ -143,6 +143,7 @@ class ContactSheet {
       model_.setErrorMessage({});
       QMetaObject::invokeMethod(driver.usableItem(QStringLiteral("closeList")), "clicked");
       Driver::waitFor("the sheet to close", [&] { return driver.findItem(QStringLiteral("closeList")) == nullptr; });
+      creation.reset();
     }
   }
 

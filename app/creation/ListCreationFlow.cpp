@@ -24,7 +24,7 @@ ListCreationFlow::ListCreationFlow(FlowContext& context) : Flow(context) {
 
 void ListCreationFlow::setOpen(bool isOpen) {
   if (std::exchange(isOpen_, isOpen) == isOpen) return;
-  if (!isOpen) reset();
+  if (!isOpen && (isSaved_ || !saveRefusal().isEmpty())) reset();
   emit isOpenChanged();
 }
 
@@ -270,6 +270,7 @@ void ListCreationFlow::endSaving(const std::filesystem::path& destination, bool 
   if (stage_ != Stage::saving) return emit statusChanged();
   setStage(Stage::made);
   if (!isSaved) return;
+  isSaved_ = true;
   emit saved(destination, *folder_, algorithms_.size() == 1 ? std::optional(*algorithms_.begin()) : std::nullopt);
 }
 
@@ -283,6 +284,7 @@ void ListCreationFlow::forget() {
   failures_.clear();
   refusal_.clear();
   filesDone_ = 0;
+  isSaved_ = false;
   setStage(Stage::choosing);
 }
 

@@ -69,7 +69,8 @@ class ListCreationFlow : public tallyfold::Flow {
   [[nodiscard]] QString outcomeSentence() const override { return verdict().title; }
   void shutdown() override { cancel(); }
 
-  /// The user is at it: from the choice on until it is closed, which forgets what was made.
+  /// The user is at it: from the choice on until it is closed. That forgets what was made, but for a list that could
+  /// still be saved: it is there when this is opened again, unless another folder is chosen before.
   [[nodiscard]] bool isOpen() const { return isOpen_; }
   void setOpen(bool isOpen);
 
@@ -135,6 +136,7 @@ class ListCreationFlow : public tallyfold::Flow {
   HashAlgorithmSet algorithms_{HashAlgorithm::sha256};
   std::optional<ChecksumList::Form> chosenForm_;
   bool isOpen_ = false;
+  bool isSaved_ = false;  // What was made.
   Stage stage_ = Stage::choosing;
   QString refusal_;                                      // Of the folder, at the stage of that name.
   std::shared_ptr<const ListCreationRun::Found> found_;  // Null before the folder is walked.

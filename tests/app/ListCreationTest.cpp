@@ -153,7 +153,7 @@ TEST_F(ListCreation, BarShowsBytes) {
   EXPECT_EQ(told, QString());
 }
 
-TEST_F(ListCreation, WhatIsMadeIsKeptUntilItIsClosed) {
+TEST_F(ListCreation, WhatIsMadeIsKeptUntilItIsSaved) {
   creation().setOpen(true);
   holdAt("read", 2);
   creation().create();
@@ -183,6 +183,15 @@ TEST_F(ListCreation, WhatIsMadeIsKeptUntilItIsClosed) {
   EXPECT_EQ(verdict(), "3 files, not saved yet|");
   creation().setOpen(false);
   EXPECT_EQ(creation().folder().toStdString(), (root_ / "dir").native());
+  EXPECT_EQ(verdict(), "|");
+
+  creation().setOpen(true);
+  EXPECT_EQ(made(), "1 file, not saved yet|");
+  for (const bool isOpen : {false, true}) creation().setOpen(isOpen);
+  EXPECT_EQ(verdict(), "1 file, not saved yet|") << "It was closed by mistake";
+  saveAs(root_ / "dir/list");
+  creation().setOpen(false);
+  EXPECT_EQ(verdict(), "|");
 }
 
 TEST_F(ListCreation, FolderThatTookThePlaceOfAnotherGetsNoListOfThat) {

@@ -237,6 +237,10 @@ TEST_F(TabTest, GoesAsTheEyeDoes) {
   expectOrderOfTheEye("Save…");
   driver.press({"Escape"});
   waitForNo("createList");
+  driver.press({"Control_L", "n"});
+  waitFor("the list that is not saved yet", [&] { return focusedName() == "Save…"; });
+  driver.press({"Escape"});
+  waitForNo("createList");
 
   model.manifest()->setManifestFile({fileUrl(folder.file("list", zero + "  abc\nno line\n" + zero + "  gone\n"))});
   waitFor("the list", [&] { return model.manifest()->manifestRefusal().isEmpty(); });

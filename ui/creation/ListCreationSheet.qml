@@ -16,7 +16,12 @@ TFSheet {
     height: Math.min(implicitHeight, (parent ? parent.height : implicitHeight) - TallyTheme.space8)
     width: Math.min(TallyTheme.sheetWidth, (parent ? parent.width : TallyTheme.sheetWidth) - TallyTheme.space8)
     closePolicy: creation.isWorking ? T.Popup.NoAutoClose : T.Popup.CloseOnEscape
-    onOpened: create.takeFocus()
+    onOpened: {
+        if (isMade)
+            made.restart();
+        else
+            create.takeFocus();
+    }
     onAboutToShow: creation.isOpen = true
     onClosed: creation.isOpen = false
     onIsMadeChanged: made.restart()
