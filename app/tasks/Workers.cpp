@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <list>
+#include <memory>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -20,14 +21,16 @@ class Threads {
     return *threads;
   }
 
-  void start(std::function<void()> job) {
+  void start(std::function<void()> task) {
+    // Where no thread is to be had, it goes after the lock does: what it lets go of may want a thread, too.
+    const auto job = std::make_shared<std::function<void()>>(std::move(task));
     const std::lock_guard lock(mutex_);
     joinFinished();
     const auto place = running_.emplace(running_.end());
     try {
-      *place = std::thread([this, place, job = std::move(job)]() mutable {
-        job();
-        job = nullptr;
+      *place = std::thread([this, place, job] {
+        (*job)();
+        *job = nullptr;
         finish(place);
       });
     } catch (...) {
