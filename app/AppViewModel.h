@@ -66,7 +66,7 @@ class AppViewModel : public tallyfold::ModeFlows {
 
   /// Finds the files of Manifest's root that its list does not name, once that is verified.
   [[nodiscard]] AuditFlow* audit() { return &audit_; }
-  /// Which of both the Manifest mode shows.
+  /// What the list of the Manifest mode shows: entries, warnings or unlisted files.
   [[nodiscard]] ShownRows* shownRows() { return &shownRows_; }
 
   /// Takes what another program has this one open, in the mode that it belongs to, which is entered: a checksum list,

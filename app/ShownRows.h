@@ -37,8 +37,8 @@ class ShownRows : public QObject {
   [[nodiscard]] QString emptySentence() const;
   [[nodiscard]] QString copyRefusal() const;
 
-  /// On the clipboard, as soon as a worker has written them out: the marked ones of `rows`, or else this one; and all
-  /// that is shown, warnings included.
+  /// On the clipboard, rows as soon as a worker has written them out: the marked ones of `rows`, or else this one; and
+  /// all that is shown, warnings included.
   Q_INVOKABLE void copySelected(int row);
   Q_INVOKABLE void copyAll();
 

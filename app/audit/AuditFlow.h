@@ -30,13 +30,10 @@ class AuditFlow : public tallyfold::Flow {
   Q_PROPERTY(bool isLooking READ isLooking NOTIFY changed)
   Q_PROPERTY(bool offersSearch READ offersSearch NOTIFY changed)
   Q_PROPERTY(bool isSearching READ isSearching NOTIFY changed)
-  Q_PROPERTY(bool isShown READ isShown WRITE setShown NOTIFY shownChanged)
   Q_PROPERTY(QString figure READ figure NOTIFY changed)
   Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY changed)
   Q_PROPERTY(QString sentence READ sentence NOTIFY changed)
   Q_PROPERTY(QString remarks READ remarks NOTIFY changed)
-  Q_PROPERTY(QString emptySentence READ emptySentence NOTIFY shownChanged)
-  Q_PROPERTY(QString copyRefusal READ copyRefusal NOTIFY shownChanged)
   Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
   Q_PROPERTY(QString progressFigure READ progressFigure NOTIFY progressChanged)
   Q_PROPERTY(tallyfold::RunStatus* runStatus READ runStatus CONSTANT)
@@ -55,7 +52,7 @@ class AuditFlow : public tallyfold::Flow {
   /// There are missing files that the unlisted ones can be searched for, which was not done yet, or not of all of them.
   [[nodiscard]] bool offersSearch() const;
   [[nodiscard]] bool isSearching() const { return search_ == Stage::running; }
-  /// They are shown in the place of the entries.
+  /// The unlisted files are shown in the place of the entries: only while `isPresent`.
   [[nodiscard]] bool isShown() const { return isShown_; }
   void setShown(bool isShown);
   /// How many there are; no figure where that is not known.
@@ -92,9 +89,9 @@ class AuditFlow : public tallyfold::Flow {
 
   /// On the clipboard: one of the rows shown, those that are marked, or all that are shown, as soon as a worker has
   /// written them out.
-  Q_INVOKABLE void copyRow(int row);
-  Q_INVOKABLE void copyMarked();
-  Q_INVOKABLE void copyShown();
+  void copyRow(int row);
+  void copyMarked();
+  void copyShown();
 
  signals:
   void changed();

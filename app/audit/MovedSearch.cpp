@@ -1,7 +1,7 @@
 #include "app/audit/MovedSearch.h"
 
 #include <string>
-#include <utility>
+#include <vector>
 
 #include "app/tasks/ReadAhead.h"
 #include "checksums/paths/FolderFiles.h"

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <vector>
 
 #include "app/shared/VerifiedList.h"
 #include "app/tasks/BackgroundTask.h"

@@ -89,7 +89,7 @@ class FilesFlow : public tallyfold::Flow {
   Q_INVOKABLE void startProcessing();
   Q_INVOKABLE void cancelProcessing();
   Q_INVOKABLE void removeJob(const tallyfold::Uuid& id);
-  Q_INVOKABLE void removeMarked();
+  void removeMarked();
   /// The marked files, or else this one.
   Q_INVOKABLE void removeSelected(const tallyfold::Uuid& id);
   /// Keeps what was in the list until the next change of it.

@@ -38,9 +38,6 @@ class ManifestFlow : public tallyfold::Flow {
   Q_PROPERTY(QStringList manifestWarnings READ manifestWarnings NOTIFY manifestLinesChanged)
   Q_PROPERTY(int manifestUnsupportedLineCount READ manifestUnsupportedLineCount NOTIFY manifestLinesChanged)
   Q_PROPERTY(QString manifestUnsupportedFigure READ manifestUnsupportedFigure NOTIFY manifestLinesChanged)
-  Q_PROPERTY(bool showsWarnings READ showsWarnings WRITE setShowsWarnings NOTIFY manifestShownChanged)
-  Q_PROPERTY(QString manifestEmptySentence READ manifestEmptySentence NOTIFY manifestShownChanged)
-  Q_PROPERTY(QString copyManifestRefusal READ copyManifestRefusal NOTIFY manifestShownChanged)
   Q_PROPERTY(QString manifestLines READ manifestLines NOTIFY manifestLinesChanged)
   Q_PROPERTY(QString manifestWarningsSummary READ manifestWarningsSummary NOTIFY manifestLinesChanged)
   Q_PROPERTY(QStringList manifestAlgorithms READ manifestAlgorithms NOTIFY manifestLinesChanged)
@@ -161,9 +158,9 @@ class ManifestFlow : public tallyfold::Flow {
   Q_INVOKABLE void clearManifest();
   /// On the clipboard: one of the rows shown, those that are marked, or all that is shown, rows as soon as a worker has
   /// written them out.
-  Q_INVOKABLE void copyManifestRow(int row);
-  Q_INVOKABLE void copyMarked();
-  Q_INVOKABLE void copyManifestShown();
+  void copyManifestRow(int row);
+  void copyMarked();
+  void copyManifestShown();
 
  signals:
   void manifestURLsChanged();

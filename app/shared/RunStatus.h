@@ -23,8 +23,6 @@ class RunStatus : public QObject {
   Q_PROPERTY(QString file READ file NOTIFY told)
   /// "43% of 8.6 GB · 1.9 GB/s · 3 s left", as far as it is known.
   Q_PROPERTY(QString figures READ figures NOTIFY told)
-  /// `figures` for less room, each shorter than the one before: the time left stays. May be empty.
-  Q_PROPERTY(QStringList shorterFigures READ shorterFigures NOTIFY told)
   /// Of the run's files those that are finished, with the finished part of the one under way: a fraction, 0 to 1.
   Q_PROPERTY(double reach READ reach NOTIFY reachChanged)
   /// How much of the file under way was read: 0 to 1, and 0 where its digests come in one piece.
@@ -49,9 +47,8 @@ class RunStatus : public QObject {
 
   [[nodiscard]] QString file() const { return file_; }
   [[nodiscard]] QString figures() const { return figures_; }
-  [[nodiscard]] QStringList shorterFigures() const { return shorterFigures_; }
-  /// Ways to tell how far the run is, each shorter than the one before: `figures` and `shorterFigures` behind `count`,
-  /// "1 of 3 files", which may be empty; and the shortest of them alone.
+  /// Ways to tell how far the run is, each shorter than the one before, in which the time left stays: `figures` first,
+  /// all behind `count`, "1 of 3 files", which may be empty; and the shortest of them alone.
   Q_INVOKABLE [[nodiscard]] QStringList figuresBehind(const QString& count) const;
   [[nodiscard]] double reach() const { return reach_; }
   [[nodiscard]] double fraction() const { return fraction_; }

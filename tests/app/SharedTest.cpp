@@ -219,7 +219,7 @@ TEST(RunStatusTest, TellsThatTheNextFileBeginsAndNoFigureTwice) {
   status.advance({.filesDone = 1});
   EXPECT_EQ(status.fraction(), 0);
   EXPECT_EQ(fractions.count(), 1) << "though as much of the run is over as before";
-  EXPECT_EQ(status.shorterFigures().size(), 1) << "beside " << status.figures().toStdString();
+  EXPECT_EQ(status.figuresBehind("").size(), 2) << "with " << status.figures().toStdString();
   status.addSizes({1'000, 1'000});
   status.advance({.filesDone = 1, .file = "b"});
   EXPECT_THAT(status.figuresBehind("1 of 2 files"),
