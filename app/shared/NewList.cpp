@@ -50,24 +50,30 @@ void NewList::checkNames(const std::vector<std::string>& paths, const std::stop_
   };
   std::size_t illFormed = 0;
   std::size_t lost = 0;
+  const std::string* firstIllFormed = nullptr;
   const std::string* firstLost = nullptr;
   for (const std::string& path : paths) {
     HashService::checkCancellation(cancellation);
     if (!isValidUTF8(path)) {
       ++illFormed;
+      if (firstIllFormed == nullptr) firstIllFormed = &path;
     } else if (isLost(path)) {
       ++lost;
       if (firstLost == nullptr) firstLost = &path;
     }
   }
+  // Isolated, so that the name cannot reorder the words around it.
+  const auto shown = [](const std::string& path) { return u'\u2068' + shownText(path) + u'\u2069'; };
   QStringList reasons;
-  if (illFormed > 0) {
-    reasons.append(illFormed == 1 ? tr("The name of 1 file is not UTF-8, as lists are.")
-                                  : tr("The names of %1 files are not UTF-8, as lists are.").arg(figure(illFormed)));
+  if (firstIllFormed != nullptr) {
+    const QString name = shown(*firstIllFormed);
+    reasons.append(
+        illFormed == 1
+            ? tr("The name of 1 file is not UTF-8, as lists are: “%1”.").arg(name)
+            : tr("The names of %1 files are not UTF-8, as lists are, the first: “%2”.").arg(figure(illFormed), name));
   }
   if (firstLost != nullptr) {
-    // Isolated, so that the name cannot reorder the words around it.
-    const QString name = u'\u2068' + shownText(*firstLost) + u'\u2069';
+    const QString name = shown(*firstLost);
     reasons.append(
         lost == 1
             ? tr("The name of 1 file cannot be written in this form: “%1”.").arg(name)

@@ -89,7 +89,7 @@ TEST_F(Export, ListHasNamesBelowTheFolderThatTheFilesShare) {
   fs::remove(reports_ / "list");
   model_->files()->addFiles({fileUrl(folder_.file("\xFF", ""))});
   run();
-  EXPECT_EQ(list(), "The name of 1 file is not UTF-8, as lists are.");
+  EXPECT_EQ(list(), "The name of 1 file is not UTF-8, as lists are: “\u2068\uFFFD\u2069”.");
 }
 
 TEST_F(Export, QueueStandsStillMeanwhile) {

@@ -93,9 +93,10 @@ TEST_F(ListCreation, WhatAListCannotHoldIsRefusedBeforeAnythingIsRead) {
   EXPECT_EQ(made(), "No list was made|The name of 1 file cannot be written in this form: “\u2068.b\\\u2069”.");
   fs::remove(root_ / ".b\\");
   folder_.file("root/\xFF", "");
-  folder_.file("root/\xFE", "");
+  folder_.file("root/1st \xFE", "");
   choose({QStringLiteral("MD5"), QStringLiteral("CRC-32")});
-  EXPECT_EQ(made(), "No list was made|The names of 2 files are not UTF-8, as lists are.");
+  EXPECT_EQ(made(),
+            "No list was made|The names of 2 files are not UTF-8, as lists are, the first: “\u20681st \uFFFD\u2069”.");
   const fs::path many = folder_.path() / "many";
   fs::create_directories(many);
   for (int i = 0; i <= 12'500; ++i) folder_.file("many/" + std::to_string(i), "");
