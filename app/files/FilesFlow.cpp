@@ -367,8 +367,8 @@ FilesVerdict FilesFlow::verdict() const {
 
 QString FilesFlow::runFigure() const {
   const QLocale locale = userLocale();
-  return tr("%1 of %2")
-      .arg(locale.toString(processedCount_), locale.toString(runFileCount_ > 0 ? runFileCount_ : jobs_.total()));
+  const int finished = jobs_.count(FileJobListModel::Done) + jobs_.count(FileJobListModel::Failures);
+  return tr("%1 of %2").arg(locale.toString(stage_ == Stage::none ? 0 : finished), locale.toString(jobs_.total()));
 }
 
 void FilesFlow::setProcessing(bool isProcessing) {

@@ -67,7 +67,7 @@ class FilesFlow : public tallyfold::Flow {
   [[nodiscard]] double overallProgress() const { return overallProgress_; }
   /// The files that are finished in the current run.
   [[nodiscard]] int processedCount() const { return processedCount_; }
-  /// "3 of 1,204": of the files of the current or last run, or of those that one would be about.
+  /// "3 of 1,204": of the files in the list, those that are finished in the current or last run.
   [[nodiscard]] QString runFigure() const;
   [[nodiscard]] bool isExporting() const { return saver_.isSaving(); }
   /// How often the list was cleared: what was dropped or chosen before comes too late.

@@ -189,8 +189,9 @@ class Player {
     require(model_->files()->processedCount() == static_cast<int>(processed_), "the count of finished files");
     const double progress = total_ == 0 ? 0 : static_cast<double>(processed_) / static_cast<double>(total_);
     require(model_->files()->overallProgress() == progress, "the progress");
-    const std::size_t shownTotal = total_ > 0 ? total_ : rows_.size();
-    require(model_->files()->runFigure() == QStringLiteral("%1 of %2").arg(processed_).arg(shownTotal), "the figure");
+    // Of the rows that are left: those that are gone are none of what the verdict speaks of.
+    const std::size_t told = total_ > 0 ? finished : 0;
+    require(model_->files()->runFigure() == QStringLiteral("%1 of %2").arg(told).arg(rows_.size()), "the figure");
     require(model_->selectedAlgorithms() == algorithms_, "the selection");
     require(model_->errorMessage().isEmpty() != isLimitShown_, "an error");
     require(model_->files()->startRefusal().isEmpty() == !(isRunning_ || rows_.empty() || algorithms_.empty()),
