@@ -83,10 +83,13 @@ void RunStatus::tell() {
   file_ = place_.file;
   QString done;
   QString doneInShort;
-  if (const auto total = meter_.totalBytes(); !total) {
+  const auto total = meter_.totalBytes();
+  // Of files without bytes that are left, the share and the time say nothing.
+  const bool isAllRead = total && *total <= meter_.bytesRead();
+  if (!total) {
     doneInShort = formattedByteCount(meter_.bytesRead());
     done = tr("%1 read, total unknown").arg(doneInShort);
-  } else if (*total > 0) {
+  } else if (!isAllRead) {
     const double share = static_cast<double>(meter_.bytesRead()) / static_cast<double>(*total);
     doneInShort = tr("%1%").arg(userLocale().toString(std::floor(share * 100), 'f', 0));
     done = tr("%1 of %2").arg(doneInShort, formattedByteCount(*total));
@@ -94,7 +97,7 @@ void RunStatus::tell() {
   const auto speed = meter_.bytesPerSecond(now);
   const auto seconds = meter_.secondsLeft(now);
   const QString pace = speed ? formattedThroughput(*speed) : QString();
-  const QString left = seconds ? timeLeft(*seconds) : QString();
+  const QString left = seconds && !isAllRead ? timeLeft(*seconds) : QString();
   figures_ = together({done, pace, left});
   shorterFigures_ = {together({done, left}), together({doneInShort, left}), left.isEmpty() ? doneInShort : left};
   shorterFigures_.removeAll(figures_);

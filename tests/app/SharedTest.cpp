@@ -229,6 +229,21 @@ TEST(RunStatusTest, TellsThatTheNextFileBeginsAndNoFigureTwice) {
   EXPECT_THAT(status.figuresBehind("2 of 2 files"), ElementsAre("2 of 2 files", ""));
 }
 
+TEST(RunStatusTest, TellsNoWholeOfTheBytesWhileFilesWithoutAnyAreLeft) {
+  const auto counter = std::make_shared<ReadCounter>(0);
+  RunStatus status;
+  status.start(3, counter);
+  status.addSizes({4, 0, 0});
+  status.advance({.file = "four bytes"});
+  EXPECT_EQ(status.figures(), "0% of 4 bytes");
+  *counter = 4;
+  status.end();
+  status.start(3, counter);
+  status.addSizes({4, 0, 0});
+  status.advance({.filesDone = 1, .counted = 4, .file = "empty"});
+  EXPECT_THAT(status.figuresBehind("1 of 3 files"), ElementsAre("1 of 3 files", ""));
+}
+
 TEST(NameSearchTest, FindsATextInWhateverWayItIsWritten) {
   const struct {
     const char* text;
