@@ -121,6 +121,7 @@ void FilesFlow::startProcessing() {
         const bool isInterrupted = flow.stage_ == Stage::cancelled && flow.processingTask_.hasLeftWorkBehind();
         if (isInterrupted) flow.stage_ = Stage::interrupted;
         flow.setProcessing(false);
+        flow.jobs_.leaveEmptyFilter();
         if (flow.overallProgress_ == 1) {
           const bool isWell = flow.results_.size() == flow.jobs_.jobs().size();
           emit flow.ended(isWell ? Outcome::AllWell : Outcome::SomeFailed);

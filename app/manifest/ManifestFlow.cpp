@@ -213,6 +213,7 @@ void ManifestFlow::endVerification(const std::exception_ptr& failure) {
   sizesTask_.abandon();
   runStatus_.end();
   end_ = timeNow();
+  jobs_.leaveEmptyFilter();
   setStage(failure ? ManifestTally::Stage::stoppedByError : ManifestTally::Stage::ended);
   setVerifying(false);
   if (manifestRestVerb().isEmpty()) checked_ = decltype(checked_)();

@@ -125,6 +125,11 @@ void FilteredListModel::setFilter(int filter) {
 
 void FilteredListModel::showFailures() {
   if (kinds_[static_cast<std::size_t>(filter_)].tone != Tone::Bad) setFilter(0);
+  setSearch({});
+}
+
+void FilteredListModel::leaveEmptyFilter() {
+  if (count(filter_) == 0) setFilter(0);
 }
 
 void FilteredListModel::setSearch(const QString& text) {

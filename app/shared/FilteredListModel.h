@@ -80,8 +80,10 @@ class FilteredListModel : public QAbstractListModel {
   /// Jobs that a filter lets through.
   [[nodiscard]] int count(int filter) const;
 
-  /// For what is about to run: a filter that would hide what fails in it is chosen no more.
+  /// For what is about to run: gives up the search, and a filter that would hide what fails.
   void showFailures();
+  /// For what has run: gives up a filter that lets nothing through.
+  void leaveEmptyFilter();
 
   [[nodiscard]] QString search() const { return nextText_; }
   /// Rows are as they were until all names were looked at: at once where they are few, otherwise in short turns.

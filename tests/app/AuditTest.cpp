@@ -318,9 +318,10 @@ TEST_F(Audit, AndTheNextRunAreSeenWhateverFilterIsChosen) {
   const std::pair<ManifestJobListModel::Filter, int> filters[]{{ManifestJobListModel::Matches, 3},
                                                                {ManifestJobListModel::Waiting, 3},
                                                                {ManifestJobListModel::Failures, 1},
-                                                               {ManifestJobListModel::Mismatches, 0}};
+                                                               {ManifestJobListModel::Mismatches, 3}};
   for (const auto& [filter, count] : filters) {
     jobs.setFilter(filter);
+    jobs.setSearch("another name");
     verified();
     EXPECT_EQ(jobs.count(), count) << filter;
   }
