@@ -182,6 +182,28 @@ TEST_F(ManifestTest, FixedWordsAreWholeInTheSmallestWindow) {
   EXPECT_TRUE(isWhole("No folder selected"));
 }
 
+TEST_F(ManifestTest, PlaceThatTheUserScrolledToStaysWhereTheWindowIsSized) {
+  std::string lines;
+  for (int i = 0; i < 100; ++i) lines += md5OfAbc + "  a" + std::to_string(i) + "\n";
+  window.resize(window.minimumSize());
+  verify("no line\n" + lines);
+  QQuickItem* verdict = driver.item("manifestVerdict");
+  const QQuickItem* page = verdict->parentItem()->parentItem()->parentItem();
+  const auto top = [&] { return verdict->mapToScene({}).y(); };
+  waitFor("the audit", [&] { return !model.audit()->isLooking(); });
+  Driver::waitForRest("the verdict", [&] { return verdict->mapToScene({}); });
+  const qreal before = top();
+  constexpr unsigned wheelDown = 5;
+  driver.clickAt(verdict->mapToGlobal(QPointF(5, 5)).toPoint(), wheelDown);
+  waitFor("what is below", [&] { return page->property("atYEnd").toBool() && !page->property("moving").toBool(); });
+  const qreal scrolled = top();
+  window.resize(window.width(), window.height() + 4);
+  waitFor("the size", [&] { return window.contentItem()->height() == window.minimumHeight() + 4; });
+  QCoreApplication::processEvents();
+  EXPECT_LT(scrolled, before - 10);
+  EXPECT_NEAR(top(), scrolled, 4);
+}
+
 TEST_F(ManifestTest, RowUnderWayTellsHowFarItIs) {
   fs::resize_file(folder.file("root/large", ""), 16ULL << 30U);
   folder.file("root/abc", "abc");

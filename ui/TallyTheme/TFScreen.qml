@@ -46,6 +46,7 @@ FocusScope {
     focus: visible
     onVisibleChanged: {
         takeKeyboard();
+        viewport.isMoved = false;
         later.restart();
     }
     // Whoever has not moved on goes along.
@@ -55,6 +56,7 @@ FocusScope {
         lastFirstPlace = firstPlace;
     }
     onShownChanged: {
+        viewport.isMoved = false;
         if (shown)
             later.restart();
     }
@@ -68,10 +70,14 @@ FocusScope {
         id: viewport
 
         readonly property Item place: Window.activeFocusItem
+        // By the user, who looks where that led.
+        property bool isMoved: false
         // Above the bar and its notice.
         readonly property real room: screen.bar ? screen.bar.y - screen.bar.noticeRoom : screen.height
 
         function revealNow() {
+            if (isMoved)
+                return returnToBounds();
             // With as much of what is above it as there is room for.
             if (screen.shown)
                 contentY = 0;
@@ -97,12 +103,18 @@ FocusScope {
         boundsBehavior: Flickable.StopAtBounds
         // What gets the keys is seen.
         onPlaceChanged: reveal(place)
+        onMovementStarted: isMoved = true
         onHeightChanged: {
-            contentY = 0;
+            if (!isMoved)
+                contentY = 0;
             later.restart();
         }
 
         T.ScrollBar.vertical: TFScrollBar {
+            onPressedChanged: {
+                if (pressed)
+                    viewport.isMoved = true;
+            }
         }
 
         // Behind the layout of the page.
