@@ -184,7 +184,8 @@ TFScreen {
             Item {
                 // No wider than the eye follows from the button.
                 width: Math.min(parent.width, ask.width + TallyTheme.space3 + TallyTheme.readingWidth)
-                height: Math.max(ask.height, told.visible ? told.height : reason.height)
+                // With room for the ring around the button, below the line above.
+                height: Math.max(ask.height, told.visible ? told.height : reason.height) + TallyTheme.space1
                 visible: root.differences.action !== ""
 
                 TFStaticText {
@@ -199,7 +200,7 @@ TFScreen {
                         left: ask.right
                         right: parent.right
                         leftMargin: TallyTheme.space3
-                        verticalCenter: parent.verticalCenter
+                        verticalCenter: ask.verticalCenter
                     }
                 }
 
@@ -212,7 +213,7 @@ TFScreen {
                         left: ask.right
                         right: parent.right
                         leftMargin: TallyTheme.space3
-                        verticalCenter: parent.verticalCenter
+                        verticalCenter: ask.verticalCenter
                     }
 
                     TFProgressBar {
@@ -234,6 +235,7 @@ TFScreen {
 
                     objectName: "askForMore"
                     anchors.verticalCenter: parent.verticalCenter
+                    anchors.verticalCenterOffset: TallyTheme.space0
                     // As wide as it was.
                     width: Math.max(implicitWidth, askMetrics.advanceWidth(root.differences.action) + 2 * TallyTheme.space3)
                     isRunning: root.differences.isWorking
