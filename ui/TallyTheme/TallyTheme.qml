@@ -131,8 +131,8 @@ QtObject {
     // Narrower, a card for a file has its buttons below its text.
     readonly property real narrowCardWidth: 280 * textScale
     readonly property real leastEditorHeight: 72 * textScale
-    // The width of a screen that is one column.
-    readonly property real columnWidth: 744 * textScale
+    // The width of a screen that is one column: in the usual window it begins where the others do.
+    readonly property real columnWidth: 764 * textScale
     // What the checksums take of the height of the Text screen, at the most.
     readonly property real checksumsShare: 0.58
     readonly property real proposalWidth: 96 * textScale
