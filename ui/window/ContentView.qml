@@ -168,6 +168,8 @@ Window {
                 if (!isShown || screen)
                     return;
                 const view = Qt.createComponent(`../${modelData.label.toLowerCase()}/${modelData.label}View.qml`);
+                if (view.status === Component.Error)
+                    console.error(view.errorString());
                 screen = view.createObject(detail, {
                         "viewModel": root.viewModel
                     }) as Item;
