@@ -1,9 +1,12 @@
 // The Files mode without a mouse.
 
+#include <atomic>
+
 #include <QAbstractFileIconProvider>
 #include <QFileDialog>
 #include <QFileInfo>
 
+#include "tests/support/WatchedSystemCalls.h"
 #include "tests/ui/WindowFixture.h"
 
 namespace tallyfold::test {
@@ -35,6 +38,14 @@ class FilesKeyboardTest : public WindowFixture {
       if (stops.size() > 400) throw std::runtime_error(stops);
       tab({"Tab"});
     }
+  }
+
+  // Of a row without scrolling to it.
+  [[nodiscard]] bool isWhole(int row) {
+    QQuickItem* list = driver.item("jobList");
+    QQuickItem* item = nullptr;
+    QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, item), Q_ARG(int, row));
+    return item != nullptr && list->boundingRect().contains(item->mapRectToItem(list, item->boundingRect()));
   }
 
   void tab(std::initializer_list<const char*> keys) {
@@ -202,12 +213,6 @@ TEST_F(FilesKeyboardTest, TheRunningRowStaysInViewUntilTheUserScrolls) {
   const fs::path large = folder.file("large.img", "");
   fs::resize_file(large, 16ULL << 30U);
   add({large});
-  const auto isWhole = [&](int row) {
-    QQuickItem* list = driver.item("jobList");
-    QQuickItem* item = nullptr;
-    QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, item), Q_ARG(int, row));
-    return item != nullptr && list->boundingRect().contains(item->mapRectToItem(list, item->boundingRect()));
-  };
   const RunStatus& status = *model.files()->runStatus();
   const auto fraction = [&] {
     return model.files()->jobs()->index(last).data(FileJobListModel::ProgressRole).toDouble();
@@ -236,6 +241,29 @@ TEST_F(FilesKeyboardTest, TheRunningRowStaysInViewUntilTheUserScrolls) {
   EXPECT_FALSE(isWhole(last)) << "The user looks elsewhere";
   driver.press({"Escape"});
   waitFor("the end", [&] { return !model.files()->isProcessing(); });
+}
+
+TEST_F(FilesKeyboardTest, ARunThatIsFollowedIsFollowedToItsEnd) {
+  constexpr int held = 20;
+  constexpr int last = 39;
+  std::vector<std::string> names;
+  for (int i = 0; i <= last; ++i) names.push_back("file" + std::to_string(i));
+  add(names, abc);
+  {
+    WatchedSystemCalls system;
+    std::atomic<bool> isSeen = false;
+    system.before = [&, opened = 0](std::string_view name, std::size_t) mutable {
+      if (name == "open" && opened++ == held) isSeen.wait(false);
+      return 0;
+    };
+    driver.press({"Control_L", "Return"});
+    waitFor("the row under way", [&] { return isWhole(held); });
+    isSeen = true;
+    isSeen.notify_all();
+    waitFor("the end", [&] { return !model.files()->isProcessing(); });
+    EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
+  }
+  waitFor("the last row", [&] { return isWhole(last); });
 }
 
 TEST_F(FilesKeyboardTest, SeveralRowsAreCopiedAndRemovedAtOnce) {

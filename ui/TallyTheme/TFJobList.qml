@@ -17,6 +17,8 @@ ListView {
     // A run is under way. Its row is kept in view, until the user looks elsewhere.
     property bool isRunning: false
     property bool isFollowing: false
+    // Of the run, 0 to 1.
+    property real progress: 0
     // The row that stays in view whatever heights the rows get, until the user looks elsewhere; -1 for none.
     property int heldRow: -1
     // Of a row that is higher than the view its end.
@@ -111,7 +113,12 @@ ListView {
         else if (currentIndex < 0)
             currentIndex = 0;
     }
-    onIsRunningChanged: isFollowing = isRunning
+    onIsRunningChanged: {
+        // Behind the row that was followed last, others may have been done in no time.
+        if (isFollowing && progress === 1 && !atYBeginning)
+            hold(count - 1, true);
+        isFollowing = isRunning;
+    }
     onMovementStarted: lookElsewhere()
     onContentHeightChanged: held.restart()
     onHeightChanged: held.restart()

@@ -117,6 +117,7 @@ TFScreen {
             menu: rowMenu
             hasRemovableRows: true
             isRunning: root.viewModel.files.isProcessing
+            progress: root.viewModel.files.overallProgress
             model: root.jobs
             Accessible.name: qsTr("Files")
             onCopyRequested: copySelected()

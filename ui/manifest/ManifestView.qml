@@ -189,6 +189,7 @@ TFScreen {
             lineHeight: TallyTheme.listRowHeight
             menu: rowMenu
             isRunning: root.viewModel.manifest.isManifestVerifying
+            progress: root.viewModel.manifest.manifestProgress
             model: root.jobs
             Accessible.name: qsTr("Entries")
             onCopyRequested: root.shownRows.copySelected(selectedIndex())
