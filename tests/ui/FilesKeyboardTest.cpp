@@ -157,7 +157,11 @@ TEST_F(FilesKeyboardTest, NamesAreFoundAsTheyAreTyped) {
   driver.press({"Escape"});
   expectRows(1, "what waits");
   EXPECT_EQ(driver.findItem("find"), nullptr);
-  EXPECT_TRUE(model.files()->isProcessing()) << "The key was meant for the field";
+  driver.press({"Control_L", "a"});
+  waitFor("a selection", [&] { return model.files()->jobs()->markedCount() == 1; });
+  driver.press({"Escape"});
+  waitFor("no selection", [&] { return model.files()->jobs()->markedCount() == 0; });
+  EXPECT_TRUE(model.files()->isProcessing()) << "The key was meant for the field, and for the selection";
   driver.press({"Escape"});
   waitFor("the end", [&] { return !model.files()->isProcessing(); });
 }

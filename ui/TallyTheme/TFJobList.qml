@@ -25,6 +25,8 @@ ListView {
     property bool isEndHeld: false
 
     readonly property int markedCount: jobs ? jobs.markedCount : 0
+    // There is something that Esc takes back.
+    readonly property bool hasEscape: markedCount > 0 || (jobs?.search ?? "") !== ""
     // Where a range of rows begins; -1 for the current row.
     property int anchorRow: -1
 
@@ -151,7 +153,7 @@ ListView {
             hold(currentIndex, true);
     }
     Keys.onEscapePressed: event => {
-        event.accepted = markedCount > 0 || jobs.search !== "";
+        event.accepted = hasEscape;
         if (markedCount > 0)
             select(currentIndex, Qt.NoModifier);
         else

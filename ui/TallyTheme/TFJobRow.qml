@@ -52,6 +52,8 @@ T.ItemDelegate {
     Accessible.selectable: true
     Accessible.selected: isSelected
     Accessible.onPressAction: select(Qt.NoModifier)
+    // Esc first means what the list does with it, and a run only then.
+    Keys.onShortcutOverride: event => event.accepted = event.key === Qt.Key_Escape && row.list.hasEscape
     // Kept for later, it is no row of the list; to a screen reader neither.
     ListView.onPooled: visible = false
     ListView.onReused: visible = true
