@@ -158,6 +158,8 @@ void TallyfoldApp::openWaiting() {
   }
 }
 
+TallyfoldApp::LastThreads::~LastThreads() { (void)BackgroundTask::waitForAll(900ms); }
+
 int TallyfoldApp::leave(int status) {
   onBus_.leave();
   const bool isSaving = viewModel_.isSaving();

@@ -38,8 +38,17 @@ class TallyfoldApp {
   void openFiles(const QList<QUrl>& files);
   void openWaiting();
 
+  /// What the model lets go of at last may be destroyed on threads that are to end before the program does.
+  struct LastThreads {
+    LastThreads() = default;
+    LastThreads(const LastThreads&) = delete;
+    LastThreads& operator=(const LastThreads&) = delete;
+    ~LastThreads();
+  };
+
   QApplication application_;
   DesktopServices desktop_;
+  LastThreads lastThreads_;
   AppViewModel viewModel_{desktop_};
   QQmlApplicationEngine engine_;
   QQuickWindow* window_ = nullptr;    // The engine's.
