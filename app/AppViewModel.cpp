@@ -119,24 +119,29 @@ std::optional<QUrl> AppViewModel::listAmong(const QList<QUrl>& urls) {
   return path && ChecksumManifestService::isListName(*path) ? std::optional(files.constFirst()) : std::nullopt;
 }
 
-void AppViewModel::openFiles(const QList<QUrl>& urls, const QList<QUrl>& others) {
+bool AppViewModel::openFiles(const QList<QUrl>& urls, const QList<QUrl>& others) {
   const QList<QUrl> opened = filesAmong(urls);
-  if (opened.isEmpty()) return;
+  if (opened.isEmpty()) return true;
+  const bool isList = listAmong(urls).has_value();
+  QString refusal;
   if (listCreation_.isOpen()) {
-    return setErrorMessage(tr("A checksum list is being created. Close that first, then open the file again."));
-  }
-  if (listAmong(urls)) {
-    setMode(AppMode::Manifest);
+    refusal = tr("A checksum list is being created. Close that first, then open the file again.");
+  } else {
+    setMode(isList ? AppMode::Manifest : AppMode::Files);
+    refusal = isList ? manifest()->manifestFileRefusal() : files()->queueRefusal();
     // A search would end without a word, and be for nothing.
-    const QString busy = manifest()->manifestFileRefusal();
-    const QString refusal = busy.isEmpty() ? audit_.searchRefusal() : busy;
-    if (!refusal.isEmpty()) return setErrorMessage(refusal);
+    if (isList && refusal.isEmpty()) refusal = audit_.searchRefusal();
+  }
+  if (!refusal.isEmpty()) {
+    setErrorMessage(refusal);
+    return false;
+  }
+  if (isList) {
     manifest()->dropManifest(urls + others);
   } else {
-    setMode(AppMode::Files);
-    if (const QString refusal = files()->queueRefusal(); !refusal.isEmpty()) return setErrorMessage(refusal);
     files()->receiveDroppedFiles(opened);
   }
+  return true;
 }
 
 void AppViewModel::shutdown() {

@@ -70,9 +70,10 @@ class AppViewModel : public tallyfold::ModeFlows {
   [[nodiscard]] ShownRows* shownRows() { return &shownRows_; }
 
   /// Takes what another program has this one open, in the mode that it belongs to, which is entered: a checksum list,
-  /// by itself or with its folder, in Manifest; all else as a drop on Files. Folders end with a separator. What is
-  /// refused now is an error message. `others` are lists that came with this one, which says that they are not read.
-  void openFiles(const QList<QUrl>& files, const QList<QUrl>& others = {});
+  /// by itself or with its folder, in Manifest; all else as a drop on Files. Folders end with a separator. False where
+  /// it is refused now, which is an error message. `others` are lists that came with this one, which says that they are
+  /// not read.
+  bool openFiles(const QList<QUrl>& files, const QList<QUrl>& others = {});
   /// The checksum list that `files` are, by itself or with its folder; none where they are something else.
   [[nodiscard]] static std::optional<QUrl> listAmong(const QList<QUrl>& files);
 

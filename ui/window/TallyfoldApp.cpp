@@ -1,8 +1,10 @@
 #include "ui/window/TallyfoldApp.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <utility>
 
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -145,16 +147,22 @@ void TallyfoldApp::openWaiting() {
     }
     const bool isSaving = viewModel_.files()->isExporting() || viewModel_.manifest()->manifestExport()->isSaving();
     if (isSaving || !viewModel_.errorMessage().isEmpty()) return;
-    const QList<QUrl> files = waiting_.takeFirst();
+    QList<QUrl> files = waiting_.takeFirst();
     const std::optional<QUrl> list = AppViewModel::listAmong(files);
     QList<QUrl> others;
     const auto isOther = [&](const QList<QUrl>& waiting) {
       const std::optional<QUrl> other = list ? AppViewModel::listAmong(waiting) : std::nullopt;
-      if (other && other != list && !others.contains(*other)) others.append(*other);
-      return other.has_value();
+      if (!other) return false;
+      if (other == list) {
+        if (waiting.size() > files.size()) files = waiting;  // With its folder.
+      } else if (!others.contains(*other)) {
+        others.append(*other);
+      }
+      return true;
     };
-    waiting_.removeIf(isOther);
-    viewModel_.openFiles(files, others);
+    std::ranges::for_each(std::as_const(waiting_), isOther);
+    // What is refused is so for the first of them, and asked for again by the next.
+    if (viewModel_.openFiles(files, others)) waiting_.removeIf(isOther);
   }
 }
 
