@@ -60,8 +60,10 @@ QString AuditFlow::sentence() const {
   return sentences.join(u' ');
 }
 
+QString AuditFlow::searchFailure() const { return tr("The missing files were not searched for: %1").arg(failure_); }
+
 QString AuditFlow::searchSentence() const {
-  if (search_ == Stage::failed) return tr("The missing files were not searched for: %1").arg(failure_);
+  if (search_ == Stage::failed) return searchFailure();
   if (search_ == Stage::cancelled) return tr("The search for missing files was cancelled.");
   if (search_ != Stage::ended) return {};
   const LikelyFiles& likely = moved_->likely;
@@ -74,25 +76,28 @@ QString AuditFlow::searchSentence() const {
   QStringList sentences;
   addCounted(sentences, static_cast<std::int64_t>(likely.returnedCount), tr("1 file that was missing is there again."),
              tr("%1 files that were missing are there again."));
-  addCounted(sentences, empty, tr("1 missing file is empty: nothing tells it from other empty files."),
-             tr("%1 missing files are empty: nothing tells them from other empty files."));
+  addCounted(sentences, empty, tr("1 missing file is empty: its bytes tell it from no other empty file."),
+             tr("%1 missing files are empty: their bytes tell them from no other empty file."));
   addCounted(sentences, contradictory, tr("1 missing file has checksums that contradict each other."),
              tr("%1 missing files have checksums that contradict each other."));
   if (missing == 0) return sentences.join(u' ');
   if (found > 0) {
-    sentences.append(all == 1       ? tr("The missing file is among them.")
-                     : found == all ? tr("All %1 missing files are among them.").arg(figureOf(all))
-                                    : tr("%1 of %2 missing files are among them.").arg(figureOf(found), figureOf(all)));
+    sentences.append(
+        all == 1       ? tr("The missing file is among the unlisted ones.")
+        : found == all ? tr("All %1 missing files are among the unlisted ones.").arg(figureOf(all))
+                       : tr("%1 of %2 missing files are among the unlisted ones.").arg(figureOf(found), figureOf(all)));
   } else if (missing == 1) {
     const QString file = all == 1 ? tr("The missing file") : tr("The other missing file");
     sentences.append(
-        (isWhole ? tr("%1 is none of them.") : tr("%1 was not found among those that were searched.")).arg(file));
+        (isWhole ? tr("%1 is none of the unlisted ones.") : tr("%1 was not found among those that were searched."))
+            .arg(file));
   } else {
     const QString files =
         (all == missing ? tr("None of the %1 missing files") : tr("None of the other %1 missing files"))
             .arg(figureOf(missing));
     sentences.append(
-        (isWhole ? tr("%1 is among them.") : tr("%1 was found among those that were searched.")).arg(files));
+        (isWhole ? tr("%1 is among the unlisted ones.") : tr("%1 was found among those that were searched."))
+            .arg(files));
   }
   const auto isByCRC32 = [](const LikelyFile& file) { return file.bytes == LikelyFile::Bytes::sameCRC32; };
   if (std::ranges::any_of(likely.ofEntries, isByCRC32)) sentences.append(tr("Equal CRC-32s are no proof."));

@@ -110,9 +110,17 @@ void AuditFlow::applyReport(const MovedSearch::Report& report) {
 void AuditFlow::endSearch(const std::exception_ptr& failure) {
   sizesTask_.abandon();
   runStatus_.end();
-  if (earlier_) BackgroundTask::dispose(std::exchange(earlier_, nullptr));
-  searchEnd_ = timeNow();
   if (failure) failure_ = QString::fromStdString(errorDescription(failure));
+  if (failure && earlier_) {
+    // What an earlier one found is as true as it was.
+    moved_ = std::exchange(earlier_, nullptr);
+    setSearch(Stage::ended);
+    context().setErrorMessage(searchFailure());
+    emit notesChanged();
+    return emit ended(Outcome::SomeFailed);
+  }
+  BackgroundTask::dispose(std::exchange(earlier_, nullptr));
+  searchEnd_ = timeNow();
   setSearch(failure ? Stage::failed : Stage::ended);
   emit notesChanged();
   emit ended(hasFoundAll() ? Outcome::AllWell : Outcome::SomeFailed);

@@ -81,7 +81,7 @@ class AuditFlow : public tallyfold::Flow {
   /// Looks for the unlisted files of a list that was verified, and forgets those of another.
   void look(VerifiedList list);
   /// Searches the unlisted files for the missing ones. Ignored where there are not both, and while one is under way.
-  /// What another one found before comes back where this one is cancelled.
+  /// What another one found before comes back where this one is cancelled, or fails.
   Q_INVOKABLE void findMoved();
   /// Cancels whatever is under way.
   Q_INVOKABLE void cancel();
@@ -108,6 +108,7 @@ class AuditFlow : public tallyfold::Flow {
   [[nodiscard]] static VerificationReport::Work workOf(Stage stage);
   [[nodiscard]] bool hasFoundAll() const;
   [[nodiscard]] QString searchSentence() const;
+  [[nodiscard]] QString searchFailure() const;
   void applyReport(const MovedSearch::Report& report);
   void setMoved(std::shared_ptr<const MovedFiles> moved);
   void forgetFiles();

@@ -168,7 +168,8 @@ TEST_F(Audit, TellsWhereOnlyTheSpellingOfANameDiffers) {
   EXPECT_EQ(note("\u00FF"), "");
   folder_.file("root/STRASSE", "other");
   EXPECT_TRUE(audit().offersSearch());
-  EXPECT_THAT(searched(), testing::EndsWith(" 3 of 5 missing files are among them. Equal CRC-32s are no proof."));
+  EXPECT_THAT(searched(),
+              testing::EndsWith(" 3 of 5 missing files are among the unlisted ones. Equal CRC-32s are no proof."));
   EXPECT_EQ(note("\u00E9"),
             "Only the Unicode form (NFC, NFD) of the name differs from “e\u0301”, which has the same CRC-32.");
   EXPECT_EQ(note("straße"), "Only upper and lower case of the name differ from “STRASSE”, but it has other bytes.");
@@ -202,8 +203,8 @@ TEST_F(Audit, FindsMovedFilesByTheirBytes) {
   };
   const std::string found =
       "6 files in the folder are not in the list. 1 file that was missing is there again. 1 missing file is empty: "
-      "nothing tells it from other empty files. 1 missing file has checksums that contradict each other. ";
-  EXPECT_EQ(searched(), found + "3 of 9 missing files are among them. 1 file could not be searched.");
+      "its bytes tell it from no other empty file. 1 missing file has checksums that contradict each other. ";
+  EXPECT_EQ(searched(), found + "3 of 9 missing files are among the unlisted ones. 1 file could not be searched.");
   const std::map<std::string, std::string> notes{
       {"a", "It is now at “new/a”."},
       {"old/b", "It is now at “new/sub/b”."},
@@ -228,8 +229,13 @@ TEST_F(Audit, FindsMovedFilesByTheirBytes) {
   ASSERT_TRUE(BackgroundTask::waitForAll(patience));
   EXPECT_EQ(audit().sentence().toStdString(), before);
   EXPECT_EQ(note("a"), notes.at("a")) << "What was found is not lost";
+  std::filesystem::rename(root_, folder_.path() / "elsewhere");
+  EXPECT_EQ(searched(), before);
+  EXPECT_EQ(model_->errorMessage(), "The missing files were not searched for: No such file or directory");
+  std::filesystem::rename(folder_.path() / "elsewhere", root_);
+  EXPECT_EQ(note("a"), notes.at("a")) << "Nor where the next search fails";
   calls_.before = [](auto...) { return 0; };
-  EXPECT_EQ(searched(), found + "4 of 9 missing files are among them.");
+  EXPECT_EQ(searched(), found + "4 of 9 missing files are among the unlisted ones.");
   EXPECT_FALSE(audit().offersSearch());
 
   model_->manifest()->setManifestFile(

@@ -204,7 +204,8 @@ class EveryFlow : public ModelTest {
           .start = [&] { model.audit()->findMoved(); },
           .cancel = [&] { model.audit()->cancel(); },
           .isBusy = [&] { return model.audit()->isSearching(); },
-          .isRight = [&] { return model.audit()->sentence().endsWith(" The missing file is none of them."); },
+          .isRight =
+              [&] { return model.audit()->sentence().endsWith(" The missing file is none of the unlisted ones."); },
           .call = "open"}},
         {"Export",
          {.object = &model,
