@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include <QLocale>
+
 #include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
 #include "app/shared/Formats.h"
@@ -25,6 +27,8 @@ ListCreationFlow::ListCreationFlow(FlowContext& context) : Flow(context) {
 void ListCreationFlow::setOpen(bool isOpen) {
   if (std::exchange(isOpen_, isOpen) == isOpen) return;
   if (!isOpen && (isSaved_ || !saveRefusal().isEmpty())) reset();
+  isKept_ = isOpen && stage_ == Stage::made;
+  if (isKept_) emit statusChanged();
   emit isOpenChanged();
 }
 
@@ -164,6 +168,10 @@ ListCreationVerdict ListCreationFlow::verdict() const {
                                   : tr("%1 of %2 files could not be read and are not listed").arg(figureOf(failed)))
                          .replace(QStringLiteral("%2"), figureOf(total));
   QStringList details = remarks();
+  if (isKept_) {
+    details.append(tr("It was calculated at %1: what changed since is not in it.")
+                       .arg(userLocale().toString(madeAt_, QLocale::ShortFormat)));
+  }
   return {.tone = isWhole ? Tone::Pending : Tone::Caution, .title = outcome, .details = details.join(u' ')};
 }
 
@@ -202,6 +210,7 @@ void ListCreationFlow::create() {
         flow.sizesTask_.abandon();
         flow.runStatus_.end();
         if (failure) flow.refusal_ = QString::fromStdString(errorDescription(failure));
+        flow.madeAt_ = QDateTime::currentDateTime();
         if (flow.stage_ == Stage::running) flow.setStage(failure ? Stage::refused : Stage::made);
         emit flow.statusChanged();
         if (flow.stage_ == Stage::made || failure) {
@@ -285,6 +294,7 @@ void ListCreationFlow::forget() {
   refusal_.clear();
   filesDone_ = 0;
   isSaved_ = false;
+  isKept_ = false;
   setStage(Stage::choosing);
 }
 

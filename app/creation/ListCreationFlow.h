@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 
+#include <QDateTime>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -137,6 +138,8 @@ class ListCreationFlow : public tallyfold::Flow {
   std::optional<ChecksumList::Form> chosenForm_;
   bool isOpen_ = false;
   bool isSaved_ = false;  // What was made.
+  bool isKept_ = false;   // What was made before this was opened.
+  QDateTime madeAt_;
   Stage stage_ = Stage::choosing;
   QString refusal_;                                      // Of the folder, at the stage of that name.
   std::shared_ptr<const ListCreationRun::Found> found_;  // Null before the folder is walked.
