@@ -265,6 +265,7 @@ void ManifestFlow::cancelManifestVerification() {
       }
     }
   }
+  jobs_.leaveEmptyFilter();
   end_ = timeNow();
   setStage(ManifestTally::Stage::cancelled);
   setVerifying(false);
