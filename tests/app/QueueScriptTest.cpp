@@ -211,6 +211,11 @@ class Player {
 
   void observeShown() {
     const FileJobListModel& model = *model_->files()->jobs();
+    // The end of a run leaves a filter that nothing passes any more: none of the marked rows was shown until then.
+    if (isRunning_ && !model_->files()->isProcessing() && model.filter() != filter_) {
+      for (Row& row : rows_) row.isMarked = false;
+    }
+    filter_ = model.filter();
     const std::map<int, std::string> passing{{0, "0123"}, {1, "3"}, {2, "01"}, {3, "2"}};
     std::vector<Uuid> expected;
     for (const FileJob& job : model.jobs()) {
@@ -249,6 +254,7 @@ class Player {
   bool isRunning_ = false;
   bool isCancelled_ = false;
   bool isLimitShown_ = false;
+  int filter_ = 0;
   std::size_t processed_ = 0;
   std::size_t total_ = 0;
   HashAlgorithmSet algorithms_ = HashAlgorithm::recommended;
