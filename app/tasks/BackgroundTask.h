@@ -4,6 +4,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <new>
 #include <stop_token>
 #include <tuple>
 #include <utility>
@@ -49,6 +50,7 @@ class BackgroundTask {
         returnFreeMemory();
       });
     } catch (const Workers::Refusal&) {  // It was destroyed here after all.
+    } catch (const std::bad_alloc&) {    // The same.
     }
   }
 
