@@ -17,7 +17,7 @@ struct FileRows {
   RowTable jobIndexByID;
   RowTable jobURLSet;
 
-  /// Room for so many in all, and for more where it is little at a time.
+  /// Room for so many in all; at least twice the room that there was where that is not enough.
   void reserve(std::size_t count) {
     if (count > jobs.capacity()) jobs.reserve(std::max(count, 2 * jobs.capacity()));
     jobIndexByID.reserve(count);
