@@ -19,9 +19,8 @@
 namespace tallyfold::test {
 
 /// Stands between the program and the system for as long as it lives. It counts the calls by which files are read
-/// and written, lets a test do something right before any of them, and can make them fail. For tests whose files are
-/// used by one thread, but for `pread`: of several threads, one makes that call after the other. Closing and announcing
-/// what will be read are neither counted nor refused.
+/// and written, lets a test do something right before any of them, and can make them fail. From any thread; of several,
+/// one makes `pread` after the other. Closing and announcing what will be read are neither counted nor refused.
 class WatchedSystemCalls : public SystemCalls {
  public:
   WatchedSystemCalls() { replace(this); }
@@ -44,7 +43,7 @@ class WatchedSystemCalls : public SystemCalls {
   std::size_t longestWrite = std::numeric_limits<std::size_t>::max();
 
   /// By all reads so far.
-  std::int64_t bytesRead = 0;
+  std::atomic<std::int64_t> bytesRead = 0;
 
   /// Names of all calls so far, in order.
   std::vector<std::string_view> names;
@@ -126,8 +125,12 @@ class WatchedSystemCalls : public SystemCalls {
 
  protected:
   bool isRefused(std::string_view name) {
-    names.push_back(name);
-    const int error = before(name, names.size());
+    const std::size_t number = [&] {
+      const std::lock_guard lock(namesMutex_);
+      names.push_back(name);
+      return names.size();
+    }();
+    const int error = before(name, number);
     if (error == 0) return false;
     errno = error;
     return true;
@@ -141,6 +144,7 @@ class WatchedSystemCalls : public SystemCalls {
   }
 
   std::mutex mutex_;
+  std::mutex namesMutex_;
 };
 
 }  // namespace tallyfold::test
