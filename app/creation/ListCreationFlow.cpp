@@ -169,8 +169,8 @@ ListCreationVerdict ListCreationFlow::verdict() const {
                          .replace(QStringLiteral("%2"), figureOf(total));
   QStringList details = remarks();
   if (isKept_) {
-    details.append(tr("It was calculated at %1: what changed since is not in it.")
-                       .arg(userLocale().toString(madeAt_, QLocale::ShortFormat)));
+    details.append(tr("Its calculation began at %1: what changed since may not be in it.")
+                       .arg(userLocale().toString(begunAt_, QLocale::ShortFormat)));
   }
   return {.tone = isWhole ? Tone::Pending : Tone::Caution, .title = outcome, .details = details.join(u' ')};
 }
@@ -194,6 +194,7 @@ void ListCreationFlow::create() {
   forget();
   context().setErrorMessage(QString());
   setStage(Stage::running);
+  begunAt_ = QDateTime::currentDateTime();
   const auto run = std::make_shared<ListCreationRun>();
   run->root = *folder_;
   run->algorithms = algorithms_;
@@ -210,7 +211,6 @@ void ListCreationFlow::create() {
         flow.sizesTask_.abandon();
         flow.runStatus_.end();
         if (failure) flow.refusal_ = QString::fromStdString(errorDescription(failure));
-        flow.madeAt_ = QDateTime::currentDateTime();
         if (flow.stage_ == Stage::running) flow.setStage(failure ? Stage::refused : Stage::made);
         emit flow.statusChanged();
         if (flow.stage_ == Stage::made || failure) {
@@ -269,7 +269,7 @@ Saver::Writer ListCreationFlow::writer() {
   setStage(Stage::saving);
   return [files = files_, form = form(), folder = *folder_, root = found_->root](const auto& destination,
                                                                                  const auto& cancellation) {
-    ListCreationRun::checkRoot(folder, root, cancellation);
+    ListCreationRun::checkRoot(folder, root, "The folder was replaced after its files were read.", cancellation);
     ChecksumList::write(NewList::withoutReplaced(*files, folder, destination), form, destination, cancellation);
   };
 }

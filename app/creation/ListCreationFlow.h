@@ -99,6 +99,8 @@ class ListCreationFlow : public tallyfold::Flow {
   /// "12 of 1,204 files"; empty while there is none.
   [[nodiscard]] QString progressFigure() const;
   [[nodiscard]] RunStatus* runStatus() { return &runStatus_; }
+  /// Where the list is saved, and whether it is being.
+  [[nodiscard]] const Saver* saver() const { return &saver_; }
   [[nodiscard]] ListFailures* failures() { return &failures_; }
 
   Q_INVOKABLE void create();
@@ -139,7 +141,7 @@ class ListCreationFlow : public tallyfold::Flow {
   bool isOpen_ = false;
   bool isSaved_ = false;  // What was made.
   bool isKept_ = false;   // What was made before this was opened.
-  QDateTime madeAt_;
+  QDateTime begunAt_;
   Stage stage_ = Stage::choosing;
   QString refusal_;                                      // Of the folder, at the stage of that name.
   std::shared_ptr<const ListCreationRun::Found> found_;  // Null before the folder is walked.

@@ -32,10 +32,10 @@ FolderFiles openFolder(const ManifestRootIdentity& identity) {
 }  // namespace
 
 void ListCreationRun::checkRoot(const std::filesystem::path& root, const ManifestRootIdentity& expected,
-                                const std::stop_token& cancellation) {
+                                const char* refusal, const std::stop_token& cancellation) {
   const ManifestRootIdentity now = ChecksumManifestService::captureRootIdentity(root, cancellation);
   const bool isSame = now.canonicalPath == expected.canonicalPath && now.snapshot.isSameIdentity(expected.snapshot);
-  if (!isSame) refuse("The folder was replaced while its files were read.");
+  if (!isSame) refuse(refusal);
 }
 
 void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, const ReportTaker& takeReport,
@@ -78,7 +78,7 @@ void ListCreationRun::work(const Context& context, const FoundTaker& takeFound, 
     ++now.filesDone;
     tell();
   }
-  checkRoot(root, found->root, cancellation);
+  checkRoot(root, found->root, "The folder was replaced while its files were read.", cancellation);
   context.post([=](ListCreationFlow& flow) { takeFiles(flow, files); });
 }
 

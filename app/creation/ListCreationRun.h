@@ -54,8 +54,9 @@ struct ListCreationRun {
   void work(const Context& context, const FoundTaker& takeFound, const ReportTaker& takeReport,
             const FilesTaker& takeFiles) const;
 
-  /// Fails with ListRefusal unless `root` is still the folder `expected`, whatever is in it by now.
-  static void checkRoot(const std::filesystem::path& root, const ManifestRootIdentity& expected,
+  /// Fails with ListRefusal, whose sentence is `refusal`, unless `root` is still the folder `expected`, whatever is in
+  /// it by now.
+  static void checkRoot(const std::filesystem::path& root, const ManifestRootIdentity& expected, const char* refusal,
                         const std::stop_token& cancellation);
 
  private:
