@@ -7,6 +7,7 @@
 
 #include "app/shared/AlgorithmNames.h"
 #include "app/shared/FileLocation.h"
+#include "app/shared/Formats.h"
 #include "checksums/lines/ChecksumLines.h"
 
 namespace tallyfold {
@@ -119,9 +120,10 @@ std::optional<QUrl> AppViewModel::listAmong(const QList<QUrl>& urls) {
   return path && ChecksumManifestService::isListName(*path) ? std::optional(files.constFirst()) : std::nullopt;
 }
 
-bool AppViewModel::openFiles(const QList<QUrl>& urls, const QList<QUrl>& others) {
+void AppViewModel::openFiles(const QList<QUrl>& urls, const QList<QUrl>& others,
+                             const std::optional<std::filesystem::path>& listBefore) {
   const QList<QUrl> opened = filesAmong(urls);
-  if (opened.isEmpty()) return true;
+  if (opened.isEmpty()) return;
   const bool isList = listAmong(urls).has_value();
   QString refusal;
   if (listCreation_.isOpen()) {
@@ -131,17 +133,20 @@ bool AppViewModel::openFiles(const QList<QUrl>& urls, const QList<QUrl>& others)
     refusal = isList ? manifest()->manifestFileRefusal() : files()->queueRefusal();
     // A search would end without a word, and be for nothing.
     if (isList && refusal.isEmpty()) refusal = audit_.searchRefusal();
+    if (isList && listBefore != manifest()->manifestURL()) {
+      refusal = tr("Another checksum list was opened meanwhile. Open the file again to read it.");
+    }
   }
   if (!refusal.isEmpty()) {
-    setErrorMessage(refusal);
-    return false;
+    const QString first = displayText(fileLocation(opened.constFirst())->filename());
+    const qsizetype more = opened.size() + others.size() - 1;
+    return context().setErrorMessage(refusal, more == 0 ? first : tr("%1 and %2 more").arg(first, figureOf(more)));
   }
   if (isList) {
     manifest()->dropManifest(urls + others);
   } else {
     files()->receiveDroppedFiles(opened);
   }
-  return true;
 }
 
 void AppViewModel::shutdown() {

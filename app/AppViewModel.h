@@ -70,10 +70,11 @@ class AppViewModel : public tallyfold::ModeFlows {
   [[nodiscard]] ShownRows* shownRows() { return &shownRows_; }
 
   /// Takes what another program has this one open, in the mode that it belongs to, which is entered: a checksum list,
-  /// by itself or with its folder, in Manifest; all else as a drop on Files. Folders end with a separator. False where
-  /// it is refused now, which is an error message. `others` are lists that came with this one, which says that they are
-  /// not read.
-  bool openFiles(const QList<QUrl>& files, const QList<QUrl>& others = {});
+  /// by itself or with its folder, in Manifest; all else as a drop on Files. Folders end with a separator. `others` are
+  /// lists that came with this one, which says that they are not read. What is refused now is an error message about
+  /// all of them; so is a list that `listBefore`, the one that there was when it came, has given place to another.
+  void openFiles(const QList<QUrl>& files, const QList<QUrl>& others,
+                 const std::optional<std::filesystem::path>& listBefore);
   /// The checksum list that `files` are, by itself or with its folder; none where they are something else.
   [[nodiscard]] static std::optional<QUrl> listAmong(const QList<QUrl>& files);
 

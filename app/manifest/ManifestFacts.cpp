@@ -144,10 +144,10 @@ ManifestVerdict ManifestFlow::manifestVerdict() const {
 }
 
 QString ManifestFlow::unreadSentence() const {
-  if (alsoDroppedCount_ == 0) return {};
-  const QString name = shortened(alsoDropped_);
-  if (alsoDroppedCount_ == 1) return tr("%1 was dropped too and is not read.").arg(name);
-  return tr("%1 and %2 more were dropped too and are not read.").arg(name, figureOf(alsoDroppedCount_ - 1));
+  if (othersCount_ == 0) return {};
+  const QString name = shortened(firstOther_);
+  if (othersCount_ == 1) return tr("%1 came with this list and is not read.").arg(name);
+  return tr("%1 and %2 more came with this list and are not read.").arg(name, figureOf(othersCount_ - 1));
 }
 
 VerifiedList ManifestFlow::verifiedList() const {

@@ -84,8 +84,8 @@ void ManifestFlow::setManifestFile(const QList<QUrl>& urls) {
   std::optional<std::filesystem::path> other;
   for (qsizetype next = 1; next < urls.size() && !other; ++next) other = fileLocation(urls[next]);
   if (!other) return;
-  alsoDropped_ = displayText(other->filename());
-  alsoDroppedCount_ = urls.size() - 1;
+  firstOther_ = displayText(other->filename());
+  othersCount_ = urls.size() - 1;
   emit manifestStatusChanged();
 }
 
@@ -295,7 +295,7 @@ void ManifestFlow::forgetChoice() {
   choice_ = {};
   candidates_ = {};
   seenRoot_.reset();
-  alsoDroppedCount_ = 0;
+  othersCount_ = 0;
 }
 
 // The list is gone; what it was read from and the root stay.

@@ -219,8 +219,8 @@ class ManifestFlow : public tallyfold::Flow {
   ManifestRun::Causes causes_;
   std::vector<ManifestRun::Checked> checked_;  // In this run; kept for another as long as one is offered.
   bool isJustSaved_ = false;                   // The list, which was made here.
-  QString alsoDropped_;                        // With this list: the name of the first file that is not read.
-  qsizetype alsoDroppedCount_ = 0;
+  QString firstOther_;                         // With this list: the name of the first file that is not read.
+  qsizetype othersCount_ = 0;
   QString readError_;
   qint64 unreadableLine_ = 0;  // That the error is about; 0 when it is not about one.
   ManifestTally::Stage stage_ = ManifestTally::Stage::none;

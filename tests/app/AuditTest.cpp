@@ -189,8 +189,8 @@ TEST_F(Audit, FindsMovedFilesByTheirBytes) {
     lines += "MD5 (" + (name + (") = " + md5OfAbc + '\n'));
   lines +=
       "SHA1 (a) = " + sha1OfAbc + "\nMD5 (f) = " + zeros + "\nMD5 (f) = " + md5OfAbc + "\nMD5 (x/other) = " + zeros;
-  lines += "\nMD5 (gone) = " + zeros + "\nMD5 (g) = " + md5OfAbc + "\nSHA1 (g) = " + std::string(40, '0') +
-           "\nMD5 (__init__.py) = " + md5OfNothing + '\n';
+  lines += "\nMD5 (gone) = " + zeros + "\nSHA1 (gone) = " + std::string(40, '0') + "\nMD5 (g) = " + md5OfAbc +
+           "\nSHA1 (g) = " + std::string(40, '0') + "\nMD5 (__init__.py) = " + md5OfNothing + '\n';
   model_->manifest()->setManifestRoot({urlOf(root_)});
   model_->manifest()->setManifestFile({urlOf(folder_.file("list", lines))});
   ASSERT_TRUE(reached([&] { return !model_->manifest()->isLoadingManifest(); }));
@@ -218,7 +218,7 @@ TEST_F(Audit, FindsMovedFilesByTheirBytes) {
       {"gone", ""},
   };
   for (const auto& [path, text] : notes) EXPECT_EQ(note(path), text) << path;
-  EXPECT_EQ(note("old/d"), "“new/a” has the same bytes.");
+  EXPECT_EQ(note("old/d"), "“new/a” and 2 other files have the same bytes.");
   EXPECT_EQ(note("e"), note("old/d")) << "More were missing than there are";
 
   EXPECT_TRUE(audit().offersSearch()) << "The one that could not be searched may be the next of them";
@@ -243,6 +243,25 @@ TEST_F(Audit, FindsMovedFilesByTheirBytes) {
   ASSERT_TRUE(reached([&] { return !model_->manifest()->isLoadingManifest(); }));
   EXPECT_EQ(verified(), "7 files in the folder are not in the list.");
   EXPECT_FALSE(audit().offersSearch()) << "No file can have both";
+}
+
+TEST_F(Audit, TellsAFileFromItsCopiesOnlyByName) {
+  fs::create_directories(root_ / "sub");
+  folder_.file("root/copy1", "abc");
+  folder_.file("root/copy2", "abc");
+  model_->manifest()->setManifestRoot({urlOf(root_)});
+  model_->manifest()->setManifestFile({urlOf(folder_.file("list", "MD5 (x) = 900150983cd24fb0d6963f7d28e17f72\n"))});
+  ASSERT_TRUE(reached([&] { return !model_->manifest()->isLoadingManifest(); }));
+  verified();
+  searched();
+  EXPECT_EQ(note("x"), "“copy1” and 1 other file have the same bytes.");
+  for (const char* const copy : {"copy1", "copy2"}) EXPECT_EQ(note(copy), "It has the bytes of “x”.");
+  folder_.file("root/sub/x", "abc");
+  verified();
+  searched();
+  EXPECT_EQ(note("x"), "It is now at “sub/x”.");
+  EXPECT_EQ(note("sub/x"), "It was “x”.");
+  EXPECT_EQ(note("copy1"), "It has the bytes of “x”.");
 }
 
 TEST_F(Audit, IsInTheReport) {
@@ -292,8 +311,9 @@ TEST_F(Audit, SearchIsShownAsARunUntilItEnds) {
     EXPECT_TRUE(manifest.isAtWork());
     EXPECT_EQ(manifest.manifestRefusal(), "The search for missing files is under way.");
     manifest.verifyManifestOrChoose();
-    model_->openFiles({urlOf(root_ / "list.sfv")});
+    model_->openFiles({urlOf(root_ / "list.sfv")}, {urlOf(root_ / "b.md5")}, manifest.manifestURL());
     EXPECT_EQ(model_->errorMessage(), manifest.manifestRefusal());
+    EXPECT_EQ(model_->errorSubject(), "list.sfv and 1 more");
     model_->setErrorMessage({});
     EXPECT_TRUE(audit().isSearching()) << "Neither the run key nor another program ends it";
   };

@@ -159,7 +159,7 @@ TEST_F(ListCreation, WhatIsMadeIsKeptUntilItIsSaved) {
   holdAt("read", 2);
   creation().create();
   ASSERT_TRUE(gate_.waitForArrival());
-  model_->openFiles({urlOf(root_ / "list.md5"), QUrl(urlOf(root_ / "dir").toString() + u'/')});
+  model_->openFiles({urlOf(root_ / "list.md5"), QUrl(urlOf(root_ / "dir").toString() + u'/')}, {}, {});
   EXPECT_EQ(model_->errorMessage(), "A checksum list is being created. Close that first, then open the file again.");
   EXPECT_FALSE(model_->manifest()->manifestURL());
   model_->manifest()->setManifestRoot({urlOf(root_ / "dir")});
@@ -190,7 +190,7 @@ TEST_F(ListCreation, WhatIsMadeIsKeptUntilItIsSaved) {
   EXPECT_EQ(made(), "1 file, not saved yet|");
   for (const bool isOpen : {false, true}) creation().setOpen(isOpen);
   EXPECT_THAT(verdict(),
-              testing::MatchesRegex("1 file, not saved yet\\|It was calculated at .+: what changed since .+"))
+              testing::MatchesRegex("1 file, not saved yet\\|Its calculation began at .+: what changed since .+"))
       << "It was closed by mistake";
   saveAs(root_ / "dir/list");
   creation().setOpen(false);
@@ -205,6 +205,15 @@ TEST_F(ListCreation, FolderThatTookThePlaceOfAnotherGetsNoListOfThat) {
   fs::create_directory(root_);
   goOn();
   EXPECT_EQ(verdict(), "No list was made|The folder was replaced while its files were read.");
+
+  folder_.file("root/a", "abc");
+  EXPECT_EQ(made(), "1 file, not saved yet|");
+  fs::rename(root_, folder_.path() / "moved too");
+  fs::create_directory(root_);
+  creation().save();
+  desktop_.confirmSavePanel(urlOf(folder_.path() / "list"));
+  ASSERT_TRUE(reached([&] { return !model_->isSaving(); }));
+  EXPECT_EQ(model_->errorMessage(), "The folder was replaced after its files were read.");
 }
 
 TEST_F(ListCreation, NothingIsLeftOfWhatWasCancelled) {

@@ -162,7 +162,7 @@ TEST_F(ManifestFlow, UserSaysWhatTheListLeavesOpen) {
   ASSERT_TRUE(reached([&] { return !flow.isLoadingManifest(); }));
   EXPECT_EQ(lines(), "line 2 is not text");
 
-  EXPECT_THAT(flow.manifestVerdict().details.toStdString(), HasSubstr(" abc was dropped too and is not read."));
+  EXPECT_THAT(flow.manifestVerdict().details.toStdString(), HasSubstr(" abc came with this list and is not read."));
 
   QString shown;
   const QObject card;

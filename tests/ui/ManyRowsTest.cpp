@@ -169,7 +169,7 @@ TEST_F(ManyRowsTest, FilesAreDroppedWithAList) {
     expectShortTurns("drop with a list", isTaken, [&] { drop(data); });
     const QString others = QLocale(QLocale::English).toString(limit - 2);
     const QString details = manifest.manifestVerdict().details;
-    EXPECT_TRUE(details.endsWith("1 and " + others + " more were dropped too and are not read."));
+    EXPECT_TRUE(details.endsWith("1 and " + others + " more came with this list and are not read."));
     manifest.clearManifest();
   });
 }

@@ -134,7 +134,8 @@ TEST_F(OpenWithTest, NothingBelowAPanelActsBeforeItIsAnswered) {
   waitFor("the list", [&] { return model.mode() == AppMode::Manifest && model.manifest()->manifestURL().has_value(); });
   waitFor("no other", [&] {
     const QString details = model.manifest()->manifestVerdict().details;
-    return !model.manifest()->isLoadingManifest() && details.endsWith(" and 1 more were dropped too and are not read.");
+    return !model.manifest()->isLoadingManifest() &&
+           details.endsWith(" and 1 more came with this list and are not read.");
   });
   EXPECT_EQ(model.errorMessage(), "");
 
@@ -174,6 +175,35 @@ TEST_F(OpenWithTest, WaitsForAReportAndForWhatIsSaidOfIt) {
   EXPECT_EQ(model.mode(), AppMode::Files);
   driver.press({"Return"});
   waitFor("the list", [&] { return model.mode() == AppMode::Manifest && model.manifest()->manifestURL().has_value(); });
+  EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
+}
+
+TEST_F(OpenWithTest, ListThatWasChosenOrMadeMeanwhileStays) {
+  ManifestFlow& manifest = *model.manifest();
+  ListCreationFlow& creation = *model.listCreation();
+  const fs::path chosen = folder.file("chosen.md5", "# a list\n");
+  manifest.chooseManifestFile();
+  waitFor("the panel", [&] { return Driver::panel("openPanel") != nullptr; });
+  open(location(folder.file("z.md5", "")));
+  driver.answerPanel("openPanel", chosen);
+  driver.usableItem("alertOk");
+  EXPECT_EQ(model.errorMessage(), "Another checksum list was opened meanwhile. Open the file again to read it.");
+  EXPECT_EQ(model.errorSubject(), "z.md5");
+  EXPECT_EQ(manifest.manifestURL(), chosen);
+  driver.press({"Return"});
+  waitForNo("alertOk");
+
+  manifest.setManifestRoot({fileUrl(folder.path())});
+  creation.setOpen(true);
+  creation.create();
+  waitFor("the list", [&] { return creation.saveRefusal().isEmpty(); });
+  creation.save();
+  waitFor("the panel", [&] { return Driver::panel("savePanel") != nullptr; });
+  open(location(folder.path() / "z.md5"));
+  driver.answerPanel("savePanel", folder.path() / "made");
+  driver.usableItem("alertOk");
+  EXPECT_EQ(model.errorSubject(), "z.md5");
+  EXPECT_EQ(manifest.manifestURL(), folder.path() / "made");
   EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
 }
 

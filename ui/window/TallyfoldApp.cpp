@@ -1,10 +1,9 @@
 #include "ui/window/TallyfoldApp.h"
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <utility>
+#include <initializer_list>
 
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -111,8 +110,10 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(prepared(argc)
   const auto goOn = [this] { openWaiting(); };
   QObject::connect(&viewModel_, &AppViewModel::errorMessageChanged, window_, goOn, Qt::QueuedConnection);
   QObject::connect(viewModel_.files(), &FilesFlow::isExportingChanged, window_, goOn, Qt::QueuedConnection);
-  QObject::connect(viewModel_.manifest()->manifestExport(), &Saver::isSavingChanged, window_, goOn,
-                   Qt::QueuedConnection);
+  for (const Saver* saver : std::initializer_list<const Saver*>{viewModel_.manifest()->manifestExport(),
+                                                                viewModel_.listCreation()->saver()}) {
+    QObject::connect(saver, &Saver::isSavingChanged, window_, goOn, Qt::QueuedConnection);
+  }
   onBus_.join();
 }
 
@@ -131,7 +132,7 @@ void TallyfoldApp::comeToFront(const QString& token) {
 }
 
 void TallyfoldApp::openFiles(const QList<QUrl>& files) {
-  waiting_.append(files);
+  waiting_.append({.files = files, .listBefore = viewModel_.manifest()->manifestURL()});
   openWaiting();
 }
 
@@ -145,24 +146,23 @@ void TallyfoldApp::openWaiting() {
           panel, &QObject::destroyed, window_, [this] { openWaiting(); }, Qt::QueuedConnection);
       return;
     }
-    const bool isSaving = viewModel_.files()->isExporting() || viewModel_.manifest()->manifestExport()->isSaving();
+    const bool isSaving = viewModel_.files()->isExporting() || viewModel_.manifest()->manifestExport()->isSaving() ||
+                          viewModel_.listCreation()->saver()->isSaving();
     if (isSaving || !viewModel_.errorMessage().isEmpty()) return;
-    QList<QUrl> files = waiting_.takeFirst();
-    const std::optional<QUrl> list = AppViewModel::listAmong(files);
+    Opened opened = waiting_.takeFirst();
+    const std::optional<QUrl> list = AppViewModel::listAmong(opened.files);
     QList<QUrl> others;
-    const auto isOther = [&](const QList<QUrl>& waiting) {
-      const std::optional<QUrl> other = list ? AppViewModel::listAmong(waiting) : std::nullopt;
+    waiting_.removeIf([&](const Opened& waiting) {
+      const std::optional<QUrl> other = list ? AppViewModel::listAmong(waiting.files) : std::nullopt;
       if (!other) return false;
       if (other == list) {
-        if (waiting.size() > files.size()) files = waiting;  // With its folder.
+        if (waiting.files.size() > opened.files.size()) opened.files = waiting.files;  // With its folder.
       } else if (!others.contains(*other)) {
         others.append(*other);
       }
       return true;
-    };
-    std::ranges::for_each(std::as_const(waiting_), isOther);
-    // What is refused is so for the first of them, and asked for again by the next.
-    if (viewModel_.openFiles(files, others)) waiting_.removeIf(isOther);
+    });
+    viewModel_.openFiles(opened.files, others, opened.listBefore);
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -38,6 +39,11 @@ class TallyfoldApp {
   void openFiles(const QList<QUrl>& files);
   void openWaiting();
 
+  struct Opened {
+    QList<QUrl> files;
+    std::optional<std::filesystem::path> listBefore;  ///< The checksum list that there was then.
+  };
+
   /// What the model lets go of at last may be destroyed on threads that are to end before the program does.
   struct LastThreads {
     LastThreads() = default;
@@ -54,7 +60,7 @@ class TallyfoldApp {
   QQuickWindow* window_ = nullptr;    // The engine's.
   std::optional<WindowGuard> guard_;  // From the window on.
   ApplicationOnBus onBus_;
-  QList<QList<QUrl>> waiting_;  // What is opened once the user is done with what comes before.
+  QList<Opened> waiting_;  // What is opened once the user is done with what comes before.
 };
 
 }  // namespace tallyfold
