@@ -85,6 +85,7 @@ QString AuditFlow::searchSentence() const {
     sentences.append(
         all == 1       ? tr("The missing file is among the unlisted ones.")
         : found == all ? tr("All %1 missing files are among the unlisted ones.").arg(figureOf(all))
+        : found == 1   ? tr("1 of %1 missing files is among the unlisted ones.").arg(figureOf(all))
                        : tr("%1 of %2 missing files are among the unlisted ones.").arg(figureOf(found), figureOf(all)));
   } else if (missing == 1) {
     const QString file = all == 1 ? tr("The missing file") : tr("The other missing file");

@@ -56,6 +56,10 @@ QString AuditNotes::ofEntry(std::size_t entry) const {
   if (likely->name != LikelyFile::Name::otherwise) return onlyDifference(*likely, file);
   switch (likely->bytes) {
     case Bytes::same: {
+      if (likely->copies == 1) return tr("“%1” and 1 other file have the same bytes.").arg(file);
+      if (likely->copies > 1) {
+        return tr("“%1” and %2 other files have the same bytes.").arg(file, userLocale().toString(likely->copies));
+      }
       // Of several that it may be, the one of the same name.
       const std::filesystem::path listed = (*list->entries)[entry].relativePath;
       const bool isIt = likely->others == 0 || listed.filename() == std::filesystem::path(path).filename();
@@ -81,7 +85,9 @@ QString AuditNotes::ofFile(std::size_t file) const {
   if (likely->name != LikelyFile::Name::otherwise) return onlyDifference(*likely, entry);
   switch (likely->bytes) {
     case Bytes::same:
-      if (likely->others == 0) return tr("It was “%1”.").arg(entry);
+      if (likely->others == 0) {
+        return (likely->copies == 0 ? tr("It was “%1”.") : tr("It has the bytes of “%1”.")).arg(entry);
+      }
       return likely->others == 1
                  ? tr("It has the bytes of “%1” and of 1 other.").arg(entry)
                  : tr("It has the bytes of “%1” and of %2 others.").arg(entry, userLocale().toString(likely->others));

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <functional>
 #include <string_view>
-#include <tuple>
 #include <utility>
 
 #include "core/base/KeyedHash.h"
@@ -228,6 +227,43 @@ void MissingFiles::chooseOthers(std::vector<Choice>& choices, const std::stop_to
   });
 }
 
+// Of the known files that have the bytes of a key, and of those that have a certain name, too.
+MissingFiles::Counts MissingFiles::countFiles() const {
+  Counts counts;
+  for (const auto& [key, file] : matches_) {
+    if (!isKnown_[file]) continue;
+    ++counts[key];
+    ++counts[together(key, baseName(unlisted_[file]))];
+  }
+  return counts;
+}
+
+std::uint32_t MissingFiles::copiesOf(std::size_t group, std::size_t file, const Counts& counts) const {
+  const std::string_view name = baseName(unlisted_[file]);
+  const bool isNamed = name == baseName(groups_[group].relativePath);
+  return counts.at(isNamed ? together(*keys_[group], name) : *keys_[group]) - 1;
+}
+
+// Those that have the bytes of a missing file, and another is likelier that one.
+void MissingFiles::addCopies(std::vector<LikelyFile>& ofFiles) const {
+  Counts groups;
+  for (const auto& key : keys_) {
+    if (key) ++groups[*key];
+  }
+  const DigestMap ofNothing = algorithms_.empty() ? DigestMap() : HashPipeline(algorithms_).finalize();
+  for (const auto& [key, file] : matches_) {
+    const ManifestFileGroup& group = groups_[groupsByKey_.at(key)];
+    if (!isKnown_[file] || hasDigestsOf(group, ofNothing)) continue;
+    const ChecksumManifestEntry& entry = group.entries.front();
+    const bool isByCRC32 = group.algorithms() == HashAlgorithmSet{HashAlgorithm::crc32};
+    ofFiles.push_back({.entry = static_cast<std::size_t>(&entry - entries_.data()),
+                       .file = file,
+                       .bytes = isByCRC32 ? LikelyFile::Bytes::sameCRC32 : LikelyFile::Bytes::same,
+                       .others = groups[key] - 1,
+                       .copies = 1});
+  }
+}
+
 LikelyFiles MissingFiles::find(const std::stop_token& cancellation) const {
   using Bytes = LikelyFile::Bytes;
   std::vector<Choice> choices(groups_.size());
@@ -241,6 +277,7 @@ LikelyFiles MissingFiles::find(const std::stop_token& cancellation) const {
   for (const Choice& choice : choices) {
     if (choice.file && hasBytes(choice)) ++counts[*choice.file];
   }
+  const Counts files = countFiles();
   LikelyFiles found;
   const DigestMap ofNothing = algorithms_.empty() ? DigestMap() : HashPipeline(algorithms_).finalize();
   for (std::size_t i = 0; i < groups_.size(); ++i) {
@@ -257,17 +294,19 @@ LikelyFiles MissingFiles::find(const std::stop_token& cancellation) const {
                                  .file = *choice.file,
                                  .name = choice.name,
                                  .bytes = choice.bytes,
-                                 .others = hasBytes(choice) ? counts[*choice.file] - 1 : 0});
+                                 .others = hasBytes(choice) ? counts[*choice.file] - 1 : 0,
+                                 .copies = hasBytes(choice) ? copiesOf(i, *choice.file, files) : 0});
     }
   }
   HashService::checkCancellation(cancellation);
   std::ranges::sort(found.ofEntries, {}, &LikelyFile::entry);
   found.ofFiles = found.ofEntries;
+  addCopies(found.ofFiles);
   const auto place = [](const LikelyFile& likely) {
     const bool isByBytes = likely.bytes != Bytes::unknown && likely.bytes != Bytes::other;
-    return std::tuple(likely.file, !isByBytes, likely.entry);
+    return std::pair(likely.file, !isByBytes);
   };
-  std::ranges::sort(found.ofFiles, {}, place);
+  std::ranges::stable_sort(found.ofFiles, {}, place);
   const auto areOfOneFile = [](const LikelyFile& a, const LikelyFile& b) { return a.file == b.file; };
   found.ofFiles.erase(std::unique(found.ofFiles.begin(), found.ofFiles.end(), areOfOneFile), found.ofFiles.end());
   return found;

@@ -32,18 +32,19 @@ struct LikelyFile {
   Name name = Name::otherwise;
   Bytes bytes = Bytes::unknown;
   std::uint32_t others = 0;  ///< Other missing files that the bytes of this one may be of.
+  std::uint32_t copies = 0;  ///< Other unlisted files with the same bytes that are as likely to be the missing one.
 
   bool operator==(const LikelyFile&) const = default;
 };
 
 struct LikelyFiles {
   std::vector<LikelyFile> ofEntries;   ///< At most one for each entry, in their order.
-  std::vector<LikelyFile> ofFiles;     ///< Of these, the likeliest for each file, in the order of the files.
+  std::vector<LikelyFile> ofFiles;     ///< The likeliest for each file, in the order of the files.
   std::size_t missingCount = 0;        ///< Files, not entries, that can be searched for.
   std::size_t emptyCount = 0;          ///< Missing files without bytes, which nothing tells from other empty files.
   std::size_t contradictoryCount = 0;  ///< Missing files with several checksums that no file can have at once.
   std::size_t foundCount = 0;     ///< Of `missingCount`, those whose bytes another file has, each a file of its own.
-  std::size_t returnedCount = 0;  ///< Entries whose files were missing, and are there again.
+  std::size_t returnedCount = 0;  ///< Files that were missing, and are there again.
   HashAlgorithmSet algorithms;    ///< Of the checksums that files are searched by.
 };
 
@@ -72,11 +73,15 @@ class MissingFiles {
  private:
   struct Hashed;
   struct Choice;
+  using Counts = std::unordered_map<std::size_t, std::uint32_t>;
 
   [[nodiscard]] bool hasDigestsOf(const ManifestFileGroup& group, const DigestMap& digests) const;
   void chooseByName(std::vector<Choice>& choices, const std::stop_token& cancellation) const;
   void chooseByBytes(std::vector<Choice>& choices, const std::stop_token& cancellation) const;
   void chooseOthers(std::vector<Choice>& choices, const std::stop_token& cancellation) const;
+  [[nodiscard]] Counts countFiles() const;
+  [[nodiscard]] std::uint32_t copiesOf(std::size_t group, std::size_t file, const Counts& counts) const;
+  void addCopies(std::vector<LikelyFile>& ofFiles) const;
 
   const std::vector<ChecksumManifestEntry>& entries_;
   const std::vector<std::string>& unlisted_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 #include <optional>
+#include <set>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -43,10 +44,15 @@ std::string changeOf(const std::string& path, const std::optional<FileSnapshot>&
 MovedFiles MovedFiles::search(const FolderFiles& files, const Subject& subject, const Watcher& watcher,
                               const std::stop_token& cancellation) {
   std::vector<std::uint32_t> stillMissing;
+  std::set<std::string> returned;
   for (const std::uint32_t entry : subject.missing) {
     HashService::checkCancellation(cancellation);
     const std::string& name = subject.entries[entry].relativePath;
-    if (!isThere(name, files, subject.rootIdentity.canonicalPath, cancellation)) stillMissing.push_back(entry);
+    if (isThere(name, files, subject.rootIdentity.canonicalPath, cancellation)) {
+      returned.insert(manifestGroupingKey(name).path);
+    } else {
+      stillMissing.push_back(entry);
+    }
   }
   const std::vector<std::string>& paths = subject.unlisted;
   MissingFiles missing(subject.entries, stillMissing, paths, cancellation);
@@ -91,7 +97,7 @@ MovedFiles MovedFiles::search(const FolderFiles& files, const Subject& subject, 
   if (!root.snapshot.isSameIdentity(subject.rootIdentity.snapshot)) {
     throw ManifestPathError(ManifestPathError::Case::rootChangedDuringVerification);
   }
-  moved.likely.returnedCount = subject.missing.size() - stillMissing.size();
+  moved.likely.returnedCount = returned.size();
   return moved;
 }
 
