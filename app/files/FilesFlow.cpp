@@ -206,8 +206,11 @@ void FilesFlow::removeJob(const Uuid& id) {
 
 void FilesFlow::removeMarked() {
   if (!queueRefusal().isEmpty() || jobs_.markedCount() == 0) return;
+  if (jobs_.markedCount() == jobs_.total()) {
+    keepCleared();
+    return forgetRun();
+  }
   std::vector<FileJob> gone = jobs_.removeMarked();
-  if (jobs_.total() == 0) forgetRun();
   std::vector<ResultByJobID::node_type> goneResults;
   goneResults.reserve(gone.size());
   for (const FileJob& job : gone) goneResults.push_back(resultByJobID_.extract(job.id));

@@ -283,6 +283,11 @@ TEST_F(Files, ClearedListComesBackUntilTheNextChange) {
   EXPECT_EQ(files.result(idAt(0)), results.front());
   EXPECT_EQ(files.runFigure(), QStringLiteral("2 of 2"));
   EXPECT_EQ(files.verdict().title, QStringLiteral("1 of 2 calculated, 1 failed"));
+  files.jobs()->markOnly(0, 1);
+  files.removeMarked();
+  EXPECT_EQ(files.notice().words, QStringLiteral("Cleared 2 files."));
+  files.undoClear();
+  EXPECT_EQ(states(), before);
   add({file});
   files.removeJob(idAt(1));
   EXPECT_THAT(paths(), ElementsAre(file)) << "Files are found as before";
