@@ -299,6 +299,13 @@ TFSheet {
             }
         }
 
+        // The window's own is none of the sheet's.
+        Shortcut {
+            enabled: root.opened
+            sequence: "Ctrl+Q"
+            onActivated: root.parent.Window.window.close()
+        }
+
         // Behind what the new state changes: until then the button takes no focus, and the verdict has no place.
         Timer {
             id: made
