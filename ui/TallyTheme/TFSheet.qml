@@ -18,10 +18,10 @@ T.Popup {
     closePolicy: T.Popup.CloseOnEscape
     onAboutToShow: opener = parent.Window.activeFocusItem
     onClosed: {
-        if (!opener?.visible)
-            return;
-        opener.forceActiveFocus(Qt.TabFocusReason);
-        const control = opener as T.Control;
+        // Nobody had it where another window, such as a file panel, had the keys.
+        if (opener?.visible)
+            opener.forceActiveFocus(Qt.TabFocusReason);
+        const control = parent.Window.activeFocusItem as T.Control;
         if (control)
             control.focusReason = Qt.TabFocusReason;
     }
