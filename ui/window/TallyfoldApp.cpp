@@ -110,6 +110,7 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(prepared(argc)
   const auto goOn = [this] { openWaiting(); };
   QObject::connect(&viewModel_, &AppViewModel::errorMessageChanged, window_, goOn, Qt::QueuedConnection);
   QObject::connect(viewModel_.files(), &FilesFlow::isExportingChanged, window_, goOn, Qt::QueuedConnection);
+  QObject::connect(viewModel_.manifest(), &ManifestFlow::isLoadingManifestChanged, window_, goOn, Qt::QueuedConnection);
   for (const Saver* saver : std::initializer_list<const Saver*>{viewModel_.manifest()->manifestExport(),
                                                                 viewModel_.listCreation()->saver()}) {
     QObject::connect(saver, &Saver::isSavingChanged, window_, goOn, Qt::QueuedConnection);
@@ -149,6 +150,9 @@ void TallyfoldApp::openWaiting() {
     const bool isSaving = viewModel_.files()->isExporting() || viewModel_.manifest()->manifestExport()->isSaving() ||
                           viewModel_.listCreation()->saver()->isSaving();
     if (isSaving || !viewModel_.errorMessage().isEmpty()) return;
+    // Whether another list could be read is said first.
+    const ManifestFlow& manifest = *viewModel_.manifest();
+    if (manifest.isLoadingManifest() && waiting_.constFirst().listBefore != manifest.manifestURL()) return;
     Opened opened = waiting_.takeFirst();
     const std::optional<QUrl> list = AppViewModel::listAmong(opened.files);
     QList<QUrl> others;
@@ -157,6 +161,7 @@ void TallyfoldApp::openWaiting() {
       if (!other) return false;
       if (other == list) {
         if (waiting.files.size() > opened.files.size()) opened.files = waiting.files;  // With its folder.
+        opened.listBefore = waiting.listBefore;
       } else if (!others.contains(*other)) {
         others.append(*other);
       }
