@@ -112,14 +112,15 @@ void AuditFlow::endSearch(const std::exception_ptr& failure) {
   runStatus_.end();
   if (failure) failure_ = QString::fromStdString(errorDescription(failure));
   if (failure && earlier_) {
+    setSearch(Stage::failed);
+    context().setErrorMessage(searchFailure());
+    emit ended(Outcome::SomeFailed);
     // What an earlier one found is as true as it was.
     moved_ = std::exchange(earlier_, nullptr);
     setSearch(Stage::ended);
-    context().setErrorMessage(searchFailure());
-    emit notesChanged();
-    return emit ended(Outcome::SomeFailed);
+    return emit notesChanged();
   }
-  BackgroundTask::dispose(std::exchange(earlier_, nullptr));
+  if (earlier_) BackgroundTask::dispose(std::exchange(earlier_, nullptr));
   searchEnd_ = timeNow();
   setSearch(failure ? Stage::failed : Stage::ended);
   emit notesChanged();
