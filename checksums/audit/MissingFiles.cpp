@@ -240,11 +240,11 @@ MissingFiles::Counts MissingFiles::countFiles() const {
 
 std::uint32_t MissingFiles::copiesOf(std::size_t group, std::size_t file, const Counts& counts) const {
   const std::string_view name = baseName(unlisted_[file]);
-  const bool isNamed = name == baseName(groups_[group].relativePath);
-  return counts.at(isNamed ? together(*keys_[group], name) : *keys_[group]) - 1;
+  const bool isTold = name == baseName(groups_[group].relativePath) && counts.at(together(*keys_[group], name)) == 1;
+  return isTold ? 0 : counts.at(*keys_[group]) - 1;
 }
 
-// Those that have the bytes of a missing file, and another is likelier that one.
+// Behind those that are chosen: all that have the bytes of a missing file.
 void MissingFiles::addCopies(std::vector<LikelyFile>& ofFiles) const {
   Counts groups;
   for (const auto& key : keys_) {
@@ -277,6 +277,7 @@ LikelyFiles MissingFiles::find(const std::stop_token& cancellation) const {
   for (const Choice& choice : choices) {
     if (choice.file && hasBytes(choice)) ++counts[*choice.file];
   }
+  HashService::checkCancellation(cancellation);
   const Counts files = countFiles();
   LikelyFiles found;
   const DigestMap ofNothing = algorithms_.empty() ? DigestMap() : HashPipeline(algorithms_).finalize();
@@ -302,6 +303,7 @@ LikelyFiles MissingFiles::find(const std::stop_token& cancellation) const {
   std::ranges::sort(found.ofEntries, {}, &LikelyFile::entry);
   found.ofFiles = found.ofEntries;
   addCopies(found.ofFiles);
+  HashService::checkCancellation(cancellation);
   const auto place = [](const LikelyFile& likely) {
     const bool isByBytes = likely.bytes != Bytes::unknown && likely.bytes != Bytes::other;
     return std::pair(likely.file, !isByBytes);

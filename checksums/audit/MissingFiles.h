@@ -32,7 +32,7 @@ struct LikelyFile {
   Name name = Name::otherwise;
   Bytes bytes = Bytes::unknown;
   std::uint32_t others = 0;  ///< Other missing files that the bytes of this one may be of.
-  std::uint32_t copies = 0;  ///< Other unlisted files with the same bytes that are as likely to be the missing one.
+  std::uint32_t copies = 0;  ///< Other unlisted files with the same bytes; 0 where its name tells it from them.
 
   bool operator==(const LikelyFile&) const = default;
 };
