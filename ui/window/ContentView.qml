@@ -196,6 +196,7 @@ Window {
     }
 
     Shortcut {
+        enabled: !root.viewModel.listCreation.isOpen
         sequence: "Ctrl+Q"
         onActivated: root.close()
     }
