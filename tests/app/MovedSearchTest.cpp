@@ -79,7 +79,7 @@ TEST_F(Audit, FindsMovedFilesByTheirBytes) {
 }
 
 TEST_F(Audit, TellsAFileFromItsCopiesOnlyByName) {
-  fs::create_directories(root_ / "sub");
+  for (const char* const name : {"sub", "x.d"}) fs::create_directories(root_ / name);
   folder_.file("root/copy1", "abc");
   folder_.file("root/copy2", "abc");
   model_->manifest()->setManifestRoot({urlOf(root_)});
@@ -95,6 +95,10 @@ TEST_F(Audit, TellsAFileFromItsCopiesOnlyByName) {
   EXPECT_EQ(note("x"), "It is now at “sub/x”.");
   EXPECT_EQ(note("sub/x"), "It was “x”.");
   EXPECT_EQ(note("copy1"), "It has the bytes of “x”.");
+  folder_.file("root/x.d/x", "abc");
+  verified();
+  searched();
+  EXPECT_EQ(note("x"), "“sub/x” and 3 other files have the same bytes.");
 }
 
 TEST_F(Audit, SearchIsShownAsARunUntilItEnds) {
