@@ -131,8 +131,6 @@ void AppViewModel::openFiles(const QList<QUrl>& urls, const QList<QUrl>& others,
   } else {
     setMode(isList ? AppMode::Manifest : AppMode::Files);
     refusal = isList ? manifest()->manifestFileRefusal() : files()->queueRefusal();
-    // A search would end without a word, and be for nothing.
-    if (isList && refusal.isEmpty()) refusal = audit_.searchRefusal();
     if (isList && manifest()->manifestURL() && listBefore != manifest()->manifestURL()) {
       refusal = tr("Another checksum list was opened meanwhile. Open the file again to read it.");
     }

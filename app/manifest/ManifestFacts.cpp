@@ -104,7 +104,8 @@ QString ManifestFlow::manifestRefusal() const {
 }
 
 QString ManifestFlow::manifestFileRefusal() const {
-  return isLoading_ ? tr("The checksum list is being read.") : manifestRootRefusal();
+  if (isLoading_) return tr("The checksum list is being read.");
+  return isVerifying_ ? manifestRootRefusal() : folderRefusal_;
 }
 
 QString ManifestFlow::clearManifestRefusal() const { return url_ || rootURL_ ? QString() : tr("Nothing is chosen."); }

@@ -79,7 +79,7 @@ void ManifestFlow::setShowsWarnings(bool showsWarnings) {
 
 void ManifestFlow::setManifestFile(const QList<QUrl>& urls) {
   const auto location = urls.isEmpty() ? std::nullopt : fileLocation(urls.constFirst());
-  if (isLoading_ || isVerifying_ || loadTask_.isRunning() || !location) return;
+  if (!manifestFileRefusal().isEmpty() || loadTask_.isRunning() || !location) return;
   openManifest(*location, {});
   std::optional<std::filesystem::path> other;
   for (qsizetype next = 1; next < urls.size() && !other; ++next) other = fileLocation(urls[next]);
@@ -103,13 +103,13 @@ void ManifestFlow::openManifest(const std::filesystem::path& list, std::optional
 
 void ManifestFlow::readManifestAs(const QString& algorithm) {
   const auto chosen = algorithmNamed(algorithm);
-  if (isBusy() || loadTask_.isRunning() || !chosen || !candidates_.contains(*chosen)) return;
+  if (!manifestFileRefusal().isEmpty() || loadTask_.isRunning() || !chosen || !candidates_.contains(*chosen)) return;
   choice_.algorithm = chosen;
   readManifest();
 }
 
 void ManifestFlow::readManifestWithoutQuotes() {
-  if (isBusy() || loadTask_.isRunning() || !url_) return;
+  if (!manifestFileRefusal().isEmpty() || loadTask_.isRunning() || !url_) return;
   choice_.withoutQuotes = true;
   readManifest();
 }
@@ -139,7 +139,7 @@ void ManifestFlow::readManifest() {
 }
 
 void ManifestFlow::chooseManifestFile() {
-  if (isLoading_ || isVerifying_ || loadTask_.isRunning()) return;
+  if (!manifestFileRefusal().isEmpty() || loadTask_.isRunning()) return;
   context().desktop().chooseSingleFile([this, alive = QPointer(this)](const QUrl& url) {
     if (alive) setManifestFile({url});
   });
@@ -157,7 +157,7 @@ void ManifestFlow::publishManifest(PreparedManifestLoad load) {
 }
 
 void ManifestFlow::dropManifest(const QList<QUrl>& urls) {
-  if (isLoading_ || isVerifying_) return;
+  if (!manifestFileRefusal().isEmpty()) return;
   QList<QUrl> files;
   QList<QUrl> folders;
   for (const QUrl& url : urls) (isDirectoryPath(url) ? folders : files).append(url);

@@ -54,7 +54,7 @@ class ManifestFlow : public tallyfold::Flow {
   Q_PROPERTY(bool isManifestVerifying READ isManifestVerifying NOTIFY isManifestVerifyingChanged)
   Q_PROPERTY(tallyfold::ManifestVerdict manifestVerdict READ manifestVerdict NOTIFY manifestStatusChanged)
   Q_PROPERTY(QString manifestRefusal READ manifestRefusal NOTIFY manifestStatusChanged)
-  Q_PROPERTY(QString manifestFileRefusal READ manifestFileRefusal NOTIFY isBusyChanged)
+  Q_PROPERTY(QString manifestFileRefusal READ manifestFileRefusal NOTIFY manifestStatusChanged)
   Q_PROPERTY(QString manifestRootRefusal READ manifestRootRefusal NOTIFY isBusyChanged)
   Q_PROPERTY(QString clearManifestRefusal READ clearManifestRefusal NOTIFY manifestURLsChanged)
 
@@ -84,7 +84,7 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] VerifiedList verifiedList() const;
   /// What else is to be said of the folder that was verified, behind the details of the verdict. Until `forgotten`.
   void setFolderSentence(const QString& sentence);
-  /// Why it is not to be verified now; empty when nothing speaks against that.
+  /// Why it is not to be verified now, nor another list read; empty when nothing speaks against that.
   void setFolderRefusal(const QString& refusal);
   /// Who knows, for a report, of the files that the list does not name.
   void setUnlistedReport(std::function<VerificationReport::Unlisted()> report) { unlistedReport_ = std::move(report); }
@@ -128,7 +128,7 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] QString manifestRootRefusal() const;
   [[nodiscard]] QString clearManifestRefusal() const;
 
-  /// Reads the first of `urls` as the checksum list. Ignored while one is read, and during a verification.
+  /// Reads the first of `urls` as the checksum list. Ignored while `manifestFileRefusal` says why.
   Q_INVOKABLE void setManifestFile(const QList<QUrl>& urls);
   Q_INVOKABLE void chooseManifestFile();
   /// Reads the list at `list`; what it leaves open is `algorithm`, when there is one. Ignored while a list is

@@ -219,7 +219,10 @@ TEST_F(ManifestFlow, CancelledRunKeepsWhatItFoundAndIsNeverGreen) {
   EXPECT_EQ(title(), "Verifying…");
   EXPECT_TRUE(model_->flow(AppMode::Manifest).isBusy());
 
+  ManifestJobListModel& jobs = *model_->manifest()->manifestJobs();
+  jobs.setFilter(ManifestJobListModel::Mismatches);
   model_->manifest()->cancelManifestVerification();
+  EXPECT_EQ(jobs.filter(), ManifestJobListModel::All) << "Nothing would be shown";
   EXPECT_FALSE(model_->manifest()->isManifestVerifying());
   EXPECT_EQ(title(), "3 entries were not checked");
   EXPECT_EQ(model_->unseenOutcome(AppMode::Manifest), Outcome::NoOutcome);

@@ -115,12 +115,15 @@ TEST_F(Audit, SearchIsShownAsARunUntilItEnds) {
     ASSERT_TRUE(gate_.waitForArrival());
     EXPECT_TRUE(manifest.isAtWork());
     EXPECT_EQ(manifest.manifestRefusal(), "The search for missing files is under way.");
+    EXPECT_EQ(manifest.manifestFileRefusal(), manifest.manifestRefusal());
     manifest.verifyManifestOrChoose();
+    manifest.dropManifest({QUrl(urlOf(folder_.path()).toString() + u'/')});
+    manifest.setManifestFile({urlOf(root_ / "list.sfv")});
     model_->openFiles({urlOf(root_ / "list.sfv")}, {urlOf(root_ / "b.md5")}, manifest.manifestURL());
     EXPECT_EQ(model_->errorMessage(), manifest.manifestRefusal());
     EXPECT_EQ(model_->errorSubject(), "list.sfv and 1 more");
     model_->setErrorMessage({});
-    EXPECT_TRUE(audit().isSearching()) << "Neither the run key nor another program ends it";
+    EXPECT_TRUE(audit().isSearching()) << "Neither the run key, nor a drop, nor another program ends it";
   };
   ASSERT_NO_FATAL_FAILURE(start());
   audit().cancel();
