@@ -38,7 +38,8 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : ModeFlows(deskto
   followEnds(audit_, AppMode::Manifest);
   // A list that is being made is made to its end, whatever else comes.
   const auto passRootOn = [this] {
-    if (!listCreation_.isOpen()) listCreation_.setFolder(manifest()->manifestRootURL());
+    const auto& root = manifest()->manifestRootURL();
+    if (root && !listCreation_.isOpen()) listCreation_.setFolder(root);
   };
   connect(manifest(), &ManifestFlow::manifestURLsChanged, this, passRootOn);
   connect(&listCreation_, &ListCreationFlow::isOpenChanged, this, passRootOn);
@@ -56,6 +57,7 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : ModeFlows(deskto
   });
   manifest()->setNext(audit_);
   manifest()->setUnlistedReport([this] { return audit_.report(); });
+  manifest()->setFolderKeeper([this] { return audit_.keep(); });
   manifest()->manifestJobs()->setNotes(
       [this](std::size_t entry) { return audit_.isPresent() ? audit_.notes().ofEntry(entry) : QString(); });
   connect(&audit_, &AuditFlow::notesChanged, manifest(), [this] { manifest()->manifestJobs()->announceNotes(); });

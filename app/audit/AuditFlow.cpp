@@ -164,6 +164,24 @@ void AuditFlow::forget() {
   setStage(Stage::none);
 }
 
+std::function<void()> AuditFlow::keep() {
+  cancel();
+  if (stage_ == Stage::none) return [] {};
+  return [this, stage = stage_, search = search_, walkEnd = walkEnd_, searchEnd = searchEnd_, failure = failure_,
+          list = list_, files = unlisted_.files(), byName = byName_, moved = moved_] {
+    forget();
+    search_ = search;
+    walkEnd_ = walkEnd;
+    searchEnd_ = searchEnd;
+    failure_ = failure;
+    list_ = list;
+    unlisted_.replaceAll(files);
+    byName_ = byName;
+    setMoved(moved);
+    setStage(stage);
+  };
+}
+
 // Of a walk that nothing is to be said of, or no more.
 void AuditFlow::forgetFiles() {
   // What refers to the files goes before them.

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -86,6 +87,8 @@ class AuditFlow : public tallyfold::Flow {
   /// Cancels whatever is under way.
   Q_INVOKABLE void cancel();
   void forget();
+  /// Cancels whatever is under way. What it gives brings back what is known now, wherever that is forgotten since.
+  [[nodiscard]] std::function<void()> keep();
 
   /// On the clipboard: one of the rows shown, those that are marked, or all that are shown, as soon as a worker has
   /// written them out.

@@ -23,27 +23,27 @@ QString shortened(const QString& name) {
 
 }  // namespace
 
-FileCard ManifestFlow::manifestFile() const { return fileCard(url_, size_.text()); }
+FileCard ManifestFlow::manifestFile() const { return fileCard(choice_.url, size_.text()); }
 
 QString ManifestFlow::manifestLines() const {
   const QLocale locale = userLocale();
   QStringList facts;
-  if (unreadableLine_ > 0) facts.append(tr("line %1 is not text").arg(locale.toString(unreadableLine_)));
-  if (entries_) {
+  if (list_.unreadableLine > 0) facts.append(tr("line %1 is not text").arg(locale.toString(list_.unreadableLine)));
+  if (list_.entries) {
     facts.append(jobs_.total() == 1 ? tr("1 entry") : tr("%1 entries").arg(locale.toString(jobs_.total())));
-    const qint64 ambiguous = reading_.ambiguousLineCount;
-    const qint64 unsupported = unsupportedLineCount_ - ambiguous;
+    const qint64 ambiguous = list_.reading.ambiguousLineCount;
+    const qint64 unsupported = list_.unsupportedLineCount - ambiguous;
     if (ambiguous > 0) facts.append(tr("%1 ambiguous").arg(locale.toString(ambiguous)));
     if (unsupported > 0) facts.append(tr("%1 unsupported").arg(locale.toString(unsupported)));
   }
   return facts.join(tr(" · "));
 }
 
-QString ManifestFlow::manifestUnsupportedFigure() const { return userLocale().toString(unsupportedLineCount_); }
+QString ManifestFlow::manifestUnsupportedFigure() const { return userLocale().toString(list_.unsupportedLineCount); }
 
 QString ManifestFlow::manifestEmptySentence() const {
-  if (!url_ && rootURL_) return tr("Drop a checksum list of this folder, or create one.");
-  if (!url_) {
+  if (!choice_.url && rootURL_) return tr("Drop a checksum list of this folder, or create one.");
+  if (!choice_.url) {
     return tr("Drop a checksum list and the folder that it describes. To create a list, choose its root folder first.");
   }
   if (showsWarnings_) return tr("Every line of the list is understood.");
@@ -53,50 +53,51 @@ QString ManifestFlow::manifestEmptySentence() const {
 }
 
 QString ManifestFlow::copyManifestRefusal() const {
-  if (showsWarnings_) return warnings_.isEmpty() ? tr("There are no warnings to copy.") : QString();
+  if (showsWarnings_) return list_.warnings.isEmpty() ? tr("There are no warnings to copy.") : QString();
   return jobs_.count() == 0 ? tr("There are no rows to copy.") : QString();
 }
 
 QString ManifestFlow::manifestWarningsSummary() const {
   const QLocale locale = userLocale();
-  const qint64 ambiguous = reading_.ambiguousLineCount;
-  QString summary = tr("Lines that are not understood and cannot be checked: %1. Blank lines and comments: %2.")
-                        .arg(locale.toString(unsupportedLineCount_ - ambiguous), locale.toString(ignoredLineCount_));
+  const qint64 ambiguous = list_.reading.ambiguousLineCount;
+  QString summary =
+      tr("Lines that are not understood and cannot be checked: %1. Blank lines and comments: %2.")
+          .arg(locale.toString(list_.unsupportedLineCount - ambiguous), locale.toString(list_.ignoredLineCount));
   if (ambiguous > 0) {
     summary.prepend(tr("Lines that wait for you to choose their algorithm: %1. ").arg(locale.toString(ambiguous)));
   }
-  if (unsupportedLineCount_ > warnings_.size()) {
-    summary += tr(" The first %1 are listed here.").arg(locale.toString(warnings_.size()));
+  if (list_.unsupportedLineCount > list_.warnings.size()) {
+    summary += tr(" The first %1 are listed here.").arg(locale.toString(list_.warnings.size()));
   }
   return summary;
 }
 
-QStringList ManifestFlow::manifestAlgorithms() const { return displayNames(candidates_); }
+QStringList ManifestFlow::manifestAlgorithms() const { return displayNames(choice_.candidates); }
 
 QString ManifestFlow::manifestAlgorithm() const {
-  return choice_.algorithm ? displayName(*choice_.algorithm) : QString();
+  return choice_.reading.algorithm ? displayName(*choice_.reading.algorithm) : QString();
 }
 
 QString ManifestFlow::proposedManifestAlgorithm() const {
-  const auto proposal = url_ ? ChecksumManifestService::proposedAlgorithm(*url_) : std::nullopt;
-  return proposal && candidates_.contains(*proposal) ? displayName(*proposal) : QString();
+  const auto proposal = choice_.url ? ChecksumManifestService::proposedAlgorithm(*choice_.url) : std::nullopt;
+  return proposal && choice_.candidates.contains(*proposal) ? displayName(*proposal) : QString();
 }
 
 bool ManifestFlow::offersReadingWithoutQuotes() const {
-  return reading_.quotedNameCount > 0 && !choice_.withoutQuotes && !isBusy() &&
-         std::cmp_equal(causes_.missingQuoted, reading_.quotedNameCount);
+  return list_.reading.quotedNameCount > 0 && !choice_.reading.withoutQuotes && !isBusy() &&
+         std::cmp_equal(course_.causes.missingQuoted, list_.reading.quotedNameCount);
 }
 
 QString ManifestFlow::manifestRestVerb() const {
   using Stage = ManifestTally::Stage;
   if (isBusy() || !folderRefusal_.isEmpty()) return {};
-  if (causes_.rootChanged > 0) return tr("Verify the Rest Again");
-  const bool isCutShort = stage_ == Stage::cancelled || stage_ == Stage::stoppedByError;
-  return isCutShort && !checked_.empty() ? tr("Verify the Rest") : QString();
+  if (course_.causes.rootChanged > 0) return tr("Verify the Rest Again");
+  const bool isCutShort = course_.stage == Stage::cancelled || course_.stage == Stage::stoppedByError;
+  return isCutShort && !course_.checked.empty() ? tr("Verify the Rest") : QString();
 }
 
 QString ManifestFlow::manifestRefusal() const {
-  if (!url_) return tr("Choose a checksum list first.");
+  if (!choice_.url) return tr("Choose a checksum list first.");
   if (isLoading_) return tr("The checksum list is being read.");
   if (jobs_.total() == 0) return tr("The list has no entries to verify.");
   if (!rootURL_) return tr("Choose the root folder first.");
@@ -108,36 +109,35 @@ QString ManifestFlow::manifestFileRefusal() const {
   return isVerifying_ ? manifestRootRefusal() : folderRefusal_;
 }
 
-QString ManifestFlow::clearManifestRefusal() const { return url_ || rootURL_ ? QString() : tr("Nothing is chosen."); }
-
 QString ManifestFlow::manifestProgressFigure() const {
-  if (groups_ == 0) return {};
-  return filesOfFiles(groupsDone_, groups_);
+  if (course_.groups == 0) return {};
+  return filesOfFiles(course_.groupsDone, course_.groups);
 }
 
 ManifestVerdict ManifestFlow::manifestVerdict() const {
-  const qint64 digestLength = candidates_.empty() ? 0 : static_cast<qint64>((*candidates_.begin()).hexLength());
+  const qint64 digestLength =
+      choice_.candidates.empty() ? 0 : static_cast<qint64>((*choice_.candidates.begin()).hexLength());
   ManifestVerdict verdict = tallyfold::manifestVerdict(
-      {.stage = isLoading_ ? ManifestTally::Stage::reading : stage_,
-       .readError = readError_,
+      {.stage = isLoading_ ? ManifestTally::Stage::reading : course_.stage,
+       .readError = list_.readError,
        .hasRoot = rootURL_.has_value(),
        .matched = manifestMatchedCount(),
        .mismatched = manifestMismatchCount(),
        .failed = manifestErrorCount(),
        .waiting = jobs_.count(ManifestJobListModel::Waiting),
-       .ignoredLines = ignoredLineCount_,
-       .unsupportedLines = unsupportedLineCount_,
-       .ambiguousLines = reading_.ambiguousLineCount,
-       .candidates = utf8Text(namesOf(candidates_, "or")),
+       .ignoredLines = list_.ignoredLineCount,
+       .unsupportedLines = list_.unsupportedLineCount,
+       .ambiguousLines = list_.reading.ambiguousLineCount,
+       .candidates = utf8Text(namesOf(choice_.candidates, "or")),
        .digestLength = digestLength,
-       .hasBareDigests = reading_.bareDigestCount == jobs_.total() && !reading_.isAlgorithmInName,
-       .otherAlgorithm = utf8Text(reading_.otherAlgorithm),
-       .isOtherAlgorithmInName = reading_.isOtherAlgorithmInName,
-       .isSigned = reading_.isSigned,
-       .missing = static_cast<qint64>(causes_.missing),
-       .missingQuoted = static_cast<qint64>(causes_.missingQuoted),
-       .absolutePaths = static_cast<qint64>(causes_.absolutePath),
-       .rootChanged = static_cast<qint64>(causes_.rootChanged)});
+       .hasBareDigests = list_.reading.bareDigestCount == jobs_.total() && !list_.reading.isAlgorithmInName,
+       .otherAlgorithm = utf8Text(list_.reading.otherAlgorithm),
+       .isOtherAlgorithmInName = list_.reading.isOtherAlgorithmInName,
+       .isSigned = list_.reading.isSigned,
+       .missing = static_cast<qint64>(course_.causes.missing),
+       .missingQuoted = static_cast<qint64>(course_.causes.missingQuoted),
+       .absolutePaths = static_cast<qint64>(course_.causes.absolutePath),
+       .rootChanged = static_cast<qint64>(course_.causes.rootChanged)});
   for (const QString& sentence : {unreadSentence(), folderSentence_}) {
     if (!sentence.isEmpty()) verdict.details = (verdict.details + u' ' + sentence).trimmed();
   }
@@ -145,18 +145,18 @@ ManifestVerdict ManifestFlow::manifestVerdict() const {
 }
 
 QString ManifestFlow::unreadSentence() const {
-  if (othersCount_ == 0) return {};
-  const QString name = shortened(firstOther_);
-  if (othersCount_ == 1) return tr("%1 came with this list and is not read.").arg(name);
-  return tr("%1 and %2 more came with this list and are not read.").arg(name, figureOf(othersCount_ - 1));
+  if (choice_.othersCount == 0) return {};
+  const QString name = shortened(choice_.firstOther);
+  if (choice_.othersCount == 1) return tr("%1 came with this list and is not read.").arg(name);
+  return tr("%1 and %2 more came with this list and are not read.").arg(name, figureOf(choice_.othersCount - 1));
 }
 
 VerifiedList ManifestFlow::verifiedList() const {
-  VerifiedList list{.entries = entries_,
-                    .list = *url_,
+  VerifiedList list{.entries = list_.entries,
+                    .list = *choice_.url,
                     .root = *rootURL_,
-                    .rootIdentity = rootIdentity_,
-                    .linesNotUnderstood = unsupportedLineCount_};
+                    .rootIdentity = course_.rootIdentity,
+                    .linesNotUnderstood = list_.unsupportedLineCount};
   for (std::size_t job = 0; job < jobs_.jobs().size(); ++job) {
     const auto* const failed = std::get_if<ManifestJob::Failed>(&jobs_.jobs()[job].state);
     if (failed != nullptr && failed->isMissing) list.missing.push_back(static_cast<std::uint32_t>(job));
@@ -173,7 +173,7 @@ void ManifestFlow::setFolderRefusal(const QString& refusal) {
 }
 
 double ManifestFlow::manifestProgress() const {
-  return groups_ == 0 ? 0 : static_cast<double>(groupsDone_) / static_cast<double>(groups_);
+  return course_.groups == 0 ? 0 : static_cast<double>(course_.groupsDone) / static_cast<double>(course_.groups);
 }
 
 }  // namespace tallyfold

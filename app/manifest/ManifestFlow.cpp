@@ -84,33 +84,35 @@ void ManifestFlow::setManifestFile(const QList<QUrl>& urls) {
   std::optional<std::filesystem::path> other;
   for (qsizetype next = 1; next < urls.size() && !other; ++next) other = fileLocation(urls[next]);
   if (!other) return;
-  firstOther_ = displayText(other->filename());
-  othersCount_ = urls.size() - 1;
+  choice_.firstOther = displayText(other->filename());
+  choice_.othersCount = urls.size() - 1;
   emit manifestStatusChanged();
 }
 
 void ManifestFlow::openManifest(const std::filesystem::path& list, std::optional<HashAlgorithm> algorithm,
                                 bool isJustSaved) {
   if (isLoading_ || isVerifying_ || loadTask_.isRunning()) return;
-  forgetChoice();
-  choice_.algorithm = algorithm;
+  dismissCleared();
+  choice_ = {};
+  choice_.reading.algorithm = algorithm;
   isJustSaved_ = isJustSaved;
-  url_ = list;
-  size_.ask(url_);
+  choice_.url = list;
+  size_.ask(choice_.url);
   readManifest();
   emit manifestURLsChanged();
 }
 
 void ManifestFlow::readManifestAs(const QString& algorithm) {
   const auto chosen = algorithmNamed(algorithm);
-  if (!manifestFileRefusal().isEmpty() || loadTask_.isRunning() || !chosen || !candidates_.contains(*chosen)) return;
-  choice_.algorithm = chosen;
+  if (!manifestFileRefusal().isEmpty() || loadTask_.isRunning() || !chosen || !choice_.candidates.contains(*chosen))
+    return;
+  choice_.reading.algorithm = chosen;
   readManifest();
 }
 
 void ManifestFlow::readManifestWithoutQuotes() {
-  if (!manifestFileRefusal().isEmpty() || loadTask_.isRunning() || !url_) return;
-  choice_.withoutQuotes = true;
+  if (!manifestFileRefusal().isEmpty() || loadTask_.isRunning() || !choice_.url) return;
+  choice_.reading.withoutQuotes = true;
   readManifest();
 }
 
@@ -121,19 +123,19 @@ void ManifestFlow::readManifest() {
   setLoading(true);
   loadTask_.start(
       BackgroundTask::Priority::userInitiated,
-      [url = *url_, choice = choice_](const FlowTask<ManifestFlow>::Context& task) {
+      [url = *choice_.url, choice = choice_.reading](const FlowTask<ManifestFlow>::Context& task) {
         auto load =
             std::make_shared<PreparedManifestLoad>(ChecksumManifestService::readList(url, choice, task.cancellation()));
         task.post([load](ManifestFlow& flow) { flow.publishManifest(std::move(*load)); });
       },
       [](ManifestFlow& flow, const std::exception_ptr& failure) {
         if (failure) {
-          flow.readError_ = QString::fromStdString(errorDescription(failure));
-          flow.unreadableLine_ = lineOf(failure);
-          flow.context().setErrorMessage(flow.readError_);
+          flow.list_.readError = QString::fromStdString(errorDescription(failure));
+          flow.list_.unreadableLine = lineOf(failure);
+          flow.context().setErrorMessage(flow.list_.readError);
         }
         flow.setLoading(false);
-        if (std::exchange(flow.isJustSaved_, false)) flow.export_.announce(*flow.url_);
+        if (std::exchange(flow.isJustSaved_, false)) flow.export_.announce(*flow.choice_.url);
         if (failure) emit flow.ended(Outcome::SomeFailed);
       });
 }
@@ -146,13 +148,13 @@ void ManifestFlow::chooseManifestFile() {
 }
 
 void ManifestFlow::publishManifest(PreparedManifestLoad load) {
-  entries_ = std::move(load.entries);
-  BackgroundTask::dispose(jobs_.replaceAll(std::move(load.jobs), std::exchange(load.reading.sizes, {})));
-  warnings_ = std::move(load.warnings);
-  ignoredLineCount_ = load.ignoredLineCount;
-  unsupportedLineCount_ = load.unsupportedLineCount;
-  reading_ = std::move(load.reading);
-  if (!reading_.candidates.empty()) candidates_ = reading_.candidates;
+  list_.entries = std::move(load.entries);
+  BackgroundTask::dispose(jobs_.replaceAll({std::move(load.jobs), std::exchange(load.reading.sizes, {})}));
+  list_.warnings = std::move(load.warnings);
+  list_.ignoredLineCount = load.ignoredLineCount;
+  list_.unsupportedLineCount = load.unsupportedLineCount;
+  list_.reading = std::move(load.reading);
+  if (!list_.reading.candidates.empty()) choice_.candidates = list_.reading.candidates;
   emit manifestLinesChanged();
 }
 
@@ -167,7 +169,7 @@ void ManifestFlow::dropManifest(const QList<QUrl>& urls) {
 
 void ManifestFlow::verifyManifestOrChoose() {
   if (isBusy() || !folderRefusal_.isEmpty()) return;
-  if (!url_) {
+  if (!choice_.url) {
     chooseManifestFile();
   } else if (!rootURL_) {
     chooseManifestRoot();
@@ -183,19 +185,20 @@ void ManifestFlow::verifyManifest() {
 
 void ManifestFlow::verifyManifestRest() {
   if (manifestRestVerb().isEmpty()) return;
-  verify({.checked = std::exchange(checked_, {}), .states = jobs_.takeStates()});
+  verify({.checked = std::exchange(course_.checked, {}), .states = jobs_.takeStates()});
 }
 
 void ManifestFlow::verify(ManifestRun::Kept kept) {
   jobs_.showFailures();
   setShowsWarnings(false);
+  const Timestamp start = kept.checked.empty() ? timeNow() : course_.start;
   resetManifestCounters();
-  if (kept.checked.empty()) start_ = timeNow();
+  course_.start = start;
   context().setErrorMessage(QString());
   setVerifying(true);
   setStage(ManifestTally::Stage::running);
   auto run = std::make_shared<ManifestRun>();
-  run->entries = entries_;
+  run->entries = list_.entries;
   run->root = *rootURL_;
   run->kept = std::move(kept);
   verifyTask_.start(
@@ -212,12 +215,12 @@ void ManifestFlow::endVerification(const std::exception_ptr& failure) {
   if (failure) context().setErrorMessage(failure);
   sizesTask_.abandon();
   runStatus_.end();
-  end_ = timeNow();
+  course_.end = timeNow();
   jobs_.leaveEmptyFilter();
   setStage(failure ? ManifestTally::Stage::stoppedByError : ManifestTally::Stage::ended);
   setVerifying(false);
-  if (manifestRestVerb().isEmpty()) checked_ = decltype(checked_)();
-  if (std::cmp_equal(causes_.missing, jobs_.total())) lookForRoot();
+  if (manifestRestVerb().isEmpty()) course_.checked = decltype(course_.checked)();
+  if (std::cmp_equal(course_.causes.missing, jobs_.total())) lookForRoot();
   emit ended(manifestVerdict().tone == Tone::Good ? Outcome::AllWell : Outcome::SomeFailed);
   if (!failure) emit verified();
 }
@@ -228,19 +231,19 @@ void ManifestFlow::applyReport(ManifestRun::Report report) {
     for (ManifestRun::Finding& finding : report.findings) jobs_.setState(finding.job, std::move(finding.state));
     for (const std::size_t job : report.verifying) jobs_.setState(job, ManifestJob::Verifying{});
   }
-  causes_ = report.causes;
-  if (!report.checked.empty()) seenRoot_ = rootURL_;
-  checked_.reserve(report.groups);
-  std::ranges::copy(report.checked, std::back_inserter(checked_));
+  course_.causes = report.causes;
+  if (!report.checked.empty()) choice_.seenRoot = rootURL_;
+  course_.checked.reserve(report.groups);
+  std::ranges::copy(report.checked, std::back_inserter(course_.checked));
   setProgress(report.groupsDone, report.groups);
   runStatus_.advance({.filesDone = report.groupsDone,
                       .counted = report.counted,
                       .fraction = report.fraction,
-                      .file = shownText((*entries_)[report.running].relativePath)});
+                      .file = shownText((*list_.entries)[report.running].relativePath)});
 }
 
 void ManifestFlow::askSizes(const std::shared_ptr<const ManifestRun>& run, const ManifestRun::Prepared& prepared) {
-  rootIdentity_ = prepared->rootIdentity;
+  course_.rootIdentity = prepared->rootIdentity;
   runStatus_.start(prepared->groups.size(), run->counter);
   sizesTask_.start(
       BackgroundTask::Priority::utility,
@@ -266,7 +269,7 @@ void ManifestFlow::cancelManifestVerification() {
     }
   }
   jobs_.leaveEmptyFilter();
-  end_ = timeNow();
+  course_.end = timeNow();
   setStage(ManifestTally::Stage::cancelled);
   setVerifying(false);
 }
@@ -275,64 +278,39 @@ void ManifestFlow::cancelManifest() {
   cancelManifestVerification();
   if (!isLoading_) return;
   loadTask_.abandon();
-  forgetChoice();
+  choice_ = {};
   setShowsWarnings(false);
   setLoading(false);
   emit manifestURLsChanged();
 }
 
-void ManifestFlow::clearManifest() {
-  cancelManifest();
-  forgetChoice();
-  discardManifest();
-  rootURL_.reset();
-  emit manifestURLsChanged();
-}
-
-// No list is chosen any more, nor how one is read.
-void ManifestFlow::forgetChoice() {
-  url_.reset();
-  choice_ = {};
-  candidates_ = {};
-  seenRoot_.reset();
-  othersCount_ = 0;
-}
-
 // The list is gone; what it was read from and the root stay.
 void ManifestFlow::discardManifest() {
   cancelManifestVerification();
-  BackgroundTask::dispose(jobs_.replaceAll({}), std::exchange(entries_, nullptr));
+  BackgroundTask::dispose(jobs_.replaceAll({}), std::exchange(list_, {}));
   resetManifestCounters();
   setShowsWarnings(false);
-  readError_.clear();
-  unreadableLine_ = 0;
-  warnings_.clear();
-  ignoredLineCount_ = 0;
-  unsupportedLineCount_ = 0;
-  reading_ = {};
   emit manifestLinesChanged();
 }
 
 // The counters follow the states of the jobs.
 void ManifestFlow::resetManifestCounters() {
   jobs_.requeueAll();
-  causes_ = {};
-  checked_ = decltype(checked_)();
   rootTask_.abandon();
-  likelyRoot_.reset();
-  setProgress(0, 0);
-  setStage(ManifestTally::Stage::none);
+  course_ = {};
+  emit manifestProgressChanged();
+  emit manifestStatusChanged();
   emit forgotten();
   setFolderSentence({});
 }
 
 void ManifestFlow::setStage(ManifestTally::Stage stage) {
-  if (std::exchange(stage_, stage) != stage) emit manifestStatusChanged();
+  if (std::exchange(course_.stage, stage) != stage) emit manifestStatusChanged();
 }
 
 void ManifestFlow::setProgress(std::size_t groupsDone, std::size_t groups) {
-  groupsDone_ = groupsDone;
-  groups_ = groups;
+  course_.groupsDone = groupsDone;
+  course_.groups = groups;
   emit manifestProgressChanged();
 }
 

@@ -18,12 +18,12 @@
 #include "app/manifest/ManifestExport.h"
 #include "app/manifest/ManifestJobListModel.h"
 #include "app/manifest/ManifestRun.h"
+#include "app/manifest/ManifestState.h"
 #include "app/manifest/ManifestVerdict.h"
 #include "app/shared/FileCard.h"
 #include "app/shared/Flow.h"
 #include "app/shared/RunStatus.h"
 #include "app/shared/VerifiedList.h"
-#include "checksums/lists/ListReading.h"
 #include "core/digests/HashAlgorithm.h"
 
 namespace tallyfold {
@@ -57,6 +57,7 @@ class ManifestFlow : public tallyfold::Flow {
   Q_PROPERTY(QString manifestFileRefusal READ manifestFileRefusal NOTIFY manifestStatusChanged)
   Q_PROPERTY(QString manifestRootRefusal READ manifestRootRefusal NOTIFY isBusyChanged)
   Q_PROPERTY(QString clearManifestRefusal READ clearManifestRefusal NOTIFY manifestURLsChanged)
+  Q_PROPERTY(QString clearedSentence READ clearedSentence NOTIFY clearedSentenceChanged)
 
  public:
   explicit ManifestFlow(FlowContext& context);
@@ -72,14 +73,14 @@ class ManifestFlow : public tallyfold::Flow {
 
   [[nodiscard]] RunStatus* runStatus() { return &runStatus_; }
   [[nodiscard]] ManifestExport* manifestExport() { return &export_; }
-  [[nodiscard]] const std::optional<std::filesystem::path>& manifestURL() const { return url_; }
+  [[nodiscard]] const std::optional<std::filesystem::path>& manifestURL() const { return choice_.url; }
   [[nodiscard]] const std::optional<std::filesystem::path>& manifestRootURL() const { return rootURL_; }
   [[nodiscard]] FileCard manifestFile() const;
   [[nodiscard]] FileCard manifestRoot() const;
   /// The proposed root, as long as nothing speaks for the one that is chosen.
   [[nodiscard]] ProposedFolder offeredManifestRoot() const;
   [[nodiscard]] ManifestJobListModel* manifestJobs() { return &jobs_; }
-  [[nodiscard]] QStringList manifestWarnings() const { return warnings_; }
+  [[nodiscard]] QStringList manifestWarnings() const { return list_.warnings; }
   /// After `verified`.
   [[nodiscard]] VerifiedList verifiedList() const;
   /// What else is to be said of the folder that was verified, behind the details of the verdict. Until `forgotten`.
@@ -88,8 +89,10 @@ class ManifestFlow : public tallyfold::Flow {
   void setFolderRefusal(const QString& refusal);
   /// Who knows, for a report, of the files that the list does not name.
   void setUnlistedReport(std::function<VerificationReport::Unlisted()> report) { unlistedReport_ = std::move(report); }
-  [[nodiscard]] qint64 manifestIgnoredLineCount() const { return ignoredLineCount_; }
-  [[nodiscard]] int manifestUnsupportedLineCount() const { return static_cast<int>(unsupportedLineCount_); }
+  /// Who takes what is known of the folder besides, and gives what brings it back.
+  void setFolderKeeper(std::function<std::function<void()>()> keeper) { folderKeeper_ = std::move(keeper); }
+  [[nodiscard]] qint64 manifestIgnoredLineCount() const { return list_.ignoredLineCount; }
+  [[nodiscard]] int manifestUnsupportedLineCount() const { return static_cast<int>(list_.unsupportedLineCount); }
   [[nodiscard]] QString manifestUnsupportedFigure() const;
   /// The warnings are shown in the place of the entries.
   [[nodiscard]] bool showsWarnings() const { return showsWarnings_; }
@@ -105,7 +108,7 @@ class ManifestFlow : public tallyfold::Flow {
   /// The algorithms that the list may be of, where it leaves that open: display names; empty for other lists.
   [[nodiscard]] QStringList manifestAlgorithms() const;
   /// There are lines that wait for such a choice.
-  [[nodiscard]] bool isAmbiguousManifest() const { return reading_.ambiguousLineCount > 0; }
+  [[nodiscard]] bool isAmbiguousManifest() const { return list_.reading.ambiguousLineCount > 0; }
   /// The one of `manifestAlgorithms` that was chosen, or is only proposed; empty when there is none.
   [[nodiscard]] QString manifestAlgorithm() const;
   [[nodiscard]] QString proposedManifestAlgorithm() const;
@@ -127,6 +130,8 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] QString manifestFileRefusal() const;
   [[nodiscard]] QString manifestRootRefusal() const;
   [[nodiscard]] QString clearManifestRefusal() const;
+  /// That everything was cleared, as long as that can be undone; empty otherwise.
+  [[nodiscard]] QString clearedSentence() const;
 
   /// Reads the first of `urls` as the checksum list. Ignored while `manifestFileRefusal` says why.
   Q_INVOKABLE void setManifestFile(const QList<QUrl>& urls);
@@ -155,7 +160,11 @@ class ManifestFlow : public tallyfold::Flow {
   Q_INVOKABLE void cancelManifestVerification();
   /// Cancels whatever is under way: the verification, or the reading of the list, of which nothing is left then.
   Q_INVOKABLE void cancelManifest();
+  /// Takes everything away, and keeps it until something else is chosen.
   Q_INVOKABLE void clearManifest();
+  /// Puts back what `clearManifest` took; nothing where that is not kept any more.
+  Q_INVOKABLE void undoClear();
+  Q_INVOKABLE void dismissCleared();
   /// On the clipboard: one of the rows shown, those that are marked, or all that is shown, rows as soon as a worker has
   /// written them out.
   void copyManifestRow(int row);
@@ -168,6 +177,7 @@ class ManifestFlow : public tallyfold::Flow {
   void manifestShownChanged();
   void manifestProgressChanged();
   void manifestStatusChanged();
+  void clearedSentenceChanged();
   void isLoadingManifestChanged();
   void isManifestVerifyingChanged();
   /// A verification came to its end; and what it found is not shown any more.
@@ -188,7 +198,6 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] QString unreadSentence() const;
   void readManifest();
   void publishManifest(PreparedManifestLoad load);
-  void forgetChoice();
   void discardManifest();
   void resetManifestCounters();
   void verify(ManifestRun::Kept kept);
@@ -202,36 +211,19 @@ class ManifestFlow : public tallyfold::Flow {
   void setLoading(bool isLoading);
   void setVerifying(bool isVerifying);
 
-  std::optional<std::filesystem::path> url_;
+  ManifestChoice choice_;
   ShownFileSize size_{context().mailbox(), [this] { emit manifestURLsChanged(); }};
   std::optional<std::filesystem::path> rootURL_;
-  std::optional<std::filesystem::path> likelyRoot_;  // Below which the first of the missing files is.
-  std::optional<std::filesystem::path> seenRoot_;    // Below which a file of this list was seen, if it was.
-  std::shared_ptr<const ManifestEntries> entries_;   // What the jobs are about, in their order.
+  ManifestList list_;
   ManifestJobListModel jobs_;
-  QStringList warnings_;
-  ChecksumManifestService::ListReading reading_;  // All but its result, which is below and in the jobs.
-  ChecksumManifestService::ReadingChoice choice_;
-  HashAlgorithmSet candidates_;  // That the list may be of, as long as it is the same list.
-  qint64 ignoredLineCount_ = 0;
-  qint64 unsupportedLineCount_ = 0;
+  ManifestCourse course_;
+  std::optional<ClearedManifest> cleared_;
+  bool isJustSaved_ = false;  // The list, which was made here.
   bool showsWarnings_ = false;
-  ManifestRun::Causes causes_;
-  std::vector<ManifestRun::Checked> checked_;  // In this run; kept for another as long as one is offered.
-  bool isJustSaved_ = false;                   // The list, which was made here.
-  QString firstOther_;                         // With this list: the name of the first file that is not read.
-  qsizetype othersCount_ = 0;
-  QString readError_;
-  qint64 unreadableLine_ = 0;  // That the error is about; 0 when it is not about one.
-  ManifestTally::Stage stage_ = ManifestTally::Stage::none;
-  std::size_t groupsDone_ = 0;
-  std::size_t groups_ = 0;
-  ManifestRootIdentity rootIdentity_;  // Of the last run.
   QString folderSentence_;
   QString folderRefusal_;
   std::function<VerificationReport::Unlisted()> unlistedReport_ = [] { return VerificationReport::Unlisted(); };
-  Timestamp start_;  // Of the last run, or of the first of those that it keeps findings of.
-  Timestamp end_;
+  std::function<std::function<void()>()> folderKeeper_ = [] { return [] {}; };
   bool isLoading_ = false;
   bool isVerifying_ = false;
   FlowTask<ManifestFlow> loadTask_{*this, context().mailbox()};

@@ -179,14 +179,13 @@ QByteArray ManifestJobListModel::text(const std::vector<ManifestJob>& jobs, cons
   return lines;
 }
 
-std::vector<ManifestJob> ManifestJobListModel::replaceAll(std::vector<ManifestJob> jobs,
-                                                          std::vector<std::int64_t> sizes) {
-  if (jobs.empty() && jobs_.empty()) return {};
+ManifestJobListModel::Rows ManifestJobListModel::replaceAll(Rows rows) {
+  if (rows.jobs.empty() && jobs_.empty()) return {};
   replaceJobs([&] {
-    jobs.swap(jobs_);
-    sizes.swap(sizes_);
+    rows.jobs.swap(jobs_);
+    rows.sizes.swap(sizes_);
   });
-  return jobs;
+  return rows;
 }
 
 void ManifestJobListModel::announceNotes() {

@@ -42,6 +42,11 @@ class ManifestJobListModel : public tallyfold::FilteredListModel {
   enum Filter { All, Mismatches, Failures, Waiting, Matches };
   Q_ENUM(Filter)
 
+  struct Rows {
+    std::vector<ManifestJob> jobs{};
+    std::vector<std::int64_t> sizes{};  ///< As the list says, see `ListReading::sizes`.
+  };
+
   explicit ManifestJobListModel(QObject* parent = nullptr) : FilteredListModel(filterKinds, Verifying, parent) {}
 
   [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
@@ -60,9 +65,8 @@ class ManifestJobListModel : public tallyfold::FilteredListModel {
   /// between them. A path can become eight times as long. On any thread; throws CancellationError.
   static QByteArray text(const std::vector<ManifestJob>& jobs, const std::stop_token& cancellation = {});
 
-  /// Replaces all rows in one change, shows all of them, and returns those that were there. `sizes`: as the list says,
-  /// see `ListReading::sizes`.
-  std::vector<ManifestJob> replaceAll(std::vector<ManifestJob> jobs, std::vector<std::int64_t> sizes = {});
+  /// Replaces all rows in one change, shows all of them, and returns those that were there.
+  Rows replaceAll(Rows rows);
   /// What says where the missing file of a job may be, and that it says something else by now.
   void setNotes(std::function<QString(std::size_t job)> notes) { notes_ = std::move(notes); }
   void announceNotes();

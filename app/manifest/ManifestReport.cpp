@@ -57,7 +57,7 @@ void ManifestFlow::copyMarked() {
 
 void ManifestFlow::copyManifestShown() {
   if (!copyManifestRefusal().isEmpty()) return;
-  if (showsWarnings_) return context().copy(warnings_.join(u'\n').toUtf8());
+  if (showsWarnings_) return context().copy(list_.warnings.join(u'\n').toUtf8());
   copyManifestJobs(jobs_.shownJobs(0, jobs_.count()));
 }
 
@@ -70,7 +70,7 @@ void ManifestFlow::copyManifestJobs(std::vector<ManifestJob> jobs) {
 
 std::shared_ptr<const VerificationReport> ManifestFlow::report() const {
   const auto snapshot = std::make_shared<Snapshot>();
-  snapshot->entries = entries_;
+  snapshot->entries = list_.entries;
   snapshot->sizes = jobs_.sizes();
   snapshot->states.reserve(jobs_.jobs().size());
   for (const ManifestJob& job : jobs_.jobs()) snapshot->states.push_back(job.state);
@@ -79,17 +79,17 @@ std::shared_ptr<const VerificationReport> ManifestFlow::report() const {
   report->verdict = verdict.title.toStdString();
   report->details = verdict.details.toStdString();
   report->isAllMatch = verdict.kind == tallyfold::ManifestVerdict::AllMatch;
-  report->list = *url_;
-  report->listDigests = reading_.digests;
+  report->list = *choice_.url;
+  report->listDigests = list_.reading.digests;
   report->root = *rootURL_;
-  report->start = start_;
-  report->end = end_;
+  report->start = course_.start;
+  report->end = course_.end;
   report->counts = {.matched = manifestMatchedCount(),
                     .mismatched = manifestMismatchCount(),
                     .failed = manifestErrorCount(),
                     .unchecked = jobs_.count(ManifestJobListModel::Waiting),
-                    .linesNotUnderstood = unsupportedLineCount_,
-                    .linesIgnored = ignoredLineCount_};
+                    .linesNotUnderstood = list_.unsupportedLineCount,
+                    .linesIgnored = list_.ignoredLineCount};
   report->entryCount = snapshot->states.size();
   report->unlisted = unlistedReport_();
   report->entryAt = [snapshot, noteOf = report->unlisted.noteOfEntry](std::size_t index) {
@@ -102,7 +102,7 @@ std::shared_ptr<const VerificationReport> ManifestFlow::report() const {
 
 QString ManifestFlow::exportRefusal() const {
   if (isVerifying_) return tr("Reports can be saved when the verification has ended.");
-  return stage_ == ManifestTally::Stage::none ? tr("There is no verification to export yet.") : QString();
+  return course_.stage == ManifestTally::Stage::none ? tr("There is no verification to export yet.") : QString();
 }
 
 }  // namespace tallyfold

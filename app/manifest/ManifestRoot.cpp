@@ -21,6 +21,7 @@ void ManifestFlow::setManifestRoot(const QList<QUrl>& urls) {
     location = location->parent_path();
   }
   cancelManifestVerification();
+  dismissCleared();
   resetManifestCounters();
   rootURL_ = location;
   emit manifestURLsChanged();
@@ -35,23 +36,23 @@ void ManifestFlow::chooseManifestRoot() {
 void ManifestFlow::useProposedManifestRoot() {
   const auto proposal = proposedManifestRoot();
   if (!proposal) return;
-  if (proposal == likelyRoot_) seenRoot_ = proposal;
+  if (proposal == course_.likelyRoot) choice_.seenRoot = proposal;
   setManifestRoot({fileUrl(*proposal)});
 }
 
 std::optional<std::filesystem::path> ManifestFlow::proposedManifestRoot() const {
-  if (!url_) return std::nullopt;
-  if (likelyRoot_) return likelyRoot_;
+  if (!choice_.url) return std::nullopt;
+  if (course_.likelyRoot) return course_.likelyRoot;
   // Only names that start with a slash are of this system: those of others have drives.
-  const bool isFromNames = reading_.commonFolder.starts_with('/');
-  std::filesystem::path proposal = isFromNames ? std::filesystem::path(reading_.commonFolder) : *url_;
+  const bool isFromNames = list_.reading.commonFolder.starts_with('/');
+  std::filesystem::path proposal = isFromNames ? std::filesystem::path(list_.reading.commonFolder) : *choice_.url;
   if (proposal.has_relative_path()) proposal = proposal.parent_path();
-  return proposal == rootURL_ || (rootURL_ && rootURL_ == seenRoot_) ? std::nullopt : std::optional(proposal);
+  return proposal == rootURL_ || (rootURL_ && rootURL_ == choice_.seenRoot) ? std::nullopt : std::optional(proposal);
 }
 
 ProposedFolder ManifestFlow::offeredManifestRoot() const {
   // Behind a run only what was seen to hold a file of the list.
-  const auto proposal = stage_ == ManifestTally::Stage::none ? proposedManifestRoot() : likelyRoot_;
+  const auto proposal = course_.stage == ManifestTally::Stage::none ? proposedManifestRoot() : course_.likelyRoot;
   if (!proposal || jobs_.total() == 0 || isBusy()) return {};
   return {.isPresent = true,
           .name = displayText(proposal->has_filename() ? proposal->filename() : *proposal),
@@ -60,15 +61,15 @@ ProposedFolder ManifestFlow::offeredManifestRoot() const {
 
 // Every file is missing: perhaps they are below another folder nearby. That is only proposed.
 void ManifestFlow::lookForRoot() {
-  seenRoot_.reset();
+  choice_.seenRoot.reset();
   rootTask_.start(
       BackgroundTask::Priority::utility,
       [root = *rootURL_, other = proposedManifestRoot(),
-       entries = entries_](const FlowTask<ManifestFlow>::Context& task) {
+       entries = list_.entries](const FlowTask<ManifestFlow>::Context& task) {
         const auto likely = ChecksumManifestService::likelyRoot(root, other, entries->front().relativePath);
         if (!likely) return;
         task.post([likely](ManifestFlow& flow) {
-          flow.likelyRoot_ = likely;
+          flow.course_.likelyRoot = likely;
           emit flow.manifestURLsChanged();
         });
       },

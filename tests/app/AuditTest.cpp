@@ -156,6 +156,59 @@ TEST_F(Audit, IsInTheReport) {
   EXPECT_THAT(kept(), HasSubstr("\nwalk: failed\n"));
 }
 
+TEST_F(Audit, AndItsListComeBackWhereTheyWereCleared) {
+  fs::create_directories(root_);
+  for (const char* const name : {"root/a", "root/c", "root/d"}) folder_.file(name, "abc");
+  ManifestFlow& manifest = *model_->manifest();
+  const auto clear = [&] {
+    manifest.clearManifest();
+    EXPECT_EQ(manifest.clearedSentence(), "Cleared the list.");
+    EXPECT_FALSE(manifest.manifestURL() || manifest.manifestRootURL() || audit().isPresent());
+    EXPECT_EQ(manifest.manifestJobs()->total(), 0);
+    EXPECT_NE(manifest.manifestExport()->refusal(), "");
+  };
+  const auto expectBack = [&](const std::string& shows) {
+    const std::string before = kept();
+    EXPECT_THAT(before, HasSubstr(shows));
+    const QString lines = manifest.manifestLines();
+    const QString rest = manifest.manifestRestVerb();
+    clear();
+    manifest.undoClear();
+    EXPECT_EQ(manifest.clearedSentence(), "");
+    EXPECT_EQ(manifest.manifestLines(), lines);
+    EXPECT_EQ(manifest.manifestRestVerb(), rest);
+    EXPECT_EQ(kept(), before);
+  };
+  audited({"a", "b", "d"});
+  expectBack("\nsearch: none\n");
+  searched();
+  expectBack("“c” has the same CRC-32.");
+  holdAt("read", 2);
+  manifest.verifyManifest();
+  ASSERT_TRUE(gate_.waitForArrival());
+  ASSERT_TRUE(reached([&] { return manifest.manifestMatchedCount() == 1; }));
+  clear();
+  goOn();
+  manifest.undoClear();
+  expectBack("\nwalk: none\n");
+  manifest.verifyManifestRest();
+  ASSERT_TRUE(reached([&] { return !manifest.isManifestVerifying() && !audit().isLooking(); }));
+  EXPECT_EQ(manifest.manifestMatchedCount(), 2);
+
+  // What is chosen next takes its place.
+  const std::function<void()> choices[]{[&] { manifest.setManifestRoot({urlOf(folder_.path())}); },
+                                        [&] { manifest.setManifestFile({urlOf(root_ / "list.sfv")}); }};
+  for (const auto& choose : choices) {
+    manifest.clearManifest();
+    choose();
+    EXPECT_EQ(manifest.clearedSentence(), "");
+    manifest.undoClear();
+    EXPECT_FALSE(manifest.manifestURL() && manifest.manifestRootURL());
+    ASSERT_TRUE(reached([&] { return !manifest.isLoadingManifest(); }));
+    manifest.undoClear();
+  }
+}
+
 TEST_F(Audit, OfManyFilesTakesNoLongTurn) {
   // A fifth of what there may be, in turns of a tenth of the length.
   constexpr int limit = 20'000;

@@ -192,6 +192,11 @@ TEST_F(ListCreation, WhatIsMadeIsKeptUntilItIsSaved) {
   EXPECT_THAT(verdict(),
               testing::MatchesRegex("1 file, not saved yet\\|Its calculation began at .+: what changed since .+"))
       << "It was closed by mistake";
+  creation().setOpen(false);
+  model_->manifest()->clearManifest();
+  model_->manifest()->undoClear();
+  EXPECT_THAT(verdict(), testing::StartsWith("1 file, not saved yet|")) << "It is of this folder still";
+  creation().setOpen(true);
   saveAs(root_ / "dir/list");
   creation().setOpen(false);
   EXPECT_EQ(verdict(), "|");

@@ -28,7 +28,7 @@ std::vector<ManifestJob> jobsOf(const std::vector<ManifestJob::State>& wanted) {
 
 TEST(ManifestJobListModelTest, RowsAreShownAndCopiedInTheFixedWords) {
   Model model;
-  model.replaceAll(jobsOf(states));
+  model.replaceAll({jobsOf(states)});
   EXPECT_EQ(model.text(model.shownJobs(0, model.count())),
             "1\tCRC-32\tfile 1\tQueued\n"
             "2\tCRC-32\tfile 2\tVerifying\n"
@@ -47,7 +47,7 @@ TEST(ManifestJobListModelTest, RowsAreShownAndCopiedInTheFixedWords) {
 
 TEST(ManifestJobListModelTest, MarksGoWithRowsThatLeaveTheFilter) {
   Model model;
-  model.replaceAll(jobsOf(std::vector<ManifestJob::State>(3, ManifestJob::Queued{})));
+  model.replaceAll({jobsOf(std::vector<ManifestJob::State>(3, ManifestJob::Queued{}))});
   model.setFilter(Model::Waiting);
   model.markOnly(0, 1);
   model.setState(0, ManifestJob::Match{});
@@ -67,7 +67,7 @@ TEST(ManifestJobListModelTest, EveryFilterFollowsEveryChange) {
   // It ends the program when the rows that come and go are not those that are announced.
   const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
   constexpr int count = 1'200;
-  model.replaceAll(jobsOf(std::vector<ManifestJob::State>(count, ManifestJob::Queued{})));
+  model.replaceAll({jobsOf(std::vector<ManifestJob::State>(count, ManifestJob::Queued{}))});
   QSignalSpy resets(&model, &Model::shownAnew);
   for (int turn = 0; turn < 400; ++turn) {
     if (turn % 7 == 0) model.setFilter(passing.at(random() % 5).first);
@@ -106,7 +106,7 @@ TEST(ManifestJobListModelTest, LongSearchGoesOnInTurnsOfItsOwn) {
   const auto entry = std::make_shared<const ChecksumManifestEntry>(
       ChecksumManifestEntry{Uuid::random(), 1, name, HashAlgorithm::crc32, "352441c2"});
   Model model;
-  model.replaceAll(std::vector<ManifestJob>(2'000, ManifestJob{entry->id, entry, ManifestJob::Queued{}}));
+  model.replaceAll({std::vector<ManifestJob>(2'000, ManifestJob{entry->id, entry, ManifestJob::Queued{}})});
   model.setSearch(QStringLiteral("ac"));
   EXPECT_TRUE(model.isSearching()) << "40 MB were searched in one turn";
   EXPECT_EQ(model.count(), 2'000);

@@ -76,6 +76,7 @@ TEST_F(Memory, OfAListAtItsLimitIsLittleMoreThanItsEntries) {
   model_->manifest()->verifyManifest();
   ASSERT_TRUE(gate_.waitForArrival());
   model_->manifest()->clearManifest();
+  model_->manifest()->dismissCleared();
   ASSERT_TRUE(reached([&] { return model_->manifest()->manifestJobs()->total() == 0; }));
   gate_.open();
   expectReturned(4);

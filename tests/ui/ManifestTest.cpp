@@ -94,6 +94,10 @@ TEST_F(ManifestTest, ListIsVerifiedInItsOwnFolder) {
   waitForVerdict("The only entry could not be checked");
   driver.click("clearManifest");
   waitFor("the empty screen", [&] { return driver.findItem("chooseManifest") != nullptr; });
+  find(QAccessible::AlertMessage, "Cleared the list.");
+  driver.press({"Control_L", "z"});
+  waitForVerdict("The only entry could not be checked");
+  EXPECT_EQ(driver.findItem("noticeAction"), nullptr);
 }
 
 TEST_F(ManifestTest, ListIsMadeOfTheRoot) {

@@ -52,6 +52,7 @@ void WindowFixture::SetUp() {
   model.verify()->setVerifyAlgorithm(QStringLiteral("Auto"));
   model.compare()->resetComparison();
   model.manifest()->clearManifest();
+  model.manifest()->dismissCleared();
   model.files()->clearFiles();
   model.files()->dismissNotice();
   waitFor("the last run to end", [&] { return !model.files()->isProcessing() && !model.files()->isExporting(); });

@@ -298,12 +298,8 @@ TFScreen {
         viewModel: root.viewModel
         noticeGap: root.gap
 
-        notice: TFNoticeBar {
-            visible: bottomBar.report.savedPlace !== ""
-            words: qsTr("Saved to ")
-            place: bottomBar.report.savedPlace
-            onActed: bottomBar.report.showSaved()
-            onDismissed: bottomBar.report.dismiss()
+        notice: ManifestNoticeBar {
+            manifest: root.viewModel.manifest
         }
     }
 
