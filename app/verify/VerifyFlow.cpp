@@ -194,7 +194,7 @@ void VerifyFlow::lookAtLines() {
   std::ranges::copy_if(lines, std::back_inserter(own),
                        [&](const FileChecksum& line) { return line.fileName == url_->filename().native(); });
   if (lines.size() == 1 && own.empty() && !lines.front().fileName.empty()) {
-    return setNotes({}, tr("This line is for %1.").arg(displayText(std::filesystem::path(lines.front().fileName))));
+    return setNotes({}, tr("This line is for “%1”.").arg(displayText(std::filesystem::path(lines.front().fileName))));
   }
   if (lines.size() < 2) return;
   if (own.empty()) return setNotes({}, tr("None of the %1 lines is for %2.").arg(lines.size()).arg(name));

@@ -133,7 +133,7 @@ TEST_F(VerifyFlow, LineOfTheFileIsTakenOfWhatIsPastedDroppedOrOffered) {
     std::string pasted;
     const char* notes;
   } cases[] = {
-      {other, "|This line is for report.pdf."},
+      {other, "|This line is for “report.pdf”."},
       {other + "\n" + other, "|None of the 2 lines is for abc.txt."},
       {line + "\n" + other + "\n" + line, "|Lines 1 and 3 are both for abc.txt."},
       {line, "|"},

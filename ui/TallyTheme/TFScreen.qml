@@ -18,7 +18,7 @@ FocusScope {
     readonly property int gutter: TallyTheme.space6
     property real headerGutter: gutter
     // The height is so little that what the screen is about comes before the space around it.
-    property bool isShort: false
+    readonly property bool isShort: height < TallyTheme.shortHeight
     // What the screen is about comes before the space around it, whatever the height.
     property bool isDense: isShort
     // What needs this height in all, from the title on; what is higher than the screen scrolls.

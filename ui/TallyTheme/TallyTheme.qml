@@ -162,7 +162,7 @@ QtObject {
     readonly property real verdictLabelWidth: 72 * textScale
     readonly property real expectedLabelWidth: 124 * textScale
     // The widest copy button, and the space around it.
-    readonly property int copyColumnWidth: 104 * textScale
+    readonly property int copyColumnWidth: 116 * textScale
 
     // How far below the top of a control a line of digits begins that stands in the middle of it.
     readonly property int digestInset: Math.round((controlHeight - digestSize * 1.35) / 2)

@@ -11,7 +11,6 @@ TFScreen {
     readonly property int gap: isShort ? TallyTheme.space2 : TallyTheme.space4
 
     mode: AppMode.Compare
-    isShort: height < TallyTheme.shortHeight
     leastHeight: (outcome.visible ? outcome.y + outcome.height : row.y + row.height) + (isShort ? gap : gutter)
     shown: {
         if (differences.isWorking)

@@ -18,9 +18,8 @@ TFScreen {
     }
     title: qsTr("File Hashing")
     subtitle: qsTr("Calculate multiple checksums in a single local file pass.")
-    isShort: height < TallyTheme.shortHeight
     isDense: isShort || hasJobs
-    leastHeight: listCard.y + TallyTheme.leastListHeight + gap
+    leastHeight: listCard.y + (hasJobs ? TallyTheme.leastListHeight : empty.height + 2 * TallyTheme.space3) + gap
     bar: bottomBar
     shown: list.isFollowing ? list : null
 
@@ -129,6 +128,8 @@ TFScreen {
         }
 
         TFEmptyState {
+            id: empty
+
             visible: !list.visible
             spacing: TallyTheme.space2
             icon: "doc.on.doc"

@@ -30,7 +30,6 @@ TFScreen {
     }
     title: qsTr("Manifest")
     subtitle: qsTr("Verify the files below a folder against a checksum list.")
-    isShort: height < TallyTheme.shortHeight
     leastHeight: listCard.y + TallyTheme.leastListHeight + gap
     bar: bottomBar
     shown: {

@@ -6,8 +6,9 @@ import TallyFold
 TFScreen {
     id: root
 
+    readonly property int gap: isShort ? TallyTheme.space2 : TallyTheme.space4
     // What everything but the checksums needs at the least.
-    readonly property real leastRest: header.y + header.height + TallyTheme.space4 + TallyTheme.leastEditorHeight + count.height + TallyTheme.space4 + TallyTheme.space4
+    readonly property real leastRest: header.y + header.height + gap + TallyTheme.leastEditorHeight + count.height + TallyTheme.space4 + TallyTheme.space4
 
     mode: AppMode.Text
     leastHeight: leastRest + Math.min(TallyTheme.leastListHeight, rowsCard.wantedHeight)
@@ -26,7 +27,7 @@ TFScreen {
             right: parent.right
             top: root.header.bottom
             bottom: count.top
-            topMargin: TallyTheme.space4
+            topMargin: root.gap
             bottomMargin: TallyTheme.space1
             leftMargin: root.gutter
             rightMargin: root.gutter
@@ -96,7 +97,7 @@ TFScreen {
 
         readonly property real wantedHeight: rows.contentHeight + 2 * TallyTheme.space2
 
-        height: Math.min(wantedHeight, Math.max(Math.min(parent.height * TallyTheme.checksumsShare, parent.height - root.leastRest), TallyTheme.leastListHeight))
+        height: Math.min(wantedHeight, Math.max(Math.min(parent.height * (root.isShort ? 1 : TallyTheme.checksumsShare), parent.height - root.leastRest), TallyTheme.leastListHeight))
 
         anchors {
             left: parent.left
@@ -142,6 +143,7 @@ TFScreen {
                     TFPresetsButton {
                         objectName: "textPresets"
                         anchors.right: parent.right
+                        anchors.rightMargin: TallyTheme.space3
                         viewModel: root.viewModel
                     }
                 }

@@ -18,7 +18,6 @@ TFScreen {
     title: qsTr("Verify")
     subtitle: qsTr("Check a file against a checksum that you were given.")
     headerGutter: column.x
-    isShort: height < TallyTheme.shortHeight
     leastHeight: column.y + column.height + TallyTheme.space4
     shown: {
         if (verdict.isPresent)
