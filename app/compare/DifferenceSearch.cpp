@@ -160,7 +160,7 @@ QString DifferenceSearch::action() const {
 
 QString DifferenceSearch::reason() const {
   if (action().isEmpty()) return {};
-  return difference_ ? tr("What comes after it was not compared.") : tr("What is in them was not compared.");
+  return difference_ ? tr("The rest of the files was not compared.") : tr("What is in them was not compared.");
 }
 
 void DifferenceSearch::start() {

@@ -30,7 +30,7 @@ TFScreen {
     }
     title: qsTr("Manifest")
     subtitle: qsTr("Verify the files below a folder against a checksum list.")
-    leastHeight: listCard.y + TallyTheme.leastListHeight + gap
+    leastHeight: listCard.y + (hasList ? TallyTheme.leastListHeight : empty.height + 2 * TallyTheme.space3) + gap
     bar: bottomBar
     shown: {
         if (rows.isFollowing)
@@ -221,6 +221,8 @@ TFScreen {
         }
 
         TFEmptyState {
+            id: empty
+
             visible: !rows.visible && !warnings.visible && !unlisted.visible
             isPending: root.shownRows.isPending
             icon: "checklist"
