@@ -39,8 +39,11 @@ AppViewModel::AppViewModel(Desktop& desktop, QObject* parent) : ModeFlows(deskto
   // A list that is being made is made to its end, whatever else comes.
   const auto passRootOn = [this] {
     const auto& root = manifest()->manifestRootURL();
-    if (root && !listCreation_.isOpen()) listCreation_.setFolder(root);
+    // A folder that was cleared may come back.
+    const bool isGone = !root && manifest()->clearedSentence().isEmpty();
+    if ((root || isGone) && !listCreation_.isOpen()) listCreation_.setFolder(root);
   };
+  connect(manifest(), &ManifestFlow::clearedSentenceChanged, this, passRootOn);
   connect(manifest(), &ManifestFlow::manifestURLsChanged, this, passRootOn);
   connect(&listCreation_, &ListCreationFlow::isOpenChanged, this, passRootOn);
   connect(&listCreation_, &ListCreationFlow::saved, manifest(),

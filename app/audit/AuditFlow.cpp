@@ -165,11 +165,15 @@ void AuditFlow::forget() {
 }
 
 std::function<void()> AuditFlow::keep() {
+  if (isLooking()) {
+    return [this, list = list_] { look(*list); };
+  }
   cancel();
   if (stage_ == Stage::none) return [] {};
   return [this, stage = stage_, search = search_, walkEnd = walkEnd_, searchEnd = searchEnd_, failure = failure_,
           list = list_, files = unlisted_.files(), byName = byName_, moved = moved_] {
-    forget();
+    // First: there is something to be said of by then.
+    stage_ = stage;
     search_ = search;
     walkEnd_ = walkEnd;
     searchEnd_ = searchEnd;
@@ -178,7 +182,7 @@ std::function<void()> AuditFlow::keep() {
     unlisted_.replaceAll(files);
     byName_ = byName;
     setMoved(moved);
-    setStage(stage);
+    emit changed();
   };
 }
 

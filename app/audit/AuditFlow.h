@@ -75,8 +75,8 @@ class AuditFlow : public tallyfold::Flow {
   [[nodiscard]] AuditNotes notes() const { return {list_, unlisted_.files(), moved_}; }
   /// Of all this, as it is now.
   [[nodiscard]] VerificationReport::Unlisted report() const;
-  /// Why the list should not be verified anew, nor another be opened unasked, which would end a search without a word;
-  /// empty where it would not.
+  /// Why the list should not be verified anew, nor another or another folder be chosen, which would end a search
+  /// without a word; empty where it would not.
   [[nodiscard]] QString searchRefusal() const;
 
   /// Looks for the unlisted files of a list that was verified, and forgets those of another.
@@ -87,7 +87,7 @@ class AuditFlow : public tallyfold::Flow {
   /// Cancels whatever is under way.
   Q_INVOKABLE void cancel();
   void forget();
-  /// Cancels whatever is under way. What it gives brings back what is known now, wherever that is forgotten since.
+  /// Cancels a search. What it gives brings back what is known now, or begins to look again, once that was forgotten.
   [[nodiscard]] std::function<void()> keep();
 
   /// On the clipboard: one of the rows shown, those that are marked, or all that are shown, as soon as a worker has

@@ -16,14 +16,18 @@ QString ManifestFlow::clearedSentence() const {
 }
 
 void ManifestFlow::clearManifest() {
-  cancelManifest();
   if (!clearManifestRefusal().isEmpty()) return;
+  const bool isToBeRead = isLoading_;
+  ManifestChoice choice = choice_;
+  cancelManifest();
+  choice_ = {};
   dismissCleared();
-  ClearedManifest cleared{.choice = std::exchange(choice_, {}),
+  ClearedManifest cleared{.isToBeRead = isToBeRead,
+                          .choice = std::move(choice),
                           .rootURL = std::exchange(rootURL_, {}),
                           .list = std::exchange(list_, {}),
                           .rows = jobs_.replaceAll({}),
-                          .course = std::exchange(course_, {}),
+                          .run = std::exchange(run_, {}),
                           .bringFolderBack = folderKeeper_()};
   discardManifest();
   cleared_ = std::move(cleared);
@@ -37,14 +41,15 @@ void ManifestFlow::undoClear() {
   choice_ = std::move(cleared.choice);
   rootURL_ = std::move(cleared.rootURL);
   list_ = std::move(cleared.list);
-  course_ = std::move(cleared.course);
+  run_ = std::move(cleared.run);
   jobs_.replaceAll(std::move(cleared.rows));
-  size_.ask(choice_.url);
   emit clearedSentenceChanged();
   emit manifestLinesChanged();
   emit manifestURLsChanged();
   emit manifestProgressChanged();
   cleared.bringFolderBack();
+  if (cleared.isToBeRead) return readManifest();
+  if (isEveryFileMissing() && !run_.likelyRoot) lookForRoot();
 }
 
 void ManifestFlow::dismissCleared() {

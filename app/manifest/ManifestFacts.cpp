@@ -84,16 +84,16 @@ QString ManifestFlow::proposedManifestAlgorithm() const {
 }
 
 bool ManifestFlow::offersReadingWithoutQuotes() const {
-  return list_.reading.quotedNameCount > 0 && !choice_.reading.withoutQuotes && !isBusy() &&
-         std::cmp_equal(course_.causes.missingQuoted, list_.reading.quotedNameCount);
+  return list_.reading.quotedNameCount > 0 && !choice_.reading.withoutQuotes && manifestFileRefusal().isEmpty() &&
+         std::cmp_equal(run_.causes.missingQuoted, list_.reading.quotedNameCount);
 }
 
 QString ManifestFlow::manifestRestVerb() const {
   using Stage = ManifestTally::Stage;
   if (isBusy() || !folderRefusal_.isEmpty()) return {};
-  if (course_.causes.rootChanged > 0) return tr("Verify the Rest Again");
-  const bool isCutShort = course_.stage == Stage::cancelled || course_.stage == Stage::stoppedByError;
-  return isCutShort && !course_.checked.empty() ? tr("Verify the Rest") : QString();
+  if (run_.causes.rootChanged > 0) return tr("Verify the Rest Again");
+  const bool isCutShort = run_.stage == Stage::cancelled || run_.stage == Stage::stoppedByError;
+  return isCutShort && !run_.checked.empty() ? tr("Verify the Rest") : QString();
 }
 
 QString ManifestFlow::manifestRefusal() const {
@@ -105,20 +105,19 @@ QString ManifestFlow::manifestRefusal() const {
 }
 
 QString ManifestFlow::manifestFileRefusal() const {
-  if (isLoading_) return tr("The checksum list is being read.");
-  return isVerifying_ ? manifestRootRefusal() : folderRefusal_;
+  return isLoading_ ? tr("The checksum list is being read.") : manifestRootRefusal();
 }
 
 QString ManifestFlow::manifestProgressFigure() const {
-  if (course_.groups == 0) return {};
-  return filesOfFiles(course_.groupsDone, course_.groups);
+  if (run_.groups == 0) return {};
+  return filesOfFiles(run_.groupsDone, run_.groups);
 }
 
 ManifestVerdict ManifestFlow::manifestVerdict() const {
   const qint64 digestLength =
       choice_.candidates.empty() ? 0 : static_cast<qint64>((*choice_.candidates.begin()).hexLength());
   ManifestVerdict verdict = tallyfold::manifestVerdict(
-      {.stage = isLoading_ ? ManifestTally::Stage::reading : course_.stage,
+      {.stage = isLoading_ ? ManifestTally::Stage::reading : run_.stage,
        .readError = list_.readError,
        .hasRoot = rootURL_.has_value(),
        .matched = manifestMatchedCount(),
@@ -134,10 +133,10 @@ ManifestVerdict ManifestFlow::manifestVerdict() const {
        .otherAlgorithm = utf8Text(list_.reading.otherAlgorithm),
        .isOtherAlgorithmInName = list_.reading.isOtherAlgorithmInName,
        .isSigned = list_.reading.isSigned,
-       .missing = static_cast<qint64>(course_.causes.missing),
-       .missingQuoted = static_cast<qint64>(course_.causes.missingQuoted),
-       .absolutePaths = static_cast<qint64>(course_.causes.absolutePath),
-       .rootChanged = static_cast<qint64>(course_.causes.rootChanged)});
+       .missing = static_cast<qint64>(run_.causes.missing),
+       .missingQuoted = static_cast<qint64>(run_.causes.missingQuoted),
+       .absolutePaths = static_cast<qint64>(run_.causes.absolutePath),
+       .rootChanged = static_cast<qint64>(run_.causes.rootChanged)});
   for (const QString& sentence : {unreadSentence(), folderSentence_}) {
     if (!sentence.isEmpty()) verdict.details = (verdict.details + u' ' + sentence).trimmed();
   }
@@ -155,7 +154,7 @@ VerifiedList ManifestFlow::verifiedList() const {
   VerifiedList list{.entries = list_.entries,
                     .list = *choice_.url,
                     .root = *rootURL_,
-                    .rootIdentity = course_.rootIdentity,
+                    .rootIdentity = run_.rootIdentity,
                     .linesNotUnderstood = list_.unsupportedLineCount};
   for (std::size_t job = 0; job < jobs_.jobs().size(); ++job) {
     const auto* const failed = std::get_if<ManifestJob::Failed>(&jobs_.jobs()[job].state);
@@ -173,7 +172,7 @@ void ManifestFlow::setFolderRefusal(const QString& refusal) {
 }
 
 double ManifestFlow::manifestProgress() const {
-  return course_.groups == 0 ? 0 : static_cast<double>(course_.groupsDone) / static_cast<double>(course_.groups);
+  return run_.groups == 0 ? 0 : static_cast<double>(run_.groupsDone) / static_cast<double>(run_.groups);
 }
 
 }  // namespace tallyfold

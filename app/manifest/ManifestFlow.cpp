@@ -19,23 +19,23 @@ namespace tallyfold {
 
 /// A list that was read, ready to be shown in one change.
 struct ManifestFlow::PreparedManifestLoad {
-  std::shared_ptr<const ManifestEntries> entries;
-  std::vector<ManifestJob> jobs;  // Of the entries, in their order.
-  QStringList warnings;
-  qint64 ignoredLineCount = 0;
-  qint64 unsupportedLineCount = 0;
-  ChecksumManifestService::ListReading reading;  // Without its result.
+  ManifestList list;
+  ManifestJobListModel::Rows rows;
 
-  explicit PreparedManifestLoad(ChecksumManifestService::ListReading read) : reading(std::move(read)) {
-    ChecksumManifestService::ParseResult parsed = std::exchange(reading.result, {});
-    entries.reset(new ManifestEntries(std::move(parsed.entries)), BackgroundTask::Dispose());
-    ignoredLineCount = parsed.ignoredLineCount;
-    unsupportedLineCount = parsed.unsupportedLineCount;
-    jobs.reserve(entries->size());
+  explicit PreparedManifestLoad(ChecksumManifestService::ListReading read) {
+    ChecksumManifestService::ParseResult parsed = std::exchange(read.result, {});
+    const std::shared_ptr<const ManifestEntries> entries(new ManifestEntries(std::move(parsed.entries)),
+                                                         BackgroundTask::Dispose());
+    rows.sizes = std::exchange(read.sizes, {});
+    rows.jobs.reserve(entries->size());
     for (const ChecksumManifestEntry& entry : *entries) {
-      jobs.push_back({Uuid::random(), {entries, &entry}, ManifestJob::Queued{}});
+      rows.jobs.push_back({Uuid::random(), {entries, &entry}, ManifestJob::Queued{}});
     }
-    for (const std::string& warning : parsed.warnings) warnings.append(QString::fromStdString(warning));
+    for (const std::string& warning : parsed.warnings) list.warnings.append(QString::fromStdString(warning));
+    list.entries = entries;
+    list.ignoredLineCount = parsed.ignoredLineCount;
+    list.unsupportedLineCount = parsed.unsupportedLineCount;
+    list.reading = std::move(read);
   }
 };
 
@@ -148,12 +148,8 @@ void ManifestFlow::chooseManifestFile() {
 }
 
 void ManifestFlow::publishManifest(PreparedManifestLoad load) {
-  list_.entries = std::move(load.entries);
-  BackgroundTask::dispose(jobs_.replaceAll({std::move(load.jobs), std::exchange(load.reading.sizes, {})}));
-  list_.warnings = std::move(load.warnings);
-  list_.ignoredLineCount = load.ignoredLineCount;
-  list_.unsupportedLineCount = load.unsupportedLineCount;
-  list_.reading = std::move(load.reading);
+  list_ = std::move(load.list);
+  BackgroundTask::dispose(jobs_.replaceAll(std::move(load.rows)));
   if (!list_.reading.candidates.empty()) choice_.candidates = list_.reading.candidates;
   emit manifestLinesChanged();
 }
@@ -185,15 +181,15 @@ void ManifestFlow::verifyManifest() {
 
 void ManifestFlow::verifyManifestRest() {
   if (manifestRestVerb().isEmpty()) return;
-  verify({.checked = std::exchange(course_.checked, {}), .states = jobs_.takeStates()});
+  verify({.checked = std::exchange(run_.checked, {}), .states = jobs_.takeStates()});
 }
 
 void ManifestFlow::verify(ManifestRun::Kept kept) {
   jobs_.showFailures();
   setShowsWarnings(false);
-  const Timestamp start = kept.checked.empty() ? timeNow() : course_.start;
+  const Timestamp start = kept.checked.empty() ? timeNow() : run_.start;
   resetManifestCounters();
-  course_.start = start;
+  run_.start = start;
   context().setErrorMessage(QString());
   setVerifying(true);
   setStage(ManifestTally::Stage::running);
@@ -215,12 +211,12 @@ void ManifestFlow::endVerification(const std::exception_ptr& failure) {
   if (failure) context().setErrorMessage(failure);
   sizesTask_.abandon();
   runStatus_.end();
-  course_.end = timeNow();
+  run_.end = timeNow();
   jobs_.leaveEmptyFilter();
   setStage(failure ? ManifestTally::Stage::stoppedByError : ManifestTally::Stage::ended);
   setVerifying(false);
-  if (manifestRestVerb().isEmpty()) course_.checked = decltype(course_.checked)();
-  if (std::cmp_equal(course_.causes.missing, jobs_.total())) lookForRoot();
+  if (manifestRestVerb().isEmpty()) run_.checked = decltype(run_.checked)();
+  if (isEveryFileMissing()) lookForRoot();
   emit ended(manifestVerdict().tone == Tone::Good ? Outcome::AllWell : Outcome::SomeFailed);
   if (!failure) emit verified();
 }
@@ -231,10 +227,10 @@ void ManifestFlow::applyReport(ManifestRun::Report report) {
     for (ManifestRun::Finding& finding : report.findings) jobs_.setState(finding.job, std::move(finding.state));
     for (const std::size_t job : report.verifying) jobs_.setState(job, ManifestJob::Verifying{});
   }
-  course_.causes = report.causes;
+  run_.causes = report.causes;
   if (!report.checked.empty()) choice_.seenRoot = rootURL_;
-  course_.checked.reserve(report.groups);
-  std::ranges::copy(report.checked, std::back_inserter(course_.checked));
+  run_.checked.reserve(report.groups);
+  std::ranges::copy(report.checked, std::back_inserter(run_.checked));
   setProgress(report.groupsDone, report.groups);
   runStatus_.advance({.filesDone = report.groupsDone,
                       .counted = report.counted,
@@ -243,7 +239,7 @@ void ManifestFlow::applyReport(ManifestRun::Report report) {
 }
 
 void ManifestFlow::askSizes(const std::shared_ptr<const ManifestRun>& run, const ManifestRun::Prepared& prepared) {
-  course_.rootIdentity = prepared->rootIdentity;
+  run_.rootIdentity = prepared->rootIdentity;
   runStatus_.start(prepared->groups.size(), run->counter);
   sizesTask_.start(
       BackgroundTask::Priority::utility,
@@ -269,7 +265,7 @@ void ManifestFlow::cancelManifestVerification() {
     }
   }
   jobs_.leaveEmptyFilter();
-  course_.end = timeNow();
+  run_.end = timeNow();
   setStage(ManifestTally::Stage::cancelled);
   setVerifying(false);
 }
@@ -279,7 +275,7 @@ void ManifestFlow::cancelManifest() {
   if (!isLoading_) return;
   loadTask_.abandon();
   choice_ = {};
-  setShowsWarnings(false);
+  discardManifest();
   setLoading(false);
   emit manifestURLsChanged();
 }
@@ -297,7 +293,7 @@ void ManifestFlow::discardManifest() {
 void ManifestFlow::resetManifestCounters() {
   jobs_.requeueAll();
   rootTask_.abandon();
-  course_ = {};
+  run_ = {};
   emit manifestProgressChanged();
   emit manifestStatusChanged();
   emit forgotten();
@@ -305,12 +301,12 @@ void ManifestFlow::resetManifestCounters() {
 }
 
 void ManifestFlow::setStage(ManifestTally::Stage stage) {
-  if (std::exchange(course_.stage, stage) != stage) emit manifestStatusChanged();
+  if (std::exchange(run_.stage, stage) != stage) emit manifestStatusChanged();
 }
 
 void ManifestFlow::setProgress(std::size_t groupsDone, std::size_t groups) {
-  course_.groupsDone = groupsDone;
-  course_.groups = groups;
+  run_.groupsDone = groupsDone;
+  run_.groups = groups;
   emit manifestProgressChanged();
 }
 

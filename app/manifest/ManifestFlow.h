@@ -55,7 +55,7 @@ class ManifestFlow : public tallyfold::Flow {
   Q_PROPERTY(tallyfold::ManifestVerdict manifestVerdict READ manifestVerdict NOTIFY manifestStatusChanged)
   Q_PROPERTY(QString manifestRefusal READ manifestRefusal NOTIFY manifestStatusChanged)
   Q_PROPERTY(QString manifestFileRefusal READ manifestFileRefusal NOTIFY manifestStatusChanged)
-  Q_PROPERTY(QString manifestRootRefusal READ manifestRootRefusal NOTIFY isBusyChanged)
+  Q_PROPERTY(QString manifestRootRefusal READ manifestRootRefusal NOTIFY manifestStatusChanged)
   Q_PROPERTY(QString clearManifestRefusal READ clearManifestRefusal NOTIFY manifestURLsChanged)
   Q_PROPERTY(QString clearedSentence READ clearedSentence NOTIFY clearedSentenceChanged)
 
@@ -85,11 +85,11 @@ class ManifestFlow : public tallyfold::Flow {
   [[nodiscard]] VerifiedList verifiedList() const;
   /// What else is to be said of the folder that was verified, behind the details of the verdict. Until `forgotten`.
   void setFolderSentence(const QString& sentence);
-  /// Why it is not to be verified now, nor another list read; empty when nothing speaks against that.
+  /// Why it is not to be verified now, nor another list or folder chosen; empty when nothing speaks against that.
   void setFolderRefusal(const QString& refusal);
   /// Who knows, for a report, of the files that the list does not name.
   void setUnlistedReport(std::function<VerificationReport::Unlisted()> report) { unlistedReport_ = std::move(report); }
-  /// Who takes what is known of the folder besides, and gives what brings it back.
+  /// Who gives what brings back what is known of the folder besides, and ends what is under way about it.
   void setFolderKeeper(std::function<std::function<void()>()> keeper) { folderKeeper_ = std::move(keeper); }
   [[nodiscard]] qint64 manifestIgnoredLineCount() const { return list_.ignoredLineCount; }
   [[nodiscard]] int manifestUnsupportedLineCount() const { return static_cast<int>(list_.unsupportedLineCount); }
@@ -162,7 +162,7 @@ class ManifestFlow : public tallyfold::Flow {
   Q_INVOKABLE void cancelManifest();
   /// Takes everything away, and keeps it until something else is chosen.
   Q_INVOKABLE void clearManifest();
-  /// Puts back what `clearManifest` took; nothing where that is not kept any more.
+  /// Puts back what `clearManifest` took, and shows all rows; nothing where that is not kept any more.
   Q_INVOKABLE void undoClear();
   Q_INVOKABLE void dismissCleared();
   /// On the clipboard: one of the rows shown, those that are marked, or all that is shown, rows as soon as a worker has
@@ -202,6 +202,7 @@ class ManifestFlow : public tallyfold::Flow {
   void resetManifestCounters();
   void verify(ManifestRun::Kept kept);
   void endVerification(const std::exception_ptr& failure);
+  [[nodiscard]] bool isEveryFileMissing() const;
   void lookForRoot();
   void applyReport(ManifestRun::Report report);
   void askSizes(const std::shared_ptr<const ManifestRun>& run, const ManifestRun::Prepared& prepared);
@@ -216,7 +217,7 @@ class ManifestFlow : public tallyfold::Flow {
   std::optional<std::filesystem::path> rootURL_;
   ManifestList list_;
   ManifestJobListModel jobs_;
-  ManifestCourse course_;
+  ManifestRunState run_;
   std::optional<ClearedManifest> cleared_;
   bool isJustSaved_ = false;  // The list, which was made here.
   bool showsWarnings_ = false;

@@ -82,8 +82,8 @@ std::shared_ptr<const VerificationReport> ManifestFlow::report() const {
   report->list = *choice_.url;
   report->listDigests = list_.reading.digests;
   report->root = *rootURL_;
-  report->start = course_.start;
-  report->end = course_.end;
+  report->start = run_.start;
+  report->end = run_.end;
   report->counts = {.matched = manifestMatchedCount(),
                     .mismatched = manifestMismatchCount(),
                     .failed = manifestErrorCount(),
@@ -102,7 +102,7 @@ std::shared_ptr<const VerificationReport> ManifestFlow::report() const {
 
 QString ManifestFlow::exportRefusal() const {
   if (isVerifying_) return tr("Reports can be saved when the verification has ended.");
-  return course_.stage == ManifestTally::Stage::none ? tr("There is no verification to export yet.") : QString();
+  return run_.stage == ManifestTally::Stage::none ? tr("There is no verification to export yet.") : QString();
 }
 
 }  // namespace tallyfold

@@ -1,5 +1,7 @@
 // Below which folder the names of a list are looked for.
 
+#include <utility>
+
 #include <QPointer>
 
 #include "app/manifest/ManifestFlow.h"
@@ -11,7 +13,7 @@ namespace tallyfold {
 FileCard ManifestFlow::manifestRoot() const { return fileCard(rootURL_); }
 
 QString ManifestFlow::manifestRootRefusal() const {
-  return isVerifying_ ? tr("A verification is under way.") : QString();
+  return isVerifying_ ? tr("A verification is under way.") : folderRefusal_;
 }
 
 void ManifestFlow::setManifestRoot(const QList<QUrl>& urls) {
@@ -36,13 +38,13 @@ void ManifestFlow::chooseManifestRoot() {
 void ManifestFlow::useProposedManifestRoot() {
   const auto proposal = proposedManifestRoot();
   if (!proposal) return;
-  if (proposal == course_.likelyRoot) choice_.seenRoot = proposal;
+  if (proposal == run_.likelyRoot) choice_.seenRoot = proposal;
   setManifestRoot({fileUrl(*proposal)});
 }
 
 std::optional<std::filesystem::path> ManifestFlow::proposedManifestRoot() const {
   if (!choice_.url) return std::nullopt;
-  if (course_.likelyRoot) return course_.likelyRoot;
+  if (run_.likelyRoot) return run_.likelyRoot;
   // Only names that start with a slash are of this system: those of others have drives.
   const bool isFromNames = list_.reading.commonFolder.starts_with('/');
   std::filesystem::path proposal = isFromNames ? std::filesystem::path(list_.reading.commonFolder) : *choice_.url;
@@ -52,14 +54,18 @@ std::optional<std::filesystem::path> ManifestFlow::proposedManifestRoot() const 
 
 ProposedFolder ManifestFlow::offeredManifestRoot() const {
   // Behind a run only what was seen to hold a file of the list.
-  const auto proposal = course_.stage == ManifestTally::Stage::none ? proposedManifestRoot() : course_.likelyRoot;
+  const auto proposal = run_.stage == ManifestTally::Stage::none ? proposedManifestRoot() : run_.likelyRoot;
   if (!proposal || jobs_.total() == 0 || isBusy()) return {};
   return {.isPresent = true,
           .name = displayText(proposal->has_filename() ? proposal->filename() : *proposal),
           .path = displayText(*proposal)};
 }
 
-// Every file is missing: perhaps they are below another folder nearby. That is only proposed.
+bool ManifestFlow::isEveryFileMissing() const {
+  return jobs_.total() > 0 && std::cmp_equal(run_.causes.missing, jobs_.total());
+}
+
+// Perhaps they are below another folder nearby. That is only proposed.
 void ManifestFlow::lookForRoot() {
   choice_.seenRoot.reset();
   rootTask_.start(
@@ -69,7 +75,7 @@ void ManifestFlow::lookForRoot() {
         const auto likely = ChecksumManifestService::likelyRoot(root, other, entries->front().relativePath);
         if (!likely) return;
         task.post([likely](ManifestFlow& flow) {
-          flow.course_.likelyRoot = likely;
+          flow.run_.likelyRoot = likely;
           emit flow.manifestURLsChanged();
         });
       },

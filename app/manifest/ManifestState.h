@@ -35,7 +35,8 @@ struct ManifestChoice {
 struct ManifestList {
   std::shared_ptr<const ManifestEntries> entries{};  ///< What the jobs are about, in their order; null before.
   QStringList warnings{};
-  ChecksumManifestService::ListReading reading{};  ///< All but its result, which is here and in the jobs.
+  ChecksumManifestService::ListReading
+      reading{};  ///< All but its result and its sizes, which are here and in the jobs.
   qint64 ignoredLineCount = 0;
   qint64 unsupportedLineCount = 0;
   QString readError{};
@@ -43,25 +44,26 @@ struct ManifestList {
 };
 
 /// What a verification has come to, beside the states of the jobs.
-struct ManifestCourse {
+struct ManifestRunState {
   ManifestTally::Stage stage = ManifestTally::Stage::none;
   ManifestRun::Causes causes{};
   std::vector<ManifestRun::Checked> checked{};  ///< Kept for another run as long as one is offered.
   std::size_t groupsDone = 0;
   std::size_t groups = 0;
-  ManifestRootIdentity rootIdentity{};
-  Timestamp start{};  ///< Of it, or of the first of those that it keeps findings of.
+  ManifestRootIdentity rootIdentity{};  ///< Of the folder that was verified.
+  Timestamp start{};                    ///< Of it, or of the first of those that it keeps findings of.
   Timestamp end{};
   std::optional<std::filesystem::path> likelyRoot{};  ///< Below which the first of the missing files is.
 };
 
 /// All that the screen had before it was cleared.
 struct ClearedManifest {
+  bool isToBeRead = false;  ///< The list, which was being read.
   ManifestChoice choice;
   std::optional<std::filesystem::path> rootURL;
   ManifestList list;
   ManifestJobListModel::Rows rows;
-  ManifestCourse course;
+  ManifestRunState run;
   std::function<void()> bringFolderBack;  ///< What others knew of the folder.
 };
 

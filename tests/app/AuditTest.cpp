@@ -170,13 +170,19 @@ TEST_F(Audit, AndItsListComeBackWhereTheyWereCleared) {
   const auto expectBack = [&](const std::string& shows) {
     const std::string before = kept();
     EXPECT_THAT(before, HasSubstr(shows));
-    const QString lines = manifest.manifestLines();
-    const QString rest = manifest.manifestRestVerb();
+    const auto facts = [&] {
+      return QStringList{manifest.manifestLines(), manifest.manifestRestVerb(), manifest.manifestFile().size,
+                         manifest.manifestRoot().name, QString::fromStdString(note("b"))};
+    };
+    const QStringList factsBefore = facts();
     clear();
+    QStringList factsTold;
+    const QObject screen;
+    QObject::connect(&audit(), &AuditFlow::notesChanged, &screen, [&] { factsTold = facts(); });
+    QObject::connect(&manifest, &ManifestFlow::manifestURLsChanged, &screen, [&] { factsTold = facts(); });
     manifest.undoClear();
     EXPECT_EQ(manifest.clearedSentence(), "");
-    EXPECT_EQ(manifest.manifestLines(), lines);
-    EXPECT_EQ(manifest.manifestRestVerb(), rest);
+    EXPECT_TRUE(reached([&] { return factsTold == factsBefore; })) << factsTold.join(u'|').toStdString();
     EXPECT_EQ(kept(), before);
   };
   audited({"a", "b", "d"});
@@ -195,6 +201,24 @@ TEST_F(Audit, AndItsListComeBackWhereTheyWereCleared) {
   ASSERT_TRUE(reached([&] { return !manifest.isManifestVerifying() && !audit().isLooking(); }));
   EXPECT_EQ(manifest.manifestMatchedCount(), 2);
 
+  // What is under way is begun anew.
+  const std::string sentence = verified();
+  for (const auto& [call, begin] : std::map<std::string, std::function<void()>>{
+           {"getdents", [&] { manifest.verifyManifest(); }},
+           {"read", [&] { manifest.setManifestFile({urlOf(root_ / "list.sfv")}); }}}) {
+    gate_.close();
+    holdAt(call, 1);
+    begin();
+    ASSERT_TRUE(reached([&] { return audit().isLooking() || manifest.isLoadingManifest(); }));
+    ASSERT_TRUE(gate_.waitForArrival());
+    clear();
+    goOn();
+    manifest.undoClear();
+    ASSERT_TRUE(reached([&] { return !manifest.isAtWork(); }));
+    EXPECT_EQ(manifest.manifestJobs()->total(), 3) << call;
+    EXPECT_EQ(audit().sentence().toStdString(), call == "read" ? "" : sentence);
+  }
+
   // What is chosen next takes its place.
   const std::function<void()> choices[]{[&] { manifest.setManifestRoot({urlOf(folder_.path())}); },
                                         [&] { manifest.setManifestFile({urlOf(root_ / "list.sfv")}); }};
@@ -205,8 +229,11 @@ TEST_F(Audit, AndItsListComeBackWhereTheyWereCleared) {
     manifest.undoClear();
     EXPECT_FALSE(manifest.manifestURL() && manifest.manifestRootURL());
     ASSERT_TRUE(reached([&] { return !manifest.isLoadingManifest(); }));
-    manifest.undoClear();
   }
+  manifest.clearManifest();
+  manifest.setManifestRoot({urlOf(root_)});
+  manifest.clearManifest();
+  EXPECT_EQ(manifest.clearedSentence(), "Cleared the root folder.");
 }
 
 TEST_F(Audit, OfManyFilesTakesNoLongTurn) {

@@ -116,6 +116,7 @@ TEST_F(Audit, SearchIsShownAsARunUntilItEnds) {
     EXPECT_TRUE(manifest.isAtWork());
     EXPECT_EQ(manifest.manifestRefusal(), "The search for missing files is under way.");
     EXPECT_EQ(manifest.manifestFileRefusal(), manifest.manifestRefusal());
+    EXPECT_EQ(manifest.manifestRootRefusal(), manifest.manifestRefusal());
     manifest.verifyManifestOrChoose();
     manifest.dropManifest({QUrl(urlOf(folder_.path()).toString() + u'/')});
     manifest.setManifestFile({urlOf(root_ / "list.sfv")});

@@ -6,34 +6,31 @@ TFNoticeBar {
     id: root
 
     required property ManifestFlow manifest
-    readonly property bool isCleared: manifest.clearedSentence !== ""
+    // A report that is saved by now was saved last.
+    readonly property bool isSaved: manifest.manifestExport.savedPlace !== ""
 
-    visible: words !== ""
-    words: {
-        if (isCleared)
-            return manifest.clearedSentence;
-        return manifest.manifestExport.savedPlace === "" ? "" : qsTr("Saved to ");
-    }
-    place: isCleared ? "" : manifest.manifestExport.savedPlace
-    isGood: !isCleared
-    action: isCleared ? qsTr("Undo") : qsTr("Show")
-    actionTip: isCleared ? "Ctrl+Z" : qsTr("Shows it in the file browser")
+    visible: isSaved || manifest.clearedSentence !== ""
+    words: isSaved ? qsTr("Saved to ") : manifest.clearedSentence
+    place: manifest.manifestExport.savedPlace
+    isGood: isSaved
+    action: isSaved ? qsTr("Show") : qsTr("Undo")
+    actionTip: isSaved ? qsTr("Shows it in the file browser") : "Ctrl+Z"
     onActed: {
-        if (isCleared)
-            manifest.undoClear();
-        else
+        if (isSaved)
             manifest.manifestExport.showSaved();
+        else
+            manifest.undoClear();
     }
     onDismissed: {
-        if (isCleared)
-            manifest.dismissCleared();
-        else
+        if (isSaved)
             manifest.manifestExport.dismiss();
+        else
+            manifest.dismissCleared();
     }
 
     Shortcut {
-        enabled: root.visible && root.isCleared
+        enabled: root.visible && root.manifest.clearedSentence !== ""
         sequences: [StandardKey.Undo]
-        onActivated: root.acted()
+        onActivated: root.manifest.undoClear()
     }
 }
