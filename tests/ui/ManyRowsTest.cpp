@@ -205,6 +205,7 @@ TEST_F(ManyRowsTest, EntriesOfTwoFilesTakeTurns) {
     expectCopied(limit);
     expectShortTurns("clear", always, [&] { manifest.clearManifest(); });
     EXPECT_EQ(entries.total(), 0);
+    expectShortTurns("bring back", isWhole, [&] { manifest.undoClear(); });
   });
 }
 
