@@ -172,7 +172,7 @@ std::function<void()> AuditFlow::keep() {
   if (stage_ == Stage::none) return [] {};
   return [this, stage = stage_, search = search_, walkEnd = walkEnd_, searchEnd = searchEnd_, failure = failure_,
           list = list_, files = unlisted_.files(), byName = byName_, moved = moved_] {
-    // First: there is something to be said of by then.
+    // Before the notes are announced: they are asked for at once, and only of what is present.
     stage_ = stage;
     search_ = search;
     walkEnd_ = walkEnd;

@@ -75,8 +75,8 @@ class AuditFlow : public tallyfold::Flow {
   [[nodiscard]] AuditNotes notes() const { return {list_, unlisted_.files(), moved_}; }
   /// Of all this, as it is now.
   [[nodiscard]] VerificationReport::Unlisted report() const;
-  /// Why the list should not be verified anew, nor another or another folder be chosen, which would end a search
-  /// without a word; empty where it would not.
+  /// Why the list should not be verified anew, nor another list or folder be chosen: that would end a search without a
+  /// word. Empty where it would not.
   [[nodiscard]] QString searchRefusal() const;
 
   /// Looks for the unlisted files of a list that was verified, and forgets those of another.

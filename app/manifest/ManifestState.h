@@ -35,8 +35,7 @@ struct ManifestChoice {
 struct ManifestList {
   std::shared_ptr<const ManifestEntries> entries{};  ///< What the jobs are about, in their order; null before.
   QStringList warnings{};
-  ChecksumManifestService::ListReading
-      reading{};  ///< All but its result and its sizes, which are here and in the jobs.
+  ChecksumManifestService::ListReading reading{};  ///< Without its result and sizes: they are here and in the jobs.
   qint64 ignoredLineCount = 0;
   qint64 unsupportedLineCount = 0;
   QString readError{};
