@@ -14,12 +14,21 @@ namespace tallyfold {
 
 namespace {
 
-/// The clock that changes of files are stamped with.
+/// The clock that changes of files are stamped with. It stands still for a tick, longer where a tick comes late, while
+/// newer kernels give a file that was looked at before a stamp of CLOCK_REALTIME, which is ahead of it.
 #ifdef CLOCK_REALTIME_COARSE
 constexpr clockid_t kClockOfFiles = CLOCK_REALTIME_COARSE;
 #else
 constexpr clockid_t kClockOfFiles = CLOCK_REALTIME;
 #endif
+
+/// Seconds by which the last change of `snapshot` is ahead of `clock`.
+double secondsAhead(const FileSnapshot& snapshot, clockid_t clock) {
+  timespec now{};
+  clock_gettime(clock, &now);
+  return static_cast<double>(snapshot.changedSeconds) - static_cast<double>(now.tv_sec) +
+         static_cast<double>(snapshot.changedNanoseconds - now.tv_nsec) / 1e9;
+}
 
 }  // namespace
 
@@ -37,15 +46,11 @@ FileSnapshot FileSnapshot::from(const struct stat& status) {
 }
 
 void waitUntilChangesShow(const FileSnapshot& snapshot, const std::stop_token& cancellation) {
-  constexpr double twoTicks = 0.02;  // Seconds, of the slowest clock.
+  constexpr double twoTicks = 0.02;  // Seconds, of the slowest clock: what is further ahead was not stamped by ours.
   // Where a file system keeps whole seconds, there are no nanoseconds.
   const double rest = snapshot.changedNanoseconds == 0 ? 1 : 0;
-  while (true) {
-    timespec now{};
-    clock_gettime(kClockOfFiles, &now);
-    const double ahead = static_cast<double>(snapshot.changedSeconds) - static_cast<double>(now.tv_sec) +
-                         static_cast<double>(snapshot.changedNanoseconds - now.tv_nsec) / 1e9 + rest;
-    if (ahead < 0 || ahead > rest + twoTicks) return;
+  while (secondsAhead(snapshot, kClockOfFiles) + rest >= 0) {
+    if (secondsAhead(snapshot, CLOCK_REALTIME) > twoTicks) return;
     if (cancellation.stop_requested()) throw CancellationError();
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
