@@ -43,8 +43,8 @@ bool TextKeys::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() != QEvent::ShortcutOverride || !watched->property("readOnly").toBool()) return false;
   const auto* key = static_cast<QKeyEvent*>(event);
   const bool hasSelection = !watched->property("selectedText").toString().isEmpty();
-  if ((key->matches(QKeySequence::Copy) && hasSelection) || key->matches(QKeySequence::SelectAll)) return false;
-  event->ignore();
+  // Newer versions of the toolkit leave these to the shortcuts too.
+  event->setAccepted((key->matches(QKeySequence::Copy) && hasSelection) || key->matches(QKeySequence::SelectAll));
   return true;
 }
 

@@ -213,7 +213,7 @@ TFScreen {
 
     Shortcut {
         enabled: root.visible
-        sequence: StandardKey.Open
+        sequences: [StandardKey.Open]
         onActivated: root.viewModel.files.chooseFiles()
     }
 
