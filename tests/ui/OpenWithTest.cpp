@@ -206,6 +206,23 @@ TEST_F(OpenWithTest, ListThatWasChosenOrMadeMeanwhileStays) {
   driver.usableItem("alertOk");
   EXPECT_EQ(model.errorMessage(), "Another checksum list was opened meanwhile. Open the file again to read it.");
   EXPECT_EQ(manifest.manifestURL(), folder.path() / "made");
+  driver.press({"Return"});
+  waitForNo("alertOk");
+
+  std::promise<void> disk;
+  std::atomic<bool> isAsked = false;
+  WatchedSystemCalls calls;
+  calls.looked = [&isAsked, answer = disk.get_future().share()](std::string_view path) {
+    if (path.ends_with("z.md5") && !isAsked.exchange(true)) answer.wait();
+  };
+  open(location(folder.path() / "z.md5"));
+  waitFor("the slow disk", [&] { return isAsked.load(); });
+  manifest.dropManifest({fileUrl(chosen)});
+  waitFor("the list", [&] { return manifest.manifestURL() == chosen && !manifest.isLoadingManifest(); });
+  disk.set_value();
+  driver.usableItem("alertOk");
+  EXPECT_EQ(model.errorMessage(), "Another checksum list was opened meanwhile. Open the file again to read it.");
+  EXPECT_EQ(manifest.manifestURL(), chosen);
   EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
 }
 

@@ -5,11 +5,8 @@
 #include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QFileInfo>
-#include <QPointer>
 #include <QVariantList>
 #include <QVariantMap>
-
-#include "ui/drops/DropHandling.h"
 
 namespace tallyfold {
 
@@ -63,19 +60,6 @@ void ApplicationOnBus::leave() {
   if (hasBus() && QDBusConnection::sessionBus().isConnected()) askBus("ReleaseName", {QString::fromLatin1(name)});
 }
 
-void ApplicationOnBus::open(const QStringList& locations) {
-  const QPointer<ApplicationOnBus> self(this);
-  DropOutcome outcome = {
-      [self](const QList<QUrl>& files) {
-        if (self) emit self->filesOpened(files);
-      },
-      [self](const QString& sentence) {
-        if (self) emit self->openingRefused(sentence);
-      },
-  };
-  resolveFileURLs(locations, std::move(outcome), Droppable::filesAndFolders);
-}
-
 void ApplicationOnBus::Adaptor::Activate(const QVariantMap& platformData) {
   constexpr qsizetype longest = 256;
   const QVariant token = platformData.value(QStringLiteral("activation-token"));
@@ -85,7 +69,7 @@ void ApplicationOnBus::Adaptor::Activate(const QVariantMap& platformData) {
 
 void ApplicationOnBus::Adaptor::Open(const QStringList& locations, const QVariantMap& platformData) {
   Activate(platformData);
-  application_.open(locations);
+  emit application_.openRequested(locations);
 }
 
 }  // namespace tallyfold

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <QList>
 #include <QObject>
 #include <QString>
 #include <QStringList>
-#include <QUrl>
 
 namespace tallyfold {
 
@@ -29,15 +27,11 @@ class ApplicationOnBus : public QObject {
  signals:
   /// The window shall come to the front. `token` is what the desktop permits it with; may be empty.
   void activated(const QString& token);
-  /// With one file at least, in the order in which they came; folders end with a separator.
-  void filesOpened(const QList<QUrl>& files);
-  /// They cannot be opened, for the reason that `sentence` tells the user.
-  void openingRefused(const QString& sentence);
+  /// What is at `locations` shall be opened. Whether there is anything, nobody has looked yet.
+  void openRequested(const QStringList& locations);
 
  private:
   class Adaptor;
-
-  void open(const QStringList& locations);
 };
 
 }  // namespace tallyfold

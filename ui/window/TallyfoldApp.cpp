@@ -14,6 +14,7 @@
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 #include <QOpenGLFunctions>
+#include <QPointer>
 #include <QQuickWindow>
 #include <QSessionManager>
 #include <QSettings>
@@ -104,9 +105,8 @@ TallyfoldApp::TallyfoldApp(int& argc, char** argv) : application_(prepared(argc)
 
   QObject::connect(&onBus_, &ApplicationOnBus::activated, window_,
                    [this](const QString& token) { comeToFront(token); });
-  QObject::connect(&onBus_, &ApplicationOnBus::filesOpened, window_,
-                   [this](const QList<QUrl>& files) { openFiles(files); });
-  QObject::connect(&onBus_, &ApplicationOnBus::openingRefused, &viewModel_, &AppViewModel::setErrorMessage);
+  QObject::connect(&onBus_, &ApplicationOnBus::openRequested, window_,
+                   [this](const QStringList& locations) { open(locations); });
   const auto goOn = [this] { openWaiting(); };
   QObject::connect(&viewModel_, &AppViewModel::errorMessageChanged, window_, goOn, Qt::QueuedConnection);
   QObject::connect(viewModel_.files(), &FilesFlow::isExportingChanged, window_, goOn, Qt::QueuedConnection);
@@ -132,9 +132,20 @@ void TallyfoldApp::comeToFront(const QString& token) {
   qunsetenv("XDG_ACTIVATION_TOKEN");
 }
 
-void TallyfoldApp::openFiles(const QList<QUrl>& files) {
-  waiting_.append({.files = files, .listBefore = viewModel_.manifest()->manifestURL()});
-  openWaiting();
+void TallyfoldApp::open(const QStringList& locations) {
+  const QPointer<QQuickWindow> window(window_);
+  // The list that there is now: by the time that a slow disk has answered, the user may have chosen another.
+  DropOutcome outcome = {
+      [this, window, listBefore = viewModel_.manifest()->manifestURL()](const QList<QUrl>& files) {
+        if (!window) return;
+        waiting_.append({.files = files, .listBefore = listBefore});
+        openWaiting();
+      },
+      [this, window](const QString& sentence) {
+        if (window) viewModel_.setErrorMessage(sentence);
+      },
+  };
+  resolveFileURLs(locations, std::move(outcome), Droppable::filesAndFolders);
 }
 
 // Not below a panel, which is answered first: what it is asked for is about what is there now. And what is said of a

@@ -8,6 +8,7 @@
 #include <QList>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
+#include <QStringList>
 #include <QUrl>
 
 #include "app/AppViewModel.h"
@@ -36,12 +37,12 @@ class TallyfoldApp {
 
  private:
   void comeToFront(const QString& token);
-  void openFiles(const QList<QUrl>& files);
+  void open(const QStringList& locations);
   void openWaiting();
 
   struct Opened {
     QList<QUrl> files;
-    std::optional<std::filesystem::path> listBefore;  ///< The checksum list that there was then.
+    std::optional<std::filesystem::path> listBefore;  ///< The checksum list that there was when they came.
   };
 
   /// What the model lets go of at last may be destroyed on threads that are to end before the program does.
