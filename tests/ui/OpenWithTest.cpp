@@ -226,6 +226,17 @@ TEST_F(OpenWithTest, ListThatWasChosenOrMadeMeanwhileStays) {
   EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
 }
 
+TEST_F(OpenWithTest, MenuGoesWithItsScreen) {
+  add({"a"}, "abc");
+  calculate();
+  driver.press({"Control_L", "e"});
+  driver.usableItem("exportText");
+  open(location(folder.file("z.md5", "")));
+  waitFor("the list", [&] { return model.mode() == AppMode::Manifest; });
+  waitForNo("exportText");
+  EXPECT_TRUE(BackgroundTask::waitForAll(std::chrono::seconds(20)));
+}
+
 // What the desktop takes for a list, the program does.
 TEST(DesktopTypesTest, AreTheNamesOfLists) {
   QFile types(QStringLiteral(DESKTOP_FOLDER "/%1.xml").arg(ApplicationOnBus::name));

@@ -10,6 +10,8 @@ T.Menu {
     property Item opener
     property int returnReason: Qt.PopupFocusReason
     property real leastWidth: TallyTheme.wideMenuWidth
+    // Other programs change the mode, too: what they open.
+    readonly property bool isOfShownScreen: parent?.visible ?? false
 
     function popUpAbove(place: Item) {
         popup(place, 0, -implicitHeight - TallyTheme.space1);
@@ -28,6 +30,10 @@ T.Menu {
     margins: TallyTheme.space2
     overlap: TallyTheme.lineWidth
     delegate: TFMenuItem {
+    }
+    onIsOfShownScreenChanged: {
+        if (!isOfShownScreen)
+            close();
     }
     onAboutToShow: {
         opener = parent.Window.activeFocusItem;
