@@ -196,8 +196,11 @@ void FilesFlow::removeJob(const Uuid& id) {
   if (!queueRefusal().isEmpty()) return;
   const auto job = jobs_.indexOf(id);
   if (!job) return;
+  if (jobs_.total() == 1) {
+    keepCleared();
+    return forgetRun();
+  }
   jobs_.remove(*job);
-  if (jobs_.total() == 0) forgetRun();
   if (resultByJobID_.erase(id) > 0) {
     std::erase_if(results_, [&](const auto& result) { return result->id == id; });
     emit resultsChanged();

@@ -291,6 +291,11 @@ TEST_F(Files, ClearedListComesBackUntilTheNextChange) {
   add({file});
   files.removeJob(idAt(1));
   EXPECT_THAT(paths(), ElementsAre(file)) << "Files are found as before";
+  files.removeJob(idAt(0));
+  EXPECT_TRUE(states().empty());
+  files.undoClear();
+  EXPECT_THAT(paths(), ElementsAre(file)) << "The only file is all files";
+  EXPECT_EQ(files.results(), results);
 
   files.clearFiles();
   add({"/another"});
